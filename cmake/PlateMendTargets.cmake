@@ -1,0 +1,60 @@
+# What every target of this project has in common: language level, warnings, sanitizers, hidden symbols.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# All programs and shared libraries stand in one folder, so that each library finds its neighbours
+# by $ORIGIN (ELF) or by the folder of the program (Windows).
+set(PLATE_MEND_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
+
+add_library(plate_mend_warnings INTERFACE)
+if(MSVC)
+    target_compile_options(plate_mend_warnings INTERFACE /W4 /utf-8 $<$<BOOL:${PLATE_MEND_WERROR}>:/WX>)
+else()
+    target_compile_options(plate_mend_warnings INTERFACE
+        -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${PLATE_MEND_WERROR}>:-Werror>)
+endif()
+
+add_library(plate_mend_sanitizers INTERFACE)
+if(PLATE_MEND_SANITIZE)
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_options(plate_mend_sanitizers INTERFACE ${sanitizers})
+    target_link_options(plate_mend_sanitizers INTERFACE ${sanitizers})
+    target_compile_definitions(plate_mend_sanitizers INTERFACE PLATE_MEND_LEAK_DETECTION=1)
+endif()
+
+# plate_mend_target(<target>): the settings above for one target.
+function(plate_mend_target target)
+    target_link_libraries(${target} PRIVATE plate_mend_warnings plate_mend_sanitizers)
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        C_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# plate_mend_shared_library(<target> <file name> <symbol>...): a shared library with exactly these exports.
+# On ELF a version script hides everything else; on Windows the exports are those marked dllexport.
+function(plate_mend_shared_library target name)
+    set_target_properties(${target} PROPERTIES
+        PREFIX "" OUTPUT_NAME "${name}" DEBUG_POSTFIX ""
+        RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
+        LIBRARY_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
+        BUILD_RPATH_USE_ORIGIN ON
+        BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+    if(NOT WIN32)
+        list(JOIN ARGN ";\n    " symbols)
+        set(script "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
+        file(CONFIGURE OUTPUT "${script}" CONTENT "{\n  global:\n    @symbols@;\n  local:\n    *;\n};\n" @ONLY)
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
+        # The sanitizers' runtime is found in the program, not in the library.
+        if(NOT PLATE_MEND_SANITIZE)
+            target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+        endif()
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
+    endif()
+endfunction()

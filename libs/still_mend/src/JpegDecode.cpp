@@ -1,0 +1,71 @@
+#include "JpegDecode.h"
+
+#include <cstddef>
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <vector>
+
+namespace still_mend {
+
+namespace {
+
+struct DecodeError {};
+
+[[noreturn]] void throw_error(j_common_ptr /*info*/) {
+    throw DecodeError{};
+}
+
+void count_message(j_common_ptr info, int level) {
+    if (level < 0) {
+        ++info->err->num_warnings;
+    }
+}
+
+void ignore_message(j_common_ptr /*info*/) {}
+
+/// libjpeg's decompressor with errors as exceptions, destroyed on every way out.
+class Decompressor {
+  public:
+    Decompressor() {
+        info_.err = jpeg_std_error(&errors_);
+        errors_.error_exit = throw_error;
+        errors_.emit_message = count_message;
+        errors_.output_message = ignore_message;
+        jpeg_create_decompress(&info_);
+    }
+    Decompressor(const Decompressor&) = delete;
+    Decompressor& operator=(const Decompressor&) = delete;
+    ~Decompressor() { jpeg_destroy_decompress(&info_); }
+
+    bool decodes_cleanly(std::span<const unsigned char> jpeg) {
+        jpeg_mem_src(&info_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+        jpeg_read_header(&info_, TRUE);
+        jpeg_start_decompress(&info_);
+        std::vector<JSAMPLE> row(std::size_t{info_.output_width} *
+                                 static_cast<std::size_t>(info_.output_components));
+        JSAMPROW rows[] = {row.data()};
+        while (info_.output_scanline < info_.output_height && errors_.num_warnings == 0) {
+            jpeg_read_scanlines(&info_, rows, 1);
+        }
+        return errors_.num_warnings == 0;
+    }
+
+  private:
+    jpeg_decompress_struct info_{};
+    jpeg_error_mgr errors_{};
+};
+
+} // namespace
+
+bool decodes_cleanly(std::span<const unsigned char> jpeg) {
+    try {
+        Decompressor decompressor;
+        return decompressor.decodes_cleanly(jpeg);
+    } catch (const DecodeError&) {
+        return false;
+    }
+}
+
+} // namespace still_mend

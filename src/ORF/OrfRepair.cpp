@@ -1,0 +1,47 @@
+#include "ORF/OrfRepair.h"
+
+#include "api/RepairRegistry.h"
+#include "api/RepairSteps.h"
+#include "util/Log.h"
+
+#include <plate_mend/plate_mend.h>
+
+#include <memory>
+
+namespace plate_mend {
+
+namespace {
+
+const RepairRegistrar registrar("orf", [] { return std::make_shared<OrfRepair>(); });
+
+} // namespace
+
+std::int32_t OrfRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
+                                      const char* output_file) {
+    const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
+    clear_path(paths.output);
+    if (!inputs_exist(paths)) {
+        return PLATE_MEND_ORF_INPUT_MISSING;
+    }
+    const auto temporary = temporary_path("temp.orf");
+    clear_path(temporary);
+    if (!clone_file(paths.sample, temporary)) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "orf file clone faild");
+        return PLATE_MEND_ORF_CLONE_FAILED;
+    }
+    PLATE_MEND_LOG_INFORMATION("OrfRepair::AdvanceRepair", "orf file clone success");
+    PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "the advanced repair of orf is not built yet");
+    return PLATE_MEND_ORF_SAMPLE_UNUSABLE;
+}
+
+std::int32_t OrfRepair::GeneralRepair(const char* damaged_file, const char* output_file) {
+    const std::int32_t result = run_general_repair(damaged_file, output_file);
+    if (result != 0) {
+        PLATE_MEND_LOG_INFORMATION("OrfRepair::GeneralRepair", "orf general repair fail!");
+        return result;
+    }
+    PLATE_MEND_LOG_INFORMATION("OrfRepair::GeneralRepair", "orf general repair success!");
+    return 0;
+}
+
+} // namespace plate_mend

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+
+namespace plate_mend {
+
+/// The interface of every format's repairer.
+///
+/// A repairer has no state: it is made for one call and dropped after it, through a std::shared_ptr that
+/// knows the concrete class. That is why there is no virtual destructor. All paths are NUL-terminated
+/// UTF-8; results are 0 or a negative code of the format's block (see plate_mend.h).
+class AbstractRepair {
+  public:
+    /// Rebuilds damaged_file into output_file, with the structure of sample_file.
+    /// Throws what no stage turns into a code: std::system_error for an ill-formed path,
+    /// std::filesystem::filesystem_error, std::bad_alloc, and what the repairer's own header names.
+    virtual std::int32_t AdvanceRepair(const char* damaged_file, const char* sample_file,
+                                       const char* output_file) = 0;
+
+    /// Salvages a JPEG from damaged_file alone into output_file. Returns the salvager's code unchanged.
+    /// Throws std::system_error for an ill-formed path.
+    virtual std::int32_t GeneralRepair(const char* damaged_file, const char* output_file) = 0;
+
+    AbstractRepair(const AbstractRepair&) = delete;
+    AbstractRepair& operator=(const AbstractRepair&) = delete;
+
+  protected:
+    AbstractRepair() = default;
+    ~AbstractRepair() = default;
+};
+
+} // namespace plate_mend

@@ -1,0 +1,59 @@
+#include "api/Extension.h"
+#include "api/RepairRegistry.h"
+#include "api/WorkDirectory.h"
+#include "util/LeakDetection.h"
+#include "util/Log.h"
+#include "util/Utf8Path.h"
+
+#include <plate_mend/plate_mend.h>
+
+#include <libraw/libraw.h>
+
+#include <iostream>
+#include <memory>
+
+using namespace plate_mend;
+
+namespace {
+
+/// The literal that the log shows. It belongs to the interface and does not follow the project's version.
+constexpr const char* kVersion = "1, 0, 0, 134-d-f02cf55e";
+
+std::shared_ptr<AbstractRepair> repairer_for(const char* file) {
+    return RepairRegistry::instance().create(lower_case_extension(file));
+}
+
+} // namespace
+
+std::int32_t MndRawInit(const char* log_directory, const char* config_directory, const char* work_directory) {
+    const auto config = util::path_from_utf8(config_directory);
+    const auto log = util::path_from_utf8(log_directory);
+    const unsigned char started = util::log::initLog(config, log);
+    PLATE_MEND_LOG_INFORMATION("MndRawInit", "lib_PlateMend_sdk version is %s", kVersion);
+    set_work_directory(util::path_from_utf8(work_directory));
+    return started == 1 ? PLATE_MEND_OK : PLATE_MEND_LOG_FAILED;
+}
+
+void MndRawDestroy(void) {}
+
+std::int32_t MndRawGeneralRepair(const char* damaged_file, const char* output_file) {
+    const auto repairer = repairer_for(damaged_file);
+    return repairer ? repairer->GeneralRepair(damaged_file, output_file) : PLATE_MEND_UNKNOWN;
+}
+
+std::int32_t MndRawAdvanceRepair(const char* damaged_file, const char* sample_file, const char* output_file) {
+    const auto repairer = repairer_for(damaged_file);
+    return repairer ? repairer->AdvanceRepair(damaged_file, sample_file, output_file) : PLATE_MEND_UNKNOWN;
+}
+
+std::int32_t CheckRawFile(const char* file) {
+    const auto path = util::path_from_utf8(file);
+    auto raw = std::make_unique<LibRaw>(0U);
+    if (raw->open_file(path.c_str()) == LIBRAW_SUCCESS) {
+        raw->recycle();
+        return PLATE_MEND_OK;
+    }
+    std::cerr << "Could not open file " << file << std::endl;
+    util::keep_for_life_of_process(raw.release()); // The object of a failed open is never freed.
+    return PLATE_MEND_UNKNOWN;
+}

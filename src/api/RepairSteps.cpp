@@ -1,0 +1,100 @@
+#include "api/RepairSteps.h"
+
+#include "api/WorkDirectory.h"
+#include "util/Utf8Path.h"
+
+#include <still_mend/still_mend.h>
+
+#include <fstream>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace plate_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kCloneBuffer = std::size_t{1} << 20;
+
+fs::file_status status_of(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::none) {
+        throw fs::filesystem_error("status", path, error);
+    }
+    return status;
+}
+
+bool stands_for_directory(const fs::path& path) {
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+} // namespace
+
+RepairPaths decode_paths(const char* damaged_file, const char* sample_file, const char* output_file) {
+    RepairPaths paths;
+    paths.damaged = util::path_from_utf8(damaged_file);
+    paths.sample = util::path_from_utf8(sample_file);
+    paths.output = util::path_from_utf8(output_file);
+    return paths;
+}
+
+bool path_exists(const fs::path& path) {
+    return fs::exists(status_of(path));
+}
+
+void remove_path(const fs::path& path) {
+    std::error_code error;
+    if (fs::is_directory(status_of(path))) {
+        fs::remove_all(path, error);
+        if (error) {
+            throw fs::filesystem_error("remove_all", path, error);
+        }
+    } else {
+        fs::remove(path, error);
+        if (error) {
+            throw fs::filesystem_error("remove", path, error);
+        }
+    }
+}
+
+void clear_path(const fs::path& path) {
+    if (path_exists(path)) {
+        remove_path(path);
+    }
+}
+
+bool inputs_exist(const RepairPaths& paths) {
+    return path_exists(paths.damaged) && path_exists(paths.sample);
+}
+
+fs::path temporary_path(const char* file_name) {
+    return work_directory() / file_name;
+}
+
+bool clone_file(const fs::path& from, const fs::path& to) {
+    std::vector<char> buffer(kCloneBuffer);
+    std::ifstream source;
+    source.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    source.open(from, std::ios::binary);
+    std::ofstream target(to, std::ios::binary | std::ios::trunc);
+    // Where a stream opens on a directory, that counts as a failure all the same.
+    if (source.fail() || target.fail() || stands_for_directory(from)) {
+        return false;
+    }
+    target << source.rdbuf();
+    return true;
+}
+
+std::int32_t run_general_repair(const char* damaged_file, const char* output_file) {
+    const fs::path damaged = util::path_from_utf8(damaged_file);
+    const fs::path output = util::path_from_utf8(output_file);
+    const std::string damaged_utf8 = util::utf8_from_path(damaged);
+    const std::string output_utf8 = util::utf8_from_path(output);
+    return MndJpegGeneralRepair(damaged_utf8.c_str(), output_utf8.c_str());
+}
+
+} // namespace plate_mend

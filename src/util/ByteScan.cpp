@@ -1,0 +1,70 @@
+#include "util/ByteScan.h"
+
+#include <algorithm>
+
+namespace plate_mend {
+
+namespace {
+
+constexpr std::size_t kBlock = 256;
+
+/// Whether the two bytes stand side by side at any of the kBlock positions from start on. Reads kBlock + 1
+/// bytes, with no branch inside, so that compilers turn it into vector code.
+bool block_has_pair(const unsigned char* start, unsigned char first, unsigned char second) {
+    unsigned int hits = 0;
+    for (std::size_t index = 0; index < kBlock; ++index) {
+        const auto at_first = static_cast<unsigned char>(start[index] == first);
+        const auto at_second = static_cast<unsigned char>(start[index + 1] == second);
+        hits |= static_cast<unsigned int>(at_first & at_second);
+    }
+    return hits != 0;
+}
+
+} // namespace
+
+std::optional<std::size_t> find_pattern(std::span<const unsigned char> bytes,
+                                        std::span<const unsigned char> pattern) {
+    if (pattern.empty() || bytes.size() < pattern.size()) {
+        return std::nullopt;
+    }
+    const std::size_t candidates = bytes.size() - pattern.size() + 1;
+    std::size_t index = 0;
+    const auto first_match_before = [&](std::size_t end) -> std::optional<std::size_t> {
+        for (; index < end; ++index) {
+            if (std::equal(pattern.begin(), pattern.end(), bytes.data() + index)) {
+                return index;
+            }
+        }
+        return std::nullopt;
+    };
+    if (pattern.size() >= 2) {
+        // Whole blocks in which the first two bytes of the pattern do not meet are passed over. The byte
+        // behind a block is a candidate's second byte, so it lies inside.
+        while (candidates - index >= kBlock) {
+            if (!block_has_pair(bytes.data() + index, pattern[0], pattern[1])) {
+                index += kBlock;
+            } else if (const auto match = first_match_before(index + kBlock)) {
+                return match;
+            }
+        }
+    }
+    return first_match_before(candidates);
+}
+
+std::optional<std::uint32_t> find_in_file(const MMAP& map, std::span<const unsigned char> pattern,
+                                          std::uint64_t first, std::uint64_t last) {
+    constexpr std::uint64_t kOffsetLimit = std::uint64_t{1} << 32;
+    const auto bytes = map.bytes();
+    last = std::min({last, std::uint64_t{bytes.size()}, kOffsetLimit});
+    if (first >= last) {
+        return std::nullopt;
+    }
+    const auto range = bytes.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first));
+    const auto match = find_pattern(range, pattern);
+    if (!match) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(first + *match);
+}
+
+} // namespace plate_mend

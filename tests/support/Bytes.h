@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace test {
+
+using Bytes = std::vector<unsigned char>;
+
+enum class ByteOrder { kLittle, kBig };
+
+/// Numbers at an offset of bytes, which must lie inside.
+void put_u16(Bytes& bytes, std::size_t offset, std::uint16_t value, ByteOrder order);
+void put_u32(Bytes& bytes, std::size_t offset, std::uint32_t value, ByteOrder order);
+[[nodiscard]] std::uint16_t get_u16(const Bytes& bytes, std::size_t offset, ByteOrder order);
+[[nodiscard]] std::uint32_t get_u32(const Bytes& bytes, std::size_t offset, ByteOrder order);
+
+/// Overwrites bytes from the offset on; they must lie inside.
+void put_bytes(Bytes& bytes, std::size_t offset, const Bytes& value);
+void put_text(Bytes& bytes, std::size_t offset, std::string_view text);
+
+/// count bytes that look like nothing, the same for the same seed.
+[[nodiscard]] Bytes noise(std::size_t count, std::uint32_t seed);
+
+/// The bytes [first, last), and two runs of bytes joined.
+[[nodiscard]] Bytes part(const Bytes& bytes, std::size_t first, std::size_t last);
+[[nodiscard]] Bytes joined(Bytes first, const Bytes& second);
+
+/// The same bytes with [first, last) set to zero.
+[[nodiscard]] Bytes zeroed(Bytes bytes, std::size_t first, std::size_t last);
+
+/// Whole files. Throw std::runtime_error on failure.
+[[nodiscard]] Bytes read_file(const std::filesystem::path& path);
+void write_file(const std::filesystem::path& path, const Bytes& bytes);
+
+/// A path as the UTF-8 string that the library takes.
+[[nodiscard]] std::string utf8(const std::filesystem::path& path);
+
+} // namespace test

@@ -1,0 +1,121 @@
+#include "support/TiffWriter.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace test {
+
+namespace {
+
+enum FieldType : std::uint16_t {
+    kByte = 1,
+    kAscii = 2,
+    kShort = 3,
+    kLong = 4,
+    kRational = 5,
+    kUndefined = 7,
+    kSrational = 10
+};
+
+Bytes encode_longs(const std::vector<std::uint32_t>& values, ByteOrder order) {
+    Bytes bytes(4 * values.size());
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        put_u32(bytes, 4 * index, values[index], order);
+    }
+    return bytes;
+}
+
+} // namespace
+
+std::uint32_t TiffDirectory::entry(std::uint16_t tag) const {
+    const auto found = std::find(tags.begin(), tags.end(), tag);
+    if (found == tags.end()) {
+        throw std::out_of_range("TiffDirectory::entry");
+    }
+    return offset + 2 + 12 * static_cast<std::uint32_t>(found - tags.begin());
+}
+
+TiffEntry TiffWriter::byte(std::uint16_t tag, const Bytes& values) const {
+    return {tag, kByte, static_cast<std::uint32_t>(values.size()), values};
+}
+
+TiffEntry TiffWriter::ascii(std::uint16_t tag, std::string_view text) const {
+    Bytes values(text.begin(), text.end());
+    values.push_back(0);
+    return {tag, kAscii, static_cast<std::uint32_t>(values.size()), values};
+}
+
+TiffEntry TiffWriter::shorts(std::uint16_t tag, const std::vector<std::uint16_t>& values) const {
+    Bytes bytes(2 * values.size());
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        put_u16(bytes, 2 * index, values[index], order_);
+    }
+    return {tag, kShort, static_cast<std::uint32_t>(values.size()), bytes};
+}
+
+TiffEntry TiffWriter::longs(std::uint16_t tag, const std::vector<std::uint32_t>& values) const {
+    return {tag, kLong, static_cast<std::uint32_t>(values.size()), encode_longs(values, order_)};
+}
+
+TiffEntry TiffWriter::rationals(std::uint16_t tag, const std::vector<std::uint32_t>& values) const {
+    return {tag, kRational, static_cast<std::uint32_t>(values.size() / 2), encode_longs(values, order_)};
+}
+
+TiffEntry TiffWriter::srationals(std::uint16_t tag, const std::vector<std::int32_t>& values) const {
+    const std::vector<std::uint32_t> unsigned_values(values.begin(), values.end());
+    return {tag, kSrational, static_cast<std::uint32_t>(values.size() / 2),
+            encode_longs(unsigned_values, order_)};
+}
+
+TiffEntry TiffWriter::undefined(std::uint16_t tag, const Bytes& values) const {
+    return {tag, kUndefined, static_cast<std::uint32_t>(values.size()), values};
+}
+
+void TiffWriter::write_header(std::uint32_t first_ifd) {
+    const unsigned char mark = order_ == ByteOrder::kLittle ? 'I' : 'M';
+    bytes_ = {mark, mark, 0, 0, 0, 0, 0, 0};
+    put_u16(bytes_, 2, 42, order_);
+    put_u32(bytes_, 4, first_ifd, order_);
+}
+
+TiffDirectory TiffWriter::write_directory(const std::vector<TiffEntry>& entries) {
+    TiffDirectory directory{offset(), 0, {}};
+    Bytes frame(2 + 12 * entries.size() + 4);
+    put_u16(frame, 0, static_cast<std::uint16_t>(entries.size()), order_);
+    Bytes outside;
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        const TiffEntry& entry = entries[index];
+        const std::size_t at = 2 + 12 * index;
+        put_u16(frame, at, entry.tag, order_);
+        put_u16(frame, at + 2, entry.type, order_);
+        put_u32(frame, at + 4, entry.count, order_);
+        if (entry.values.size() <= 4) {
+            put_bytes(frame, at + 8, entry.values);
+        } else {
+            put_u32(frame, at + 8, static_cast<std::uint32_t>(offset() + frame.size() + outside.size()),
+                    order_);
+            outside.insert(outside.end(), entry.values.begin(), entry.values.end());
+            outside.resize(outside.size() + outside.size() % 2); // Values begin on a word boundary.
+        }
+        directory.tags.push_back(entry.tag);
+    }
+    directory.next_link = static_cast<std::uint32_t>(offset() + frame.size() - 4);
+    append(frame);
+    append(outside);
+    return directory;
+}
+
+std::uint32_t TiffWriter::append(const Bytes& bytes) {
+    const std::uint32_t at = offset();
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    return at;
+}
+
+void TiffWriter::pad_to(std::size_t offset) {
+    if (offset < bytes_.size()) {
+        throw std::out_of_range("TiffWriter::pad_to");
+    }
+    bytes_.resize(offset);
+}
+
+} // namespace test
