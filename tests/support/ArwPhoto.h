@@ -1,0 +1,34 @@
+#pragma once
+
+#include "support/Bytes.h"
+#include "support/TiffWriter.h"
+
+namespace test {
+
+/// A Sony ARW photograph, laid out as a camera writes it: IFD 0 with a preview, a block of maker notes, IFD 1
+/// with a thumbnail, the Sub IFD with the raw strip, IFD 2 with a second preview, the three JPEGs, and the
+/// raw data at the end, 14 bits in two bytes a pixel. LibRaw opens and decodes it.
+struct ArwPhoto {
+    struct Options {
+        ByteOrder order = ByteOrder::kLittle;
+        unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
+        unsigned width = 160;
+        unsigned height = 120;
+        std::size_t maker_notes = 2048; ///< Bytes between IFD 0 and what follows: they set the image offset.
+    };
+
+    explicit ArwPhoto(const Options& options);
+    ArwPhoto() : ArwPhoto(Options{}) {}
+
+    Bytes bytes;
+    TiffDirectory ifd0;
+    TiffDirectory sub_ifd;
+    TiffDirectory ifd1;
+    TiffDirectory ifd2;
+    std::uint32_t strip_entries = 0;            ///< Of the StripOffsets entry; the other two follow it.
+    std::vector<std::uint32_t> preview_offsets; ///< Of IFD 0, IFD 1, IFD 2.
+    std::uint32_t image_offset = 0;             ///< The raw data; they go on to the end of the file.
+    std::uint32_t image_size = 0;
+};
+
+} // namespace test
