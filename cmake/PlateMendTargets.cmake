@@ -19,6 +19,10 @@ else()
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${PLATE_MEND_WERROR}>:-Werror>)
 endif()
 
+# windows.h shall not define min and max.
+add_library(plate_mend_definitions INTERFACE)
+target_compile_definitions(plate_mend_definitions INTERFACE $<$<BOOL:${WIN32}>:NOMINMAX>)
+
 add_library(plate_mend_sanitizers INTERFACE)
 if(PLATE_MEND_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -30,7 +34,7 @@ endif()
 
 # plate_mend_target(<target>): the settings above for one target.
 function(plate_mend_target target)
-    target_link_libraries(${target} PRIVATE plate_mend_warnings plate_mend_sanitizers)
+    target_link_libraries(${target} PRIVATE plate_mend_warnings plate_mend_definitions plate_mend_sanitizers)
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         C_VISIBILITY_PRESET hidden

@@ -36,11 +36,12 @@ fs::path name_beside(const fs::path& file, const std::string& middle, const std:
     return file.parent_path() / name;
 }
 
-/// Starts the library in a private folder. The log goes there too where nobody wants it.
+/// Starts the library in a private folder. Where nobody wants a log it is sent to a folder that is not there:
+/// an open log would keep Windows from removing the private folder.
 void start_library(const PrivateFolder& folder, const std::string& log_directory) {
     const std::string work = utf8_from(folder.path());
-    const std::string& log = log_directory.empty() ? work : log_directory;
-    if (MndRawInit(log.c_str(), log.c_str(), work.c_str()) != PLATE_MEND_OK) {
+    const std::string log = log_directory.empty() ? work + "/no-log" : log_directory;
+    if (MndRawInit(log.c_str(), log.c_str(), work.c_str()) != PLATE_MEND_OK && !log_directory.empty()) {
         throw std::runtime_error(log + ": no log can be written there");
     }
 }

@@ -1,6 +1,7 @@
 #include "api/Extension.h"
 #include "api/RepairRegistry.h"
 #include "api/WorkDirectory.h"
+#include "platform/RawFile.h"
 #include "util/LeakDetection.h"
 #include "util/Log.h"
 #include "util/Utf8Path.h"
@@ -49,7 +50,7 @@ std::int32_t MndRawAdvanceRepair(const char* damaged_file, const char* sample_fi
 std::int32_t CheckRawFile(const char* file) {
     const auto path = util::path_from_utf8(file);
     auto raw = std::make_unique<LibRaw>(0U);
-    if (raw->open_file(path.c_str()) == LIBRAW_SUCCESS) {
+    if (platform::open_raw(*raw, path) == LIBRAW_SUCCESS) {
         raw->recycle();
         return PLATE_MEND_OK;
     }

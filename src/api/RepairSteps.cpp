@@ -4,6 +4,7 @@
 #include "util/Utf8Path.h"
 
 #include <still_mend/still_mend.h>
+#include <system_path/system_path.h>
 
 #include <fstream>
 #include <string>
@@ -20,7 +21,7 @@ constexpr std::size_t kCloneBuffer = std::size_t{1} << 20;
 
 fs::file_status status_of(const fs::path& path) {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = system_path::status(path, error);
     if (status.type() == fs::file_type::none) {
         throw fs::filesystem_error("status", path, error);
     }
@@ -29,16 +30,16 @@ fs::file_status status_of(const fs::path& path) {
 
 bool stands_for_directory(const fs::path& path) {
     std::error_code ignored;
-    return fs::is_directory(path, ignored);
+    return fs::is_directory(system_path::status(path, ignored));
 }
 
 } // namespace
 
 RepairPaths decode_paths(const char* damaged_file, const char* sample_file, const char* output_file) {
     RepairPaths paths;
-    paths.damaged = util::path_from_utf8(damaged_file);
-    paths.sample = util::path_from_utf8(sample_file);
-    paths.output = util::path_from_utf8(output_file);
+    paths.damaged = system_path::reachable(util::path_from_utf8(damaged_file));
+    paths.sample = system_path::reachable(util::path_from_utf8(sample_file));
+    paths.output = system_path::reachable(util::path_from_utf8(output_file));
     return paths;
 }
 
@@ -49,12 +50,12 @@ bool path_exists(const fs::path& path) {
 void remove_path(const fs::path& path) {
     std::error_code error;
     if (fs::is_directory(status_of(path))) {
-        fs::remove_all(path, error);
+        system_path::remove_all(path, error);
         if (error) {
             throw fs::filesystem_error("remove_all", path, error);
         }
     } else {
-        fs::remove(path, error);
+        system_path::remove(path, error);
         if (error) {
             throw fs::filesystem_error("remove", path, error);
         }
@@ -72,7 +73,7 @@ bool inputs_exist(const RepairPaths& paths) {
 }
 
 fs::path temporary_path(const char* file_name) {
-    return work_directory() / file_name;
+    return system_path::reachable(work_directory() / file_name);
 }
 
 bool clone_file(const fs::path& from, const fs::path& to) {

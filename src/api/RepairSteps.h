@@ -8,7 +8,7 @@
 
 namespace plate_mend {
 
-/// The three paths of an advanced repair.
+/// The three paths of an advanced repair, in a form that the system takes whatever their length.
 struct RepairPaths {
     std::filesystem::path damaged;
     std::filesystem::path sample;
@@ -33,7 +33,8 @@ void clear_path(const std::filesystem::path& path);
 /// Whether the damaged file and then the sample exist. Throws as path_exists.
 [[nodiscard]] bool inputs_exist(const RepairPaths& paths);
 
-/// The path of a temporary file in the work directory; the name alone where that is empty.
+/// The path of a temporary file in the work directory; the name alone where that is empty. It has a form that
+/// the system takes whatever its length.
 [[nodiscard]] std::filesystem::path temporary_path(const char* file_name);
 
 /// Copies a file by streams. False when either stream did not open, or when the source is a directory; the

@@ -4,11 +4,13 @@
 #include <filesystem>
 
 // The system calls under MMAP, one function a call. None throws or logs; last_error tells why one failed.
+// A path that is too long for Windows is to be given in its form behind \\?\.
 //
 //   mode           file opened for          mapping             writes through the view
 //   kReadWrite     reading and writing      shared, writable    reach the file
 //   kReadOnly      reading and writing      read-only           are not allowed
-//   kCopyOnWrite   reading and writing      private             stay in the process
+//   kCopyOnWrite   reading and writing      private             stay in the process; on Windows map_view
+//   fails
 
 namespace plate_mend::platform {
 

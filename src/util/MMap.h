@@ -31,7 +31,8 @@ class MMAP {
     /// Maps for reading and writing; writes reach the file.
     explicit MMAP(std::filesystem::path path);
 
-    /// Maps read-only, or, with false, writable with writes that stay in the process.
+    /// Maps read-only, or, with false, writable with writes that stay in the process. Windows refuses the
+    /// view of the latter, so that nothing is mapped there; no repair asks for it.
     MMAP(std::filesystem::path path, bool read_only);
 
     MMAP(const MMAP&) = delete;

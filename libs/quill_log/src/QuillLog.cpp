@@ -2,6 +2,7 @@
 
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
+#include <system_path/system_path.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -32,7 +33,12 @@ fs::path log_path(std::string utf8) {
     if (separator != std::string::npos) {
         utf8[separator] = static_cast<char>(fs::path::preferred_separator);
     }
-    return fs::absolute(fs::path(std::u8string(utf8.begin(), utf8.end())));
+    return system_path::reachable(fs::absolute(fs::path(std::u8string(utf8.begin(), utf8.end()))));
+}
+
+bool is_folder(const fs::path& path) {
+    std::error_code ignored;
+    return fs::is_directory(system_path::status(path, ignored));
 }
 
 std::string format_text(const char* format, std::va_list arguments) {
@@ -55,7 +61,7 @@ unsigned char InitLogEx(const char* /*config_directory*/, const char* /*module*/
     try {
         const fs::path path = log_path(log_file);
         // The sink would make missing folders; a mistyped one shall be told instead.
-        if (!fs::is_directory(path.parent_path()) || fs::is_directory(path)) {
+        if (!is_folder(path.parent_path()) || is_folder(path)) {
             return 0;
         }
         auto sink = std::make_unique<FileSink>(path.native());

@@ -1,6 +1,5 @@
 #include "platform/FileMapping.h"
 
-#define NOMINMAX
 #include <windows.h>
 
 #include <sys/stat.h>
@@ -8,6 +7,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <string_view>
 
 namespace plate_mend::platform {
 
@@ -18,6 +18,9 @@ namespace plate_mend::platform {
 //   kReadWrite     reading and writing     PAGE_READWRITE     FILE_MAP_ALL_ACCESS
 //   kReadOnly      reading                 PAGE_READONLY      FILE_MAP_READ
 //   kCopyOnWrite   writing                 PAGE_WRITECOPY     FILE_MAP_WRITE
+//
+// The system gives no view with FILE_MAP_WRITE of a PAGE_WRITECOPY mapping, so the last mode never maps. No
+// repair asks for it.
 
 namespace {
 
@@ -43,9 +46,26 @@ HANDLE to_handle(NativeHandle handle) noexcept {
     return reinterpret_cast<HANDLE>(handle);
 }
 
+// The run-time library may hold the ? of a long path's form for a wildcard.
+bool has_long_form(const std::filesystem::path& path) noexcept {
+    return std::wstring_view(path.c_str()).starts_with(LR"(\\?\)");
+}
+
+std::uint64_t file_size_of_long_form(const std::filesystem::path& path) noexcept {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) == 0 ||
+        (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return 0;
+    }
+    return std::uint64_t{data.nFileSizeHigh} << 32U | data.nFileSizeLow;
+}
+
 } // namespace
 
 std::uint64_t file_size(const std::filesystem::path& path) noexcept {
+    if (has_long_form(path)) {
+        return file_size_of_long_form(path);
+    }
     struct ::_stat64 status {};
     if (::_wstat64(path.c_str(), &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG ||
         status.st_size < 0) {

@@ -1,6 +1,5 @@
 #include "platform/Utf8.h"
 
-#define NOMINMAX
 #include <windows.h>
 
 #include <system_error>

@@ -1,6 +1,5 @@
 #include "platform/Arguments.h"
 
-#define NOMINMAX
 #include <windows.h>
 
 #include <shellapi.h>
