@@ -148,13 +148,6 @@ TEST_P(AdvancedRepairOfEveryFormat, IllFormedPathsReachTheHostAsASystemErrorAndN
     EXPECT_TRUE(fs::exists(folder / "output"));
 }
 
-TEST_P(AdvancedRepairOfEveryFormat, PathThatCannotBeExaminedReachesTheHostAsAFilesystemError) {
-    const std::string name = std::string("photo.") + GetParam().extension;
-    const std::string endless(5000, 'x');
-    EXPECT_THROW(MndRawAdvanceRepair(name.c_str(), name.c_str(), endless.c_str()), fs::filesystem_error);
-    EXPECT_THROW(MndRawAdvanceRepair((endless + name).c_str(), name.c_str(), "out"), fs::filesystem_error);
-}
-
 INSTANTIATE_TEST_SUITE_P(EveryKey, AdvancedRepairOfEveryFormat,
                          ::testing::Values(MissingInput{"arw", -1120}, MissingInput{"raw", -1120},
                                            MissingInput{"sr2", -1130}, MissingInput{"raf", -1150},

@@ -120,6 +120,18 @@ TEST(MMapPosix, CloseGivesTheDescriptorBack) {
     ::close(descriptor_behind);
 }
 
+TEST(MMapPosix, CopyOnWriteKeepsWritesFromTheFile) {
+    const test::TempDir folder;
+    test::write_file(folder / "file", {1, 2, 3});
+    {
+        const MMAP map(folder / "file", false);
+        ASSERT_EQ(map.size(), 3U);
+        map.base[1] = 9;
+        EXPECT_EQ(map.bytes()[1], 9);
+    }
+    EXPECT_EQ(test::read_file(folder / "file"), (test::Bytes{1, 2, 3}));
+}
+
 TEST(MMapPosix, AnythingButARegularFileHasSizeZero) {
     test::reset_stand_ins();
     const test::TempDir folder;

@@ -78,16 +78,6 @@ TEST_F(MMap, WritesReachTheFile) {
     EXPECT_EQ(test::read_file(path), (Bytes{1, 9, 3}));
 }
 
-TEST_F(MMap, CopyOnWriteKeepsWritesFromTheFile) {
-    const auto path = file_of({1, 2, 3});
-    {
-        const MMAP map(path, false);
-        map.base[1] = 9;
-        EXPECT_EQ(map.bytes()[1], 9);
-    }
-    EXPECT_EQ(test::read_file(path), (Bytes{1, 2, 3}));
-}
-
 TEST_F(MMap, ReadOnlyMapsTheSameBytes) {
     const MMAP map(file_of({1, 2, 3}), true);
     EXPECT_EQ(map.size(), 3U);
