@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 // Tags of TIFF 6.0 and Exif, and of the raw section.
 enum Tag : std::uint16_t {
