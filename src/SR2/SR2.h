@@ -103,7 +103,8 @@ class SR2 {
     void read_ifd1_tags(std::uint32_t start);
 
     /// Zeroes the first 30 bytes of the previews of IFD 0 and IFD 1, in this order, in the mapping. Throws
-    /// OutRangeException when a preview's first 31 bytes do not lie in the file; what was zeroed before stays.
+    /// OutRangeException when a preview's first 31 bytes do not lie in the file; what was zeroed before
+    /// stays.
     void clear_previews();
 
     /// The first place in [start, end) where the tag stands with a field type behind it. An end below the
