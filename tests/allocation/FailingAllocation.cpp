@@ -1,0 +1,50 @@
+#include "allocation/FailingAllocation.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::size_t allocations_left = 0; // 0: none is to fail.
+bool failed = false;
+
+} // namespace
+
+namespace test {
+
+FailingAllocation::FailingAllocation(std::size_t number) {
+    failed = false;
+    allocations_left = number;
+}
+
+FailingAllocation::~FailingAllocation() {
+    allocations_left = 0;
+}
+
+bool FailingAllocation::has_failed() {
+    return failed;
+}
+
+} // namespace test
+
+// The array and nothrow forms of the standard library call these.
+
+void* operator new(std::size_t size) {
+    if (allocations_left != 0 && --allocations_left == 0) {
+        failed = true;
+        throw std::bad_alloc();
+    }
+    void* memory = std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
