@@ -31,6 +31,10 @@ struct Outcome {
     LogLine line;
 };
 
+std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
+    return stream << outcome.code << ' ' << outcome.line;
+}
+
 ::testing::Matcher<const Outcome&> EndsIn(std::int32_t code, const ::testing::Matcher<const LogLine&>& line) {
     return AllOf(Field("code", &Outcome::code, code), Field("line", &Outcome::line, line));
 }

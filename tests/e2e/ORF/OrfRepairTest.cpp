@@ -8,8 +8,12 @@
 namespace test {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
+using ::testing::Ge;
 using ::testing::IsEmpty;
+using ::testing::Le;
 
 namespace fs = std::filesystem;
 
@@ -470,6 +474,33 @@ TEST_F(OrfRepairs, TheSampleItselfCanBeTheDamagedFile) {
     write_file(folder / "one.orf", sample.bytes);
     EXPECT_EQ(advance(folder / "one.orf", folder / "one.orf", folder / "out.orf"), 0);
     EXPECT_EQ(read_file(folder / "out.orf"), expected_output(sample, sample));
+}
+
+// ---- whatever the files hold
+
+TEST_F(OrfRepairs, AnyCutOfEitherFileEndsInSuccessOrACode) {
+    const auto ends_well = AnyOf(0, AllOf(Ge(-1147), Le(-1142)));
+    for (std::size_t size = 1; size < sample.bytes.size(); size += size < 800 ? 31 : 509) {
+        EXPECT_THAT(advance("orf", damaged, part(sample.bytes, 0, size)), ends_well) << size;
+        EXPECT_THAT(advance("orf", part(original.bytes, 0, size), sample.bytes), ends_well) << size;
+    }
+}
+
+TEST_F(OrfRepairs, AnyBytesInFrontEndInSuccessOrACode) {
+    const auto ends_well = AnyOf(0, AllOf(Ge(-1147), Le(-1142)));
+    for (std::uint32_t seed = 0; seed < 40; ++seed) {
+        Bytes bad_sample = sample.bytes;
+        Bytes bad_damaged = original.bytes;
+        const Bytes random = noise(80, seed);
+        for (std::size_t index = 0; index < random.size(); index += 4) {
+            const std::size_t place = (random[index] * 256U + random[index + 1]) % 640;
+            bad_sample[place] = random[index + 2];
+            bad_damaged[place] = random[index + 3];
+        }
+        put_bytes(bad_sample, 0, part(sample.bytes, 0, 8)); // Else the header stops nearly all of them.
+        EXPECT_THAT(advance("orf", damaged, bad_sample), ends_well) << seed;
+        EXPECT_THAT(advance("orf", bad_damaged, sample.bytes), ends_well) << seed;
+    }
 }
 
 } // namespace
