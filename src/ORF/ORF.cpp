@@ -203,9 +203,8 @@ void ORF::read_damaged_tags(std::uint32_t offset) {
 }
 
 // The output path is a copy of the caller's: the copy is made, and may fail, in the caller's guard.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ORF::merge_data(const std::shared_ptr<ORF>& damaged, const std::shared_ptr<ORF>& sample,
-                     std::filesystem::path output) {
+                     std::filesystem::path output) { // NOLINT(performance-unnecessary-value-param)
     clear_path(output);
     std::ofstream stream(output, std::ios::binary | std::ios::app);
     if (!stream.is_open()) {

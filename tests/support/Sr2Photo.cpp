@@ -77,7 +77,7 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     photo.thumbnail = file.append(thumbnail);
     file.set_value(photo.ifd0, 513, photo.preview);
     file.set_value(photo.ifd1, 513, photo.thumbnail);
-    file.pad_to((file.offset() + 511) / 512 * 512);
+    file.pad_to((std::size_t{file.offset()} + 511) / 512 * 512);
     photo.image = file.append(image);
     file.set_value(photo.sub_ifd, 273, photo.image);
     photo.bytes = file.bytes();

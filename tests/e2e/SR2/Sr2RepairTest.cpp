@@ -305,7 +305,7 @@ TEST_F(Sr2Repairs, ASampleWithoutASecondDirectoryHasItsHeaderReadAsOne) {
     EXPECT_EQ(advance("sr2", damaged, bytes), PLATE_MEND_SR2_OUT_OF_RANGE);
     expect_failure("sample offset error is Access out of range");
     // Long enough, it passes.
-    EXPECT_EQ(advance("sr2", damaged, joined(bytes, Bytes(18761 * 12))), 0);
+    EXPECT_EQ(advance("sr2", damaged, joined(bytes, Bytes(std::size_t{18761} * 12))), 0);
 }
 
 TEST_F(Sr2Repairs, ASampleWithAPreviewPastItsEndIsAnOffsetErrorWithTheFirstOneBlanked) {

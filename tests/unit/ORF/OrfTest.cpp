@@ -14,8 +14,6 @@
 namespace plate_mend {
 namespace {
 
-using ::testing::Each;
-using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::IsNull;
