@@ -85,8 +85,28 @@ class BitWriter {
     unsigned filled_ = 0;
 };
 
-/// A lossless JPEG of one component (ITU-T T.81, SOF3) with the left neighbour as predictor. All categories
-/// of differences have codes of four bits.
+/// The tile at a column and a row, filled up at the edges with zeros.
+Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsigned left, unsigned top) {
+    std::vector<std::uint16_t> tile(std::size_t{options.tile_width} * options.tile_height);
+    for (unsigned row = 0; row < options.tile_height && top + row < options.height; ++row) {
+        for (unsigned column = 0; column < options.tile_width && left + column < options.width; ++column) {
+            tile[std::size_t{row} * options.tile_width + column] =
+                photo.samples[std::size_t{top + row} * options.width + left + column];
+        }
+    }
+    return lossless_jpeg(tile, options.tile_width, options.tile_height);
+}
+
+/// Where a list of LONGs stands: in the value field when it has one.
+std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std::uint16_t tag) {
+    const std::uint32_t entry = directory.entry(tag);
+    return get_u32(photo.bytes, entry + 4, photo.order) == 1 ? entry + 8
+                                                             : get_u32(photo.bytes, entry + 8, photo.order);
+}
+
+} // namespace
+
+// The predictor is the left neighbour. All categories of differences have codes of four bits.
 Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height) {
     const auto high = [](unsigned value) { return static_cast<unsigned char>(value >> 8U); };
     const auto low = [](unsigned value) { return static_cast<unsigned char>(value); };
@@ -119,27 +139,6 @@ Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, u
     }
     return joined(joined(jpeg, bits.finish()), {0xFF, 0xD9});
 }
-
-/// The tile at a column and a row, filled up at the edges with zeros.
-Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsigned left, unsigned top) {
-    std::vector<std::uint16_t> tile(std::size_t{options.tile_width} * options.tile_height);
-    for (unsigned row = 0; row < options.tile_height && top + row < options.height; ++row) {
-        for (unsigned column = 0; column < options.tile_width && left + column < options.width; ++column) {
-            tile[std::size_t{row} * options.tile_width + column] =
-                photo.samples[std::size_t{top + row} * options.width + left + column];
-        }
-    }
-    return lossless_jpeg(tile, options.tile_width, options.tile_height);
-}
-
-/// Where a list of LONGs stands: in the value field when it has one.
-std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std::uint16_t tag) {
-    const std::uint32_t entry = directory.entry(tag);
-    return get_u32(photo.bytes, entry + 4, photo.order) == 1 ? entry + 8
-                                                             : get_u32(photo.bytes, entry + 8, photo.order);
-}
-
-} // namespace
 
 DngPhoto::DngPhoto(const Options& options) : order(options.order) {
     const Scene scene(options.number);
