@@ -148,7 +148,7 @@ TEST_F(DngRealFiles, CanonX4InTwoTilesIsWholeAgain) {
     for (const std::uint32_t left : {0U, width}) {
         std::vector<std::uint16_t> samples;
         for (std::uint32_t row = 0; row < height; ++row) {
-            const auto first = picture->samples.begin() + row * picture->width + left;
+            const std::uint16_t* first = &picture->samples[std::size_t{row} * picture->width + left];
             samples.insert(samples.end(), first, first + width);
         }
         tiles.push_back(lossless_jpeg(samples, width, height));

@@ -73,6 +73,7 @@ Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
 
 std::vector<std::uint32_t> values_of(const std::vector<ValueSlot>& slots) {
     std::vector<std::uint32_t> values;
+    values.reserve(slots.size());
     for (const ValueSlot& slot : slots) {
         values.push_back(slot.value);
     }
@@ -81,6 +82,7 @@ std::vector<std::uint32_t> values_of(const std::vector<ValueSlot>& slots) {
 
 std::vector<std::uint64_t> positions_of(const std::vector<ValueSlot>& slots) {
     std::vector<std::uint64_t> positions;
+    positions.reserve(slots.size());
     for (const ValueSlot& slot : slots) {
         positions.push_back(slot.position);
     }
