@@ -1,5 +1,11 @@
 #include "support/ArwPhoto.h"
 #include "support/Bytes.h"
+#include "support/Cr2Photo.h"
+#include "support/DngPhoto.h"
+#include "support/NefPhoto.h"
+#include "support/OrfPhoto.h"
+#include "support/RafPhoto.h"
+#include "support/Sr2Photo.h"
 #include "support/TempDir.h"
 
 #include <plate_mend/plate_mend.h>
@@ -29,19 +35,28 @@ struct Pair {
     Bytes sample;
 };
 
-/// Two photographs from one camera, as the builder makes them. The damaged one has lost its first bytes.
 template <typename Photo>
-Pair pair_of(const char* extension) {
-    typename Photo::Options first;
-    typename Photo::Options second;
-    first.number = 1;
-    second.number = 2;
-    return {extension, test::zeroed(Photo(second).bytes, 0, 8), Photo(first).bytes};
+Bytes photo(unsigned number) {
+    typename Photo::Options options;
+    options.number = number;
+    return Photo(options).bytes;
+}
+
+/// Two photographs from one camera, as the builder makes them by their numbers. The damaged one has lost its
+/// first bytes.
+Pair pair_of(const char* extension, Bytes (*build)(unsigned number)) {
+    return {extension, test::zeroed(build(2), 0, 8), build(1)};
 }
 
 std::vector<Pair> all_pairs() {
     return {
-        pair_of<test::ArwPhoto>("arw"),
+        pair_of("arw", photo<test::ArwPhoto>),
+        pair_of("sr2", [](unsigned scene) { return test::make_sr2({.scene = scene}).bytes; }),
+        pair_of("raf", photo<test::RafPhoto>),
+        pair_of("orf", [](unsigned scene) { return test::make_orf({.scene = scene}).bytes; }),
+        pair_of("dng", photo<test::DngPhoto>),
+        pair_of("cr2", photo<test::Cr2Photo>),
+        pair_of("nef", photo<test::NefPhoto>),
     };
 }
 

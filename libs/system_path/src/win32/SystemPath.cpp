@@ -87,22 +87,36 @@ std::error_code remove_entry(const std::wstring& path, DWORD attributes) {
     return removed != 0 ? std::error_code{} : error_of_last_call();
 }
 
+/// A search in a folder, ended with its life.
+struct Search {
+    explicit Search(const std::wstring& folder)
+        : handle(::FindFirstFileW((folder + LR"(\*)").c_str(), &entry)) {}
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+    ~Search() {
+        if (handle != INVALID_HANDLE_VALUE) {
+            ::FindClose(handle);
+        }
+    }
+
+    WIN32_FIND_DATAW entry{};
+    HANDLE handle;
+};
+
 std::error_code remove_tree(const std::wstring& path, DWORD attributes);
 
 std::error_code remove_contents(const std::wstring& folder) {
-    WIN32_FIND_DATAW entry{};
-    const HANDLE search = ::FindFirstFileW((folder + LR"(\*)").c_str(), &entry);
-    if (search == INVALID_HANDLE_VALUE) {
+    Search search(folder);
+    if (search.handle == INVALID_HANDLE_VALUE) {
         return error_of_last_call();
     }
     std::error_code error;
     do {
-        const std::wstring_view name = entry.cFileName;
+        const std::wstring name = search.entry.cFileName;
         if (name != L"." && name != L"..") {
-            error = remove_tree(folder + L'\\' + entry.cFileName, entry.dwFileAttributes);
+            error = remove_tree(folder + L'\\' + name, search.entry.dwFileAttributes);
         }
-    } while (!error && ::FindNextFileW(search, &entry) != 0);
-    ::FindClose(search);
+    } while (!error && ::FindNextFileW(search.handle, &search.entry) != 0);
     return error;
 }
 
