@@ -13,7 +13,7 @@ set(PLATE_MEND_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
 
 add_library(plate_mend_warnings INTERFACE)
 if(MSVC)
-    target_compile_options(plate_mend_warnings INTERFACE /W4 /utf-8 $<$<BOOL:${PLATE_MEND_WERROR}>:/WX>)
+    target_compile_options(plate_mend_warnings INTERFACE /W4 /utf-8 /Zc:preprocessor $<$<BOOL:${PLATE_MEND_WERROR}>:/WX>)
 else()
     target_compile_options(plate_mend_warnings INTERFACE
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${PLATE_MEND_WERROR}>:-Werror>)
@@ -42,11 +42,27 @@ function(plate_mend_target target)
         POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
+# plate_mend_console_program(<target>): a program that people start. It stands beside the shared libraries, and on
+# Windows its manifest asks for UTF-8 and for long paths.
+function(plate_mend_console_program target)
+    set_target_properties(${target} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
+        BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
+    if(MSVC)
+        target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake/program.manifest")
+    elseif(WIN32)
+        target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake/program.rc")
+        target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake")
+        set_source_files_properties("${PROJECT_SOURCE_DIR}/cmake/program.rc" PROPERTIES
+            OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/program.manifest")
+    endif()
+endfunction()
+
 # plate_mend_shared_library(<target> <file name> <symbol>...): a shared library with exactly these exports.
 # On ELF a version script hides everything else; on Windows the exports are those marked dllexport.
 function(plate_mend_shared_library target name)
     set_target_properties(${target} PROPERTIES
-        PREFIX "" OUTPUT_NAME "${name}" DEBUG_POSTFIX ""
+        PREFIX "" IMPORT_PREFIX "" OUTPUT_NAME "${name}" DEBUG_POSTFIX ""
         RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
         LIBRARY_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
         BUILD_RPATH_USE_ORIGIN ON

@@ -1,4 +1,5 @@
 #include <still_mend/still_mend.h>
+#include <system_path/system_path.h>
 
 #include "JpegDecode.h"
 #include "JpegSearch.h"
@@ -17,7 +18,7 @@ namespace fs = std::filesystem;
 
 fs::path path_of(const char* utf8) {
     const std::string text(utf8);
-    return fs::path(std::u8string(text.begin(), text.end()));
+    return system_path::reachable(fs::path(std::u8string(text.begin(), text.end())));
 }
 
 std::optional<std::vector<unsigned char>> read_file(const fs::path& path) {

@@ -3,6 +3,8 @@
 #include "support/Bytes.h"
 #include "support/TempDir.h"
 
+#include <system_path/system_path.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -63,6 +65,19 @@ TEST_F(QuillLog, KeepsWhatTheFileHeld) {
     ASSERT_EQ(InitLogEx("", "Module", log_name().c_str()), 1);
     LogEx("Module", 1, "new");
     EXPECT_THAT(lines(), ElementsAre("old", IsStamped("[info] [Module] new")));
+}
+
+TEST_F(QuillLog, FolderMayHaveALongNonAsciiPath) {
+    fs::path deep = folder.path();
+    for (int level = 0; level < 6; ++level) {
+        deep /= std::u8string(50, u8'x') + u8"-für-写真";
+        fs::create_directory(system_path::reachable(deep));
+    }
+    ASSERT_EQ(InitLogEx("", "Module", (utf8(deep) + "\\Some.log").c_str()), 1);
+    LogEx("Module", 1, "text");
+    const Bytes bytes = read_file(system_path::reachable(deep / "Some.log"));
+    EXPECT_THAT(std::string(bytes.begin(), bytes.end()), ::testing::HasSubstr("[info] [Module] text"));
+    EXPECT_EQ(InitLogEx("", "Module", (utf8(deep / "missing") + "\\Some.log").c_str()), 0);
 }
 
 TEST_F(QuillLog, LineIsInTheFileWhenTheCallReturns) {

@@ -1,0 +1,15 @@
+# cmake -DLIBRARY=... -DALLOWED=a,b,c -DOBJDUMP=... -P CheckImports.cmake
+# Fails where a DLL or program imports from a DLL that is not named: what a host would have to ship with it.
+string(REPLACE "," ";" allowed "${ALLOWED}")
+execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "DLL Name: [^\r\n]+" rows "${text}")
+if(NOT rows)
+    message(FATAL_ERROR "${LIBRARY} imports nothing")
+endif()
+foreach(row IN LISTS rows)
+    string(REPLACE "DLL Name: " "" name "${row}")
+    if(NOT name IN_LIST allowed)
+        message(FATAL_ERROR "${LIBRARY} imports from ${name}")
+    endif()
+    message(STATUS "${name}")
+endforeach()
