@@ -83,8 +83,7 @@ std::uint32_t CR3::read_track(unsigned n, Source source, TrackCursor& cursor) {
         mmap->advance(skipped);
         cursor.gap = n == 1 ? skipped : cursor.gap + skipped;
     }
-    const auto bytes = std::make_shared<std::vector<unsigned char>>(read_next_bytes(*mmap, size));
-    set_track_data(*mdat, n, *bytes);
+    set_track_data(*mdat, n, read_next_bytes(*mmap, size));
     if (n != 1) {
         correct_offset(offset - cursor.gap);
     } else if (skipped != 0) {

@@ -94,9 +94,7 @@ void CR3::parse_thmb(const std::shared_ptr<MoovBox>& parent) {
     thmb->set_jpeg_size(read_next_u32(*mmap));
     thmb->set_value3(read_next_u16(*mmap));
     thmb->set_value4(read_next_u16(*mmap));
-    const auto jpeg =
-        std::make_shared<std::vector<unsigned char>>(read_next_bytes(*mmap, thmb->get_jpeg_size()));
-    thmb->set_jpeg(*jpeg);
+    thmb->set_jpeg(read_next_bytes(*mmap, thmb->get_jpeg_size()));
     // The low two bits of the length, not what rounds it up to 4.
     const std::uint32_t pad = thmb->get_jpeg_size() & 3U;
     if (pad != 0) {
@@ -224,9 +222,7 @@ void CR3::parse_prvw(const std::shared_ptr<PreviewDataBox>& parent) {
     prvw->set_value3(read_next_u16(*mmap));
     prvw->set_value4(read_next_u16(*mmap));
     prvw->set_jpeg_size(read_next_u32(*mmap));
-    const auto jpeg =
-        std::make_shared<std::vector<unsigned char>>(read_next_bytes(*mmap, prvw->get_jpeg_size()));
-    prvw->set_jpeg(*jpeg);
+    prvw->set_jpeg(read_next_bytes(*mmap, prvw->get_jpeg_size()));
     parent->set_prvw(prvw);
 }
 
