@@ -105,8 +105,9 @@ CR3::TrackCursor CR3::enter_corrupt_track(std::uint32_t offset, std::uint32_t si
     if (offset >= mmap->size() || end >= mmap->size()) {
         throw VisitingBeyondException();
     }
-    mmap->seek(offset -
-               1); // In front of a track at offset 0 that is no place of the file, and no byte is read.
+    // In front of a track at offset 0 there is no place; the 32-bit difference lies behind any file, and only
+    // an empty track reads nothing from there.
+    mmap->seek(offset - 1);
     return {.offset = offset, .gap = 0};
 }
 
