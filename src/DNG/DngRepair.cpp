@@ -1,18 +1,120 @@
 #include "DNG/DngRepair.h"
 
+#include "DNG/DNG.h"
+#include "api/Exceptions.h"
 #include "api/RepairRegistry.h"
 #include "api/RepairSteps.h"
 #include "util/Log.h"
+#include "util/Reading.h"
+#include "util/Slice.h"
 
 #include <plate_mend/plate_mend.h>
 
 #include <memory>
+#include <vector>
 
 namespace plate_mend {
 
 namespace {
 
 const RepairRegistrar registrar("dng", [] { return std::make_shared<DngRepair>(); });
+
+constexpr DNG::Pattern kNewSubfileType{0x00, 0xFE}; // 254
+constexpr DNG::Pattern kStripOffsets{0x01, 0x11};   // 273
+constexpr DNG::Pattern kSubIfds{0x01, 0x4A};        // 330
+
+/// Blanks the preview of IFD 0 in the clone. Gives the offsets of the sub-directories.
+std::vector<std::uint32_t> read_first_directory(DNG& sample) {
+    sample.parse_header();
+    const std::uint32_t first_ifd = sample.first_ifd_offset();
+    sample.blank_entry_data(std::make_shared<DE>(), sample.find_tag(kStripOffsets, first_ifd));
+    return sample.read_sub_ifd_offsets(std::make_shared<DE>(), sample.find_tag(kSubIfds, first_ifd));
+}
+
+/// Reads the tile lists of the main image and blanks the previews of the other sub-directories. Of several
+/// main images the last one's lists stay.
+void read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets) {
+    for (const std::uint32_t offset : offsets) {
+        const std::uint32_t subfile_type = sample.find_tag(kNewSubfileType, offset);
+        if (sample.read_entry_is_zero(std::make_shared<DE>(), subfile_type)) {
+            sample.read_tile_offsets(offset);
+            sample.read_tile_byte_counts(offset);
+        } else {
+            sample.blank_entry_data(std::make_shared<DE>(), sample.find_tag(kStripOffsets, offset));
+        }
+    }
+}
+
+/// Finds the first NewSubfileType entry of value 0 with two good tile entries behind it, and reads their
+/// lists. An empty file leaves them empty.
+void read_damaged(DNG& damaged) {
+    std::uint32_t scan_offset = 0;
+    while (scan_offset < damaged.file_size()) {
+        const std::uint32_t match = damaged.find_tag(kNewSubfileType, scan_offset);
+        scan_offset = match + 1;
+        try {
+            if (damaged.read_entry_is_zero(std::make_shared<DE>(), match)) {
+                damaged.read_tile_offsets(match);
+                damaged.read_tile_byte_counts(match);
+                return;
+            }
+        } catch (const IllegalException&) {
+            // A false match, or a bad tile entry behind a true one: it costs one more search. What was read
+            // of it stays until a later match replaces it.
+        }
+    }
+}
+
+/// Throws MismatchingException unless the lists of both files go together and hold what the merge takes out
+/// of them: a first offset, a last byte count, and a byte count for every tile in front of the last.
+void require_matching_tiles(const DNG& sample, const DNG& damaged) {
+    const std::size_t offsets = sample.tile_offsets().size();
+    const std::size_t byte_counts = sample.tile_byte_counts().size();
+    if (offsets != damaged.tile_offsets().size() || byte_counts != damaged.tile_byte_counts().size()) {
+        throw MismatchingException();
+    }
+    if (offsets == 0 || byte_counts == 0 || byte_counts < offsets - 1) {
+        throw MismatchingException();
+    }
+}
+
+void patch_number(DNG& sample, const ValueSlot& slot, std::uint32_t number) {
+    sample.mmap()->seek(slot.position);
+    write_u32(*sample.mmap(), sample.as_stored(number));
+}
+
+/// Rewrites the clone's tile tables for the damaged file's tiles, which will lie end to end from the sample's
+/// first tile on.
+void patch_tables(DNG& sample, const DNG& damaged) {
+    const auto byte_counts = damaged.tile_byte_counts();
+    const auto byte_count_slots = sample.tile_byte_counts();
+    for (std::size_t tile = 0; tile < byte_count_slots.size(); ++tile) {
+        patch_number(sample, byte_count_slots[tile], byte_counts[tile].value);
+    }
+    const auto offset_slots = sample.tile_offsets();
+    std::uint32_t offset = offset_slots.front().value; // A sum of 32 bits.
+    for (std::size_t tile = 0; tile + 1 < offset_slots.size(); ++tile) {
+        offset += byte_counts[tile].value;
+        patch_number(sample, offset_slots[tile + 1], offset);
+    }
+}
+
+/// Writes the output, which does not exist yet. A failed write is not noticed. Throws MismatchingException
+/// before anything is patched, OutRangeException when a slice would leave its file; what was written before
+/// stays.
+void merge_data(const std::shared_ptr<DNG>& sample, const std::shared_ptr<DNG>& damaged,
+                const std::filesystem::path& output_path) {
+    require_matching_tiles(*sample, *damaged);
+    const std::uint32_t sample_image = sample->tile_offsets().front().value;
+    const std::uint32_t damaged_image = damaged->tile_offsets().front().value;
+    patch_tables(*sample, *damaged);
+    DNG::append_to_file(slice(*sample->mmap(), 0, sample_image), output_path);
+
+    const std::uint32_t image_size = damaged->tile_offsets().back().value +
+                                     damaged->tile_byte_counts().back().value - damaged_image; // Of 32 bits.
+    DNG::append_to_file(slice(*damaged->mmap(), damaged_image, image_size), output_path);
+    sample->mmap()->close(); // Else its file could not be removed.
+}
 
 } // namespace
 
@@ -30,8 +132,43 @@ std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* samp
         return PLATE_MEND_DNG_CLONE_FAILED;
     }
     PLATE_MEND_LOG_INFORMATION("DngRepair::AdvanceRepair", "dng file clone success");
-    PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "the advanced repair of dng is not built yet");
-    return PLATE_MEND_DNG_SAMPLE_UNUSABLE;
+
+    const auto sample = std::make_shared<DNG>(temporary);
+    std::vector<std::uint32_t> sub_ifds;
+    try {
+        sub_ifds = read_first_directory(*sample);
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
+        return PLATE_MEND_DNG_SAMPLE_UNUSABLE;
+    }
+    try {
+        read_sub_directories(*sample, sub_ifds);
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
+        return PLATE_MEND_DNG_SAMPLE_UNUSABLE;
+    }
+
+    const auto damaged = std::make_shared<DNG>(paths.damaged);
+    damaged->set_big_endian(sample->big_endian());
+    try {
+        read_damaged(*damaged);
+    } catch (const NotFoundException& e) {
+        PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
+        return PLATE_MEND_DNG_NOT_FOUND;
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
+        return PLATE_MEND_DNG_DAMAGED_UNUSABLE;
+    }
+
+    try {
+        merge_data(sample, damaged, paths.output);
+        remove_path(temporary);
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
+        return PLATE_MEND_DNG_MERGE_FAILED;
+    }
+    PLATE_MEND_LOG_INFORMATION("DngRepair::AdvanceRepair", "DNG repaired success");
+    return 0;
 }
 
 std::int32_t DngRepair::GeneralRepair(const char* damaged_file, const char* output_file) {

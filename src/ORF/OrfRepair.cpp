@@ -1,5 +1,7 @@
 #include "ORF/OrfRepair.h"
 
+#include "ORF/ORF.h"
+#include "api/Exceptions.h"
 #include "api/RepairRegistry.h"
 #include "api/RepairSteps.h"
 #include "util/Log.h"
@@ -13,6 +15,30 @@ namespace plate_mend {
 namespace {
 
 const RepairRegistrar registrar("orf", [] { return std::make_shared<OrfRepair>(); });
+
+/// Reads what the repair needs of the sample, then blanks the pictures of the clone.
+void read_sample(ORF& sample) {
+    sample.read_ifh();
+    const std::uint32_t ifd0 = sample.first_ifd_offset();
+    const auto [next_ifd, ifd0_end] = sample.read_ifd0(ifd0);
+    if (next_ifd != 0) {
+        throw IllegalException("ifd 0 end flag illegal");
+    }
+    sample.read_sample_tags(ifd0, ifd0_end);
+    sample.blank_jpegs();
+}
+
+/// Finds the first group of strip entries, wherever it lies. The file is taken to have the sample's byte
+/// order.
+void read_damaged(ORF& damaged, std::uint8_t big_endian) {
+    const ORF::Pattern strip_offsets{0x01, 0x11}; // 273
+    damaged.set_big_endian(big_endian);
+    std::uint32_t group = damaged.search_order_tag(strip_offsets, 0);
+    while (!damaged.is_raw_tag(group)) {
+        group = damaged.search_order_tag(strip_offsets, group + 1);
+    }
+    damaged.read_damaged_tags(group);
+}
 
 } // namespace
 
@@ -30,8 +56,55 @@ std::int32_t OrfRepair::AdvanceRepair(const char* damaged_file, const char* samp
         return PLATE_MEND_ORF_CLONE_FAILED;
     }
     PLATE_MEND_LOG_INFORMATION("OrfRepair::AdvanceRepair", "orf file clone success");
-    PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "the advanced repair of orf is not built yet");
-    return PLATE_MEND_ORF_SAMPLE_UNUSABLE;
+
+    const auto sample = std::make_shared<ORF>(temporary);
+    if (!sample->is_mapped()) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "sample file map error");
+        return PLATE_MEND_ORF_MAP_FAILED;
+    }
+    try {
+        read_sample(*sample);
+    } catch (const IllegalException& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "sample data illegal, error is %s", e.what());
+        return PLATE_MEND_ORF_SAMPLE_ILLEGAL;
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "sample catch exception is %s", e.what());
+        return PLATE_MEND_ORF_SAMPLE_UNUSABLE;
+    }
+
+    const auto damaged = std::make_shared<ORF>(paths.damaged);
+    if (!damaged->is_mapped()) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "corrupted file map error");
+        return PLATE_MEND_ORF_MAP_FAILED;
+    }
+    try {
+        read_damaged(*damaged, sample->big_endian());
+    } catch (const NotFoundException& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "corrupt file not found tag, reason is %s",
+                             e.what());
+        return PLATE_MEND_ORF_NOT_FOUND;
+    } catch (const VisitingBeyondException& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "corrupt file parameter offset is far, reason is %s",
+                             e.what());
+        return PLATE_MEND_ORF_OUT_OF_RANGE;
+    } catch (const OutRangeException& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "corrupt file offset is far, reason is %s",
+                             e.what());
+        return PLATE_MEND_ORF_OUT_OF_RANGE;
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "corrupt file error: %s", e.what());
+        return PLATE_MEND_ORF_SAMPLE_UNUSABLE;
+    }
+
+    try {
+        ORF::merge_data(damaged, sample, paths.output);
+        remove_path(temporary);
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "orf merge data error is %s", e.what());
+        return PLATE_MEND_ORF_MERGE_FAILED;
+    }
+    PLATE_MEND_LOG_INFORMATION("OrfRepair::AdvanceRepair", "orf advanced repair success!");
+    return 0;
 }
 
 std::int32_t OrfRepair::GeneralRepair(const char* damaged_file, const char* output_file) {

@@ -1,11 +1,16 @@
 #include "SR2/Sr2Repair.h"
 
+#include "SR2/SR2.h"
+#include "api/Exceptions.h"
 #include "api/RepairRegistry.h"
 #include "api/RepairSteps.h"
 #include "util/Log.h"
+#include "util/Reading.h"
+#include "util/Slice.h"
 
 #include <plate_mend/plate_mend.h>
 
+#include <fstream>
 #include <memory>
 
 namespace plate_mend {
@@ -13,6 +18,63 @@ namespace plate_mend {
 namespace {
 
 const RepairRegistrar registrar("sr2", [] { return std::make_shared<Sr2Repair>(); });
+
+constexpr SR2::Pattern kStripOffsets{0x01, 0x11}; // 273
+
+// Positions in sub_ifd->entries, the same in the sample and in the damaged file.
+constexpr std::size_t kStripOffsetsEntry = 0;
+constexpr std::size_t kStripByteCountsEntry = 2;
+constexpr std::uint64_t kValueInEntry = 8; // Behind tag, type and count.
+
+/// Reads what the repair needs of the sample, then blanks the previews of the clone.
+void read_sample(SR2& sample) {
+    sample.parse_header();
+    const std::uint32_t ifd0 = sample.first_ifd_offset();
+    const std::uint32_t ifd1 = sample.read_ifd0(ifd0);
+    sample.read_ifd0_tags(ifd0, ifd1);
+    const std::uint32_t sub_ifd = sample.read_sub_ifd();
+    sample.read_sub_ifd_tags(sub_ifd);
+    sample.read_ifd1(ifd1);
+    sample.read_ifd1_tags(ifd1);
+    sample.clear_previews();
+}
+
+/// Finds the first group of strip entries, wherever it lies. The file is taken to have the sample's byte
+/// order.
+void read_damaged(SR2& damaged, bool big_endian) {
+    damaged.set_big_endian(big_endian);
+    std::uint32_t triple = damaged.find_bytes(kStripOffsets, 0);
+    while (!damaged.is_strip_triple(triple)) {
+        triple = damaged.find_bytes(kStripOffsets, triple + 1);
+    }
+    damaged.read_strip_triple(triple);
+}
+
+/// Writes the output. A failed write is not noticed. Throws VisitingBeyondException when the output does not
+/// open, OutRangeException when a slice would leave its file; what was written before stays.
+void merge_data(const std::shared_ptr<SR2>& damaged, const std::shared_ptr<SR2>& sample,
+                const std::filesystem::path& output_path) {
+    clear_path(output_path);
+    std::ofstream output(output_path, std::ios::binary | std::ios::app);
+    if (!output.is_open()) {
+        throw VisitingBeyondException();
+    }
+    const SR2_IFD& sample_strip = *sample->sub_ifd;
+    const SR2_IFD& damaged_strip = *damaged->sub_ifd;
+
+    // As stored, so no conversion: both files have the same byte order.
+    const std::uint64_t byte_count = sample_strip.entries[kStripByteCountsEntry]->position;
+    sample->map->seek(byte_count + kValueInEntry);
+    write_u32(*sample->map, damaged_strip.entries[kStripByteCountsEntry]->value);
+
+    const std::uint32_t sample_image = sample->native(sample_strip.entries[kStripOffsetsEntry]->value);
+    insert_bytes(output, slice(*sample->map, 0, sample_image));
+    const std::uint32_t damaged_image = damaged->native(damaged_strip.entries[kStripOffsetsEntry]->value);
+    insert_bytes(output, slice_to_end(*damaged->map, damaged_image));
+
+    output.close();
+    sample->map->close(); // Else its file could not be removed.
+}
 
 } // namespace
 
@@ -30,8 +92,56 @@ std::int32_t Sr2Repair::AdvanceRepair(const char* damaged_file, const char* samp
         return PLATE_MEND_SR2_CLONE_FAILED;
     }
     PLATE_MEND_LOG_INFORMATION("Sr2Repair::AdvanceRepair", "sr2 file clone success");
-    PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "the advanced repair of sr2 is not built yet");
-    return PLATE_MEND_SR2_SAMPLE_UNUSABLE;
+
+    const auto sample = std::make_shared<SR2>(temporary);
+    if (!sample->is_mapped()) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sample file map error");
+        return PLATE_MEND_SR2_MAP_FAILED;
+    }
+    try {
+        read_sample(*sample);
+    } catch (const VisitingBeyondException& e) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sample parameter error is %s", e.what());
+        return PLATE_MEND_SR2_OUT_OF_RANGE;
+    } catch (const OutRangeException& e) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sample offset error is %s", e.what());
+        return PLATE_MEND_SR2_OUT_OF_RANGE;
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sample catch exception is %s", e.what());
+        return PLATE_MEND_SR2_SAMPLE_UNUSABLE;
+    }
+
+    const auto damaged = std::make_shared<SR2>(paths.damaged, true);
+    if (!damaged->is_mapped()) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupted file map error");
+        return PLATE_MEND_SR2_MAP_FAILED;
+    }
+    try {
+        read_damaged(*damaged, sample->is_big_endian());
+    } catch (const NotFoundException&) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file not found tag");
+        return PLATE_MEND_SR2_NOT_FOUND;
+    } catch (const VisitingBeyondException&) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file parameter offset is far");
+        return PLATE_MEND_SR2_OUT_OF_RANGE;
+    } catch (const OutRangeException&) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file offset is far");
+        return PLATE_MEND_SR2_OUT_OF_RANGE;
+    } catch (const std::exception&) {
+        // The text of the clause above: only the code tells the two apart.
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file offset is far");
+        return PLATE_MEND_SR2_SAMPLE_UNUSABLE;
+    }
+
+    try {
+        merge_data(damaged, sample, paths.output);
+        remove_path(temporary);
+    } catch (const std::exception& e) {
+        PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sr2  merge data error: %s", e.what());
+        return PLATE_MEND_SR2_MERGE_FAILED;
+    }
+    PLATE_MEND_LOG_INFORMATION("Sr2Repair::AdvanceRepair", "sr2 advanced repair success!");
+    return 0;
 }
 
 std::int32_t Sr2Repair::GeneralRepair(const char* damaged_file, const char* output_file) {

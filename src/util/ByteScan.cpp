@@ -53,7 +53,7 @@ std::optional<std::size_t> find_pattern(std::span<const unsigned char> bytes,
 
 std::optional<std::uint32_t> find_in_file(const MMAP& map, std::span<const unsigned char> pattern,
                                           std::uint64_t first, std::uint64_t last) {
-    constexpr std::uint64_t kOffsetLimit = std::uint64_t{1} << 32;
+    constexpr std::uint64_t kOffsetLimit = 0xFFFFFFFF;
     const auto bytes = map.bytes();
     last = std::min({last, std::uint64_t{bytes.size()}, kOffsetLimit});
     if (first >= last) {

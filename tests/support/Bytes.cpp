@@ -27,6 +27,10 @@ std::uint32_t get(const Bytes& bytes, std::size_t offset, std::size_t width, Byt
 
 } // namespace
 
+std::ostream& operator<<(std::ostream& stream, ByteOrder order) {
+    return stream << (order == ByteOrder::kLittle ? "II" : "MM");
+}
+
 void put_u16(Bytes& bytes, std::size_t offset, std::uint16_t value, ByteOrder order) {
     put(bytes, offset, value, 2, order);
 }

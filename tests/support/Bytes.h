@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,7 @@ namespace test {
 using Bytes = std::vector<unsigned char>;
 
 enum class ByteOrder { kLittle, kBig };
+std::ostream& operator<<(std::ostream& stream, ByteOrder order);
 
 /// Numbers at an offset of bytes, which must lie inside.
 void put_u16(Bytes& bytes, std::size_t offset, std::uint16_t value, ByteOrder order);

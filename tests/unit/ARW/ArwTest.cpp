@@ -342,6 +342,7 @@ TEST_F(Arw, EverySearchRestartsAtTheOperationsOwnStart) {
 
 TEST_F(Arw, CollectionOfARangeRefusesAnEndPastTheLastByteBeforeItSearches) {
     ARW arw = open(blank(64));
+    arw.ifd0 = arw.ifd1 = std::make_shared<ARW_IFD>();
     EXPECT_THROW(arw.read_ifd0_tags(0, 64), VisitingBeyondException);
     EXPECT_THROW(arw.read_ifd1_tags(0, 64), VisitingBeyondException);
     EXPECT_THROW(arw.read_ifd0_tags(0, 63), NotFoundException);
@@ -350,6 +351,7 @@ TEST_F(Arw, CollectionOfARangeRefusesAnEndPastTheLastByteBeforeItSearches) {
 
 TEST_F(Arw, OpenCollectionRefusesAStartPastTheLastByteBeforeItSearches) {
     ARW arw = open(blank(64));
+    arw.sub_ifd = arw.ifd2 = std::make_shared<ARW_IFD>();
     EXPECT_THROW(arw.read_sub_ifd_tags(64), VisitingBeyondException);
     EXPECT_THROW(arw.read_ifd2_tags(64), VisitingBeyondException);
     EXPECT_THROW(arw.read_sub_ifd_tags(63), NotFoundException);

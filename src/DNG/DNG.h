@@ -1,0 +1,168 @@
+#pragma once
+
+#include "util/MMap.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
+
+// A small model of a DNG file, a TIFF file (TIFF 6.0, DNG 1.4). It serves the repair and nothing else.
+//
+// The file's structure may be destroyed, so no directory is walked: no entry count is read and no next link
+// followed. A tag number is sought byte by byte, and its first match is taken for the beginning of an entry;
+// the fields of that entry are the only protection against a false match. Patches are made through the
+// writable mapping at positions remembered while reading.
+//
+// What a DNG looks like, as far as the repair goes:
+//
+//   IFD 0   StripOffsets (273) ──> a preview
+//     └── SubIFDs (330), each with NewSubfileType (254):
+//           0            the main image: TileOffsets (324) and TileByteCounts (325), each an entry whose
+//                        value is the offset of a list of LONGs
+//           another      a reduced image: StripOffsets (273) ──> a preview
+//
+// All numbers that the model gives are native; its offsets are 32-bit.
+
+namespace plate_mend {
+
+/// The TIFF header: 8 bytes at offset 0.
+class IFH {
+  public:
+    [[nodiscard]] std::uint16_t byte_order() const { return byte_order_; }
+    void set_byte_order(std::uint16_t value) { byte_order_ = value; }
+    [[nodiscard]] std::uint16_t version() const { return version_; }
+    void set_version(std::uint16_t value) { version_ = value; }
+    [[nodiscard]] std::uint32_t first_ifd_offset() const { return first_ifd_offset_; }
+    void set_first_ifd_offset(std::uint32_t value) { first_ifd_offset_ = value; }
+
+  private:
+    std::uint16_t byte_order_ = 0; // 0x4949 "II", 0x4D4D "MM".
+    std::uint16_t version_ = 0;    // 42, or 0x2A00 where its bytes stand in the other order.
+    std::uint32_t first_ifd_offset_ = 0;
+};
+
+/// A directory entry: 12 bytes.
+class DE {
+  public:
+    [[nodiscard]] std::uint16_t tag() const { return tag_; }
+    void set_tag(std::uint16_t value) { tag_ = value; }
+    [[nodiscard]] std::uint16_t type() const { return type_; }
+    void set_type(std::uint16_t value) { type_ = value; }
+    [[nodiscard]] std::uint32_t count() const { return count_; }
+    void set_count(std::uint32_t value) { count_ = value; }
+    [[nodiscard]] std::uint32_t value() const { return value_; }
+    void set_value(std::uint32_t value) { value_ = value; }
+
+  private:
+    std::uint16_t tag_ = 0;
+    std::uint16_t type_ = 0;
+    std::uint32_t count_ = 0;
+    // The value field as one number of 32 bits, whatever type and count say: a SHORT of a big-endian file
+    // stands in the upper half.
+    std::uint32_t value_ = 0;
+};
+
+/// All entries met so far, whatever directory of the file they came from. It mirrors none of them; entry
+/// count and next link belong to the layout and are not filled by the repair.
+class IFD {
+  public:
+    [[nodiscard]] std::uint16_t entry_count() const { return entry_count_; }
+    void set_entry_count(std::uint16_t value) { entry_count_ = value; }
+    [[nodiscard]] std::vector<std::shared_ptr<DE>> entries() const { return entries_; }
+    void set_entries(std::vector<std::shared_ptr<DE>> entries) { entries_ = std::move(entries); }
+    void append_entry(std::shared_ptr<DE> entry) { entries_.push_back(std::move(entry)); }
+    [[nodiscard]] std::uint32_t next_ifd_offset() const { return next_ifd_offset_; }
+    void set_next_ifd_offset(std::uint32_t value) { next_ifd_offset_ = value; }
+
+  private:
+    std::uint16_t entry_count_ = 0;
+    std::vector<std::shared_ptr<DE>> entries_;
+    std::uint32_t next_ifd_offset_ = 0;
+};
+
+/// A number of 32 bits and where it lies in the file.
+struct ValueSlot {
+    std::uint64_t position = 0; ///< File offset of its first byte.
+    std::uint32_t value = 0;
+};
+
+/// One open file. Every operation works at the cursor of the mapping and leaves it wherever it stopped. No
+/// offset is tested in front of a seek: a bad one shows in the access that follows, as OutRangeException.
+class DNG {
+  public:
+    using Pattern = std::array<unsigned char, 2>; ///< A tag number, high byte first.
+
+    /// Maps the file for reading and writing. No file problem throws; see valid.
+    explicit DNG(std::filesystem::path path);
+
+    /// Reads and judges the header, and takes the byte order from it. Throws IllegalException when it is not
+    /// one of a TIFF file; OutRangeException when it is cut in front of a field that must be read.
+    void parse_header();
+
+    /// The first place from start on where the tag number stands in the file's byte order, at any alignment
+    /// and whatever follows. Does not touch the cursor. Throws NotFoundException, also for a start at or
+    /// past the end of the file.
+    [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
+
+    // The reading operations begin with the entry at the offset: it is judged, put into de, and appended to
+    // the model's IFD. They throw OutRangeException when its 12 bytes do not lie in the file, before any
+    // field is judged; IllegalException, with de untouched, when it has tag 0, a type outside 1 to 12, or
+    // count 0.
+
+    /// Whether the entry's value is zero.
+    bool read_entry_is_zero(const std::shared_ptr<DE>& de, std::uint32_t offset);
+
+    /// Zeroes 30 bytes of the mapping from the entry's value on, whatever its count. Throws OutRangeException
+    /// when the 31 bytes from there on do not lie in the file; what lies in it is zeroed all the same.
+    void blank_entry_data(const std::shared_ptr<DE>& de, std::uint32_t offset);
+
+    /// The entry's value where its count is 1, else the count numbers that stand from value on. Throws
+    /// OutRangeException when they do not lie in the file.
+    [[nodiscard]] std::vector<std::uint32_t> read_sub_ifd_offsets(const std::shared_ptr<DE>& de,
+                                                                  std::uint32_t offset);
+
+    /// Find the first TileOffsets or TileByteCounts entry from start on and replace the list by the numbers
+    /// that stand from its value on. With count 1 too the value is taken for the offset of a list. Throw
+    /// NotFoundException; OutRangeException when the list and one byte behind it do not lie in the file. A
+    /// throw leaves the old list.
+    void read_tile_offsets(std::uint32_t start);
+    void read_tile_byte_counts(std::uint32_t start);
+
+    /// Opens the file anew for appending, creating it where it is missing. Neither a failed open nor a
+    /// failed write is noticed.
+    static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
+
+    /// The number as it is stored: its first byte in the file is the most significant of the result.
+    [[nodiscard]] std::uint32_t as_stored(std::uint32_t number) const;
+
+    /// The offset of IFD 0, after parse_header.
+    [[nodiscard]] std::uint32_t first_ifd_offset() const { return ifh_->first_ifd_offset(); }
+    [[nodiscard]] std::uint64_t file_size() const { return mmap_->size(); }
+    [[nodiscard]] bool valid() const { return valid_; } ///< Whether anything is mapped.
+    [[nodiscard]] bool big_endian() const { return big_endian_; }
+    void set_big_endian(bool flag) { big_endian_ = flag; }
+    [[nodiscard]] std::vector<ValueSlot> tile_offsets() const { return tile_offsets_; }
+    [[nodiscard]] std::vector<ValueSlot> tile_byte_counts() const { return tile_byte_counts_; }
+    [[nodiscard]] std::shared_ptr<MMAP> mmap() const { return mmap_; }
+    [[nodiscard]] std::shared_ptr<IFH> ifh() const { return ifh_; } ///< Empty until parse_header.
+    [[nodiscard]] std::shared_ptr<IFD> ifd() const { return ifd_; }
+
+  private:
+    void read_entry(const std::shared_ptr<DE>& de, std::uint32_t offset);
+    [[nodiscard]] std::vector<ValueSlot> read_list(Pattern pattern, std::uint32_t start);
+    [[nodiscard]] std::uint16_t native(std::uint16_t stored) const;
+    [[nodiscard]] std::uint32_t native(std::uint32_t stored) const;
+
+    std::shared_ptr<MMAP> mmap_;
+    std::shared_ptr<IFH> ifh_;
+    std::shared_ptr<IFD> ifd_;
+    bool valid_ = false;
+    bool big_endian_ = false;
+    std::vector<ValueSlot> tile_offsets_;
+    std::vector<ValueSlot> tile_byte_counts_;
+};
+
+} // namespace plate_mend

@@ -1,0 +1,170 @@
+#pragma once
+
+#include "util/MMap.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// A small model of a Fujifilm RAF file. It serves the repair and nothing else.
+//
+// The file's own header and its directory of offsets are never read. The file is a blob in which TIFF
+// structures (TIFF 6.0) stand at unknown places, and they are found by searching for their bytes. The same
+// model serves the sample's clone, which it patches, and the damaged file.
+//
+// What a RAF looks like, as far as the repair goes:
+//
+//   "FUJIFILMCCD-RAW "     header and offsets
+//   JPEG                   Exif:    first TIFF header, IFD 0 ── next ──> IFD 1: thumbnail (0x0201, 0x0202)
+//                          XMP:     a packet that ends in "xpacket end"
+//                          picture: DHT FF C4, DQT FF DB
+//   raw section            second TIFF header, a directory with 0xF007 StripOffsets, 0xF008 StripByteCounts
+//   raw data
+//
+// Offsets in a directory are relative to its TIFF header. A field "as stored" holds the file's bytes in
+// file order, first byte in the high position; in a file of byte order "II" it is swapped against the number
+// that it means.
+
+namespace plate_mend {
+
+/// A TIFF header: 8 bytes.
+struct RAF_IFH {
+    std::uint32_t position = 0;         ///< Where it stands in the file.
+    std::uint16_t byte_order = 0;       ///< As stored: 0x4949 "II", 0x4D4D "MM".
+    std::uint16_t flag = 0;             ///< As stored: 42 in either byte order.
+    std::uint32_t first_ifd_offset = 0; ///< As stored.
+};
+
+/// A directory entry: 12 bytes.
+struct RAF_DE {
+    std::uint32_t position = 0; ///< Offset of the entry, set only for the sample's StripByteCounts; else 0.
+    std::uint16_t tag = 0;      ///< As stored.
+    std::uint16_t type = 0;     ///< As stored.
+    std::uint32_t count = 0;    ///< As stored.
+    std::uint32_t value = 0;    ///< The number, which the operations below may make absolute.
+};
+
+/// The entries that were searched for, by name. The first entry under a name stays.
+struct RAF_IFD {
+    std::map<std::string, std::shared_ptr<RAF_DE>> entries;
+    std::uint16_t count = 0; ///< Of a directory's frame; not read here, for no directory is walked.
+    std::uint32_t next = 0;  ///< Likewise.
+};
+
+/// The file. Offsets are 32-bit. Calling operations out of the order told here is undefined.
+///
+/// The sample is read by search_tag for its two headers, read_ifh, ifd1_offset, read_thumb_tags,
+/// read_sample_strip_tags, and then patched by clear_thumb, deal_high_jpg_data. The damaged file by
+/// set_big_endian, find_tiff_offsets, read_damaged_strip_tags. Both must be mapped. merge_data comes last.
+///
+/// A search throws OutRangeException for a range that leaves the file, NotFoundException for no match. Every
+/// read throws OutRangeException where the file ends too early.
+class RAF {
+  public:
+    using Pattern = std::vector<std::uint8_t>; ///< Bytes in the order of the file.
+
+    /// A TIFF header whose IFD 0 follows at once: byte order, 42, 8.
+    inline static const Pattern kLittleEndianHeader{0x49, 0x49, 0x2A, 0x00, 0x08, 0x00, 0x00, 0x00};
+    inline static const Pattern kBigEndianHeader{0x4D, 0x4D, 0x00, 0x2A, 0x00, 0x00, 0x00, 0x08};
+
+    /// Maps the file for reading and writing. No file problem throws; see is_mapped.
+    explicit RAF(std::filesystem::path path);
+
+    [[nodiscard]] bool is_mapped() const { return is_mapped_; }
+    [[nodiscard]] std::uint8_t big_endian() const { return big_endian_; } ///< 1 for "MM", 0 for "II".
+    void set_big_endian(std::uint8_t flag) { big_endian_ = flag; }
+    [[nodiscard]] std::uint32_t first_ifh_offset() const { return first_ifh.position; }
+    [[nodiscard]] std::uint32_t second_ifh_offset() const { return second_ifh.position; }
+
+    // Searches and headers (RAF.cpp).
+
+    /// The first place from start on where the pattern stands. A start past the end of the file is out of
+    /// range.
+    [[nodiscard]] std::uint32_t search_tag(const Pattern& pattern, std::uint32_t start) const;
+
+    /// The same in [start, end). Only an end past the end of the file is out of range. No caller in the
+    /// repair.
+    [[nodiscard]] std::uint32_t search_tag_in_range(const Pattern& pattern, std::uint32_t start,
+                                                    std::uint32_t end) const;
+
+    /// The two searches for a pattern that is given high byte first: in a little-endian file it stands back
+    /// to front. No caller of the second in the repair.
+    [[nodiscard]] std::uint32_t search_order_tag(const Pattern& pattern, std::uint32_t start) const;
+    [[nodiscard]] std::uint32_t search_order_tag_in_range(const Pattern& pattern, std::uint32_t start,
+                                                          std::uint32_t end) const;
+
+    /// Reads and judges the headers at two offsets, and takes the byte order from the first. Throws
+    /// VisitingBeyondException for an offset past the last byte, IllegalException for a header that is
+    /// refused, which every "MM" header is. What was good before stays stored.
+    void read_ifh(std::vector<std::uint32_t> offsets);
+
+    /// The offset of IFD 1 in the file. IFD 0 is taken to follow the first header at once. A next link of 0
+    /// gives the header's own position. Throws VisitingBeyondException when IFD 0 or its next link begins
+    /// past the last byte.
+    [[nodiscard]] std::uint32_t ifd1_offset() const;
+
+    // What the repair does with the two files (RafTools.cpp).
+
+    /// Finds tags 0x0201 and 0x0202 of type LONG from IFD 1 to the end of the file and stores them as
+    /// "thumb_offset", made absolute, and "thumb_size". Throws VisitingBeyondException for an offset past
+    /// the last byte.
+    void read_thumb_tags(std::uint32_t ifd1);
+
+    /// Finds tags 0xF007 and 0xF008, whatever their types, behind the second header and stores them as
+    /// "StripOffsets", made absolute, and "StripByteCounts", whose position is kept.
+    void read_sample_strip_tags();
+
+    /// Zeroes the thumbnail. Throws OutRangeException when it begins past the last byte and has a size, or
+    /// when the file does not go on behind it; what was zeroed before stays.
+    void clear_thumb();
+
+    /// Zeroes the high jpg data: from a DHT marker to the end of the next DQT marker. The first DHT behind
+    /// the XMP packet is taken; without such a span the first that has a zero in front of it, the zero
+    /// included; without such a span the first in the file. Throws OutRangeException when the file does not
+    /// go on behind the span; it is zeroed then.
+    void deal_high_jpg_data();
+
+    /// Finds every place that looks like a TIFF header. Throws NotFoundException when there is none.
+    void find_tiff_offsets();
+
+    /// Finds the first tags 0xF007 and 0xF008 of type LONG in the file and stores them as "StripOffsets" and
+    /// "StripByteCounts". The offset is made absolute by the first header at most 136 bytes in front of its
+    /// entry; with no such header it is taken as absolute. Without a 0xF008 the data go on to the end of the
+    /// file.
+    void read_damaged_strip_tags();
+
+    /// Writes the output: the sample up to its raw data, with the length of the damaged file's put in, then
+    /// the damaged file's raw data, as much of them as are there. Closes the sample's mapping. A failed
+    /// write is not noticed. Throws VisitingBeyondException when the output does not open, OutRangeException
+    /// when the sample's raw data begin past its end or the damaged file's at or past theirs with a length
+    /// above 0; what was written before stays. Throws as clear_path.
+    static void merge_data(const std::shared_ptr<RAF>& damaged, const std::shared_ptr<RAF>& sample,
+                           std::filesystem::path output);
+
+    std::shared_ptr<MMAP> mapped_file;
+    RAF_IFH first_ifh;                       ///< Of the Exif; in a sample.
+    RAF_IFH second_ifh;                      ///< Of the raw section; in a sample.
+    std::vector<std::uint32_t> tiff_offsets; ///< Ascending; in a damaged file.
+    std::shared_ptr<RAF_IFD> spare_ifd;      ///< Stays empty: room for a directory that no repair needs.
+    std::shared_ptr<RAF_IFD> thumb_ifd;      ///< "thumb_offset", "thumb_size"; in a sample.
+    std::shared_ptr<RAF_IFD> strip_ifd;      ///< "StripOffsets", "StripByteCounts"; in both.
+
+  private:
+    [[nodiscard]] RAF_IFH read_header(std::uint32_t offset) const;
+    [[nodiscard]] std::shared_ptr<RAF_DE> read_raw_de(std::uint32_t offset) const;
+    [[nodiscard]] Pattern in_file_order(Pattern pattern) const;
+    [[nodiscard]] std::uint16_t native(std::uint16_t stored) const;
+    [[nodiscard]] std::uint32_t native(std::uint32_t stored) const;
+    void require_inside(std::uint32_t offset, const char* message) const;
+    [[nodiscard]] std::uint32_t owning_header(std::uint32_t entry) const;
+    [[nodiscard]] std::shared_ptr<RAF_DE> length_to_end() const;
+    void clear_to_next_dqt(std::uint32_t start);
+
+    std::uint8_t big_endian_ = 0;
+    bool is_mapped_ = false;
+};
+
+} // namespace plate_mend

@@ -1,0 +1,513 @@
+#include "e2e/RepairFixture.h"
+
+#include "support/Jpeg.h"
+#include "support/NefPhoto.h"
+#include "support/RawDecode.h"
+
+#include <gmock/gmock.h>
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* kSource = "src/NEF/NefRepair.cpp";
+constexpr const char* kFunction = "NefRepair::AdvanceRepair";
+
+const auto kCloned = InformationLine(kFunction, "nef file clone success");
+const auto kRepaired = InformationLine(kFunction, "nef repaired success");
+
+auto failed(const std::string& text) {
+    return ErrorLine(kSource, kFunction, text);
+}
+auto sample_failed(const std::string& reason) {
+    return ElementsAre(kCloned, failed("nef sample repaired failed, reason is " + reason));
+}
+auto damaged_failed(const std::string& reason) {
+    return ElementsAre(kCloned, failed("nef damaged repaired failed, reason is " + reason));
+}
+auto raw_not_found() {
+    return ElementsAre(kCloned, failed("nef cannot find raw offset, reason is Data can not found"));
+}
+
+/// The sample with its two pictures spoiled.
+Bytes spoiled(Bytes bytes, const NefPhoto& photo) {
+    bytes = zeroed(bytes, photo.thumbnail_offset, photo.thumbnail_offset + photo.thumbnail_size);
+    return zeroed(bytes, photo.preview_offset, photo.preview_offset + 30);
+}
+
+/// What a repair must write: the spoiled sample up to its raw data, then the damaged file from its own on.
+Bytes expected_output(const NefPhoto& sample, const NefPhoto& damaged_photo, const Bytes& damaged) {
+    return joined(part(spoiled(sample.bytes, sample), 0, sample.raw_offset),
+                  part(damaged, damaged_photo.raw_offset, damaged.size()));
+}
+
+/// A big-endian entry.
+Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value) {
+    Bytes bytes(12);
+    put_u16(bytes, 0, tag, ByteOrder::kBig);
+    put_u16(bytes, 2, type, ByteOrder::kBig);
+    put_u32(bytes, 4, count, ByteOrder::kBig);
+    put_u32(bytes, 8, value, ByteOrder::kBig);
+    return bytes;
+}
+
+/// A sample and a damaged photograph from one camera, with different offsets of the raw data.
+class NefRepairs : public RepairFixture {
+  protected:
+    NefPhoto sample_photo{NefPhoto::Options{.number = 1}};
+    NefPhoto damaged_photo{NefPhoto::Options{.number = 2, .maker_notes = 4096}};
+    std::uint32_t main_entry = damaged_photo.raw_ifd.entry(254);
+    std::uint32_t strip_entry = damaged_photo.raw_ifd.entry(273);
+    std::uint32_t sample_size = static_cast<std::uint32_t>(sample_photo.bytes.size());
+
+    /// The damaged photograph with nothing alive but its raw image's directory and the raw data.
+    Bytes headless = zeroed(damaged_photo.bytes, 0, main_entry);
+
+    /// Repairs with a sample in which a number of four bytes is another.
+    std::int32_t advance_with_sample(std::size_t offset, std::uint32_t value) {
+        Bytes sample = sample_photo.bytes;
+        put_u32(sample, offset, value, ByteOrder::kBig);
+        return advance("nef", damaged_photo.bytes, sample);
+    }
+};
+
+// The picture is the judge.
+
+class NefPicture : public RepairFixture,
+                   public ::testing::WithParamInterface<std::tuple<ByteOrder, unsigned>> {
+  protected:
+    ByteOrder order = std::get<0>(GetParam());
+    unsigned bits = std::get<1>(GetParam());
+};
+
+INSTANTIATE_TEST_SUITE_P(Kinds, NefPicture,
+                         ::testing::Combine(::testing::Values(ByteOrder::kLittle, ByteOrder::kBig),
+                                            ::testing::Values(12U, 14U)),
+                         [](const auto& kind) {
+                             return std::string(std::get<0>(kind.param) == ByteOrder::kBig ? "MM" : "II") +
+                                    std::to_string(std::get<1>(kind.param));
+                         });
+
+TEST_P(NefPicture, IsWholeAgainWithEverythingInFrontOfTheSecondSubDirectoryDestroyed) {
+    const NefPhoto sample(NefPhoto::Options{.order = order, .number = 1, .bits = bits});
+    const NefPhoto original(
+        NefPhoto::Options{.order = order, .number = 2, .bits = bits, .maker_notes = 4096});
+    const std::uint32_t main_entry = original.raw_ifd.entry(254);
+    const std::uint32_t strip_entry = original.raw_ifd.entry(273);
+    for (const Bytes& head : {Bytes(main_entry), noise(main_entry, 7)}) {
+        Bytes damaged = original.bytes;
+        put_bytes(damaged, 0, head);
+        // Only the two entries and the raw data must be alive.
+        damaged = zeroed(damaged, main_entry + 12, strip_entry);
+        put_bytes(damaged, strip_entry + 12, noise(original.raw_offset - strip_entry - 12, 8));
+        ASSERT_EQ(decode_raw(damaged), std::nullopt);
+        ASSERT_EQ(advance("nef", damaged, sample.bytes), 0);
+        EXPECT_EQ(output(), expected_output(sample, original, damaged));
+        const auto picture = decode_raw(output_path);
+        ASSERT_TRUE(picture.has_value());
+        EXPECT_EQ(picture, decode_raw(original.bytes));
+        EXPECT_NE(picture, decode_raw(sample.bytes));
+    }
+}
+
+TEST_F(NefRepairs, SuccessLogsTwoLinesAndRemovesTheClone) {
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
+    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
+    EXPECT_THAT(work_files(), IsEmpty());
+}
+
+TEST_F(NefRepairs, InputsAreNotChanged) {
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    EXPECT_EQ(read_file(damaged_path), damaged_photo.bytes);
+    EXPECT_EQ(read_file(sample_path), sample_photo.bytes);
+}
+
+TEST_F(NefRepairs, PreviewOfTheSampleIsSpoiled) {
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    ASSERT_TRUE(output().has_value());
+    const std::uint32_t begin = sample_photo.preview_offset;
+    const std::uint32_t end =
+        begin + get_u32(sample_photo.bytes, sample_photo.preview_ifd.value(514), ByteOrder::kBig);
+    EXPECT_TRUE(jpeg_decodes(part(sample_photo.bytes, begin, end)));
+    EXPECT_FALSE(jpeg_decodes(part(*output(), begin, end)));
+}
+
+TEST_F(NefRepairs, ByteCountInTheOutputStaysTheSamples) {
+    const NefPhoto lower(NefPhoto::Options{.number = 2, .height = 80});
+    EXPECT_EQ(advance("nef", lower.bytes, sample_photo.bytes), 0);
+    ASSERT_TRUE(output().has_value());
+    EXPECT_EQ(get_u32(*output(), sample_photo.raw_ifd.value(279), ByteOrder::kBig), sample_photo.raw_size);
+}
+
+TEST_F(NefRepairs, WhateverFollowsTheRawDataStandsInTheOutput) {
+    const Bytes damaged = joined(headless, noise(5000, 3));
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
+    EXPECT_EQ(decode_raw(output_path), decode_raw(damaged_photo.bytes));
+}
+
+// The scan of the damaged file.
+
+TEST_F(NefRepairs, PreviewDirectoriesArePassedOver) {
+    // IFD 0 and the first sub-directory begin with a NewSubfileType of 1.
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
+}
+
+TEST_F(NefRepairs, FalseHitsInFrontOfTheTrueOneAreSurvived) {
+    Bytes damaged = headless;
+    put_bytes(damaged, 100, entry_bytes(254, 0, 1, 0));      // No type.
+    put_bytes(damaged, 200, entry_bytes(254, 13, 1, 0));     // Above the types.
+    put_bytes(damaged, 300, entry_bytes(254, 4, 0, 0));      // No values.
+    put_bytes(damaged, 400, entry_bytes(254, 4, 1, 1));      // A preview.
+    put_bytes(damaged, 501, {0, 0xFE, 0, 0xFE, 0, 0xFE, 0}); // The tag alone, at odd places.
+    put_bytes(damaged, main_entry - 2, {0, 0xFE});           // Right in front of the true one.
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
+    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired)) << "silently";
+}
+
+TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItStands) {
+    Bytes damaged = headless;
+    put_bytes(damaged, 0, entry_bytes(254, 12, 0xFFFFFFFF, 0));
+    put_bytes(damaged, 500, entry_bytes(273, 1, 2, 5000));
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), joined(part(spoiled(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
+                               part(damaged, 5000, damaged.size())));
+}
+
+TEST_F(NefRepairs, DamagedFileWithoutAnEntryOfValueZeroIsNotFound) {
+    Bytes damaged = zeroed(headless, damaged_photo.raw_offset, headless.size());
+    put_u32(damaged, main_entry + 8, 1, ByteOrder::kBig);
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
+    EXPECT_THAT(lines(), raw_not_found());
+    EXPECT_EQ(output(), std::nullopt);
+    EXPECT_EQ(work_file("temp.nef"), spoiled(sample_photo.bytes, sample_photo));
+}
+
+TEST_F(NefRepairs, DamagedFileWithoutTheTagIsNotFound) {
+    for (const std::size_t size : {1U, 2U, 1000U}) {
+        reset_stand_ins();
+        EXPECT_EQ(advance("nef", Bytes(size), sample_photo.bytes), -1063);
+        EXPECT_THAT(lines(), raw_not_found());
+    }
+}
+
+TEST_F(NefRepairs, GoodEntryWithoutStripOffsetsBehindItIsNotFound) {
+    Bytes damaged(1000);
+    put_bytes(damaged, 100, entry_bytes(273, 4, 1, 500)); // In front of it does not count.
+    put_bytes(damaged, 200, entry_bytes(254, 4, 1, 0));
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
+    EXPECT_THAT(lines(), raw_not_found());
+}
+
+TEST_F(NefRepairs, FalseStripOffsetsBehindAGoodEntryEndTheRepair) {
+    // A whole pair behind it is not looked for.
+    for (const auto& [type, count] : {std::pair{13U, 1U}, {0U, 1U}, {4U, 0U}}) {
+        Bytes damaged = headless;
+        put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
+        put_bytes(damaged, 200, entry_bytes(273, static_cast<std::uint16_t>(type), count, 5000));
+        reset_stand_ins();
+        EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1064);
+        EXPECT_THAT(lines(), damaged_failed("Data is illegal"));
+    }
+}
+
+TEST_F(NefRepairs, HitWithinTheLastElevenBytesIsOutOfRange) {
+    for (std::size_t left = 2; left < 12; ++left) {
+        Bytes damaged(1000);
+        put_bytes(damaged, damaged.size() - left, {0x00, 0xFE});
+        reset_stand_ins();
+        EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1064) << left;
+        EXPECT_THAT(lines(), damaged_failed("Access out of range")) << left;
+    }
+}
+
+TEST_F(NefRepairs, HitTwelveBytesBeforeTheEndIsJudged) {
+    Bytes damaged(1000);
+    put_bytes(damaged, damaged.size() - 12, {0x00, 0xFE});
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
+    EXPECT_THAT(lines(), raw_not_found());
+}
+
+TEST_F(NefRepairs, StripOffsetsWithinTheLastElevenBytesAreOutOfRange) {
+    for (std::size_t left = 2; left < 12; ++left) {
+        Bytes damaged(1000);
+        put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
+        put_bytes(damaged, damaged.size() - left, {0x01, 0x11});
+        reset_stand_ins();
+        EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1064) << left;
+        EXPECT_THAT(lines(), damaged_failed("Access out of range")) << left;
+    }
+    Bytes damaged(1000);
+    put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
+    put_bytes(damaged, damaged.size() - 12, entry_bytes(273, 4, 1, 990));
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
+}
+
+TEST_F(NefRepairs, DamagedFileIsReadInTheSamplesByteOrder) {
+    const NefPhoto little(NefPhoto::Options{.order = ByteOrder::kLittle, .number = 2});
+    const Bytes damaged = zeroed(little.bytes, little.thumbnail_offset, little.bytes.size());
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
+    EXPECT_THAT(lines(), raw_not_found());
+    // Its own header says nothing.
+    Bytes other_mark = damaged_photo.bytes;
+    put_text(other_mark, 0, "II");
+    EXPECT_EQ(advance("nef", other_mark, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, other_mark));
+}
+
+TEST_F(NefRepairs, ShortValueOfABigEndianFileIsShifted) {
+    Bytes damaged = headless;
+    put_bytes(damaged, strip_entry, entry_bytes(273, 3, 1, 1U << 16U));
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1065) << "65536 lies past the end";
+    damaged.resize(65536 + 10);
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), joined(part(spoiled(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
+                               part(damaged, 65536, damaged.size())));
+}
+
+// Inputs that are missing or empty, and the clone.
+
+TEST_F(NefRepairs, MissingInputIsSilentAndTheOldOutputIsGone) {
+    write_file(folder / "output.nef", {1});
+    write_file(work / "temp.nef", {2});
+    EXPECT_EQ(advance("nef", std::nullopt, sample_photo.bytes), -1060);
+    EXPECT_EQ(output(), std::nullopt);
+    EXPECT_EQ(work_file("temp.nef"), Bytes{2}) << "an older temporary file is not touched";
+
+    write_file(folder / "output.nef", {1});
+    fs::remove(sample_path);
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, std::nullopt), -1060);
+    EXPECT_EQ(output(), std::nullopt);
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(NefRepairs, EmptySampleIsToldWithoutAReason) {
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, Bytes{}), -1062);
+    EXPECT_THAT(lines(), ElementsAre(kCloned, failed("nef sample repaired failed")));
+    EXPECT_EQ(work_file("temp.nef"), Bytes{});
+}
+
+TEST_F(NefRepairs, EmptyDamagedFileIsToldWithoutAReason) {
+    EXPECT_EQ(advance("nef", Bytes{}, sample_photo.bytes), -1064);
+    EXPECT_THAT(lines(), ElementsAre(kCloned, failed("nef damaged repaired failed")));
+    EXPECT_EQ(work_file("temp.nef"), spoiled(sample_photo.bytes, sample_photo));
+}
+
+TEST_F(NefRepairs, SampleStageIsWholeBeforeTheDamagedFileIsMapped) {
+    EXPECT_EQ(advance("nef", Bytes{}, Bytes{1, 2, 3}), -1062);
+    EXPECT_THAT(lines(), sample_failed("Data is illegal"));
+}
+
+TEST_F(NefRepairs, SampleThatIsADirectoryFailsToClone) {
+    fs::create_directory(folder / "sample.nef");
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, std::nullopt), -1061);
+    EXPECT_THAT(lines(), ElementsAre(failed("nef file clone faild")));
+}
+
+TEST_F(NefRepairs, MissingWorkDirectoryFailsToClone) {
+    fs::remove(work);
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), -1061);
+    EXPECT_THAT(lines(), ElementsAre(failed("nef file clone faild")));
+}
+
+TEST_F(NefRepairs, StaleCloneIsClearedAndTheRepairWorks) {
+    EXPECT_EQ(advance("nef", Bytes{}, sample_photo.bytes), -1064);
+    ASSERT_THAT(work_files(), ElementsAre("temp.nef"));
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
+    EXPECT_THAT(work_files(), IsEmpty());
+}
+
+// Failures in the sample.
+
+TEST_F(NefRepairs, SampleThatIsNoTiffIsIllegal) {
+    for (const std::size_t offset : {0U, 2U, 4U}) { // Byte order, version, first directory.
+        reset_stand_ins();
+        EXPECT_EQ(advance("nef", damaged_photo.bytes, zeroed(sample_photo.bytes, offset, offset + 4)), -1062);
+        EXPECT_THAT(lines(), sample_failed("Data is illegal"));
+    }
+}
+
+TEST_F(NefRepairs, SampleThatEndsInItsHeaderIsOutOfRange) {
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, part(sample_photo.bytes, 0, 7)), -1062);
+    EXPECT_THAT(lines(), sample_failed("Access out of range"));
+}
+
+TEST_F(NefRepairs, SampleWithItsFirstDirectoryPastItsEndHasNoStrip) {
+    EXPECT_EQ(advance_with_sample(4, sample_size), -1062);
+    EXPECT_THAT(lines(), sample_failed("Data can not found"));
+}
+
+TEST_F(NefRepairs, SampleWithoutSubIfdsIsNotFoundAndItsThumbnailIsBlanked) {
+    Bytes sample = zeroed(sample_photo.bytes, sample_photo.raw_offset, sample_photo.bytes.size());
+    put_u16(sample, sample_photo.ifd0.entry(330), 331, ByteOrder::kBig);
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
+    EXPECT_THAT(lines(), sample_failed("Data can not found"));
+    EXPECT_EQ(work_file("temp.nef"), zeroed(sample, sample_photo.thumbnail_offset,
+                                            sample_photo.thumbnail_offset + sample_photo.thumbnail_size));
+}
+
+TEST_F(NefRepairs, SampleWithOneSubDirectoryIsOutOfRangeAndItsPreviewIsBlanked) {
+    Bytes sample = sample_photo.bytes;
+    put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 1, sample_photo.preview_ifd.offset));
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
+    EXPECT_THAT(lines(), sample_failed("Access out of range"));
+    EXPECT_EQ(work_file("temp.nef"), spoiled(sample, sample_photo));
+    EXPECT_EQ(read_file(sample_path), sample) << "the user's file is not touched";
+}
+
+TEST_F(NefRepairs, SampleWithThreeSubDirectoriesIsReadByItsSecond) {
+    Bytes sample = sample_photo.bytes;
+    const std::uint32_t list = sample_photo.sub_ifds_list + 8;
+    ASSERT_EQ(part(sample, list, list + 12), Bytes(12, 0x20)) << "maker notes stand there";
+    put_u32(sample, list, sample_photo.preview_ifd.offset, ByteOrder::kBig);
+    put_u32(sample, list + 4, sample_photo.raw_ifd.offset, ByteOrder::kBig);
+    put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 3, list));
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), 0);
+    EXPECT_EQ(output(),
+              joined(part(spoiled(sample, sample_photo), 0, sample_photo.raw_offset),
+                     part(damaged_photo.bytes, damaged_photo.raw_offset, damaged_photo.bytes.size())));
+}
+
+TEST_F(NefRepairs, SubIfdsListThatWrapsIsOutOfRange) {
+    EXPECT_EQ(advance_with_sample(sample_photo.ifd0.value(330), 0), -1062);
+    EXPECT_THAT(lines(), sample_failed("Access out of range"));
+}
+
+TEST_F(NefRepairs, SubIfdsListPastTheEndIsOutOfRange) {
+    EXPECT_EQ(advance_with_sample(sample_photo.ifd0.value(330), sample_size - 7), -1062);
+    EXPECT_THAT(lines(), sample_failed("Access out of range"));
+}
+
+TEST_F(NefRepairs, FirstHitInTheSampleMustBeGood) {
+    Bytes sample = sample_photo.bytes;
+    put_bytes(sample, sample_photo.ifd0.value(256), {0x01, 0x11, 0xFF, 0xFF});
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
+    EXPECT_THAT(lines(), sample_failed("Data is illegal"));
+    EXPECT_EQ(work_file("temp.nef"), sample);
+}
+
+TEST_F(NefRepairs, ThumbnailOfNoBytesIsNoError) {
+    EXPECT_EQ(advance_with_sample(sample_photo.ifd0.value(279), 0), 0);
+    ASSERT_TRUE(output().has_value());
+    const auto thumbnail = [this](const Bytes& file) {
+        return part(file, sample_photo.thumbnail_offset,
+                    sample_photo.thumbnail_offset + sample_photo.thumbnail_size);
+    };
+    EXPECT_EQ(thumbnail(*output()), thumbnail(sample_photo.bytes));
+}
+
+TEST_F(NefRepairs, ThumbnailThatReachesTheEndIsOutOfRangeAndZeroed) {
+    Bytes sample = sample_photo.bytes;
+    put_u32(sample, sample_photo.ifd0.value(273), sample_size - 5, ByteOrder::kBig);
+    put_u32(sample, sample_photo.ifd0.value(279), 4, ByteOrder::kBig);
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), 0);
+
+    put_u32(sample, sample_photo.ifd0.value(279), 5, ByteOrder::kBig);
+    reset_stand_ins();
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
+    EXPECT_THAT(lines(), sample_failed("Access out of range"));
+    EXPECT_EQ(work_file("temp.nef"), zeroed(sample, sample_size - 5, sample_size));
+}
+
+TEST_F(NefRepairs, PreviewNearTheEndIsOutOfRangeAndNeverVisitingBeyond) {
+    const std::uint32_t preview = sample_photo.preview_ifd.value(513);
+    EXPECT_EQ(advance_with_sample(preview, sample_size - 31), 0);
+    for (const std::uint32_t value :
+         {sample_size - 30, sample_size - 29, sample_size - 1, sample_size, 0xFFFFFFFFU}) {
+        reset_stand_ins();
+        EXPECT_EQ(advance_with_sample(preview, value), -1062) << value;
+        EXPECT_THAT(lines(), sample_failed("Access out of range"));
+    }
+}
+
+// The merge.
+
+class NefMerge : public NefRepairs {
+  protected:
+    /// Repairs with other offsets of the raw data than the true ones.
+    std::int32_t repair_with(std::uint32_t sample_raw, std::uint32_t damaged_raw) {
+        Bytes sample = sample_photo.bytes;
+        damaged = damaged_photo.bytes;
+        put_u32(sample, sample_photo.raw_ifd.value(273), sample_raw, ByteOrder::kBig);
+        put_u32(damaged, strip_entry + 8, damaged_raw, ByteOrder::kBig);
+        patched = spoiled(sample, sample_photo);
+        return advance("nef", damaged, sample);
+    }
+
+    [[nodiscard]] static auto merge_failed() {
+        return ElementsAre(kCloned, failed("nef merge data failed, reason is Access out of range"));
+    }
+
+    std::uint32_t damaged_size = static_cast<std::uint32_t>(damaged_photo.bytes.size());
+    Bytes damaged;
+    Bytes patched; ///< What the clone holds after all patches.
+};
+
+TEST_F(NefMerge, SampleOffsetOneBeforeItsEndAndAtItsEndSucceeds) {
+    for (const std::uint32_t offset : {sample_size - 1, sample_size}) {
+        EXPECT_EQ(repair_with(offset, damaged_photo.raw_offset), 0);
+        EXPECT_EQ(output(),
+                  joined(part(patched, 0, offset), part(damaged, damaged_photo.raw_offset, damaged.size())));
+    }
+}
+
+TEST_F(NefMerge, SampleOffsetPastItsEndLeavesNoOutputAndThePatchedClone) {
+    for (const std::uint32_t offset : {sample_size + 1, 0xFFFFFFFFU}) {
+        reset_stand_ins();
+        EXPECT_EQ(repair_with(offset, damaged_photo.raw_offset), -1065);
+        EXPECT_THAT(lines(), merge_failed());
+        EXPECT_EQ(output(), std::nullopt);
+        EXPECT_EQ(work_file("temp.nef"), patched);
+    }
+}
+
+TEST_F(NefMerge, SampleOffsetZeroStillCreatesTheOutput) {
+    EXPECT_EQ(repair_with(0, damaged_photo.raw_offset), 0);
+    EXPECT_EQ(output(), part(damaged, damaged_photo.raw_offset, damaged.size()));
+    reset_stand_ins();
+    EXPECT_EQ(repair_with(0, damaged_size + 1), -1065);
+    EXPECT_EQ(output(), Bytes{});
+}
+
+TEST_F(NefMerge, DamagedOffsetOneBeforeItsEndAndAtItsEndSucceeds) {
+    for (const std::uint32_t offset : {damaged_size - 1, damaged_size}) {
+        EXPECT_EQ(repair_with(sample_photo.raw_offset, offset), 0);
+        EXPECT_EQ(output(),
+                  joined(part(patched, 0, sample_photo.raw_offset), part(damaged, offset, damaged.size())));
+    }
+}
+
+TEST_F(NefMerge, DamagedOffsetPastItsEndLeavesTheSamplesPart) {
+    for (const std::uint32_t offset : {damaged_size + 1, 0xFFFFFFFFU}) {
+        reset_stand_ins();
+        EXPECT_EQ(repair_with(sample_photo.raw_offset, offset), -1065);
+        EXPECT_THAT(lines(), merge_failed());
+        EXPECT_EQ(output(), part(patched, 0, sample_photo.raw_offset));
+        EXPECT_EQ(work_file("temp.nef"), patched);
+    }
+}
+
+TEST_F(NefMerge, OutputThatDoesNotOpenGoesUnnoticed) {
+    write_file(folder / "damaged.nef", damaged_photo.bytes);
+    write_file(folder / "sample.nef", sample_photo.bytes);
+    EXPECT_EQ(advance(folder / "damaged.nef", folder / "sample.nef", folder / "missing" / "output.nef"), 0);
+    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
+    EXPECT_FALSE(fs::exists(folder / "missing"));
+    EXPECT_THAT(work_files(), IsEmpty());
+}
+
+TEST_F(NefMerge, OldOutputIsReplacedAndNotAppendedTo) {
+    write_file(folder / "output.nef", noise(100, 1));
+    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
+    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
+}
+
+} // namespace
+} // namespace test

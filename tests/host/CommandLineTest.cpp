@@ -1,0 +1,157 @@
+#include "host/HostFixture.h"
+
+#include "support/Jpeg.h"
+#include "support/RawDecode.h"
+
+#include <gmock/gmock.h>
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+using Host = HostFixture;
+
+TEST_F(Host, RepairsBesideTheDamagedFileAndLeavesNothingElse) {
+    EXPECT_EQ(run({"repair", "--sample", in("good.arw"), in("broken.arw")}), 0);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "broken.repaired.arw", "good.arw"));
+    EXPECT_EQ(decode_raw(folder / "broken.repaired.arw"), decode_raw(original.bytes));
+    EXPECT_EQ(read_file(folder / "broken.arw"), damaged);
+    EXPECT_EQ(read_file(folder / "good.arw"), sample.bytes);
+    EXPECT_EQ(out, in("broken.arw") + ": repaired to " + in("broken.repaired.arw") + "\n");
+    EXPECT_EQ(err, "");
+}
+
+TEST_F(Host, RepairsToANamedOutput) {
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), in("broken.arw")}), 0);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "mended.arw"));
+}
+
+TEST_F(Host, NamesMayBeNonAscii) {
+    fs::rename(folder / "broken.arw", folder / u8"für 写真.arw");
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in(u8"写真 ganz.arw"), in(u8"für 写真.arw")}), 0);
+    EXPECT_EQ(decode_raw(folder / u8"写真 ganz.arw"), decode_raw(original.bytes));
+}
+
+TEST_F(Host, ExistingOutputIsRefusedWithoutForce) {
+    write_file(folder / "mended.arw", {1});
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), in("broken.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr("--force"));
+    EXPECT_EQ(read_file(folder / "mended.arw"), Bytes{1});
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), "--force", in("broken.arw")}), 0);
+    EXPECT_EQ(decode_raw(folder / "mended.arw"), decode_raw(original.bytes));
+}
+
+TEST_F(Host, FailedRepairLeavesAnExistingOutputAloneEvenWithForce) {
+    write_file(folder / "mended.arw", {1});
+    write_file(folder / "broken.arw", Bytes(1000));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), "--force", in("broken.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr("(code -1124)"));
+    EXPECT_EQ(read_file(folder / "mended.arw"), Bytes{1});
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "mended.arw"));
+}
+
+TEST_F(Host, OutputThatIsAFolderIsRefusedAlways) {
+    fs::create_directory(folder / "keep");
+    write_file(folder / "keep" / "file", {1});
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("keep"), "--force", in("broken.arw")}), 1);
+    EXPECT_EQ(read_file(folder / "keep" / "file"), Bytes{1});
+    EXPECT_THAT(err, HasSubstr("folder"));
+}
+
+TEST_F(Host, OutputThatIsAnInputIsRefusedAlways) {
+    for (const char* output : {"good.arw", "broken.arw"}) {
+        EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in(output), "--force", in("broken.arw")}), 1);
+        EXPECT_THAT(err, HasSubstr("also an input"));
+    }
+    fs::create_directory(folder / "below");
+    EXPECT_EQ(
+        run({"repair", "-s", in("good.arw"), "-o", in("below/../good.arw"), "--force", in("broken.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr("also an input"));
+    EXPECT_EQ(run({"salvage", "-o", in("broken.arw"), "--force", in("broken.arw")}), 1);
+    EXPECT_EQ(read_file(folder / "good.arw"), sample.bytes);
+    EXPECT_EQ(read_file(folder / "broken.arw"), damaged);
+}
+
+TEST_F(Host, MissingInputsAndFoldersAreToldByName) {
+    EXPECT_EQ(run({"repair", "-s", in("missing.arw"), in("broken.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr(in("missing.arw") + ": no such file"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("missing.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr(in("missing.arw") + ": no such file"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("missing/out.arw"), in("broken.arw")}), 1);
+    EXPECT_THAT(err, StartsWith("plate-mend: "));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(Host, UnknownExtensionIsExplained) {
+    fs::rename(folder / "broken.arw", folder / "broken.tif");
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("broken.tif")}), 1);
+    EXPECT_THAT(err, HasSubstr("no format is known"));
+}
+
+TEST_F(Host, ResultThatLibRawDoesNotOpenIsNoSuccess) {
+    // A sample whose picture height is gone: the library joins the files all the same.
+    Bytes blind = sample.bytes;
+    put_u16(blind, sample.sub_ifd.entry(257), 0xFFFF, ByteOrder::kLittle);
+    put_u16(blind, sample.sub_ifd.entry(256), 0xFFFF, ByteOrder::kLittle);
+    write_file(folder / "good.arw", blind);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("broken.arw")}), 1);
+    EXPECT_THAT(err, HasSubstr("LibRaw does not open it"));
+}
+
+TEST_F(Host, IllFormedPathBecomesAMessage) {
+    EXPECT_EQ(run({"check", "broken\xFF.arw"}), 1);
+    EXPECT_THAT(err, StartsWith("plate-mend: "));
+}
+
+TEST_F(Host, LogIsKeptWhereItIsAskedFor) {
+    fs::create_directory(folder / "logs");
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--log", in("logs"), in("broken.arw")}), 0);
+    const Bytes log = read_file(folder / "logs" / "PlateMend.log");
+    EXPECT_THAT(std::string(log.begin(), log.end()), HasSubstr("arw advanced repair success!"));
+    EXPECT_EQ(
+        run({"repair", "-s", in("good.arw"), "--log", in("missing"), "-o", in("x.arw"), in("broken.arw")}),
+        1);
+    EXPECT_THAT(err, HasSubstr("no log can be written there"));
+}
+
+TEST_F(Host, SalvagesAPreview) {
+    write_file(folder / "broken.arw", zeroed(original.bytes, 0, original.strip_entries + 36));
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 0);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "broken.salvaged.jpg", "good.arw"));
+    EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));
+    EXPECT_EQ(out, in("broken.arw") + ": picture saved to " + in("broken.salvaged.jpg") + "\n");
+}
+
+TEST_F(Host, SalvageWithoutAPictureFailsAndLeavesNothing) {
+    write_file(folder / "broken.arw", Bytes(5000));
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 1);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+    EXPECT_THAT(err, HasSubstr("no picture is left"));
+}
+
+TEST_F(Host, ChecksFiles) {
+    EXPECT_EQ(run({"check", in("good.arw")}), 0);
+    EXPECT_EQ(out, in("good.arw") + ": opens\n");
+    EXPECT_EQ(run({"check", in("broken.arw"), in("good.arw")}), 1) << "one of them does not";
+    EXPECT_EQ(out, in("broken.arw") + ": does not open\n" + in("good.arw") + ": opens\n");
+}
+
+TEST_F(Host, HelpShowsAnExampleAndWrongCommandLinesAreUsageErrors) {
+    EXPECT_EQ(run({"--help"}), 0);
+    EXPECT_THAT(out, HasSubstr("plate-mend repair --sample IMG_0007.ARW IMG_0042.ARW"));
+    EXPECT_EQ(run({"repair", "--help"}), 0);
+    EXPECT_EQ(run({"--version"}), 0);
+    EXPECT_THAT(out, StartsWith("plate-mend "));
+    EXPECT_EQ(run({}), 64);
+    EXPECT_EQ(run({"frob"}), 64);
+    EXPECT_EQ(run({"repair", in("broken.arw")}), 64) << "no sample";
+    EXPECT_EQ(run({"repair", "-s", in("good.arw")}), 64) << "no damaged file";
+    EXPECT_EQ(run({"check"}), 64);
+}
+
+} // namespace
+} // namespace test

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "support/Bytes.h"
+#include "support/TiffWriter.h"
+
+namespace test {
+
+/// A Canon CR2 photograph, laid out as a camera writes it: the 16-byte header, IFD 0 with a JPEG in a strip
+/// and GPSInfo as its last entry, Exif and GPS directories, IFD 1 with the thumbnail JPEG, IFD 2 with a small
+/// 16-bit RGB picture, IFD 3 with the raw strip, the pictures, and the raw data at the end: lossless JPEG of
+/// 14 bits, two components, stored in two vertical slices. LibRaw opens and decodes it.
+struct Cr2Photo {
+    struct Options {
+        ByteOrder order = ByteOrder::kLittle;
+        unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
+        unsigned width = 160; ///< A multiple of 4.
+        unsigned height = 120;
+        std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets behind them.
+    };
+
+    explicit Cr2Photo(const Options& options);
+    Cr2Photo() : Cr2Photo(Options{}) {}
+
+    Bytes bytes;
+    TiffDirectory ifd0;
+    TiffDirectory ifd1;
+    TiffDirectory ifd2;
+    TiffDirectory raw_ifd;
+    std::uint32_t preview_offset = 0;   ///< Of the picture of IFD 0.
+    std::uint32_t thumbnail_offset = 0; ///< Of IFD 1.
+    std::uint32_t small_offset = 0;     ///< Of IFD 2.
+    std::uint32_t small_size = 0;
+    std::uint32_t raw_offset = 0; ///< The raw data; they go on to the end of the file.
+    std::uint32_t raw_size = 0;
+};
+
+/// A lossless JPEG (ITU T.81, process 14) with two interleaved components: predictor 1, one Huffman table.
+/// The samples are rows of 2 * columns numbers of the given bits, the components in turn.
+[[nodiscard]] Bytes make_lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned columns,
+                                       unsigned rows, unsigned bits);
+
+} // namespace test

@@ -1,0 +1,248 @@
+#include "support/DngPhoto.h"
+
+#include "support/Jpeg.h"
+#include "support/Scene.h"
+
+namespace test {
+
+namespace {
+
+// Tags of TIFF 6.0, TIFF/EP and DNG.
+enum Tag : std::uint16_t {
+    kNewSubfileType = 254,
+    kImageWidth = 256,
+    kImageLength = 257,
+    kBitsPerSample = 258,
+    kCompression = 259,
+    kPhotometric = 262,
+    kMake = 271,
+    kModel = 272,
+    kStripOffsets = 273,
+    kOrientation = 274,
+    kSamplesPerPixel = 277,
+    kRowsPerStrip = 278,
+    kStripByteCounts = 279,
+    kPlanarConfiguration = 284,
+    kSoftware = 305,
+    kDateTime = 306,
+    kTileWidth = 322,
+    kTileLength = 323,
+    kTileOffsets = 324,
+    kTileByteCounts = 325,
+    kSubIfds = 330,
+    kCfaPatternDim = 33421,
+    kCfaPattern = 33422,
+    kDngVersion = 50706,
+    kUniqueCameraModel = 50708,
+    kBlackLevel = 50714,
+    kWhiteLevel = 50717,
+    kColorMatrix1 = 50721,
+    kAsShotNeutral = 50728,
+    kCalibrationIlluminant1 = 50778,
+};
+
+constexpr std::uint32_t kLater = 0;     // Patched when the place is known.
+constexpr std::uint16_t kJpeg = 7;      // JPEG in the sense of DNG: baseline or lossless.
+constexpr std::uint16_t kYCbCr = 6;     // Photometric interpretation of the previews.
+constexpr std::uint16_t kCfa = 32803;   // A colour filter array.
+constexpr std::uint16_t kDaylight = 21; // D65
+constexpr std::size_t kAlignment = 512; // The image begins on a sector.
+constexpr unsigned kBits = 14;          // A sample.
+constexpr unsigned kCategories = 15;    // Of differences: 0 to 14 bits.
+
+/// Bits of a JPEG scan, high bit first, with a zero behind each FF.
+class BitWriter {
+  public:
+    void put(std::uint32_t value, unsigned count) {
+        while (count-- > 0) {
+            current_ = static_cast<unsigned char>(current_ << 1U | (value >> count & 1U));
+            if (++filled_ == 8) {
+                flush();
+            }
+        }
+    }
+
+    /// All bytes, the last one filled up with ones.
+    Bytes finish() {
+        while (filled_ != 0) {
+            put(1, 1);
+        }
+        return bytes_;
+    }
+
+  private:
+    void flush() {
+        bytes_.push_back(current_);
+        if (current_ == 0xFF) {
+            bytes_.push_back(0);
+        }
+        current_ = 0;
+        filled_ = 0;
+    }
+
+    Bytes bytes_;
+    unsigned char current_ = 0;
+    unsigned filled_ = 0;
+};
+
+/// The tile at a column and a row, filled up at the edges with zeros.
+Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsigned left, unsigned top) {
+    std::vector<std::uint16_t> tile(std::size_t{options.tile_width} * options.tile_height);
+    for (unsigned row = 0; row < options.tile_height && top + row < options.height; ++row) {
+        for (unsigned column = 0; column < options.tile_width && left + column < options.width; ++column) {
+            tile[std::size_t{row} * options.tile_width + column] =
+                photo.samples[std::size_t{top + row} * options.width + left + column];
+        }
+    }
+    return lossless_jpeg(tile, options.tile_width, options.tile_height);
+}
+
+/// Where a list of LONGs stands: in the value field when it has one.
+std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std::uint16_t tag) {
+    const std::uint32_t entry = directory.entry(tag);
+    return get_u32(photo.bytes, entry + 4, photo.order) == 1 ? entry + 8
+                                                             : get_u32(photo.bytes, entry + 8, photo.order);
+}
+
+} // namespace
+
+// The predictor is the left neighbour. All categories of differences have codes of four bits.
+Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height) {
+    const auto high = [](unsigned value) { return static_cast<unsigned char>(value >> 8U); };
+    const auto low = [](unsigned value) { return static_cast<unsigned char>(value); };
+    Bytes jpeg{0xFF, 0xD8};
+    jpeg = joined(
+        jpeg, {0xFF, 0xC4, 0, 19 + kCategories, 0, 0, 0, 0, kCategories, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    for (unsigned category = 0; category < kCategories; ++category) {
+        jpeg.push_back(low(category));
+    }
+    jpeg = joined(
+        jpeg, {0xFF, 0xC3, 0, 11, kBits, high(height), low(height), high(width), low(width), 1, 1, 0x11, 0});
+    jpeg = joined(jpeg, {0xFF, 0xDA, 0, 8, 1, 1, 0, 1, 0, 0});
+
+    BitWriter bits;
+    for (std::size_t index = 0; index < samples.size(); ++index) {
+        int predicted = 1 << (kBits - 1);
+        if (index % width != 0) {
+            predicted = samples[index - 1];
+        } else if (index != 0) {
+            predicted = samples[index - width];
+        }
+        const int difference = samples[index] - predicted;
+        auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
+        unsigned category = 0;
+        for (; magnitude != 0; magnitude >>= 1U) {
+            ++category;
+        }
+        bits.put(category, 4);
+        bits.put(static_cast<std::uint32_t>(difference < 0 ? difference - 1 : difference), category);
+    }
+    return joined(joined(jpeg, bits.finish()), {0xFF, 0xD9});
+}
+
+DngPhoto::DngPhoto(const Options& options) : order(options.order) {
+    const Scene scene(options.number);
+    samples = scene.bayer(options.width, options.height, kBits);
+    const unsigned columns = (options.width + options.tile_width - 1) / options.tile_width;
+    const unsigned rows = (options.height + options.tile_height - 1) / options.tile_height;
+    const std::vector<std::uint32_t> one_a_tile(std::size_t{columns} * rows, kLater);
+    const std::vector<std::uint32_t> one_a_sub_ifd(options.sub_previews + 1, kLater);
+
+    TiffWriter tiff(options.order);
+    tiff.write_header();
+    const auto preview_width = [&](std::size_t preview) { // Of IFD 0 and of the sub-directories.
+        return options.width / (preview == 0 ? 4U : 2U);
+    };
+    const auto preview_height = [&](std::size_t preview) {
+        return options.height / (preview == 0 ? 4U : 2U);
+    };
+    const auto directory_with_preview = [&](std::size_t preview, const std::vector<TiffEntry>& more) {
+        std::vector<TiffEntry> entries{
+            tiff.longs(kNewSubfileType, {1}),
+            tiff.longs(kImageWidth, {preview_width(preview)}),
+            tiff.longs(kImageLength, {preview_height(preview)}),
+            tiff.shorts(kBitsPerSample, {8, 8, 8}),
+            tiff.shorts(kCompression, {kJpeg}),
+            tiff.shorts(kPhotometric, {kYCbCr}),
+            tiff.longs(kStripOffsets, {kLater}),
+            tiff.shorts(kOrientation, {1}),
+            tiff.shorts(kSamplesPerPixel, {3}),
+            tiff.longs(kRowsPerStrip, {preview_height(preview)}),
+            tiff.longs(kStripByteCounts, {kLater}),
+            tiff.shorts(kPlanarConfiguration, {1}),
+        };
+        if (preview == 0) {
+            const auto behind_photometric = entries.begin() + 6;
+            entries.insert(behind_photometric, {tiff.ascii(kMake, "Ricoh"), tiff.ascii(kModel, "GXR A12")});
+        }
+        entries.insert(entries.end(), more.begin(), more.end());
+        return tiff.write_directory(entries);
+    };
+
+    ifd0 = directory_with_preview(
+        0,
+        {tiff.ascii(kSoftware, "GXR v1.50"), tiff.ascii(kDateTime, "2026:11:21 17:40:00"),
+         tiff.longs(kSubIfds, one_a_sub_ifd), tiff.byte(kDngVersion, {1, 4, 0, 0}),
+         tiff.ascii(kUniqueCameraModel, "Ricoh GXR A12"),
+         tiff.srationals(kColorMatrix1, {8, 10, -2, 10, -1, 10, -4, 10, 12, 10, 2, 10, -1, 10, 2, 10, 6, 10}),
+         tiff.rationals(kAsShotNeutral, {1, 2, 1, 1, 2, 3}),
+         tiff.shorts(kCalibrationIlluminant1, {kDaylight})});
+    tiff.append(Bytes(options.private_data, 0x20));
+    std::vector<std::uint32_t> sub_ifd_offsets;
+    for (std::size_t index = 0; index <= options.sub_previews; ++index) {
+        sub_ifd_offsets.push_back(tiff.offset());
+        if (index != options.main_index) {
+            preview_ifds.push_back(directory_with_preview(preview_ifds.size() + 1, {}));
+            continue;
+        }
+        main_ifd = tiff.write_directory(
+            {tiff.longs(kNewSubfileType, {0}), tiff.longs(kImageWidth, {options.width}),
+             tiff.longs(kImageLength, {options.height}), tiff.shorts(kBitsPerSample, {kBits}),
+             tiff.shorts(kCompression, {kJpeg}), tiff.shorts(kPhotometric, {kCfa}),
+             tiff.shorts(kSamplesPerPixel, {1}), tiff.shorts(kPlanarConfiguration, {1}),
+             tiff.longs(kTileWidth, {options.tile_width}), tiff.longs(kTileLength, {options.tile_height}),
+             tiff.longs(kTileOffsets, one_a_tile), tiff.longs(kTileByteCounts, one_a_tile),
+             tiff.shorts(kCfaPatternDim, {2, 2}), tiff.byte(kCfaPattern, {0, 1, 1, 2}),
+             tiff.shorts(kBlackLevel, {0}), tiff.shorts(kWhiteLevel, {(1U << kBits) - 1})});
+    }
+    main_entry = main_ifd.entry(kNewSubfileType);
+
+    std::vector<TiffDirectory> with_preview{ifd0};
+    with_preview.insert(with_preview.end(), preview_ifds.begin(), preview_ifds.end());
+    for (std::size_t preview = 0; preview < with_preview.size(); ++preview) {
+        const Bytes jpeg = make_preview(scene, preview_width(preview), preview_height(preview));
+        preview_offsets.push_back(tiff.append(jpeg));
+        preview_sizes.push_back(static_cast<std::uint32_t>(jpeg.size()));
+        tiff.set_value(with_preview[preview], kStripOffsets, preview_offsets.back());
+        tiff.set_value(with_preview[preview], kStripByteCounts, preview_sizes.back());
+    }
+
+    tiff.pad_to((tiff.offset() + kAlignment - 1) / kAlignment * kAlignment);
+    for (unsigned top = 0; top < options.height; top += options.tile_height) {
+        for (unsigned left = 0; left < options.width; left += options.tile_width) {
+            const Bytes tile = encode_tile(*this, options, left, top);
+            tile_offsets.push_back(tiff.append(tile));
+            tile_byte_counts.push_back(static_cast<std::uint32_t>(tile.size()));
+        }
+    }
+
+    bytes = tiff.bytes();
+    const std::uint32_t sub_ifd_list = list_of(*this, ifd0, kSubIfds);
+    for (std::size_t index = 0; index < sub_ifd_offsets.size(); ++index) {
+        put_u32(bytes, sub_ifd_list + 4 * index, sub_ifd_offsets[index], order);
+    }
+    for (std::size_t tile = 0; tile < tiles(); ++tile) {
+        put_u32(bytes, offset_slot(tile), tile_offsets[tile], order);
+        put_u32(bytes, byte_count_slot(tile), tile_byte_counts[tile], order);
+    }
+}
+
+std::uint32_t DngPhoto::offset_slot(std::size_t tile) const {
+    return list_of(*this, main_ifd, kTileOffsets) + 4 * static_cast<std::uint32_t>(tile);
+}
+
+std::uint32_t DngPhoto::byte_count_slot(std::size_t tile) const {
+    return list_of(*this, main_ifd, kTileByteCounts) + 4 * static_cast<std::uint32_t>(tile);
+}
+
+} // namespace test

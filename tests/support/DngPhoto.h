@@ -1,0 +1,51 @@
+#pragma once
+
+#include "support/Bytes.h"
+#include "support/TiffWriter.h"
+
+namespace test {
+
+/// A lossless JPEG of one component (ITU-T T.81, SOF3), as DNG tiles hold it. The samples have 14 bits at
+/// most.
+[[nodiscard]] Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height);
+
+/// A DNG photograph (DNG 1.4), laid out as a converter writes it: IFD 0 with a preview, a block of private
+/// data, the sub-directories (the main image among further previews), the JPEGs of the previews, and the main
+/// image at the end: tiles of lossless JPEG (14 bits), end to end, each as long as its content needs. LibRaw
+/// opens and decodes it to samples().
+struct DngPhoto {
+    struct Options {
+        ByteOrder order = ByteOrder::kLittle;
+        unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
+        unsigned width = 192;
+        unsigned height = 128;
+        unsigned tile_width = 64;
+        unsigned tile_height = 64;
+        std::size_t private_data = 2048; ///< Bytes between IFD 0 and what follows: they set all offsets.
+        std::size_t sub_previews = 2;    ///< Sub-directories beside the main image's.
+        std::size_t main_index = 1;      ///< The main image's place in SubIFDs, and in the file.
+    };
+
+    explicit DngPhoto(const Options& options);
+    DngPhoto() : DngPhoto(Options{}) {}
+
+    [[nodiscard]] std::size_t tiles() const { return tile_offsets.size(); }
+
+    /// The file offsets of the two lists' numbers: four bytes a tile.
+    [[nodiscard]] std::uint32_t offset_slot(std::size_t tile) const;
+    [[nodiscard]] std::uint32_t byte_count_slot(std::size_t tile) const;
+
+    ByteOrder order;
+    Bytes bytes;
+    std::vector<std::uint16_t> samples; ///< What the main image holds, row by row.
+    TiffDirectory ifd0;
+    TiffDirectory main_ifd;
+    std::vector<TiffDirectory> preview_ifds;    ///< Of the sub-directories.
+    std::vector<std::uint32_t> preview_offsets; ///< Of IFD 0 and of preview_ifds.
+    std::vector<std::uint32_t> preview_sizes;
+    std::uint32_t main_entry = 0; ///< Of the main image's NewSubfileType entry.
+    std::vector<std::uint32_t> tile_offsets;
+    std::vector<std::uint32_t> tile_byte_counts;
+};
+
+} // namespace test

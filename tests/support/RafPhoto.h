@@ -1,0 +1,45 @@
+#pragma once
+
+#include "support/Bytes.h"
+
+namespace test {
+
+/// A Fujifilm RAF photograph, laid out as a camera writes it: the file's own header, a JPEG with Exif (the
+/// first TIFF header, IFD 0, IFD 1 with a thumbnail), an XMP packet, Huffman tables in front of quantisation
+/// tables; then the table of the sensor's geometry, the raw section (the second TIFF header, tags 0xF000 to
+/// 0xF008), and the raw data at the end, 14 bits in two bytes a pixel, low byte first. LibRaw opens and
+/// decodes it, and the JPEG decodes too. In the raw data no byte FF stands in front of one above 3F.
+struct RafPhoto {
+    struct Options {
+        unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
+        unsigned width = 160;
+        unsigned height = 120;
+        std::size_t maker_notes = 1024; ///< Bytes in the Exif, below 32 KiB: they set what stands where.
+    };
+
+    explicit RafPhoto(const Options& options);
+    RafPhoto() : RafPhoto(Options{}) {}
+
+    // All offsets are in the file.
+
+    Bytes bytes;
+    std::uint32_t jpeg = 0; ///< From here to jpeg_end.
+    std::uint32_t jpeg_end = 0;
+    std::uint32_t first_header = 0; ///< TIFF header of the Exif; IFD 0 follows.
+    std::uint32_t ifd0_next_link = 0;
+    std::uint32_t ifd1 = 0;
+    std::uint32_t thumb_offset_entry = 0; ///< Tag 0x0201 in IFD 1.
+    std::uint32_t thumb_size_entry = 0;   ///< Tag 0x0202 in IFD 1.
+    std::uint32_t thumb = 0;
+    std::uint32_t thumb_size = 0;
+    std::uint32_t xpacket_end = 0;             ///< The text "xpacket end".
+    std::uint32_t dht = 0;                     ///< The first FF C4 behind it,
+    std::uint32_t dqt = 0;                     ///< and the first FF DB behind that.
+    std::uint32_t second_header = 0;           ///< TIFF header of the raw section.
+    std::uint32_t strip_offsets_entry = 0;     ///< Tag 0xF007, 100 bytes behind that header.
+    std::uint32_t strip_byte_counts_entry = 0; ///< Tag 0xF008.
+    std::uint32_t image_offset = 0;            ///< The raw data; they go on to the end of the file.
+    std::uint32_t image_size = 0;
+};
+
+} // namespace test

@@ -1,0 +1,493 @@
+#include "NEF/NEF.h"
+
+#include "api/Exceptions.h"
+#include "support/Bytes.h"
+#include "support/TempDir.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <vector>
+
+namespace plate_mend {
+namespace {
+
+using test::ByteOrder;
+using test::Bytes;
+using test::joined;
+using test::part;
+using test::zeroed;
+using Shorts = std::vector<std::uint16_t>;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr NEF::Pattern kNewSubfileType{0x00, 0xFE};
+
+/// The 12 bytes of an entry.
+Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
+                  ByteOrder order = ByteOrder::kLittle) {
+    Bytes bytes(12);
+    test::put_u16(bytes, 0, tag, order);
+    test::put_u16(bytes, 2, type, order);
+    test::put_u32(bytes, 4, count, order);
+    test::put_u32(bytes, 8, value, order);
+    return bytes;
+}
+
+/// The 8 bytes of a header.
+Bytes header_bytes(ByteOrder order, std::uint16_t version = 42, std::uint32_t first_ifd = 0x10203040) {
+    const unsigned char mark = order == ByteOrder::kLittle ? 'I' : 'M';
+    Bytes bytes{mark, mark, 0, 0, 0, 0, 0, 0};
+    test::put_u16(bytes, 2, version, order);
+    test::put_u32(bytes, 4, first_ifd, order);
+    return bytes;
+}
+
+/// Numbers of four bytes.
+Bytes list_bytes(const std::vector<std::uint32_t>& numbers, ByteOrder order = ByteOrder::kLittle) {
+    Bytes bytes(4 * numbers.size());
+    for (std::size_t index = 0; index < numbers.size(); ++index) {
+        test::put_u32(bytes, 4 * index, numbers[index], order);
+    }
+    return bytes;
+}
+
+class NefModel : public ::testing::Test {
+  protected:
+    /// A model on a file of these bytes; an earlier one is dropped.
+    NEF& open(const Bytes& bytes, ByteOrder order = ByteOrder::kLittle) {
+        model.reset();
+        test::write_file(folder / "photo.nef", bytes);
+        model = std::make_unique<NEF>(folder / "photo.nef");
+        model->set_big_endian(order == ByteOrder::kBig);
+        return *model;
+    }
+
+    /// What the file holds now.
+    [[nodiscard]] Bytes content() const {
+        const auto bytes = model->mmap->bytes();
+        return {bytes.begin(), bytes.end()};
+    }
+
+    test::TempDir folder;
+    std::unique_ptr<NEF> model;
+    std::shared_ptr<NEF_DE> entry = std::make_shared<NEF_DE>();
+    std::shared_ptr<NEF_DE> counts = std::make_shared<NEF_DE>();
+};
+
+// The model itself.
+
+TEST_F(NefModel, StartsEmpty) {
+    const NEF& nef = open(Bytes{1});
+    EXPECT_TRUE(nef.is_valid());
+    EXPECT_FALSE(nef.is_big_endian());
+    EXPECT_EQ(nef.size(), 1U);
+    EXPECT_EQ(nef.get_raw_offset(), 0U);
+    EXPECT_EQ(nef.ifh, nullptr);
+    ASSERT_NE(nef.ifd, nullptr);
+    EXPECT_THAT(nef.ifd->entries, IsEmpty());
+    EXPECT_EQ(nef.ifd->entry_count, 0U);
+    EXPECT_EQ(nef.ifd->next_ifd_offset, 0U);
+}
+
+TEST_F(NefModel, KeepsTheRawOffset) {
+    NEF& nef = open(Bytes{1});
+    nef.set_raw_offset(0xFFFFFFFF);
+    EXPECT_EQ(nef.get_raw_offset(), 0xFFFFFFFFU);
+}
+
+TEST_F(NefModel, EmptyOrMissingFileIsNotValidAndNoOperationFaults) {
+    test::write_file(folder / "empty.nef", {});
+    for (const char* name : {"empty.nef", "missing.nef"}) {
+        NEF nef(folder / name);
+        EXPECT_FALSE(nef.is_valid());
+        EXPECT_EQ(nef.size(), 0U);
+        EXPECT_THROW((void)nef.find_tag(kNewSubfileType, 0), NotFoundException);
+        EXPECT_THROW(nef.parse_header(), OutRangeException);
+        EXPECT_THROW(nef.read_entry_is_zero(entry, 0), OutRangeException);
+        EXPECT_THROW(nef.blank_entry_data(entry, 0), OutRangeException);
+        EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), OutRangeException);
+        EXPECT_THROW(nef.read_entry_value(entry, 0), OutRangeException);
+        EXPECT_THROW(nef.blank_strip(entry, counts, 0, 0), OutRangeException);
+    }
+}
+
+// The header.
+
+class NefHeader : public NefModel, public ::testing::WithParamInterface<ByteOrder> {};
+
+INSTANTIATE_TEST_SUITE_P(ByteOrders, NefHeader, ::testing::Values(ByteOrder::kLittle, ByteOrder::kBig),
+                         [](const auto& order) { return order.param == ByteOrder::kBig ? "MM" : "II"; });
+
+TEST_P(NefHeader, IsReadInItsByteOrder) {
+    NEF& nef = open(header_bytes(GetParam()));
+    nef.parse_header();
+    const bool big = GetParam() == ByteOrder::kBig;
+    EXPECT_EQ(nef.is_big_endian(), big);
+    EXPECT_EQ(nef.ifh->byte_order, big ? 0x4D4D : 0x4949);
+    EXPECT_EQ(nef.ifh->version, 42U);
+    EXPECT_EQ(nef.first_ifd_offset(), 0x10203040U);
+}
+
+TEST_P(NefHeader, MayHaveItsVersionInTheOtherByteOrder) {
+    NEF& nef = open(header_bytes(GetParam(), 0x2A00));
+    nef.parse_header();
+    EXPECT_EQ(nef.ifh->version, 0x2A00U);
+}
+
+TEST_P(NefHeader, NeedsVersion42) {
+    for (const std::uint16_t version : Shorts{0, 41, 43, 0x29FF, 0x2A01, 0x2A2A}) {
+        NEF& nef = open(header_bytes(GetParam(), version));
+        EXPECT_THROW(nef.parse_header(), IllegalException) << version;
+        EXPECT_EQ(nef.ifh->version, 0U) << "nothing behind the byte order is stored";
+        EXPECT_EQ(nef.ifh->first_ifd_offset, 0U);
+    }
+}
+
+TEST_P(NefHeader, NeedsAFirstDirectory) {
+    NEF& nef = open(header_bytes(GetParam(), 42, 0));
+    EXPECT_THROW(nef.parse_header(), IllegalException);
+    EXPECT_EQ(nef.ifh->version, 0U);
+    open(header_bytes(GetParam(), 42, 1)).parse_header();
+    EXPECT_EQ(model->first_ifd_offset(), 1U);
+}
+
+TEST_P(NefHeader, CutAtAnyLengthIsOutOfRangeEvenWithABadVersion) {
+    for (const std::uint16_t version : Shorts{42, 41}) {
+        const Bytes bytes = header_bytes(GetParam(), version);
+        for (std::size_t length = 1; length < bytes.size(); ++length) {
+            EXPECT_THROW(open(part(bytes, 0, length)).parse_header(), OutRangeException) << length;
+        }
+    }
+}
+
+TEST_F(NefModel, ByteOrderIsJudgedBeforeTheRestIsRead) {
+    for (const Bytes& mark : {Bytes{'I', 'M'}, Bytes{'M', 'I'}, Bytes{'I', 'J'}, Bytes{0, 0}}) {
+        EXPECT_THROW(open(mark).parse_header(), IllegalException);
+    }
+    EXPECT_THROW(open({'M'}).parse_header(), OutRangeException);
+}
+
+TEST_F(NefModel, ParsedAgainItHasANewHeader) {
+    NEF& nef = open(header_bytes(ByteOrder::kLittle));
+    nef.parse_header();
+    const auto first = nef.ifh;
+    nef.parse_header();
+    EXPECT_NE(nef.ifh, first);
+}
+
+// The search.
+
+TEST_F(NefModel, FindsATagInTheOrderOfTheFileAtAnyByte) {
+    const Bytes bytes{0xFE, 0xFE, 0x00, 0xFE, 0x00, 0x01};
+    EXPECT_EQ(open(bytes).find_tag(kNewSubfileType, 0), 1U);
+    EXPECT_EQ(open(bytes, ByteOrder::kBig).find_tag(kNewSubfileType, 0), 2U);
+}
+
+TEST_F(NefModel, FindsATagFromTheStartOnUpToTheLastTwoBytes) {
+    const NEF& nef = open({0xFE, 0x00, 1, 0xFE, 0x00});
+    EXPECT_EQ(nef.find_tag(kNewSubfileType, 0), 0U);
+    EXPECT_EQ(nef.find_tag(kNewSubfileType, 1), 3U);
+    EXPECT_EQ(nef.find_tag(kNewSubfileType, 3), 3U);
+    for (const std::uint32_t start : {4U, 5U, 6U, 0xFFFFFFFFU}) {
+        EXPECT_THROW((void)nef.find_tag(kNewSubfileType, start), NotFoundException) << start;
+    }
+    EXPECT_THROW((void)open({1, 0xFE}).find_tag(kNewSubfileType, 0), NotFoundException);
+}
+
+TEST_F(NefModel, SearchLeavesTheCursor) {
+    const NEF& nef = open({1, 1, 0xFE, 0x00});
+    nef.mmap->seek(77);
+    EXPECT_EQ(nef.find_tag(kNewSubfileType, 0), 2U);
+    EXPECT_EQ(nef.mmap->position(), 77U);
+}
+
+// Entries.
+
+TEST_F(NefModel, ReadsAnEntryInBothByteOrders) {
+    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
+        NEF& nef = open(joined({9}, entry_bytes(0x0111, 4, 7, 0x01020304, order)), order);
+        EXPECT_EQ(nef.read_entry_value(entry, 1), 0x01020304U);
+        EXPECT_EQ(entry->tag, 0x0111U);
+        EXPECT_EQ(entry->type, 4U);
+        EXPECT_EQ(entry->count, 7U);
+        EXPECT_EQ(entry->value, 0x01020304U);
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
+    }
+}
+
+TEST_F(NefModel, ShortOfABigEndianFileStandsInTheHighHalf) {
+    Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
+    test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
+    EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
+}
+
+TEST_F(NefModel, AcceptsTypesOneToTwelve) {
+    for (const std::uint16_t type : Shorts{1, 2, 11, 12}) {
+        EXPECT_EQ(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), 3U) << type;
+    }
+    for (const std::uint16_t type : Shorts{0, 13, 256, 0xFFFF}) {
+        EXPECT_THROW(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), IllegalException) << type;
+    }
+}
+
+TEST_F(NefModel, RefusesTagZeroAndCountZero) {
+    EXPECT_THROW(open(entry_bytes(0, 4, 1, 3)).read_entry_value(entry, 0), IllegalException);
+    EXPECT_THROW(open(entry_bytes(1, 4, 0, 3)).read_entry_value(entry, 0), IllegalException);
+    EXPECT_EQ(open(entry_bytes(1, 4, 0xFFFFFFFF, 0)).read_entry_value(entry, 0), 0U);
+}
+
+TEST_F(NefModel, RefusedEntryIsNeitherFilledNorKept) {
+    NEF& nef = open(joined(entry_bytes(1, 13, 1, 3), Bytes(40)));
+    EXPECT_THROW(nef.read_entry_value(entry, 0), IllegalException);
+    EXPECT_THROW(nef.blank_entry_data(entry, 0), IllegalException);
+    EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), IllegalException);
+    EXPECT_THROW(nef.read_entry_is_zero(entry, 0), IllegalException);
+    EXPECT_EQ(entry->tag, 0U);
+    EXPECT_THAT(nef.ifd->entries, IsEmpty());
+}
+
+TEST_F(NefModel, EntryIsReadWholeBeforeItIsJudged) {
+    const Bytes bad = entry_bytes(0, 0, 0, 0);
+    for (std::size_t length = 1; length < 12; ++length) {
+        EXPECT_THROW(open(part(bad, 0, length)).read_entry_value(entry, 0), OutRangeException) << length;
+    }
+    EXPECT_THROW(open(bad).read_entry_value(entry, 0), IllegalException);
+    EXPECT_THROW(open(bad).read_entry_value(entry, 12), OutRangeException);
+    EXPECT_THROW(open(bad).read_entry_value(entry, 0xFFFFFFFF), OutRangeException);
+}
+
+// Whether an entry's value is zero.
+
+TEST_F(NefModel, TellsWhetherTheValueIsZeroAndKeepsNothing) {
+    NEF& nef = open(joined(entry_bytes(254, 4, 1, 0), entry_bytes(254, 4, 1, 1)));
+    EXPECT_TRUE(nef.read_entry_is_zero(entry, 0));
+    EXPECT_EQ(entry->tag, 254U);
+    EXPECT_FALSE(nef.read_entry_is_zero(entry, 12));
+    EXPECT_EQ(entry->value, 1U);
+    EXPECT_THROW(nef.read_entry_is_zero(entry, 13), OutRangeException);
+    EXPECT_THAT(nef.ifd->entries, IsEmpty());
+}
+
+TEST_F(NefModel, AllFourBytesOfTheValueCount) {
+    for (std::size_t byte = 8; byte < 12; ++byte) {
+        Bytes bytes = entry_bytes(254, 3, 1, 0);
+        bytes[byte] = 1;
+        EXPECT_FALSE(open(bytes).read_entry_is_zero(entry, 0)) << byte;
+    }
+}
+
+// Sub-directories.
+
+TEST_F(NefModel, SubIfdsOfCountOneIsTheValueItself) {
+    // Nothing stands at the value, and nothing is read there.
+    NEF& nef = open(entry_bytes(330, 4, 1, 0x7FFFFFFF));
+    EXPECT_THAT(nef.read_sub_ifd_offsets(entry, 0), ElementsAre(0x7FFFFFFFU));
+    EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
+}
+
+TEST_F(NefModel, SubIfdsOfCountTwoAndMoreIsAListInTheOrderOfTheFile) {
+    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
+        Bytes bytes = joined(entry_bytes(330, 4, 2, 15, order), Bytes(3));
+        bytes = joined(bytes, list_bytes({0x11223344, 0x55667788, 9}, order));
+        EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0), ElementsAre(0x11223344U, 0x55667788U));
+        test::put_u32(bytes, 4, 3, order);
+        EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0),
+                    ElementsAre(0x11223344U, 0x55667788U, 9U));
+    }
+}
+
+TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
+    const Bytes bytes = joined(entry_bytes(330, 4, 2, 12), list_bytes({1, 2}));
+    EXPECT_THAT(open(bytes).read_sub_ifd_offsets(entry, 0), ElementsAre(1U, 2U));
+    for (std::size_t cut = 1; cut <= 8; ++cut) {
+        EXPECT_THROW(open(part(bytes, 0, bytes.size() - cut)).read_sub_ifd_offsets(entry, 0),
+                     OutRangeException)
+            << cut;
+    }
+}
+
+TEST_F(NefModel, SubIfdsListAtZeroWrapsInFrontOfTheFile) {
+    EXPECT_THROW(open(joined(entry_bytes(330, 4, 2, 0), Bytes(100))).read_sub_ifd_offsets(entry, 0),
+                 OutRangeException);
+    // From 1 on it is read out of the entry itself: 4A 01 04 00 02 00 00 00 01.
+    EXPECT_THAT(open(joined(entry_bytes(330, 4, 2, 1), Bytes(100))).read_sub_ifd_offsets(entry, 0),
+                ElementsAre(0x02000401U, 0x01000000U));
+}
+
+TEST_F(NefModel, SubIfdsCountIsNotMultipliedIn32Bits) {
+    // Four times the count is 4 in 32 bits.
+    EXPECT_THROW(open(joined(entry_bytes(330, 4, 0x40000001, 12), Bytes(4))).read_sub_ifd_offsets(entry, 0),
+                 OutRangeException);
+    EXPECT_THROW(open(joined(entry_bytes(330, 4, 0xFFFFFFFF, 12), Bytes(400))).read_sub_ifd_offsets(entry, 0),
+                 OutRangeException);
+}
+
+TEST_F(NefModel, SubIfdsListPastTheEndIsOutOfRange) {
+    for (const std::uint32_t value : {20U, 21U, 0xFFFFFFFFU}) {
+        NEF& nef = open(joined(entry_bytes(330, 4, 2, value), Bytes(8)));
+        EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), OutRangeException) << value;
+    }
+}
+
+// Blanking the start of a picture.
+
+class NefBlanking : public NefModel {
+  protected:
+    /// A file of the size with FF everywhere but an entry at 0 with this value.
+    static Bytes file_with(std::size_t size, std::uint32_t value) {
+        Bytes bytes(size, 0xFF);
+        test::put_bytes(bytes, 0, entry_bytes(0x0201, 4, 1, value));
+        return bytes;
+    }
+};
+
+TEST_F(NefBlanking, ZeroesThirtyBytes) {
+    for (const std::uint32_t value : {40U, 69U}) {
+        const Bytes bytes = file_with(100, value);
+        NEF& nef = open(bytes);
+        nef.blank_entry_data(entry, 0);
+        EXPECT_EQ(content(), zeroed(bytes, value, value + 30));
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
+    }
+}
+
+TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatLiesInsideZeroed) {
+    for (const std::uint32_t value : {70U, 71U, 99U}) {
+        const Bytes bytes = file_with(100, value);
+        NEF& nef = open(bytes);
+        EXPECT_THROW(nef.blank_entry_data(entry, 0), OutRangeException) << value;
+        EXPECT_EQ(content(), zeroed(bytes, value, 100));
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry)) << "there is no guard in front";
+    }
+}
+
+TEST_F(NefBlanking, FromTheEndOnIsOutOfRangeToo) {
+    for (const std::uint32_t value : {100U, 101U, 0xFFFFFFFFU}) {
+        const Bytes bytes = file_with(100, value);
+        NEF& nef = open(bytes);
+        EXPECT_THROW(nef.blank_entry_data(entry, 0), OutRangeException) << value;
+        EXPECT_EQ(content(), bytes);
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
+    }
+}
+
+// Blanking a strip.
+
+class NefStrip : public NefModel {
+  protected:
+    /// A file of 200 bytes, FF everywhere but the offsets entry at 10 and the counts entry at 30.
+    static Bytes file_with(std::uint32_t offset, std::uint32_t length) {
+        Bytes bytes(200, 0xFF);
+        test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, offset));
+        test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, length));
+        return bytes;
+    }
+    static constexpr std::uint32_t kOffsets = 10;
+    static constexpr std::uint32_t kCounts = 30;
+    static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
+};
+
+TEST_F(NefStrip, IsZeroedWhole) {
+    const Bytes bytes = file_with(50, 77);
+    NEF& nef = open(bytes);
+    nef.blank_strip(entry, counts, kOffsets, kCounts);
+    EXPECT_EQ(content(), zeroed(bytes, 50, 127));
+    EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, counts));
+}
+
+TEST_F(NefStrip, IsZeroedWholeInABigEndianFileToo) {
+    Bytes bytes(200, 0xFF);
+    test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
+    test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
+    open(bytes, ByteOrder::kBig).blank_strip(entry, counts, kOffsets, kCounts);
+    EXPECT_EQ(content(), zeroed(bytes, 50, 127));
+}
+
+TEST_F(NefStrip, LengthIsTheValueWhateverTheCount) {
+    Bytes bytes = file_with(50, 3);
+    test::put_u32(bytes, kCounts + 4, 9, ByteOrder::kLittle);
+    open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
+    EXPECT_EQ(content(), zeroed(bytes, 50, 53));
+}
+
+TEST_F(NefStrip, OfLengthZeroWritesNothingWhereverItLies) {
+    for (const std::uint32_t offset : {50U, 200U, 0xFFFFFFFFU}) {
+        const Bytes bytes = file_with(offset, 0);
+        NEF& nef = open(bytes);
+        EXPECT_NO_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts)) << offset;
+        EXPECT_EQ(content(), bytes);
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, counts));
+    }
+}
+
+TEST_F(NefStrip, MayStartNearTheEndAndEndOnTheLastByteButOne) {
+    const Bytes bytes = file_with(190, 9);
+    open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
+    EXPECT_EQ(content(), zeroed(bytes, 190, 199));
+}
+
+TEST_F(NefStrip, ThatReachesTheLastByteOrGoesOnIsOutOfRangeAndZeroed) {
+    for (const std::uint32_t length : {10U, 11U, 0xFFFFFFFFU}) {
+        const Bytes bytes = file_with(190, length);
+        NEF& nef = open(bytes);
+        EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), OutRangeException) << length;
+        EXPECT_EQ(content(), zeroed(bytes, 190, 200));
+    }
+}
+
+TEST_F(NefStrip, PastTheEndIsOutOfRange) {
+    for (const std::uint32_t offset : {200U, 201U, 0xFFFFFFFFU}) {
+        const Bytes bytes = file_with(offset, 1);
+        NEF& nef = open(bytes);
+        EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), OutRangeException) << offset;
+        EXPECT_EQ(content(), bytes);
+    }
+}
+
+TEST_F(NefStrip, FirstEntryIsJudgedAndKeptBeforeTheSecondIsRead) {
+    Bytes bytes = file_with(50, 5);
+    NEF& nef = open(bytes);
+    for (const std::uint32_t second : {189U, 200U, 201U, 0xFFFFFFFFU}) {
+        EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, second), OutRangeException) << second;
+    }
+    EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, entry, entry, entry));
+
+    bytes[kOffsets + kTypeLow] = 13;
+    NEF& bad = open(bytes);
+    EXPECT_THROW(bad.blank_strip(entry, counts, kOffsets, 201), IllegalException);
+    EXPECT_THAT(bad.ifd->entries, IsEmpty());
+}
+
+TEST_F(NefStrip, SecondEntryIsJudgedBeforeAnythingIsWritten) {
+    Bytes bytes = file_with(0xFFFFFFFF, 5);
+    bytes[kCounts + kTypeLow] = 13;
+    NEF& nef = open(bytes);
+    EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), IllegalException);
+    EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
+    EXPECT_EQ(counts->tag, 0U);
+    EXPECT_EQ(content(), bytes);
+}
+
+// The output.
+
+TEST_F(NefModel, AppendsToAFileThatItMakesWhereMissing) {
+    const auto path = folder / "output";
+    NEF::append_to_file(Bytes{1, 2}, path);
+    NEF::append_to_file(Bytes{3}, path);
+    NEF::append_to_file(Bytes{}, path);
+    EXPECT_EQ(test::read_file(path), (Bytes{1, 2, 3}));
+}
+
+TEST_F(NefModel, AppendsNothingAndStillMakesTheFile) {
+    NEF::append_to_file(Bytes{}, folder / "output");
+    EXPECT_EQ(test::read_file(folder / "output"), Bytes{});
+}
+
+TEST_F(NefModel, FailedOutputIsNotNoticed) {
+    EXPECT_NO_THROW(NEF::append_to_file(Bytes{1}, folder / "missing" / "output"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
+}
+
+} // namespace
+} // namespace plate_mend
