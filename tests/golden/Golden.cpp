@@ -1,6 +1,7 @@
 #include "support/ArwPhoto.h"
 #include "support/Bytes.h"
 #include "support/Cr2Photo.h"
+#include "support/Cr3Photo.h"
 #include "support/DngPhoto.h"
 #include "support/NefPhoto.h"
 #include "support/OrfPhoto.h"
@@ -57,6 +58,7 @@ std::vector<Pair> all_pairs() {
         pair_of("dng", photo<test::DngPhoto>),
         pair_of("cr2", photo<test::Cr2Photo>),
         pair_of("nef", photo<test::NefPhoto>),
+        pair_of("cr3", photo<test::Cr3Photo>),
     };
 }
 

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "support/Bytes.h"
+
+#include <array>
+#include <map>
+#include <string>
+
+namespace test {
+
+/// A Canon CR3 photograph, laid out as a camera writes it (ISO BMFF, with Canon's boxes): ftyp, moov with
+/// Canon's boxes and four tracks, the XMP packet, the preview, and mdat with the tracks' bytes. Tracks 2 to 4
+/// are bytes that look like nothing; track 1 and both previews can be pictures.
+struct Cr3Photo {
+    struct Options {
+        unsigned number = 1;           ///< Which photograph; another number is another one, same camera.
+        std::size_t maker_notes = 700; ///< Payload of CMT3: it sets where all that follows stands.
+        std::size_t thumbnail = 400;   ///< Length of the JPEG in THMB.
+        std::size_t preview = 601;     ///< Length of the JPEG in PRVW.
+        bool pictures = false;         ///< Track 1 and both previews are JPEGs, of their own lengths.
+        std::array<std::size_t, 4> tracks{1000, 301, 2002, 77}; ///< Lengths.
+        std::array<std::size_t, 4> gaps{0, 0, 0, 0};            ///< Bytes in front of each track.
+        std::size_t behind = 0;                                 ///< Bytes behind track 4.
+        bool large_mdat = true;                                 ///< The size of mdat in 64 bits.
+    };
+
+    explicit Cr3Photo(const Options& options);
+    Cr3Photo() : Cr3Photo(Options{}) {}
+
+    Bytes bytes;
+
+    /// The offset of a box, and of its "type" and payload 4 and 8 bytes behind that. Names:
+    ///
+    ///   ftyp  moov  CNCV  CCTP  CCDT1 to CCDT3  CTBO  free  CMT1 to CMT4  THMB  mvhd  xmp  preview  PRVW
+    ///   mdat trak1 to trak4, and within each as in "trak1/tkhd": tkhd  mdia  mdhd  hdlr  minf  vmhd  dinf
+    ///   dref  stbl  stsd  entry  stts  stsc  free1  stsz  free2  co64
+    [[nodiscard]] std::size_t at(const std::string& box) const { return boxes.at(box); }
+    std::map<std::string, std::size_t> boxes;
+
+    struct Run {
+        std::size_t offset = 0;
+        std::size_t size = 0;
+    };
+    Run thumbnail;             ///< The JPEG in THMB.
+    Run preview;               ///< The JPEG in PRVW.
+    std::array<Run, 4> tracks; ///< The bytes in mdat.
+    std::size_t payload = 0;   ///< Of mdat: what stands behind its header.
+
+    /// The bytes of track n, 1 to 4, as they stand in the file now.
+    [[nodiscard]] Bytes track(unsigned n) const;
+
+    /// Places of the numbers of track n: its length in stsz, the low word of its offset in co64.
+    [[nodiscard]] std::size_t size_entry(unsigned n) const;
+    [[nodiscard]] std::size_t offset_entry(unsigned n) const;
+};
+
+/// What a repair must write with this sample and these bytes of tracks 1 and 3.
+[[nodiscard]] Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& track3);
+
+} // namespace test
