@@ -1,5 +1,6 @@
 # cmake -DLIBRARY=... -DALLOWED=a,b,c -DOBJDUMP=... -P CheckImports.cmake
 # Fails where a DLL or program imports from a DLL that is not named: what a host would have to ship with it.
+cmake_minimum_required(VERSION 3.25)
 string(REPLACE "," ";" allowed "${ALLOWED}")
 execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "DLL Name: [^\r\n]+" rows "${text}")
