@@ -1,6 +1,7 @@
 #include "e2e/RepairFixture.h"
 
 #include "support/ArwPhoto.h"
+#include "support/Cr3Photo.h"
 
 #include <gmock/gmock.h>
 
@@ -15,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class OnWindows : public RepairFixture {
@@ -55,6 +55,49 @@ TEST_F(OnWindows, DamagedFileInAViewerThatSharesAllIsRepaired) {
     ASSERT_NE(viewer, INVALID_HANDLE_VALUE);
     EXPECT_EQ(advance("arw", std::nullopt, sample.bytes), 0);
     ::CloseHandle(viewer);
+}
+
+TEST_F(OnWindows, DamagedFileThatIsReadOnlyIsNotMapped) {
+    const fs::path path = folder / "damaged.arw";
+    write_file(path, damaged.bytes);
+    ASSERT_NE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
+    const bool writable = std::ofstream(path, std::ios::binary | std::ios::app).is_open();
+    if (!writable) {
+        EXPECT_EQ(advance("arw", std::nullopt, sample.bytes), -1122);
+        EXPECT_THAT(lines(), Contains(open_error("5")));
+    }
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (writable) {
+        GTEST_SKIP() << "this user may write to read-only files, as root may under Wine";
+    }
+}
+
+TEST_F(OnWindows, SampleThatIsReadOnlyOrOpenElsewhereIsCloned) {
+    const fs::path path = folder / "sample.arw";
+    write_file(path, sample.bytes);
+    const std::ifstream open(path, std::ios::binary);
+    ASSERT_NE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
+    EXPECT_EQ(advance("arw", damaged.bytes, std::nullopt), 0);
+    EXPECT_THAT(work_files(), IsEmpty());
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+// The same file twice: a clone of the sample makes two files of it, and CR3, which has no clone, cannot open
+// it a second time.
+
+TEST_F(OnWindows, OneFileAsDamagedFileAndSampleIsRepairedByTheWayOfAClone) {
+    const fs::path path = folder / "photo.arw";
+    write_file(path, sample.bytes);
+    EXPECT_EQ(advance(path, path, folder / "output.arw"), 0);
+    EXPECT_EQ(read_file(path), sample.bytes);
+}
+
+TEST_F(OnWindows, OneFileAsDamagedFileAndSampleIsNotMappedTwiceForCr3) {
+    const fs::path path = folder / "photo.cr3";
+    write_file(path, Cr3Photo().bytes);
+    EXPECT_EQ(advance(path, path, folder / "output.cr3"), -1094) << "as an empty damaged file";
+    EXPECT_THAT(lines(), Contains(open_error("20")));
+    EXPECT_FALSE(fs::exists(folder / "output.cr3"));
 }
 
 TEST_F(OnWindows, BackslashesAndSlashesBothLeadToTheFile) {
