@@ -51,7 +51,7 @@ class BitWriter {
   public:
     void put(std::uint32_t value, unsigned count) {
         for (unsigned bit = count; bit-- > 0;) {
-            byte_ = static_cast<unsigned char>(byte_ << 1U | (value >> bit & 1U));
+            byte_ = byte_ << 1U | (value >> bit & 1U);
             if (++filled_ == 8) {
                 push();
             }
@@ -67,7 +67,7 @@ class BitWriter {
 
   private:
     void push() {
-        bytes_.push_back(byte_);
+        bytes_.push_back(static_cast<unsigned char>(byte_));
         if (byte_ == 0xFF) {
             bytes_.push_back(0);
         }
@@ -76,7 +76,7 @@ class BitWriter {
     }
 
     Bytes bytes_;
-    unsigned char byte_ = 0;
+    std::uint32_t byte_ = 0; ///< The low filled_ bits are those of the next byte.
     unsigned filled_ = 0;
 };
 

@@ -308,8 +308,9 @@ TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
 }
 
 TEST_F(NefModel, SubIfdsListAtZeroWrapsInFrontOfTheFile) {
-    EXPECT_THROW(open(joined(entry_bytes(330, 4, 2, 0), Bytes(100))).read_sub_ifd_offsets(entry, 0),
-                 OutRangeException);
+    NEF& nef = open(joined(entry_bytes(330, 4, 2, 0), Bytes(100)));
+    EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), OutRangeException);
+    EXPECT_EQ(nef.mmap->position(), 0xFFFFFFFFU) << "in 32 bits";
     // From 1 on it is read out of the entry itself: 4A 01 04 00 02 00 00 00 01.
     EXPECT_THAT(open(joined(entry_bytes(330, 4, 2, 1), Bytes(100))).read_sub_ifd_offsets(entry, 0),
                 ElementsAre(0x02000401U, 0x01000000U));
