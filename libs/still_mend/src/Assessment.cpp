@@ -15,13 +15,13 @@ namespace {
 // The measure for noise. Bits read with the wrong tables, or out of step, decode for a while into blocks that
 // each look possible. What they lack is the link with the row above: the step across a border is then as
 // large as between any two places of the picture. In photographs it is a third of that or less.
-constexpr double kMostOfApart = 0.65;
-constexpr double kSmoothStep = 5 * 16; // Below five levels no eye sees noise.
+constexpr double kMostOfApart = 0.30;
+constexpr double kSmoothStep = 12 * 16;
 constexpr std::size_t kMinPairs = 12;
 
 bool is_noise(const Canvas::Roughness& roughness) {
     if (roughness.pairs < kMinPairs) {
-        return roughness.pairs_right >= kMinPairs && roughness.right > 4 * kSmoothStep;
+        return roughness.pairs_right >= kMinPairs && roughness.right > kSmoothStep;
     }
     return roughness.down > kSmoothStep && roughness.down > kMostOfApart * roughness.apart;
 }
@@ -129,6 +129,16 @@ class OneScan {
         // Every bit in its place, to the last: no noise does that.
         result_.noise =
             !(in_order && survey.runs[placements.back().run].closes) && is_noise(canvas.roughness());
+    }
+
+    /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks
+    /// some; wrong tables break all.
+    [[nodiscard]] bool hardly_closes(const Survey& survey, const std::vector<Placement>& placements) const {
+        std::size_t closing = 0;
+        for (const auto& placement : placements) {
+            closing += survey.runs[placement.run].closes ? placement.count : 0;
+        }
+        return data_.interval != 0 && placements.size() > 4 && closing * 4 < result_.own;
     }
 
     /// Whether every run but perhaps the last ends at its marker, so that the data can be kept as they are.
@@ -252,16 +262,19 @@ Developed develop(Bytes file, const Assessment& assessment) {
         DcState dc;
         dc.known = run.dc_known;
         Mcu mcu;
-        for (std::size_t index = 0; index < place.skip + place.count; ++index) {
-            const std::size_t position = place.position + index - place.skip;
-            if (!decoder.decode(reader, dc, mcu) || (index >= place.skip && position >= assessment.total)) {
-                break;
-            }
-            if (index >= place.skip) {
-                decoder.shift_dc(mcu, place.level);
-                developed.store.put_mcu(position, mcu);
-                developed.present[position] = true;
-            }
+        for (std::size_t index = 0; index < place.skip && decoder.decode(reader, dc, mcu); ++index) {
+        }
+        std::size_t position = place.position;
+        const std::size_t last = std::min(position + place.count, assessment.total);
+        for (; position < last && decoder.decode(reader, dc, mcu); ++position) {
+            decoder.shift_dc(mcu, place.level);
+            developed.store.put_mcu(position, mcu);
+            developed.present[position] = true;
+        }
+        // Of the MCU in which the data end some blocks may be there. They are shown, but not counted.
+        if (position < assessment.total && !decoder.decode(reader, dc, mcu) && reader.overrun()) {
+            decoder.shift_dc(mcu, place.level);
+            developed.store.put_mcu(position, mcu);
         }
     }
     return developed;

@@ -92,14 +92,16 @@ bool McuDecoder::decode_ac(const Coding& coding, BitReader& reader, Block& block
 
 bool McuDecoder::decode(BitReader& reader, DcState& dc, Mcu& mcu) const {
     for (std::size_t index = 0; index < blocks_; ++index) {
-        const std::size_t component = component_of_[index];
         mcu[index].fill(0);
+    }
+    for (std::size_t index = 0; index < blocks_; ++index) {
+        const std::size_t component = component_of_[index];
         if (!decode_dc(codings_[component], reader, dc, component, mcu[index]) ||
-            !decode_ac(codings_[component], reader, mcu[index]) || reader.overrun()) {
+            !decode_ac(codings_[component], reader, mcu[index])) {
             return false;
         }
     }
-    return true;
+    return !reader.overrun();
 }
 
 void McuDecoder::shift_dc(Mcu& mcu, const std::array<std::int32_t, 4>& level) const {

@@ -74,6 +74,10 @@ std::int16_t to_sample(float value) {
     return static_cast<std::int16_t>(std::clamp(value, -32767.0F, 32767.0F));
 }
 
+float mean_of(const Samples4& samples) {
+    return (samples[0] + samples[1] + samples[2] + samples[3]) / 4;
+}
+
 double mean_step(std::span<const std::int16_t> first, std::span<const std::int16_t> second, int offset) {
     int sum = 0;
     for (std::size_t index = 0; index < first.size(); ++index) {
@@ -94,22 +98,25 @@ int mean_level(std::span<const std::int16_t> first, std::span<const std::int16_t
 
 McuTraces::McuTraces(const Frame& frame, const Scan& scan, const Tables& tables)
     : components_(scan.components.size()) {
-    const auto& component = frame.components[scan.components[0].index];
-    const auto& zigzag = tables.quant[component.quant]->values;
-    for (std::size_t k = 0; k < 64; ++k) {
-        quant_[kNaturalOrder[k]] = zigzag[k];
+    std::size_t block = 0;
+    for (const auto& each : scan.components) {
+        const auto& component = frame.components[each.index];
+        const auto& zigzag = tables.quant[component.quant]->values;
+        Plane plane;
+        for (std::size_t k = 0; k < 64; ++k) {
+            plane.quant[kNaturalOrder[k]] = zigzag[k];
+        }
+        plane.top_block = block;
+        plane.bottom_block = block + (components_ == 1 ? 0 : std::size_t{component.v - 1} * component.h);
+        block += std::size_t{component.h} * component.v;
+        planes_.push_back(plane);
     }
-    blocks_wide_ = components_ == 1 ? 1 : component.h;
-    blocks_high_ = components_ == 1 ? 1 : component.v;
+    const auto& first = frame.components[scan.components[0].index];
+    blocks_wide_ = components_ == 1 ? 1 : first.h;
+    blocks_high_ = components_ == 1 ? 1 : first.v;
     across_ = 4 * blocks_wide_;
     down_ = 4 * blocks_high_;
-    stride_ = 2 * (across_ + down_) + components_;
-    std::size_t block = 0;
-    for (std::size_t index = 0; index < components_; ++index) {
-        const auto& each = frame.components[scan.components[index].index];
-        first_block_[index] = block;
-        block += std::size_t{each.h} * each.v;
-    }
+    stride_ = 2 * (across_ + down_) + 2 * components_;
 }
 
 void McuTraces::append(const Mcu& mcu) {
@@ -123,7 +130,7 @@ void McuTraces::append(const Mcu& mcu) {
             if (!edge) {
                 continue;
             }
-            const Borders borders = borders_of(mcu[row * blocks_wide_ + column], quant_);
+            const Borders borders = borders_of(mcu[row * blocks_wide_ + column], planes_[0].quant);
             for (std::size_t pair = 0; pair < 4; ++pair) {
                 if (row == 0) {
                     record[4 * column + pair] = to_sample(borders.top[pair]);
@@ -140,8 +147,10 @@ void McuTraces::append(const Mcu& mcu) {
             }
         }
     }
-    for (std::size_t index = 0; index < components_; ++index) {
-        record[2 * (across_ + down_) + index] = mcu[first_block_[index]][0];
+    std::int16_t* means = record + 2 * (across_ + down_);
+    for (const auto& plane : planes_) {
+        *means++ = to_sample(mean_of(borders_of(mcu[plane.top_block], plane.quant).top));
+        *means++ = to_sample(mean_of(borders_of(mcu[plane.bottom_block], plane.quant).bottom));
     }
     ++count_;
 }
@@ -162,8 +171,9 @@ int McuTraces::level_right(std::size_t left_mcu, std::size_t right_mcu) const {
     return mean_level(right(left_mcu), left(right_mcu));
 }
 
-int McuTraces::dc(std::size_t mcu, std::size_t component) const {
-    return data_[mcu * stride_ + 2 * (across_ + down_) + component];
+int McuTraces::level_down(std::size_t above, std::size_t below, std::size_t component) const {
+    const std::size_t means = 2 * (across_ + down_) + 2 * component;
+    return data_[above * stride_ + means + 1] - data_[below * stride_ + means];
 }
 
 } // namespace still_mend

@@ -10,7 +10,8 @@
 namespace still_mend {
 
 /// What is kept of each decoded MCU to judge how well it fits its neighbours: brightness along the four
-/// borders of its first component, and the DC values of all components. About half a byte a pixel.
+/// borders of its first component, and the means of the upper and lower border of each. About half a byte a
+/// pixel.
 class McuTraces {
   public:
     McuTraces(const Frame& frame, const Scan& scan, const Tables& tables);
@@ -34,16 +35,21 @@ class McuTraces {
     [[nodiscard]] int level_down(std::size_t above, std::size_t below) const;
     [[nodiscard]] int level_right(std::size_t left, std::size_t right) const;
 
-    /// The quantised DC value of the first block of a component of the scan.
-    [[nodiscard]] int dc(std::size_t mcu, std::size_t component) const;
+    [[nodiscard]] std::size_t components() const { return components_; }
 
-    /// Sixteenths of a level that one quantised DC step of the first component makes.
-    [[nodiscard]] int step_of_dc() const { return static_cast<int>(quant_[0]) * 2; }
+    /// The same for any component: what would level the first column of blocks.
+    [[nodiscard]] int level_down(std::size_t above, std::size_t below, std::size_t component) const;
+
+    /// Sixteenths of a level that one quantised DC step of a component makes.
+    [[nodiscard]] int step_of_dc(std::size_t component = 0) const {
+        return static_cast<int>(planes_[component].quant[0]) * 2;
+    }
 
   private:
     using Samples = std::span<const std::int16_t>;
 
-    // A record:  top | bottom | left | right | DC of each component. Four samples a block border.
+    // A record:  top | bottom | left | right | (mean of top, mean of bottom) of each component. Four samples a
+    // block border in the first four.
     [[nodiscard]] Samples part(std::size_t mcu, std::size_t first, std::size_t count) const {
         return Samples(data_).subspan(mcu * stride_ + first, count);
     }
@@ -52,11 +58,16 @@ class McuTraces {
     [[nodiscard]] Samples left(std::size_t mcu) const { return part(mcu, 2 * across_, down_); }
     [[nodiscard]] Samples right(std::size_t mcu) const { return part(mcu, 2 * across_ + down_, down_); }
 
-    std::array<std::uint16_t, 64> quant_{}; // Of the first component, natural order.
+    struct Plane {
+        std::array<std::uint16_t, 64> quant{}; // Natural order.
+        std::size_t top_block = 0;             // Within an MCU: the first block, and the lowest below it.
+        std::size_t bottom_block = 0;
+    };
+
+    std::vector<Plane> planes_; // By component of the scan.
     std::size_t blocks_wide_;
     std::size_t blocks_high_;
     std::size_t components_;
-    std::array<std::size_t, 4> first_block_{}; // Of each component within an MCU.
     std::size_t across_;
     std::size_t down_;
     std::size_t stride_;

@@ -7,10 +7,12 @@
 
 namespace still_mend {
 
-void Canvas::put(std::size_t position, std::size_t trace, std::size_t count, std::int32_t level) {
+void Canvas::put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level) {
     for (std::size_t index = 0; index < count && position + index < trace_of_.size(); ++index) {
-        trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
-        level_[position + index] = level;
+        if (!taken(position + index)) {
+            trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
+            level_[position + index] = level;
+        }
     }
 }
 
@@ -27,19 +29,19 @@ Canvas::Roughness Canvas::roughness() const {
     }
     for (std::size_t nth = 0; nth < taken_places.size(); ++nth) {
         const std::size_t place = taken_places[nth];
-        const int level = level_[place] * traces_.step_of_dc();
+        const int level = level_[place][0] * traces_.step_of_dc();
         if (place >= wide_ && taken(place - wide_)) {
-            const int above = level_[place - wide_] * traces_.step_of_dc();
+            const int above = level_[place - wide_][0] * traces_.step_of_dc();
             sums.down += traces_.step_down(trace_of_[place - wide_], trace_of_[place], level - above);
             ++sums.pairs;
             const std::size_t other =
                 taken_places[(nth * 7919 + taken_places.size() / 2) % taken_places.size()];
             sums.apart += traces_.step_down(trace_of_[other], trace_of_[place],
-                                            level - level_[other] * traces_.step_of_dc());
+                                            level - level_[other][0] * traces_.step_of_dc());
             ++apart;
         }
         if (place % wide_ != 0 && taken(place - 1)) {
-            const int before = level_[place - 1] * traces_.step_of_dc();
+            const int before = level_[place - 1][0] * traces_.step_of_dc();
             sums.right += traces_.step_right(trace_of_[place - 1], trace_of_[place], level - before);
             ++sums.pairs_right;
         }

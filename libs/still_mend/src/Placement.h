@@ -8,6 +8,9 @@
 
 namespace still_mend {
 
+/// What is to be added to quantised DC values, by component of the scan.
+using Levels = std::array<std::int32_t, 4>;
+
 /// Where a part of a run goes in the picture.
 struct Placement {
     std::size_t run = 0;
@@ -22,7 +25,7 @@ struct Placement {
 class Canvas {
   public:
     Canvas(const McuTraces& traces, std::size_t wide, std::size_t total)
-        : traces_(traces), wide_(wide), trace_of_(total, kNone), level_(total, 0) {}
+        : traces_(traces), wide_(wide), trace_of_(total, kNone), level_(total) {}
 
     static constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
@@ -31,10 +34,11 @@ class Canvas {
     [[nodiscard]] std::size_t total() const { return trace_of_.size(); }
     [[nodiscard]] bool taken(std::size_t position) const { return trace_of_[position] != kNone; }
     [[nodiscard]] std::uint32_t trace(std::size_t position) const { return trace_of_[position]; }
-    [[nodiscard]] std::int32_t level(std::size_t position) const { return level_[position]; }
+    [[nodiscard]] const Levels& level(std::size_t position) const { return level_[position]; }
 
-    /// Puts MCUs from position on; the level (of the first component, quantised) is remembered with them.
-    void put(std::size_t position, std::size_t trace, std::size_t count, std::int32_t level = 0);
+    /// Puts MCUs from position on, with what is to be added to their DC values. Places that are taken keep
+    /// what they have.
+    void put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level = {});
 
     /// Mean steps across all borders between neighbours that are there, in sixteenths of a level; and, to
     /// compare with, between places that are not neighbours.
@@ -51,7 +55,7 @@ class Canvas {
     const McuTraces& traces_;
     std::size_t wide_;
     std::vector<std::uint32_t> trace_of_;
-    std::vector<std::int32_t> level_;
+    std::vector<Levels> level_;
 };
 
 /// Gives the runs of a scan with restarts their places: by the numbers of the markers, by the bytes lost

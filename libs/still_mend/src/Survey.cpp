@@ -2,6 +2,7 @@
 
 #include "Markers.h"
 #include "Pieces.h"
+#include "SyncSearch.h"
 
 #include <algorithm>
 #include <map>
@@ -59,6 +60,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
     Survey survey{std::move(traces), {}, data.first};
     const std::size_t most = 2 * data.total + 4096;
     const Bytes bytes = data.file.first(data.limit);
+    SyncSearch search(decoder, survey.traces);
     BitReader reader(bytes, data.first);
     bool first = data.from_start;
     Mcu mcu;
@@ -80,6 +82,9 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
             }
             survey.traces.append(mcu);
             ++run.count;
+            if (first && run.count > 1) {
+                search.learn(survey.traces.step_right(survey.traces.size() - 2, survey.traces.size() - 1));
+            }
         }
         const BitReader behind = reader;
         if (!failed) {
@@ -101,6 +106,10 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         if (done) {
             survey.end = run.at_end ? stop + 2 : run.end;
             break;
+        }
+        if (const auto start = search.find(before); start && start->offset() >= run.begin) {
+            reader = *start;
+            continue;
         }
         reader = behind;
         if (reader.overrun()) { // At a marker within the data, or at their end.

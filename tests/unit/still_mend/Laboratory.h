@@ -75,16 +75,22 @@ struct Damage {
 /// Empty when nothing decodes or sizes differ.
 [[nodiscard]] std::vector<bool> mcus_in_place(const Bytes& original, const Bytes& picture);
 
+/// The same without regard to a constant brightness and colour of each block.
+[[nodiscard]] std::vector<bool> mcus_in_shape(const Bytes& original, const Bytes& picture);
+
 /// A trial: a picture in a container, damaged and salvaged.
 struct Trial {
     int result = 0; ///< Of the library.
     std::size_t mcus = 0;
     std::size_t recovered = 0; ///< In place in the output.
+    std::size_t in_shape = 0; ///< In place, if perhaps of another brightness or colour.
     std::size_t plain = 0;     ///< In place when libjpeg alone decodes the damaged picture.
     std::size_t claimed = 0;   ///< What the library says is the photographer's own.
     bool clean = false;        ///< The output decodes without a warning.
     unsigned warnings = 0;
     Bytes output;
+    /// Success for what is not the picture: a tenth and more of what is claimed is something else.
+    [[nodiscard]] bool false_success() const;
     [[nodiscard]] double share() const;
     [[nodiscard]] double plain_share() const;
 };
