@@ -18,8 +18,6 @@ struct Segment {
     [[nodiscard]] std::size_t size() const { return last - first; }
 };
 
-constexpr double kNoiseStep = 20 * 16; // Noise has 30 levels and more from row to row.
-
 double median(std::vector<double>& values) {
     if (values.empty()) {
         return 0;
@@ -27,6 +25,14 @@ double median(std::vector<double>& values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+/// The mean of the smaller three quarters.
+double smaller_mean(std::vector<double>& values) {
+    const std::size_t kept = std::max<std::size_t>(values.size() * 3 / 4, 1);
+    const auto end = values.begin() + static_cast<std::ptrdiff_t>(kept);
+    std::nth_element(values.begin(), end - 1, values.end());
+    return std::accumulate(values.begin(), end, 0.0) / static_cast<double>(kept);
 }
 
 /// Finds the places within runs where noise begins and ends. Damage need not lead to an error: the decoder
@@ -116,8 +122,8 @@ class PlainPlacement {
           typical_(typical_step(survey)) {}
 
     std::vector<Placement> place() {
-        const auto segments = BreakSearch(survey_, canvas_.wide(), typical_).segments();
         typical_down_ = typical_step_down();
+        const auto segments = merged(BreakSearch(survey_, canvas_.wide(), typical_).segments());
         for (const auto& segment : segments) {
             if (survey_.runs[segment.run].dc_known && segment.first == survey_.runs[segment.run].trace) {
                 put(segment, 0, {});
@@ -144,18 +150,63 @@ class PlainPlacement {
         return median(steps);
     }
 
+    /// Joins segments of a run where the rows on both sides fit each other as they are: what lay between was
+    /// a rough part of the picture.
+    [[nodiscard]] std::vector<Segment> merged(const std::vector<Segment>& segments) const {
+        std::vector<Segment> joined;
+        for (const auto& segment : segments) {
+            if (!joined.empty() && joined.back().run == segment.run && fits_itself(joined.back(), segment)) {
+                joined.back().last = segment.last;
+            } else {
+                joined.push_back(segment);
+            }
+        }
+        return joined;
+    }
+
+    [[nodiscard]] bool fits_itself(const Segment& before, const Segment& segment) const {
+        const std::size_t wide = canvas_.wide();
+        std::vector<double> steps;
+        for (std::size_t mcu = segment.first; mcu < std::min(segment.last, segment.first + wide); ++mcu) {
+            if (mcu >= wide && mcu - wide >= before.first && mcu - wide < before.last) {
+                steps.push_back(traces_.step_down(mcu - wide, mcu));
+            }
+        }
+        return steps.size() >= std::min<std::size_t>(8, wide) && smaller_mean(steps) <= 2 * typical_down_ + 48;
+    }
+
     void place_behind(const Segment& segment) {
-        // Where it would be if nothing had happened in between.
+        // Where it would be if nothing had happened in between, and where if nothing happens behind it.
         std::optional<Fit> straight;
+        const auto from_end = place_from_end(segment);
         if (segment.run == last_.run) {
-            straight = fit_at(segment, last_position_ + (segment.first - last_.first), &last_level_);
-            if (straight && straight->step <= 2 * typical_down_ + 48) {
-                bridge(segment);
+            const std::size_t position = last_position_ + (segment.first - last_.first);
+            straight = fit_at(segment, position, &last_level_);
+            if (from_end && *from_end == position) {
+                // Both agree; brightness may have changed all the same.
+                const auto levelled = fit_at(segment, position, nullptr);
+                if (straight && levelled && levelled->step < 0.7 * straight->step - 16) {
+                    put_smooth_part(segment, position, levelled->level);
+                } else {
+                    bridge(segment);
+                }
                 return;
             }
         }
-        const auto best = search(segment);
-        if (straight && straight->step <= kNoiseStep && (!best || best->fit.step > 0.5 * straight->step)) {
+        std::optional<Found> best;
+        if (from_end) {
+            best = fit_from_end(segment, *from_end);
+        }
+        if (straight && straight->step <= 2 * typical_down_ + 48 &&
+            (!best || best->fit.step > 0.7 * straight->step)) {
+            bridge(segment);
+            return;
+        }
+        if (!best) {
+            best = search(segment);
+        }
+        if (straight && straight->step <= 4 * typical_down_ + 160 &&
+            (!best || best->fit.step > 0.5 * straight->step)) {
             bridge(segment); // A rough part of the picture: no other place fits much better.
         } else if (best) {
             put_smooth_part(segment, best->position, best->fit.level);
@@ -190,24 +241,37 @@ class PlainPlacement {
         }
     }
 
+    static constexpr std::size_t kRows = 4; // How far above what a fit compares with may be.
+
     struct Found {
         std::size_t position;
         Fit fit;
     };
 
+    /// The place that makes the last MCU of the segment's run the last of the picture, if EOI follows it.
+    [[nodiscard]] std::optional<std::size_t> place_from_end(const Segment& segment) const {
+        const Run& run = survey_.runs[segment.run];
+        const std::size_t rest = run.trace + run.count - segment.first;
+        if (!run.at_end || rest > data_.total || data_.total - rest < last_position_ + last_.size()) {
+            return std::nullopt;
+        }
+        return data_.total - rest;
+    }
+
+    [[nodiscard]] std::optional<Found> fit_from_end(const Segment& segment, std::size_t position) const {
+        const auto fit = fit_at(segment, position, nullptr);
+        const Run& run = survey_.runs[segment.run];
+        if (segment.last == run.trace + run.count && segment.size() >= canvas_.wide()) {
+            // Unbroken to EOI. Nothing tells more of a place, however it fits.
+            return fit ? Found{position, *fit} : level_from_afar(segment, position);
+        }
+        return fit && fit->step <= 4 * typical_down_ + 96 ? std::optional(Found{position, *fit}) : std::nullopt;
+    }
+
     [[nodiscard]] std::optional<Found> search(const Segment& segment) const {
         const std::size_t reached = last_position_ + last_.size();
         const std::size_t wide = canvas_.wide();
         const std::size_t most = data_.total > segment.size() ? data_.total - segment.size() : 0;
-        const Run& run = survey_.runs[segment.run];
-        if (const std::size_t rest = run.trace + run.count - segment.first;
-            run.at_end && rest <= data_.total && data_.total - rest >= reached) {
-            // The run's last MCU is the picture's last.
-            const auto fit = fit_at(segment, data_.total - rest, nullptr);
-            if (fit && fit->step <= 4 * typical_down_ + 96) {
-                return Found{data_.total - rest, *fit};
-            }
-        }
         const auto lost = static_cast<std::size_t>(std::max(bytes_between(segment), 0.0) / bytes_per_mcu());
         const std::size_t last = std::min(most, reached + std::max(2 * wide, 2 * lost + wide));
         std::vector<double> steps;
@@ -228,10 +292,16 @@ class PlainPlacement {
         return best;
     }
 
+    /// Too many rows are missing above for a fit: brightness and colour are then those of the last row there is.
+    [[nodiscard]] std::optional<Found> level_from_afar(const Segment& segment, std::size_t position) const {
+        const auto fit = fit_at(segment, position, nullptr, data_.total / canvas_.wide());
+        return fit ? std::optional(Found{position, *fit}) : std::nullopt;
+    }
+
     /// How well the beginning of a segment fits under what is above a position. With no level given, the one
     /// that fits best is found. Nothing where too little is above.
     [[nodiscard]] std::optional<Fit> fit_at(const Segment& segment, std::size_t position,
-                                            const Levels* given) const {
+                                            const Levels* given, std::size_t rows = kRows) const {
         const std::size_t wide = canvas_.wide();
         const std::size_t least = std::min<std::size_t>(8, wide);
         std::vector<std::pair<std::size_t, std::size_t>> pairs; // Position above, trace below.
@@ -239,7 +309,7 @@ class PlainPlacement {
             if (position + mcu >= data_.total) {
                 break;
             }
-            if (const auto above = above_of(position + mcu)) {
+            if (const auto above = above_of(position + mcu, rows)) {
                 pairs.emplace_back(*above, segment.first + mcu);
             }
         }
@@ -253,16 +323,13 @@ class PlainPlacement {
             const int offset = (fit.level[0] - canvas_.level(above)[0]) * traces_.step_of_dc();
             steps.push_back(traces_.step_down(canvas_.trace(above), below, offset));
         }
-        const std::size_t kept = steps.size() * 3 / 4;
-        std::nth_element(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(kept), steps.end());
-        fit.step = std::accumulate(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(kept), 0.0) /
-                   static_cast<double>(kept);
+        fit.step = smaller_mean(steps);
         return fit;
     }
 
-    [[nodiscard]] std::optional<std::size_t> above_of(std::size_t position) const {
-        constexpr unsigned kRows = 4;
-        for (unsigned row = 0; row < kRows && position >= canvas_.wide(); ++row) {
+    [[nodiscard]] std::optional<std::size_t> above_of(std::size_t position,
+                                                      std::size_t rows = kRows) const {
+        for (std::size_t row = 0; row < rows && position >= canvas_.wide(); ++row) {
             position -= canvas_.wide();
             if (canvas_.taken(position)) {
                 return position;
