@@ -1,5 +1,7 @@
 #include "Hypotheses.h"
 
+#include "FrameInference.h"
+
 #include <algorithm>
 
 namespace still_mend {
@@ -40,13 +42,25 @@ void read_first_scan(Bytes file, Candidate& candidate) {
     }
 }
 
-void add_if_complete(std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis) {
+void add_if_complete(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis) {
     if (hypothesis.candidate.scan && has_all_tables(hypothesis.candidate)) {
-        hypotheses.push_back(hypothesis);
+        add_with_sizes(file, hypotheses, hypothesis);
     }
 }
 
 } // namespace
+
+void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis) {
+    const Candidate& candidate = hypothesis.candidate;
+    if (hypothesis.frame_borrowed && !candidate.frame->progressive() &&
+        candidate.scan->components.size() == candidate.frame->components.size()) {
+        if (const auto frame = infer_frame(file, hypothesis); frame && *frame != *candidate.frame) {
+            hypotheses.push_back(hypothesis);
+            hypotheses.back().candidate.frame = frame;
+        }
+    }
+    hypotheses.push_back(hypothesis);
+}
 
 bool has_all_tables(const Candidate& candidate) {
     if (!has_quant_tables(candidate)) {
@@ -110,19 +124,19 @@ std::vector<Hypothesis> complete_header(Bytes file, const Candidate& candidate,
         const bool dc = fill_missing(filled.tables.dc, sibling.tables.dc);
         const bool ac = fill_missing(filled.tables.ac, sibling.tables.ac);
         borrowed.tables_borrowed = borrowed.tables_borrowed || dc || ac;
-        add_if_complete(hypotheses, borrowed);
+        add_if_complete(file, hypotheses, borrowed);
         if (dc || ac) {
             fill_missing(with_standard.candidate.tables.dc, standard.dc);
             fill_missing(with_standard.candidate.tables.ac, standard.ac);
             with_standard.tables_standard = true;
-            add_if_complete(hypotheses, with_standard);
+            add_if_complete(file, hypotheses, with_standard);
         }
     }
     if (candidate.frame && candidate.scan) {
         fill_missing(own.candidate.tables.dc, standard.dc);
         fill_missing(own.candidate.tables.ac, standard.ac);
         own.tables_standard = true;
-        add_if_complete(hypotheses, own);
+        add_if_complete(file, hypotheses, own);
     }
     return hypotheses;
 }

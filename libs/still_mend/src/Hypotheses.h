@@ -13,6 +13,9 @@ namespace still_mend {
 [[nodiscard]] std::vector<Hypothesis> complete_header(Bytes file, const Candidate& candidate,
                                                       const std::vector<Candidate>& siblings);
 
+/// Adds a hypothesis; one with a borrowed frame also with the size that the data themselves tell.
+void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis);
+
 /// Candidates that can lend: those with frame, scan and all tables, largest first, at most kMaxSiblings that
 /// differ.
 [[nodiscard]] std::vector<Candidate> find_siblings(const std::vector<Candidate>& candidates);

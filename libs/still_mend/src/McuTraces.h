@@ -48,8 +48,8 @@ class McuTraces {
   private:
     using Samples = std::span<const std::int16_t>;
 
-    // A record:  top | bottom | left | right | (mean of top, mean of bottom) of each component. Four samples a
-    // block border in the first four.
+    // A record:  top | bottom | left | right | (mean of top, mean of bottom) of each component. Four samples
+    // a block border in the first four.
     [[nodiscard]] Samples part(std::size_t mcu, std::size_t first, std::size_t count) const {
         return Samples(data_).subspan(mcu * stride_ + first, count);
     }

@@ -76,9 +76,8 @@ Hypothesis with_header_of(const Candidate& sibling, const Range& part) {
 
 } // namespace
 
-std::vector<Hypothesis> find_orphans(Bytes file, const std::vector<Candidate>& candidates,
-                                     std::vector<Range> covered, const std::vector<Candidate>& siblings) {
-    static_cast<void>(candidates);
+std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
+                                     const std::vector<Candidate>& siblings) {
     std::vector<Range> parts;
     if (siblings.empty()) {
         return {};
@@ -97,7 +96,7 @@ std::vector<Hypothesis> find_orphans(Bytes file, const std::vector<Candidate>& c
     for (const auto& part : parts) {
         for (const auto& sibling : siblings) {
             if (!sibling.frame->progressive()) {
-                hypotheses.push_back(with_header_of(sibling, part));
+                add_with_sizes(file, hypotheses, with_header_of(sibling, part));
             }
         }
     }

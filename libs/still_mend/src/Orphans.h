@@ -8,10 +8,9 @@
 namespace still_mend {
 
 /// Entropy-coded data whose whole header is lost, each with the headers of siblings: stretches of the file
-/// that no candidate accounts for and in which restart markers follow one another by number, or which end
-/// with EOI. At most kMaxOrphans stretches are tried.
-[[nodiscard]] std::vector<Hypothesis> find_orphans(Bytes file, const std::vector<Candidate>& candidates,
-                                                   std::vector<Range> covered,
+/// that no candidate accounts for and in which restart markers follow one another by number. At most
+/// kMaxOrphans stretches are tried.
+[[nodiscard]] std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
                                                    const std::vector<Candidate>& siblings);
 
 inline constexpr std::size_t kMaxOrphans = 4;

@@ -132,7 +132,12 @@ class RestartPlacement {
             waiting -= chain.size();
             place_broken(next_run, chain.first);
             if (const auto place = find_place(chain, waiting)) {
-                put_chain(chain, *place);
+                const std::size_t missing = intervals_ - std::min(intervals_, *place + chain.size());
+                if (run(chain.last - 1).at_end && missing > 0 && missing % 8 == 0) {
+                    put_parted(chain, *place, missing);
+                } else {
+                    put_chain(chain, *place);
+                }
                 next_run = chain.last;
             }
         }
@@ -243,6 +248,47 @@ class RestartPlacement {
         }
         next_ = place;
         end_ = run(chain.last - 1).end;
+    }
+
+    /// A chain that is eight intervals short, or a multiple: so many were cut out of it without leaving a
+    /// trace in the numbers. They are missing where its rows fit least.
+    void put_parted(const Chain& chain, std::size_t place, std::size_t missing) {
+        std::size_t parting = chain.first + 1;
+        double worst = -1;
+        for (std::size_t index = chain.first + 1; index < chain.last; ++index) {
+            const std::size_t position = (place + index - chain.first) * data_.interval;
+            const double misfit = misfit_at(run(chain.first).trace, run(index).trace, position, missing);
+            if (misfit > worst) {
+                worst = misfit;
+                parting = index;
+            }
+        }
+        put_chain({chain.first, parting}, place);
+        put_chain({parting, chain.last}, next_ + missing);
+    }
+
+    /// How much worse the row from a trace on fits as if nothing were missing in front of it than with the
+    /// gap.
+    [[nodiscard]] double misfit_at(std::size_t first, std::size_t trace, std::size_t position,
+                                   std::size_t missing) const {
+        const std::size_t wide = canvas_.wide();
+        const std::size_t shift = missing * data_.interval;
+        double sum = 0;
+        double count = 0;
+        for (std::size_t mcu = trace; mcu < std::min(trace + wide, survey_.traces.size()); ++mcu) {
+            if (mcu >= first + wide) {
+                sum += survey_.traces.step_down(mcu - wide, mcu);
+                ++count;
+            }
+            if (shift < wide && mcu + shift < trace + wide && mcu + shift >= first + wide) {
+                sum -= survey_.traces.step_down(mcu + shift - wide, mcu);
+            }
+        }
+        double misfit = sum / std::max(count, 1.0);
+        if (position % wide != 0) {
+            misfit += survey_.traces.step_right(trace - 1, trace);
+        }
+        return misfit;
     }
 
     /// Broken runs directly behind what was placed, as long as their numbers follow: what is smooth of them.

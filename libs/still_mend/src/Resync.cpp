@@ -53,7 +53,8 @@ class BreakSearch {
   private:
     static constexpr std::size_t kMostSegments = 512;
 
-    /// Alternates between looking for a change to rough and one to smooth, by the sums of what exceeds a bound.
+    /// Alternates between looking for a change to rough and one to smooth, by the sums of what exceeds a
+    /// bound.
     void split(std::size_t index, std::vector<Segment>& found) const {
         const Run& run = survey_.runs[index];
         const std::size_t end = run.trace + run.count;
@@ -83,8 +84,8 @@ class BreakSearch {
         }
         if (smooth) {
             // A run that an error ended has noise before the error.
-            add(index, begin, run.closes ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3),
-                found);
+            add(index, begin,
+                run.closes ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3), found);
         }
     }
 
@@ -172,7 +173,8 @@ class PlainPlacement {
                 steps.push_back(traces_.step_down(mcu - wide, mcu));
             }
         }
-        return steps.size() >= std::min<std::size_t>(8, wide) && smaller_mean(steps) <= 2 * typical_down_ + 48;
+        return steps.size() >= std::min<std::size_t>(8, wide) &&
+               smaller_mean(steps) <= 2 * typical_down_ + 48;
     }
 
     void place_behind(const Segment& segment) {
@@ -258,14 +260,24 @@ class PlainPlacement {
         return data_.total - rest;
     }
 
+    /// There, or a few MCUs beside it where that fits clearly better: another break may follow.
     [[nodiscard]] std::optional<Found> fit_from_end(const Segment& segment, std::size_t position) const {
         const auto fit = fit_at(segment, position, nullptr);
-        const Run& run = survey_.runs[segment.run];
-        if (segment.last == run.trace + run.count && segment.size() >= canvas_.wide()) {
-            // Unbroken to EOI. Nothing tells more of a place, however it fits.
-            return fit ? Found{position, *fit} : level_from_afar(segment, position);
+        if (!fit) {
+            return level_from_afar(segment, position);
         }
-        return fit && fit->step <= 4 * typical_down_ + 96 ? std::optional(Found{position, *fit}) : std::nullopt;
+        Found best{position, *fit};
+        const std::size_t reached = last_position_ + last_.size();
+        const std::size_t around = canvas_.wide() / 4;
+        const std::size_t first = std::max(reached, position > around ? position - around : 0);
+        for (std::size_t place = first; place <= position + around && place + segment.size() <= data_.total;
+             ++place) {
+            const auto other = fit_at(segment, place, nullptr);
+            if (other && other->step < 0.7 * fit->step && other->step < best.fit.step) {
+                best = {place, *other};
+            }
+        }
+        return best;
     }
 
     [[nodiscard]] std::optional<Found> search(const Segment& segment) const {
@@ -292,7 +304,8 @@ class PlainPlacement {
         return best;
     }
 
-    /// Too many rows are missing above for a fit: brightness and colour are then those of the last row there is.
+    /// Too many rows are missing above for a fit: brightness and colour are then those of the last row there
+    /// is.
     [[nodiscard]] std::optional<Found> level_from_afar(const Segment& segment, std::size_t position) const {
         const auto fit = fit_at(segment, position, nullptr, data_.total / canvas_.wide());
         return fit ? std::optional(Found{position, *fit}) : std::nullopt;
@@ -300,8 +313,8 @@ class PlainPlacement {
 
     /// How well the beginning of a segment fits under what is above a position. With no level given, the one
     /// that fits best is found. Nothing where too little is above.
-    [[nodiscard]] std::optional<Fit> fit_at(const Segment& segment, std::size_t position,
-                                            const Levels* given, std::size_t rows = kRows) const {
+    [[nodiscard]] std::optional<Fit> fit_at(const Segment& segment, std::size_t position, const Levels* given,
+                                            std::size_t rows = kRows) const {
         const std::size_t wide = canvas_.wide();
         const std::size_t least = std::min<std::size_t>(8, wide);
         std::vector<std::pair<std::size_t, std::size_t>> pairs; // Position above, trace below.
@@ -327,8 +340,7 @@ class PlainPlacement {
         return fit;
     }
 
-    [[nodiscard]] std::optional<std::size_t> above_of(std::size_t position,
-                                                      std::size_t rows = kRows) const {
+    [[nodiscard]] std::optional<std::size_t> above_of(std::size_t position, std::size_t rows = kRows) const {
         for (std::size_t row = 0; row < rows && position >= canvas_.wide(); ++row) {
             position -= canvas_.wide();
             if (canvas_.taken(position)) {

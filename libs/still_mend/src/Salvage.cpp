@@ -105,7 +105,7 @@ std::optional<Find> find_best(Bytes file) {
             covered.push_back({candidate->offset, candidate->entropy});
         }
     }
-    for (const auto& orphan : find_orphans(file, candidates, covered, siblings)) {
+    for (const auto& orphan : find_orphans(file, covered, siblings)) {
         if (!ranking.can_win(orphan.candidate) ||
             !budget.spend(orphan.candidate.limit - orphan.candidate.entropy)) {
             continue;

@@ -19,8 +19,8 @@ class SyncSearch {
         ++count_;
     }
 
-    /// The place of the next MCU, at or behind the reader's; nothing before the next marker, or when the tries
-    /// are used up.
+    /// The place of the next MCU, at or behind the reader's; nothing before the next marker, or when the
+    /// tries are used up.
     [[nodiscard]] std::optional<BitReader> find(BitReader reader);
 
   private:

@@ -479,7 +479,7 @@ std::vector<bool> mcus_in_shape(const Bytes& original, const Bytes& picture) {
 }
 
 bool Trial::false_success() const {
-    return result == 0 && in_shape * 10 < claimed * 9;
+    return result == 0 && !other && in_shape * 10 < claimed * 9;
 }
 
 double Trial::share() const {
@@ -502,6 +502,8 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
         original, part(damaged.file, std::min(damaged.offset, damaged.file.size()), damaged.file.size())));
     trial.claimed = static_cast<std::size_t>(report.own_mcu_count - report.coarse_mcu_count);
     trial.warnings = report.warnings;
+    trial.other = trial.result == 0 && (report.picture_offset < damaged.offset ||
+                                        report.picture_offset >= damaged.offset + damaged.size);
     if (std::filesystem::exists(folder / "output")) {
         trial.output = read_file(folder / "output");
         trial.recovered = count_of(mcus_in_place(original, trial.output));
@@ -514,8 +516,8 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
 Trial run_trial(const Coding& coding, const Container& container, const Damage& damage, bool with_sibling,
                 unsigned width, unsigned height) {
     const Bytes picture = make_coded(coding, 1, width, height);
-    // Smaller than the picture in bytes, of the same camera and size: another exposure.
-    const Bytes sibling = with_sibling ? make_coded(coding, 2, width, height) : Bytes{};
+    // Of the same camera with the same tables, but smaller, as previews and their small copies are.
+    const Bytes sibling = with_sibling ? make_coded(coding, 1, width / 2, height / 2) : Bytes{};
     Specimen specimen = container.build(picture, sibling);
     damage.apply(specimen, dissect(picture));
     return run_trial(picture, specimen);

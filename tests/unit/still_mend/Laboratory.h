@@ -83,9 +83,10 @@ struct Trial {
     int result = 0; ///< Of the library.
     std::size_t mcus = 0;
     std::size_t recovered = 0; ///< In place in the output.
-    std::size_t in_shape = 0; ///< In place, if perhaps of another brightness or colour.
+    std::size_t in_shape = 0;  ///< In place, if perhaps of another brightness or colour.
     std::size_t plain = 0;     ///< In place when libjpeg alone decodes the damaged picture.
     std::size_t claimed = 0;   ///< What the library says is the photographer's own.
+    bool other = false;        ///< What was delivered is another picture of the file.
     bool clean = false;        ///< The output decodes without a warning.
     unsigned warnings = 0;
     Bytes output;
