@@ -259,6 +259,13 @@ class ScanReader {
         const std::size_t interval = tables.restart_interval == 0 ? units_ : tables.restart_interval;
         Outcome outcome{true, offset, 0};
         std::size_t next = 0; // Unit.
+        if (interval < units_ && scan.high == 0 && !mostly_closes(decoder, interval, offset, limit)) {
+            // Its tables are not what they were. Nothing of it is taken.
+            fail(outcome, offset);
+            mark_broken(0, units_);
+            outcome.end = limit;
+            return outcome;
+        }
         for (PieceWalk pieces(file_, offset, limit, true); next < units_;) {
             const auto piece = pieces.next();
             if (!piece) {
@@ -319,6 +326,31 @@ class ScanReader {
     }
 
   private:
+    /// Whether half of the first intervals end where they must. They are decoded into nothing.
+    bool mostly_closes(BlockDecoder& decoder, std::size_t interval, std::size_t offset,
+                       std::size_t limit) const {
+        constexpr unsigned kPieces = 64;
+        unsigned tried = 0;
+        unsigned closed = 0;
+        PieceWalk pieces(file_, offset, limit, true);
+        for (auto piece = pieces.next(); piece && piece->end < limit && tried < kPieces;
+             piece = pieces.next()) {
+            BitReader reader(file_.first(limit), piece->begin);
+            decoder.restart();
+            std::size_t count = 0;
+            while (count < interval &&
+                   visit_unit(count, [&](std::size_t channel, std::size_t, std::size_t, std::size_t) {
+                       Block nothing{};
+                       return decoder.decode(reader, channel, nothing);
+                   })) {
+                ++count;
+            }
+            ++tried;
+            closed += count == interval && reader.closes() ? 1U : 0U;
+        }
+        return tried < 4 || closed * 2 >= tried;
+    }
+
     [[nodiscard]] std::size_t unit_count(const Scan& scan) const {
         if (scan.components.size() > 1) {
             return frame_.mcus();

@@ -304,7 +304,9 @@ class RestartPlacement {
             }
             if (broken.count > 0) {
                 put(index, place,
-                    smooth_prefix(survey_.traces, broken.trace, broken.trace + broken.count, typical_));
+                    broken.cut
+                        ? broken.count
+                        : smooth_prefix(survey_.traces, broken.trace, broken.trace + broken.count, typical_));
             }
         }
     }

@@ -1,5 +1,8 @@
 #include "Resync.h"
 
+#include "Markers.h"
+#include "Pieces.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -9,6 +12,8 @@
 namespace still_mend {
 
 namespace {
+
+constexpr double kNoiseStep = 20 * 16; // Noise has 30 levels and more from row to row.
 
 /// MCUs of one run without a break between them.
 struct Segment {
@@ -39,8 +44,8 @@ double smaller_mean(std::vector<double>& values) {
 /// often falls into step again by itself, some MCUs too early or too late.
 class BreakSearch {
   public:
-    BreakSearch(const Survey& survey, std::size_t wide, double typical)
-        : survey_(survey), traces_(survey.traces), wide_(wide), bound_(3 * typical + 2 * 16) {}
+    BreakSearch(const Survey& survey, std::size_t wide, std::size_t total, double typical)
+        : survey_(survey), traces_(survey.traces), wide_(wide), total_(total), bound_(3 * typical + 2 * 16) {}
 
     [[nodiscard]] std::vector<Segment> segments() const {
         std::vector<Segment> found;
@@ -84,8 +89,9 @@ class BreakSearch {
         }
         if (smooth) {
             // A run that an error ended has noise before the error.
-            add(index, begin,
-                run.closes ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3), found);
+            const bool good = run.closes || run.cut || run.count == total_;
+            add(index, begin, good ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3),
+                found);
         }
     }
 
@@ -113,6 +119,7 @@ class BreakSearch {
     const Survey& survey_;
     const McuTraces& traces_;
     std::size_t wide_;
+    std::size_t total_;
     double bound_;
 };
 
@@ -124,7 +131,7 @@ class PlainPlacement {
 
     std::vector<Placement> place() {
         typical_down_ = typical_step_down();
-        const auto segments = merged(BreakSearch(survey_, canvas_.wide(), typical_).segments());
+        const auto segments = merged(BreakSearch(survey_, canvas_.wide(), data_.total, typical_).segments());
         for (const auto& segment : segments) {
             if (survey_.runs[segment.run].dc_known && segment.first == survey_.runs[segment.run].trace) {
                 put(segment, 0, {});
@@ -207,8 +214,9 @@ class PlainPlacement {
         if (!best) {
             best = search(segment);
         }
-        if (straight && straight->step <= 4 * typical_down_ + 160 &&
-            (!best || best->fit.step > 0.5 * straight->step)) {
+        // With an end that does not agree, something did happen.
+        const double most = from_end ? 4 * typical_down_ + 160 : kNoiseStep;
+        if (straight && straight->step <= most && (!best || best->fit.step > 0.5 * straight->step)) {
             bridge(segment); // A rough part of the picture: no other place fits much better.
         } else if (best) {
             put_smooth_part(segment, best->position, best->fit.level);
@@ -411,10 +419,21 @@ class PlainPlacement {
 
 } // namespace
 
+namespace {
+
+/// Whether data that belong to the scan are left behind its last MCU, up to an EOI: then some MCUs before are
+/// not what they should be.
+bool ends_later(const ScanData& data, const Run& run) {
+    const std::size_t next = next_marker(data.file, run.end, data.limit);
+    return next < data.limit && data.file[next + 1] == marker::kEnd;
+}
+
+} // namespace
+
 std::vector<Placement> place_plain(const ScanData& data, const Survey& survey, Canvas& canvas) {
     if (!survey.runs.empty()) {
         const Run& first = survey.runs[0];
-        if (first.dc_known && first.count == data.total && first.closes) {
+        if (first.dc_known && first.count == data.total && (first.closes || !ends_later(data, first))) {
             canvas.put(0, first.trace, first.count);
             return {{0, 0, first.count, 0, {}}};
         }

@@ -46,6 +46,7 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
         }
         run.closes = run.closes || (run.count == data.interval && reader.closes());
         run.at_end = run.closes && piece->at_end;
+        run.cut = run.count < data.interval && reader.overrun() && piece->end == data.limit;
         survey.runs.push_back(run);
         survey.end = piece->end;
         if (run.at_end) {
@@ -94,6 +95,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         run.closes = before.closes();
         const std::size_t stop = before.stop();
         run.at_end = run.closes && stop + 1 < data.limit && data.file[stop + 1] == marker::kEnd;
+        run.cut = failed && reader.overrun() && stop + 1 >= data.limit;
         survey.end = run.end;
         const bool done =
             (run.at_end && (first || run.count >= kMinRun)) || (!failed && run.count == data.total);
