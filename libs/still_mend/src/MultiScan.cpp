@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 namespace still_mend {
 
@@ -73,6 +74,9 @@ class BlockDecoder {
         }
         return good && !reader.overrun();
     }
+
+    /// Whether no end-of-band run is left over: an interval does not end within one.
+    [[nodiscard]] bool at_rest() const { return end_of_band_ == 0; }
 
   private:
     static bool needs_dc(const Scan& scan) { return scan.first == 0 && scan.high == 0; }
@@ -256,7 +260,10 @@ class ScanReader {
         scan_ = &scan;
         BlockDecoder decoder(frame_, scan, tables);
         units_ = unit_count(scan);
-        const std::size_t interval = tables.restart_interval == 0 ? units_ : tables.restart_interval;
+        last_closed_ = false;
+        good_bytes_ = 0;
+        good_count_ = 0;
+        const std::size_t interval = interval_of(decoder, tables, offset, limit);
         Outcome outcome{true, offset, 0};
         std::size_t next = 0; // Unit.
         if (interval < units_ && scan.high == 0 && !mostly_closes(decoder, interval, offset, limit)) {
@@ -271,7 +278,7 @@ class ScanReader {
             if (!piece) {
                 break;
             }
-            const std::size_t place = place_of(*piece, next / interval, offset, interval);
+            const std::size_t place = place_of(*piece, next / interval, interval);
             if (place * interval >= units_) {
                 break;
             }
@@ -326,7 +333,53 @@ class ScanReader {
     }
 
   private:
-    /// Whether half of the first intervals end where they must. They are decoded into nothing.
+    /// The restart interval in units; that of the markers where DRI is lost; all units where there is none.
+    std::size_t interval_of(BlockDecoder& decoder, const Tables& tables, std::size_t offset,
+                            std::size_t limit) {
+        if (tables.restart_interval != 0) {
+            return tables.restart_interval;
+        }
+        const std::size_t first = next_marker(file_, offset, limit);
+        if (first >= limit || !marker::is_restart(file_[first + 1])) {
+            return units_;
+        }
+        if (inferred_interval_ == 0 && scan_->high == 0) {
+            std::map<std::size_t, unsigned> votes;
+            PieceWalk pieces(file_, offset, limit, true);
+            for (unsigned tried = 0; tried < 32; ++tried) {
+                const auto piece = pieces.next();
+                if (!piece || piece->end >= limit) {
+                    break;
+                }
+                ++votes[units_until_close(decoder, *piece, 1, units_, limit)];
+            }
+            votes.erase(0);
+            const auto best = std::max_element(
+                votes.begin(), votes.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+            inferred_interval_ = best == votes.end() ? 0 : best->first;
+        }
+        return inferred_interval_ == 0 ? units_ : inferred_interval_;
+    }
+
+    /// Decodes a piece into nothing, at most so many units. Gives after how many its bits end; 0 if they do
+    /// not end with a unit.
+    std::size_t units_until_close(BlockDecoder& decoder, const Piece& piece, std::size_t least,
+                                  std::size_t most, std::size_t limit) const {
+        BitReader reader(file_.first(limit), piece.begin);
+        decoder.restart();
+        const auto skip = [&](std::size_t channel, std::size_t, std::size_t, std::size_t) {
+            Block nothing{};
+            return decoder.decode(reader, channel, nothing);
+        };
+        for (std::size_t count = 1; count <= most && visit_unit(count - 1, skip); ++count) {
+            if (count >= least && decoder.at_rest() && BitReader(reader).closes()) {
+                return count;
+            }
+        }
+        return 0;
+    }
+
+    /// Whether half of the first intervals end where they must.
     bool mostly_closes(BlockDecoder& decoder, std::size_t interval, std::size_t offset,
                        std::size_t limit) const {
         constexpr unsigned kPieces = 64;
@@ -335,18 +388,8 @@ class ScanReader {
         PieceWalk pieces(file_, offset, limit, true);
         for (auto piece = pieces.next(); piece && piece->end < limit && tried < kPieces;
              piece = pieces.next()) {
-            BitReader reader(file_.first(limit), piece->begin);
-            decoder.restart();
-            std::size_t count = 0;
-            while (count < interval &&
-                   visit_unit(count, [&](std::size_t channel, std::size_t, std::size_t, std::size_t) {
-                       Block nothing{};
-                       return decoder.decode(reader, channel, nothing);
-                   })) {
-                ++count;
-            }
             ++tried;
-            closed += count == interval && reader.closes() ? 1U : 0U;
+            closed += units_until_close(decoder, *piece, interval, interval, limit) == interval ? 1U : 0U;
         }
         return tried < 4 || closed * 2 >= tried;
     }
@@ -367,19 +410,19 @@ class ScanReader {
     }
 
     /// The interval that a piece is, by its number; by its place in the file where eight or more are missing.
-    [[nodiscard]] std::size_t place_of(const Piece& piece, std::size_t expected, std::size_t offset,
-                                       std::size_t interval) const {
+    [[nodiscard]] std::size_t place_of(const Piece& piece, std::size_t expected, std::size_t interval) const {
         if (piece.restart < 0) {
             return 0;
         }
         const auto phase = (static_cast<std::size_t>(piece.restart) + 1) % 8;
         std::size_t place = expected + (phase + 8 - expected % 8) % 8;
-        if (place == expected && piece.adjacent) {
+        if (place == expected && piece.adjacent && last_closed_) {
             return place;
         }
-        if (expected > 0) {
-            const double bytes = static_cast<double>(last_end_ - offset) / static_cast<double>(expected);
-            const double reached = static_cast<double>(piece.begin - offset) / std::max(bytes, 1.0);
+        if (good_count_ > 0) {
+            const double bytes = static_cast<double>(good_bytes_) / static_cast<double>(good_count_);
+            const double passed = static_cast<double>(piece.begin - last_begin_) / std::max(bytes, 1.0);
+            const double reached = static_cast<double>(expected) - 1 + passed;
             while (static_cast<double>(place) + 4 < reached && (place + 8) * interval < units_) {
                 place += 8;
             }
@@ -396,7 +439,12 @@ class ScanReader {
         while (good < count && read_unit(decoder, reader, first + good)) {
             ++good;
         }
-        last_end_ = piece.end;
+        last_closed_ = good == count && reader.closes();
+        last_begin_ = piece.begin;
+        if (last_closed_) {
+            good_bytes_ += piece.end + 2 - piece.begin;
+            ++good_count_;
+        }
         return good;
     }
 
@@ -460,7 +508,11 @@ class ScanReader {
     const Scan* scan_ = nullptr;
     std::vector<Progress> progress_;
     std::size_t units_ = 0;
-    std::size_t last_end_ = 0;
+    bool last_closed_ = false; // Of the interval read last: it ended where it must.
+    std::size_t last_begin_ = 0;
+    std::size_t good_bytes_ = 0; // Of all intervals of the scan that did.
+    std::size_t good_count_ = 0;
+    std::size_t inferred_interval_ = 0;
 };
 
 /// Where the data of a scan end: at the next table or SOS that is plausible; at the first EOI where none
