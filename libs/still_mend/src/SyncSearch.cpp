@@ -28,6 +28,9 @@ bool SyncSearch::is_start(BitReader reader) {
 }
 
 std::optional<BitReader> SyncSearch::find(BitReader reader) {
+    if (count_ < kLeastLearnt) {
+        return std::nullopt; // What would be found has nothing to be placed by.
+    }
     for (; tries_ < kMostTries && !reader.overrun(); ++tries_) {
         if (is_start(reader)) {
             return reader;

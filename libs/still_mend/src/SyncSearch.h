@@ -26,6 +26,7 @@ class SyncSearch {
   private:
     static constexpr unsigned kMostTries = 1U << 17U;
     static constexpr unsigned kMcus = 14;
+    static constexpr double kLeastLearnt = 32;
 
     [[nodiscard]] bool is_start(BitReader reader);
 
