@@ -13,6 +13,10 @@ namespace still_mend {
 
 namespace {
 
+// MCUs that may be compared with what is above them, in all. A picture of 250 megapixels with a few breaks
+// needs a twentieth; noise would need any number.
+constexpr std::size_t kMostCompared = 1U << 25U;
+
 constexpr double kNoiseStep = 20 * 16; // Noise has 30 levels and more from row to row.
 
 /// MCUs of one run without a break between them.
@@ -103,10 +107,11 @@ class BreakSearch {
 
     /// Whether the row that begins here does not fit the row before it, although that one fitted its own.
     [[nodiscard]] bool is_misaligned(const Run& run, std::size_t mcu) const {
-        if (mcu < run.trace + 2 * wide_ || mcu + wide_ > run.trace + run.count ||
+        if (compared_ > kMostCompared || mcu < run.trace + 2 * wide_ || mcu + wide_ > run.trace + run.count ||
             traces_.step_right(mcu - 1, mcu) < bound_) {
             return false;
         }
+        compared_ += wide_;
         double before = 0;
         double behind = 0;
         for (std::size_t index = 0; index < wide_; ++index) {
@@ -121,6 +126,7 @@ class BreakSearch {
     std::size_t wide_;
     std::size_t total_;
     double bound_;
+    mutable std::size_t compared_ = 0;
 };
 
 class PlainPlacement {
@@ -296,7 +302,7 @@ class PlainPlacement {
         const std::size_t last = std::min(most, reached + std::max(2 * wide, 2 * lost + wide));
         std::vector<double> steps;
         std::optional<Found> best;
-        for (std::size_t position = reached; position <= last; ++position) {
+        for (std::size_t position = reached; position <= last && compared_ < kMostCompared; ++position) {
             const auto fit = fit_at(segment, position, nullptr);
             if (!fit) {
                 continue;
@@ -337,6 +343,7 @@ class PlainPlacement {
         if (pairs.size() < least) {
             return std::nullopt;
         }
+        compared_ += pairs.size();
         Fit fit;
         fit.level = given != nullptr ? *given : level_of(pairs);
         std::vector<double> steps;
@@ -411,6 +418,7 @@ class PlainPlacement {
     Canvas& canvas_;
     double typical_;
     double typical_down_ = 0;
+    mutable std::size_t compared_ = 0;
     Segment last_; // What was placed last, and where.
     std::size_t last_position_ = 0;
     Levels last_level_{};

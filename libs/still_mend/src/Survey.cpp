@@ -64,6 +64,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
     SyncSearch search(decoder, survey.traces);
     BitReader reader(bytes, data.first);
     bool first = data.from_start;
+    std::size_t dropped = 0; // Runs since the last that was kept.
     Mcu mcu;
     while (survey.traces.size() < most && survey.runs.size() < kMaxRuns) {
         Run run;
@@ -101,8 +102,10 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
             (run.at_end && (first || run.count >= kMinRun)) || (!failed && run.count == data.total);
         if (first || run.count >= kMinRun) {
             survey.runs.push_back(run);
+            dropped = 0;
         } else {
             survey.traces.truncate(run.trace);
+            ++dropped;
         }
         first = false;
         if (done) {
@@ -120,7 +123,9 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
             }
             reader = BitReader(bytes, reader.stop() + (data.file[reader.stop() + 1] == 0xFF ? 1 : 2));
         } else {
-            static_cast<void>(reader.get(1)); // What is no code was not consumed.
+            // What is no code was not consumed. Far within noise the steps grow.
+            static_cast<void>(
+                reader.get(static_cast<unsigned>(std::min<std::size_t>(1 + dropped / 4096, 16))));
         }
     }
     return survey;
