@@ -1,9 +1,6 @@
 #include "JpegDecode.h"
 
-#include <cstddef>
-#include <cstdio>
-
-#include <jpeglib.h>
+#include "JpegError.h"
 
 #include <vector>
 
@@ -11,35 +8,18 @@ namespace still_mend {
 
 namespace {
 
-struct DecodeError {};
-
-[[noreturn]] void throw_error(j_common_ptr /*info*/) {
-    throw DecodeError{};
-}
-
-void count_message(j_common_ptr info, int level) {
-    if (level < 0) {
-        ++info->err->num_warnings;
-    }
-}
-
-void ignore_message(j_common_ptr /*info*/) {}
-
 /// libjpeg's decompressor with errors as exceptions, destroyed on every way out.
 class Decompressor {
   public:
     Decompressor() {
-        info_.err = jpeg_std_error(&errors_);
-        errors_.error_exit = throw_error;
-        errors_.emit_message = count_message;
-        errors_.output_message = ignore_message;
+        info_.err = quiet_errors(errors_);
         jpeg_create_decompress(&info_);
     }
     Decompressor(const Decompressor&) = delete;
     Decompressor& operator=(const Decompressor&) = delete;
     ~Decompressor() { jpeg_destroy_decompress(&info_); }
 
-    bool decodes_cleanly(std::span<const unsigned char> jpeg) {
+    bool decodes_cleanly(Bytes jpeg) {
         jpeg_mem_src(&info_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
         jpeg_read_header(&info_, TRUE);
         jpeg_start_decompress(&info_);
@@ -59,11 +39,11 @@ class Decompressor {
 
 } // namespace
 
-bool decodes_cleanly(std::span<const unsigned char> jpeg) {
+bool decodes_cleanly(Bytes jpeg) {
     try {
         Decompressor decompressor;
         return decompressor.decodes_cleanly(jpeg);
-    } catch (const DecodeError&) {
+    } catch (const JpegError&) {
         return false;
     }
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <span>
+#include "Bytes.h"
 
 namespace still_mend {
 
 /// Whether libjpeg decodes the whole picture without an error or a warning.
-[[nodiscard]] bool decodes_cleanly(std::span<const unsigned char> jpeg);
+[[nodiscard]] bool decodes_cleanly(Bytes jpeg);
 
 } // namespace still_mend

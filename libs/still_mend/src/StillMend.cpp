@@ -1,65 +1,98 @@
 #include <still_mend/still_mend.h>
 #include <system_path/system_path.h>
 
-#include "JpegDecode.h"
-#include "JpegSearch.h"
+#include "Delivery.h"
+#include "FileMapping.h"
+#include "Salvage.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
+using still_mend::Assessment;
+using still_mend::Delivered;
 
 fs::path path_of(const char* utf8) {
     const std::string text(utf8);
     return system_path::reachable(fs::path(std::u8string(text.begin(), text.end())));
 }
 
-std::optional<std::vector<unsigned char>> read_file(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream || !fs::is_regular_file(path)) {
-        return std::nullopt;
-    }
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(fs::file_size(path)));
-    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!stream) {
-        return std::nullopt;
-    }
-    return bytes;
+std::uint32_t warnings_of(const Assessment& assessment, Delivered delivered) {
+    const auto& hypothesis = assessment.hypothesis;
+    std::uint32_t warnings = 0;
+    const auto warn_if = [&warnings](bool condition, std::uint32_t bit) { warnings |= condition ? bit : 0U; };
+    warn_if(hypothesis.candidate.damaged_header, STILL_MEND_HEADER_REBUILT);
+    warn_if(hypothesis.tables_borrowed, STILL_MEND_TABLES_BORROWED);
+    warn_if(hypothesis.tables_standard, STILL_MEND_TABLES_STANDARD);
+    warn_if(hypothesis.frame_borrowed, STILL_MEND_FRAME_BORROWED);
+    warn_if(assessment.interval_inferred, STILL_MEND_INTERVAL_INFERRED);
+    warn_if(!assessment.end_found, STILL_MEND_END_ADDED);
+    warn_if(assessment.own < assessment.total, STILL_MEND_PARTS_LOST);
+    warn_if(assessment.resynchronised, STILL_MEND_RESYNCHRONISED);
+    warn_if(delivered == Delivered::kReencoded, STILL_MEND_REENCODED);
+    return warnings;
 }
 
-bool write_file(const fs::path& path, std::span<const unsigned char> bytes) {
-    std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    return !stream.fail();
+StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
+    const auto& candidate = assessment.hypothesis.candidate;
+    StillMendReport report{};
+    report.width = candidate.frame->width;
+    report.height = candidate.frame->height;
+    report.mcu_count = assessment.total;
+    report.own_mcu_count = assessment.own;
+    report.coarse_mcu_count = assessment.coarse;
+    report.picture_offset = candidate.offset;
+    report.first_bad_byte =
+        delivered == Delivered::kUnchanged ? STILL_MEND_NO_BAD_BYTE : assessment.first_bad;
+    report.warnings = warnings_of(assessment, delivered);
+    return report;
 }
 
-std::int32_t repair(const fs::path& damaged, const fs::path& output) {
-    const auto file = read_file(damaged);
-    if (!file) {
+std::int32_t repair(const fs::path& damaged, const fs::path& output, StillMendReport& report) {
+    still_mend::FileMapping file;
+    if (!file.open(damaged)) {
         return STILL_MEND_INPUT_UNREADABLE;
     }
-    const auto pictures = still_mend::find_whole_jpegs(*file);
-    const auto best = std::find_if(pictures.begin(), pictures.end(), still_mend::decodes_cleanly);
-    if (best == pictures.end()) {
+    const auto find = still_mend::find_best(file.bytes());
+    if (!find) {
         return STILL_MEND_NOTHING_FOUND;
     }
-    return write_file(output, *best) ? STILL_MEND_OK : STILL_MEND_OUTPUT_UNWRITABLE;
+    const Delivered delivered = still_mend::deliver(file.bytes(), find->assessment, output);
+    if (delivered == Delivered::kUnwritable) {
+        return STILL_MEND_OUTPUT_UNWRITABLE;
+    }
+    if (delivered == Delivered::kUndecodable) {
+        return STILL_MEND_NOTHING_FOUND;
+    }
+    report = report_of(find->assessment, delivered);
+    return find->thumbnail ? STILL_MEND_ONLY_THUMBNAIL : STILL_MEND_OK;
 }
 
 } // namespace
 
 std::int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_file) {
+    return MndJpegGeneralRepairReport(damaged_file, output_file, nullptr);
+}
+
+std::int32_t MndJpegGeneralRepairReport(const char* damaged_file, const char* output_file,
+                                        StillMendReport* report) {
+    StillMendReport filled{};
+    std::int32_t result = STILL_MEND_INTERNAL;
     try {
-        return repair(path_of(damaged_file), path_of(output_file));
+        if (damaged_file == nullptr) {
+            result = STILL_MEND_INPUT_UNREADABLE;
+        } else if (output_file == nullptr) {
+            result = STILL_MEND_OUTPUT_UNWRITABLE;
+        } else {
+            result = repair(path_of(damaged_file), path_of(output_file), filled);
+        }
     } catch (...) {
-        return STILL_MEND_INTERNAL;
+        result = STILL_MEND_INTERNAL;
     }
+    if (report != nullptr) {
+        *report = filled;
+    }
+    return result;
 }

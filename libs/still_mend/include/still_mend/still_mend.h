@@ -23,29 +23,86 @@
 extern "C" {
 #endif
 
-/* Results of MndJpegGeneralRepair. */
+/* Results of both functions. */
 enum {
     /* A picture that decodes was written. */
     STILL_MEND_OK = 0,
-    /* The damaged file cannot be read. */
+    /* The damaged file cannot be read: it is not there, or is no regular file, or is closed to us. */
     STILL_MEND_INPUT_UNREADABLE = -1,
-    /* The damaged file holds no picture that can be delivered. */
+    /* The damaged file holds no picture that can be delivered. Nothing was written. */
     STILL_MEND_NOTHING_FOUND = -2,
-    /* The output cannot be written. */
+    /* The output cannot be written, or something that is not a regular file stands there. */
     STILL_MEND_OUTPUT_UNWRITABLE = -3,
     /* Memory ran out, or another unexpected error. */
-    STILL_MEND_INTERNAL = -4
+    STILL_MEND_INTERNAL = -4,
+    /* Only a thumbnail is left. It decodes, and was written. */
+    STILL_MEND_ONLY_THUMBNAIL = -5
 };
 
+/* What was done to the picture: the bits of StillMendReport.warnings. */
+enum {
+    /* The header was damaged; what was left of it was put together. */
+    STILL_MEND_HEADER_REBUILT = 1,
+    /* Quantisation or Huffman tables were taken from another picture of the file. */
+    STILL_MEND_TABLES_BORROWED = 2,
+    /* Huffman tables were lost, and the standard ones fit. */
+    STILL_MEND_TABLES_STANDARD = 4,
+    /* Size and sampling were taken from another picture of the file. */
+    STILL_MEND_FRAME_BORROWED = 8,
+    /* The restart interval was lost, and the markers told it. */
+    STILL_MEND_INTERVAL_INFERRED = 16,
+    /* The end of the picture was lost, and one was put in its place. */
+    STILL_MEND_END_ADDED = 32,
+    /* Parts of the picture are lost. They are grey, or bridged between what is above and below. */
+    STILL_MEND_PARTS_LOST = 64,
+    /* Parts were found again behind damage without a restart marker: their place was found by their fit. */
+    STILL_MEND_RESYNCHRONISED = 128,
+    /* The coefficients were coded anew, with the picture's own quantisation. Otherwise the coded data are the
+     * camera's, bit for bit. */
+    STILL_MEND_REENCODED = 256
+};
+
+/* first_bad_byte of a picture that has none. */
+#define STILL_MEND_NO_BAD_BYTE UINT64_MAX
+
 /*
- * Finds the largest intact baseline or progressive JPEG inside damaged_file and copies it to output_file.
+ * How much of the delivered picture is the photographer's own. An MCU is the smallest area that is coded as a
+ * whole, 8 x 8 to 32 x 32 pixels.
+ */
+typedef struct StillMendReport {
+    uint32_t width;          /* In pixels. */
+    uint32_t height;
+    uint64_t mcu_count;      /* MCUs of the picture. */
+    uint64_t own_mcu_count;  /* MCUs that were decoded from the file and stand in their place. */
+    uint64_t coarse_mcu_count; /* Of these, MCUs that miss fine detail: later scans of a progressive picture. */
+    uint64_t picture_offset; /* Where in the damaged file the picture begins. */
+    uint64_t first_bad_byte; /* Offset in the damaged file of about the first byte that is not as it should be. */
+    uint32_t warnings;       /* STILL_MEND_HEADER_REBUILT and its like, added up. */
+    uint32_t reserved;       /* 0. */
+} StillMendReport;
+
+/*
+ * Salvages the best picture inside damaged_file: a JPEG that is whole, or what can be put together of one that
+ * is not. Of several pictures it takes the one of which the most pixels are left.
  *
  *   damaged_file  any file: a photograph in a RAW format, with its embedded previews, or a JPEG. Only read.
- *   output_file   is replaced on success and left alone otherwise.
+ *   output_file   a JPEG of the original's size. Replaced when a picture was found, left alone otherwise.
+ *                 On the way a file of that name with ".part" behind it is written.
  *
- * Returns one of the codes above.
+ * Coded data that decode are kept as they are. Returns one of the codes above.
  */
 STILL_MEND_API int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_file);
+
+/*
+ * Does the same, and tells how much of the picture is left.
+ *
+ *   report  is filled when the result is STILL_MEND_OK or STILL_MEND_ONLY_THUMBNAIL, and all zeros otherwise.
+ *           May be null.
+ *
+ * Returns what MndJpegGeneralRepair returns.
+ */
+STILL_MEND_API int32_t MndJpegGeneralRepairReport(const char* damaged_file, const char* output_file,
+                                                  StillMendReport* report);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Candidates.h"
+#include "CoefficientStore.h"
+#include "Placement.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace still_mend {
+
+/// A candidate whose header is complete, be it with borrowed parts.
+struct Hypothesis {
+    Candidate candidate;          ///< With frame, scan and all tables.
+    bool from_start = true;       ///< Its first byte of entropy-coded data is that of the first MCU.
+    bool tables_borrowed = false; ///< Of a sibling.
+    bool tables_standard = false;
+    bool frame_borrowed = false;
+};
+
+/// MCUs of a sequential scan that go to one place.
+struct PlacedRun {
+    BitReader start;
+    bool dc_known = true;
+    Placement placement;
+};
+
+/// What of a hypothesis decodes and holds together as a picture.
+struct Assessment {
+    Hypothesis hypothesis;
+    bool multi_scan = false;
+    std::vector<PlacedRun> runs; ///< Of a sequential picture with one scan.
+    std::size_t total = 0;       ///< MCUs.
+    std::size_t own = 0;         ///< MCUs that were decoded and have their place.
+    std::size_t coarse = 0;      ///< Of these: without all of their detail.
+    bool whole = false;          ///< All of them, from the first bit to the last.
+    bool end_found = false;      ///< EOI is there.
+    bool interval_inferred = false;
+    bool resynchronised = false; ///< Some MCUs were found again behind damage without a restart.
+    bool noise = false;          ///< What decoded is no picture.
+    std::size_t end = 0;         ///< One behind the last byte of the picture; EOI included where it is there.
+    std::size_t first_bad = 0;   ///< Offset in the file, about, where it is not whole.
+
+    /// The pixels that are the photographer's own: what candidates are ranked by.
+    [[nodiscard]] std::uint64_t score() const;
+    /// Too little, or noise.
+    [[nodiscard]] bool deliverable() const;
+};
+
+/// Reads the data once or twice and judges them. Memory is one picture's for a picture of several scans, and
+/// about half a byte a pixel otherwise.
+[[nodiscard]] Assessment assess(Bytes file, const Hypothesis& hypothesis);
+
+/// Decodes what was assessed. present tells which MCUs are the photographer's own.
+struct Developed {
+    CoefficientStore store;
+    std::vector<bool> present;
+};
+[[nodiscard]] Developed develop(Bytes file, const Assessment& assessment);
+
+} // namespace still_mend

@@ -1,0 +1,170 @@
+#include "Delivery.h"
+
+#include "Exif.h"
+#include "FileMapping.h"
+#include "JpegDecode.h"
+#include "JpegError.h"
+#include "JpegWrite.h"
+#include "Markers.h"
+
+#include <fstream>
+#include <system_error>
+
+namespace still_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A file that is removed unless it was put in its place.
+class TemporaryFile {
+  public:
+    explicit TemporaryFile(const fs::path& output) : output_(output), path_(output) { path_ += ".part"; }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+
+    [[nodiscard]] const fs::path& path() const { return path_; }
+
+    bool put_in_place() {
+        std::error_code error;
+        fs::rename(path_, output_, error);
+        return !error;
+    }
+
+  private:
+    fs::path output_;
+    fs::path path_;
+};
+
+bool may_write(const fs::path& output) {
+    std::error_code error;
+    const auto status = fs::symlink_status(output, error);
+    return status.type() == fs::file_type::not_found || status.type() == fs::file_type::regular;
+}
+
+void write(std::ostream& stream, Bytes bytes) {
+    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+constexpr unsigned char kStart[] = {0xFF, marker::kStart};
+constexpr unsigned char kEnd[] = {0xFF, marker::kEnd};
+
+/// The segments that go in front: those of the picture itself, or a small Exif of what else survived.
+struct Front {
+    std::vector<unsigned char> exif;
+    std::vector<Bytes> segments;
+};
+
+Front front_of(Bytes file, const Candidate& candidate) {
+    Front front;
+    for (const auto& range : candidate.applications) {
+        front.segments.push_back(file.subspan(range.first, range.size()));
+    }
+    if (!has_exif(front.segments)) {
+        front.exif = make_exif(file, candidate.offset);
+        if (!front.exif.empty()) {
+            front.segments.insert(front.segments.begin(), front.exif);
+        }
+    }
+    return front;
+}
+
+bool keeps_header(const Hypothesis& hypothesis) {
+    return hypothesis.candidate.has_start && !hypothesis.candidate.damaged_header &&
+           !hypothesis.tables_borrowed && !hypothesis.tables_standard && !hypothesis.frame_borrowed;
+}
+
+class Writer {
+  public:
+    Writer(Bytes file, const Assessment& assessment)
+        : file_(file), assessment_(assessment), candidate_(assessment.hypothesis.candidate) {}
+
+    /// The best way first.
+    [[nodiscard]] Delivered way() const {
+        if (!assessment_.whole) {
+            return Delivered::kReencoded;
+        }
+        if (keeps_header(assessment_.hypothesis) && !assessment_.interval_inferred) {
+            return assessment_.end_found ? Delivered::kUnchanged : Delivered::kCoded;
+        }
+        return assessment_.multi_scan ? Delivered::kReencoded : Delivered::kCoded;
+    }
+
+    void write_as(Delivered way, std::ostream& stream) const {
+        if (way == Delivered::kReencoded) {
+            write_reencoded(stream);
+            return;
+        }
+        if (keeps_header(assessment_.hypothesis) && !assessment_.interval_inferred) {
+            write(stream, file_.subspan(candidate_.offset, assessment_.end - candidate_.offset));
+        } else {
+            write_with_header(stream);
+        }
+        if (!assessment_.end_found) {
+            write(stream, kEnd);
+        }
+    }
+
+  private:
+    void write_with_header(std::ostream& stream) const {
+        const Front front = front_of(file_, candidate_);
+        write(stream, kStart);
+        for (const Bytes segment : front.segments) {
+            write(stream, segment);
+        }
+        write_headers(stream, *candidate_.frame, *candidate_.scan, candidate_.tables);
+        write(stream, file_.subspan(candidate_.entropy, assessment_.end - candidate_.entropy));
+    }
+
+    void write_reencoded(std::ostream& stream) const {
+        Developed developed = develop(file_, assessment_);
+        developed.store.bridge_gaps(developed.present);
+        const Front front = front_of(file_, candidate_);
+        write_coefficients(stream, *candidate_.frame, candidate_.tables, developed.store, front.segments);
+    }
+
+    Bytes file_;
+    const Assessment& assessment_;
+    const Candidate& candidate_;
+};
+
+bool decodes(const fs::path& path) {
+    FileMapping written;
+    return written.open(path) && decodes_cleanly(written.bytes());
+}
+
+} // namespace
+
+Delivered deliver(Bytes file, const Assessment& assessment, const fs::path& output) {
+    if (!may_write(output)) {
+        return Delivered::kUnwritable;
+    }
+    const Writer writer(file, assessment);
+    TemporaryFile temporary(output);
+    for (Delivered way = writer.way();; way = Delivered::kReencoded) {
+        std::ofstream stream(temporary.path(), std::ios::binary | std::ios::trunc);
+        try {
+            if (stream) {
+                writer.write_as(way, stream);
+            }
+        } catch (const JpegError&) {
+            return Delivered::kUndecodable;
+        }
+        stream.close();
+        if (stream.fail()) {
+            return Delivered::kUnwritable;
+        }
+        if (decodes(temporary.path())) {
+            return temporary.put_in_place() ? way : Delivered::kUnwritable;
+        }
+        if (way == Delivered::kReencoded) {
+            return Delivered::kUndecodable;
+        }
+    }
+}
+
+} // namespace still_mend

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Bytes.h"
+
+#include <filesystem>
+
+namespace still_mend {
+
+/// A regular file mapped whole for reading. The bytes live as long as the object. An empty file has no bytes.
+class FileMapping {
+  public:
+    FileMapping() = default;
+    FileMapping(const FileMapping&) = delete;
+    FileMapping& operator=(const FileMapping&) = delete;
+    ~FileMapping() { close(); }
+
+    /// False when the path names no regular file or the system refuses. Throws nothing.
+    [[nodiscard]] bool open(const std::filesystem::path& path);
+    void close();
+
+    [[nodiscard]] Bytes bytes() const { return {data_, size_}; }
+
+  private:
+    const unsigned char* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+} // namespace still_mend

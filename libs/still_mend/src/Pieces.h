@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Bytes.h"
+
+#include <optional>
+
+namespace still_mend {
+
+/// The offset of the next marker in entropy-coded data: FF followed by neither 00 nor FF. The limit where
+/// there is none.
+[[nodiscard]] std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit);
+
+/// Entropy-coded data between two markers.
+struct Piece {
+    int restart = -1;      ///< Number of the restart marker in front; -1 at the first byte of the scan.
+    bool adjacent = false; ///< The piece before ended at that marker.
+    std::size_t begin = 0;
+    std::size_t end = 0; ///< Of the next marker.
+    bool at_end = false; ///< That marker is EOI.
+};
+
+/// Goes from piece to piece of a scan.
+class PieceWalk {
+  public:
+    /// from_start: the first byte is the scan's first, so that a piece begins there.
+    PieceWalk(Bytes file, std::size_t first, std::size_t limit, bool from_start)
+        : file_(file), offset_(first), limit_(limit), usable_(from_start) {}
+
+    /// The next piece that begins at the scan's first byte or behind a restart marker.
+    std::optional<Piece> next();
+
+  private:
+    Bytes file_;
+    std::size_t offset_;
+    std::size_t limit_;
+    int restart_ = -1;
+    bool adjacent_ = false;
+    bool usable_;
+};
+
+} // namespace still_mend

@@ -1,0 +1,337 @@
+#include "Placement.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+
+namespace still_mend {
+
+void Canvas::put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level) {
+    for (std::size_t index = 0; index < count && position + index < trace_of_.size(); ++index) {
+        if (!taken(position + index)) {
+            trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
+            level_[position + index] = level;
+        }
+    }
+}
+
+Canvas::Roughness Canvas::roughness() const {
+    Roughness sums;
+    std::size_t apart = 0;
+    // A place to compare with that is no neighbour: far away in both directions, in a fixed but scattered
+    // order.
+    std::vector<std::uint32_t> taken_places;
+    for (std::size_t place = 0; place < total(); ++place) {
+        if (taken(place)) {
+            taken_places.push_back(static_cast<std::uint32_t>(place));
+        }
+    }
+    for (std::size_t nth = 0; nth < taken_places.size(); ++nth) {
+        const std::size_t place = taken_places[nth];
+        const int level = level_[place][0] * traces_.step_of_dc();
+        if (place >= wide_ && taken(place - wide_)) {
+            const int above = level_[place - wide_][0] * traces_.step_of_dc();
+            sums.down += traces_.step_down(trace_of_[place - wide_], trace_of_[place], level - above);
+            ++sums.pairs;
+            const std::size_t other =
+                taken_places[(nth * 7919 + taken_places.size() / 2) % taken_places.size()];
+            sums.apart += traces_.step_down(trace_of_[other], trace_of_[place],
+                                            level - level_[other][0] * traces_.step_of_dc());
+            ++apart;
+        }
+        if (place % wide_ != 0 && taken(place - 1)) {
+            const int before = level_[place - 1][0] * traces_.step_of_dc();
+            sums.right += traces_.step_right(trace_of_[place - 1], trace_of_[place], level - before);
+            ++sums.pairs_right;
+        }
+    }
+    sums.down /= static_cast<double>(std::max<std::size_t>(sums.pairs, 1));
+    sums.right /= static_cast<double>(std::max<std::size_t>(sums.pairs_right, 1));
+    sums.apart /= static_cast<double>(std::max<std::size_t>(apart, 1));
+    return sums;
+}
+
+double typical_step(const Survey& survey) {
+    std::vector<double> steps;
+    for (const bool closing : {true, false}) {
+        for (const auto& run : survey.runs) {
+            for (std::size_t mcu = 1; mcu < run.count && run.closes == closing; ++mcu) {
+                steps.push_back(survey.traces.step_right(run.trace + mcu - 1, run.trace + mcu));
+            }
+        }
+        if (steps.size() >= 64) {
+            break;
+        }
+    }
+    if (steps.empty()) {
+        return 0;
+    }
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::nth_element(steps.begin(), middle, steps.end());
+    return *middle;
+}
+
+std::size_t smooth_prefix(const McuTraces& traces, std::size_t first, std::size_t last, double typical) {
+    // The prefix whose sum of (step - bound) is lowest: the classical test for a change of level.
+    const double bound = 3 * typical + 2 * 16;
+    double sum = 0;
+    double lowest = 0;
+    std::size_t best = std::min<std::size_t>(1, last - first);
+    for (std::size_t mcu = first + 1; mcu < last; ++mcu) {
+        sum += std::min(traces.step_right(mcu - 1, mcu), 4 * bound) - bound;
+        if (sum <= lowest) {
+            lowest = sum;
+            best = mcu + 1 - first;
+        }
+    }
+    return best;
+}
+
+namespace {
+
+/// Runs that close, one behind the other, with numbers that follow one another.
+struct Chain {
+    std::size_t first; ///< Run.
+    std::size_t last;  ///< One behind.
+    [[nodiscard]] std::size_t size() const { return last - first; }
+};
+
+std::vector<Chain> find_chains(const std::vector<Run>& runs) {
+    std::vector<Chain> chains;
+    for (std::size_t index = 0; index < runs.size(); ++index) {
+        if (!runs[index].closes) {
+            continue;
+        }
+        const bool follows = !chains.empty() && chains.back().last == index && runs[index].adjacent &&
+                             runs[index].restart == (runs[index - 1].restart + 1) % 8;
+        if (follows) {
+            ++chains.back().last;
+        } else {
+            chains.push_back({index, index + 1});
+        }
+    }
+    return chains;
+}
+
+class RestartPlacement {
+  public:
+    RestartPlacement(const ScanData& data, const Survey& survey, Canvas& canvas)
+        : data_(data), survey_(survey), canvas_(canvas), intervals_((data.total - 1) / data.interval + 1),
+          typical_(typical_step(survey)) {}
+
+    std::vector<Placement> place() {
+        const auto chains = find_chains(survey_.runs);
+        std::size_t waiting = 0; // Intervals of the chains that are not placed yet.
+        for (const auto& chain : chains) {
+            waiting += chain.size();
+        }
+        std::size_t next_run = 0;
+        for (std::size_t index = 0; index < chains.size(); ++index) {
+            const Chain& chain = chains[index];
+            waiting -= chain.size();
+            place_broken(next_run, chain.first);
+            if (const auto place = find_place(chain, waiting)) {
+                const std::size_t missing = intervals_ - std::min(intervals_, *place + chain.size());
+                if (run(chain.last - 1).at_end && missing > 0 && missing % 8 == 0) {
+                    put_parted(chain, *place, missing);
+                } else {
+                    put_chain(chain, *place);
+                }
+                next_run = chain.last;
+            }
+        }
+        place_broken(next_run, survey_.runs.size());
+        return std::move(placements_);
+    }
+
+  private:
+    [[nodiscard]] const Run& run(std::size_t index) const { return survey_.runs[index]; }
+
+    /// The interval that the chain's first run is.
+    [[nodiscard]] std::optional<std::size_t> find_place(const Chain& chain, std::size_t waiting) const {
+        const Run& first = run(chain.first);
+        if (first.restart < 0) { // At the first byte of the scan.
+            return next_ == 0 ? std::optional<std::size_t>(0) : std::nullopt;
+        }
+        const auto phase = (static_cast<std::size_t>(first.restart) + 1) % 8;
+        std::size_t lowest = next_ + (phase + 8 - next_ % 8) % 8;
+        if (lowest == 0) {
+            lowest = 8; // No marker stands in front of the first interval.
+        }
+        if (run(chain.last - 1).at_end) {
+            // The last marker is there, so the places count from the end.
+            const std::size_t place = intervals_ >= chain.size() ? intervals_ - chain.size() : 0;
+            if (place >= lowest && place % 8 == phase) {
+                return place;
+            }
+        }
+        std::vector<std::size_t> places;
+        for (std::size_t place = lowest; place + chain.size() + waiting <= intervals_; place += 8) {
+            places.push_back(place);
+        }
+        if (places.empty()) {
+            return lowest + chain.size() <= intervals_ ? std::optional(lowest) : std::nullopt;
+        }
+        return places.size() == 1 ? places.front() : choose(chain, places);
+    }
+
+    /// By the fit with what stands above, where one place fits clearly better than all others; otherwise by
+    /// the bytes between this chain and what was placed before.
+    [[nodiscard]] std::size_t choose(const Chain& chain, const std::vector<std::size_t>& places) const {
+        const double expected = static_cast<double>(next_) +
+                                static_cast<double>(run(chain.first).begin - end_) / bytes_per_interval();
+        const auto distance = [expected](std::size_t place) {
+            return std::abs(static_cast<double>(place) - expected);
+        };
+        std::size_t nearest = places.front();
+        std::size_t fitting = places.front();
+        double best = -1;
+        double second = -1;
+        constexpr std::size_t kMostCompared = 256;
+        for (const std::size_t place : places) {
+            if (distance(place) < distance(nearest)) {
+                nearest = place;
+            }
+            if (places.size() > kMostCompared && distance(place) > 8.0 * kMostCompared / 2) {
+                continue;
+            }
+            const auto step = step_at(chain, place);
+            if (!step) {
+                continue;
+            }
+            if (best < 0 || *step < best) {
+                second = best;
+                best = *step;
+                fitting = place;
+            } else if (second < 0 || *step < second) {
+                second = *step;
+            }
+        }
+        const bool clear = best >= 0 && second >= 0 && best < 0.6 * second && best < 3 * typical_ + 32;
+        return clear ? fitting : nearest;
+    }
+
+    /// The mean step from what stands above to the chain put at a place; nothing where too little is above.
+    [[nodiscard]] std::optional<double> step_at(const Chain& chain, std::size_t place) const {
+        double sum = 0;
+        std::size_t count = 0;
+        const std::size_t start = place * data_.interval;
+        const std::size_t mcus = std::min(chain.size() * data_.interval, canvas_.wide());
+        for (std::size_t mcu = 0; mcu < mcus; ++mcu) {
+            const std::size_t position = start + mcu;
+            if (position >= canvas_.wide() && position < canvas_.total() &&
+                canvas_.taken(position - canvas_.wide())) {
+                sum += survey_.traces.step_down(canvas_.trace(position - canvas_.wide()),
+                                                run(chain.first).trace + mcu);
+                ++count;
+            }
+        }
+        return count < 4 ? std::nullopt : std::optional(sum / static_cast<double>(count));
+    }
+
+    [[nodiscard]] double bytes_per_interval() const {
+        double bytes = 0;
+        double count = 0;
+        for (const auto& each : survey_.runs) {
+            if (each.closes) {
+                bytes += static_cast<double>(each.end - each.begin + 2);
+                ++count;
+            }
+        }
+        return std::max(bytes / std::max(count, 1.0), 1.0);
+    }
+
+    void put_chain(const Chain& chain, std::size_t place) {
+        for (std::size_t index = chain.first; index < chain.last; ++index, ++place) {
+            put(index, place, run(index).count);
+        }
+        next_ = place;
+        end_ = run(chain.last - 1).end;
+    }
+
+    /// A chain that is eight intervals short, or a multiple: so many were cut out of it without leaving a
+    /// trace in the numbers. They are missing where its rows fit least.
+    void put_parted(const Chain& chain, std::size_t place, std::size_t missing) {
+        std::size_t parting = chain.first + 1;
+        double worst = -1;
+        for (std::size_t index = chain.first + 1; index < chain.last; ++index) {
+            const std::size_t position = (place + index - chain.first) * data_.interval;
+            const double misfit = misfit_at(run(chain.first).trace, run(index).trace, position, missing);
+            if (misfit > worst) {
+                worst = misfit;
+                parting = index;
+            }
+        }
+        put_chain({chain.first, parting}, place);
+        put_chain({parting, chain.last}, next_ + missing);
+    }
+
+    /// How much worse the row from a trace on fits as if nothing were missing in front of it than with the
+    /// gap.
+    [[nodiscard]] double misfit_at(std::size_t first, std::size_t trace, std::size_t position,
+                                   std::size_t missing) const {
+        const std::size_t wide = canvas_.wide();
+        const std::size_t shift = missing * data_.interval;
+        double sum = 0;
+        double count = 0;
+        for (std::size_t mcu = trace; mcu < std::min(trace + wide, survey_.traces.size()); ++mcu) {
+            if (mcu >= first + wide) {
+                sum += survey_.traces.step_down(mcu - wide, mcu);
+                ++count;
+            }
+            if (shift < wide && mcu + shift < trace + wide && mcu + shift >= first + wide) {
+                sum -= survey_.traces.step_down(mcu + shift - wide, mcu);
+            }
+        }
+        double misfit = sum / std::max(count, 1.0);
+        if (position % wide != 0) {
+            misfit += survey_.traces.step_right(trace - 1, trace);
+        }
+        return misfit;
+    }
+
+    /// Broken runs directly behind what was placed, as long as their numbers follow: what is smooth of them.
+    void place_broken(std::size_t first, std::size_t last) {
+        std::size_t place = next_;
+        for (std::size_t index = first; index < last && place < intervals_; ++index, ++place) {
+            const Run& broken = run(index);
+            const bool numbered =
+                broken.restart < 0 ? place == 0
+                                   : place > 0 && static_cast<std::size_t>(broken.restart) == (place - 1) % 8;
+            if (!numbered || broken.closes) {
+                return;
+            }
+            if (broken.count > 0) {
+                put(index, place,
+                    broken.cut
+                        ? broken.count
+                        : smooth_prefix(survey_.traces, broken.trace, broken.trace + broken.count, typical_));
+            }
+        }
+    }
+
+    void put(std::size_t index, std::size_t place, std::size_t count) {
+        const std::size_t position = place * data_.interval;
+        count = std::min(count, data_.total - position);
+        placements_.push_back({index, 0, count, position, {}});
+        canvas_.put(position, run(index).trace, count);
+    }
+
+    const ScanData& data_;
+    const Survey& survey_;
+    Canvas& canvas_;
+    std::size_t intervals_;
+    double typical_;
+    std::size_t next_ = 0; // First interval behind all that was placed.
+    std::size_t end_ = 0;  // Byte offset there.
+    std::vector<Placement> placements_;
+};
+
+} // namespace
+
+std::vector<Placement> place_restarts(const ScanData& data, const Survey& survey, Canvas& canvas) {
+    return RestartPlacement(data, survey, canvas).place();
+}
+
+} // namespace still_mend

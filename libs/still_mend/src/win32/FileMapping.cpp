@@ -1,0 +1,44 @@
+#include "FileMapping.h"
+
+#include <windows.h>
+
+#include <limits>
+
+namespace still_mend {
+
+bool FileMapping::open(const std::filesystem::path& path) {
+    close();
+    const HANDLE file =
+        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    LARGE_INTEGER length{};
+    bool opened = ::GetFileType(file) == FILE_TYPE_DISK && ::GetFileSizeEx(file, &length) != 0 &&
+                  static_cast<ULONGLONG>(length.QuadPart) <= std::numeric_limits<std::size_t>::max();
+    if (opened && length.QuadPart > 0) {
+        const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+        const void* view = mapping == nullptr ? nullptr : ::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
+        opened = view != nullptr;
+        if (opened) {
+            data_ = static_cast<const unsigned char*>(view);
+            size_ = static_cast<std::size_t>(length.QuadPart);
+        }
+        if (mapping != nullptr) {
+            ::CloseHandle(mapping); // The view keeps the mapping alive.
+        }
+    }
+    ::CloseHandle(file);
+    return opened;
+}
+
+void FileMapping::close() {
+    if (data_ != nullptr) {
+        ::UnmapViewOfFile(data_);
+        data_ = nullptr;
+        size_ = 0;
+    }
+}
+
+} // namespace still_mend

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "support/Bytes.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+// The damage laboratory: pictures of every kind, put into containers, damaged in every way, and measured:
+// which share of their MCUs stands in its place afterwards.
+
+namespace test {
+
+/// How a picture is coded.
+struct Coding {
+    std::string name;
+    unsigned h = 2; ///< Sampling of the first component; 1 and 1 is 4:4:4, 2 and 2 is 4:2:0.
+    unsigned v = 2;
+    bool grey = false;
+    bool progressive = false;
+    bool optimised = false;
+    unsigned restart = 0; ///< MCUs from restart to restart.
+};
+
+/// A scene as a JPEG of this coding.
+[[nodiscard]] Bytes make_coded(const Coding& coding, unsigned scene, unsigned width, unsigned height,
+                               int quality = 90);
+
+/// All codings of the laboratory.
+[[nodiscard]] const std::vector<Coding>& codings();
+[[nodiscard]] const Coding& coding_named(const std::string& name);
+
+/// A file with the picture in it.
+struct Specimen {
+    Bytes file;
+    std::size_t offset = 0; ///< Of the picture.
+    std::size_t size = 0;
+};
+
+/// What a picture is put into. A container has room for a second picture, which may be empty.
+struct Container {
+    std::string name;
+    std::function<Specimen(const Bytes& picture, const Bytes& sibling)> build;
+};
+[[nodiscard]] const std::vector<Container>& containers();
+[[nodiscard]] const Container& container_named(const std::string& name);
+
+/// Where things stand in an undamaged JPEG.
+struct Anatomy {
+    struct Part {
+        std::size_t first = 0;
+        std::size_t last = 0; ///< One behind.
+    };
+    std::vector<Part> quant_tables; ///< Whole segments, from FF on.
+    std::vector<Part> huffman_tables;
+    std::vector<Part> restart_interval;
+    std::vector<Part> frame;
+    Part scan_header;            ///< The first one.
+    std::vector<Part> intervals; ///< Of the first scan, each with the marker in front of it.
+    Part end;                    ///< EOI.
+};
+[[nodiscard]] Anatomy dissect(const Bytes& jpeg);
+
+/// Something that happens to a file.
+struct Damage {
+    std::string name;
+    std::function<void(Specimen& specimen, const Anatomy& anatomy)> apply;
+};
+[[nodiscard]] const std::vector<Damage>& damages();
+[[nodiscard]] const Damage& damage_named(const std::string& name);
+
+/// For each MCU, whether the picture has it as the original does: within two levels, root mean square, in
+/// every block. Decoded by libjpeg without smoothing; bytes behind the picture and warnings are ignored.
+/// Empty when nothing decodes or sizes differ.
+[[nodiscard]] std::vector<bool> mcus_in_place(const Bytes& original, const Bytes& picture);
+
+/// The same without regard to a constant brightness and colour of each block.
+[[nodiscard]] std::vector<bool> mcus_in_shape(const Bytes& original, const Bytes& picture);
+
+/// A trial: a picture in a container, damaged and salvaged.
+struct Trial {
+    int result = 0; ///< Of the library.
+    std::size_t mcus = 0;
+    std::size_t recovered = 0; ///< In place in the output.
+    std::size_t in_shape = 0;  ///< In place, if perhaps of another brightness or colour.
+    std::size_t plain = 0;     ///< In place when libjpeg alone decodes the damaged picture.
+    std::size_t claimed = 0;   ///< What the library says is the photographer's own.
+    bool other = false;        ///< What was delivered is another picture of the file.
+    bool clean = false;        ///< The output decodes without a warning.
+    unsigned warnings = 0;
+    Bytes output;
+    /// Success for what is not the picture: a tenth and more of what is claimed is something else.
+    [[nodiscard]] bool false_success() const;
+    [[nodiscard]] double share() const;
+    [[nodiscard]] double plain_share() const;
+};
+[[nodiscard]] Trial run_trial(const Bytes& original, const Specimen& damaged);
+
+/// The same in one go.
+[[nodiscard]] Trial run_trial(const Coding& coding, const Container& container, const Damage& damage,
+                              bool with_sibling, unsigned width, unsigned height);
+
+/// The share of the MCUs outside the intervals [first, last) that was recovered in place.
+[[nodiscard]] double share_outside(const Bytes& original, const Bytes& output, unsigned restart,
+                                   std::size_t first, std::size_t last);
+
+} // namespace test

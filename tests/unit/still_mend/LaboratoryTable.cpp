@@ -1,0 +1,81 @@
+#include "Laboratory.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+// Prints the laboratory's tables as Markdown:  still_mend_laboratory [width height]
+
+namespace {
+
+using namespace test;
+
+std::string cell(const Trial& trial) {
+    std::string text = "-";
+    if (trial.other) {
+        text = "other";
+    } else if (trial.result == 0) {
+        text.resize(8);
+        text.resize(static_cast<std::size_t>(std::snprintf(text.data(), text.size(), "%.3f", trial.share())));
+    }
+    std::string plain(8, ' ');
+    plain.resize(
+        static_cast<std::size_t>(std::snprintf(plain.data(), plain.size(), "%.3f", trial.plain_share())));
+    return text + " (" + plain + ")" + (trial.recovered < trial.plain ? " less" : "") +
+           (trial.false_success() ? " doubtful" : "");
+}
+
+void print_head(const char* first) {
+    std::printf("| %s |", first);
+    for (const auto& coding : codings()) {
+        std::printf(" %s |", coding.name.c_str());
+    }
+    std::printf("\n|---|");
+    for (std::size_t index = 0; index < codings().size(); ++index) {
+        std::printf("---|");
+    }
+    std::printf("\n");
+}
+
+void print_table(const Container& container, bool with_sibling, unsigned width, unsigned height) {
+    std::printf("\n### %s%s\n\n", container.name.c_str(), with_sibling ? ", with a smaller sibling" : "");
+    print_head("Damage");
+    for (const auto& damage : damages()) {
+        std::printf("| %s |", damage.name.c_str());
+        for (const auto& coding : codings()) {
+            std::printf(" %s |",
+                        cell(run_trial(coding, container, damage, with_sibling, width, height)).c_str());
+        }
+        std::printf("\n");
+    }
+}
+
+/// One row a container: the mean share over all damages.
+void print_means(unsigned width, unsigned height) {
+    std::printf("\n### The same in other containers: mean over all damages\n\n");
+    print_head("Container");
+    for (const auto& container : containers()) {
+        std::printf("| %s |", container.name.c_str());
+        for (const auto& coding : codings()) {
+            double sum = 0;
+            for (const auto& damage : damages()) {
+                const Trial trial = run_trial(coding, container, damage, false, width, height);
+                sum += trial.result == 0 ? trial.share() : 0;
+            }
+            std::printf(" %.3f |", sum / static_cast<double>(damages().size()));
+        }
+        std::printf("\n");
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const unsigned width = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[1], nullptr, 10)) : 640;
+    const unsigned height = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 480;
+    std::printf("Pictures of %u x %u pixels.\n", width, height);
+    print_table(containers().front(), false, width, height);
+    print_table(containers().front(), true, width, height);
+    print_means(width / 2, height / 2);
+    return 0;
+}

@@ -1,0 +1,238 @@
+#include "Laboratory.h"
+
+#include <still_mend/still_mend.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace test {
+namespace {
+
+constexpr unsigned kWidth = 640;
+constexpr unsigned kHeight = 480;
+
+Trial trial(const Coding& coding, const std::string& damage, bool with_sibling = false,
+            const std::string& container = "TIFF, low byte first") {
+    return run_trial(coding, container_named(container), damage_named(damage), with_sibling, kWidth, kHeight);
+}
+
+bool has_restarts(const Coding& coding) {
+    return coding.restart != 0 && !coding.progressive;
+}
+
+TEST(Laboratory, AnUndamagedPictureIsDeliveredByteForByte) {
+    for (const auto& coding : codings()) {
+        for (const auto& container : containers()) {
+            const Bytes picture = make_coded(coding, 1, 320, 240);
+            const Trial undamaged = run_trial(picture, container.build(picture, {}));
+            EXPECT_EQ(undamaged.result, STILL_MEND_OK) << coding.name << ", " << container.name;
+            EXPECT_EQ(undamaged.output, picture) << coding.name << ", " << container.name;
+            EXPECT_EQ(undamaged.warnings, 0U) << coding.name << ", " << container.name;
+        }
+    }
+}
+
+TEST(Laboratory, ALostEoiCostsNothing) {
+    for (const auto& coding : codings()) {
+        for (const auto& container : {"alone", "TIFF, high byte first"}) {
+            const Trial lost = trial(coding, "EOI lost", false, container);
+            EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
+            EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name << ", " << container;
+            EXPECT_TRUE(lost.clean) << coding.name;
+        }
+    }
+}
+
+TEST(Laboratory, LostStandardTablesCostNothing) {
+    for (const auto& coding : codings()) {
+        if (!coding.optimised) {
+            const Trial lost = trial(coding, "DHT lost");
+            EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
+            EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name;
+            EXPECT_TRUE(lost.warnings & STILL_MEND_TABLES_STANDARD) << coding.name;
+        }
+    }
+}
+
+TEST(Laboratory, LostOptimisedTablesAreReportedLostAndNotDeliveredAsNoise) {
+    for (const auto& coding : codings()) {
+        if (coding.optimised) {
+            const Trial lost = trial(coding, "DHT lost");
+            EXPECT_EQ(lost.result, STILL_MEND_NOTHING_FOUND) << coding.name;
+            EXPECT_TRUE(lost.output.empty()) << coding.name;
+        }
+    }
+}
+
+TEST(Laboratory, NoPictureIsFoundUnderTablesOfAnotherScene) {
+    // Optimised tables of another exposure are close to the right ones, which makes noise look likely.
+    for (const char* name : {"baseline 4:2:2, optimised", "baseline 4:4:4, optimised, restarts",
+                             "baseline grey, optimised, restarts"}) {
+        const auto& coding = coding_named(name);
+        for (unsigned scene = 2; scene < 6; ++scene) {
+            const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+            const Bytes other = make_coded(coding, scene, kWidth, kHeight, 60);
+            const Anatomy anatomy = dissect(picture);
+            const Anatomy others = dissect(other);
+            // The header of one, the scan of the other.
+            const Bytes mixed = joined(part(other, 0, others.scan_header.last),
+                                       part(picture, anatomy.scan_header.last, picture.size()));
+            const Trial wrong = run_trial(picture, {mixed, 0, mixed.size()});
+            EXPECT_NE(wrong.result, STILL_MEND_OK) << name << ", scene " << scene;
+        }
+    }
+}
+
+TEST(Laboratory, LostQuantisationTablesAreBorrowedFromASibling) {
+    for (const auto& coding : codings()) {
+        const Trial lost = trial(coding, "DQT lost", true);
+        EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
+        EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name;
+        EXPECT_TRUE(lost.warnings & STILL_MEND_TABLES_BORROWED) << coding.name;
+        EXPECT_EQ(trial(coding, "DQT lost", false).result, STILL_MEND_NOTHING_FOUND) << coding.name;
+    }
+}
+
+TEST(Laboratory, ALostRestartIntervalDefinitionIsInferredFromTheMarkers) {
+    for (const auto& coding : codings()) {
+        if (coding.restart != 0) {
+            const Trial lost = trial(coding, "DRI lost");
+            EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
+            EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name;
+        }
+    }
+}
+
+TEST(Laboratory, ALostSoiCostsNothing) {
+    for (const auto& coding : codings()) {
+        EXPECT_DOUBLE_EQ(trial(coding, "SOI lost").share(), 1.0) << coding.name;
+    }
+}
+
+TEST(Laboratory, ALostFrameIsRebuiltFromASmallerSiblingAndTheData) {
+    for (const auto& coding : codings()) {
+        if (!coding.progressive) {
+            const Trial lost = trial(coding, "SOF lost", true);
+            EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name;
+            EXPECT_TRUE(lost.warnings & STILL_MEND_FRAME_BORROWED) << coding.name;
+        }
+    }
+}
+
+TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
+    for (const auto& coding : codings()) {
+        if (!has_restarts(coding)) {
+            continue;
+        }
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        const std::size_t first = dissect(picture).intervals.size() / 3;
+        for (const std::size_t count : {1U, 8U, 20U}) {
+            for (const std::string how : {"zeroed", "removed"}) {
+                const std::string name = std::to_string(count) + " restart intervals " + how;
+                const Trial lost = trial(coding, name);
+                EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name << ", " << name;
+                // Zeroing begins with a marker, so that the interval before it does not end where it must.
+                EXPECT_GE(share_outside(picture, lost.output, coding.restart, first, first + count), 0.95)
+                    << coding.name << ", " << name;
+                EXPECT_GE(lost.share(), lost.plain_share()) << coding.name << ", " << name;
+            }
+        }
+    }
+}
+
+TEST(Laboratory, RunsAroundEightIntervalsAreToldApart) {
+    const auto& coding = coding_named("baseline 4:2:2, restarts");
+    const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+    const Anatomy anatomy = dissect(picture);
+    for (const std::size_t count : {7U, 8U, 9U, 15U, 16U, 17U}) {
+        Specimen specimen{picture, 0, picture.size()};
+        const std::size_t first = 100;
+        const auto from = static_cast<std::ptrdiff_t>(anatomy.intervals[first].first);
+        const auto to = static_cast<std::ptrdiff_t>(anatomy.intervals[first + count - 1].last);
+        specimen.file.erase(specimen.file.begin() + from, specimen.file.begin() + to);
+        specimen.size = specimen.file.size();
+        const Trial lost = run_trial(picture, specimen);
+        EXPECT_GE(share_outside(picture, lost.output, coding.restart, first, first + count), 0.95) << count;
+    }
+}
+
+TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
+    for (const auto& coding : codings()) {
+        if (!has_restarts(coding)) {
+            continue;
+        }
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        const Anatomy anatomy = dissect(picture);
+        const Trial strays = trial(coding, "stray markers");
+        const std::size_t from =
+            anatomy.scan_header.last +
+            static_cast<std::size_t>(static_cast<double>(picture.size() - anatomy.scan_header.last) * 0.4);
+        std::size_t first = 0;
+        while (anatomy.intervals[first].last <= from) {
+            ++first;
+        }
+        std::size_t last = first;
+        while (anatomy.intervals[last].first < from + 1024) {
+            ++last;
+        }
+        EXPECT_EQ(strays.result, STILL_MEND_OK) << coding.name;
+        EXPECT_GE(share_outside(picture, strays.output, coding.restart, first, last), 0.95) << coding.name;
+    }
+}
+
+TEST(Laboratory, DataBehindALostHeadAreReadWithASiblingsTables) {
+    for (const char* name : {"baseline 4:2:0, restarts", "baseline 4:2:2, restarts"}) {
+        const auto& coding = coding_named(name);
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        const Anatomy anatomy = dissect(picture);
+        for (const std::size_t kib : {1U, 4U, 12U}) {
+            const Trial headless = trial(coding, "head zeroed, " + std::to_string(kib) + " KiB", true);
+            std::size_t lost = 0;
+            while (anatomy.intervals[lost].first < kib * 1024) {
+                ++lost;
+            }
+            EXPECT_EQ(headless.result, STILL_MEND_OK) << name << ", " << kib;
+            EXPECT_GE(share_outside(picture, headless.output, coding.restart, 0, lost), 0.90)
+                << name << ", " << kib;
+        }
+    }
+}
+
+TEST(Laboratory, OneSmallDamageWithoutRestartsLosesLittle) {
+    for (const char* name : {"baseline 4:2:0", "baseline 4:4:4", "baseline 4:2:2, optimised"}) {
+        for (const char* damage : {"1 bytes dropped", "100 bytes dropped", "100 bytes inserted",
+                                   "random block, 512", "zero block, 512"}) {
+            const Trial small = trial(coding_named(name), damage);
+            EXPECT_GE(small.share(), 0.95) << name << ", " << damage;
+            EXPECT_FALSE(small.false_success()) << name << ", " << damage;
+        }
+    }
+}
+
+TEST(Laboratory, ACutPictureKeepsWhatAPlainDecodeKeeps) {
+    for (const auto& coding : codings()) {
+        for (const unsigned percent : {10U, 30U, 50U, 90U}) {
+            const Trial cut = trial(coding, "cut at " + std::to_string(percent) + " %", false, "alone");
+            EXPECT_EQ(cut.result, STILL_MEND_OK) << coding.name << ", " << percent;
+            // A scan of a progressive picture ends with its last whole block, here and there.
+            const std::size_t slack = coding.progressive ? 1 : 0;
+            EXPECT_GE(cut.recovered + slack, cut.plain) << coding.name << ", " << percent;
+            EXPECT_TRUE(cut.clean) << coding.name << ", " << percent;
+        }
+    }
+}
+
+TEST(Laboratory, EveryDeliveredPictureDecodesCleanly) {
+    for (const char* name : {"baseline 4:2:0", "baseline grey, optimised, restarts", "progressive 4:2:0"}) {
+        for (const auto& damage : damages()) {
+            const Trial any =
+                run_trial(coding_named(name), container_named("alone"), damage, false, 320, 240);
+            EXPECT_EQ(any.result == STILL_MEND_OK, !any.output.empty()) << name << ", " << damage.name;
+            EXPECT_EQ(any.result == STILL_MEND_OK, any.clean) << name << ", " << damage.name;
+        }
+    }
+}
+
+} // namespace
+} // namespace test

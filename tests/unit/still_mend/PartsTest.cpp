@@ -1,0 +1,280 @@
+#include "BitReader.h"
+#include "Candidates.h"
+#include "Exif.h"
+#include "HuffmanTable.h"
+#include "Laboratory.h"
+#include "Landmarks.h"
+#include "Pieces.h"
+#include "Segments.h"
+
+#include <gtest/gtest.h>
+
+namespace still_mend {
+namespace {
+
+using Raw = std::vector<unsigned char>;
+
+TEST(BitReader, UndoesStuffingAndStopsAtAMarker) {
+    const Raw data{0xAB, 0xFF, 0x00, 0x12, 0xFF, 0xD3, 0x77};
+    BitReader reader(data, 0);
+    EXPECT_EQ(reader.get(8), 0xABU);
+    EXPECT_EQ(reader.get(12), 0xFF1U);
+    EXPECT_FALSE(reader.overrun());
+    EXPECT_TRUE(reader.closes());
+    EXPECT_EQ(reader.stop(), 4U);
+    EXPECT_EQ(reader.get(4), 2U);
+    EXPECT_FALSE(reader.overrun());
+    EXPECT_EQ(reader.get(1), 0U);
+    EXPECT_TRUE(reader.overrun());
+}
+
+TEST(BitReader, ClosesOnlyWithFewerThanEightBitsLeft) {
+    const Raw data{0x00, 0x7F};
+    BitReader reader(data, 0);
+    EXPECT_FALSE(reader.closes());
+    EXPECT_EQ(reader.get(8), 0U);
+    EXPECT_FALSE(reader.closes());
+    EXPECT_EQ(reader.get(1), 0U);
+    EXPECT_TRUE(reader.closes());
+}
+
+TEST(BitReader, TellsTheByteThatIsNext) {
+    const Raw data{0x01, 0xFF, 0x00, 0xFF, 0x00, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B};
+    BitReader reader(data, 0);
+    EXPECT_EQ(reader.offset(), 0U);
+    EXPECT_EQ(reader.get(8), 1U);
+    EXPECT_EQ(reader.offset(), 1U);
+    EXPECT_EQ(reader.get(1), 1U);
+    EXPECT_EQ(reader.offset(), 3U); // Of FF 00 a bit was taken.
+    EXPECT_EQ(reader.get(15), 0x7FFFU);
+    EXPECT_EQ(reader.offset(), 5U);
+}
+
+TEST(BitReader, EndsWithinAStuffedByte) {
+    const Raw data{0x80, 0xFF};
+    BitReader reader(data, 0);
+    EXPECT_EQ(reader.get(8), 0x80U);
+    EXPECT_TRUE(reader.closes());
+    EXPECT_EQ(reader.stop(), 1U);
+}
+
+TEST(ReceiveExtend, GivesBothSignsOfACategory) {
+    const Raw data{0b00011110, 0b11000000};
+    BitReader reader(data, 0);
+    EXPECT_EQ(receive_extend(reader, 0), 0);
+    EXPECT_EQ(receive_extend(reader, 3), -7);
+    EXPECT_EQ(receive_extend(reader, 3), 7);
+    EXPECT_EQ(receive_extend(reader, 1), 1);
+    EXPECT_EQ(receive_extend(reader, 1), -1);
+}
+
+TEST(HuffmanTable, DecodesShortAndLongCodesOfTheStandardTables) {
+    // K.3: luma AC 1010 is end of block, 1111111111111110 is FA.
+    const HuffmanTable table(standard_ac_codes(false));
+    const Raw data{0b10101111, 0b11111111 & 0xFE, 0};
+    BitReader reader(data, 0);
+    EXPECT_EQ(table.decode(reader), 0x00);
+    const Raw longest{0xFF, 0x00, 0xFE};
+    BitReader other(longest, 0);
+    EXPECT_EQ(table.decode(other), 0xFA);
+    EXPECT_TRUE(other.closes());
+}
+
+TEST(HuffmanTable, RefusesTheCodeOfAllOnes) {
+    const HuffmanTable table(standard_dc_codes(true));
+    const Raw ones{0xFF, 0x00, 0xFF, 0x00};
+    BitReader reader(ones, 0);
+    EXPECT_EQ(table.decode(reader), -1);
+}
+
+TEST(Segments, QuantTablesNeedTheirExactLengthAndNoZero) {
+    Raw content(65, 1);
+    content[0] = 0;
+    Tables tables;
+    EXPECT_TRUE(read_quant_tables(content, tables));
+    EXPECT_TRUE(tables.quant[0]);
+    content.push_back(1);
+    EXPECT_FALSE(read_quant_tables(content, tables));
+    content.resize(64);
+    EXPECT_FALSE(read_quant_tables(content, tables));
+    content.assign(65, 1);
+    content[0] = 3;
+    EXPECT_TRUE(read_quant_tables(content, tables));
+    content[0] = 4;
+    EXPECT_FALSE(read_quant_tables(content, tables));
+    content[0] = 0;
+    content[40] = 0;
+    EXPECT_FALSE(read_quant_tables(content, tables));
+    EXPECT_FALSE(read_quant_tables({}, tables));
+}
+
+Raw huffman_content(unsigned char number) {
+    Raw content{number};
+    const auto& codes = number >> 4U == 1 ? standard_ac_codes(false) : standard_dc_codes(false);
+    content.insert(content.end(), codes.counts.begin(), codes.counts.end());
+    content.insert(content.end(), codes.symbols.begin(), codes.symbols.begin() + codes.size());
+    return content;
+}
+
+TEST(Segments, HuffmanTablesNeedAPrefixCodeAndTheirExactLength) {
+    Tables tables;
+    for (const unsigned char number : Raw{0x00, 0x13}) {
+        EXPECT_TRUE(read_huffman_tables(huffman_content(number), tables));
+    }
+    EXPECT_EQ(*tables.ac[3], standard_ac_codes(false));
+    for (const unsigned char number : Raw{0x04, 0x20}) {
+        EXPECT_FALSE(read_huffman_tables(huffman_content(number), tables)) << int{number};
+    }
+    Raw longer = huffman_content(0);
+    longer.push_back(0);
+    EXPECT_FALSE(read_huffman_tables(longer, tables));
+    Raw shorter = huffman_content(0);
+    shorter.pop_back();
+    EXPECT_FALSE(read_huffman_tables(shorter, tables));
+    Raw crowded = huffman_content(0);
+    crowded[1] = 3; // Three codes of one bit.
+    EXPECT_FALSE(read_huffman_tables(crowded, tables));
+    Raw twice = huffman_content(0);
+    twice[18] = twice[17];
+    EXPECT_FALSE(read_huffman_tables(twice, tables));
+    Raw deep = huffman_content(0);
+    deep[17] = 16; // A DC category above 15.
+    EXPECT_FALSE(read_huffman_tables(deep, tables));
+}
+
+Raw frame_content(unsigned width, unsigned height) {
+    return {8,
+            static_cast<unsigned char>(height >> 8U),
+            static_cast<unsigned char>(height),
+            static_cast<unsigned char>(width >> 8U),
+            static_cast<unsigned char>(width),
+            3,
+            1,
+            0x22,
+            0,
+            2,
+            0x11,
+            1,
+            3,
+            0x11,
+            1};
+}
+
+TEST(Segments, FramesAreJudgedBySizePrecisionAndSampling) {
+    EXPECT_TRUE(read_frame(0xC0, frame_content(640, 480)));
+    EXPECT_TRUE(read_frame(0xC2, frame_content(640, 480)));
+    EXPECT_FALSE(read_frame(0xC3, frame_content(640, 480))); // Lossless.
+    EXPECT_FALSE(read_frame(0xC0, frame_content(0, 480)));
+    EXPECT_FALSE(read_frame(0xC0, frame_content(640, 0)));
+    EXPECT_TRUE(read_frame(0xC0, frame_content(65500, 100)));
+    EXPECT_FALSE(read_frame(0xC0, frame_content(65501, 100)));
+    EXPECT_TRUE(read_frame(0xC0, frame_content(16000, 16000))); // The most pixels.
+    EXPECT_FALSE(read_frame(0xC0, frame_content(16001, 16000)));
+    Raw twelve_bits = frame_content(640, 480);
+    twelve_bits[0] = 12;
+    EXPECT_FALSE(read_frame(0xC0, twelve_bits));
+    Raw wide = frame_content(640, 480);
+    wide[7] = 0x42; // Eight blocks and two: ten.
+    EXPECT_TRUE(read_frame(0xC0, wide));
+    wide[7] = 0x33; // Nine and two.
+    EXPECT_FALSE(read_frame(0xC0, wide));
+    wide[7] = 0x51;
+    EXPECT_FALSE(read_frame(0xC0, wide));
+    wide[7] = 0x20;
+    EXPECT_FALSE(read_frame(0xC0, wide));
+    Raw same_id = frame_content(640, 480);
+    same_id[9] = 1;
+    EXPECT_FALSE(read_frame(0xC0, same_id));
+    Raw longer = frame_content(640, 480);
+    longer.push_back(0);
+    EXPECT_FALSE(read_frame(0xC0, longer));
+}
+
+TEST(Segments, TheContentOfASegmentLiesWithinTheFile) {
+    const Raw file{0xFF, 0xDB, 0x00, 0x04, 1, 2};
+    ASSERT_TRUE(segment_content(file, 0));
+    EXPECT_EQ(segment_content(file, 0)->size(), 2U);
+    EXPECT_FALSE(segment_content(Bytes(file).first(5), 0));
+    EXPECT_FALSE(segment_content(file, 3));
+    EXPECT_FALSE(segment_content(file, 7));
+    const Raw empty{0xFF, 0xDB, 0x00, 0x02};
+    EXPECT_TRUE(segment_content(empty, 0));
+    const Raw too_short{0xFF, 0xDB, 0x00, 0x01, 0};
+    EXPECT_FALSE(segment_content(too_short, 0));
+}
+
+TEST(Pieces, BeginOnlyBehindRestartMarkers) {
+    //               0  1     2     3  4     5     6  7     8     9  10    11
+    const Raw file{1, 0xFF, 0xD0, 2, 0xFF, 0xC4, 3, 0xFF, 0xD2, 4, 0xFF, 0xD9};
+    PieceWalk walk(file, 0, file.size(), true);
+    auto piece = walk.next();
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->restart, -1);
+    EXPECT_EQ(piece->end, 1U);
+    piece = walk.next();
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->restart, 0);
+    EXPECT_TRUE(piece->adjacent);
+    EXPECT_EQ(piece->begin, 3U);
+    piece = walk.next();
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->restart, 2);
+    EXPECT_FALSE(piece->adjacent);
+    EXPECT_TRUE(piece->at_end);
+    EXPECT_FALSE(walk.next());
+}
+
+TEST(Pieces, TheNextMarkerIsNeitherStuffingNorFill) {
+    const Raw file{0xFF, 0x00, 0xFF, 0xFF, 0xD1, 0xFF};
+    EXPECT_EQ(next_marker(file, 0, file.size()), 3U);
+    EXPECT_EQ(next_marker(file, 5, file.size()), 6U);
+    EXPECT_EQ(next_marker(file, 0, 4), 4U);
+}
+
+TEST(Candidates, APictureInAnApplicationSegmentIsNested) {
+    const Raw inner = test::make_coded(test::coding_named("baseline 4:2:0"), 1, 160, 120, 50);
+    const Raw outer = test::make_coded(test::coding_named("baseline 4:2:0"), 1, 320, 240);
+    Raw segment{0xFF,
+                0xE1,
+                static_cast<unsigned char>((inner.size() + 8) >> 8U),
+                static_cast<unsigned char>(inner.size() + 8),
+                'E',
+                'x',
+                'i',
+                'f',
+                0,
+                0};
+    segment.insert(segment.end(), inner.begin(), inner.end());
+    Raw file(outer.begin(), outer.begin() + 2);
+    file.insert(file.end(), segment.begin(), segment.end());
+    file.insert(file.end(), outer.begin() + 2, outer.end());
+    const auto candidates = find_candidates(file, find_landmarks(file));
+    ASSERT_EQ(candidates.size(), 2U);
+    EXPECT_FALSE(candidates[0].nested);
+    EXPECT_EQ(candidates[0].frame->width, 320U);
+    EXPECT_TRUE(candidates[1].nested);
+    EXPECT_EQ(candidates[1].frame->width, 160U);
+}
+
+TEST(Candidates, ALosslessStreamIsNoPicture) {
+    Raw file = test::make_coded(test::coding_named("baseline 4:2:0"), 1, 320, 240);
+    file[test::dissect(file).frame[0].first + 1] = 0xC3;
+    const auto candidates = find_candidates(file, find_landmarks(file));
+    ASSERT_FALSE(candidates.empty());
+    EXPECT_TRUE(candidates[0].other_process);
+    EXPECT_FALSE(candidates[0].scan_offset);
+}
+
+TEST(Landmarks, AreBoundedWhateverTheBytes) {
+    Raw starts;
+    while (starts.size() < 6U * (kMaxLandmarks + 100)) {
+        starts.insert(starts.end(), {0xFF, 0xD8, 0xFF, 0xE0, 0x00, 0x10});
+    }
+    EXPECT_EQ(find_landmarks(starts).size(), kMaxLandmarks);
+    EXPECT_TRUE(find_landmarks(Raw(100000, 0xFF)).empty());
+    EXPECT_TRUE(find_landmarks(Raw(100000, 0)).empty());
+    EXPECT_TRUE(find_landmarks({}).empty());
+}
+
+} // namespace
+} // namespace still_mend
