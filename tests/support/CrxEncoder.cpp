@@ -131,9 +131,10 @@ class PlaneEncoder {
         k_ = std::min(k_ + (zeros > 2 ? 1 : 0) + (zeros > 5 ? 1 : 0), kMaxK);
     }
 
-    /// A one for each whole block of samples, whose lengths grow with the runs; then, unless the line ends
-    /// here, a zero and the length of what is left. left counts the samples from here to the end of the line.
-    void put_run(std::size_t run, std::size_t left) {
+    /// A zero where there is no run. Else a one, which counts one sample, and a one for each whole block of
+    /// samples, whose lengths grow with the runs; then, unless the run ends the line, a zero and the number
+    /// of those left. to_end counts the samples from here to the end of the line.
+    void put_run(std::size_t run, std::size_t to_end) {
         if (run == 0) {
             bits_.put(0, 1);
             return;
@@ -145,7 +146,7 @@ class PlaneEncoder {
             coded += block();
             run_index_ = std::min(run_index_ + 1, kBlockBits.size() - 1);
         }
-        if (run == left) {
+        if (run == to_end) {
             if (coded < run) { // The last block goes beyond the line.
                 bits_.put(1, 1);
             }
