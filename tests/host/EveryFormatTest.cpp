@@ -1,6 +1,7 @@
 #include "host/HostFixture.h"
 
 #include "support/Cr2Photo.h"
+#include "support/Cr3Photo.h"
 #include "support/DngPhoto.h"
 #include "support/NefPhoto.h"
 #include "support/OrfPhoto.h"
@@ -65,6 +66,12 @@ Pair cr2_pair() {
     return {sample.bytes, original.bytes, original.raw_ifd.entry(273)};
 }
 
+Pair cr3_pair() {
+    const Cr3Photo sample(Cr3Photo::Options{.number = 1, .pictures = true});
+    const Cr3Photo original(Cr3Photo::Options{.number = 2, .maker_notes = 1500, .pictures = true});
+    return {sample.bytes, original.bytes, original.at("trak1/entry")};
+}
+
 Pair nef_pair() {
     const NefPhoto sample(NefPhoto::Options{.number = 1});
     const NefPhoto original(NefPhoto::Options{.number = 2, .maker_notes = 4096});
@@ -90,7 +97,8 @@ INSTANTIATE_TEST_SUITE_P(Extensions, EveryFormat,
                          ::testing::Values(Format{"arw", arw_pair}, Format{"raw", arw_pair},
                                            Format{"sr2", sr2_pair}, Format{"raf", raf_pair},
                                            Format{"orf", orf_pair}, Format{"dng", dng_pair},
-                                           Format{"cr2", cr2_pair}, Format{"nef", nef_pair}),
+                                           Format{"cr2", cr2_pair}, Format{"cr3", cr3_pair},
+                                           Format{"nef", nef_pair}),
                          [](const auto& format) { return format.param.extension; });
 
 } // namespace

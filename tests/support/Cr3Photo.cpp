@@ -1,7 +1,9 @@
 #include "support/Cr3Photo.h"
 
+#include "support/CrxEncoder.h"
 #include "support/Jpeg.h"
 #include "support/Scene.h"
+#include "support/TiffWriter.h"
 
 #include <algorithm>
 #include <string_view>
@@ -24,6 +26,7 @@ class BoxWriter {
   public:
     explicit BoxWriter(Cr3Photo& photo) : photo_(photo), bytes_(photo.bytes) {}
 
+    void u8(unsigned value) { bytes_.push_back(static_cast<unsigned char>(value)); }
     void u16(std::size_t value) {
         bytes_.resize(bytes_.size() + 2);
         put_u16(bytes_, bytes_.size() - 2, static_cast<std::uint16_t>(value), kBig);
@@ -36,8 +39,11 @@ class BoxWriter {
     void run(const Bytes& value) { bytes_.insert(bytes_.end(), value.begin(), value.end()); }
     void uuid(const std::array<unsigned char, 16>& value) { run({value.begin(), value.end()}); }
 
-    void begin(std::string_view type, const std::string& name) {
-        photo_.boxes[name] = bytes_.size();
+    /// What stands within a sample entry has no name.
+    void begin(std::string_view type, const std::string& name = {}) {
+        if (!name.empty()) {
+            photo_.boxes[name] = bytes_.size();
+        }
         open_.push_back(bytes_.size());
         u32(0);
         text(type);
@@ -71,22 +77,112 @@ Bytes words(std::size_t size, const std::map<std::size_t, std::uint32_t>& number
 struct TrackKind {
     std::string_view handler;
     std::string_view header;
-    std::string_view entry;
-    std::size_t entry_payload;
-    std::uint32_t dimensions; ///< Width and height in pixels.
+    unsigned width; ///< Of the picture, in pixels.
+    unsigned height;
 };
 
-constexpr std::array<TrackKind, 4> kTracks{{{"vide", "vmhd", "CRAW", 104, 0x0D5008E0},
-                                            {"vide", "vmhd", "CRAW", 204, 0x06540438},
-                                            {"vide", "vmhd", "CRAW", 220, 0x0D5008E0},
-                                            {"meta", "nmhd", "CTMD", 68, 0}}};
+constexpr unsigned kSmallWidth = 80; // A raw picture that a decoder passes over for the large one.
+constexpr unsigned kSmallHeight = 60;
+constexpr std::array<TrackKind, 4> kTracks{{{"vide", "vmhd", 128, 96},
+                                            {"vide", "vmhd", kSmallWidth, kSmallHeight},
+                                            {"vide", "vmhd", Cr3Photo::kWidth, Cr3Photo::kHeight},
+                                            {"meta", "nmhd", 0, 0}}};
+
+/// How a raw picture is coded.
+///
+///   8   4  FF00 0030
+///   12  4  version: 0100 0000
+///   16  8  width, then height
+///   24  8  the same of a tile: all is one
+///   32  1  bits a sample
+///   33  1  planes (4), and the filter (0: RGGB)
+///   34  1  coding (0: lossless), and wavelet levels (0)
+///   35  1  flags of the tiles: 0
+///   36  4  length of the headers in front of the planes
+///   40     0, and four times 01010000
+void write_cmp1(BoxWriter& boxes, const TrackKind& kind) {
+    boxes.begin("CMP1");
+    boxes.u32(0xFF000030);
+    boxes.u32(0x01000000);
+    for (unsigned repeated = 0; repeated < 2; ++repeated) {
+        boxes.u32(kind.width);
+        boxes.u32(kind.height);
+    }
+    boxes.u8(Cr3Photo::kBits);
+    boxes.u8(0x40);
+    boxes.u16(0);
+    boxes.u32(kCrxHeaderSize);
+    boxes.u32(0);
+    for (unsigned repeated = 0; repeated < 4; ++repeated) {
+        boxes.u32(0x01010000);
+    }
+    boxes.end();
+}
+
+/// The areas of a raw picture, each by its first and its last pixel: the part to be shown; two masked
+/// borders, only with the large picture, and empty here; the part that saw light.
+void write_cdi1(BoxWriter& boxes, const TrackKind& kind, bool masks) {
+    boxes.begin("CDI1");
+    boxes.u32(0);
+    boxes.begin("IAD1");
+    boxes.u32(0);
+    boxes.u16(kind.width);
+    boxes.u16(kind.height);
+    boxes.u16(1);
+    boxes.u16(masks ? 2 : 0);
+    boxes.u16(1);
+    boxes.u16(0);
+    const auto whole = [&] {
+        boxes.u32(0);
+        boxes.u16(kind.width - 1);
+        boxes.u16(kind.height - 1);
+    };
+    whole();
+    boxes.run(Bytes(masks ? 16 : 0));
+    whole();
+    boxes.end();
+    boxes.end();
+}
+
+/// The sample entry of a picture: 112 bytes for the JPEG, 212 for the small raw picture, 228 for the large.
+///
+///   8   8   0, with the data reference (1) in the last two bytes
+///   16  16  0
+///   32  4   width, then height
+///   36  8   dots an inch: 72.0, twice
+///   44  4   0
+///   48  2   frames: 1
+///   50  32  0
+///   82  2   depth: 24
+///   84  2   FFFF
+///   86  4   0003 0000 for a JPEG, 0001 0001 for a raw picture
+///   90      JPEG, or CMP1 and CDI1; then free
+void write_picture_entry(BoxWriter& boxes, unsigned n, const std::string& within) {
+    const TrackKind& kind = kTracks[n - 1];
+    boxes.begin("CRAW", within + "entry");
+    Bytes visual = words(82, {{4, 1}, {28, 0x00480000}, {32, 0x00480000}, {38, 1}, {76, 0xFFFF0000}});
+    put_u16(visual, 24, static_cast<std::uint16_t>(kind.width), kBig);
+    put_u16(visual, 26, static_cast<std::uint16_t>(kind.height), kBig);
+    put_u16(visual, 74, 24, kBig);
+    put_u32(visual, 78, n == 1 ? 0x00030000 : 0x00010001, kBig);
+    boxes.run(visual);
+    if (n == 1) {
+        boxes.raw("JPEG", {}, Bytes(4));
+    } else {
+        write_cmp1(boxes, kind);
+        write_cdi1(boxes, kind, n == 3);
+    }
+    boxes.raw("free", {}, Bytes(2));
+    boxes.end();
+}
 
 void write_track(BoxWriter& boxes, unsigned n, std::size_t size) {
     const TrackKind& kind = kTracks[n - 1];
     const std::string trak = "trak" + std::to_string(n);
     const std::string within = trak + "/";
     boxes.begin("trak", trak);
-    boxes.raw("tkhd", within + "tkhd", words(84, {{0, 7}, {12, n}, {76, kind.dimensions}}));
+    boxes.raw("tkhd", within + "tkhd",
+              words(84, {{0, 7}, {12, n}, {76, kind.width << 16U}, {80, kind.height << 16U}}));
     boxes.begin("mdia", within + "mdia");
     boxes.raw("mdhd", within + "mdhd", words(24, {{12, 1}, {16, 1}}));
     Bytes hdlr(25);
@@ -103,7 +199,11 @@ void write_track(BoxWriter& boxes, unsigned n, std::size_t size) {
     boxes.begin("stsd", within + "stsd");
     boxes.u32(0);
     boxes.u32(1);
-    boxes.raw(kind.entry, within + "entry", words(kind.entry_payload, {{4, 1}, {24, kind.dimensions}}));
+    if (n != 4) {
+        write_picture_entry(boxes, n, within);
+    } else {
+        boxes.raw("CTMD", within + "entry", words(68, {{4, 1}}));
+    }
     boxes.end();
     boxes.raw("stts", within + "stts", words(16, {{4, 1}, {8, 1}, {12, 1}}));
     boxes.raw("stsc", within + "stsc", words(20, {{4, 1}, {8, 1}, {12, 1}, {16, 1}}));
@@ -130,6 +230,46 @@ void write_track(BoxWriter& boxes, unsigned n, std::size_t size) {
     boxes.end(); // trak
 }
 
+/// The TIFF file in one of the boxes CMT1 to CMT4, filled up to a length.
+Bytes directory_file(unsigned n, std::size_t size) {
+    TiffWriter tiff(ByteOrder::kLittle);
+    tiff.write_header();
+    switch (n) {
+    case 1: // IFD 0: width, height, make, model, orientation, time.
+        tiff.write_directory({tiff.shorts(256, {Cr3Photo::kWidth}), tiff.shorts(257, {Cr3Photo::kHeight}),
+                              tiff.ascii(271, "Canon"), tiff.ascii(272, "Canon EOS M50"),
+                              tiff.shorts(274, {1}), tiff.ascii(306, "2026:11:21 17:40:00")});
+        break;
+    case 2: // Exif: exposure time, aperture, sensitivity, version.
+        tiff.write_directory({tiff.rationals(33434, {1, 125}), tiff.rationals(33437, {56, 10}),
+                              tiff.shorts(34855, {100}), tiff.undefined(36864, {'0', '2', '3', '1'})});
+        break;
+    case 3: // Canon's maker notes: the image type.
+        tiff.write_directory({tiff.ascii(6, "Canon EOS M50")});
+        break;
+    default: // GPS: the version.
+        tiff.write_directory({tiff.byte(0, {2, 3, 0, 0})});
+    }
+    tiff.pad_to(size);
+    return tiff.bytes();
+}
+
+/// The metadata of a track: records that open with their length and kind, low byte first, and 6 bytes more.
+Bytes metadata_records() {
+    Bytes records(24 + 16);
+    const auto begin = [&](std::size_t offset, std::uint32_t size, std::uint16_t kind) {
+        put_u32(records, offset, size, ByteOrder::kLittle);
+        put_u16(records, offset + 4, kind, ByteOrder::kLittle);
+    };
+    begin(0, 24, 1); // The time.
+    put_u16(records, 14, 2026, ByteOrder::kLittle);
+    put_bytes(records, 16, {11, 21, 17, 40});
+    begin(24, 16, 3); // The focal length, as a fraction.
+    put_u16(records, 36, 35, ByteOrder::kLittle);
+    put_u16(records, 38, 1, ByteOrder::kLittle);
+    return records;
+}
+
 void write_canon_boxes(BoxWriter& boxes, Cr3Photo& photo, const Cr3Photo::Options& options,
                        const Bytes& thumbnail) {
     Bytes version(30);
@@ -145,10 +285,13 @@ void write_canon_boxes(BoxWriter& boxes, Cr3Photo& photo, const Cr3Photo::Option
     boxes.end();
     boxes.raw("CTBO", "CTBO", Bytes(84));
     boxes.raw("free", "free", Bytes(6));
-    boxes.raw("CMT1", "CMT1", noise(200, 10 * options.number));
-    boxes.raw("CMT2", "CMT2", noise(300, 10 * options.number + 1));
-    boxes.raw("CMT3", "CMT3", noise(options.maker_notes, 10 * options.number + 2));
-    boxes.raw("CMT4", "CMT4", noise(101, 10 * options.number + 3));
+    const std::array<std::size_t, 4> sizes{200, 300, options.maker_notes, 101};
+    for (unsigned n = 1; n <= 4; ++n) {
+        const std::string name = "CMT" + std::to_string(n);
+        const std::size_t size = sizes[n - 1];
+        boxes.raw(name, name,
+                  options.pictures ? directory_file(n, size) : noise(size, 10 * options.number + n - 1));
+    }
     boxes.begin("THMB", "THMB");
     boxes.u32(0);
     boxes.u16(160);
@@ -197,15 +340,25 @@ void write_preview(BoxWriter& boxes, Cr3Photo& photo, const Bytes& jpeg) {
 
 Cr3Photo::Cr3Photo(const Options& options) {
     const Scene scene(options.number);
-    const auto picture = [&](unsigned width, std::size_t size, std::uint32_t seed) {
-        return options.pictures ? make_preview(scene, width, width * 3 / 4) : noise(size, seed);
-    };
-    const Bytes small = picture(64, options.thumbnail, 100 * options.number);
-    const Bytes medium = picture(96, options.preview, 100 * options.number + 1);
+    Bytes small = noise(options.thumbnail, 100 * options.number);
+    Bytes medium = noise(options.preview, 100 * options.number + 1);
     std::array<Bytes, 4> data;
-    data[0] = picture(128, options.tracks[0], 100 * options.number + 2);
-    for (unsigned index = 1; index < 4; ++index) {
-        data[index] = noise(options.tracks[index], 100 * options.number + 2 + index);
+    if (options.pictures) {
+        const auto raw = [](const std::vector<std::uint16_t>& samples, const TrackKind& kind) {
+            return encode_crx(samples, kind.width, kind.height, kBits);
+        };
+        const auto bayer = [&](const TrackKind& kind) {
+            return scene.bayer(kind.width, kind.height, kBits, kBlack);
+        };
+        small = make_preview(scene, 64, 48);
+        medium = make_preview(scene, 96, 72);
+        data = {make_preview(scene, kTracks[0].width, kTracks[0].height), raw(bayer(kTracks[1]), kTracks[1]),
+                raw(options.samples.empty() ? bayer(kTracks[2]) : options.samples, kTracks[2]),
+                metadata_records()};
+    } else {
+        for (unsigned index = 0; index < 4; ++index) {
+            data[index] = noise(options.tracks[index], 100 * options.number + 2 + index);
+        }
     }
 
     BoxWriter writer(*this);

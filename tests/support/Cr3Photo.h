@@ -3,22 +3,33 @@
 #include "support/Bytes.h"
 
 #include <array>
+#include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace test {
 
 /// A Canon CR3 photograph, laid out as a camera writes it (ISO BMFF, with Canon's boxes): ftyp, moov with
-/// Canon's boxes and four tracks, the XMP packet, the preview, and mdat with the tracks' bytes. Tracks 2 to 4
-/// are bytes that look like nothing; track 1 and both previews can be pictures.
+/// Canon's boxes and four tracks, the XMP packet, the preview, and mdat with the tracks' bytes: the large
+/// JPEG, a small raw picture, the raw picture, and metadata.
+///
+/// With pictures, all of it is real, and LibRaw opens and decodes it. Without, the directories, the previews
+/// and the tracks are bytes that look like nothing, of lengths that a test may choose.
 struct Cr3Photo {
+    static constexpr unsigned kWidth = 160; ///< Of the raw picture.
+    static constexpr unsigned kHeight = 120;
+    static constexpr unsigned kBits = 14;
+    static constexpr unsigned kBlack = 1024;
+
     struct Options {
         unsigned number = 1;           ///< Which photograph; another number is another one, same camera.
         std::size_t maker_notes = 700; ///< Payload of CMT3: it sets where all that follows stands.
-        std::size_t thumbnail = 400;   ///< Length of the JPEG in THMB.
-        std::size_t preview = 601;     ///< Length of the JPEG in PRVW.
-        bool pictures = false;         ///< Track 1 and both previews are JPEGs, of their own lengths.
-        std::array<std::size_t, 4> tracks{1000, 301, 2002, 77}; ///< Lengths.
+        std::size_t thumbnail = 400;   ///< Length of the JPEG in THMB, without pictures.
+        std::size_t preview = 601;     ///< Length of the JPEG in PRVW, without pictures.
+        bool pictures = false;         ///< Previews and tracks are real; CMT3 has 40 bytes or more.
+        std::vector<std::uint16_t> samples{}; ///< With pictures: the raw one, instead of the number's scene.
+        std::array<std::size_t, 4> tracks{1000, 301, 2002, 77}; ///< Lengths, without pictures.
         std::array<std::size_t, 4> gaps{0, 0, 0, 0};            ///< Bytes in front of each track.
         std::size_t behind = 0;                                 ///< Bytes behind track 4.
         bool large_mdat = true;                                 ///< The size of mdat in 64 bits.

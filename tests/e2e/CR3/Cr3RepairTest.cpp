@@ -2,6 +2,8 @@
 
 #include "support/Cr3Photo.h"
 #include "support/Jpeg.h"
+#include "support/RawDecode.h"
+#include "support/Scene.h"
 
 #include <gmock/gmock.h>
 
@@ -32,6 +34,27 @@ const auto kMismatchingSample = failed("sample file mdat data corrupted, reason 
 const auto kOutOfRange = failed("search data error, reason is Access out of range");
 const auto kNoBox = failed("corrupt file can not find box, reason is Data can not found");
 const auto kNoImage = failed("corrupt file can not found img data, reason is Visiting beyond boundaries");
+
+/// A photograph of which only that is left which a repair looks at: three landmarks, the tables of tracks 1
+/// and 3, and their bytes. All else is zero, or noise of a seed.
+Bytes only_what_is_needed(const Cr3Photo& photo, std::uint32_t seed) {
+    Bytes damaged = seed == 0 ? Bytes(photo.bytes.size()) : noise(photo.bytes.size(), seed);
+    const auto keep = [&](std::size_t offset, std::size_t size) {
+        put_bytes(damaged, offset, part(photo.bytes, offset, offset + size));
+    };
+    keep(photo.at("trak1/entry"), 8);
+    keep(photo.at("trak3/entry"), 8);
+    keep(photo.at("trak4/entry") + 4, 4);
+    for (const unsigned n : {1U, 3U}) {
+        const std::string trak = "trak" + std::to_string(n);
+        keep(photo.at(trak + "/stsz") + 4, 4);
+        keep(photo.size_entry(n), 4);
+        keep(photo.at(trak + "/co64") + 4, 4);
+        keep(photo.offset_entry(n), 4);
+        keep(photo.tracks[n - 1].offset, photo.tracks[n - 1].size);
+    }
+    return damaged;
+}
 
 /// A sample and a damaged photograph from one camera, whose tracks lie elsewhere and have other lengths.
 class Cr3Repairs : public RepairFixture {
@@ -92,33 +115,34 @@ TEST_F(Cr3Repairs, WorkDirectoryIsNotNeeded) {
 
 TEST_F(Cr3Repairs, EverythingButTheLandmarksTheirTablesAndTheTracksMayBeDestroyed) {
     for (const std::uint32_t seed : {0U, 7U}) {
-        const auto dead = [&](std::size_t size) { return seed == 0 ? Bytes(size) : noise(size, seed); };
-        Bytes damaged = dead(damaged_photo.bytes.size());
-        const auto alive = [&](std::size_t offset, std::size_t size) {
-            put_bytes(damaged, offset, part(damaged_photo.bytes, offset, offset + size));
-        };
-        alive(damaged_photo.at("trak1/entry"), 8);
-        alive(damaged_photo.at("trak3/entry"), 8);
-        alive(damaged_photo.at("trak4/entry") + 4, 4);
-        for (const unsigned n : {1U, 3U}) {
-            const std::string trak = "trak" + std::to_string(n);
-            alive(damaged_photo.at(trak + "/stsz") + 4, 4);
-            alive(damaged_photo.size_entry(n), 4);
-            alive(damaged_photo.at(trak + "/co64") + 4, 4);
-            alive(damaged_photo.offset_entry(n), 4);
-            alive(damaged_photo.tracks[n - 1].offset, damaged_photo.tracks[n - 1].size);
-        }
-        expect_repaired(damaged);
+        expect_repaired(only_what_is_needed(damaged_photo, seed));
     }
 }
 
 TEST_F(Cr3Repairs, PictureIsWholeAgain) {
     const Cr3Photo sample(Cr3Photo::Options{.number = 1, .pictures = true});
+    const Cr3Photo original(Cr3Photo::Options{.number = 2, .maker_notes = 1500, .pictures = true});
+    ASSERT_NE(original.tracks[0].size, sample.tracks[0].size);
+    ASSERT_NE(original.tracks[2].size, sample.tracks[2].size);
+    const auto wanted = decode_raw(original.bytes);
+    ASSERT_TRUE(wanted.has_value());
+    ASSERT_EQ(wanted->samples,
+              Scene(2).bayer(Cr3Photo::kWidth, Cr3Photo::kHeight, Cr3Photo::kBits, Cr3Photo::kBlack));
+    for (const Bytes& damaged : {zeroed(original.bytes, 0, original.at("trak1/entry")),
+                                 only_what_is_needed(original, 0), only_what_is_needed(original, 7)}) {
+        EXPECT_EQ(decode_raw(damaged), std::nullopt) << "the damage must show";
+        ASSERT_EQ(advance("cr3", damaged, sample.bytes), 0);
+        EXPECT_EQ(output(), expected_cr3(sample, original.track(1), original.track(3)));
+        EXPECT_EQ(decode_raw(output_path), wanted);
+    }
+    EXPECT_NE(decode_raw(sample.bytes), wanted);
+}
+
+TEST_F(Cr3Repairs, LargeJpegIsWholeAgain) {
+    const Cr3Photo sample(Cr3Photo::Options{.number = 1, .pictures = true});
     const Cr3Photo original(Cr3Photo::Options{.number = 2, .pictures = true});
-    const Bytes damaged = zeroed(original.bytes, 0, original.at("trak1/entry"));
-    ASSERT_EQ(advance("cr3", damaged, sample.bytes), 0);
-    EXPECT_EQ(output(), expected_cr3(sample, original.track(1), original.track(3)));
-    // The JPEG in full size, by the output's own tables.
+    ASSERT_EQ(advance("cr3", zeroed(original.bytes, 0, original.at("trak1/entry")), sample.bytes), 0);
+    // By the output's own tables.
     const Bytes out = *output();
     const auto offset = get_u32(out, sample.offset_entry(1), kBig);
     const auto size = get_u32(out, sample.size_entry(1), kBig);
@@ -233,8 +257,8 @@ TEST_F(Cr3Repairs, EntrySizesOneOffAreNoLandmarks) {
                                     {"trak1/entry", 113U},
                                     {"trak3/entry", 227U},
                                     {"trak3/entry", 229U}}) {
-        const Bytes damaged =
-            damaged_with([&](Bytes& bytes) { put_u32(bytes, damaged_photo.at(box), size, kBig); });
+        Bytes damaged = damaged_photo.bytes;
+        put_u32(damaged, damaged_photo.at(box), size, kBig);
         EXPECT_EQ(advance("cr3", damaged, sample_photo.bytes), -1092) << box << size;
     }
 }
