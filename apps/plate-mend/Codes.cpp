@@ -103,12 +103,14 @@ std::string explain_repair(std::int32_t code) {
 
 std::string explain_salvage(std::int32_t code) {
     switch (code) {
-    case PLATE_MEND_UNKNOWN: // Also the salvager's code for an input that it cannot read.
-        return with_number("no format is known for this extension, or the file cannot be read", code);
+    case STILL_MEND_INPUT_UNREADABLE:
+        return with_number("the file cannot be read", code);
     case STILL_MEND_NOTHING_FOUND:
         return with_number("no picture is left in this file; with a sample, try 'plate-mend repair'", code);
     case STILL_MEND_OUTPUT_UNWRITABLE:
         return with_number("the picture could not be written", code);
+    case STILL_MEND_ONLY_THUMBNAIL:
+        return with_number("only a thumbnail is left; with a sample, try 'plate-mend repair'", code);
     default:
         return with_number("the picture could not be salvaged", code);
     }

@@ -48,7 +48,8 @@ int run(const std::vector<std::string>& arguments) {
     repair_command->callback([&] { status = run_repair(repair); });
 
     SalvageOptions salvage;
-    auto* salvage_command = app.add_subcommand("salvage", "Save the best JPEG inside a damaged photograph");
+    auto* salvage_command =
+        app.add_subcommand("salvage", "Save the best JPEG inside a damaged photograph, or of a damaged JPEG");
     salvage_command->footer(kFooter);
     add_output_options(*salvage_command, salvage.output, "NAME.salvaged.jpg beside the damaged file");
     salvage_command->add_option("DAMAGED", salvage.damaged, "The damaged photograph")->required();

@@ -5,11 +5,13 @@
 #include "SafeOutput.h"
 
 #include <plate_mend/plate_mend.h>
+#include <still_mend/still_mend.h>
 
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 
 namespace plate_mend::host {
@@ -71,6 +73,22 @@ int repair(const RepairOptions& options) {
     return kSucceeded;
 }
 
+/// How much of a salvaged picture is the photographer's own, in words.
+std::string told(const StillMendReport& report) {
+    std::ostringstream text;
+    text << report.width << " x " << report.height << " pixels, " << report.own_mcu_count << " of "
+         << report.mcu_count << " blocks are the photographer's own";
+    if (report.coarse_mcu_count != 0) {
+        text << ", " << report.coarse_mcu_count << " of them without fine detail";
+    }
+    if (report.first_bad_byte != STILL_MEND_NO_BAD_BYTE) {
+        text << ", damage from byte " << report.first_bad_byte << " on";
+    }
+    const bool coded_anew = (report.warnings & STILL_MEND_REENCODED) != 0;
+    text << (coded_anew ? ", coded anew" : ", coded data as the camera wrote them");
+    return text.str();
+}
+
 int salvage(const SalvageOptions& options) {
     const fs::path damaged = path_from(options.damaged);
     const fs::path output = options.output.output.empty() ? name_beside(damaged, ".salvaged", ".jpg")
@@ -79,15 +97,17 @@ int salvage(const SalvageOptions& options) {
         return fail(*refusal);
     }
     const PrivateFolder folder(output);
-    start_library(folder, "");
     const fs::path made = folder.path() / "output";
-    const auto code = MndRawGeneralRepair(options.damaged.c_str(), utf8_from(made).c_str());
-    if (code != PLATE_MEND_OK) {
+    // The salvager itself takes any file, and tells more than a code.
+    StillMendReport report{};
+    const auto code = MndJpegGeneralRepairReport(options.damaged.c_str(), utf8_from(made).c_str(), &report);
+    if (code != STILL_MEND_OK && code != STILL_MEND_ONLY_THUMBNAIL) {
         return fail(options.damaged + ": " + explain_salvage(code));
     }
     deliver(made, output, options.output.force);
-    std::cout << options.damaged << ": picture saved to " << utf8_from(output) << '\n';
-    return kSucceeded;
+    std::cout << options.damaged << ": picture saved to " << utf8_from(output) << " (" << told(report)
+              << ")\n";
+    return code == STILL_MEND_OK ? kSucceeded : fail(options.damaged + ": " + explain_salvage(code));
 }
 
 /// Runs a command, with exceptions of the library and of the file system as messages.

@@ -2,6 +2,7 @@
 
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
+#include "support/Scene.h"
 
 #include <gmock/gmock.h>
 
@@ -118,12 +119,28 @@ TEST_F(Host, LogIsKeptWhereItIsAskedFor) {
     EXPECT_THAT(err, HasSubstr("no log can be written there"));
 }
 
-TEST_F(Host, SalvagesAPreview) {
-    write_file(folder / "broken.arw", zeroed(original.bytes, 0, original.strip_entries + 36));
-    EXPECT_EQ(run({"salvage", in("broken.arw")}), 0);
+TEST_F(Host, SalvagesAPreviewAndTellsHowMuchOfItIsLeft) {
+    const ArwPhoto large(ArwPhoto::Options{.width = 640, .height = 480});
+    write_file(folder / "broken.arw", zeroed(large.bytes, 0, large.strip_entries + 36));
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 0) << err;
     EXPECT_THAT(names(), ElementsAre("broken.arw", "broken.salvaged.jpg", "good.arw"));
     EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));
-    EXPECT_EQ(out, in("broken.arw") + ": picture saved to " + in("broken.salvaged.jpg") + "\n");
+    EXPECT_THAT(out, StartsWith(in("broken.arw") + ": picture saved to " + in("broken.salvaged.jpg") +
+                                " (640 x 480 pixels, 1200 of 1200 blocks are the photographer's own"));
+}
+
+TEST_F(Host, SalvagedThumbnailIsKeptAndIsNoSuccess) {
+    write_file(folder / "broken.arw", zeroed(original.bytes, 0, original.strip_entries + 36));
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 1);
+    EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));
+    EXPECT_THAT(err, HasSubstr("only a thumbnail"));
+}
+
+TEST_F(Host, SalvagesADamagedJpegToo) {
+    const Bytes jpeg = make_preview(Scene(3), 640, 480);
+    write_file(folder / "broken.jpg", part(jpeg, 0, jpeg.size() - 2)); // The end of the picture is lost.
+    EXPECT_EQ(run({"salvage", in("broken.jpg")}), 0) << err;
+    EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));
 }
 
 TEST_F(Host, SalvageWithoutAPictureFailsAndLeavesNothing) {
