@@ -16,7 +16,8 @@ namespace plate_mend {
 
 /// The offset of the first match in [first, last) of a mapped file; the match lies wholly inside. A last
 /// past the end of the file means that end. Offsets are 32-bit: matches end below offset 0xFFFFFFFF at the
-/// latest, so that a hit plus the length of its pattern never wraps, and a search that goes on behind it ends.
+/// latest, so that a hit plus the length of its pattern never wraps, and a search that goes on behind it
+/// ends.
 [[nodiscard]] std::optional<std::uint32_t> find_in_file(const MMAP& map,
                                                         std::span<const unsigned char> pattern,
                                                         std::uint64_t first, std::uint64_t last);

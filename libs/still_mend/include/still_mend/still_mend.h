@@ -70,20 +70,22 @@ enum {
  * whole, 8 x 8 to 32 x 32 pixels.
  */
 typedef struct StillMendReport {
-    uint32_t width;          /* In pixels. */
+    uint32_t width; /* In pixels. */
     uint32_t height;
-    uint64_t mcu_count;      /* MCUs of the picture. */
-    uint64_t own_mcu_count;  /* MCUs that were decoded from the file and stand in their place. */
-    uint64_t coarse_mcu_count; /* Of these, MCUs that miss fine detail: later scans of a progressive picture. */
+    uint64_t mcu_count;     /* MCUs of the picture. */
+    uint64_t own_mcu_count; /* MCUs that were decoded from the file and stand in their place. */
+    uint64_t
+        coarse_mcu_count;    /* Of these, MCUs that miss fine detail: later scans of a progressive picture. */
     uint64_t picture_offset; /* Where in the damaged file the picture begins. */
-    uint64_t first_bad_byte; /* Offset in the damaged file of about the first byte that is not as it should be. */
-    uint32_t warnings;       /* STILL_MEND_HEADER_REBUILT and its like, added up. */
-    uint32_t reserved;       /* 0. */
+    uint64_t
+        first_bad_byte; /* Offset in the damaged file of about the first byte that is not as it should be. */
+    uint32_t warnings;  /* STILL_MEND_HEADER_REBUILT and its like, added up. */
+    uint32_t reserved;  /* 0. */
 } StillMendReport;
 
 /*
- * Salvages the best picture inside damaged_file: a JPEG that is whole, or what can be put together of one that
- * is not. Of several pictures it takes the one of which the most pixels are left.
+ * Salvages the best picture inside damaged_file: a JPEG that is whole, or what can be put together of one
+ * that is not. Of several pictures it takes the one of which the most pixels are left.
  *
  *   damaged_file  any file: a photograph in a RAW format, with its embedded previews, or a JPEG. Only read.
  *   output_file   a JPEG of the original's size. Replaced when a picture was found, left alone otherwise.
