@@ -233,8 +233,8 @@ TEST_F(Cr3Repairs, EntrySizesOneOffAreNoLandmarks) {
                                     {"trak1/entry", 113U},
                                     {"trak3/entry", 227U},
                                     {"trak3/entry", 229U}}) {
-        const Bytes damaged =
-            damaged_with([&](Bytes& bytes) { put_u32(bytes, damaged_photo.at(box), size, kBig); });
+        Bytes damaged = damaged_photo.bytes;
+        put_u32(damaged, damaged_photo.at(box), size, kBig);
         EXPECT_EQ(advance("cr3", damaged, sample_photo.bytes), -1092) << box << size;
     }
 }
