@@ -105,7 +105,7 @@ TEST_F(Cr3Model, ReadsEveryFieldOfAPhotograph) {
     const std::array<std::shared_ptr<TrakBox>, 4> traks{moov->get_trak1(), moov->get_trak2(),
                                                         moov->get_trak3(), moov->get_trak4()};
     for (unsigned n = 1; n <= 4; ++n) {
-        const auto trak = traks[n - 1];
+        const auto& trak = traks[n - 1];
         EXPECT_EQ(trak->get_tkhd()->get_data()[15], n);
         EXPECT_EQ(trak->get_mdia()->get_mdhd()->get_size(), 32U);
         EXPECT_EQ(trak->get_mdia()->get_hdlr()->get_size(), 33U);
