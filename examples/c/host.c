@@ -41,7 +41,7 @@ static int file_exists(const char* path) {
 }
 
 int main(int argc, char** argv) {
-    int32_t code;
+    int32_t code = 0;
     if (argc != 4) {
         fputs("usage: host_in_c DAMAGED SAMPLE OUTPUT\n", stderr);
         return 64;

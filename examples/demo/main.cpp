@@ -23,7 +23,7 @@ int make(const fs::path& folder) {
         ArwPhoto::Options{.number = 1, .width = 1920, .height = 1280, .maker_notes = 98304});
     const ArwPhoto original(
         ArwPhoto::Options{.number = 2, .width = 1920, .height = 1280, .maker_notes = 98304});
-    const std::size_t lost = 96 * 1024;
+    const std::size_t lost = std::size_t{96} * 1024;
     fs::create_directories(folder);
     test::write_file(folder / "sample.arw", sample.bytes);
     test::write_file(folder / "original.arw", original.bytes);

@@ -202,7 +202,7 @@ Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsi
         }
         Bytes coded = encoder.bytes();
         const std::size_t filler = (8 - coded.size() % 8) % 8;
-        coded.resize(coded.size() + filler);
+        coded = joined(coded, Bytes(filler));
         headers = joined(headers, header(0xFF02, coded.size(), plane << 28U | kPredictedFromAbove));
         headers =
             joined(headers, header(0xFF03, coded.size(), kNotQuantized | static_cast<std::uint32_t>(filler)));

@@ -9,7 +9,8 @@ namespace still_mend {
 
 namespace {
 
-constexpr std::size_t kMaxTableLength = 4 * 2 * (17 + 256); // Eight Huffman tables in one segment.
+constexpr std::size_t kMaxTableLength =
+    std::size_t{4} * 2 * (17 + 256); // Eight Huffman tables in one segment.
 
 bool may_follow_start(unsigned char code) {
     return marker::is_application(code) || marker::is_picture_frame(code) || code == marker::kComment ||

@@ -11,8 +11,8 @@ namespace still_mend {
 namespace {
 
 /// What an Exif thumbnail has; some cameras put larger ones beside their maker notes.
-constexpr std::uint64_t kTinyPixels = 160 * 120;
-constexpr std::uint64_t kThumbnailPixels = 640 * 480;
+constexpr std::uint64_t kTinyPixels = std::uint64_t{160} * 120;
+constexpr std::uint64_t kThumbnailPixels = std::uint64_t{640} * 480;
 
 bool is_thumbnail(const Candidate& candidate) {
     const std::uint64_t size = claimed_pixels(candidate);
@@ -75,6 +75,7 @@ std::optional<Find> find_best(Bytes file) {
     std::vector<Candidate> candidates = find_candidates(file, find_landmarks(file));
     const std::vector<Candidate> siblings = find_siblings(candidates);
     std::vector<const Candidate*> order;
+    order.reserve(candidates.size());
     for (const auto& candidate : candidates) {
         order.push_back(&candidate);
     }
