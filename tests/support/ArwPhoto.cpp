@@ -80,7 +80,9 @@ ArwPhoto::ArwPhoto(const Options& options) {
 
     unsigned preview_width = options.width; // Preview, thumbnail, and a second preview.
     for (const TiffDirectory& ifd : {ifd0, ifd1, ifd2}) {
-        const Bytes jpeg = make_preview(scene, preview_width, preview_width * 3 / 4);
+        const bool given = preview_offsets.empty() && !options.preview.empty();
+        const Bytes jpeg =
+            given ? options.preview : make_preview(scene, preview_width, preview_width * 3 / 4);
         preview_offsets.push_back(tiff.append(jpeg));
         tiff.set_value(ifd, kJpegOffset, preview_offsets.back());
         tiff.set_value(ifd, kJpegLength, static_cast<std::uint32_t>(jpeg.size()));

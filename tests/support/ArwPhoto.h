@@ -15,6 +15,7 @@ struct ArwPhoto {
         unsigned width = 160;
         unsigned height = 120;
         std::size_t maker_notes = 2048; ///< Bytes between IFD 0 and what follows: they set the image offset.
+        Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
     };
 
     explicit ArwPhoto(const Options& options);

@@ -207,7 +207,8 @@ Cr2Photo::Cr2Photo(const Options& options) {
         return offset;
     };
     const Bytes thumbnail_jpeg = make_preview(scene, 64, 48);
-    const Bytes preview_jpeg = make_preview(scene, options.width, options.height);
+    const Bytes preview_jpeg =
+        options.preview.empty() ? make_preview(scene, options.width, options.height) : options.preview;
     const Bytes small = small_picture(scene, options.order);
     const Bytes raw = make_lossless_jpeg(in_slices(scene.bayer(options.width, options.height, kBits, 1024),
                                                    options.width, options.height, first_slice),

@@ -16,6 +16,7 @@ struct Cr2Photo {
         unsigned width = 160; ///< A multiple of 4.
         unsigned height = 120;
         std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets behind them.
+        Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
     };
 
     explicit Cr2Photo(const Options& options);

@@ -352,7 +352,9 @@ Cr3Photo::Cr3Photo(const Options& options) {
         };
         small = make_preview(scene, 64, 48);
         medium = make_preview(scene, 96, 72);
-        data = {make_preview(scene, kTracks[0].width, kTracks[0].height), raw(bayer(kTracks[1]), kTracks[1]),
+        data = {options.large.empty() ? make_preview(scene, kTracks[0].width, kTracks[0].height)
+                                      : options.large,
+                raw(bayer(kTracks[1]), kTracks[1]),
                 raw(options.samples.empty() ? bayer(kTracks[2]) : options.samples, kTracks[2]),
                 metadata_records()};
     } else {

@@ -33,6 +33,7 @@ struct Cr3Photo {
         std::array<std::size_t, 4> gaps{0, 0, 0, 0};            ///< Bytes in front of each track.
         std::size_t behind = 0;                                 ///< Bytes behind track 4.
         bool large_mdat = true;                                 ///< The size of mdat in 64 bits.
+        Bytes large{}; ///< With pictures: the JPEG of track 1, instead of the scene's.
     };
 
     explicit Cr3Photo(const Options& options);

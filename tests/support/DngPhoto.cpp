@@ -55,7 +55,7 @@ class BitWriter {
   public:
     void put(std::uint32_t value, unsigned count) {
         while (count-- > 0) {
-            current_ = static_cast<unsigned char>(current_ << 1U | (value >> count & 1U));
+            current_ = static_cast<unsigned char>(unsigned{current_} << 1U | (value >> count & 1U));
             if (++filled_ == 8) {
                 flush();
             }
@@ -210,7 +210,9 @@ DngPhoto::DngPhoto(const Options& options) : order(options.order) {
     std::vector<TiffDirectory> with_preview{ifd0};
     with_preview.insert(with_preview.end(), preview_ifds.begin(), preview_ifds.end());
     for (std::size_t preview = 0; preview < with_preview.size(); ++preview) {
-        const Bytes jpeg = make_preview(scene, preview_width(preview), preview_height(preview));
+        const bool given = preview + 1 == with_preview.size() && !options.preview.empty();
+        const Bytes jpeg =
+            given ? options.preview : make_preview(scene, preview_width(preview), preview_height(preview));
         preview_offsets.push_back(tiff.append(jpeg));
         preview_sizes.push_back(static_cast<std::uint32_t>(jpeg.size()));
         tiff.set_value(with_preview[preview], kStripOffsets, preview_offsets.back());

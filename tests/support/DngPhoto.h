@@ -24,6 +24,7 @@ struct DngPhoto {
         std::size_t private_data = 2048; ///< Bytes between IFD 0 and what follows: they set all offsets.
         std::size_t sub_previews = 2;    ///< Sub-directories beside the main image's.
         std::size_t main_index = 1;      ///< The main image's place in SubIFDs, and in the file.
+        Bytes preview{};                 ///< The JPEG of the last sub-directory's; the scene's if empty.
     };
 
     explicit DngPhoto(const Options& options);

@@ -121,8 +121,9 @@ NefPhoto::NefPhoto(const Options& options) {
     thumbnail_size = static_cast<std::uint32_t>(thumbnail.size());
     raw_size = static_cast<std::uint32_t>(raw.size());
     thumbnail_offset = place(ifd0, kStripOffsets, kStripByteCounts, thumbnail);
-    preview_offset =
-        place(preview_ifd, kJpegOffset, kJpegLength, make_preview(scene, options.width, options.height));
+    const Bytes preview =
+        options.preview.empty() ? make_preview(scene, options.width, options.height) : options.preview;
+    preview_offset = place(preview_ifd, kJpegOffset, kJpegLength, preview);
     raw_offset = place(raw_ifd, kStripOffsets, kStripByteCounts, raw);
     bytes = tiff.bytes();
 }

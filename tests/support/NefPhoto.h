@@ -16,6 +16,7 @@ struct NefPhoto {
         unsigned width = 160;
         unsigned height = 120;
         std::size_t maker_notes = 2048; ///< Bytes behind IFD 0: they set the offsets behind them.
+        Bytes preview{};                ///< The JPEG of the first sub-directory; the scene's if empty.
     };
 
     explicit NefPhoto(const Options& options);

@@ -49,7 +49,9 @@ OrfPhoto make_orf(const OrfOptions& options) {
     photo.samples = scene.bayer(options.width, options.height, kBits, 64);
     const Bytes image = pack_samples(photo.samples);
     const Bytes thumbnail = make_bare_preview(scene, 32, 24);
-    const Bytes preview = make_bare_preview(scene, options.preview_width, options.preview_height);
+    const Bytes preview = options.preview.empty()
+                              ? make_bare_preview(scene, options.preview_width, options.preview_height)
+                              : options.preview;
     photo.image_size = static_cast<std::uint32_t>(image.size());
     photo.thumbnail_size = static_cast<std::uint32_t>(thumbnail.size());
     photo.preview_size = static_cast<std::uint32_t>(preview.size());

@@ -15,6 +15,7 @@ struct OrfOptions {
     unsigned height = 64;
     unsigned preview_width = 64;
     unsigned preview_height = 48;
+    Bytes preview{}; ///< The large JPEG; the scene's if empty.
 };
 
 /// An Olympus ORF, and where its parts lie. LibRaw decodes both byte orders.

@@ -161,10 +161,14 @@ RafPhoto::RafPhoto(const Options& options) {
     thumb_size = static_cast<std::uint32_t>(thumbnail.size());
     add(segment(kApp1, text_bytes(kXmp)));
     xpacket_end = offset_of(bytes, kXpacketEnd);
-    dht = add(segments(picture, kDht));
-    dqt = add(segments(picture, kDqt));
-    add(segments(picture, kSof0));
-    add(segments(picture, kSos));
+    if (options.picture.empty()) {
+        dht = add(segments(picture, kDht));
+        dqt = add(segments(picture, kDqt));
+        add(segments(picture, kSof0));
+        add(segments(picture, kSos));
+    } else {
+        add(part(options.picture, 2, options.picture.size()));
+    }
     jpeg_end = static_cast<std::uint32_t>(bytes.size());
     put_header_offset(0, jpeg, jpeg_end - jpeg);
 

@@ -15,6 +15,7 @@ struct RafPhoto {
         unsigned width = 160;
         unsigned height = 120;
         std::size_t maker_notes = 1024; ///< Bytes in the Exif, below 32 KiB: they set what stands where.
+        Bytes picture{}; ///< A JPEG: what follows its SOI stands behind the XMP packet. The scene's if empty.
     };
 
     explicit RafPhoto(const Options& options);

@@ -22,7 +22,9 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     Sr2Photo photo;
     photo.samples = scene.bayer(options.width, options.height, 14, 512);
     const Bytes image = pack_samples(photo.samples, options.order);
-    const Bytes preview = make_preview(scene, options.preview_width, options.preview_height);
+    const Bytes preview = options.preview.empty()
+                              ? make_preview(scene, options.preview_width, options.preview_height)
+                              : options.preview;
     const Bytes thumbnail = make_preview(scene, 32, 24);
     photo.image_size = static_cast<std::uint32_t>(image.size());
     photo.preview_size = static_cast<std::uint32_t>(preview.size());

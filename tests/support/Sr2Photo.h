@@ -15,6 +15,7 @@ struct Sr2Options {
     unsigned height = 64;
     unsigned preview_width = 64;
     unsigned preview_height = 48;
+    Bytes preview{}; ///< The JPEG of IFD 0; the scene's if empty.
 };
 
 /// A Sony SR2, and where its parts lie. LibRaw decodes both byte orders.

@@ -8,6 +8,8 @@ namespace test {
 class TempDir {
   public:
     TempDir();
+    /// In the given folder.
+    explicit TempDir(const std::filesystem::path& parent);
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
     ~TempDir();
@@ -20,5 +22,8 @@ class TempDir {
   private:
     std::filesystem::path path_;
 };
+
+/// A folder for many small files: in memory where the system has one, else that of all temporary files.
+[[nodiscard]] std::filesystem::path quick_folder();
 
 } // namespace test

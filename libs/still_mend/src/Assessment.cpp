@@ -102,11 +102,10 @@ class OneScan {
             data_.interval == 0 ? place_plain(data_, survey, canvas) : place_restarts(data_, survey, canvas);
         result_.hypothesis.candidate.tables.restart_interval = data_.interval;
         result_.own = 0;
-        for (std::size_t position = 0; position < data_.total; ++position) {
-            result_.own += canvas.taken(position) ? 1U : 0U;
-        }
+        result_.guessed = 0;
         for (const auto& placement : placements) {
             const Run& run = survey.runs[placement.run];
+            (placement.sure ? result_.own : result_.guessed) += placement.count;
             result_.runs.push_back({run.start, run.dc_known, placement});
             result_.resynchronised = result_.resynchronised || !run.dc_known || placement.skip > 0;
         }
@@ -127,8 +126,8 @@ class OneScan {
             result_.first_bad = result_.end;
         }
         // Every bit in its place, to the last: no noise does that.
-        result_.noise =
-            !(in_order && survey.runs[placements.back().run].closes) && is_noise(canvas.roughness());
+        result_.noise = !(in_order && survey.runs[placements.back().run].closes) &&
+                        (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
     }
 
     /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks
@@ -138,7 +137,7 @@ class OneScan {
         for (const auto& placement : placements) {
             closing += survey.runs[placement.run].closes ? placement.count : 0;
         }
-        return data_.interval != 0 && placements.size() > 4 && closing * 4 < result_.own;
+        return data_.interval != 0 && placements.size() > 4 && closing * 4 < result_.own + result_.guessed;
     }
 
     /// Whether every run but perhaps the last ends at its marker, so that the data can be kept as they are.
@@ -221,8 +220,12 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
     result.multi_scan = true;
     result.total = candidate.frame->mcus();
     for (std::size_t position = 0; position < result.total; ++position) {
-        result.own += scans.present[position] ? 1U : 0U;
-        result.coarse += scans.present[position] && scans.coarse[position] ? 1U : 0U;
+        if (scans.present[position] && scans.guessed[position]) {
+            ++result.guessed;
+        } else if (scans.present[position]) {
+            ++result.own;
+            result.coarse += scans.coarse[position] ? 1U : 0U;
+        }
     }
     result.whole = scans.whole;
     result.end_found = scans.end_found;
@@ -240,7 +243,8 @@ std::uint64_t Assessment::score() const {
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    return own > 0 && own >= total / kLeastShare && !noise;
+    const std::size_t shown = own + (multi_scan ? guessed : 0);
+    return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 
 Assessment assess(Bytes file, const Hypothesis& hypothesis) {
@@ -271,10 +275,11 @@ Developed develop(Bytes file, const Assessment& assessment) {
             developed.store.put_mcu(position, mcu);
             developed.present[position] = true;
         }
-        // Of the MCU in which the data end some blocks may be there. They are shown, but not counted.
-        if (position < assessment.total && !decoder.decode(reader, dc, mcu) && reader.overrun()) {
+        // Of the MCU in which the run breaks off some blocks may be good. They are shown, but not counted.
+        if (position < assessment.total && !developed.present[position] && !decoder.decode(reader, dc, mcu)) {
             decoder.shift_dc(mcu, place.level);
             developed.store.put_mcu(position, mcu);
+            developed.present[position] = true;
         }
     }
     return developed;

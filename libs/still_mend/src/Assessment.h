@@ -33,6 +33,7 @@ struct Assessment {
     std::vector<PlacedRun> runs; ///< Of a sequential picture with one scan.
     std::size_t total = 0;       ///< MCUs.
     std::size_t own = 0;         ///< MCUs that were decoded and have their place.
+    std::size_t guessed = 0;     ///< MCUs that were decoded and whose place is not sure. None of own.
     std::size_t coarse = 0;      ///< Of these: without all of their detail.
     bool whole = false;          ///< All of them, from the first bit to the last.
     bool end_found = false;      ///< EOI is there.

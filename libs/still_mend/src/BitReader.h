@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Bytes.h"
+#include "Work.h"
 
 #include <cstdint>
 
@@ -57,6 +58,7 @@ class BitReader {
 
   private:
     void refill() {
+        Work::add(sizeof(window_));
         while (bits_ <= 56) {
             window_ = window_ << 8U | next_byte();
             bits_ += 8;

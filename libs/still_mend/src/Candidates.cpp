@@ -1,6 +1,7 @@
 #include "Candidates.h"
 
 #include "Markers.h"
+#include "Work.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +13,7 @@ namespace still_mend {
 namespace {
 
 constexpr std::size_t kMaxSegments = 1024; // 255 of a colour profile, 100 of multi-picture data; measured 40.
-constexpr std::size_t kMaxCandidates = 4096; // A photograph has fewer than ten.
+constexpr std::size_t kMaxCandidates = 1024; // A photograph has fewer than ten.
 
 bool is_other_process(unsigned char code) {
     // SOF3 and on: lossless, differential, arithmetic. C4, C8 and CC are no frames.
@@ -104,6 +105,7 @@ class HeaderWalk {
     }
 
     bool take(Candidate& candidate, unsigned char code, std::size_t offset, Bytes content) {
+        Work::add(content.size());
         switch (code) {
         case marker::kQuantTables:
             return read_quant_tables(content, candidate.tables);
@@ -164,6 +166,10 @@ bool expects_more_scans(const Candidate& candidate) {
                                candidate.scan->components.size() < candidate.frame->components.size());
 }
 
+std::size_t header_end(const Candidate& candidate) {
+    return std::max(candidate.offset, candidate.entropy);
+}
+
 /// Whether a header that lost its SOI begins at this landmark: frame or quantisation tables do not stand
 /// between the scans of a picture, and a picture with one scan has nothing behind it.
 bool begins_headless(const Landmark& mark, const Candidate* before) {
@@ -207,15 +213,18 @@ std::vector<Candidate> find_candidates(Bytes file, const std::vector<Landmark>& 
     std::vector<Candidate> headless;
     const std::size_t with_start = candidates.size();
     std::size_t before = 0; // How many candidates with SOI begin before the landmark.
+    const Candidate* open =
+        nullptr; // That of them whose header ends last: a thumbnail ends within another's.
     for (std::size_t index = 0; index < landmarks.size() && headless.size() < kMaxCandidates; ++index) {
         const auto& mark = landmarks[index];
         while (before < with_start && candidates[before].offset < mark.offset) {
-            ++before;
+            const Candidate& next = candidates[before++];
+            open = open == nullptr || header_end(next) >= header_end(*open) ? &next : open;
         }
         if (walk.consumed(index) || mark.code == marker::kStart) {
             continue;
         }
-        const Candidate* previous = before > 0 ? &candidates[before - 1] : nullptr;
+        const Candidate* previous = open;
         if (!headless.empty() && (previous == nullptr || headless.back().offset > previous->offset)) {
             previous = &headless.back();
         }

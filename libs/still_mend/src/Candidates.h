@@ -8,6 +8,7 @@
 
 namespace still_mend {
 
+/// Bytes of the file, by their offsets.
 struct Range {
     std::size_t first = 0;
     std::size_t last = 0; ///< One behind.

@@ -7,6 +7,8 @@
 #include "JpegWrite.h"
 #include "Markers.h"
 
+#include <system_path/system_path.h>
+
 #include <fstream>
 #include <system_error>
 
@@ -19,12 +21,13 @@ namespace fs = std::filesystem;
 /// A file that is removed unless it was put in its place.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const fs::path& output) : output_(output), path_(output) { path_ += ".part"; }
+    explicit TemporaryFile(const fs::path& output)
+        : output_(output), path_(system_path::reachable(fs::path(output) += ".part")) {}
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile() {
         std::error_code ignored;
-        fs::remove(path_, ignored);
+        system_path::remove(path_, ignored);
     }
 
     [[nodiscard]] const fs::path& path() const { return path_; }
@@ -41,9 +44,10 @@ class TemporaryFile {
 };
 
 bool may_write(const fs::path& output) {
-    std::error_code error;
-    const auto status = fs::symlink_status(output, error);
-    return status.type() == fs::file_type::not_found || status.type() == fs::file_type::regular;
+    std::error_code ignored;
+    const auto type = system_path::status(output, ignored).type();
+    return !fs::is_symlink(output, ignored) &&
+           (type == fs::file_type::not_found || type == fs::file_type::regular);
 }
 
 void write(std::ostream& stream, Bytes bytes) {

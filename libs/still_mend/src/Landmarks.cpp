@@ -2,6 +2,7 @@
 
 #include "Markers.h"
 #include "Segments.h"
+#include "Work.h"
 
 #include <cstring>
 
@@ -41,6 +42,7 @@ bool is_segment_code(unsigned char code) {
 } // namespace
 
 std::vector<Landmark> find_landmarks(Bytes file) {
+    Work::add(file.size());
     std::vector<Landmark> found;
     std::size_t budget = 16 * file.size();
     std::size_t offset = 0;
@@ -61,6 +63,7 @@ std::vector<Landmark> find_landmarks(Bytes file) {
             const std::size_t cost = content ? std::min(content->size(), kMaxTableLength) : 0;
             if (content && cost <= budget) {
                 budget -= cost;
+                Work::add(cost);
                 if (is_plausible(code, *content)) {
                     found.push_back({offset, code});
                 }

@@ -100,10 +100,19 @@ bool McuDecoder::decode(BitReader& reader, DcState& dc, Mcu& mcu) const {
         const std::size_t component = component_of_[index];
         if (!decode_dc(codings_[component], reader, dc, component, mcu[index]) ||
             !decode_ac(codings_[component], reader, mcu[index])) {
+            fill_behind(index, dc, mcu);
             return false;
         }
     }
     return !reader.overrun();
+}
+
+void McuDecoder::fill_behind(std::size_t last, const DcState& dc, Mcu& mcu) const {
+    for (std::size_t index = last + 1; index < blocks_; ++index) {
+        const std::size_t component = component_of_[index];
+        const std::int32_t limit = codings_[component].dc_limit;
+        mcu[index][0] = static_cast<std::int16_t>(std::clamp(dc.value[component], -limit, limit));
+    }
 }
 
 void McuDecoder::shift_dc(Mcu& mcu, const std::array<std::int32_t, 4>& level) const {

@@ -36,8 +36,8 @@ class McuDecoder {
     /// The tables must be there, and the scan must not be progressive.
     McuDecoder(const Frame& frame, const Scan& scan, const Tables& tables);
 
-    /// Decodes the next MCU. False when it is not one, or when its bits ended early; the MCU is then
-    /// worthless.
+    /// Decodes the next MCU. False when it is not one, or when its bits ended early; some of its blocks may
+    /// then be good, and those behind have the brightness of what was before.
     [[nodiscard]] bool decode(BitReader& reader, DcState& dc, Mcu& mcu) const;
 
     /// Adds to the DC values of an MCU, by component of the scan.
@@ -50,6 +50,9 @@ class McuDecoder {
         std::int32_t dc_limit = 0;               ///< Of a quantised DC value, both ways.
         std::array<std::int32_t, 64> ac_limit{}; ///< By zigzag position.
     };
+
+    /// Gives the blocks behind one that did not decode what was predicted for them.
+    void fill_behind(std::size_t last, const DcState& dc, Mcu& mcu) const;
 
     static bool decode_dc(const Coding& coding, BitReader& reader, DcState& dc, std::size_t component,
                           Block& block);

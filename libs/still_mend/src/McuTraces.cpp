@@ -1,5 +1,7 @@
 #include "McuTraces.h"
 
+#include "Work.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -79,6 +81,7 @@ float mean_of(const Samples4& samples) {
 }
 
 double mean_step(std::span<const std::int16_t> first, std::span<const std::int16_t> second, int offset) {
+    Work::add(first.size());
     int sum = 0;
     for (std::size_t index = 0; index < first.size(); ++index) {
         sum += std::abs(first[index] - second[index] - offset);
@@ -120,6 +123,7 @@ McuTraces::McuTraces(const Frame& frame, const Scan& scan, const Tables& tables)
 }
 
 void McuTraces::append(const Mcu& mcu) {
+    Work::add(stride_);
     const std::size_t first = data_.size();
     data_.resize(first + stride_);
     std::int16_t* record = data_.data() + first;

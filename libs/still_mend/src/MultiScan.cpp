@@ -55,6 +55,7 @@ class BlockDecoder {
     /// At the start of an interval.
     void restart() {
         end_of_band_ = 0;
+        unread_ = 0;
         for (auto& channel : channels_) {
             channel.prediction = 0;
         }
@@ -75,19 +76,38 @@ class BlockDecoder {
         return good && !reader.overrun();
     }
 
+    /// Goes on behind a block that did not decode, as libjpeg does: without what its last code announced.
+    void step_over(BitReader& reader) {
+        for (; unread_ > 16; unread_ -= 16) {
+            static_cast<void>(reader.get(16));
+        }
+        if (unread_ > 0) {
+            static_cast<void>(reader.get(unread_));
+        }
+        unread_ = 0;
+    }
+
     /// Whether no end-of-band run is left over: an interval does not end within one.
     [[nodiscard]] bool at_rest() const { return end_of_band_ == 0; }
 
   private:
+    static constexpr unsigned kNoCode = 17; // The bits that are no code, and one.
+
+    /// What does not decode has so many bits that were not read.
+    bool fails(unsigned unread) {
+        unread_ = unread;
+        return false;
+    }
+
     static bool needs_dc(const Scan& scan) { return scan.first == 0 && scan.high == 0; }
     static bool needs_ac(const Frame& frame, const Scan& scan) {
         return !frame.progressive() || scan.first > 0;
     }
 
-    bool decode_dc(BitReader& reader, Channel& channel, Block& block) const {
+    bool decode_dc(BitReader& reader, Channel& channel, Block& block) {
         const int category = channel.dc.decode(reader);
         if (category < 0 || category > 11) {
-            return false;
+            return fails(category < 0 ? kNoCode : static_cast<unsigned>(category));
         }
         channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
         const std::int32_t limit = (channel.dc_limit >> scan_.low) + 1;
@@ -136,7 +156,7 @@ class BlockDecoder {
         for (unsigned k = scan_.first; k <= scan_.last; ++k) {
             const int symbol = table.decode(reader);
             if (symbol < 0) {
-                return false;
+                return fails(kNoCode);
             }
             const unsigned run = static_cast<unsigned>(symbol) >> 4U;
             const unsigned size = static_cast<unsigned>(symbol) & 15U;
@@ -150,7 +170,7 @@ class BlockDecoder {
                 continue;
             }
             if (k > scan_.last || size > 10) {
-                return false;
+                return fails(size);
             }
             block[kNaturalOrder[k]] =
                 static_cast<std::int16_t>(receive_extend(reader, size) * (1 << scan_.low));
@@ -175,16 +195,20 @@ class BlockDecoder {
 
     bool refine_ac(BitReader& reader, const HuffmanTable& table, Block& block) {
         unsigned k = scan_.first;
+        bool good = true;
         while (end_of_band_ == 0 && k <= scan_.last) {
-            const int symbol = table.decode(reader);
-            if (symbol < 0 || reader.overrun()) {
+            int symbol = table.decode(reader);
+            if (symbol < 0) {
+                fails(kNoCode);
+                step_over(reader);
+                symbol = 0;
+                good = false;
+            }
+            if (reader.overrun()) {
                 return false;
             }
             unsigned run = static_cast<unsigned>(symbol) >> 4U;
             const unsigned size = static_cast<unsigned>(symbol) & 15U;
-            if (size > 1) {
-                return false;
-            }
             if (size == 0 && run != 15) {
                 begin_end_of_band(reader, run);
                 break;
@@ -202,10 +226,10 @@ class BlockDecoder {
                 }
             }
             if (value != 0) {
-                if (k > scan_.last) {
-                    return false;
+                good = good && size == 1 && k <= scan_.last;
+                if (k <= scan_.last) {
+                    block[kNaturalOrder[k]] = static_cast<std::int16_t>(value);
                 }
-                block[kNaturalOrder[k]] = static_cast<std::int16_t>(value);
             }
             ++k;
         }
@@ -217,12 +241,13 @@ class BlockDecoder {
             }
             --end_of_band_;
         }
-        return true;
+        return good;
     }
 
     const Scan& scan_;
     std::vector<Channel> channels_;
     std::uint32_t end_of_band_ = 0; // Blocks that the current end-of-band run still covers.
+    unsigned unread_ = 0;           // Bits that belong to what did not decode.
     bool sequential_ = false;
 };
 
@@ -231,19 +256,26 @@ struct Progress {
     std::size_t wide = 0;
     std::vector<bool> dc;      // The first DC scan gave the block.
     std::vector<bool> broken;  // A scan that covers the block failed there, so that later ones cannot go on.
+    std::vector<bool> unsure;  // It decoded, but what it stands in did not end where it must.
+    std::vector<bool> guessed; // The same of the first DC scan.
     std::array<int, 64> low{}; // By zigzag position: bits still missing; -1 before the first scan.
 };
 
 class ScanReader {
   public:
-    ScanReader(Bytes file, const Frame& frame, CoefficientStore& store)
-        : file_(file), frame_(frame), store_(store) {
+    static constexpr std::size_t kWorthResuming = 64; // Units of an interval.
+
+    /// file_end: where the data end, be it within a scan.
+    ScanReader(Bytes file, const Frame& frame, CoefficientStore& store, std::size_t file_end)
+        : file_(file), frame_(frame), store_(store), file_end_(file_end) {
         for (const auto& component : frame.components) {
             Progress progress;
             progress.wide = std::size_t{frame.mcus_wide()} * component.h;
             const std::size_t blocks = progress.wide * frame.mcus_high() * component.v;
             progress.dc.assign(blocks, false);
             progress.broken.assign(blocks, false);
+            progress.unsure.assign(blocks, false);
+            progress.guessed.assign(blocks, false);
             progress.low.fill(-1);
             progress_.push_back(std::move(progress));
         }
@@ -273,7 +305,8 @@ class ScanReader {
             outcome.end = limit;
             return outcome;
         }
-        for (PieceWalk pieces(file_, offset, limit, true); next < units_;) {
+        left_ = count_pieces(offset, limit);
+        for (PieceWalk pieces(file_, offset, limit, true); next < units_; --left_) {
             const auto piece = pieces.next();
             if (!piece) {
                 break;
@@ -289,9 +322,12 @@ class ScanReader {
             next = place * interval;
             const std::size_t count = std::min(interval, units_ - next);
             const std::size_t good = read_interval(decoder, *piece, next, count, limit);
-            if (good < count) {
+            if (!last_closed_) {
                 fail(outcome, piece->begin);
                 mark_broken(next + good, next + count);
+                if (!last_cut_) {
+                    mark_unsure(next, next + good);
+                }
             }
             next += count;
             outcome.end = piece->end;
@@ -310,6 +346,7 @@ class ScanReader {
 
     void finish(MultiScanResult& result) const {
         result.present.assign(frame_.mcus(), true);
+        result.guessed.assign(frame_.mcus(), false);
         result.coarse.assign(frame_.mcus(), false);
         for (std::size_t index = 0; index < frame_.components.size(); ++index) {
             const auto& component = frame_.components[index];
@@ -324,7 +361,10 @@ class ScanReader {
                     if (!progress.dc[block]) {
                         result.present[mcu] = false;
                     }
-                    if (!refined || progress.broken[block]) {
+                    if (progress.guessed[block]) {
+                        result.guessed[mcu] = true;
+                    }
+                    if (!refined || progress.broken[block] || progress.unsure[block]) {
                         result.coarse[mcu] = true;
                     }
                 }
@@ -409,38 +449,58 @@ class ScanReader {
         }
     }
 
-    /// The interval that a piece is, by its number; by its place in the file where eight or more are missing.
+    [[nodiscard]] std::size_t count_pieces(std::size_t offset, std::size_t limit) const {
+        std::size_t count = 0;
+        for (PieceWalk pieces(file_, offset, limit, true); pieces.next();) {
+            ++count;
+        }
+        return count;
+    }
+
+    /// The interval that a piece is, by its number. Where eight or more may be missing: by the pieces that
+    /// are left up to the end of the scan, and by its place in the file.
     [[nodiscard]] std::size_t place_of(const Piece& piece, std::size_t expected, std::size_t interval) const {
         if (piece.restart < 0) {
             return 0;
         }
         const auto phase = (static_cast<std::size_t>(piece.restart) + 1) % 8;
         std::size_t place = expected + (phase + 8 - expected % 8) % 8;
-        if (place == expected && piece.adjacent && last_closed_) {
+        const bool follows = place == expected && piece.adjacent;
+        const std::size_t intervals = (units_ - 1) / interval + 1;
+        const std::size_t missing = intervals - std::min(intervals, place + left_);
+        if ((follows && last_closed_) || missing % 8 != 0) {
             return place;
         }
-        if (good_count_ > 0) {
-            const double bytes = static_cast<double>(good_bytes_) / static_cast<double>(good_count_);
-            const double passed = static_cast<double>(piece.begin - last_begin_) / std::max(bytes, 1.0);
-            const double reached = static_cast<double>(expected) - 1 + passed;
-            while (static_cast<double>(place) + 4 < reached && (place + 8) * interval < units_) {
-                place += 8;
-            }
+        const double bytes =
+            static_cast<double>(good_bytes_) / static_cast<double>(std::max<std::size_t>(good_count_, 1));
+        const double passed = static_cast<double>(piece.begin - last_begin_) / std::max(bytes, 1.0);
+        const double reached = static_cast<double>(expected) - 1 + passed;
+        const std::size_t last = place + missing;
+        const std::size_t first = place;
+        while (static_cast<double>(place) + 4 < reached && place < last) {
+            place += 8;
         }
-        return place;
+        return place == first && !follows ? last : place;
     }
 
     /// Decodes an interval up to its end or to what does not decode. Gives how many of its units are good.
     std::size_t read_interval(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count,
                               std::size_t limit) {
+        last_begin_ = piece.begin;
+        if (count >= kWorthResuming && ends_behind_damage(decoder, piece, first, count, limit)) {
+            read_over_damage(decoder, piece, first, count, limit, true);
+            last_cut_ = false;
+            last_closed_ = false;
+            return count;
+        }
         BitReader reader(file_.first(limit), piece.begin);
         decoder.restart();
         std::size_t good = 0;
         while (good < count && read_unit(decoder, reader, first + good)) {
             ++good;
         }
+        last_cut_ = good < count && reader.overrun() && piece.end == file_end_;
         last_closed_ = good == count && reader.closes();
-        last_begin_ = piece.begin;
         if (last_closed_) {
             good_bytes_ += piece.end + 2 - piece.begin;
             ++good_count_;
@@ -470,6 +530,48 @@ class ScanReader {
         return true;
     }
 
+    struct Passage {
+        std::size_t failed = 0; // Blocks.
+        bool closes = false;
+    };
+
+    /// Whether an interval has damage, and its bits end with its last unit nevertheless: the units behind the
+    /// damage are then most likely in their places.
+    bool ends_behind_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count,
+                            std::size_t limit) {
+        const Passage passage = read_over_damage(decoder, piece, first, count, limit, false);
+        return passage.failed > 0 && passage.closes;
+    }
+
+    /// Decodes an interval over all that does not decode, and takes it or not.
+    Passage read_over_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count,
+                             std::size_t limit, bool taking) {
+        Passage passage;
+        BitReader reader(file_.first(limit), piece.begin);
+        decoder.restart();
+        const auto read = [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
+            Block block = store_.block(index, row, column);
+            if (!decoder.decode(reader, channel, block)) {
+                decoder.step_over(reader);
+                ++passage.failed;
+            }
+            if (taking) {
+                store_.block(index, row, column) = block;
+                if (scan_->first == 0 && scan_->high == 0) {
+                    progress_[index].dc[row * progress_[index].wide + column] = true;
+                }
+            }
+            return !reader.overrun();
+        };
+        for (std::size_t unit = first; unit < first + count; ++unit) {
+            if (!visit_unit(unit, read)) {
+                return passage;
+            }
+        }
+        passage.closes = reader.closes();
+        return passage;
+    }
+
     bool read_unit(BlockDecoder& decoder, BitReader& reader, std::size_t unit) {
         const bool refines = scan_->high > 0;
         const bool gives_dc = scan_->first == 0 && !refines;
@@ -483,7 +585,9 @@ class ScanReader {
                               Block& block = store_.block(index, row, column);
                               const Block before = block;
                               if (!decoder.decode(reader, channel, block)) {
-                                  block = before;
+                                  if (!reader.overrun() || reader.stop() != file_end_) {
+                                      block = before; // Where the file ends, what is there of it is good.
+                                  }
                                   return false;
                               }
                               if (gives_dc) {
@@ -491,6 +595,17 @@ class ScanReader {
                               }
                               return true;
                           });
+    }
+
+    void mark_unsure(std::size_t first, std::size_t last) {
+        const bool gives_dc = scan_->first == 0 && scan_->high == 0;
+        for (std::size_t unit = first; unit < last; ++unit) {
+            visit_unit(unit, [&](std::size_t, std::size_t index, std::size_t row, std::size_t column) {
+                Progress& progress = progress_[index];
+                (gives_dc ? progress.guessed : progress.unsure)[row * progress.wide + column] = true;
+                return true;
+            });
+        }
     }
 
     void mark_broken(std::size_t first, std::size_t last) {
@@ -505,10 +620,13 @@ class ScanReader {
     Bytes file_;
     const Frame& frame_;
     CoefficientStore& store_;
+    std::size_t file_end_;
     const Scan* scan_ = nullptr;
     std::vector<Progress> progress_;
     std::size_t units_ = 0;
+    std::size_t left_ = 0;     // Pieces of the scan from this one on.
     bool last_closed_ = false; // Of the interval read last: it ended where it must.
+    bool last_cut_ = false;    // The file ended within it.
     std::size_t last_begin_ = 0;
     std::size_t good_bytes_ = 0; // Of all intervals of the scan that did.
     std::size_t good_count_ = 0;
@@ -600,7 +718,7 @@ class BetweenScans {
 MultiScanResult decode_scans(Bytes file, const Candidate& candidate, CoefficientStore& store) {
     const Frame& frame = *candidate.frame;
     MultiScanResult result;
-    ScanReader reader(file, frame, store);
+    ScanReader reader(file, frame, store, candidate.limit);
     BetweenScans between(file, frame, candidate.limit);
     Tables tables = candidate.tables;
     between.scan = *candidate.scan;

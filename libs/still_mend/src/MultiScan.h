@@ -10,7 +10,8 @@ namespace still_mend {
 /// What the scans of a progressive picture, or of one with a scan a component, gave.
 struct MultiScanResult {
     std::vector<bool> present; ///< By MCU: the DC value of every block was decoded.
-    std::vector<bool> coarse;  ///< By MCU: present, but not with all of its detail.
+    std::vector<bool> guessed; ///< By MCU: that came from data that do not end where they must.
+    std::vector<bool> coarse;  ///< By MCU: present, but not for sure with all of its detail.
     bool whole = false; ///< Every scan decoded and closed, up to EOI, with nothing skipped between them.
     bool end_found = false;
     std::size_t end = 0;       ///< Behind EOI, or behind the last scan.

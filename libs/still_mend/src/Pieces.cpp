@@ -1,13 +1,16 @@
 #include "Pieces.h"
 
 #include "Markers.h"
+#include "Work.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace still_mend {
 
-std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit) {
+namespace {
+
+std::size_t find_marker(Bytes file, std::size_t offset, std::size_t limit) {
     while (offset + 1 < limit) {
         const void* found = std::memchr(file.data() + offset, 0xFF, limit - offset - 1);
         if (found == nullptr) {
@@ -20,6 +23,14 @@ std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit) {
         ++offset;
     }
     return limit;
+}
+
+} // namespace
+
+std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit) {
+    const std::size_t found = find_marker(file, offset, limit);
+    Work::add(std::max(found, offset) - offset + 1);
+    return found;
 }
 
 std::optional<Piece> PieceWalk::next() {

@@ -1,5 +1,7 @@
 #include "Placement.h"
 
+#include "Work.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -8,6 +10,7 @@
 namespace still_mend {
 
 void Canvas::put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level) {
+    Work::add(count);
     for (std::size_t index = 0; index < count && position + index < trace_of_.size(); ++index) {
         if (!taken(position + index)) {
             trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
@@ -126,33 +129,37 @@ class RestartPlacement {
         for (const auto& chain : chains) {
             waiting += chain.size();
         }
-        std::size_t next_run = 0;
-        for (std::size_t index = 0; index < chains.size(); ++index) {
-            const Chain& chain = chains[index];
+        for (const Chain& chain : chains) {
             waiting -= chain.size();
-            place_broken(next_run, chain.first);
+            place_broken(chain.first);
             if (const auto place = find_place(chain, waiting)) {
-                const std::size_t missing = intervals_ - std::min(intervals_, *place + chain.size());
+                sure_ = place->sure;
+                const std::size_t missing = intervals_ - std::min(intervals_, place->interval + chain.size());
                 if (run(chain.last - 1).at_end && missing > 0 && missing % 8 == 0) {
-                    put_parted(chain, *place, missing);
+                    put_parted(chain, place->interval, missing);
                 } else {
-                    put_chain(chain, *place);
+                    put_chain(chain, place->interval);
                 }
-                next_run = chain.last;
+                next_run_ = chain.last;
             }
         }
-        place_broken(next_run, survey_.runs.size());
+        place_broken(survey_.runs.size());
         return std::move(placements_);
     }
 
   private:
     [[nodiscard]] const Run& run(std::size_t index) const { return survey_.runs[index]; }
 
+    struct Place {
+        std::size_t interval = 0;
+        bool sure = true;
+    };
+
     /// The interval that the chain's first run is.
-    [[nodiscard]] std::optional<std::size_t> find_place(const Chain& chain, std::size_t waiting) const {
+    [[nodiscard]] std::optional<Place> find_place(const Chain& chain, std::size_t waiting) const {
         const Run& first = run(chain.first);
         if (first.restart < 0) { // At the first byte of the scan.
-            return next_ == 0 ? std::optional<std::size_t>(0) : std::nullopt;
+            return next_ == 0 ? std::optional(Place{}) : std::nullopt;
         }
         const auto phase = (static_cast<std::size_t>(first.restart) + 1) % 8;
         std::size_t lowest = next_ + (phase + 8 - next_ % 8) % 8;
@@ -163,7 +170,7 @@ class RestartPlacement {
             // The last marker is there, so the places count from the end.
             const std::size_t place = intervals_ >= chain.size() ? intervals_ - chain.size() : 0;
             if (place >= lowest && place % 8 == phase) {
-                return place;
+                return Place{place};
             }
         }
         std::vector<std::size_t> places;
@@ -171,14 +178,27 @@ class RestartPlacement {
             places.push_back(place);
         }
         if (places.empty()) {
-            return lowest + chain.size() <= intervals_ ? std::optional(lowest) : std::nullopt;
+            return lowest + chain.size() <= intervals_ ? std::optional(Place{lowest, false}) : std::nullopt;
         }
-        return places.size() == 1 ? places.front() : choose(chain, places);
+        return places.size() == 1 ? Place{places.front()} : choose(chain, places);
+    }
+
+    /// Whether a chain at this place follows what was placed before with a piece for each interval between.
+    [[nodiscard]] bool is_seamless(const Chain& chain, std::size_t place) const {
+        if (place - next_ != chain.first - next_run_) {
+            return false;
+        }
+        for (std::size_t index = next_run_; index <= chain.first; ++index) {
+            if (index > 0 && !run(index).adjacent) {
+                return false;
+            }
+        }
+        return true;
     }
 
     /// By the fit with what stands above, where one place fits clearly better than all others; otherwise by
     /// the bytes between this chain and what was placed before.
-    [[nodiscard]] std::size_t choose(const Chain& chain, const std::vector<std::size_t>& places) const {
+    [[nodiscard]] Place choose(const Chain& chain, const std::vector<std::size_t>& places) const {
         const double expected = static_cast<double>(next_) +
                                 static_cast<double>(run(chain.first).begin - end_) / bytes_per_interval();
         const auto distance = [expected](std::size_t place) {
@@ -209,7 +229,7 @@ class RestartPlacement {
             }
         }
         const bool clear = best >= 0 && second >= 0 && best < 0.6 * second && best < 3 * typical_ + 32;
-        return clear ? fitting : nearest;
+        return clear ? Place{fitting} : Place{nearest, is_seamless(chain, nearest)};
     }
 
     /// The mean step from what stands above to the chain put at a place; nothing where too little is above.
@@ -292,9 +312,9 @@ class RestartPlacement {
     }
 
     /// Broken runs directly behind what was placed, as long as their numbers follow: what is smooth of them.
-    void place_broken(std::size_t first, std::size_t last) {
+    void place_broken(std::size_t last) {
         std::size_t place = next_;
-        for (std::size_t index = first; index < last && place < intervals_; ++index, ++place) {
+        for (std::size_t index = next_run_; index < last && place < intervals_; ++index, ++place) {
             const Run& broken = run(index);
             const bool numbered =
                 broken.restart < 0 ? place == 0
@@ -314,7 +334,7 @@ class RestartPlacement {
     void put(std::size_t index, std::size_t place, std::size_t count) {
         const std::size_t position = place * data_.interval;
         count = std::min(count, data_.total - position);
-        placements_.push_back({index, 0, count, position, {}});
+        placements_.push_back({index, 0, count, position, {}, sure_});
         canvas_.put(position, run(index).trace, count);
     }
 
@@ -323,8 +343,10 @@ class RestartPlacement {
     Canvas& canvas_;
     std::size_t intervals_;
     double typical_;
-    std::size_t next_ = 0; // First interval behind all that was placed.
-    std::size_t end_ = 0;  // Byte offset there.
+    std::size_t next_ = 0;     // First interval behind all that was placed.
+    std::size_t next_run_ = 0; // And the first run.
+    std::size_t end_ = 0;      // Byte offset there.
+    bool sure_ = true;         // Of the chain placed last.
     std::vector<Placement> placements_;
 };
 

@@ -17,8 +17,8 @@ struct Placement {
     std::size_t skip = 0; ///< MCUs of the run that are not taken from its beginning.
     std::size_t count = 0;
     std::size_t position = 0; ///< Of the first MCU, in the order of the scan.
-    std::array<std::int32_t, 4>
-        level{}; ///< To be added to the quantised DC values, by component of the scan.
+    Levels level{};
+    bool sure = true; ///< Nothing else fits nearly as well.
 };
 
 /// The places of a picture's MCUs, each with the trace that was put there.

@@ -13,6 +13,7 @@ namespace still_mend {
 /// The most pixels a picture may claim.
 inline constexpr std::uint64_t kMaxPixels = 256'000'000;
 
+/// A quantisation table.
 struct QuantTable {
     std::array<std::uint16_t, 64> values{}; ///< In zigzag order, none of them 0.
     bool operator==(const QuantTable&) const = default;
@@ -27,6 +28,7 @@ struct Tables {
     bool operator==(const Tables&) const = default;
 };
 
+/// A colour component, as a frame header names it.
 struct Component {
     unsigned id = 0;
     unsigned h = 1; ///< Sampling factors, 1 to 4; 1 and 1 for the only component of a grey picture.
@@ -58,12 +60,14 @@ struct Frame {
     [[nodiscard]] unsigned blocks_high(const Component& component) const;
 };
 
+/// A component that a scan carries.
 struct ScanComponent {
     std::size_t index = 0; ///< Into the components of the frame.
     unsigned dc = 0;       ///< Numbers of its Huffman tables, 0 to 3.
     unsigned ac = 0;
 };
 
+/// A scan header.
 struct Scan {
     std::vector<ScanComponent> components;
     unsigned first = 0; ///< Spectral selection, 0 to 63.

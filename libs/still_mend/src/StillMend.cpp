@@ -29,7 +29,7 @@ std::uint32_t warnings_of(const Assessment& assessment, Delivered delivered) {
     warn_if(hypothesis.frame_borrowed, STILL_MEND_FRAME_BORROWED);
     warn_if(assessment.interval_inferred, STILL_MEND_INTERVAL_INFERRED);
     warn_if(!assessment.end_found, STILL_MEND_END_ADDED);
-    warn_if(assessment.own < assessment.total, STILL_MEND_PARTS_LOST);
+    warn_if(assessment.own + assessment.guessed < assessment.total, STILL_MEND_PARTS_LOST);
     warn_if(assessment.resynchronised, STILL_MEND_RESYNCHRONISED);
     warn_if(delivered == Delivered::kReencoded, STILL_MEND_REENCODED);
     return warnings;
@@ -43,6 +43,7 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
     report.mcu_count = assessment.total;
     report.own_mcu_count = assessment.own;
     report.coarse_mcu_count = assessment.coarse;
+    report.guessed_mcu_count = static_cast<std::uint32_t>(assessment.guessed);
     report.picture_offset = candidate.offset;
     report.first_bad_byte =
         delivered == Delivered::kUnchanged ? STILL_MEND_NO_BAD_BYTE : assessment.first_bad;

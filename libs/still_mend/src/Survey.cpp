@@ -11,7 +11,25 @@ namespace still_mend {
 
 namespace {
 
-constexpr std::size_t kMaxRuns = 1U << 20U;
+/// Runs that one picture can have, and many more.
+std::size_t most_runs(const ScanData& data) {
+    const std::size_t interval = std::max(data.interval, 1U);
+    return 2 * (data.total / interval) + 4096;
+}
+
+constexpr std::size_t kMostTooMany = 256; // MCUs that damage adds to a run.
+
+/// How many MCUs a run may have. Where data are left up to EOI behind the last MCU of the picture, damage
+/// made some too many, and the end tells how many.
+std::size_t most_mcus(const ScanData& data, const BitReader& behind_last) {
+    BitReader rest = behind_last;
+    if (rest.closes()) {
+        return data.total;
+    }
+    const std::size_t next = next_marker(data.file, rest.offset(), data.limit);
+    const bool ends_later = next < data.limit && data.file[next + 1] == marker::kEnd;
+    return data.total + (ends_later ? kMostTooMany : 0);
+}
 
 } // namespace
 
@@ -22,7 +40,7 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
     PieceWalk pieces(data.file, data.first, data.limit, data.from_start);
     Mcu mcu;
     while (const auto piece = pieces.next()) {
-        if (survey.traces.size() > most || survey.runs.size() > kMaxRuns) {
+        if (survey.traces.size() > most || survey.runs.size() > most_runs(data)) {
             break;
         }
         Run run;
@@ -66,7 +84,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
     bool first = data.from_start;
     std::size_t dropped = 0; // Runs since the last that was kept.
     Mcu mcu;
-    while (survey.traces.size() < most && survey.runs.size() < kMaxRuns) {
+    while (survey.traces.size() < most && survey.runs.size() < most_runs(data)) {
         Run run;
         run.start = reader;
         run.dc_known = first;
@@ -76,14 +94,17 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         dc.known = first;
         BitReader before = reader;
         bool failed = false;
-        while (run.count < data.total) {
+        std::size_t most_here = data.total;
+        while (run.count < most_here) {
             before = reader;
             if (!decoder.decode(reader, dc, mcu)) {
                 failed = true;
                 break;
             }
             survey.traces.append(mcu);
-            ++run.count;
+            if (++run.count == data.total) {
+                most_here = most_mcus(data, reader);
+            }
             if (first && run.count > 1) {
                 search.learn(survey.traces.step_right(survey.traces.size() - 2, survey.traces.size() - 1));
             }
@@ -99,7 +120,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         run.cut = failed && reader.overrun() && stop + 1 >= data.limit;
         survey.end = run.end;
         const bool done =
-            (run.at_end && (first || run.count >= kMinRun)) || (!failed && run.count == data.total);
+            (run.at_end && (first || run.count >= kMinRun)) || (!failed && run.count >= data.total);
         if (first || run.count >= kMinRun) {
             survey.runs.push_back(run);
             dropped = 0;

@@ -1,7 +1,15 @@
 #include "Laboratory.h"
 
+#include "support/ArwPhoto.h"
+#include "support/Cr2Photo.h"
+#include "support/Cr3Photo.h"
+#include "support/DngPhoto.h"
 #include "support/Jpeg.h"
+#include "support/NefPhoto.h"
+#include "support/OrfPhoto.h"
+#include "support/RafPhoto.h"
 #include "support/Scene.h"
+#include "support/Sr2Photo.h"
 #include "support/TempDir.h"
 #include "support/TiffWriter.h"
 
@@ -9,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -151,6 +160,66 @@ Specimen tiff(ByteOrder order, const Bytes& picture, const Bytes& sibling) {
     return {writer.bytes(), offset, picture.size()};
 }
 
+// The photographs of the makers have siblings of their own: small ones with the standard tables.
+
+Specimen arw(const Bytes& picture, const Bytes& /*sibling*/) {
+    ArwPhoto::Options options;
+    options.preview = picture;
+    const ArwPhoto photo(options);
+    return {photo.bytes, photo.preview_offsets[0], picture.size()};
+}
+
+Specimen sr2(const Bytes& picture, const Bytes& /*sibling*/) {
+    Sr2Options options;
+    options.preview = picture;
+    const Sr2Photo photo = make_sr2(options);
+    return {photo.bytes, photo.preview, picture.size()};
+}
+
+/// The picture gets the Exif and the XMP packet of this maker behind its SOI.
+Specimen raf(const Bytes& picture, const Bytes& /*sibling*/) {
+    RafPhoto::Options options;
+    options.picture = picture;
+    const RafPhoto photo(options);
+    return {photo.bytes, photo.jpeg, photo.jpeg_end - photo.jpeg};
+}
+
+Specimen orf(const Bytes& picture, const Bytes& /*sibling*/) {
+    OrfOptions options;
+    options.preview = picture;
+    const OrfPhoto photo = make_orf(options);
+    return {photo.bytes, photo.preview, picture.size()};
+}
+
+Specimen dng(const Bytes& picture, const Bytes& /*sibling*/) {
+    DngPhoto::Options options;
+    options.preview = picture;
+    const DngPhoto photo(options);
+    return {photo.bytes, photo.preview_offsets.back(), picture.size()};
+}
+
+Specimen cr2(const Bytes& picture, const Bytes& /*sibling*/) {
+    Cr2Photo::Options options;
+    options.preview = picture;
+    const Cr2Photo photo(options);
+    return {photo.bytes, photo.preview_offset, picture.size()};
+}
+
+Specimen nef(const Bytes& picture, const Bytes& /*sibling*/) {
+    NefPhoto::Options options;
+    options.preview = picture;
+    const NefPhoto photo(options);
+    return {photo.bytes, photo.preview_offset, picture.size()};
+}
+
+Specimen cr3(const Bytes& picture, const Bytes& /*sibling*/) {
+    Cr3Photo::Options options;
+    options.pictures = true;
+    options.large = picture;
+    const Cr3Photo photo(options);
+    return {photo.bytes, photo.tracks[0].offset, picture.size()};
+}
+
 } // namespace
 
 const Coding& coding_named(const std::string& name) {
@@ -166,6 +235,14 @@ const std::vector<Container>& containers() {
          }},
         {"TIFF, high byte first",
          [](const Bytes& picture, const Bytes& sibling) { return tiff(ByteOrder::kBig, picture, sibling); }},
+        {"ARW", arw},
+        {"SR2", sr2},
+        {"RAF", raf},
+        {"ORF", orf},
+        {"DNG", dng},
+        {"CR2", cr2},
+        {"NEF", nef},
+        {"CR3", cr3},
     };
     return all;
 }
@@ -246,9 +323,14 @@ std::size_t in_data(const Specimen& specimen, const Anatomy& anatomy, double sha
     return first + static_cast<std::size_t>(static_cast<double>(specimen.size - first) * share);
 }
 
+/// The head of the file, whatever stands in it.
 Damage head_zeroed(std::size_t kib) {
     return {"head zeroed, " + std::to_string(kib) + " KiB",
-            [kib](Specimen& specimen, const Anatomy&) { zero(specimen, 0, kib * 1024); }};
+            [kib](Specimen& specimen, const Anatomy&) {
+                const std::size_t size = std::min(kib * 1024, specimen.file.size());
+                std::fill_n(specimen.file.begin(), size, static_cast<unsigned char>(0));
+            },
+            kib > 12};
 }
 
 Damage cut(unsigned percent) {
@@ -258,7 +340,7 @@ Damage cut(unsigned percent) {
             }};
 }
 
-Damage block(const std::string& name, std::size_t size, std::vector<double> shares, bool random) {
+Damage block(const std::string& name, std::size_t size, const std::vector<double>& shares, bool random) {
     return {name, [size, shares, random](Specimen& specimen, const Anatomy& anatomy) {
                 for (const double share : shares) {
                     const std::size_t first = in_data(specimen, anatomy, share);
@@ -388,8 +470,9 @@ class Coefficients {
     [[nodiscard]] unsigned mcus_wide() const { return ceil_div(info_.image_width, 8 * h_max()); }
     [[nodiscard]] unsigned mcus_high() const { return ceil_div(info_.image_height, 8 * v_max()); }
 
-    /// Whether all blocks of an MCU are the same, within two levels.
-    [[nodiscard]] bool same_mcu(Coefficients& other, unsigned row, unsigned column, int first) {
+    /// Whether all blocks of an MCU are those of the other's, so many columns beside, within two levels.
+    [[nodiscard]] bool same_mcu(Coefficients& other, unsigned row, unsigned column, int first,
+                                int beside = 0) {
         for (int index = 0; index < info_.num_components; ++index) {
             const auto& component = info_.comp_info[index];
             const unsigned v = info_.num_components == 1 ? 1 : static_cast<unsigned>(component.v_samp_factor);
@@ -397,7 +480,9 @@ class Coefficients {
             for (unsigned y = row * v; y < std::min((row + 1) * v, component.height_in_blocks); ++y) {
                 for (unsigned x = column * h; x < std::min((column + 1) * h, component.width_in_blocks);
                      ++x) {
-                    if (!same_block(other, index, y, x, first)) {
+                    const auto there = static_cast<std::int64_t>(x) + std::int64_t{beside} * h;
+                    if (there < 0 || there >= component.width_in_blocks ||
+                        !same_block(other, index, y, x, static_cast<unsigned>(there), first)) {
                         return false;
                     }
                 }
@@ -415,9 +500,10 @@ class Coefficients {
         return info_.num_components == 1 ? 1 : static_cast<unsigned>(info_.max_v_samp_factor);
     }
 
-    bool same_block(Coefficients& other, int index, unsigned row, unsigned column, int first) {
+    bool same_block(Coefficients& other, int index, unsigned row, unsigned column, unsigned there,
+                    int first) {
         const short* mine = block(index, row, column);
-        const short* theirs = other.block(index, row, column);
+        const short* theirs = other.block(index, row, there);
         const auto* my_quant = quant(index);
         const auto* their_quant = other.quant(index);
         double sum = 0; // The transform keeps squares: of 64 pixels, or of 64 coefficients.
@@ -452,6 +538,32 @@ std::size_t count_of(const std::vector<bool>& flags) {
 
 namespace {
 
+/// Forgets runs of MCUs that are the same by chance: where all is alike, as in a clear sky or in the grey of
+/// what is lost, an MCU is the same wherever it came from. A run counts if two MCUs of it are unlike their
+/// neighbours.
+void forget_chance(Coefficients& original, std::vector<bool>& same) {
+    const unsigned wide = original.mcus_wide();
+    const auto tells_its_place = [&](std::size_t mcu) {
+        const auto row = static_cast<unsigned>(mcu / wide);
+        const auto column = static_cast<unsigned>(mcu % wide);
+        return !original.same_mcu(original, row, column, 0, -1) &&
+               !original.same_mcu(original, row, column, 0, 1);
+    };
+    for (std::size_t first = 0; first < same.size();) {
+        std::size_t last = first;
+        unsigned telling = 0;
+        while (last < same.size() && same[last]) {
+            telling += telling < 2 && tells_its_place(last) ? 1U : 0U;
+            ++last;
+        }
+        if (telling < 2) {
+            std::fill(same.begin() + static_cast<std::ptrdiff_t>(first),
+                      same.begin() + static_cast<std::ptrdiff_t>(last), false);
+        }
+        first = last + 1;
+    }
+}
+
 /// MCUs that are the same in their coefficients from the first on.
 std::vector<bool> compare(const Bytes& original, const Bytes& picture, int from) {
     Coefficients first(original);
@@ -464,6 +576,9 @@ std::vector<bool> compare(const Bytes& original, const Bytes& picture, int from)
         for (unsigned column = 0; column < first.mcus_wide(); ++column) {
             same.push_back(first.same_mcu(second, row, column, from));
         }
+    }
+    if (from == 0) {
+        forget_chance(first, same);
     }
     return same;
 }
@@ -519,8 +634,9 @@ Trial run_trial(const Coding& coding, const Container& container, const Damage& 
     // Of the same camera with the same tables, but smaller, as previews and their small copies are.
     const Bytes sibling = with_sibling ? make_coded(coding, 1, width / 2, height / 2) : Bytes{};
     Specimen specimen = container.build(picture, sibling);
-    damage.apply(specimen, dissect(picture));
-    return run_trial(picture, specimen);
+    const Bytes placed = part(specimen.file, specimen.offset, specimen.offset + specimen.size);
+    damage.apply(specimen, dissect(placed));
+    return run_trial(placed, specimen);
 }
 
 double share_outside(const Bytes& original, const Bytes& output, unsigned restart, std::size_t first,

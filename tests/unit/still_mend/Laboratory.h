@@ -38,7 +38,8 @@ struct Specimen {
     std::size_t size = 0;
 };
 
-/// What a picture is put into. A container has room for a second picture, which may be empty.
+/// What a picture is put into: nothing, a TIFF file with room for a second picture, which may be empty, or a
+/// photograph in a RAW format.
 struct Container {
     std::string name;
     std::function<Specimen(const Bytes& picture, const Bytes& sibling)> build;
@@ -66,12 +67,15 @@ struct Anatomy {
 struct Damage {
     std::string name;
     std::function<void(Specimen& specimen, const Anatomy& anatomy)> apply;
+    bool large = false; ///< It takes a picture of 300 KiB and more to outlive it.
 };
 [[nodiscard]] const std::vector<Damage>& damages();
 [[nodiscard]] const Damage& damage_named(const std::string& name);
 
 /// For each MCU, whether the picture has it as the original does: within two levels, root mean square, in
 /// every block. Decoded by libjpeg without smoothing; bytes behind the picture and warnings are ignored.
+/// An unbroken run of such MCUs counts if two of them are unlike their neighbours: another is the same by
+/// chance.
 /// Empty when nothing decodes or sizes differ.
 [[nodiscard]] std::vector<bool> mcus_in_place(const Bytes& original, const Bytes& picture);
 

@@ -10,6 +10,8 @@ namespace {
 
 using namespace test;
 
+constexpr unsigned kLarger = 4; // Sides of the pictures that outlive the loss of a long head.
+
 std::string cell(const Trial& trial) {
     std::string text = "-";
     if (trial.other) {
@@ -43,8 +45,10 @@ void print_table(const Container& container, bool with_sibling, unsigned width, 
     for (const auto& damage : damages()) {
         std::printf("| %s |", damage.name.c_str());
         for (const auto& coding : codings()) {
-            std::printf(" %s |",
-                        cell(run_trial(coding, container, damage, with_sibling, width, height)).c_str());
+            const unsigned scale = damage.large ? kLarger : 1;
+            const Trial trial =
+                run_trial(coding, container, damage, with_sibling, width * scale, height * scale);
+            std::printf(" %s |", cell(trial).c_str());
         }
         std::printf("\n");
     }
@@ -73,7 +77,8 @@ void print_means(unsigned width, unsigned height) {
 int main(int argc, char** argv) {
     const unsigned width = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[1], nullptr, 10)) : 640;
     const unsigned height = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 480;
-    std::printf("Pictures of %u x %u pixels.\n", width, height);
+    std::printf("Pictures of %u x %u pixels, and of %u x %u for heads of 64 and 150 KiB.\n", width, height,
+                width * kLarger, height * kLarger);
     print_table(containers().front(), false, width, height);
     print_table(containers().front(), true, width, height);
     print_means(width / 2, height / 2);

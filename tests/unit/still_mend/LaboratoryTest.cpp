@@ -11,6 +11,8 @@ namespace {
 
 constexpr unsigned kWidth = 640;
 constexpr unsigned kHeight = 480;
+constexpr unsigned kLargeWidth = 2560;
+constexpr unsigned kLargeHeight = 1920;
 
 Trial trial(const Coding& coding, const std::string& damage, bool with_sibling = false,
             const std::string& container = "TIFF, low byte first") {
@@ -24,8 +26,9 @@ bool has_restarts(const Coding& coding) {
 TEST(Laboratory, AnUndamagedPictureIsDeliveredByteForByte) {
     for (const auto& coding : codings()) {
         for (const auto& container : containers()) {
-            const Bytes picture = make_coded(coding, 1, 320, 240);
-            const Trial undamaged = run_trial(picture, container.build(picture, {}));
+            const Specimen specimen = container.build(make_coded(coding, 1, 320, 240), {});
+            const Bytes picture = part(specimen.file, specimen.offset, specimen.offset + specimen.size);
+            const Trial undamaged = run_trial(picture, specimen);
             EXPECT_EQ(undamaged.result, STILL_MEND_OK) << coding.name << ", " << container.name;
             EXPECT_EQ(undamaged.output, picture) << coding.name << ", " << container.name;
             EXPECT_EQ(undamaged.warnings, 0U) << coding.name << ", " << container.name;
@@ -184,10 +187,13 @@ TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
 TEST(Laboratory, DataBehindALostHeadAreReadWithASiblingsTables) {
     for (const char* name : {"baseline 4:2:0, restarts", "baseline 4:2:2, restarts"}) {
         const auto& coding = coding_named(name);
-        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
-        const Anatomy anatomy = dissect(picture);
-        for (const std::size_t kib : {1U, 4U, 12U}) {
-            const Trial headless = trial(coding, "head zeroed, " + std::to_string(kib) + " KiB", true);
+        for (const std::size_t kib : {1U, 4U, 12U, 64U, 150U}) {
+            const auto& damage = damage_named("head zeroed, " + std::to_string(kib) + " KiB");
+            const unsigned width = damage.large ? kLargeWidth : kWidth;
+            const unsigned height = damage.large ? kLargeHeight : kHeight;
+            const Bytes picture = make_coded(coding, 1, width, height);
+            const Anatomy anatomy = dissect(picture);
+            const Trial headless = run_trial(coding, container_named("alone"), damage, true, width, height);
             std::size_t lost = 0;
             while (anatomy.intervals[lost].first < kib * 1024) {
                 ++lost;
@@ -230,6 +236,47 @@ TEST(Laboratory, EveryDeliveredPictureDecodesCleanly) {
                 run_trial(coding_named(name), container_named("alone"), damage, false, 320, 240);
             EXPECT_EQ(any.result == STILL_MEND_OK, !any.output.empty()) << name << ", " << damage.name;
             EXPECT_EQ(any.result == STILL_MEND_OK, any.clean) << name << ", " << damage.name;
+        }
+    }
+}
+
+void expect_honest(const Coding& coding, const Container& container, const Damage& damage, unsigned width,
+                   unsigned height) {
+    const Trial any = run_trial(coding, container, damage, false, width, height);
+    const std::string where = coding.name + ", " + container.name + ", " + damage.name;
+    EXPECT_TRUE(any.other || any.recovered >= any.plain)
+        << where << ": " << any.recovered << " in place, and " << any.plain << " of a plain decode";
+    EXPECT_FALSE(any.false_success())
+        << where << ": " << any.claimed << " claimed, and " << any.in_shape << " in place";
+}
+
+TEST(Laboratory, NothingIsLessThanAPlainDecodeAndNothingIsClaimedThatIsNotInPlace) {
+    for (const auto& coding : codings()) {
+        for (const auto& damage : damages()) {
+            expect_honest(coding, container_named("alone"), damage, kWidth, kHeight);
+        }
+    }
+}
+
+TEST(Laboratory, NeitherIsItInAnyContainer) {
+    for (const auto& container : containers()) {
+        for (const char* coding : {"baseline 4:2:0", "baseline 4:2:2, restarts", "progressive grey"}) {
+            for (const char* damage :
+                 {"EOI lost", "DHT lost", "head zeroed, 4 KiB", "cut at 50 %", "random block, 512",
+                  "100 bytes dropped", "8 restart intervals removed", "stray markers"}) {
+                expect_honest(coding_named(coding), container, damage_named(damage), 320, 240);
+            }
+        }
+    }
+}
+
+TEST(Laboratory, WhatIsMendedAloneIsMendedInAnyContainer) {
+    for (const auto& container : containers()) {
+        const auto& coding = coding_named("baseline 4:2:2, restarts");
+        for (const char* damage : {"EOI lost", "DHT lost", "DRI lost", "SOI lost"}) {
+            const Trial mended = run_trial(coding, container, damage_named(damage), false, 320, 240);
+            EXPECT_EQ(mended.result, STILL_MEND_OK) << container.name << ", " << damage;
+            EXPECT_DOUBLE_EQ(mended.share(), 1.0) << container.name << ", " << damage;
         }
     }
 }

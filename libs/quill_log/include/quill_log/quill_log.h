@@ -1,4 +1,4 @@
-/*
+/** @file
  * quill_log.h - a small log: one file, lines with time, level and module.
  *
  * Strings are NUL-terminated UTF-8 and are not kept. Both functions may be called from several threads at
@@ -7,6 +7,7 @@
 #ifndef QUILL_LOG_QUILL_LOG_H
 #define QUILL_LOG_QUILL_LOG_H
 
+/** Marks the exports. */
 #if defined(_WIN32)
 #if defined(QUILL_LOG_BUILDING)
 #define QUILL_LOG_API __declspec(dllexport)
@@ -17,6 +18,7 @@
 #define QUILL_LOG_API __attribute__((visibility("default")))
 #endif
 
+/** Has the compiler compare a format with its arguments, where it can. */
 #if defined(__GNUC__) && defined(__MINGW32__)
 #define QUILL_LOG_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
@@ -29,10 +31,10 @@
 extern "C" {
 #endif
 
-/* Levels of LogEx. Any other level below 3 counts as information, any above as an error. */
+/** Levels of LogEx. Any other level below 3 counts as information, any above as an error. */
 enum { QUILL_LOG_INFORMATION = 1, QUILL_LOG_ERROR = 3 };
 
-/*
+/**
  * Opens the log file, for appending.
  *
  *   config_directory  not read; part of the interface for log libraries that keep settings.
@@ -46,7 +48,7 @@ enum { QUILL_LOG_INFORMATION = 1, QUILL_LOG_ERROR = 3 };
  */
 QUILL_LOG_API unsigned char InitLogEx(const char* config_directory, const char* module, const char* log_file);
 
-/*
+/**
  * Appends one line: local time, level word, module, and the text formatted as printf does, of any length.
  *
  *   2026-11-21 09:30:00.125 [info] [PlateMend] [MndRawInit](42): text

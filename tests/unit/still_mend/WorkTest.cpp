@@ -1,0 +1,122 @@
+#include "Work.h"
+#include "Salvage.h"
+
+#include "Laboratory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+// How much the salvager looks at, whatever the bytes: counted, and linear in the size of the file.
+
+namespace test {
+namespace {
+
+std::uint64_t work_on(const Bytes& file) {
+    const std::uint64_t before = still_mend::Work::done();
+    static_cast<void>(still_mend::find_best(file));
+    return still_mend::Work::done() - before;
+}
+
+/// A pattern again and again, up to a size.
+Bytes repeated(const Bytes& pattern, std::size_t size) {
+    Bytes file(size);
+    for (std::size_t offset = 0; offset < size; offset += pattern.size()) {
+        std::copy_n(pattern.begin(), std::min(pattern.size(), size - offset),
+                    file.begin() + static_cast<std::ptrdiff_t>(offset));
+    }
+    return file;
+}
+
+Bytes header(const char* coding, unsigned width, unsigned height) {
+    const Bytes picture = make_coded(coding_named(coding), 1, 64, 48);
+    const Anatomy anatomy = dissect(picture);
+    Bytes head = part(picture, 0, anatomy.scan_header.last);
+    put_u16(head, anatomy.frame[0].first + 5, static_cast<std::uint16_t>(height), ByteOrder::kBig);
+    put_u16(head, anatomy.frame[0].first + 7, static_cast<std::uint16_t>(width), ByteOrder::kBig);
+    return head;
+}
+
+/// Restart markers with two bytes between them.
+Bytes restart_flood(std::size_t size) {
+    Bytes pattern;
+    for (unsigned char number = 0; number < 8; ++number) {
+        pattern.insert(pattern.end(), {0x12, 0x34, 0xFF, static_cast<unsigned char>(0xD0 + number)});
+    }
+    return repeated(pattern, size);
+}
+
+struct Flood {
+    std::string name;
+    std::function<Bytes(std::size_t size)> make;
+};
+
+std::vector<Flood> floods() {
+    const auto behind = [](const Bytes& head, const std::function<Bytes(std::size_t)>& make) {
+        return [head, make](std::size_t size) { return joined(head, make(size)); };
+    };
+    const auto random = [](std::size_t size) { return noise(size, 1); };
+    std::vector<Flood> all{
+        {"noise", random},
+        {"zeros", [](std::size_t size) { return Bytes(size); }},
+        {"FF", [](std::size_t size) { return Bytes(size, 0xFF); }},
+        {"FF D8 FF",
+         [](std::size_t size) {
+             return repeated({0xFF, 0xD8, 0xFF}, size);
+         }},
+        {"FF D8 FF E0",
+         [](std::size_t size) {
+             return repeated({0xFF, 0xD8, 0xFF, 0xE0}, size);
+         }},
+        {"restart markers", restart_flood},
+        {"long tables",
+         [](std::size_t size) {
+             return repeated({0xFF, 0xC4, 0xFF, 0xDB, 0x7F, 0xFF}, size);
+         }},
+    };
+    for (const char* coding :
+         {"baseline 4:2:0", "baseline 4:2:2, restarts", "baseline grey", "progressive grey"}) {
+        const std::string under = std::string(" under a header: ") + coding;
+        for (const unsigned side : {64U, 4000U}) {
+            const Bytes head = header(coding, side, side);
+            const std::string where = under + ", " + std::to_string(side);
+            all.push_back({"noise" + where, behind(head, random)});
+            all.push_back({"zeros" + where, behind(head, [](std::size_t size) { return Bytes(size); })});
+            all.push_back({"restart markers" + where, behind(head, restart_flood)});
+        }
+        const Bytes head = header(coding, 640, 480);
+        all.push_back({"headers" + under, [head](std::size_t size) { return repeated(head, size); }});
+        const Bytes with_data = joined(head, noise(300, 2));
+        all.push_back({"headers and noise" + under,
+                       [with_data](std::size_t size) { return repeated(with_data, size); }});
+    }
+    return all;
+}
+
+TEST(Work, GrowsWithTheSizeOfTheFileWhateverItsBytes) {
+    constexpr std::size_t kSize = 1U << 17U;
+    for (const auto& flood : floods()) {
+        const std::uint64_t once = work_on(flood.make(kSize));
+        const std::uint64_t fourfold = work_on(flood.make(4 * kSize));
+        EXPECT_LE(fourfold, 6 * once + kSize) << flood.name;
+    }
+}
+
+TEST(Work, IsBoundedByAConstantForEachByte) {
+    constexpr std::size_t kSize = 1U << 19U;
+    for (const auto& flood : floods()) {
+        EXPECT_LE(work_on(flood.make(kSize)), 80 * kSize) << flood.name;
+    }
+}
+
+TEST(Work, OnAHundredMegabytesWithoutAPictureIsAFewLooksAtEachByte) {
+    constexpr std::size_t kSize = 100'000'000;
+    EXPECT_LE(work_on(Bytes(kSize)), 4 * kSize);
+    EXPECT_LE(work_on(repeated({0xFF, 0xD8, 0xFF}, kSize)), 4 * kSize);
+    EXPECT_LE(work_on(repeated(noise(1U << 20U, 1), kSize)), 4 * kSize);
+}
+
+} // namespace
+} // namespace test
