@@ -17,6 +17,10 @@ if(MSVC)
 else()
     target_compile_options(plate_mend_warnings INTERFACE
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${PLATE_MEND_WERROR}>:-Werror>)
+    # At -O3 GCC 12 sees overlaps in std::string that are none.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        target_compile_options(plate_mend_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+    endif()
 endif()
 
 # windows.h shall not define min and max.
@@ -27,9 +31,15 @@ add_library(plate_mend_sanitizers INTERFACE)
 if(PLATE_MEND_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     # With sanitizers GCC sees uninitialised reads inside std::regex that are none.
-    target_compile_options(plate_mend_sanitizers INTERFACE ${sanitizers} -Wno-maybe-uninitialized)
+    target_compile_options(plate_mend_sanitizers INTERFACE ${sanitizers}
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(plate_mend_sanitizers INTERFACE ${sanitizers})
     target_compile_definitions(plate_mend_sanitizers INTERFACE PLATE_MEND_LEAK_DETECTION=1)
+endif()
+
+# What libFuzzer looks at: which branches an input took. The harnesses link its main function.
+if(PLATE_MEND_BUILD_FUZZ)
+    target_compile_options(plate_mend_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # plate_mend_target(<target>): the settings above for one target.
@@ -42,8 +52,8 @@ function(plate_mend_target target)
         POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# plate_mend_console_program(<target>): a program that people start. It stands beside the shared libraries, and on
-# Windows its manifest asks for UTF-8 and for long paths.
+# plate_mend_console_program(<target>): a program that people start. It stands beside the shared libraries until it is
+# installed, and on Windows its manifest asks for UTF-8 and for long paths.
 function(plate_mend_console_program target)
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
@@ -65,8 +75,7 @@ function(plate_mend_shared_library target name)
         PREFIX "" IMPORT_PREFIX "" OUTPUT_NAME "${name}" DEBUG_POSTFIX ""
         RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
         LIBRARY_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
-        BUILD_RPATH_USE_ORIGIN ON
-        BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+        BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
     if(NOT WIN32)
         list(JOIN ARGN ";\n    " symbols)
         set(script "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")

@@ -1,4 +1,4 @@
-/*
+/** @file
  * plate_mend.h - repairs damaged camera RAW photographs.
  *
  * A damaged photograph has often lost its first kilobytes while the image data behind them is intact.
@@ -35,14 +35,15 @@
  *     language should give well-formed paths and keep the library in a process of its own.
  *  7. Files: the damaged file is opened for reading and writing (and for CR3 the sample too), though
  *     neither is ever changed. A file that the process may not write cannot be repaired. Files of 2 GiB or
- *     more are out of reach.
+ *     more are out of reach. Inputs and temporary file are mapped: nobody may cut one short while a call
+ *     runs. Windows refuses that; elsewhere the process gets the signal SIGBUS.
  */
 #ifndef PLATE_MEND_PLATE_MEND_H
 #define PLATE_MEND_PLATE_MEND_H
 
 #include <stdint.h>
 
-/*
+/**
  * PLATE_MEND_API marks the exports.
  *
  *               | building the library             | using it
@@ -63,155 +64,155 @@
 extern "C" {
 #endif
 
-/* Results that belong to no format. */
+/** Results that belong to no format. */
 enum {
-    /* The call did what it is for. */
+    /** The call did what it is for. */
     PLATE_MEND_OK = 0,
-    /* No format is known for the extension of the first path; or, from CheckRawFile, LibRaw does not open
+    /** No format is known for the extension of the first path; or, from CheckRawFile, LibRaw does not open
      * the file. */
     PLATE_MEND_UNKNOWN = -1,
-    /* MndRawInit: the log could not be started. Repairs work all the same. */
+    /** MndRawInit: the log could not be started. Repairs work all the same. */
     PLATE_MEND_LOG_FAILED = -1020
 };
 
-/* DNG, from MndRawAdvanceRepair. */
+/** DNG, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_DNG_INPUT_MISSING = -1021,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_DNG_CLONE_FAILED = -1022,
-    /* The sample's structure could not be read. Take another sample. */
+    /** The sample's structure could not be read. Take another sample. */
     PLATE_MEND_DNG_SAMPLE_UNUSABLE = -1023,
-    /* The damaged file has lost the entries that lead to its image. */
+    /** The damaged file has lost the entries that lead to its image. */
     PLATE_MEND_DNG_NOT_FOUND = -1024,
-    /* The damaged file ends inside what was read of it. */
+    /** The damaged file ends inside what was read of it. */
     PLATE_MEND_DNG_DAMAGED_UNUSABLE = -1025,
-    /* The two files do not belong together, or a slice lies outside its file. */
+    /** The two files do not belong together, or a slice lies outside its file. */
     PLATE_MEND_DNG_MERGE_FAILED = -1026
 };
 
-/* Canon CR2, from MndRawAdvanceRepair. */
+/** Canon CR2, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_CR2_INPUT_MISSING = -1050,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_CR2_CLONE_FAILED = -1051,
-    /* The sample could not be mapped or its structure not be read. Take another sample. */
+    /** The sample could not be mapped or its structure not be read. Take another sample. */
     PLATE_MEND_CR2_SAMPLE_UNUSABLE = -1052,
-    /* The damaged file could not be mapped, or has lost the entries that lead to its image. */
+    /** The damaged file could not be mapped, or has lost the entries that lead to its image. */
     PLATE_MEND_CR2_DAMAGED_UNUSABLE = -1053,
-    /* A slice lies outside its file. */
+    /** A slice lies outside its file. */
     PLATE_MEND_CR2_MERGE_FAILED = -1054
 };
 
-/* Nikon NEF, from MndRawAdvanceRepair. */
+/** Nikon NEF, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_NEF_INPUT_MISSING = -1060,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_NEF_CLONE_FAILED = -1061,
-    /* The sample could not be mapped or its structure not be read. Take another sample. */
+    /** The sample could not be mapped or its structure not be read. Take another sample. */
     PLATE_MEND_NEF_SAMPLE_UNUSABLE = -1062,
-    /* The damaged file has lost the entries that lead to its image. */
+    /** The damaged file has lost the entries that lead to its image. */
     PLATE_MEND_NEF_NOT_FOUND = -1063,
-    /* The damaged file could not be mapped, or ends inside what was read of it. */
+    /** The damaged file could not be mapped, or ends inside what was read of it. */
     PLATE_MEND_NEF_DAMAGED_UNUSABLE = -1064,
-    /* A slice lies outside its file. */
+    /** A slice lies outside its file. */
     PLATE_MEND_NEF_MERGE_FAILED = -1065
 };
 
-/* Canon CR3, from MndRawAdvanceRepair. */
+/** Canon CR3, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_CR3_INPUT_MISSING = -1090,
-    /* The landmarks of the damaged file stand in the wrong order. */
+    /** The landmarks of the damaged file stand in the wrong order. */
     PLATE_MEND_CR3_LANDMARKS_MISPLACED = -1091,
-    /* The damaged file has lost a landmark that leads to its image. */
+    /** The damaged file has lost a landmark that leads to its image. */
     PLATE_MEND_CR3_NOT_FOUND = -1092,
-    /* The image data of a file does not stand where its tables say. */
+    /** The image data of a file does not stand where its tables say. */
     PLATE_MEND_CR3_MISMATCH = -1093,
-    /* An offset or a size leads past the end of the sample or of the damaged file. */
+    /** An offset or a size leads past the end of the sample or of the damaged file. */
     PLATE_MEND_CR3_OUT_OF_RANGE = -1094,
-    /* The sample's boxes could not be read. Take another sample. */
+    /** The sample's boxes could not be read. Take another sample. */
     PLATE_MEND_CR3_SAMPLE_UNUSABLE = -1095
 };
 
-/* Sony ARW, also for the extension raw, from MndRawAdvanceRepair. */
+/** Sony ARW, also for the extension raw, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_ARW_INPUT_MISSING = -1120,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_ARW_CLONE_FAILED = -1121,
-    /* The sample's clone or the damaged file is empty or could not be mapped. */
+    /** The sample's clone or the damaged file is empty or could not be mapped. */
     PLATE_MEND_ARW_MAP_FAILED = -1122,
-    /* An offset leads past the end of the sample or of the damaged file. */
+    /** An offset leads past the end of the sample or of the damaged file. */
     PLATE_MEND_ARW_OUT_OF_RANGE = -1123,
-    /* The damaged file has lost the strip entries that lead to its image. */
+    /** The damaged file has lost the strip entries that lead to its image. */
     PLATE_MEND_ARW_NOT_FOUND = -1124,
-    /* The output could not be opened, or a slice lies outside its file. */
+    /** The output could not be opened, or a slice lies outside its file. */
     PLATE_MEND_ARW_MERGE_FAILED = -1125,
-    /* The sample's structure could not be read, or another error. Take another sample. */
+    /** The sample's structure could not be read, or another error. Take another sample. */
     PLATE_MEND_ARW_SAMPLE_UNUSABLE = -1126
 };
 
-/* Sony SR2, from MndRawAdvanceRepair. */
+/** Sony SR2, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_SR2_INPUT_MISSING = -1130,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_SR2_CLONE_FAILED = -1131,
-    /* The sample's clone or the damaged file is empty or could not be mapped. */
+    /** The sample's clone or the damaged file is empty or could not be mapped. */
     PLATE_MEND_SR2_MAP_FAILED = -1132,
-    /* An offset leads past the end of the sample or of the damaged file. */
+    /** An offset leads past the end of the sample or of the damaged file. */
     PLATE_MEND_SR2_OUT_OF_RANGE = -1133,
-    /* The damaged file has lost the strip entries that lead to its image. */
+    /** The damaged file has lost the strip entries that lead to its image. */
     PLATE_MEND_SR2_NOT_FOUND = -1134,
-    /* The output could not be opened, or a slice lies outside its file. */
+    /** The output could not be opened, or a slice lies outside its file. */
     PLATE_MEND_SR2_MERGE_FAILED = -1135,
-    /* The sample's structure could not be read, or another error. Take another sample. */
+    /** The sample's structure could not be read, or another error. Take another sample. */
     PLATE_MEND_SR2_SAMPLE_UNUSABLE = -1136
 };
 
-/* Olympus ORF, from MndRawAdvanceRepair. */
+/** Olympus ORF, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_ORF_INPUT_MISSING = -1140,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_ORF_CLONE_FAILED = -1141,
-    /* The sample's clone or the damaged file is empty or could not be mapped. */
+    /** The sample's clone or the damaged file is empty or could not be mapped. */
     PLATE_MEND_ORF_MAP_FAILED = -1142,
-    /* An offset leads past the end of the damaged file. */
+    /** An offset leads past the end of the damaged file. */
     PLATE_MEND_ORF_OUT_OF_RANGE = -1143,
-    /* The damaged file has lost the strip entries that lead to its image. */
+    /** The damaged file has lost the strip entries that lead to its image. */
     PLATE_MEND_ORF_NOT_FOUND = -1144,
-    /* The sample's header or first directory is not one of an ORF. Take another sample. */
+    /** The sample's header or first directory is not one of an ORF. Take another sample. */
     PLATE_MEND_ORF_SAMPLE_ILLEGAL = -1145,
-    /* The output could not be opened, or a slice lies outside its file. */
+    /** The output could not be opened, or a slice lies outside its file. */
     PLATE_MEND_ORF_MERGE_FAILED = -1146,
-    /* The sample lacks an entry or ends too early, or another error. Take another sample. */
+    /** The sample lacks an entry or ends too early, or another error. Take another sample. */
     PLATE_MEND_ORF_SAMPLE_UNUSABLE = -1147
 };
 
-/* Fujifilm RAF, from MndRawAdvanceRepair. */
+/** Fujifilm RAF, from MndRawAdvanceRepair. */
 enum {
-    /* The damaged file or the sample does not exist. The old output is removed all the same. */
+    /** The damaged file or the sample does not exist. The old output is removed all the same. */
     PLATE_MEND_RAF_INPUT_MISSING = -1150,
-    /* The sample or the temporary file could not be opened. Look at the work directory. */
+    /** The sample or the temporary file could not be opened. Look at the work directory. */
     PLATE_MEND_RAF_CLONE_FAILED = -1151,
-    /* The sample's clone or the damaged file is empty or could not be mapped. */
+    /** The sample's clone or the damaged file is empty or could not be mapped. */
     PLATE_MEND_RAF_MAP_FAILED = -1152,
-    /* An offset leads past the end of a file, or the damaged file has lost the entries that lead to
+    /** An offset leads past the end of a file, or the damaged file has lost the entries that lead to
      * its image. */
     PLATE_MEND_RAF_OUT_OF_RANGE = -1153,
-    /* The sample lacks a header, an entry or a marker. Take another sample. */
+    /** The sample lacks a header, an entry or a marker. Take another sample. */
     PLATE_MEND_RAF_SAMPLE_NOT_FOUND = -1154,
-    /* The output could not be opened, or a slice lies outside its file. */
+    /** The output could not be opened, or a slice lies outside its file. */
     PLATE_MEND_RAF_MERGE_FAILED = -1155,
-    /* The sample's structure could not be read, or another error. Take another sample. */
+    /** The sample's structure could not be read, or another error. Take another sample. */
     PLATE_MEND_RAF_SAMPLE_UNUSABLE = -1156
 };
 
-/*
+/**
  * Starts the log and stores the work directory.
  *
  *   log_directory     where "PlateMend.log" is appended to. It must exist.
@@ -228,10 +229,10 @@ enum {
 PLATE_MEND_API int32_t MndRawInit(const char* log_directory, const char* config_directory,
                                   const char* work_directory);
 
-/* Does nothing, and may be called at any time. Everything is released when the process ends. */
+/** Does nothing, and may be called at any time. Everything is released when the process ends. */
 PLATE_MEND_API void MndRawDestroy(void);
 
-/*
+/**
  * Salvages a JPEG from damaged_file alone and writes it to output_file.
  *
  *   damaged_file  chooses the format by its extension; it is only read.
@@ -242,7 +243,7 @@ PLATE_MEND_API void MndRawDestroy(void);
  */
 PLATE_MEND_API int32_t MndRawGeneralRepair(const char* damaged_file, const char* output_file);
 
-/*
+/**
  * Rebuilds damaged_file: structure from sample_file, image data from damaged_file, into output_file.
  *
  *   damaged_file  chooses the format by its extension; it must be writable and is not changed.
@@ -275,7 +276,7 @@ PLATE_MEND_API int32_t MndRawGeneralRepair(const char* damaged_file, const char*
 PLATE_MEND_API int32_t MndRawAdvanceRepair(const char* damaged_file, const char* sample_file,
                                            const char* output_file);
 
-/*
+/**
  * Tells whether LibRaw opens the file. Opening reads the structure, not the image data.
  *
  * Returns PLATE_MEND_OK, or PLATE_MEND_UNKNOWN otherwise; then "Could not open file " and the path go to

@@ -38,9 +38,16 @@ std::vector<unsigned char> read_next_bytes(MMAP& map, std::uint32_t count) {
     if (count == 0) {
         return {};
     }
-    const auto bytes = slice(map, map.position() + 1, count);
-    map.advance(count);
+    skip_next_bytes(map, count);
+    const auto bytes = slice(map, map.position() + 1 - count, count);
     return {bytes.begin(), bytes.end()};
+}
+
+void skip_next_bytes(MMAP& map, std::uint32_t count) {
+    if (count != 0) {
+        (void)slice(map, map.position() + 1, count); // Throws before the cursor moves.
+        map.advance(count);
+    }
 }
 
 void write_u16(std::ostream& stream, std::uint16_t value) {

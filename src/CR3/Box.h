@@ -66,6 +66,9 @@ class Box {
 /// them; the cursor then stays. None at all is an empty vector wherever the cursor stands.
 [[nodiscard]] std::vector<unsigned char> read_next_bytes(MMAP& map, std::uint32_t count);
 
+/// Passes over the next count bytes, with the errors of read_next_bytes, and the cursor on the last of them.
+void skip_next_bytes(MMAP& map, std::uint32_t count);
+
 // Writing. A failed write is not noticed; the stream keeps its state.
 
 void write_u16(std::ostream& stream, std::uint16_t value);

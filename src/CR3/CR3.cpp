@@ -14,19 +14,6 @@ namespace {
 constexpr std::size_t kBlankedBytes = 30;
 constexpr std::uint64_t kFirstTableEntry = 16; // Behind the type: in "stsz" the size, in "co64" the low word.
 
-void set_track_data(MdatBox& mdat, unsigned n, std::vector<unsigned char> bytes) {
-    switch (n) {
-    case 1:
-        return mdat.set_track1_data(std::move(bytes));
-    case 2:
-        return mdat.set_track2_data(std::move(bytes));
-    case 3:
-        return mdat.set_track3_data(std::move(bytes));
-    default:
-        return mdat.set_track4_data(std::move(bytes));
-    }
-}
-
 std::vector<unsigned char> with_blank_head(std::vector<unsigned char> jpeg) {
     std::fill_n(jpeg.begin(), std::min(jpeg.size(), kBlankedBytes), static_cast<unsigned char>(0));
     return jpeg;
@@ -83,7 +70,7 @@ std::uint32_t CR3::read_track(unsigned n, Source source, TrackCursor& cursor) {
         mmap->advance(skipped);
         cursor.gap = n == 1 ? skipped : cursor.gap + skipped;
     }
-    set_track_data(*mdat, n, read_next_bytes(*mmap, size));
+    mdat->set_track(n, TrackData(mmap, size));
     if (n != 1) {
         correct_offset(offset - cursor.gap);
     } else if (skipped != 0) {

@@ -193,10 +193,10 @@ void write_mdat(std::ostream& output, const MdatBox& damaged, const MdatBox& sam
         write_u32(output, sample.get_large_size_high());
         write_u32(output, sample.get_large_size_low());
     }
-    write_bytes(output, damaged.get_track1_data());
-    write_bytes(output, sample.get_track2_data());
-    write_bytes(output, damaged.get_track3_data());
-    write_bytes(output, sample.get_track4_data());
+    damaged.write_track(1, output);
+    sample.write_track(2, output);
+    damaged.write_track(3, output);
+    sample.write_track(4, output);
     write_bytes(output, sample.get_padding());
 }
 

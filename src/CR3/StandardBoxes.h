@@ -1,11 +1,13 @@
 #pragma once
 
 #include "CR3/Box.h"
+#include "CR3/TrackData.h"
 #include "CR3/VendorBoxes.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <ostream>
 #include <utility>
 #include <vector>
 
@@ -325,24 +327,26 @@ class MdatBox : public Box {
     void set_large_size_high(std::uint32_t value) { large_size_high = value; }
     [[nodiscard]] std::uint32_t get_large_size_low() const { return large_size_low; }
     void set_large_size_low(std::uint32_t value) { large_size_low = value; }
-    [[nodiscard]] std::vector<unsigned char> get_track1_data() const { return track1_data; }
-    void set_track1_data(std::vector<unsigned char> value) { track1_data = std::move(value); }
-    [[nodiscard]] std::vector<unsigned char> get_track2_data() const { return track2_data; }
-    void set_track2_data(std::vector<unsigned char> value) { track2_data = std::move(value); }
-    [[nodiscard]] std::vector<unsigned char> get_track3_data() const { return track3_data; }
-    void set_track3_data(std::vector<unsigned char> value) { track3_data = std::move(value); }
-    [[nodiscard]] std::vector<unsigned char> get_track4_data() const { return track4_data; }
-    void set_track4_data(std::vector<unsigned char> value) { track4_data = std::move(value); }
+    [[nodiscard]] std::vector<unsigned char> get_track1_data() const { return tracks[0].bytes(); }
+    void set_track1_data(std::vector<unsigned char> value) { tracks[0] = TrackData(std::move(value)); }
+    [[nodiscard]] std::vector<unsigned char> get_track2_data() const { return tracks[1].bytes(); }
+    void set_track2_data(std::vector<unsigned char> value) { tracks[1] = TrackData(std::move(value)); }
+    [[nodiscard]] std::vector<unsigned char> get_track3_data() const { return tracks[2].bytes(); }
+    void set_track3_data(std::vector<unsigned char> value) { tracks[2] = TrackData(std::move(value)); }
+    [[nodiscard]] std::vector<unsigned char> get_track4_data() const { return tracks[3].bytes(); }
+    void set_track4_data(std::vector<unsigned char> value) { tracks[3] = TrackData(std::move(value)); }
+
+    /// The same for track n, 1 to 4, without a copy of its bytes.
+    void set_track(unsigned n, TrackData value) { tracks.at(n - 1) = std::move(value); }
+    void write_track(unsigned n, std::ostream& stream) const { tracks.at(n - 1).write(stream); }
+
     [[nodiscard]] std::vector<unsigned char> get_padding() const { return padding; }
     void set_padding(std::vector<unsigned char> value) { padding = std::move(value); }
 
   private:
     std::uint32_t large_size_high = 0;
     std::uint32_t large_size_low = 0;
-    std::vector<unsigned char> track1_data;
-    std::vector<unsigned char> track2_data;
-    std::vector<unsigned char> track3_data;
-    std::vector<unsigned char> track4_data;
+    std::array<TrackData, 4> tracks;
     std::vector<unsigned char>
         padding; ///< Zeros behind track 4: as many as the low two bits of the sum of the lengths say.
 };

@@ -1,7 +1,6 @@
 #include "DNG/DNG.h"
 
 #include "api/Exceptions.h"
-#include "util/ByteScan.h"
 #include "util/Reading.h"
 #include "util/Slice.h"
 
@@ -24,6 +23,11 @@ constexpr std::uint16_t kFirstType = 1; // BYTE
 constexpr std::uint16_t kLastType = 12; // DOUBLE
 
 constexpr std::uint64_t kBlankedBytes = 30;
+constexpr std::uint64_t kNumberSize = 4;
+
+bool is_legal(const DE& entry) {
+    return entry.tag() != 0 && entry.type() >= kFirstType && entry.type() <= kLastType && entry.count() != 0;
+}
 
 } // namespace
 
@@ -66,26 +70,33 @@ std::uint32_t DNG::find_tag(Pattern pattern, std::uint32_t start) const {
     if (!big_endian_) {
         std::swap(pattern[0], pattern[1]);
     }
-    const auto match = find_in_file(*mmap_, pattern, start, mmap_->size());
+    const auto match = searches_.try_emplace(pattern, pattern).first->second.find(*mmap_, start);
     if (!match) {
         throw NotFoundException();
     }
     return *match;
 }
 
-void DNG::read_entry(const std::shared_ptr<DE>& de, std::uint32_t offset) {
+DE DNG::read_fields(std::uint32_t offset) {
     mmap_->seek(offset);
-    const std::uint16_t tag = native(read_u16(*mmap_));
-    const std::uint16_t type = native(read_next_u16(*mmap_));
-    const std::uint32_t count = native(read_next_u32(*mmap_));
-    const std::uint32_t value = native(read_next_u32(*mmap_));
-    if (tag == 0 || type < kFirstType || type > kLastType || count == 0) {
+    DE fields;
+    fields.set_tag(native(read_u16(*mmap_)));
+    fields.set_type(native(read_next_u16(*mmap_)));
+    fields.set_count(native(read_next_u32(*mmap_)));
+    fields.set_value(native(read_next_u32(*mmap_)));
+    return fields;
+}
+
+bool DNG::is_entry(std::uint32_t offset) {
+    return is_legal(read_fields(offset));
+}
+
+void DNG::read_entry(const std::shared_ptr<DE>& de, std::uint32_t offset) {
+    const DE fields = read_fields(offset);
+    if (!is_legal(fields)) {
         throw IllegalException();
     }
-    de->set_tag(tag);
-    de->set_type(type);
-    de->set_count(count);
-    de->set_value(value);
+    *de = fields;
     ifd_->append_entry(de);
 }
 
@@ -96,8 +107,18 @@ bool DNG::read_entry_is_zero(const std::shared_ptr<DE>& de, std::uint32_t offset
 
 void DNG::blank_entry_data(const std::shared_ptr<DE>& de, std::uint32_t offset) {
     read_entry(de, offset);
+    forget_bytes(de->value(), de->value() + kBlankedBytes);
     mmap_->seek(de->value());
     write_zeros(*mmap_, kBlankedBytes);
+}
+
+/// What is known of the bytes [first, last) is not to be relied on any more: they are about to be written.
+void DNG::forget_bytes(std::uint64_t first, std::uint64_t last) {
+    tile_offsets_.keep(*mmap_, first, last);
+    tile_byte_counts_.keep(*mmap_, first, last);
+    for (auto& [pattern, search] : searches_) {
+        search.forget(first, last);
+    }
 }
 
 std::vector<std::uint32_t> DNG::read_sub_ifd_offsets(const std::shared_ptr<DE>& de, std::uint32_t offset) {
@@ -115,25 +136,28 @@ std::vector<std::uint32_t> DNG::read_sub_ifd_offsets(const std::shared_ptr<DE>& 
     return offsets;
 }
 
-std::vector<ValueSlot> DNG::read_list(Pattern pattern, std::uint32_t start) {
+TileList DNG::find_list(Pattern pattern, std::uint32_t start) {
     const auto de = std::make_shared<DE>();
     read_entry(de, find_tag(pattern, start));
-    mmap_->seek(de->value());
-    std::vector<ValueSlot> slots; // It grows as the file yields: the count is not to be trusted.
-    for (std::uint32_t index = 0; index < de->count(); ++index) {
-        const std::uint32_t value = native(read_u32(*mmap_));
-        slots.push_back({mmap_->position() - 3, value});
-        mmap_->advance(1); // Behind the last number too: a list that ends the file is out of range.
+    // With one byte more: a list that ends the file is out of range.
+    (void)slice(*mmap_, de->value(), std::uint64_t{de->count()} * kNumberSize + 1);
+    return {de->value(), de->count()};
+}
+
+std::vector<ValueSlot> DNG::read_list(const TileList& list) const {
+    std::vector<ValueSlot> slots = list.read(*mmap_);
+    for (ValueSlot& slot : slots) {
+        slot.value = native(slot.value);
     }
     return slots;
 }
 
 void DNG::read_tile_offsets(std::uint32_t start) {
-    tile_offsets_ = read_list(kTileOffsets, start);
+    tile_offsets_ = find_list(kTileOffsets, start);
 }
 
 void DNG::read_tile_byte_counts(std::uint32_t start) {
-    tile_byte_counts_ = read_list(kTileByteCounts, start);
+    tile_byte_counts_ = find_list(kTileByteCounts, start);
 }
 
 void DNG::append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path) {

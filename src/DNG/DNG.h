@@ -1,10 +1,12 @@
 #pragma once
 
+#include "DNG/TagSearch.h"
+#include "DNG/TileList.h"
 #include "util/MMap.h"
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <span>
 #include <vector>
@@ -83,17 +85,15 @@ class IFD {
     std::uint32_t next_ifd_offset_ = 0;
 };
 
-/// A number of 32 bits and where it lies in the file.
-struct ValueSlot {
-    std::uint64_t position = 0; ///< File offset of its first byte.
-    std::uint32_t value = 0;
-};
-
 /// One open file. Every operation works at the cursor of the mapping and leaves it wherever it stopped. No
 /// offset is tested in front of a seek: a bad one shows in the access that follows, as OutRangeException.
+///
+/// However often a repair asks, its searches together look at the file about once for each tag: see
+/// TagSearch, and TileList for the lists. Who writes through mmap() tells neither of the two, and must search
+/// and read lists no more; with mmap() closed there are no lists to be read.
 class DNG {
   public:
-    using Pattern = std::array<unsigned char, 2>; ///< A tag number, high byte first.
+    using Pattern = TagSearch::Pattern; ///< A tag number, high byte first.
 
     /// Maps the file for reading and writing. No file problem throws; see valid.
     explicit DNG(std::filesystem::path path);
@@ -106,6 +106,10 @@ class DNG {
     /// and whatever follows. Does not touch the cursor. Throws NotFoundException, also for a start at or
     /// past the end of the file.
     [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
+
+    /// Whether the operations below would accept the entry at the offset. Throws OutRangeException when its
+    /// 12 bytes do not lie in the file.
+    [[nodiscard]] bool is_entry(std::uint32_t offset);
 
     // The reading operations begin with the entry at the offset: it is judged, put into de, and appended to
     // the model's IFD. They throw OutRangeException when its 12 bytes do not lie in the file, before any
@@ -144,15 +148,18 @@ class DNG {
     [[nodiscard]] bool valid() const { return valid_; } ///< Whether anything is mapped.
     [[nodiscard]] bool big_endian() const { return big_endian_; }
     void set_big_endian(bool flag) { big_endian_ = flag; }
-    [[nodiscard]] std::vector<ValueSlot> tile_offsets() const { return tile_offsets_; }
-    [[nodiscard]] std::vector<ValueSlot> tile_byte_counts() const { return tile_byte_counts_; }
+    [[nodiscard]] std::vector<ValueSlot> tile_offsets() const { return read_list(tile_offsets_); }
+    [[nodiscard]] std::vector<ValueSlot> tile_byte_counts() const { return read_list(tile_byte_counts_); }
     [[nodiscard]] std::shared_ptr<MMAP> mmap() const { return mmap_; }
     [[nodiscard]] std::shared_ptr<IFH> ifh() const { return ifh_; } ///< Empty until parse_header.
     [[nodiscard]] std::shared_ptr<IFD> ifd() const { return ifd_; }
 
   private:
+    [[nodiscard]] DE read_fields(std::uint32_t offset);
     void read_entry(const std::shared_ptr<DE>& de, std::uint32_t offset);
-    [[nodiscard]] std::vector<ValueSlot> read_list(Pattern pattern, std::uint32_t start);
+    [[nodiscard]] TileList find_list(Pattern pattern, std::uint32_t start);
+    [[nodiscard]] std::vector<ValueSlot> read_list(const TileList& list) const;
+    void forget_bytes(std::uint64_t first, std::uint64_t last);
     [[nodiscard]] std::uint16_t native(std::uint16_t stored) const;
     [[nodiscard]] std::uint32_t native(std::uint32_t stored) const;
 
@@ -161,8 +168,9 @@ class DNG {
     std::shared_ptr<IFD> ifd_;
     bool valid_ = false;
     bool big_endian_ = false;
-    std::vector<ValueSlot> tile_offsets_;
-    std::vector<ValueSlot> tile_byte_counts_;
+    TileList tile_offsets_;
+    TileList tile_byte_counts_;
+    mutable std::map<Pattern, TagSearch> searches_; ///< By the bytes sought, in the order of the file.
 };
 
 } // namespace plate_mend

@@ -23,6 +23,12 @@ constexpr DNG::Pattern kNewSubfileType{0x00, 0xFE}; // 254
 constexpr DNG::Pattern kStripOffsets{0x01, 0x11};   // 273
 constexpr DNG::Pattern kSubIfds{0x01, 0x4A};        // 330
 
+/// The tile lists of a main image.
+struct Tiles {
+    std::vector<ValueSlot> offsets;
+    std::vector<ValueSlot> byte_counts;
+};
+
 /// Blanks the preview of IFD 0 in the clone. Gives the offsets of the sub-directories.
 std::vector<std::uint32_t> read_first_directory(DNG& sample) {
     sample.parse_header();
@@ -32,8 +38,8 @@ std::vector<std::uint32_t> read_first_directory(DNG& sample) {
 }
 
 /// Reads the tile lists of the main image and blanks the previews of the other sub-directories. Of several
-/// main images the last one's lists stay.
-void read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets) {
+/// main images the last one's lists stay; without one they are empty.
+Tiles read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets) {
     for (const std::uint32_t offset : offsets) {
         const std::uint32_t subfile_type = sample.find_tag(kNewSubfileType, offset);
         if (sample.read_entry_is_zero(std::make_shared<DE>(), subfile_type)) {
@@ -43,34 +49,39 @@ void read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets
             sample.blank_entry_data(std::make_shared<DE>(), sample.find_tag(kStripOffsets, offset));
         }
     }
+    return {sample.tile_offsets(), sample.tile_byte_counts()};
 }
 
 /// Finds the first NewSubfileType entry of value 0 with two good tile entries behind it, and reads their
-/// lists. An empty file leaves them empty.
-void read_damaged(DNG& damaged) {
+/// lists. Those of an empty file are empty.
+Tiles read_damaged(DNG& damaged) {
     std::uint32_t scan_offset = 0;
     while (scan_offset < damaged.file_size()) {
         const std::uint32_t match = damaged.find_tag(kNewSubfileType, scan_offset);
         scan_offset = match + 1;
+        if (!damaged.is_entry(match)) { // A false match. There may be millions, so this is no exception.
+            continue;
+        }
         try {
             if (damaged.read_entry_is_zero(std::make_shared<DE>(), match)) {
                 damaged.read_tile_offsets(match);
                 damaged.read_tile_byte_counts(match);
-                return;
+                break;
             }
         } catch (const IllegalException&) {
-            // A false match, or a bad tile entry behind a true one: it costs one more search. What was read
-            // of it stays until a later match replaces it.
+            // A bad tile entry behind a true match: it costs one more search. What was read of it stays until
+            // a later match replaces it.
         }
     }
+    return {damaged.tile_offsets(), damaged.tile_byte_counts()};
 }
 
 /// Throws MismatchingException unless the lists of both files go together and hold what the merge takes out
 /// of them: a first offset, a last byte count, and a byte count for every tile in front of the last.
-void require_matching_tiles(const DNG& sample, const DNG& damaged) {
-    const std::size_t offsets = sample.tile_offsets().size();
-    const std::size_t byte_counts = sample.tile_byte_counts().size();
-    if (offsets != damaged.tile_offsets().size() || byte_counts != damaged.tile_byte_counts().size()) {
+void require_matching_tiles(const Tiles& sample, const Tiles& damaged) {
+    const std::size_t offsets = sample.offsets.size();
+    const std::size_t byte_counts = sample.byte_counts.size();
+    if (offsets != damaged.offsets.size() || byte_counts != damaged.byte_counts.size()) {
         throw MismatchingException();
     }
     if (offsets == 0 || byte_counts == 0 || byte_counts < offsets - 1) {
@@ -85,33 +96,32 @@ void patch_number(DNG& sample, const ValueSlot& slot, std::uint32_t number) {
 
 /// Rewrites the clone's tile tables for the damaged file's tiles, which will lie end to end from the sample's
 /// first tile on.
-void patch_tables(DNG& sample, const DNG& damaged) {
-    const auto byte_counts = damaged.tile_byte_counts();
-    const auto byte_count_slots = sample.tile_byte_counts();
-    for (std::size_t tile = 0; tile < byte_count_slots.size(); ++tile) {
-        patch_number(sample, byte_count_slots[tile], byte_counts[tile].value);
+void patch_tables(DNG& sample, const Tiles& sample_tiles, const Tiles& damaged_tiles) {
+    const auto& byte_counts = damaged_tiles.byte_counts;
+    for (std::size_t tile = 0; tile < sample_tiles.byte_counts.size(); ++tile) {
+        patch_number(sample, sample_tiles.byte_counts[tile], byte_counts[tile].value);
     }
-    const auto offset_slots = sample.tile_offsets();
-    std::uint32_t offset = offset_slots.front().value; // A sum of 32 bits.
-    for (std::size_t tile = 0; tile + 1 < offset_slots.size(); ++tile) {
+    std::uint32_t offset = sample_tiles.offsets.front().value; // A sum of 32 bits.
+    for (std::size_t tile = 0; tile + 1 < sample_tiles.offsets.size(); ++tile) {
         offset += byte_counts[tile].value;
-        patch_number(sample, offset_slots[tile + 1], offset);
+        patch_number(sample, sample_tiles.offsets[tile + 1], offset);
     }
 }
 
 /// Writes the output, which does not exist yet. A failed write is not noticed. Throws MismatchingException
 /// before anything is patched, OutRangeException when a slice would leave its file; what was written before
 /// stays.
-void merge_data(const std::shared_ptr<DNG>& sample, const std::shared_ptr<DNG>& damaged,
+void merge_data(const std::shared_ptr<DNG>& sample, const Tiles& sample_tiles,
+                const std::shared_ptr<DNG>& damaged, const Tiles& damaged_tiles,
                 const std::filesystem::path& output_path) {
-    require_matching_tiles(*sample, *damaged);
-    const std::uint32_t sample_image = sample->tile_offsets().front().value;
-    const std::uint32_t damaged_image = damaged->tile_offsets().front().value;
-    patch_tables(*sample, *damaged);
+    require_matching_tiles(sample_tiles, damaged_tiles);
+    const std::uint32_t sample_image = sample_tiles.offsets.front().value;
+    const std::uint32_t damaged_image = damaged_tiles.offsets.front().value;
+    patch_tables(*sample, sample_tiles, damaged_tiles);
     DNG::append_to_file(slice(*sample->mmap(), 0, sample_image), output_path);
 
-    const std::uint32_t image_size = damaged->tile_offsets().back().value +
-                                     damaged->tile_byte_counts().back().value - damaged_image; // Of 32 bits.
+    const std::uint32_t image_size = damaged_tiles.offsets.back().value +
+                                     damaged_tiles.byte_counts.back().value - damaged_image; // Of 32 bits.
     DNG::append_to_file(slice(*damaged->mmap(), damaged_image, image_size), output_path);
     sample->mmap()->close(); // Else its file could not be removed.
 }
@@ -141,8 +151,9 @@ std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* samp
         PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
         return PLATE_MEND_DNG_SAMPLE_UNUSABLE;
     }
+    Tiles sample_tiles;
     try {
-        read_sub_directories(*sample, sub_ifds);
+        sample_tiles = read_sub_directories(*sample, sub_ifds);
     } catch (const std::exception& e) {
         PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
         return PLATE_MEND_DNG_SAMPLE_UNUSABLE;
@@ -150,8 +161,9 @@ std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* samp
 
     const auto damaged = std::make_shared<DNG>(paths.damaged);
     damaged->set_big_endian(sample->big_endian());
+    Tiles damaged_tiles;
     try {
-        read_damaged(*damaged);
+        damaged_tiles = read_damaged(*damaged);
     } catch (const NotFoundException& e) {
         PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());
         return PLATE_MEND_DNG_NOT_FOUND;
@@ -161,7 +173,7 @@ std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* samp
     }
 
     try {
-        merge_data(sample, damaged, paths.output);
+        merge_data(sample, sample_tiles, damaged, damaged_tiles, paths.output);
         remove_path(temporary);
     } catch (const std::exception& e) {
         PLATE_MEND_LOG_ERROR("DngRepair::AdvanceRepair", "DNG repaired failed, reason is %s", e.what());

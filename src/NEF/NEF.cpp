@@ -25,6 +25,10 @@ void require(bool condition) {
     }
 }
 
+bool is_legal(const NEF_DE& entry) {
+    return entry.tag != 0 && entry.type >= 1 && entry.type <= 12 && entry.count != 0;
+}
+
 } // namespace
 
 NEF::NEF(std::filesystem::path path)
@@ -66,16 +70,23 @@ std::uint32_t NEF::find_tag(Pattern pattern, std::uint32_t start) const {
     return *hit;
 }
 
-NEF_DE NEF::read_entry(std::uint32_t offset) {
+NEF_DE NEF::read_fields(std::uint32_t offset) {
     mmap->seek(offset);
     NEF_DE fields;
     fields.tag = native(read_u16(*mmap));
     fields.type = native(read_next_u16(*mmap));
     fields.count = native(read_next_u32(*mmap));
     fields.value = native(read_next_u32(*mmap));
-    require(fields.tag != 0);
-    require(fields.type >= 1 && fields.type <= 12);
-    require(fields.count != 0);
+    return fields;
+}
+
+bool NEF::is_entry(std::uint32_t offset) {
+    return is_legal(read_fields(offset));
+}
+
+NEF_DE NEF::read_entry(std::uint32_t offset) {
+    const NEF_DE fields = read_fields(offset);
+    require(is_legal(fields));
     return fields;
 }
 

@@ -83,6 +83,10 @@ class NEF {
     /// entry or anywhere. The cursor is not used. Throws NotFoundException, for a start past the end too.
     [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
 
+    /// Whether the operations below would accept the entry at the offset. Throws OutRangeException when its
+    /// 12 bytes do not lie in the file.
+    [[nodiscard]] bool is_entry(std::uint32_t offset);
+
     /// Reads the entry at the offset, without appending it, and tells whether its value is 0.
     bool read_entry_is_zero(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
@@ -119,6 +123,7 @@ class NEF {
   private:
     [[nodiscard]] std::uint16_t native(std::uint16_t stored) const;
     [[nodiscard]] std::uint32_t native(std::uint32_t stored) const;
+    [[nodiscard]] NEF_DE read_fields(std::uint32_t offset);
     [[nodiscard]] NEF_DE read_entry(std::uint32_t offset);
 };
 

@@ -47,20 +47,15 @@ void read_sample(NEF& sample) {
     sample.set_raw_offset(sample.read_entry_value(new_entry(), raw_entry));
 }
 
-/// The first NewSubfileType entry of value 0, wherever it lies. False hits are passed over.
+/// The first NewSubfileType entry of value 0, wherever it lies. False hits are passed over. There may be
+/// millions, so none of them is an exception.
 std::uint32_t find_main_image(NEF& damaged) {
     const auto entry = new_entry();
-    std::uint32_t hit = 0;
-    for (std::uint32_t scan = 0;; scan = hit + 1) {
-        try {
-            hit = damaged.find_tag(kNewSubfileType, scan);
-            if (damaged.read_entry_is_zero(entry, hit)) {
-                return hit;
-            }
-        } catch (const IllegalException&) {
-            continue; // No entry stands there.
-        }
+    std::uint32_t hit = damaged.find_tag(kNewSubfileType, 0);
+    while (!damaged.is_entry(hit) || !damaged.read_entry_is_zero(entry, hit)) {
+        hit = damaged.find_tag(kNewSubfileType, hit + 1);
     }
+    return hit;
 }
 
 /// Finds the raw data of the damaged file. The file is taken to have the sample's byte order. Behind the

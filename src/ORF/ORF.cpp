@@ -6,6 +6,7 @@
 #include "util/Reading.h"
 #include "util/Slice.h"
 
+#include <algorithm>
 #include <fstream>
 
 namespace plate_mend {
@@ -144,25 +145,23 @@ void ORF::read_sample_tags(std::uint32_t offset, std::uint32_t ifd0_end) {
     }
 }
 
-std::vector<std::uint32_t> ORF::jpeg_starts() const {
+/// The first start of a JPEG from the offset on.
+std::optional<std::uint32_t> ORF::jpeg_start(std::uint32_t from) const {
     const Pattern start_of_image{0xFF, 0xD8, 0xFF, 0xDB}; // SOI and the marker of DQT.
-    std::vector<std::uint32_t> starts;
-    try {
-        for (std::uint32_t from = 0;; from = starts.back() + 2) {
-            starts.push_back(search_tag(start_of_image, from));
-        }
-    } catch (const NotFoundException&) { // No further picture;
-    } catch (const OutRangeException&) { // nor a place for one.
-    }
-    return starts;
+    return find_in_file(*mapped_file, start_of_image, from, mapped_file->size());
 }
 
 void ORF::blank_jpegs() {
     mapped_file->seek(0);
-    // All starts are found before the first is blanked: two may lie less than 30 bytes apart.
-    for (const std::uint32_t start : jpeg_starts()) {
-        mapped_file->seek(start);
-        write_zeros(*mapped_file, kBlankedBytes);
+    auto start = jpeg_start(0);
+    while (start) {
+        // Two may lie less than 30 bytes apart. So the next one is found before this one is blanked, and
+        // none is blanked beyond the start of the next, which does the rest.
+        const auto next = jpeg_start(*start + 2);
+        mapped_file->seek(*start);
+        write_zeros(*mapped_file,
+                    next ? std::min<std::uint64_t>(kBlankedBytes, *next - *start) : kBlankedBytes);
+        start = next;
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -133,7 +134,7 @@ class ORF {
 
   private:
     [[nodiscard]] Pattern in_file_order(const Pattern& pattern) const;
-    [[nodiscard]] std::vector<std::uint32_t> jpeg_starts() const;
+    [[nodiscard]] std::optional<std::uint32_t> jpeg_start(std::uint32_t from) const;
     std::shared_ptr<ORF_DE> read_sample_entry(std::uint32_t offset);
     std::shared_ptr<ORF_DE> read_damaged_entry(std::uint32_t offset);
     std::shared_ptr<ORF_DE> read_next_damaged_entry();

@@ -7,9 +7,9 @@
 #include <system_path/system_path.h>
 
 #include <fstream>
+#include <memory>
 #include <string>
 #include <system_error>
-#include <vector>
 
 namespace plate_mend {
 
@@ -17,7 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kCloneBuffer = std::size_t{1} << 20;
+// A stream reads one byte less than its buffer holds, and the system copies whole MiB the fastest.
+constexpr std::size_t kCloneBuffer = (std::size_t{1} << 20) + 1;
 
 fs::file_status status_of(const fs::path& path) {
     std::error_code error;
@@ -77,9 +78,9 @@ fs::path temporary_path(const char* file_name) {
 }
 
 bool clone_file(const fs::path& from, const fs::path& to) {
-    std::vector<char> buffer(kCloneBuffer);
+    const auto buffer = std::make_unique_for_overwrite<char[]>(kCloneBuffer);
     std::ifstream source;
-    source.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    source.rdbuf()->pubsetbuf(buffer.get(), static_cast<std::streamsize>(kCloneBuffer));
     source.open(from, std::ios::binary);
     std::ofstream target(to, std::ios::binary | std::ios::trunc);
     // Where a stream opens on a directory, that counts as a failure all the same.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <span>
 
 // The system calls under MMAP, one function a call. None throws or logs; last_error tells why one failed.
 // A path that is too long for Windows is to be given in its form behind \\?\.
@@ -32,6 +33,10 @@ inline constexpr NativeHandle kNoHandle = -1;
 
 /// Maps the first size bytes. Null on failure.
 [[nodiscard]] unsigned char* map_view(NativeHandle mapping, MapMode mode, std::uint64_t size) noexcept;
+
+/// Asks the system to bring bytes of a view into memory at once, for they will be read now. It may do
+/// nothing.
+void prefetch(std::span<const unsigned char> bytes) noexcept;
 
 /// Gives back what the three functions above gave: view, then mapping, then file.
 void unmap_view(unsigned char* view, std::uint64_t size) noexcept;

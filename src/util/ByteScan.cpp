@@ -11,13 +11,13 @@ constexpr std::size_t kBlock = 256;
 /// Whether the two bytes stand side by side at any of the kBlock positions from start on. Reads kBlock + 1
 /// bytes, with no branch inside, so that compilers turn it into vector code.
 bool block_has_pair(const unsigned char* start, unsigned char first, unsigned char second) {
-    unsigned int hits = 0;
+    unsigned char smallest = 0xFF; // Of the differences at all positions: 0 only where both bytes agree.
     for (std::size_t index = 0; index < kBlock; ++index) {
-        const auto at_first = static_cast<unsigned char>(start[index] == first);
-        const auto at_second = static_cast<unsigned char>(start[index + 1] == second);
-        hits |= static_cast<unsigned int>(at_first & at_second);
+        const auto difference =
+            static_cast<unsigned char>((start[index] ^ first) | (start[index + 1] ^ second));
+        smallest = std::min(smallest, difference);
     }
-    return hits != 0;
+    return smallest == 0;
 }
 
 } // namespace
@@ -31,7 +31,9 @@ std::optional<std::size_t> find_pattern(std::span<const unsigned char> bytes,
     std::size_t index = 0;
     const auto first_match_before = [&](std::size_t end) -> std::optional<std::size_t> {
         for (; index < end; ++index) {
-            if (std::equal(pattern.begin(), pattern.end(), bytes.data() + index)) {
+            // The first byte by itself: most places end there, and a comparison of ranges is a call.
+            if (bytes[index] == pattern[0] &&
+                std::equal(pattern.begin(), pattern.end(), bytes.data() + index)) {
                 return index;
             }
         }

@@ -4,8 +4,11 @@
 #include "SR2/Sr2Repair.h"
 #include "support/LogRecord.h"
 #include "support/OrfPhoto.h"
+#include "support/QuietErrors.h"
+#include "support/SmallPair.h"
 #include "support/Sr2Photo.h"
 #include "support/TempDir.h"
+#include "support/oracle/Oracle.h"
 
 #include <plate_mend/plate_mend.h>
 
@@ -104,6 +107,51 @@ TEST_F(RepairAllocation, AnSr2RepairEndsInItsCodes) {
     EXPECT_THAT(all, Contains(EndsIn(-1136, line("corrupt file offset is far"))));
     EXPECT_THAT(all, Contains(EndsIn(-1135, line("sr2  merge data error: std::bad_alloc"))));
 }
+
+/// All formats, with small pairs. The codes are those of a repair whose input stands there and whose clone
+/// opens; and of a clone that does not, as a stream takes a failed allocation for a failure of its own.
+class AnyRepairAllocation : public ::testing::TestWithParam<SmallPair> {
+  private:
+    QuietErrors quiet_; // One repairer tells of it there.
+};
+
+TEST_P(AnyRepairAllocation, EndsInACodeOrReachesTheCallerAndHarmsNothing) {
+    const SmallPair& pair = GetParam();
+    const oracle::Format& format = oracle::format_of(pair.extension);
+    const TempDir folder;
+    const std::string work = utf8(folder.path());
+    const std::string sample = utf8(folder / "sample");
+    const std::string damaged = utf8(folder / ("damaged." + std::string(pair.extension)));
+    const std::string output = utf8(folder / "output");
+    MndRawInit(work.c_str(), work.c_str(), work.c_str());
+    write_file(folder / "sample", pair.sample);
+    write_file(damaged, pair.damaged);
+    for (std::size_t number = 1;; ++number) {
+        reset_stand_ins();
+        std::optional<std::int32_t> code;
+        try {
+            const FailingAllocation failing(number);
+            code = MndRawAdvanceRepair(damaged.c_str(), sample.c_str(), output.c_str());
+        } catch (const std::bad_alloc&) {
+            code = std::nullopt;
+        }
+        ASSERT_EQ(read_file(folder / "sample"), pair.sample) << "allocation " << number;
+        ASSERT_EQ(read_file(damaged), pair.damaged) << "allocation " << number;
+        if (!FailingAllocation::has_failed()) {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(read_file(output), *format.repaired(pair.sample, pair.damaged));
+            EXPECT_GT(number, 20U); // Else next to nothing was tried.
+            return;
+        }
+        if (code && *code != 0) {
+            ASSERT_THAT(*code, AllOf(Ge(format.lowest_code), Le(format.highest_code + 1)))
+                << "allocation " << number;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, AnyRepairAllocation, ::testing::ValuesIn(small_pairs()),
+                         [](const auto& pair) { return pair.param.name; });
 
 } // namespace
 } // namespace test

@@ -34,6 +34,18 @@ unsigned char* map_view(NativeHandle mapping, MapMode mode, std::uint64_t size) 
     return view == MAP_FAILED ? nullptr : static_cast<unsigned char*>(view);
 }
 
+void prefetch(std::span<const unsigned char> bytes) noexcept {
+#if defined(MADV_POPULATE_READ)
+    constexpr int kAdvice = MADV_POPULATE_READ; // Linux since 5.14: maps the pages, too.
+#else
+    constexpr int kAdvice = MADV_WILLNEED;
+#endif
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const std::uintptr_t in_page = reinterpret_cast<std::uintptr_t>(bytes.data()) % page;
+    auto* const first = const_cast<unsigned char*>(bytes.data()) - in_page; // Nothing is written.
+    (void)::madvise(first, bytes.size() + in_page, kAdvice);
+}
+
 void unmap_view(unsigned char* view, std::uint64_t size) noexcept {
     ::munmap(view, static_cast<std::size_t>(size));
 }

@@ -95,6 +95,12 @@ unsigned char* map_view(NativeHandle mapping, MapMode mode, std::uint64_t size) 
                                                        0, static_cast<std::size_t>(size)));
 }
 
+void prefetch(std::span<const unsigned char> bytes) noexcept {
+    WIN32_MEMORY_RANGE_ENTRY range{const_cast<unsigned char*>(bytes.data()),
+                                   bytes.size()}; // Nothing is written.
+    (void)::PrefetchVirtualMemory(::GetCurrentProcess(), 1, &range, 0);
+}
+
 void unmap_view(unsigned char* view, std::uint64_t /*size*/) noexcept {
     ::UnmapViewOfFile(view);
 }

@@ -9,7 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <random>
+#include <vector>
 
 namespace plate_mend {
 namespace {
@@ -496,7 +499,7 @@ TEST_F(OrfModel, JpegStartsAreFoundInEitherByteOrder) {
     }
 }
 
-TEST_F(OrfModel, AllJpegStartsAreCollectedBeforeOneIsBlanked) {
+TEST_F(OrfModel, JpegStartsInsideTheBlankedBytesOfAnotherAreBlankedToo) {
     Bytes bytes(100, 0x5A);
     test::put_bytes(bytes, 0, kJpegStart);
     test::put_bytes(bytes, 20, kJpegStart);
@@ -504,6 +507,29 @@ TEST_F(OrfModel, AllJpegStartsAreCollectedBeforeOneIsBlanked) {
     const auto orf = model(bytes);
     orf->blank_jpegs();
     EXPECT_EQ(on_disk(orf), test::zeroed(bytes, 0, 54));
+}
+
+TEST_F(OrfModel, JpegStartsAtAnyDistancesAreBlankedAsIfAllHadBeenFoundBefore) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        Bytes bytes(400, 0x5A);
+        std::vector<std::size_t> starts;
+        for (std::size_t start = random() % 40; start + 4 <= bytes.size(); start += 4 + random() % 40) {
+            test::put_bytes(bytes, start, kJpegStart);
+            starts.push_back(start);
+        }
+        Bytes expected = bytes;
+        for (const std::size_t start : starts) {
+            expected = test::zeroed(expected, start, std::min<std::size_t>(start + 30, bytes.size()));
+        }
+        const auto orf = model(bytes);
+        if (starts.back() + 30 < bytes.size()) {
+            EXPECT_NO_THROW(orf->blank_jpegs());
+        } else {
+            EXPECT_THAT([&] { orf->blank_jpegs(); }, ThrowsSilently<OutRangeException>());
+        }
+        EXPECT_EQ(on_disk(orf), expected);
+    }
 }
 
 TEST_F(OrfModel, AJpegStart31BytesBeforeTheEndPassesAnd30Fails) {

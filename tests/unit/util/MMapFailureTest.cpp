@@ -49,6 +49,8 @@ unsigned char* map_view(NativeHandle mapping, MapMode /*mode*/, std::uint64_t si
     return the_platform.step("view") && mapping == kMapping && size == 1 ? &the_platform.byte : nullptr;
 }
 
+void prefetch(std::span<const unsigned char> /*bytes*/) noexcept {}
+
 void unmap_view(unsigned char* view, std::uint64_t size) noexcept {
     the_platform.step(view == &the_platform.byte && size == 1 ? "unmap" : "unmap something else");
 }

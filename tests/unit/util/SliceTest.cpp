@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace plate_mend {
@@ -58,6 +59,30 @@ TEST_F(Slice, IsInsertedIntoAStream) {
     insert_bytes(stream, slice(map, 1, 3));
     insert_bytes(stream, slice(map, 4, 0));
     EXPECT_EQ(stream.str(), "\x02\x03\x04");
+}
+
+TEST_F(Slice, OfManyPiecesIsInsertedWhole) {
+    const Bytes bytes = test::noise(5'000'001, 1);
+    test::write_file(folder / "large", bytes);
+    const MMAP map(folder / "large");
+    for (const std::size_t first : {0U, 4095U, 4'900'000U}) {
+        std::ostringstream stream;
+        insert_bytes(stream, slice_to_end(map, first));
+        const std::string text = stream.str();
+        EXPECT_TRUE(std::equal(
+            text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(first), bytes.end(),
+            [](char left, unsigned char right) { return static_cast<unsigned char>(left) == right; }))
+            << first;
+    }
+}
+
+TEST_F(Slice, IsNotInsertedIntoAStreamThatFailed) {
+    test::write_file(folder / "large", test::noise(5'000'001, 1));
+    const MMAP map(folder / "large");
+    std::ostringstream stream;
+    stream.setstate(std::ios::badbit);
+    EXPECT_NO_THROW(insert_bytes(stream, slice_to_end(map, 0)));
+    EXPECT_EQ(stream.str(), "");
 }
 
 TEST_F(Slice, SearchInAFileIsClampedToIt) {

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "support/Bytes.h"
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace test {
+
+/// A sample and a damaged file of a few hundred bytes (CR3: of a few thousand) which a repair mends: what the
+/// repair looks at, and nothing else. The two differ in length in front of the image. The damaged file has
+/// lost its first bytes.
+struct SmallPair {
+    std::string name; ///< The extension, and the byte order where there are two: "arw_MM".
+    std::string_view extension;
+    Bytes sample;
+    Bytes damaged;
+    Bytes image; ///< Of the damaged file; of a CR3, track 3. It belongs into the output.
+};
+std::ostream& operator<<(std::ostream& stream, const SmallPair& pair);
+
+/// One pair a format and byte order.
+[[nodiscard]] const std::vector<SmallPair>& small_pairs();
+
+} // namespace test

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "support/Bytes.h"
+#include "support/oracle/Oracle.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace test {
+
+/// Advanced repairs of one format, each judged in full.
+class Trial {
+  public:
+    /// All files of the repairs stand in the folder, the temporary ones too.
+    Trial(const oracle::Format& format, const std::filesystem::path& folder);
+
+    /// Repairs the damaged file with the sample. Empty when all is as it must be:
+    ///
+    ///   the result is 0 or a code of the format's; a CR3 repair may throw NotFoundException, nothing else
+    ///   does both inputs are unchanged the result is 0 where the oracle expects an output, and only there;
+    ///   then the output is that, byte for byte, and the temporary file is gone
+    ///
+    /// Otherwise a line about what is wrong.
+    [[nodiscard]] std::string complaint(const Bytes& sample, const Bytes& damaged);
+
+  private:
+    /// A file with the bytes that were put there last, which it must keep.
+    struct Input {
+        std::filesystem::path path;
+        std::optional<Bytes> bytes;
+
+        void put(const Bytes& wanted);
+        [[nodiscard]] bool is_unchanged() const { return read_file(path) == *bytes; }
+    };
+
+    const oracle::Format& format_;
+    Input sample_;
+    Input damaged_;
+    std::filesystem::path output_;
+    std::filesystem::path temporary_;
+};
+
+} // namespace test

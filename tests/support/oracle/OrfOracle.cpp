@@ -1,0 +1,66 @@
+#include "support/oracle/Draft.h"
+#include "support/oracle/Oracle.h"
+
+#include <vector>
+
+namespace test::oracle {
+
+namespace {
+
+const Bytes kJpegStart{0xFF, 0xD8, 0xFF, 0xDB};
+
+Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
+    Draft sample{sample_bytes};
+    sample.take_order();
+    const Bytes magic = sample.run(2, 2);
+    require(magic == Bytes{'R', 'O'} || magic == Bytes{'O', 'R'});
+    const std::uint64_t ifd0 = sample.u32(4);
+    require(ifd0 != 0);
+    const std::uint64_t link = ifd0 + 2 + 12 * std::uint64_t{sample.u16(ifd0)};
+    require(sample.u32(link) == 0);
+
+    const auto tag_in_ifd0 = [&](std::uint16_t tag) {
+        const auto at = sample.seek(sample.tag_bytes(tag), ifd0, link + 3);
+        require(at.has_value());
+        (void)sample.entry(*at);
+        return *at;
+    };
+    const std::uint64_t image = sample.entry(tag_in_ifd0(273)).value;
+    (void)tag_in_ifd0(278);
+    const std::uint64_t byte_count = tag_in_ifd0(279);
+
+    std::vector<std::uint64_t> jpegs;
+    for (auto at = sample.seek(kJpegStart, 0, sample.size()); at;
+         at = sample.seek(kJpegStart, *at + 2, sample.size())) {
+        jpegs.push_back(*at);
+    }
+    for (const std::uint64_t jpeg : jpegs) {
+        sample.blank(jpeg, 30);
+    }
+
+    const Draft damaged{damaged_bytes, sample.order};
+    std::uint64_t strip = damaged.find_tag(273, 0);
+    while (true) {
+        const std::uint16_t rows = damaged.u16(strip + 36);
+        const std::uint16_t counts = damaged.u16(strip + 48);
+        if (rows == 278 && counts == 279) {
+            break;
+        }
+        strip = damaged.find_tag(273, strip + 1);
+    }
+    (void)damaged.entry(strip + 48);
+
+    require(byte_count + 12 < sample.size()); // A byte must follow the field that is patched.
+    sample.put(byte_count + 8, damaged.u32(strip + 48 + 8));
+    const std::uint64_t damaged_image = damaged.u32(strip + 8);
+    require(damaged_image <= damaged.size());
+    return joined(sample.run(0, image), damaged.run(damaged_image, damaged.size() - damaged_image));
+}
+
+} // namespace
+
+Expected repaired_orf(const Bytes& sample, const Bytes& damaged) {
+    return attempt([&] { return repair(sample, damaged); });
+}
+
+} // namespace test::oracle
