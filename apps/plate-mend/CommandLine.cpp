@@ -1,8 +1,12 @@
 #include "CommandLine.h"
 
 #include "Commands.h"
+#include "Manual.h"
+#include "SafeOutput.h"
+#include "Worker.h"
 
 #include <CLI/CLI.hpp>
+#include <libraw/libraw.h>
 
 #include <algorithm>
 #include <iostream>
@@ -14,59 +18,196 @@ namespace {
 constexpr const char* kFooter =
     R"(Example: IMG_0042.ARW is broken, IMG_0007.ARW from the same camera is whole.
   plate-mend repair --sample IMG_0007.ARW IMG_0042.ARW
-writes IMG_0042.repaired.ARW. Without a whole photograph from the same camera:
+writes IMG_0042.repaired.ARW. For a folder of broken photographs and one of whole ones:
+  plate-mend repair --samples good --out mended --report sheet.html broken
+Without a whole photograph from the same camera:
   plate-mend salvage IMG_0042.ARW
 writes the best picture inside the broken file to IMG_0042.salvaged.jpg.
 
-Exit status: 0 when everything succeeded, 1 when something did not, 64 for a wrong command line.)";
+Exit status: 0 all photographs are whole, 1 some are only partly there or only a JPEG, 2 some
+are lost, 64 wrong command line, 130 interrupted.)";
 
-void add_output_options(CLI::App& command, OutputOptions& options, const std::string& by_default) {
-    command.add_option("-o,--output", options.output, "The file to write (default: " + by_default + ")");
-    command.add_flag("--force", options.force, "Replace an existing output file");
+std::string version_text() {
+    return std::string("plate-mend " PLATE_MEND_VERSION "\nLibRaw ") + LibRaw::version();
 }
+
+void add_limit_options(CLI::App& command, LimitOptions& limits) {
+    command
+        .add_option("--time-limit", limits.seconds, "Seconds that one step of one file may take; 0: no limit")
+        ->capture_default_str()
+        ->group("Limits");
+    command
+        .add_option("--memory-limit", limits.memory_mib,
+                    "MiB that one step of one file may take; 0: no limit")
+        ->capture_default_str()
+        ->group("Limits");
+}
+
+void add_repair_inputs(CLI::App& command, RepairOptions& options) {
+    command.add_option("PATH", options.paths, "Damaged photographs, and folders of them");
+    command
+        .add_option("-s,--sample", options.samples,
+                    "A whole photograph from the same camera; may be repeated")
+        ->allow_extra_args(false); // The next word is a path.
+    command
+        .add_option(
+            "--samples", options.sample_folders,
+            "A folder of whole photographs: the best fitting are tried for each file; may be repeated")
+        ->allow_extra_args(false); // The next word is a path.
+    command.add_option("--ext", options.extensions, "Take only these extensions of folders, such as arw,nef")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command.add_option(
+        "--files-from", options.files_from,
+        "Take further paths from this list: one a line, or JSON Lines; - is the standard input");
+    command.add_option("--max-samples", options.most_samples, "Samples that are tried for one file")
+        ->capture_default_str();
+}
+
+void add_repair_outputs(CLI::App& command, RepairOptions& options) {
+    command.add_option("--out", options.out,
+                       "The folder for results (default: NAME.repaired.EXT beside each damaged file)");
+    command.add_option("-o,--output", options.output, "The file to write, for one damaged file");
+    command.add_flag("--force", options.force, "Replace existing files");
+    command.add_flag("--no-fallback", options.no_fallback, "Salvage no JPEG where a photograph is not whole");
+    command.add_flag("--resume", options.resume, "Skip what a former run finished");
+    command.add_option("-j,--jobs", options.jobs, "Files at a time (default: one a processor)");
+}
+
+void add_repair_reports(CLI::App& command, RepairOptions& options) {
+    constexpr const char* kGroup = "Reports";
+    command
+        .add_option("--report", options.report,
+                    "A contact sheet: one HTML page with every picture and verdict")
+        ->group(kGroup);
+    command.add_option("--json", options.json, "One JSON object a file; - is the standard output")
+        ->group(kGroup);
+    command.add_option("--csv", options.csv, "A table, one line a file; - is the standard output")
+        ->group(kGroup);
+    command
+        .add_option("--log", options.log_directory,
+                    "Folder for the library's log \"PlateMend.log\" (default: none)")
+        ->group(kGroup);
+    command.add_flag("-q,--quiet", options.quiet, "Tell nothing of single files")->group(kGroup);
+}
+
+/// The commands, their options, and the exit status of the one that ran.
+class Program {
+  public:
+    explicit Program(const std::filesystem::path& program) : program_(program) {
+        app_.footer(kFooter);
+        app_.set_version_flag("--version", version_text());
+        app_.require_subcommand(1);
+        add_repair();
+        add_salvage();
+        add_check();
+        add_diagnose();
+        add_explain();
+        add_man();
+        add_completion();
+        add_worker();
+    }
+
+    int run(const std::vector<std::string>& arguments) {
+        try {
+            std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 takes them.
+            app_.parse(std::move(reversed));
+        } catch (const CLI::ParseError& e) {
+            return app_.exit(e) == 0 ? kAllWhole : kUsage;
+        }
+        return status_;
+    }
+
+  private:
+    void add_repair() {
+        auto* command =
+            app_.add_subcommand("repair", "Join damaged photographs' images to the structure of samples");
+        command->footer(kFooter);
+        add_repair_inputs(*command, repair_);
+        add_repair_outputs(*command, repair_);
+        add_repair_reports(*command, repair_);
+        add_limit_options(*command, repair_.limits);
+        command->callback([this] {
+            if (repair_.paths.empty() && repair_.files_from.empty()) {
+                throw CLI::RequiredError("PATH or --files-from");
+            }
+            if (repair_.samples.empty() && repair_.sample_folders.empty()) {
+                throw CLI::RequiredError("--sample or --samples");
+            }
+            status_ = run_repair(repair_, program_);
+        });
+    }
+
+    void add_salvage() {
+        auto* command = app_.add_subcommand(
+            "salvage", "Save the best JPEG inside a damaged photograph, or of a damaged JPEG");
+        command->footer(kFooter);
+        command->add_option("DAMAGED", salvage_.damaged, "The damaged photograph")->required();
+        command->add_option("-o,--output", salvage_.output,
+                            "The file to write (default: NAME.salvaged.jpg beside the damaged file)");
+        command->add_flag("--force", salvage_.force, "Replace an existing output file");
+        add_limit_options(*command, salvage_.limits);
+        command->callback([this] { status_ = run_salvage(salvage_, program_); });
+    }
+
+    void add_check() {
+        auto* command = app_.add_subcommand("check", "Tell whether LibRaw opens each file");
+        command->add_option("FILE", files_, "Photographs")->required();
+        command->callback([this] { status_ = run_check(files_); });
+    }
+
+    void add_diagnose() {
+        auto* command =
+            app_.add_subcommand("diagnose", "Tell what is left of damaged files, and write nothing");
+        command->add_option("FILE", diagnosis_.files, "Damaged photographs")->required();
+        command->add_option("-s,--sample", diagnosis_.sample, "A whole photograph from the same camera");
+        command->add_flag("--json", diagnosis_.json, "One JSON object a file");
+        command->callback([this] { status_ = run_diagnose(diagnosis_); });
+    }
+
+    void add_explain() {
+        auto* command = app_.add_subcommand("explain", "Tell what a code means, and what to try next");
+        command->add_option("CODE", code_, "A number, such as -1124, or a name of the headers")->required();
+        command->callback([this] { status_ = run_explain(code_); });
+    }
+
+    void add_man() {
+        auto* command = app_.add_subcommand("man", "Print the manual page");
+        command->callback([this] { std::cout << man_page(app_); });
+    }
+
+    void add_completion() {
+        auto* command = app_.add_subcommand("completion", "Print a shell's completion script");
+        command->add_option("SHELL", shell_, "The shell")
+            ->required()
+            ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+        command->callback([this] { std::cout << completion(app_, shell_named(shell_).value()); });
+    }
+
+    /// Not for people: how this program starts itself for one step of one file.
+    void add_worker() {
+        auto* command = app_.add_subcommand("worker", "")->group("");
+        command->add_option("FOLDER", folder_)->required();
+        command->callback([this] { status_ = work(path_from(folder_)); });
+    }
+
+    CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF.",
+                  "plate-mend"};
+    const std::filesystem::path& program_;
+    RepairOptions repair_;
+    SalvageOptions salvage_;
+    DiagnoseOptions diagnosis_;
+    std::vector<std::string> files_;
+    std::string code_;
+    std::string shell_;
+    std::string folder_;
+    int status_ = kAllWhole;
+};
 
 } // namespace
 
-int run(const std::vector<std::string>& arguments) {
-    CLI::App app{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF.",
-                 "plate-mend"};
-    app.footer(kFooter);
-    app.set_version_flag("--version", "plate-mend " PLATE_MEND_VERSION);
-    app.require_subcommand(1);
-    int status = kSucceeded;
-
-    RepairOptions repair;
-    auto* repair_command =
-        app.add_subcommand("repair", "Join a damaged photograph's image to a sample's structure");
-    repair_command->footer(kFooter);
-    repair_command->add_option("-s,--sample", repair.sample, "A whole photograph from the same camera")
-        ->required();
-    repair_command->add_option("--log", repair.log_directory,
-                               "Folder for the log \"PlateMend.log\" (default: none)");
-    add_output_options(*repair_command, repair.output, "NAME.repaired.EXT beside the damaged file");
-    repair_command->add_option("DAMAGED", repair.damaged, "The damaged photograph")->required();
-    repair_command->callback([&] { status = run_repair(repair); });
-
-    SalvageOptions salvage;
-    auto* salvage_command =
-        app.add_subcommand("salvage", "Save the best JPEG inside a damaged photograph, or of a damaged JPEG");
-    salvage_command->footer(kFooter);
-    add_output_options(*salvage_command, salvage.output, "NAME.salvaged.jpg beside the damaged file");
-    salvage_command->add_option("DAMAGED", salvage.damaged, "The damaged photograph")->required();
-    salvage_command->callback([&] { status = run_salvage(salvage); });
-
-    std::vector<std::string> files;
-    auto* check_command = app.add_subcommand("check", "Tell whether LibRaw opens each file");
-    check_command->add_option("FILE", files, "Photographs")->required();
-    check_command->callback([&] { status = run_check(files); });
-
-    try {
-        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 takes them.
-        app.parse(std::move(reversed));
-    } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kSucceeded : kUsage;
-    }
-    return status;
+int run(const std::vector<std::string>& arguments, const std::filesystem::path& program) {
+    return Program(program).run(arguments);
 }
 
 } // namespace plate_mend::host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ProgramFile.h"
 #include "support/ArwPhoto.h"
 #include "support/Bytes.h"
 #include "support/TempDir.h"
@@ -26,7 +27,7 @@ class HostFixture : public ::testing::Test {
     int run(const std::vector<std::string>& arguments) {
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
-        const int status = plate_mend::host::run(arguments);
+        const int status = plate_mend::host::run(limited(arguments), program_file());
         out = ::testing::internal::GetCapturedStdout();
         err = ::testing::internal::GetCapturedStderr();
         return status;

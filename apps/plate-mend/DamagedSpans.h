@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace plate_mend::host {
+
+enum class SpanKind {
+    kZero,     ///< Zeros.
+    kRepeated, ///< One other byte over and over.
+    kCopied,   ///< Sectors of 512 bytes that stand earlier in the file too, four or more in a row.
+    kNoise,    ///< Bytes without any order where the structure of the file should be.
+};
+
+/// "zeros", "one byte repeated", "sectors repeated", "noise".
+[[nodiscard]] const char* in_words(SpanKind kind);
+
+/// Bytes that a camera seldom writes so.
+struct DamagedSpan {
+    SpanKind kind = SpanKind::kZero;
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+};
+
+/// The suspicious bytes of a file, in the order of their offsets:
+///
+///   - runs of one byte, 512 bytes long or more;
+///   - runs of four sectors or more, at multiples of 512, that stand at one distance earlier in the file too;
+///   - noise: blocks of 4096 bytes from the file's beginning on, as long as each has an entropy of 7.5 bits a
+///     byte or more and no JPEG begins in it, within the first 64 KiB. Headers and directories have 6 bits
+///     and less, random bytes 7.9. Behind the first block of another kind nothing is judged: compressed
+///     images and encrypted notes look like noise.
+///
+/// All of them may be the camera's own too: padding, such as the blank lines of an XMP packet, or a black
+/// part of an uncompressed image. Time and memory are linear.
+[[nodiscard]] std::vector<DamagedSpan> find_damaged_spans(std::span<const unsigned char> bytes);
+
+} // namespace plate_mend::host

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// A file's bytes, read where they are wanted.
+class FileBytes {
+  public:
+    /// A file that cannot be opened has size 0.
+    explicit FileBytes(const std::filesystem::path& path);
+
+    [[nodiscard]] std::uint64_t size() const { return size_; }
+
+    /// Up to count bytes from an offset on; fewer where the file ends or cannot be read.
+    [[nodiscard]] std::vector<unsigned char> read(std::uint64_t offset, std::size_t count);
+
+    /// Whether all that stands behind an offset only fills the file up, as recovery does to the end of a
+    /// sector or a cluster: zeros, up to 2 MiB of them, and a size that sectors fill. True when nothing
+    /// stands there.
+    [[nodiscard]] bool only_slack_behind(std::uint64_t offset);
+
+  private:
+    std::ifstream stream_;
+    std::uint64_t size_ = 0;
+};
+
+} // namespace plate_mend::host

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What became of one damaged file: the one thing that reports are made of. Paths are UTF-8, sizes are bytes.
+
+namespace plate_mend::host {
+
+/// What a person has in the end. An independent decode decides, never a code alone.
+enum class Verdict {
+    kWhole,       ///< The RAW photograph decodes without a sign of damage.
+    kPartial,     ///< The RAW photograph decodes, but not all of it is the picture.
+    kPreviewOnly, ///< No RAW photograph, but a JPEG that was inside the damaged file.
+    kNotRepaired, ///< Nothing was delivered.
+};
+
+inline constexpr std::array kVerdicts = {Verdict::kWhole, Verdict::kPartial, Verdict::kPreviewOnly,
+                                         Verdict::kNotRepaired};
+
+/// "whole", "partial", "preview only", "not repaired": in reports, messages and JSON.
+[[nodiscard]] const char* name_of(Verdict verdict);
+
+/// The verdict of that name; nothing for another text.
+[[nodiscard]] std::optional<Verdict> verdict_named(const std::string& name);
+
+/// A file as it is on the disk.
+struct FileIdentity {
+    std::string path;
+    std::uint64_t size = 0;
+    std::string sha256; ///< 64 lower-case hexadecimal digits; empty when it was not computed.
+};
+
+/// What an independent decode of a RAW file told.
+struct Judgement {
+    bool decodes = false;    ///< LibRaw opens and unpacks it.
+    std::uint32_t width = 0; ///< Of the picture as it is shown, upright, in pixels.
+    std::uint32_t height = 0;
+    std::uint32_t data_errors = 0; ///< As LibRaw counts them.
+    std::optional<double>
+        rows_good; ///< Share of rows without a sign of damage, 0 to 1; nothing when unknown.
+    std::vector<std::string> findings; ///< Each sign of damage, in words. None: the picture is whole.
+    std::string camera;                ///< Maker and model as LibRaw tells them; may be empty.
+    std::string taken;                 ///< The date in the file, "2026-05-01 12:30:00"; may be empty.
+};
+
+/// One sample that was tried, or was set aside.
+struct Attempt {
+    std::string sample;
+    std::string why;                  ///< Why the sample stands at this place of the list, in words.
+    std::optional<std::int32_t> code; ///< Of the advanced repair; nothing when it gave none.
+    std::string problem; ///< Why there was no code: an exception, a crash, the time limit. May be empty.
+    Judgement judgement; ///< Of the result; all empty unless the code is 0.
+    bool taken = false;  ///< The delivered RAW photograph was made with this sample.
+};
+
+/// The general repair's part.
+struct SalvagedPicture {
+    std::optional<std::int32_t> code; ///< Of the general repair; nothing when it was not run or gave none.
+    std::string problem;              ///< As in Attempt.
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint64_t blocks = 0;         ///< Of the picture.
+    std::uint64_t blocks_own = 0;     ///< Of these, the photographer's own.
+    std::uint64_t blocks_coarse = 0;  ///< Of these, those that miss fine detail.
+    std::uint64_t blocks_guessed = 0; ///< Shown where they fit best; not among the photographer's own.
+    std::uint64_t first_bad_byte = UINT64_MAX; ///< Offset in the damaged file; UINT64_MAX when there is none.
+    std::uint32_t warnings = 0;                ///< Bits of StillMendReport.
+};
+
+/// What became of one damaged file.
+struct Record {
+    FileIdentity damaged;
+    Verdict verdict = Verdict::kNotRepaired;
+    std::string problem; ///< Why nothing was even tried: no such file, an output that exists. May be empty.
+    std::vector<Attempt> attempts; ///< In the order they were tried.
+    SalvagedPicture salvage;
+    std::optional<FileIdentity> raw;  ///< The delivered RAW photograph.
+    std::optional<FileIdentity> jpeg; ///< The delivered JPEG.
+    double seconds = 0;               ///< Time spent.
+    std::string picture; ///< A small upright JPEG of what was delivered, its bytes; empty for none. Not in
+                         ///< JSON or CSV.
+
+    /// The attempt the delivered RAW photograph came from; null when there is none.
+    [[nodiscard]] const Attempt* taken() const;
+};
+
+} // namespace plate_mend::host

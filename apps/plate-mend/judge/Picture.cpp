@@ -1,0 +1,234 @@
+#include "judge/Picture.h"
+
+#include "FileBytes.h"
+
+#include <libraw/libraw.h>
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+#include <jpeglib.h>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Interleaved RGB rows, 8 bits a sample.
+struct Image {
+    std::size_t width = 0;
+    std::size_t height = 0;
+    std::vector<unsigned char> rgb;
+
+    [[nodiscard]] const unsigned char* pixel(std::size_t x, std::size_t y) const {
+        return &rgb[3 * (y * width + x)];
+    }
+};
+
+/// Each pixel the mean of those it stands for.
+Image shrunk(const Image& image) {
+    const std::size_t side = std::max(image.width, image.height);
+    if (side <= kPictureSide) {
+        return image;
+    }
+    Image small;
+    small.width = std::max<std::size_t>(1, image.width * kPictureSide / side);
+    small.height = std::max<std::size_t>(1, image.height * kPictureSide / side);
+    small.rgb.reserve(3 * small.width * small.height);
+    for (std::size_t y = 0; y < small.height; ++y) {
+        const std::size_t top = y * image.height / small.height;
+        const std::size_t bottom = std::max(top + 1, (y + 1) * image.height / small.height);
+        for (std::size_t x = 0; x < small.width; ++x) {
+            const std::size_t left = x * image.width / small.width;
+            const std::size_t right = std::max(left + 1, (x + 1) * image.width / small.width);
+            for (std::size_t colour = 0; colour < 3; ++colour) {
+                std::size_t sum = 0;
+                for (std::size_t row = top; row < bottom; ++row) {
+                    for (std::size_t column = left; column < right; ++column) {
+                        sum += image.pixel(column, row)[colour];
+                    }
+                }
+                small.rgb.push_back(static_cast<unsigned char>(sum / ((bottom - top) * (right - left))));
+            }
+        }
+    }
+    return small;
+}
+
+/// Turned by an Exif orientation, 1 to 8. Others leave it as it is.
+Image turned(const Image& image, unsigned orientation) {
+    if (orientation < 2 || orientation > 8) {
+        return image;
+    }
+    const bool swaps = orientation >= 5;
+    const bool mirrored_x = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+    const bool mirrored_y = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    Image upright;
+    upright.width = swaps ? image.height : image.width;
+    upright.height = swaps ? image.width : image.height;
+    upright.rgb.reserve(image.rgb.size());
+    for (std::size_t y = 0; y < upright.height; ++y) {
+        for (std::size_t x = 0; x < upright.width; ++x) {
+            const std::size_t column = swaps ? y : x;
+            const std::size_t row = swaps ? x : y;
+            const unsigned char* pixel = image.pixel(mirrored_x ? image.width - 1 - column : column,
+                                                     mirrored_y ? image.height - 1 - row : row);
+            upright.rgb.insert(upright.rgb.end(), pixel, pixel + 3);
+        }
+    }
+    return upright;
+}
+
+/// libjpeg leaves by a jump when it cannot go on. Nothing with a destructor may be made in between.
+struct JumpingErrors {
+    jpeg_error_mgr manager{};
+    std::jmp_buf out{};
+};
+
+[[noreturn]] void jump(j_common_ptr codec) {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the manager is the first member.
+    std::longjmp(reinterpret_cast<JumpingErrors*>(codec->err)->out, 1);
+}
+
+void say_nothing(j_common_ptr /*codec*/, int /*level*/) {}
+
+void silence(JumpingErrors& errors) {
+    jpeg_std_error(&errors.manager);
+    errors.manager.error_exit = jump;
+    errors.manager.emit_message = say_nothing;
+}
+
+/// The orientation in an Exif segment, by its entry of tag 0x0112; 1 when there is none.
+unsigned orientation_in(const unsigned char* exif, std::size_t size) {
+    const auto find = [&](const std::vector<unsigned char>& entry, std::size_t value) -> unsigned {
+        const auto* last = exif + size;
+        const auto* found = std::search(exif, last, entry.begin(), entry.end());
+        return static_cast<std::size_t>(last - found) > value ? found[value] : 0U;
+    };
+    const unsigned little = find({0x12, 0x01, 0x03, 0x00, 0x01, 0x00, 0x00, 0x00}, 8);
+    const unsigned big = find({0x01, 0x12, 0x00, 0x03, 0x00, 0x00, 0x00, 0x01}, 9);
+    return little != 0 ? little : big != 0 ? big : 1;
+}
+
+/// Decodes into image, in a coarser resolution where that is enough. False when it cannot.
+bool decode(const std::vector<unsigned char>& jpeg, Image& image, unsigned& orientation) {
+    jpeg_decompress_struct codec{};
+    JumpingErrors errors;
+    silence(errors);
+    codec.err = &errors.manager;
+    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
+    if (setjmp(errors.out) != 0) {
+        jpeg_destroy_decompress(&codec);
+        return false;
+    }
+    jpeg_create_decompress(&codec);
+    jpeg_mem_src(&codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+    jpeg_save_markers(&codec, JPEG_APP0 + 1, 0xFFFF);
+    jpeg_read_header(&codec, TRUE);
+    for (const auto* marker = codec.marker_list; marker != nullptr; marker = marker->next) {
+        orientation = std::max(orientation, orientation_in(marker->data, marker->data_length));
+    }
+    const unsigned side = std::max(codec.image_width, codec.image_height);
+    codec.scale_num = 1;
+    codec.scale_denom = side >= 8 * kPictureSide   ? 8
+                        : side >= 4 * kPictureSide ? 4
+                        : side >= 2 * kPictureSide ? 2
+                                                   : 1;
+    codec.out_color_space = JCS_RGB;
+    jpeg_start_decompress(&codec);
+    image.width = codec.output_width;
+    image.height = codec.output_height;
+    image.rgb.resize(3 * image.width * image.height);
+    while (codec.output_scanline < codec.output_height) {
+        JSAMPROW row = &image.rgb[3 * image.width * codec.output_scanline];
+        jpeg_read_scanlines(&codec, &row, 1);
+    }
+    jpeg_destroy_decompress(&codec); // What follows the last row does not matter here.
+    return true;
+}
+
+/// Codes an image; the buffer is freed by the caller. False when it cannot.
+bool encode(const Image& image, unsigned char*& buffer, unsigned long& size) {
+    jpeg_compress_struct codec{};
+    JumpingErrors errors;
+    silence(errors);
+    codec.err = &errors.manager;
+    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
+    if (setjmp(errors.out) != 0) {
+        jpeg_destroy_compress(&codec);
+        return false;
+    }
+    jpeg_create_compress(&codec);
+    jpeg_mem_dest(&codec, &buffer, &size);
+    codec.image_width = static_cast<JDIMENSION>(image.width);
+    codec.image_height = static_cast<JDIMENSION>(image.height);
+    codec.input_components = 3;
+    codec.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&codec);
+    jpeg_set_quality(&codec, 82, TRUE);
+    jpeg_start_compress(&codec, TRUE);
+    while (codec.next_scanline < codec.image_height) {
+        // libjpeg does not write to its input, but does not say so.
+        auto* row = const_cast<JSAMPROW>(&image.rgb[3 * image.width * codec.next_scanline]);
+        jpeg_write_scanlines(&codec, &row, 1);
+    }
+    jpeg_finish_compress(&codec);
+    jpeg_destroy_compress(&codec);
+    return true;
+}
+
+void write(const Image& image, const fs::path& path) {
+    unsigned char* buffer = nullptr;
+    unsigned long size = 0;
+    const bool coded = !image.rgb.empty() && encode(image, buffer, size);
+    const std::unique_ptr<unsigned char, decltype(&std::free)> owner(buffer, &std::free);
+    if (coded) {
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): streams write char.
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(buffer), static_cast<std::streamsize>(size));
+    }
+}
+
+} // namespace
+
+void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {
+    unpacked.imgdata.params.half_size = 1;
+    unpacked.imgdata.params.use_camera_wb = 1;
+    unpacked.imgdata.params.output_bps = 8;
+    if (unpacked.dcraw_process() != LIBRAW_SUCCESS) {
+        return;
+    }
+    int error = 0;
+    const std::unique_ptr<libraw_processed_image_t, decltype(&LibRaw::dcraw_clear_mem)> made(
+        unpacked.dcraw_make_mem_image(&error), &LibRaw::dcraw_clear_mem);
+    if (made == nullptr || made->type != LIBRAW_IMAGE_BITMAP || made->bits != 8 ||
+        (made->colors != 3 && made->colors != 1)) {
+        return;
+    }
+    Image image{made->width, made->height, {}};
+    const std::size_t colours = made->colors;
+    image.rgb.reserve(3 * image.width * image.height);
+    for (std::size_t index = 0; index < image.width * image.height; ++index) {
+        for (std::size_t colour = 0; colour < 3; ++colour) {
+            image.rgb.push_back(made->data[index * colours + (colours == 3 ? colour : 0)]);
+        }
+    }
+    write(shrunk(image), picture);
+}
+
+void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {
+    FileBytes file(jpeg);
+    Image image;
+    unsigned orientation = 1;
+    if (decode(file.read(0, static_cast<std::size_t>(file.size())), image, orientation)) {
+        write(turned(shrunk(image), orientation), picture);
+    }
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+
+class LibRaw;
+
+namespace plate_mend::host {
+
+/// Longer side of the pictures for contact sheets, in pixels.
+inline constexpr unsigned kPictureSide = 480;
+
+/// Renders unpacked sensor data upright with the camera's white balance into a small JPEG. Nothing is written
+/// where the data cannot be rendered: a contact sheet does without.
+void write_raw_picture(LibRaw& unpacked, const std::filesystem::path& picture);
+
+/// The same of a JPEG, turned upright by its Exif orientation.
+void write_jpeg_picture(const std::filesystem::path& jpeg, const std::filesystem::path& picture);
+
+} // namespace plate_mend::host

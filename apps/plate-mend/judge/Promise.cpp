@@ -1,0 +1,103 @@
+#include "judge/Promise.h"
+
+#include "FileBytes.h"
+#include "Formats.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kBlock = std::size_t{1} << 20U;
+constexpr std::size_t kNeedle = 256; ///< Bytes by which image data are found again.
+
+/// How many bytes of both files are the same from two places on, at most limit.
+std::uint64_t same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& other, std::uint64_t at_other,
+                         std::uint64_t limit) {
+    std::uint64_t same = 0;
+    while (same < limit) {
+        const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, limit - same));
+        const auto left = one.read(at_one + same, want);
+        const auto right = other.read(at_other + same, want);
+        const std::size_t both = std::min(left.size(), right.size());
+        const auto pair =
+            std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(both), right.begin());
+        same += static_cast<std::uint64_t>(pair.first - left.begin());
+        if (pair.first != left.begin() + static_cast<std::ptrdiff_t>(both) || both < want) {
+            break;
+        }
+    }
+    return same;
+}
+
+/// Where the needle stands in the file; nothing when it does not.
+std::optional<std::uint64_t> find(FileBytes& file, const std::vector<unsigned char>& needle) {
+    for (std::uint64_t at = 0; at + needle.size() <= file.size(); at += kBlock) {
+        const auto block = file.read(at, kBlock + needle.size() - 1);
+        const auto found = std::search(block.begin(), block.end(), needle.begin(), needle.end());
+        if (found != block.end()) {
+            return at + static_cast<std::uint64_t>(found - block.begin());
+        }
+    }
+    return std::nullopt;
+}
+
+/// Bytes in front of the image are the sample's, but for what a repair blanks and patches there.
+bool front_is_the_samples(FileBytes& result, FileBytes& sample, std::uint64_t image) {
+    std::uint64_t others = 0;
+    for (std::uint64_t at = 0; at < image; at += kBlock) {
+        const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, image - at));
+        const auto ours = result.read(at, want);
+        const auto theirs = sample.read(at, want);
+        if (ours.size() < want || theirs.size() < want) {
+            return false;
+        }
+        for (std::size_t index = 0; index < want; ++index) {
+            others += ours[index] != theirs[index] && ours[index] != 0 ? 1U : 0U;
+        }
+    }
+    return others <= 65536;
+}
+
+} // namespace
+
+Promise compare_with_promise(const fs::path& result_path, const fs::path& damaged_path,
+                             const fs::path& sample_path, std::uint64_t image, std::uint64_t filled) {
+    FileBytes result(result_path);
+    FileBytes damaged(damaged_path);
+    FileBytes sample(sample_path);
+    const auto format = format_of(damaged_path);
+    Promise promise;
+    if (image + filled >= result.size()) {
+        promise.broken.emplace_back("the file ends in front of its image");
+        return promise;
+    }
+    // A CR3 is written box by box, and its tracks stand in another order than in the damaged file.
+    const bool in_one_piece = format != RawFormat::kCr3;
+    if (in_one_piece && !front_is_the_samples(result, sample, image)) {
+        promise.broken.emplace_back("what stands in front of the image is not the sample's");
+    }
+    const std::uint64_t length = result.size() - image - filled;
+    const bool to_the_end = in_one_piece && format != RawFormat::kDng && format != RawFormat::kRaf;
+    if (to_the_end && length <= damaged.size() &&
+        same_bytes(result, image, damaged, damaged.size() - length, length) == length) {
+        return promise;
+    }
+    const auto found = find(damaged, result.read(image, kNeedle));
+    const std::uint64_t proved = in_one_piece ? length : std::min<std::uint64_t>(length, kNeedle);
+    if (!found || same_bytes(result, image, damaged, *found, proved) < proved) {
+        promise.broken.emplace_back("the image data are not those of the damaged file");
+    } else if (to_the_end && *found + length < damaged.size()) {
+        promise.broken.push_back("the file ends " + std::to_string(damaged.size() - *found - length) +
+                                 " bytes too early: was the disk full?");
+    } else if (in_one_piece && !damaged.only_slack_behind(*found + length)) {
+        promise.behind = damaged.size() - *found - length;
+    }
+    return promise;
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,124 @@
+#include "report/Csv.h"
+
+#include "Codes.h"
+#include "report/Text.h"
+#include "report/Words.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace plate_mend::host {
+
+namespace {
+
+constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256", "verdict",     "problem",
+                                 "sample",     "sample_why",   "code",           "meaning",     "width",
+                                 "height",     "rows_good",    "data_errors",    "findings",    "camera",
+                                 "taken",      "refused",      "salvage_code",   "raw",         "raw_size",
+                                 "raw_sha256", "jpeg",         "jpeg_size",      "jpeg_sha256", "seconds"};
+
+std::string quoted(const std::string& field) {
+    if (field.find_first_of(",\"\r\n") == std::string::npos) {
+        return field;
+    }
+    std::string result = "\"";
+    for (const char letter : field) {
+        result += letter;
+        if (letter == '"') {
+            result += letter;
+        }
+    }
+    return result + '"';
+}
+
+std::string text(std::string_view value) {
+    const bool formula = !value.empty() && std::string_view("=+-@\t\r").find(value.front()) != value.npos;
+    return quoted((formula ? "'" : "") + well_formed(value));
+}
+
+/// With four digits behind the point, whatever the locale; empty for what is beyond all measure.
+std::string decimal(double value) {
+    std::array<char, 64> buffer{};
+    const auto end =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 4);
+    return end.ec == std::errc() ? std::string(buffer.data(), end.ptr) : std::string();
+}
+
+/// The attempt that the row speaks of; null when no sample gave a code.
+const Attempt* told_attempt(const Record& record) {
+    if (const Attempt* taken = record.taken()) {
+        return taken;
+    }
+    const auto last = std::find_if(record.attempts.rbegin(), record.attempts.rend(),
+                                   [](const Attempt& attempt) { return attempt.code.has_value(); });
+    return last == record.attempts.rend() ? nullptr : &*last;
+}
+
+std::string refused(const Record& record) {
+    std::vector<std::string> parts;
+    for (const Attempt& attempt : record.attempts) {
+        if (!attempt.taken) {
+            parts.push_back(attempt.sample + ": " + reason_refused(attempt));
+        }
+    }
+    return joined(parts);
+}
+
+void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity>& file) {
+    fields.push_back(file ? text(file->path) : "");
+    fields.push_back(file ? std::to_string(file->size) : "");
+    fields.push_back(file ? text(file->sha256) : "");
+}
+
+void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
+    static const Attempt kNone;
+    const Attempt& told = attempt == nullptr ? kNone : *attempt;
+    const Judgement& judgement = told.judgement;
+    const bool decodes = judgement.decodes;
+    fields.push_back(text(told.sample));
+    fields.push_back(text(told.why));
+    fields.push_back(told.code ? std::to_string(*told.code) : "");
+    fields.push_back(told.code && *told.code != 0 ? text(explain_repair(*told.code)) : "");
+    fields.push_back(decodes ? std::to_string(judgement.width) : "");
+    fields.push_back(decodes ? std::to_string(judgement.height) : "");
+    fields.push_back(judgement.rows_good ? decimal(*judgement.rows_good) : "");
+    fields.push_back(decodes ? std::to_string(judgement.data_errors) : "");
+    fields.push_back(text(joined(judgement.findings)));
+    fields.push_back(text(judgement.camera));
+    fields.push_back(text(judgement.taken));
+}
+
+std::string line(const std::vector<std::string>& fields) {
+    std::string result;
+    for (const std::string& field : fields) {
+        result += (&field == &fields.front() ? "" : ",") + field;
+    }
+    return result + "\r\n";
+}
+
+} // namespace
+
+std::string csv_header() {
+    return line({kColumns.begin(), kColumns.end()});
+}
+
+std::string csv_row(const Record& record) {
+    std::vector<std::string> fields;
+    fields.reserve(kColumns.size());
+    add_file(fields, record.damaged);
+    fields.emplace_back(name_of(record.verdict));
+    fields.push_back(text(record.problem));
+    add_attempt(fields, told_attempt(record));
+    fields.push_back(text(refused(record)));
+    fields.push_back(record.salvage.code ? std::to_string(*record.salvage.code) : "");
+    add_file(fields, record.raw);
+    add_file(fields, record.jpeg);
+    fields.push_back(decimal(record.seconds));
+    return line(fields);
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,373 @@
+#include "report/Html.h"
+
+#include "Codes.h"
+#include "SafeOutput.h"
+#include "report/HtmlPage.h"
+#include "report/Text.h"
+
+#include <algorithm>
+#include <random>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Room that is kept in the page's head for the summary, in bytes.
+constexpr std::size_t kSummaryRoom = 4096;
+
+/// For text and for attributes in double quotes.
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (const char letter : printable(text)) {
+        switch (letter) {
+        case '&':
+            result += "&amp;";
+            break;
+        case '<':
+            result += "&lt;";
+            break;
+        case '>':
+            result += "&gt;";
+            break;
+        case '"':
+            result += "&quot;";
+            break;
+        case '\'':
+            result += "&#39;";
+            break;
+        default:
+            result += letter;
+        }
+    }
+    return result;
+}
+
+std::string base64(std::string_view bytes) {
+    constexpr const char* kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string result;
+    result.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t index = 0; index < bytes.size(); index += 3) {
+        const std::size_t count = std::min<std::size_t>(3, bytes.size() - index);
+        std::uint32_t group = 0;
+        for (std::size_t place = 0; place < 3; ++place) {
+            const auto byte = place < count ? static_cast<unsigned char>(bytes[index + place]) : 0U;
+            group = group << 8 | byte;
+        }
+        for (std::size_t place = 0; place < 4; ++place) {
+            result += place <= count ? kLetters[group >> (18 - 6 * place) & 0x3F] : '=';
+        }
+    }
+    return result;
+}
+
+std::string base_name(const std::string& path) {
+    const std::size_t last = path.find_last_of("/\\");
+    return last == std::string::npos || last + 1 == path.size() ? path : path.substr(last + 1);
+}
+
+/// The verdict in attributes and in the page's address: its name, in one word.
+std::string slug(Verdict verdict) {
+    std::string text = name_of(verdict);
+    std::replace(text.begin(), text.end(), ' ', '-');
+    return text;
+}
+
+/// What a client has of a file with this verdict.
+const char* meaning(Verdict verdict) {
+    switch (verdict) {
+    case Verdict::kWhole:
+        return "RAW, without a sign of damage";
+    case Verdict::kPartial:
+        return "RAW, with some of the picture lost";
+    case Verdict::kPreviewOnly:
+        return "a JPEG from inside the file";
+    case Verdict::kNotRepaired:
+        break;
+    }
+    return "nothing could be delivered";
+}
+
+std::string term(const std::string& name, const std::string& html) {
+    return "<dt>" + name + "</dt><dd>" + html + "</dd>\n";
+}
+
+std::string file_html(const FileIdentity& file) {
+    std::string html =
+        escaped(file.path) + "<br>" + size_in_words(file.size) + " (" + std::to_string(file.size) + " bytes)";
+    if (!file.sha256.empty()) {
+        html += "<br>SHA-256 <code>" + escaped(file.sha256) + "</code>";
+    }
+    return html;
+}
+
+std::string list_html(const std::vector<std::string>& lines, const std::string& kind = "plain") {
+    std::string html = "<ul class=\"" + kind + "\">";
+    for (const std::string& line : lines) {
+        html += "<li>" + escaped(line) + "</li>";
+    }
+    return html + "</ul>";
+}
+
+/// The place of the picture, and how much of it is there.
+std::string mount_html(const Record& record) {
+    std::string html = "<div class=\"mount\">";
+    if (record.picture.empty()) {
+        html += record.verdict == Verdict::kNotRepaired ? "No picture was recovered" : "No small picture";
+    } else {
+        html += R"(<img loading="lazy" decoding="async" alt="The picture of )" +
+                escaped(base_name(record.damaged.path)) + "\" src=\"data:image/jpeg;base64," +
+                base64(record.picture) + "\">";
+    }
+    return html + "</div>\n";
+}
+
+std::string pixels(std::uint32_t width, std::uint32_t height) {
+    return std::to_string(width) + " × " + std::to_string(height) + " pixels";
+}
+
+std::string facts_html(const Record& record) {
+    std::vector<std::string> facts;
+    const Attempt* taken = record.taken();
+    if (taken != nullptr && taken->judgement.decodes) {
+        facts.push_back(taken->judgement.camera);
+        facts.push_back(pixels(taken->judgement.width, taken->judgement.height));
+    } else if (record.jpeg) {
+        facts.push_back(pixels(record.salvage.width, record.salvage.height));
+    }
+    facts.push_back(size_in_words(record.damaged.size));
+    std::string html;
+    for (const std::string& fact : facts) {
+        if (!fact.empty()) {
+            html += (html.empty() ? "<span>" : " · <span>") + escaped(fact) + "</span>";
+        }
+    }
+    if (taken != nullptr && taken->judgement.rows_good) {
+        html += "<span class=\"share\">" + share_in_words(*taken->judgement.rows_good) +
+                " of the rows without damage</span>";
+    }
+    return "<p class=\"facts\">" + html + "</p>\n";
+}
+
+std::vector<std::string> findings_of(const Record& record) {
+    std::vector<std::string> findings;
+    if (!record.problem.empty()) {
+        findings.push_back(record.problem);
+    }
+    if (const Attempt* taken = record.taken()) {
+        findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
+    } else if (!record.attempts.empty()) {
+        findings.push_back("Repair: " + reason_refused(record.attempts.back()));
+    }
+    if (record.salvage.code && *record.salvage.code != 0) {
+        findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
+    } else if (!record.salvage.problem.empty()) {
+        findings.push_back("Salvage: " + record.salvage.problem);
+    }
+    return findings;
+}
+
+/// What in the delivered files comes from where.
+std::string origin_html(const Record& record) {
+    const std::string damaged = escaped(base_name(record.damaged.path));
+    std::string html;
+    if (const Attempt* taken = record.taken(); taken != nullptr && record.raw) {
+        const std::string& date = taken->judgement.taken;
+        html += term("Image data", "from the damaged file <b>" + damaged + "</b>");
+        html += term("Everything else: date, exposure, white balance, lens, GPS, serial number",
+                     "from the sample <b>" + escaped(base_name(taken->sample)) + "</b>" +
+                         (date.empty() ? "" : ", so the file is dated " + escaped(date)));
+    }
+    if (record.jpeg) {
+        html +=
+            term("JPEG", "from inside the damaged file <b>" + damaged + "</b>; nothing of it is a sample's");
+    }
+    return html.empty() ? html : "<dl class=\"origin\">\n" + html + "</dl>\n";
+}
+
+std::string samples_html(const Record& record) {
+    std::string html;
+    if (const Attempt* taken = record.taken()) {
+        html += term("Sample taken",
+                     escaped(taken->sample) + (taken->why.empty() ? "" : "<br>Why: " + escaped(taken->why)));
+        html += term("Repair", "carried out (code 0)");
+    }
+    std::vector<std::string> refused;
+    for (const Attempt& attempt : record.attempts) {
+        if (!attempt.taken) {
+            refused.push_back(attempt.sample + ": " + reason_refused(attempt) +
+                              (attempt.why.empty() ? "" : " [" + attempt.why + "]"));
+        }
+    }
+    return refused.empty() ? html : html + term("Samples refused", list_html(refused));
+}
+
+std::string salvage_html(const SalvagedPicture& salvage) {
+    if (!salvage.code) {
+        return "";
+    }
+    std::vector<std::string> lines = salvage_warnings(salvage.warnings);
+    if (salvage.blocks != 0) {
+        lines.insert(lines.begin(), std::to_string(salvage.blocks_own) + " of " +
+                                        std::to_string(salvage.blocks) +
+                                        " blocks are the photographer's own");
+    }
+    return lines.empty() ? "" : term("JPEG from inside the damaged file", list_html(lines));
+}
+
+std::string details_html(const Record& record) {
+    std::string html = "<details><summary>Files, samples and sums</summary>\n<dl>\n";
+    html += term("Damaged file", file_html(record.damaged));
+    if (record.raw) {
+        html += term("RAW photograph written", file_html(*record.raw));
+    }
+    if (record.jpeg) {
+        html += term("JPEG written", file_html(*record.jpeg));
+    }
+    html += samples_html(record);
+    html += salvage_html(record.salvage);
+    return html + "</dl></details>\n";
+}
+
+std::string rows_html(const Attempt* taken) {
+    if (taken == nullptr || !taken->judgement.rows_good) {
+        return "";
+    }
+    std::string share = share_in_words(*taken->judgement.rows_good);
+    std::erase(share, ' ');
+    return R"(<div class="rows"><span style="width:)" + share + "\"></span></div>\n";
+}
+
+/// A number nobody can guess: with it the page's own script runs, and no other text that would be one.
+std::string random_word() {
+    std::random_device random;
+    return std::to_string(random()) + std::to_string(random());
+}
+
+std::string tile(const std::string& verdict, std::uint64_t count, const std::string& name,
+                 const std::string& meaning) {
+    return R"(<button type="button" disabled class="tile )" + verdict + R"(" data-verdict=")" + verdict +
+           R"(" aria-pressed="false"><b>)" + std::to_string(count) + "</b><span>" + name + "</span><small>" +
+           meaning + "</small></button>\n";
+}
+
+constexpr const char* kTools = R"html(<div class="tools" role="search" hidden>
+<label for="find">Find <input id="find" type="search" placeholder="part of a name"></label>
+<label for="sort">Sort by <select id="sort"><option value="order">order of work</option><option value="name">name</option><option value="verdict">verdict</option><option value="size">size</option><option value="rows">rows without damage</option></select></label>
+<output id="shown" aria-live="polite"></output>
+</div>
+<main>
+<p id="none" class="none" hidden>No file is shown. Choose another verdict, or empty the field "Find".</p>
+<ul class="sheet">
+)html";
+
+} // namespace
+
+std::string html_card(const Record& record, std::uint64_t number) {
+    const std::string verdict = slug(record.verdict);
+    const std::string name = escaped(base_name(record.damaged.path));
+    const Attempt* taken = record.taken();
+    const bool rows = taken != nullptr && taken->judgement.rows_good;
+    std::string html = "<li class=\"card " + verdict + "\" data-verdict=\"" + verdict + "\" data-order=\"" +
+                       std::to_string(number) + "\" data-name=\"" + name + "\" data-size=\"" +
+                       std::to_string(record.damaged.size) + "\" data-rows=\"" +
+                       (rows ? std::to_string(*taken->judgement.rows_good) : "") + "\">\n";
+    html += mount_html(record) + rows_html(taken);
+    html += "<div class=\"text\">\n<div class=\"name\"><h2>" + name + "</h2><span class=\"badge\">" +
+            std::string(in_words(record.verdict)) + "</span></div>\n" + facts_html(record);
+    if (const auto findings = findings_of(record); !findings.empty()) {
+        html += list_html(findings, "findings") + '\n';
+    }
+    html += "<div class=\"rest\">\n" + origin_html(record) + details_html(record);
+    return html + "</div>\n</div></li>\n";
+}
+
+HtmlReport::HtmlReport(fs::path file, std::string made)
+    : file_(std::move(file)), part_(file_), made_(std::move(made)) {
+    part_ += ".part";
+    stream_.open(part_, std::ios::binary | std::ios::trunc);
+    const std::string word = random_word();
+    write("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+          "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
+          "style-src 'unsafe-inline'; script-src 'nonce-" +
+          word +
+          "'\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+          "<title>Recovered photographs</title>\n<style>" +
+          kHtmlStyle + "</style>\n</head>\n<body>\n<header>\n<h1>Recovered photographs</h1>\n");
+    summary_place_ = stream_.tellp();
+    write(std::string(kSummaryRoom, ' '));
+    write("</header>\n");
+    write(kTools);
+    script_ = "<script nonce=\"" + word + "\">" + kHtmlScript + "</script>\n";
+}
+
+HtmlReport::~HtmlReport() {
+    if (stream_.is_open()) {
+        stream_.close();
+        std::error_code ignored;
+        fs::remove(part_, ignored);
+    }
+}
+
+void HtmlReport::write(std::string_view text) {
+    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!stream_) {
+        throw std::runtime_error(utf8_from(part_) + ": cannot be written");
+    }
+}
+
+void HtmlReport::add(const Record& record) {
+    write(html_card(record, counts_.total()));
+    counts_.add(record.verdict);
+}
+
+std::string HtmlReport::summary(bool interrupted) const {
+    const std::uint64_t total = counts_.total();
+    std::string html = "<p class=\"lead\">" + std::to_string(total) + (total == 1 ? " file: " : " files: ") +
+                       in_words(counts_) + "</p>\n";
+    if (interrupted) {
+        html += "<p class=\"alert\" role=\"note\">The run was interrupted. Here is what was done until "
+                "then.</p>\n";
+    }
+    html += R"(<div class="bar" aria-hidden="true">)";
+    for (const Verdict verdict : kVerdicts) {
+        if (counts_.of(verdict) != 0) {
+            html += "<span class=\"" + slug(verdict) +
+                    "\" style=\"flex:" + std::to_string(counts_.of(verdict)) + "\"></span>";
+        }
+    }
+    html += "</div>\n<div class=\"tiles\" role=\"group\" aria-label=\"Show\">\n" +
+            tile("", total, "all files", "that were given");
+    for (const Verdict verdict : kVerdicts) {
+        html += tile(slug(verdict), counts_.of(verdict), in_words(verdict), meaning(verdict));
+    }
+    return html + "</div>\n";
+}
+
+void HtmlReport::close(bool interrupted) {
+    write(
+        "</ul>\n</main>\n<footer>In a repaired RAW photograph the image data are those of the damaged file; "
+        "all else, its date too, is the sample's. " +
+        escaped(made_) + "</footer>\n" + script_ + "</body>\n</html>\n");
+    stream_.seekp(summary_place_);
+    const std::string text = summary(interrupted);
+    if (text.size() > kSummaryRoom) {
+        throw std::logic_error("the summary is longer than its room");
+    }
+    write(text);
+    stream_.flush();
+    write("");
+    stream_.close();
+    if (stream_.fail()) {
+        std::error_code ignored;
+        fs::remove(part_, ignored);
+        throw std::runtime_error(utf8_from(part_) + ": cannot be written");
+    }
+    fs::rename(part_, file_);
+}
+
+} // namespace plate_mend::host

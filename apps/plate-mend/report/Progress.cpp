@@ -1,0 +1,143 @@
+#include "report/Progress.h"
+
+#include "report/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <ostream>
+#include <utility>
+
+namespace plate_mend::host {
+
+namespace {
+
+constexpr auto kBetweenDraws = std::chrono::milliseconds(100);
+constexpr std::size_t kLeastForName = 8;
+
+std::string rate_in_words(double files_per_second) {
+    const bool fast = files_per_second >= 1;
+    const double value = fast ? files_per_second : files_per_second * 60;
+    std::array<char, 64> buffer{};
+    const auto end =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 1);
+    return std::string(buffer.data(), end.ptr) + (fast ? "/s" : "/min");
+}
+
+/// "[ 12/225] ", with the first number as wide as the second.
+std::string position(const ProgressState& state) {
+    const std::string total = std::to_string(state.total);
+    std::string done = std::to_string(state.done);
+    if (done.size() < total.size()) {
+        done.insert(0, total.size() - done.size(), ' ');
+    }
+    return '[' + done + '/' + total + ']';
+}
+
+} // namespace
+
+std::string duration_in_words(double seconds) {
+    if (!(seconds >= 1)) {
+        return "less than 1 s";
+    }
+    constexpr double kLongest = 1e9;
+    const auto whole = static_cast<std::int64_t>(std::round(std::min(seconds, kLongest)));
+    if (whole < 60) {
+        return std::to_string(whole) + " s";
+    }
+    const std::int64_t minutes = (whole + 30) / 60;
+    if (minutes < 60) {
+        return std::to_string(minutes) + " min";
+    }
+    return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min";
+}
+
+std::string progress_line(const ProgressState& state, std::size_t columns) {
+    std::string line = position(state);
+    if (state.done > 0 && state.seconds > 0) {
+        const double rate = static_cast<double>(state.done) / state.seconds;
+        line += ' ' + rate_in_words(rate);
+        if (state.total > state.done) {
+            line += ", " + duration_in_words(static_cast<double>(state.total - state.done) / rate) + " left";
+        }
+        line += ", " + in_words(state.counts);
+    }
+    if (!state.current.empty() && line.size() + 2 + kLeastForName <= columns) {
+        line += ": " + cut_to_columns(printable(state.current), columns - line.size() - 2);
+    }
+    return cut_to_columns(line, columns);
+}
+
+std::string file_line(const Record& record) {
+    std::string line = record.damaged.path + ": " + in_words(record.verdict);
+    if (!record.problem.empty()) {
+        line += ", " + record.problem;
+    }
+    if (record.raw) {
+        line += ", written to " + record.raw->path;
+    }
+    if (record.jpeg) {
+        line += ", JPEG written to " + record.jpeg->path;
+    }
+    if (const Attempt* taken = record.taken()) {
+        line += ", sample " + taken->sample;
+        if (!taken->judgement.findings.empty()) {
+            line += " (" + joined(taken->judgement.findings) + ")";
+        }
+    } else if (!record.attempts.empty()) {
+        line += ", " + reason_refused(record.attempts.back());
+    }
+    return printable(line);
+}
+
+Progress::Progress(std::ostream& stream, Style style, std::uint64_t total, Columns columns, Clock clock)
+    : stream_(stream), style_(style), columns_(std::move(columns)), clock_(std::move(clock)),
+      began_(clock_()) {
+    state_.total = total;
+}
+
+void Progress::begin(const std::string& path) {
+    state_.current = path;
+    draw(!on_display_);
+}
+
+void Progress::end(const Record& record) {
+    ++state_.done;
+    state_.counts.add(record.verdict);
+    if (style_ == Style::kLines) {
+        stream_ << file_line(record) << '\n' << std::flush;
+    } else if (style_ == Style::kTerminal && record.verdict != Verdict::kWhole) {
+        clear();
+        stream_ << file_line(record) << '\n';
+    }
+    draw(!on_display_);
+}
+
+void Progress::finish() {
+    clear();
+    stream_ << std::flush;
+}
+
+void Progress::draw(bool at_once) {
+    const auto now = clock_();
+    if (style_ != Style::kTerminal || (!at_once && now - drawn_ < kBetweenDraws)) {
+        return;
+    }
+    const std::size_t columns = columns_();
+    state_.seconds = std::chrono::duration<double>(now - began_).count();
+    clear();
+    // The last column stays free: many terminals go to the next line there.
+    stream_ << progress_line(state_, columns > 0 ? columns - 1 : 0) << std::flush;
+    on_display_ = true;
+    drawn_ = now;
+}
+
+void Progress::clear() {
+    if (on_display_) {
+        stream_ << "\r\x1B[K";
+        on_display_ = false;
+    }
+}
+
+} // namespace plate_mend::host

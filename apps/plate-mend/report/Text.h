@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Text from outside, such as names of files, made fit to be shown.
+
+namespace plate_mend::host {
+
+/// The text as well-formed UTF-8: each byte that belongs to no character becomes U+FFFD.
+[[nodiscard]] std::string well_formed(std::string_view text);
+
+/// The text for one line of a terminal: well-formed, and each control character becomes '?'. So is each that
+/// turns the direction of writing.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// Columns of a terminal that a well-formed text takes: two for wide characters of East Asia and pictograms,
+/// none for combining marks.
+[[nodiscard]] std::size_t columns_of(std::string_view text);
+
+/// A well-formed text cut to at most that many columns: its middle gives way to "...". Of fewer than four
+/// columns only the beginning is left.
+[[nodiscard]] std::string cut_to_columns(std::string_view text, std::size_t columns);
+
+} // namespace plate_mend::host

@@ -1,0 +1,284 @@
+#include "host/HostFixture.h"
+#include "host/Pairs.h"
+
+#include "support/Jpeg.h"
+#include "support/RawDecode.h"
+
+#include "Record.h"
+#include "report/JsonLines.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using plate_mend::host::from_json_line;
+using plate_mend::host::Record;
+using plate_mend::host::Verdict;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
+
+class Batch : public HostFixture {
+  protected:
+    Batch() {
+        fs::remove(folder / "broken.arw");
+        fs::create_directories(folder / "card" / "day 1");
+    }
+
+    void put(const fs::path& name, const Bytes& bytes) { write_file(folder / name, bytes); }
+
+    /// Records of a JSON Lines file, by the names of their damaged files.
+    std::map<std::string, Record> records(const std::string& name = "records.jsonl") {
+        std::map<std::string, Record> found;
+        std::ifstream lines(folder / name, std::ios::binary);
+        for (std::string line; std::getline(lines, line);) {
+            Record record = from_json_line(line).value();
+            const std::string key = utf8(fs::path(record.damaged.path).filename());
+            found.insert_or_assign(key, std::move(record));
+        }
+        return found;
+    }
+
+    /// All files below a folder, relative to it, sorted.
+    [[nodiscard]] std::vector<std::string> files_below(const fs::path& name) const {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(folder / name)) {
+            if (entry.is_regular_file()) {
+                found.push_back(utf8(entry.path().lexically_relative(folder / name).generic_string()));
+            }
+        }
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    const Bytes lost_ = Bytes(3000, 7); ///< A file of which nothing can be saved.
+};
+
+TEST_F(Batch, FolderOfFilesIsRepairedIntoAnotherOfTheSameShape) {
+    put("card/a.arw", damaged);
+    put("card/day 1/B.ARW", damaged);
+    put("card/notes.txt", {1});
+    put("card/day 1/c.nef", lost_);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              2);
+    EXPECT_THAT(files_below("mended"), ElementsAre("a.arw", "day 1/B.ARW"));
+    EXPECT_EQ(decode_raw(folder / "mended" / "day 1" / "B.ARW"), decode_raw(original.bytes));
+    const auto found = records();
+    ASSERT_THAT(found, SizeIs(3));
+    EXPECT_EQ(found.at("a.arw").verdict, Verdict::kWhole);
+    EXPECT_EQ(found.at("B.ARW").verdict, Verdict::kWhole);
+    EXPECT_EQ(found.at("c.nef").verdict, Verdict::kNotRepaired);
+    EXPECT_EQ(found.at("c.nef").problem, "no sample of this format");
+}
+
+TEST_F(Batch, OnlyAskedForExtensionsAreTakenOfFolders) {
+    put("card/a.arw", damaged);
+    put("card/b.raw", damaged);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", "RAW", "--out", in("mended"), in("card")}), 0);
+    EXPECT_THAT(files_below("mended"), ElementsAre("b.raw"));
+}
+
+TEST_F(Batch, SecondRunOverAFolderLeavesResultsOfTheFirstAlone) {
+    put("card/a.arw", damaged);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("card")}), 0);
+    EXPECT_THAT(files_below("card"), ElementsAre("a.arw", "a.repaired.arw"));
+    EXPECT_EQ(run({"repair", "--force", "-s", in("good.arw"), "--json", in("records.jsonl"), in("card")}), 0);
+    EXPECT_THAT(records(), SizeIs(1)) << "the result is no damaged file";
+}
+
+TEST_F(Batch, InputsAndSamplesAreLeftAsTheyAre) {
+    put("card/a.arw", damaged);
+    const auto changed = fs::last_write_time(folder / "card" / "a.arw");
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("card")}), 0);
+    EXPECT_EQ(read_file(folder / "card" / "a.arw"), damaged);
+    EXPECT_EQ(fs::last_write_time(folder / "card" / "a.arw"), changed);
+    EXPECT_EQ(read_file(folder / "good.arw"), sample.bytes);
+    EXPECT_THAT(names(), ElementsAre("card", "good.arw", "mended"));
+}
+
+TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreToldOf) {
+    fs::create_directory(folder / "good");
+    const ArwPhoto other_order(ArwPhoto::Options{.order = ByteOrder::kBig, .number = 3});
+    const ArwPhoto other_size(ArwPhoto::Options{.number = 3, .width = 120, .height = 160});
+    put("good/a other order.arw", other_order.bytes);
+    put("good/b other size.arw", other_size.bytes);
+    put("good/c right.arw", sample.bytes);
+    put("good/d.nef", {1});
+    // Of the damaged file only the directory of the preview is alive, besides what a repair needs.
+    put("card/a.arw", zeroed(original.bytes, 0, 8));
+    EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              0)
+        << out << err;
+    const Record record = records().at("a.arw");
+    ASSERT_NE(record.taken(), nullptr);
+    EXPECT_EQ(fs::path(record.taken()->sample).filename(), "c right.arw");
+    EXPECT_THAT(record.taken()->why, HasSubstr("same picture sizes"));
+    EXPECT_THAT(record.taken()->why, HasSubstr("same byte order"));
+    EXPECT_THAT(record.attempts, SizeIs(1)) << "a whole result ends the search";
+}
+
+TEST_F(Batch, NextSampleIsTriedWhereTheFirstGivesNothing) {
+    fs::create_directory(folder / "good");
+    put("good/broken_0001.arw", zeroed(sample.bytes, 0, 1000)); // Nearest by its name, and no good.
+    put("good/other_0009.arw", sample.bytes);
+    put("card/broken_0002.arw", damaged);
+    EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              0);
+    const Record record = records().at("broken_0002.arw");
+    ASSERT_THAT(record.attempts, SizeIs(2));
+    EXPECT_NE(record.attempts[0].code.value_or(0), 0);
+    EXPECT_FALSE(record.attempts[0].taken);
+    EXPECT_TRUE(record.attempts[1].taken);
+    EXPECT_EQ(run({"repair", "--max-samples", "1", "--samples", in("good"), "--out", in("few"), in("card")}),
+              1)
+        << "with one trial only the preview is left";
+}
+
+TEST_F(Batch, JpegIsSalvagedWhereThePhotographIsNotWhole) {
+    const ArwPhoto large(ArwPhoto::Options{.number = 2, .width = 640, .height = 480});
+    put("card/a.arw", zeroed(large.bytes, 0, large.strip_entries + 36));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              1);
+    EXPECT_THAT(files_below("mended"), ElementsAre("a.jpg"));
+    EXPECT_TRUE(jpeg_decodes(read_file(folder / "mended" / "a.jpg")));
+    const Record record = records().at("a.arw");
+    EXPECT_EQ(record.verdict, Verdict::kPreviewOnly);
+    EXPECT_EQ(record.salvage.width, 640U);
+    ASSERT_TRUE(record.jpeg.has_value());
+    EXPECT_EQ(record.jpeg->path, utf8(folder / "mended" / "a.jpg"));
+    EXPECT_EQ(run({"repair", "--no-fallback", "-s", in("good.arw"), "--out", in("none"), in("card")}), 2);
+    EXPECT_THAT(files_below("none"), IsEmpty());
+}
+
+TEST_F(Batch, CutPhotographIsPartlyThereWithItsRows) {
+    put("card/a.arw", part(damaged, 0, damaged.size() - 160 * 2 * 30)); // 30 rows of 120.
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              1);
+    const Record record = records().at("a.arw");
+    EXPECT_EQ(record.verdict, Verdict::kPartial);
+    ASSERT_NE(record.taken(), nullptr);
+    EXPECT_NEAR(record.taken()->judgement.rows_good.value_or(-1), 0.75, 0.001);
+    EXPECT_THAT(record.taken()->judgement.findings, ::testing::Contains(HasSubstr("9600 bytes are lost")));
+    const auto picture = decode_raw(folder / "mended" / "a.arw").value();
+    const auto whole = decode_raw(original.bytes).value();
+    EXPECT_TRUE(
+        std::equal(picture.samples.begin(), picture.samples.begin() + 160 * 90, whole.samples.begin()));
+}
+
+TEST_F(Batch, ResumedRunDoesOnlyWhatIsLeft) {
+    put("card/a.arw", damaged);
+    const std::vector<std::string> command{"repair",     "-s",     in("good.arw"),      "--out",
+                                           in("mended"), "--json", in("records.jsonl"), in("card")};
+    EXPECT_EQ(run(command), 0);
+    const auto made = fs::last_write_time(folder / "mended" / "a.arw");
+    put("card/b.arw", damaged);
+    EXPECT_EQ(run(command), 64) << "the report exists";
+    auto resumed = command;
+    resumed.insert(resumed.begin() + 1, "--resume");
+    EXPECT_EQ(run(resumed), 0);
+    EXPECT_EQ(fs::last_write_time(folder / "mended" / "a.arw"), made);
+    EXPECT_THAT(files_below("mended"), ElementsAre("a.arw", "b.arw"));
+    EXPECT_THAT(records(), SizeIs(2));
+    // A result that went is made again.
+    fs::remove(folder / "mended" / "a.arw");
+    EXPECT_EQ(run(resumed), 0);
+    EXPECT_TRUE(fs::exists(folder / "mended" / "a.arw"));
+}
+
+TEST_F(Batch, ResumedRunWithoutRecordsJudgesWhatIsThere) {
+    put("card/a.arw", damaged);
+    put("card/b.arw", part(damaged, 0, damaged.size() - 160 * 2 * 30));
+    const std::vector<std::string> command{"repair", "--resume",   "-s",      in("good.arw"),
+                                           "--out",  in("mended"), in("card")};
+    EXPECT_EQ(run(command), 1);
+    const auto made = fs::last_write_time(folder / "mended" / "a.arw");
+    EXPECT_EQ(run(command), 1) << "b is no more whole than before";
+    EXPECT_EQ(fs::last_write_time(folder / "mended" / "a.arw"), made);
+}
+
+TEST_F(Batch, ListsOfFilesAreTaken) {
+    put("card/a.arw", damaged);
+    put("card/day 1/b.arw", damaged);
+    {
+        std::ofstream list(folder / "list.txt", std::ios::binary);
+        list << in("card/a.arw") << "\r\n\n"
+             << R"({"path": ")" << (folder / "card" / "day 1" / "b.arw").generic_string() << "\"}\n";
+    }
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--files-from", in("list.txt")}), 0)
+        << err;
+    EXPECT_THAT(files_below("mended"), ElementsAre("a.arw", "b.arw"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--files-from", in("no list")}), 64);
+    { std::ofstream(folder / "list.txt") << "{\"no\": \"path\"}\n"; }
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--files-from", in("list.txt")}), 64);
+    EXPECT_THAT(err, HasSubstr("line 1"));
+}
+
+TEST_F(Batch, TwoFilesForOneOutputAreRefusedBeforeAnythingIsDone) {
+    put("card/a.arw", damaged);
+    put("card/day 1/a.arw", damaged);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("card/a.arw"),
+                   in("card/day 1/a.arw")}),
+              64);
+    EXPECT_THAT(err, HasSubstr("would be the result of"));
+    EXPECT_FALSE(fs::exists(folder / "mended"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("one.arw"), in("card")}), 64)
+        << "one name for two files";
+}
+
+TEST_F(Batch, DamagedFileThatMayNotBeWrittenToIsCopied) {
+    put("card/a.arw", damaged);
+    fs::permissions(folder / "card" / "a.arw", fs::perms::owner_read);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("card")}), 0) << out;
+    EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
+    fs::permissions(folder / "card" / "a.arw", fs::perms::owner_all);
+}
+
+TEST_F(Batch, ManyAtATimeGiveWhatOneGives) {
+    for (unsigned number = 0; number < 12; ++number) {
+        put("card/" + std::to_string(number) + ".arw", damaged);
+    }
+    EXPECT_EQ(run({"repair", "-j", "6", "-s", in("good.arw"), "--out", in("mended"), in("card")}), 0);
+    EXPECT_THAT(files_below("mended"), SizeIs(12));
+    for (unsigned number = 0; number < 12; ++number) {
+        EXPECT_EQ(read_file(folder / "mended" / (std::to_string(number) + ".arw")),
+                  read_file(folder / "mended" / "0.arw"));
+    }
+}
+
+TEST_F(Batch, AllReportsOfARun) {
+    put("card/a.arw", damaged);
+    put("card/b.arw", lost_);
+    EXPECT_EQ(run({"repair", "--quiet", "-s", in("good.arw"), "--out", in("mended"), "--json", in("r.jsonl"),
+                   "--csv", in("r.csv"), "--report", in("r.html"), in("card")}),
+              2);
+    EXPECT_EQ(out, "");
+    EXPECT_THAT(records("r.jsonl"), SizeIs(2));
+    const Record whole = records("r.jsonl").at("a.arw");
+    EXPECT_THAT(whole.damaged.sha256, SizeIs(64));
+    EXPECT_THAT(whole.raw->sha256, SizeIs(64));
+    const Bytes csv = read_file(folder / "r.csv");
+    EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 3);
+    const Bytes page = read_file(folder / "r.html");
+    const std::string text(page.begin(), page.end());
+    EXPECT_THAT(text, HasSubstr("data:image/jpeg;base64,"));
+    EXPECT_THAT(text, HasSubstr("1 whole, 1 lost"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--force", "--json", "-", "--out", in("mended"),
+                   in("card/a.arw")}),
+              0);
+    EXPECT_TRUE(from_json_line(out.substr(0, out.find('\n'))).has_value()) << out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << "nothing else stands between the lines";
+}
+
+} // namespace
+} // namespace test

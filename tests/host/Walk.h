@@ -1,0 +1,51 @@
+#pragma once
+
+#include "host/Pairs.h"
+#include "support/Bytes.h"
+#include "unit/still_mend/Laboratory.h"
+
+#include "Record.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+// A walk through a folder of every format with every kind of damage: what the program says of each file is
+// compared with the pixels of the original.
+
+namespace test {
+
+/// Something that happened to a photograph.
+struct Harm {
+    std::string name;
+    PairOptions pair; ///< Which sample there is.
+    std::function<Bytes(const Pair&)> apply;
+    const Damage* preview =
+        nullptr; ///< Instead: one of the salvager's laboratory, to the photograph's preview.
+};
+[[nodiscard]] const std::vector<Harm>& harms();
+
+/// What became of one file.
+struct WalkResult {
+    std::string format;
+    std::string harm;
+    plate_mend::host::Record record;
+    bool same_picture = false; ///< The delivered RAW has the original's pixels, all of them.
+    double rows_same = 0;      ///< The share of its rows that has.
+    bool jpeg_decodes = false; ///< A JPEG was delivered, and libjpeg decodes it.
+
+    /// "whole" for what is not the original's picture.
+    [[nodiscard]] bool false_whole() const;
+    /// Less than "whole" for what is the original's picture.
+    [[nodiscard]] bool too_strict() const;
+    /// More rows promised than there are, by more than two in a hundred.
+    [[nodiscard]] bool too_rosy() const;
+    [[nodiscard]] bool agrees() const { return !false_whole() && !too_strict() && !too_rosy(); }
+};
+
+/// Walks through one format: all its files stand in one folder, and the program repairs the folder.
+[[nodiscard]] std::vector<WalkResult> walk(const Format& format);
+
+} // namespace test

@@ -1,0 +1,103 @@
+#include "host/HostFixture.h"
+
+#include "support/RawDecode.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+// What workers may do to themselves, and what becomes of the files then. Scripts stand in front of the
+// program.
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class WorkerTroubles : public HostFixture {
+  protected:
+    /// Runs the program with workers that are started by a script. "$program" is the program in it.
+    int run_with(const std::string& script, const std::vector<std::string>& arguments) {
+        const fs::path file = folder / "worker.sh";
+        {
+            std::ofstream(file) << "#!/bin/sh\nprogram='" << program_file().string() << "'\n"
+                                << script << '\n';
+        }
+        fs::permissions(file, fs::perms::owner_all);
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        const int status = plate_mend::host::run(limited(arguments), file);
+        out = ::testing::internal::GetCapturedStdout();
+        err = ::testing::internal::GetCapturedStderr();
+        fs::remove(file);
+        return status;
+    }
+
+    const std::vector<std::string> repair_{"repair", "-s", in("good.arw"), in("broken.arw")};
+};
+
+TEST_F(WorkerTroubles, CrashCostsThatFileOnly) {
+    write_file(folder / "other.arw", damaged);
+    EXPECT_EQ(run_with("grep -q other \"$2/task.json\" || kill -SEGV $$\nexec \"$program\" \"$@\"",
+                       {"repair", "-s", in("good.arw"), in("broken.arw"), in("other.arw")}),
+              2);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "other.arw", "other.repaired.arw"));
+    EXPECT_THAT(out, HasSubstr("Segmentation fault"));
+}
+
+TEST_F(WorkerTroubles, HangIsEndedByTheTimeLimit) {
+    EXPECT_EQ(run_with("sleep 600", {"repair", "--time-limit", "1", "--no-fallback", "-s", in("good.arw"),
+                                     in("broken.arw")}),
+              2);
+    EXPECT_THAT(out, HasSubstr("stopped after 1 seconds"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(WorkerTroubles, WorkerWithoutAnAnswerIsAFailure) {
+    EXPECT_EQ(run_with("exit 0", repair_), 2);
+    EXPECT_THAT(out, HasSubstr("ended without an answer"));
+}
+
+TEST_F(WorkerTroubles, FullDiskIsNoticedThoughTheLibraryDoesNot) {
+    // Writes beyond 36 KiB fail, as on a full disk; the photograph has more.
+    ASSERT_GT(sample.bytes.size(), 36U * 1024);
+    EXPECT_EQ(run_with("trap '' XFSZ\nulimit -f 72\nexec \"$program\" \"$@\"",
+                       {"repair", "--no-fallback", "-s", in("good.arw"), in("broken.arw")}),
+              2);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(WorkerTroubles, DamagedFileThatShrinksUnderTheRepairCostsThatFileOnly) {
+    EXPECT_NE(run_with("grep -q '\"repair\"' \"$2/task.json\" && : > '" + in("broken.arw") +
+                           "'\nexec \"$program\" \"$@\"",
+                       repair_),
+              0);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(WorkerTroubles, InterruptionEndsCleanlyWithAReport) {
+    write_file(folder / "a.arw", damaged);
+    // The first file is repaired; at the second the user presses Ctrl-C.
+    const std::string script = "if grep -q broken \"$2/task.json\"; then kill -INT $PPID; sleep 600; fi\n"
+                               "exec \"$program\" \"$@\"";
+    EXPECT_EQ(run_with(script, {"repair", "-j", "1", "-s", in("good.arw"), "--json", in("records.jsonl"),
+                                "--report", in("sheet.html"), in("a.arw"), in("broken.arw")}),
+              130);
+    EXPECT_THAT(names(), ElementsAre("a.arw", "a.repaired.arw", "broken.arw", "good.arw", "records.jsonl",
+                                     "sheet.html"));
+    const Bytes records = read_file(folder / "records.jsonl");
+    EXPECT_EQ(std::count(records.begin(), records.end(), '\n'), 1);
+    EXPECT_EQ(decode_raw(folder / "a.repaired.arw"), decode_raw(original.bytes));
+}
+
+#if !defined(PLATE_MEND_LEAK_DETECTION)
+TEST_F(WorkerTroubles, LackOfMemoryCostsThatFileOnly) {
+    EXPECT_EQ(run({"repair", "--memory-limit", "8", "-s", in("good.arw"), in("broken.arw")}), 2);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+#endif
+
+} // namespace
+} // namespace test

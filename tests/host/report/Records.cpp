@@ -1,0 +1,57 @@
+#include "host/report/Records.h"
+
+namespace test {
+
+using namespace plate_mend::host;
+
+Record full_record() {
+    Attempt first;
+    first.sample = "samples/other.arw";
+    first.why = "same camera, date nearest";
+    first.code = -1126;
+    Attempt second;
+    second.sample = "samples/good.arw";
+    second.why = "same camera, size nearest";
+    second.code = 0;
+    second.judgement = {.decodes = true,
+                        .width = 3872,
+                        .height = 2592,
+                        .data_errors = 1,
+                        .rows_good = 0.75,
+                        .findings = {"the lower 648 rows are black", "one data error"},
+                        .camera = "Sony DSLR-A330",
+                        .taken = "2026-05-01 12:30:00"};
+    second.taken = true;
+    Attempt third;
+    third.sample = "samples/third.arw";
+    third.why = "another camera";
+    third.problem = "crashed";
+    Record record;
+    record.damaged = {"broken/IMG_0042.arw", 9571748, std::string(64, 'a')};
+    record.verdict = Verdict::kPartial;
+    record.problem = "";
+    record.attempts = {first, second, third};
+    record.salvage = {.code = -5,
+                      .problem = "slow",
+                      .width = 160,
+                      .height = 120,
+                      .blocks = 80,
+                      .blocks_own = 79,
+                      .blocks_coarse = 3,
+                      .blocks_guessed = 2,
+                      .first_bad_byte = 4711,
+                      .warnings = 65};
+    record.raw = FileIdentity{"out/IMG_0042.repaired.arw", 9571740, std::string(64, 'b')};
+    record.jpeg = FileIdentity{"out/IMG_0042.salvaged.jpg", 4321, std::string(64, 'c')};
+    record.seconds = 1.25;
+    return record;
+}
+
+Record small_record(const std::string& path, Verdict verdict) {
+    Record record;
+    record.damaged = {path, 1000, ""};
+    record.verdict = verdict;
+    return record;
+}
+
+} // namespace test
