@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// Runs a command line in a shell, in the folder, with programs found in bin first. Gives what it wrote to
+/// both of its streams, line by line. Its status does not matter.
+[[nodiscard]] std::vector<std::string> run_in_shell(const std::string& command,
+                                                    const std::filesystem::path& folder,
+                                                    const std::filesystem::path& bin);
+
+/// Whether the lines are those of a pattern, in which "..." stands for any text, and a line of "..." alone
+/// for any lines.
+[[nodiscard]] bool matches(const std::vector<std::string>& lines, const std::vector<std::string>& pattern);
+
+} // namespace test
