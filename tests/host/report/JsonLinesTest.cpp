@@ -138,6 +138,19 @@ TEST(JsonLines, UnknownFieldsArePassedOverAndMissingOnesAreEmpty) {
     EXPECT_TRUE(record->attempts.empty());
 }
 
+TEST(JsonLines, SalvageThatTellsOfNoFirstBadByteHasNone) {
+    const auto first_bad_byte = [](const std::string& fields) {
+        const std::string begin = R"({"schema":"plate-mend/record/1","damaged":{"path":"a"},)";
+        const auto record = from_json_line(begin + R"("verdict":"preview only","salvage":{)" + fields + "}}");
+        return record.value().salvage.first_bad_byte;
+    };
+    constexpr std::uint64_t kNone = std::numeric_limits<std::uint64_t>::max();
+    EXPECT_EQ(first_bad_byte(R"("code":0)"), kNone);
+    EXPECT_EQ(first_bad_byte(R"("code":0,"first_bad_byte":null)"), kNone);
+    EXPECT_EQ(first_bad_byte(R"("code":0,"first_bad_byte":0)"), 0U) << "the control";
+    EXPECT_EQ(from_json_line(to_json_line(Record{})).value().salvage.first_bad_byte, kNone);
+}
+
 TEST(JsonLines, WhatIsNoRecordOfThisSchemaIsRefused) {
     const std::string begin = R"({"schema":"plate-mend/record/1","damaged":{"path":"a"},)";
     EXPECT_TRUE(from_json_line(begin + R"("verdict":"whole"})").has_value()) << "the control";
