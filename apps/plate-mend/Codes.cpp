@@ -46,7 +46,7 @@ constexpr Text kNothing = {"no picture is left in this file", "with a sample, tr
 constexpr Text kUnwritable = {"the picture could not be written",
                               "is there room, and does something stand at the output that is no file?"};
 constexpr Text kInternal = {"the picture could not be salvaged: memory ran out, or another unexpected error",
-                            "close other programs and try again"};
+                            "close other programs and try again, or allow more with --memory-limit"};
 constexpr Text kThumbnail = {"only a thumbnail is left", "with a sample, try 'plate-mend repair'"};
 
 constexpr Text kHeaderRebuilt = {"its header was put together from what was left of it", ""};

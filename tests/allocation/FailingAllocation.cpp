@@ -9,8 +9,7 @@ std::size_t allocations_left = 0; // 0: none is to fail.
 bool failed = false;
 
 void* allocate(std::size_t size) {
-    if (allocations_left != 0 && --allocations_left == 0) {
-        failed = true;
+    if (test::allocation_is_to_fail()) {
         throw std::bad_alloc();
     }
     void* memory = std::malloc(size == 0 ? 1 : size);
@@ -35,6 +34,14 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::has_failed() {
     return failed;
+}
+
+bool allocation_is_to_fail() {
+    if (allocations_left == 0 || --allocations_left != 0) {
+        return false;
+    }
+    failed = true;
+    return true;
 }
 
 } // namespace test

@@ -4,8 +4,9 @@
 
 namespace test {
 
-/// While it lives, one allocation by operator new throws std::bad_alloc: the one with this number, counted
-/// from 1 on. Those before and behind it succeed. One object at a time, for code that runs on one thread.
+/// While it lives, one allocation fails, by operator new with std::bad_alloc: the one with this number,
+/// counted from 1 on. Those before and behind it succeed. One object at a time, for code that runs on one
+/// thread.
 class FailingAllocation {
   public:
     explicit FailingAllocation(std::size_t number);
@@ -16,5 +17,9 @@ class FailingAllocation {
     /// Whether there was such an allocation.
     [[nodiscard]] static bool has_failed();
 };
+
+/// Counts an allocation that is made in another way than by operator new. True when it is the one that is to
+/// fail.
+[[nodiscard]] bool allocation_is_to_fail();
 
 } // namespace test

@@ -1,11 +1,16 @@
 #include "faults/Limits.h"
 
+#include <linux/magic.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <fstream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 namespace test {
@@ -13,6 +18,7 @@ namespace test {
 namespace {
 
 constexpr ::uid_t kNobody = 65534;
+constexpr int kNotMounted = 77;
 
 /// Sets the soft limit, and gives the limits from before.
 ::rlimit limited(int resource, std::uint64_t bytes) {
@@ -74,6 +80,31 @@ int status_of_child(const std::function<void()>& function) {
     int status = 0;
     ::waitpid(child, &status, 0);
     return status;
+}
+
+std::size_t small_file_system() {
+    return 4 * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::optional<int> result_on_small_file_system(const std::filesystem::path& place,
+                                               const std::function<int()>& function) {
+    const int status = status_of_child([&] {
+        const std::string options = "size=" + std::to_string(small_file_system());
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tmpfs", place.c_str(), "tmpfs", 0, options.c_str()) != 0) {
+            ::_exit(kNotMounted);
+        }
+        ::_exit(function());
+    });
+    if (!WIFEXITED(status)) {
+        return -1;
+    }
+    return WEXITSTATUS(status) == kNotMounted ? std::nullopt : std::optional(WEXITSTATUS(status));
+}
+
+bool holes_take_memory(const std::filesystem::path& folder) {
+    struct ::statfs system {};
+    return ::statfs(folder.c_str(), &system) == 0 && system.f_type == TMPFS_MAGIC;
 }
 
 } // namespace test

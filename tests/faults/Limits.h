@@ -3,8 +3,11 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <optional>
 
 namespace test {
 
@@ -50,5 +53,17 @@ class WithoutPrivileges {
 
 /// Calls the function in a child process and gives how that ended, as waitpid tells it.
 [[nodiscard]] int status_of_child(const std::function<void()>& function);
+
+/// The bytes of a small file system: some pages.
+[[nodiscard]] std::size_t small_file_system();
+
+/// Calls the function in a child process, with a small file system in the place of a folder. Gives what the
+/// function returned, 0 to 76, and -1 when it did not return. Nothing where none can be mounted: only root
+/// may.
+[[nodiscard]] std::optional<int> result_on_small_file_system(const std::filesystem::path& place,
+                                                             const std::function<int()>& function);
+
+/// Whether holes of files take memory when they are read, so that files of some GiB are out of reach there.
+[[nodiscard]] bool holes_take_memory(const std::filesystem::path& folder);
 
 } // namespace test

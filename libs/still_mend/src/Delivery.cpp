@@ -10,7 +10,9 @@
 #include <system_path/system_path.h>
 
 #include <fstream>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 namespace still_mend {
 
@@ -18,16 +20,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A file that is removed unless it was put in its place.
+/// Not over a folder, a link or a device, nor into a pipe, which would wait for a reader.
+bool may_write(const fs::path& path) {
+    std::error_code ignored;
+    const auto type = system_path::status(path, ignored).type();
+    return !fs::is_symlink(path, ignored) &&
+           (type == fs::file_type::not_found || type == fs::file_type::regular);
+}
+
+/// A file beside the output that is removed unless it was put in its place.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const fs::path& output)
-        : output_(output), path_(system_path::reachable(fs::path(output) += ".part")) {}
+    TemporaryFile(fs::path output, fs::path path) : output_(std::move(output)), path_(std::move(path)) {}
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile() {
         std::error_code ignored;
-        system_path::remove(path_, ignored);
+        system_path::remove_reachable(path_, ignored);
     }
 
     [[nodiscard]] const fs::path& path() const { return path_; }
@@ -42,13 +51,6 @@ class TemporaryFile {
     fs::path output_;
     fs::path path_;
 };
-
-bool may_write(const fs::path& output) {
-    std::error_code ignored;
-    const auto type = system_path::status(output, ignored).type();
-    return !fs::is_symlink(output, ignored) &&
-           (type == fs::file_type::not_found || type == fs::file_type::regular);
-}
 
 void write(std::ostream& stream, Bytes bytes) {
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
@@ -136,19 +138,21 @@ class Writer {
     const Candidate& candidate_;
 };
 
-bool decodes(const fs::path& path) {
+/// Nothing where the file cannot be read.
+std::optional<bool> decodes(const fs::path& path) {
     FileMapping written;
-    return written.open(path) && decodes_cleanly(written.bytes());
+    return written.open(path) ? std::optional(decodes_cleanly(written.bytes())) : std::nullopt;
 }
 
 } // namespace
 
 Delivered deliver(Bytes file, const Assessment& assessment, const fs::path& output) {
-    if (!may_write(output)) {
+    const fs::path beside = system_path::reachable(fs::path(output) += ".part");
+    if (!may_write(output) || !may_write(beside)) {
         return Delivered::kUnwritable;
     }
     const Writer writer(file, assessment);
-    TemporaryFile temporary(output);
+    TemporaryFile temporary(output, beside);
     for (Delivered way = writer.way();; way = Delivered::kReencoded) {
         std::ofstream stream(temporary.path(), std::ios::binary | std::ios::trunc);
         try {
@@ -162,7 +166,11 @@ Delivered deliver(Bytes file, const Assessment& assessment, const fs::path& outp
         if (stream.fail()) {
             return Delivered::kUnwritable;
         }
-        if (decodes(temporary.path())) {
+        const auto sound = decodes(temporary.path());
+        if (!sound) {
+            return Delivered::kUnwritable;
+        }
+        if (*sound) {
             return temporary.put_in_place() ? way : Delivered::kUnwritable;
         }
         if (way == Delivered::kReencoded) {

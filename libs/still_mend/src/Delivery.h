@@ -16,7 +16,8 @@ enum class Delivered {
 };
 
 /// Writes the picture beside the output, proves that it decodes, and puts it in the output's place. The
-/// output is left alone on failure; so is anything there that is not a regular file.
+/// output is left alone on failure; so is anything there, or beside it, that is not a regular file. Throws
+/// std::bad_alloc.
 [[nodiscard]] Delivered deliver(Bytes file, const Assessment& assessment,
                                 const std::filesystem::path& output);
 

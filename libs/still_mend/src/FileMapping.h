@@ -14,7 +14,8 @@ class FileMapping {
     FileMapping& operator=(const FileMapping&) = delete;
     ~FileMapping() { close(); }
 
-    /// False when the path names no regular file or the system refuses. Throws nothing.
+    /// False when the path names no regular file or the system refuses. Throws std::bad_alloc when the
+    /// address space has no room for it.
     [[nodiscard]] bool open(const std::filesystem::path& path);
     void close();
 

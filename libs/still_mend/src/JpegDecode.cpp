@@ -11,15 +11,13 @@ namespace {
 /// libjpeg's decompressor with errors as exceptions, destroyed on every way out.
 class Decompressor {
   public:
-    Decompressor() {
-        info_.err = quiet_errors(errors_);
-        jpeg_create_decompress(&info_);
-    }
+    Decompressor() { info_.err = quiet_errors(errors_); }
     Decompressor(const Decompressor&) = delete;
     Decompressor& operator=(const Decompressor&) = delete;
     ~Decompressor() { jpeg_destroy_decompress(&info_); }
 
     bool decodes_cleanly(Bytes jpeg) {
+        jpeg_create_decompress(&info_); // Here, as no destructor follows a constructor that throws.
         jpeg_mem_src(&info_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
         jpeg_read_header(&info_, TRUE);
         jpeg_start_decompress(&info_);

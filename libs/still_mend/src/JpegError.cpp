@@ -1,10 +1,17 @@
 #include "JpegError.h"
 
+#include <jerror.h>
+
+#include <new>
+
 namespace still_mend {
 
 namespace {
 
-[[noreturn]] void throw_error(j_common_ptr /*info*/) {
+[[noreturn]] void throw_error(j_common_ptr info) {
+    if (info->err->msg_code == JERR_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
     throw JpegError{};
 }
 

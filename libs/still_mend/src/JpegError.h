@@ -7,7 +7,7 @@
 
 namespace still_mend {
 
-/// What a fatal error of libjpeg becomes.
+/// What a fatal error of libjpeg becomes, but for a lack of memory: that is std::bad_alloc.
 struct JpegError {};
 
 /// libjpeg's error manager with errors as exceptions and nothing printed. Warnings are counted.

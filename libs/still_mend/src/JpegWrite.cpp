@@ -90,17 +90,15 @@ struct StreamDestination : jpeg_destination_mgr {
 /// libjpeg's compressor, destroyed on every way out.
 class Compressor {
   public:
-    explicit Compressor(std::ostream& stream) : destination_(stream) {
-        info_.err = quiet_errors(errors_);
-        jpeg_create_compress(&info_);
-        info_.dest = &destination_;
-    }
+    explicit Compressor(std::ostream& stream) : destination_(stream) { info_.err = quiet_errors(errors_); }
     Compressor(const Compressor&) = delete;
     Compressor& operator=(const Compressor&) = delete;
     ~Compressor() { jpeg_destroy_compress(&info_); }
 
     void write(const Frame& frame, const Tables& tables, CoefficientStore& store,
                const std::vector<Bytes>& segments) {
+        jpeg_create_compress(&info_); // Here, as no destructor follows a constructor that throws.
+        info_.dest = &destination_;
         describe(frame, tables);
         info_.write_JFIF_header = segments.empty() && frame.components.size() != 4 ? TRUE : FALSE;
         info_.write_Adobe_marker = FALSE;

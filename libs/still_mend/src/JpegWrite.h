@@ -14,7 +14,7 @@ void write_headers(std::ostream& stream, const Frame& frame, const Scan& scan, c
 
 /// Writes a whole baseline JPEG from coefficients, with the picture's own quantisation: nothing is lost that
 /// was decoded. The segments (whole APPn, COM) come first. The store's planes are released on the way, so
-/// that memory never holds both copies whole. Throws JpegError when libjpeg refuses.
+/// that memory never holds both copies whole. Throws JpegError when libjpeg refuses, and std::bad_alloc.
 void write_coefficients(std::ostream& stream, const Frame& frame, const Tables& tables,
                         CoefficientStore& store, const std::vector<Bytes>& segments);
 

@@ -61,6 +61,21 @@ TEST_F(SystemPath, RemovesAFileAndAnEmptyFolderButNotAFullOne) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
+TEST_F(SystemPath, RemovesAtAReachablePathAsElsewhere) {
+    const fs::path file = system_path::reachable(folder / "file");
+    const fs::path full = system_path::reachable(folder / "full");
+    write_file(file, {1});
+    fs::create_directories(full / "empty");
+    system_path::remove_reachable(file, error);
+    EXPECT_FALSE(error);
+    EXPECT_FALSE(fs::exists(file));
+    system_path::remove_reachable(file, error);
+    EXPECT_FALSE(error) << "Nothing there is no error.";
+    system_path::remove_reachable(full, error);
+    EXPECT_TRUE(error);
+    EXPECT_TRUE(fs::exists(full / "empty"));
+}
+
 TEST_F(SystemPath, RemovesWholeTreesAndSingleFiles) {
     fs::create_directories(folder / "tree" / "a" / "b");
     fs::create_directories(folder / "tree" / u8"für 写真");

@@ -2,7 +2,8 @@
  * still_mend.h - salvages a picture from a broken file.
  *
  * Strings are NUL-terminated UTF-8 and are not kept. Functions may be called from several threads at once,
- * and do not throw.
+ * and do not throw. The damaged file is mapped: nobody may cut it short while a call runs. Windows refuses
+ * that; elsewhere the process gets the signal SIGBUS.
  */
 #ifndef STILL_MEND_STILL_MEND_H
 #define STILL_MEND_STILL_MEND_H
@@ -32,7 +33,8 @@ enum {
     STILL_MEND_INPUT_UNREADABLE = -1,
     /** The damaged file holds no picture that can be delivered. Nothing was written. */
     STILL_MEND_NOTHING_FOUND = -2,
-    /** The output cannot be written, or something that is not a regular file stands there. */
+    /** The output cannot be written, or something that is not a regular file stands there or at the name
+     * with ".part" behind it. */
     STILL_MEND_OUTPUT_UNWRITABLE = -3,
     /** Memory ran out, or another unexpected error. */
     STILL_MEND_INTERNAL = -4,
@@ -88,8 +90,8 @@ typedef struct StillMendReport {
     uint64_t first_bad_byte;
     /** STILL_MEND_HEADER_REBUILT and its like, added up. */
     uint32_t warnings;
-    /** MCUs that were decoded from the file and are shown where they fit best, but whose place is not sure. They
-     * are not part of own_mcu_count. */
+    /** MCUs that were decoded from the file and are shown where they fit best, but whose place is not sure.
+     * They are not part of own_mcu_count. */
     uint32_t guessed_mcu_count;
 } StillMendReport;
 

@@ -3,8 +3,17 @@
 #include <windows.h>
 
 #include <limits>
+#include <new>
 
 namespace still_mend {
+
+namespace {
+
+bool means_no_room(DWORD error) {
+    return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY || error == ERROR_COMMITMENT_LIMIT;
+}
+
+} // namespace
 
 bool FileMapping::open(const std::filesystem::path& path) {
     close();
@@ -15,12 +24,14 @@ bool FileMapping::open(const std::filesystem::path& path) {
         return false;
     }
     LARGE_INTEGER length{};
+    bool no_room = false;
     bool opened = ::GetFileType(file) == FILE_TYPE_DISK && ::GetFileSizeEx(file, &length) != 0 &&
                   static_cast<ULONGLONG>(length.QuadPart) <= std::numeric_limits<std::size_t>::max();
     if (opened && length.QuadPart > 0) {
         const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
         const void* view = mapping == nullptr ? nullptr : ::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
         opened = view != nullptr;
+        no_room = !opened && means_no_room(::GetLastError());
         if (opened) {
             data_ = static_cast<const unsigned char*>(view);
             size_ = static_cast<std::size_t>(length.QuadPart);
@@ -30,6 +41,9 @@ bool FileMapping::open(const std::filesystem::path& path) {
         }
     }
     ::CloseHandle(file);
+    if (no_room) {
+        throw std::bad_alloc();
+    }
     return opened;
 }
 

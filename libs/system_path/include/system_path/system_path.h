@@ -24,6 +24,9 @@ namespace system_path {
 /// As std::filesystem::remove: a file, a link or an empty folder. Nothing at the path is no error.
 void remove(const std::filesystem::path& path, std::error_code& error);
 
+/// The same for a path that reachable() gave. Takes no memory.
+void remove_reachable(const std::filesystem::path& path, std::error_code& error) noexcept;
+
 /// As std::filesystem::remove_all: links inside are removed and not followed.
 void remove_all(const std::filesystem::path& path, std::error_code& error);
 

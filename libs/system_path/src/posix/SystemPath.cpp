@@ -16,6 +16,10 @@ void remove(const fs::path& path, std::error_code& error) {
     fs::remove(path, error);
 }
 
+void remove_reachable(const fs::path& path, std::error_code& error) noexcept {
+    fs::remove(path, error);
+}
+
 void remove_all(const fs::path& path, std::error_code& error) {
     fs::remove_all(path, error);
 }

@@ -155,9 +155,13 @@ fs::file_status status(const fs::path& path, std::error_code& error) {
 }
 
 void remove(const fs::path& path, std::error_code& error) {
-    const std::wstring name = prefixed(whole(path));
-    const DWORD attributes = ::GetFileAttributesW(name.c_str());
-    error = attributes == INVALID_FILE_ATTRIBUTES ? error_of_last_call() : remove_entry(name, attributes);
+    remove_reachable(fs::path(prefixed(whole(path))), error);
+}
+
+void remove_reachable(const fs::path& path, std::error_code& error) noexcept {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    error = attributes == INVALID_FILE_ATTRIBUTES ? error_of_last_call()
+                                                  : remove_entry(path.native(), attributes);
 }
 
 void remove_all(const fs::path& path, std::error_code& error) {

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace test {
+
+/// Is called behind each mapping of a file, with its number from 1 on: those of this process, counted from
+/// the call of this function on. Null: nobody is told any more.
+void on_mapping(std::function<void(std::size_t number)> listener);
+
+} // namespace test
