@@ -1,6 +1,8 @@
 #include "host/HostFixture.h"
 
+#include "support/Jpeg.h"
 #include "support/RawDecode.h"
+#include "support/Scene.h"
 
 #include <gmock/gmock.h>
 
@@ -15,6 +17,14 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+
+/// The problem of a worker that the signal SIGBUS ended. With sanitizers it is their own handler that ends
+/// it.
+#if defined(PLATE_MEND_LEAK_DETECTION)
+constexpr const char* kProblemOfABusError = R"("problem":"ended without an answer")";
+#else
+constexpr const char* kProblemOfABusError = R"("problem":"crashed: Bus error")";
+#endif
 
 class WorkerTroubles : public HostFixture {
   protected:
@@ -75,6 +85,28 @@ TEST_F(WorkerTroubles, DamagedFileThatShrinksUnderTheRepairCostsThatFileOnly) {
                        repair_),
               0);
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(WorkerTroubles, DamagedFileThatShrinksWhileItIsMappedCostsThatFileOnly) {
+    // Half a picture in front of a hole keeps the salvager busy for seconds, were the file not cut short as
+    // soon as it is mapped.
+    const Bytes picture = make_preview(Scene(1), 320, 240);
+    write_file(folder / "broken.arw", part(picture, 0, picture.size() / 2));
+    fs::resize_file(folder / "broken.arw", std::uint64_t{256} << 20U);
+    write_file(folder / "other.arw", damaged);
+    const std::string script =
+        "if grep -q broken \"$2/task.json\" && grep -q salvage \"$2/task.json\"; then\n"
+        "(while [ -e /proc/$$/maps ] && ! grep -q broken.arw /proc/$$/maps; do :; done; : > '" +
+        in("broken.arw") + "') 3>&- &\nfi\nexec \"$program\" \"$@\"";
+    EXPECT_EQ(run_with(script, {"repair", "-j", "1", "-s", in("good.arw"), "--json", in("records.jsonl"),
+                                in("broken.arw"), in("other.arw")}),
+              2);
+    EXPECT_EQ(fs::file_size(folder / "broken.arw"), 0U);
+    const Bytes records = read_file(folder / "records.jsonl");
+    EXPECT_THAT(std::string(records.begin(), records.end()), HasSubstr(kProblemOfABusError));
+    EXPECT_THAT(names(),
+                ElementsAre("broken.arw", "good.arw", "other.arw", "other.repaired.arw", "records.jsonl"));
+    EXPECT_EQ(decode_raw(folder / "other.repaired.arw"), decode_raw(original.bytes));
 }
 
 TEST_F(WorkerTroubles, InterruptionEndsCleanlyWithAReport) {
