@@ -251,6 +251,26 @@ const Container& container_named(const std::string& name) {
     return named(containers(), name);
 }
 
+namespace {
+
+/// The intervals of the scan whose data begin here.
+std::vector<Anatomy::Part> intervals_behind(const Bytes& jpeg, std::size_t first) {
+    std::vector<Anatomy::Part> intervals;
+    for (std::size_t offset = first;; ++offset) {
+        if (jpeg.at(offset) != 0xFF || jpeg.at(offset + 1) == 0) {
+            continue;
+        }
+        intervals.push_back({first, offset});
+        first = offset;
+        if (jpeg[offset + 1] < 0xD0 || jpeg[offset + 1] > 0xD7) {
+            return intervals;
+        }
+        ++offset;
+    }
+}
+
+} // namespace
+
 Anatomy dissect(const Bytes& jpeg) {
     Anatomy anatomy;
     std::size_t offset = 2;
@@ -272,18 +292,19 @@ Anatomy dissect(const Bytes& jpeg) {
             break;
         }
     }
-    std::size_t first = offset;
-    for (;; ++offset) {
-        if (jpeg.at(offset) != 0xFF || jpeg.at(offset + 1) == 0) {
-            continue;
+    Anatomy::Part header = anatomy.scan_header;
+    while (true) {
+        anatomy.scans.push_back({header, intervals_behind(jpeg, header.last)});
+        offset = anatomy.scans.back().intervals.back().last;
+        while (jpeg.at(offset + 1) != 0xDA && jpeg[offset + 1] != 0xD9) {
+            offset += 2 + get_u16(jpeg, offset + 2, ByteOrder::kBig);
         }
-        anatomy.intervals.push_back({first, offset});
-        first = offset;
-        if (jpeg[offset + 1] < 0xD0 || jpeg[offset + 1] > 0xD7) {
+        if (jpeg[offset + 1] == 0xD9) {
             break;
         }
-        ++offset;
+        header = {offset, offset + 2 + get_u16(jpeg, offset + 2, ByteOrder::kBig)};
     }
+    anatomy.intervals = anatomy.scans.front().intervals;
     anatomy.end = {jpeg.size() - 2, jpeg.size()};
     return anatomy;
 }
@@ -354,6 +375,14 @@ Damage block(const std::string& name, std::size_t size, const std::vector<double
             }};
 }
 
+/// Cuts intervals out of the middle of a scan, where it has enough of them.
+void remove_intervals(Specimen& specimen, const std::vector<Anatomy::Part>& intervals, std::size_t count) {
+    if (intervals.size() >= count + 8) {
+        const std::size_t first = intervals.size() / 3;
+        erase(specimen, intervals[first].first, intervals[first + count - 1].last);
+    }
+}
+
 Damage intervals_lost(std::size_t count, bool removed) {
     const std::string how = removed ? " removed" : " zeroed";
     return {std::to_string(count) + " restart intervals" + how,
@@ -412,10 +441,15 @@ std::vector<Damage> make_damages() {
                            insert(s, in_data(s, a, 0.35), noise(count, 3));
                        }});
     }
-    for (const std::size_t count : {1U, 8U, 20U}) {
+    for (const std::size_t count : {1U, 8U, 16U, 20U}) {
         all.push_back(intervals_lost(count, false));
         all.push_back(intervals_lost(count, true));
     }
+    all.push_back({"8 restart intervals removed from the second scan", [](Specimen& s, const Anatomy& a) {
+                       if (a.scans.size() > 1) {
+                           remove_intervals(s, a.scans[1].intervals, 8);
+                       }
+                   }});
     all.push_back({"stray markers", stray_markers});
     return all;
 }
@@ -652,6 +686,48 @@ double share_outside(const Bytes& original, const Bytes& output, unsigned restar
         }
     }
     return all == 0 ? 0 : static_cast<double>(there) / static_cast<double>(all);
+}
+
+void mark_mcus(const Bytes& jpeg, std::size_t scan, unsigned restart, std::size_t first, std::size_t last,
+               std::vector<bool>& marked) {
+    const Anatomy anatomy = dissect(jpeg);
+    const std::size_t frame = anatomy.frame.at(0).first;
+    const std::size_t header = anatomy.scans.at(scan).header.first;
+    const std::size_t width = get_u16(jpeg, frame + 7, ByteOrder::kBig);
+    const std::size_t components = jpeg.at(frame + 9);
+    const auto sampling = [&](std::size_t index) {
+        return components == 1 ? 0x11U : unsigned{jpeg.at(frame + 11 + 3 * index)};
+    };
+    std::size_t h = 1; // Of the only component of the scan; 1 and 1 for MCUs.
+    std::size_t v = 1;
+    const std::size_t wide = 8 * (sampling(0) >> 4U);
+    std::size_t units_wide = (width + wide - 1) / wide;
+    if (components > 1 && jpeg.at(header + 4) == 1) {
+        std::size_t index = 0;
+        while (jpeg.at(frame + 10 + 3 * index) != jpeg.at(header + 5)) {
+            ++index;
+        }
+        h = sampling(index) >> 4U;
+        v = sampling(index) & 15U;
+        units_wide = (width * h + wide - 1) / wide;
+    }
+    const std::size_t mcus_wide = (width + wide - 1) / wide;
+    for (std::size_t unit = first * restart; unit < last * restart; ++unit) {
+        const std::size_t mcu = unit / units_wide / v * mcus_wide + unit % units_wide / h;
+        if (mcu < marked.size()) {
+            marked[mcu] = true;
+        }
+    }
+}
+
+double share_unmarked(const Bytes& original, const Bytes& output, const std::vector<bool>& marked) {
+    const auto same = mcus_in_place(original, output);
+    std::size_t there = 0;
+    for (std::size_t mcu = 0; mcu < same.size(); ++mcu) {
+        there += same[mcu] && !marked[mcu] ? 1U : 0U;
+    }
+    const auto all = static_cast<double>(marked.size() - count_of(marked));
+    return all == 0 ? 0 : static_cast<double>(there) / all;
 }
 
 } // namespace test

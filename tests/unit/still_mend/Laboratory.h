@@ -59,7 +59,13 @@ struct Anatomy {
     std::vector<Part> frame;
     Part scan_header;            ///< The first one.
     std::vector<Part> intervals; ///< Of the first scan, each with the marker in front of it.
-    Part end;                    ///< EOI.
+    /// The same of every scan, in the order of the file.
+    struct Scan {
+        Part header;
+        std::vector<Part> intervals;
+    };
+    std::vector<Scan> scans;
+    Part end; ///< EOI.
 };
 [[nodiscard]] Anatomy dissect(const Bytes& jpeg);
 
@@ -108,5 +114,12 @@ struct Trial {
 /// The share of the MCUs outside the intervals [first, last) that was recovered in place.
 [[nodiscard]] double share_outside(const Bytes& original, const Bytes& output, unsigned restart,
                                    std::size_t first, std::size_t last);
+
+/// Marks the MCUs of which the intervals [first, last) of a scan hold something.
+void mark_mcus(const Bytes& jpeg, std::size_t scan, unsigned restart, std::size_t first, std::size_t last,
+               std::vector<bool>& marked);
+/// The share of all other MCUs that was recovered in place.
+[[nodiscard]] double share_unmarked(const Bytes& original, const Bytes& output,
+                                    const std::vector<bool>& marked);
 
 } // namespace test

@@ -1,5 +1,7 @@
 #include "Laboratory.h"
 
+#include "support/TempDir.h"
+
 #include <still_mend/still_mend.h>
 
 #include <gtest/gtest.h>
@@ -20,7 +22,26 @@ Trial trial(const Coding& coding, const std::string& damage, bool with_sibling =
 }
 
 bool has_restarts(const Coding& coding) {
-    return coding.restart != 0 && !coding.progressive;
+    return coding.restart != 0;
+}
+
+/// Cuts the intervals [first, first + count) out of a scan.
+Bytes without_intervals(const Bytes& picture, std::size_t scan, std::size_t first, std::size_t count) {
+    const Anatomy anatomy = dissect(picture);
+    const auto& intervals = anatomy.scans.at(scan).intervals;
+    return joined(part(picture, 0, intervals.at(first).first),
+                  part(picture, intervals.at(first + count - 1).last, picture.size()));
+}
+
+/// Progressive pictures with restarts whose MCUs are as large and as small as they come, and short intervals.
+const std::vector<Coding>& progressive_codings() {
+    static const std::vector<Coding> all{
+        {"progressive 4:4:4", 1, 1, false, true, true, 16},
+        {"progressive 4:2:0", 2, 2, false, true, true, 10},
+        {"progressive 4:2:2, short", 2, 1, false, true, true, 3},
+        {"progressive grey", 1, 1, true, true, true, 20},
+    };
+    return all;
 }
 
 TEST(Laboratory, AnUndamagedPictureIsDeliveredByteForByte) {
@@ -130,7 +151,7 @@ TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
         }
         const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
         const std::size_t first = dissect(picture).intervals.size() / 3;
-        for (const std::size_t count : {1U, 8U, 20U}) {
+        for (const std::size_t count : {1U, 8U, 16U, 20U}) {
             for (const std::string how : {"zeroed", "removed"}) {
                 const std::string name = std::to_string(count) + " restart intervals " + how;
                 const Trial lost = trial(coding, name);
@@ -145,24 +166,89 @@ TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
 }
 
 TEST(Laboratory, RunsAroundEightIntervalsAreToldApart) {
-    const auto& coding = coding_named("baseline 4:2:2, restarts");
+    for (const char* name : {"baseline 4:2:2, restarts", "progressive 4:4:4, restarts"}) {
+        const auto& coding = coding_named(name);
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        for (const std::size_t count : {7U, 8U, 9U, 15U, 16U, 17U}) {
+            const std::size_t first = 100;
+            const Bytes cut = without_intervals(picture, 0, first, count);
+            const Trial lost = run_trial(picture, {cut, 0, cut.size()});
+            EXPECT_GE(share_outside(picture, lost.output, coding.restart, first, first + count), 0.95)
+                << name << ", " << count;
+        }
+    }
+}
+
+TEST(Laboratory, IntervalsCutOutOfAnyScanWithoutATraceShiftNothingBehindThem) {
+    for (const auto& coding : progressive_codings()) {
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        const Anatomy anatomy = dissect(picture);
+        for (std::size_t scan = 0; scan < anatomy.scans.size(); ++scan) {
+            for (const std::size_t count : {8U, 16U}) {
+                const std::size_t first = anatomy.scans[scan].intervals.size() / 3;
+                const Bytes cut = without_intervals(picture, scan, first, count);
+                const Trial lost = run_trial(picture, {cut, 0, cut.size()});
+                std::vector<bool> marked(lost.mcus);
+                mark_mcus(picture, scan, coding.restart, first, first + count, marked);
+                const std::string where = coding.name + ", scan " + std::to_string(scan) + ", " +
+                                          std::to_string(count) + " intervals";
+                EXPECT_GE(share_unmarked(picture, lost.output, marked), 0.95) << where;
+                EXPECT_GE(lost.recovered, lost.plain) << where;
+                EXPECT_FALSE(lost.false_success()) << where;
+            }
+        }
+    }
+}
+
+TEST(Laboratory, TwoCutsIntoOneScanAreToldApart) {
+    for (const auto& coding : progressive_codings()) {
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        const Anatomy anatomy = dissect(picture);
+        for (const std::size_t scan : {std::size_t{0}, std::size_t{1}, anatomy.scans.size() - 1}) {
+            const std::size_t first = anatomy.scans[scan].intervals.size() / 5;
+            const std::size_t second = anatomy.scans[scan].intervals.size() / 2;
+            // The later one first, so that the other stays where it was.
+            const Bytes cut = without_intervals(without_intervals(picture, scan, second, 8), scan, first, 8);
+            const Trial lost = run_trial(picture, {cut, 0, cut.size()});
+            std::vector<bool> marked(lost.mcus);
+            mark_mcus(picture, scan, coding.restart, first, first + 8, marked);
+            mark_mcus(picture, scan, coding.restart, second, second + 8, marked);
+            EXPECT_GE(share_unmarked(picture, lost.output, marked), 0.95) << coding.name << ", scan " << scan;
+        }
+    }
+}
+
+TEST(Laboratory, CutsIntoTwoScansAreBothFound) {
+    const auto& coding = coding_named("progressive 4:4:4, restarts");
+    const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+    const Bytes cut = without_intervals(without_intervals(picture, 1, 200, 8), 0, 50, 16);
+    const Trial lost = run_trial(picture, {cut, 0, cut.size()});
+    std::vector<bool> marked(lost.mcus);
+    mark_mcus(picture, 0, coding.restart, 50, 66, marked);
+    mark_mcus(picture, 1, coding.restart, 200, 208, marked);
+    EXPECT_GE(share_unmarked(picture, lost.output, marked), 0.95);
+}
+
+TEST(Laboratory, WhereNothingTellsOfTheirPlaceIntervalsAreNotClaimed) {
+    // Of a progressive picture no more than the first scan: only brightness.
+    const auto& coding = coding_named("progressive 4:4:4, restarts");
     const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
     const Anatomy anatomy = dissect(picture);
-    for (const std::size_t count : {7U, 8U, 9U, 15U, 16U, 17U}) {
-        Specimen specimen{picture, 0, picture.size()};
-        const std::size_t first = 100;
-        const auto from = static_cast<std::ptrdiff_t>(anatomy.intervals[first].first);
-        const auto to = static_cast<std::ptrdiff_t>(anatomy.intervals[first + count - 1].last);
-        specimen.file.erase(specimen.file.begin() + from, specimen.file.begin() + to);
-        specimen.size = specimen.file.size();
-        const Trial lost = run_trial(picture, specimen);
-        EXPECT_GE(share_outside(picture, lost.output, coding.restart, first, first + count), 0.95) << count;
-    }
+    const Bytes first_scan = joined(part(picture, 0, anatomy.scans[0].intervals.back().last), {0xFF, 0xD9});
+    const Bytes cut = without_intervals(first_scan, 0, 100, 8);
+    const TempDir folder;
+    write_file(folder / "damaged", cut);
+    StillMendReport report{};
+    EXPECT_EQ(MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(), utf8(folder / "output").c_str(),
+                                         &report),
+              STILL_MEND_OK);
+    EXPECT_EQ(report.own_mcu_count, 0U);
+    EXPECT_EQ(report.guessed_mcu_count, (anatomy.intervals.size() - 8) * coding.restart);
 }
 
 TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
     for (const auto& coding : codings()) {
-        if (!has_restarts(coding)) {
+        if (!has_restarts(coding) || coding.progressive) {
             continue;
         }
         const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
