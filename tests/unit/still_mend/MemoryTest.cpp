@@ -64,6 +64,24 @@ TEST(Memory, IsAtMostFourTimesTheDecodedPictureAnd64MiB) {
     }
 }
 
+TEST(Memory, IsNoMoreWhereLostIntervalsAreSearchedForInManyPlaces) {
+    constexpr unsigned kWidth = 2560;
+    constexpr unsigned kHeight = 1920;
+    for (const bool grey : {false, true}) {
+        const Coding coding{"", 1, 1, grey, true, true, 1};
+        const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
+        for (const std::size_t scan : {0U, 1U}) {
+            const auto intervals = dissect(picture).scans[scan].intervals;
+            const Bytes cut = joined(part(picture, 0, intervals[1000].first),
+                                     part(picture, intervals[1000 + 7 * 8].first, picture.size()));
+            const std::size_t decoded = std::size_t{kWidth} * kHeight * (grey ? 1 : 3);
+            int result = STILL_MEND_INTERNAL;
+            EXPECT_LE(peak_of_salvage(cut, &result), 4 * decoded + 64 * kMebibyte) << grey << ", " << scan;
+            EXPECT_EQ(result, STILL_MEND_OK) << grey << ", " << scan;
+        }
+    }
+}
+
 TEST(Memory, IsAtMost64MiBWhereThereIsNoPicture) {
     const std::size_t size = 16 * kMebibyte;
     Bytes markers(size);

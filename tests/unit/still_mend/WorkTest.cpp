@@ -111,6 +111,21 @@ TEST(Work, IsBoundedByAConstantForEachByte) {
     }
 }
 
+TEST(Work, OnIntervalsThatMayHaveManyPlacesGrowsWithThePicture) {
+    // As many losses as are told apart, in the shortest intervals.
+    const Coding coding{"", 1, 1, false, true, true, 1};
+    const auto work_at = [&](unsigned width, unsigned height) {
+        const Bytes picture = make_coded(coding, 1, width, height);
+        const auto intervals = dissect(picture).intervals;
+        const Bytes cut = joined(part(picture, 0, intervals[100].first),
+                                 part(picture, intervals[100 + 7 * 8].first, picture.size()));
+        const std::uint64_t work = work_on(cut);
+        EXPECT_LE(work, 80 * cut.size());
+        return work;
+    };
+    EXPECT_LE(work_at(1280, 960), 5 * work_at(640, 480));
+}
+
 TEST(Work, OnAHundredMegabytesWithoutAPictureIsAFewLooksAtEachByte) {
     constexpr std::size_t kSize = 100'000'000;
     EXPECT_LE(work_on(Bytes(kSize)), 4 * kSize);
