@@ -2,6 +2,7 @@
 
 #include "Work.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -38,21 +39,31 @@ IntervalFit::IntervalFit(const Frame& frame, const Scan& scan, const Tables& tab
     }
 }
 
-std::uint8_t IntervalFit::read(BlockDecoder& decoder, const BitReader& start, std::size_t first,
-                               std::size_t interval) {
+void IntervalFit::check_with(Refining refining) {
+    refining_.emplace(std::move(refining));
+    refiner_.emplace(frame_, refining_->scan, refining_->tables);
+}
+
+IntervalFit::Closing IntervalFit::read(BlockDecoder& decoder, const BitReader& start, std::size_t first,
+                                       std::size_t interval) {
     ++interval_;
     fits_.alone.resize(fits_.alone.size() + shifts_.size());
     fits_.joined.resize(fits_.alone.size());
     fits_.below.resize(fits_.alone.size());
     fits_.reach = (grid_.units_wide() + interval - 1) / interval;
-    std::uint8_t closing = 0;
-    if (scan_.first > 0 && scan_.high > 0) {
-        for (std::size_t state = 0; state < shifts_.size(); ++state) {
-            const bool closes = read_refining(decoder, start, first + shifts_[state], interval);
-            closing = static_cast<std::uint8_t>(closing | (closes ? 1U << state : 0U));
+    Closing closing;
+    const bool refines = scan_.first > 0 && scan_.high > 0;
+    if (!refines) {
+        closing.own = read_adding(decoder, start, first, interval);
+    }
+    for (std::size_t state = 0; state < shifts_.size(); ++state) {
+        const auto bit = static_cast<std::uint8_t>(1U << state);
+        if (refines && read_refining(decoder, start, first + shifts_[state], interval)) {
+            closing.own |= bit;
         }
-    } else {
-        closing = read_adding(decoder, start, first, interval);
+        if (refining_ && !is_refined(first + shifts_[state], interval)) {
+            closing.refining &= static_cast<std::uint8_t>(~bit);
+        }
     }
     return closing;
 }
@@ -60,6 +71,7 @@ std::uint8_t IntervalFit::read(BlockDecoder& decoder, const BitReader& start, st
 std::uint8_t IntervalFit::read_adding(BlockDecoder& decoder, BitReader reader, std::size_t first,
                                       std::size_t interval) {
     decoder.restart();
+    added_.clear();
     unsigned closing = 0;
     Added added;
     for (std::size_t unit = 0; unit < interval; ++unit) {
@@ -69,6 +81,9 @@ std::uint8_t IntervalFit::read_adding(BlockDecoder& decoder, BitReader reader, s
                 Block block{};
                 const bool decoded = decoder.decode(reader, channel, block);
                 added[blocks++] = borders_of(block, quant_[index]);
+                if (refining_) {
+                    added_.push_back(block);
+                }
                 return decoded;
             });
         if (!good) {
@@ -103,6 +118,29 @@ bool IntervalFit::read_refining(BlockDecoder& decoder, BitReader reader, std::si
         }
     }
     return units > 0 && decoder.at_rest() && reader.closes();
+}
+
+/// Whether what refines the interval can be read with what was added here.
+bool IntervalFit::is_refined(std::size_t first, std::size_t interval) {
+    const std::size_t units = units_from(first, interval);
+    const std::size_t place = first / interval;
+    if (place >= refining_->starts.size() || added_.size() < units) {
+        return false;
+    }
+    BitReader reader = refining_->starts[place];
+    refiner_->restart();
+    for (std::size_t unit = 0; unit < units; ++unit) {
+        const auto refine = [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
+            Block block = store_.block(index, row, column);
+            std::transform(block.begin(), block.end(), added_[unit].begin(), block.begin(),
+                           [](int there, int added) { return static_cast<std::int16_t>(there + added); });
+            return refiner_->decode(reader, channel, block);
+        };
+        if (!grid_.visit(first + unit, refine)) {
+            return false;
+        }
+    }
+    return refiner_->at_rest() && reader.closes();
 }
 
 void IntervalFit::compare(std::size_t state, std::size_t unit, const Added& added) {

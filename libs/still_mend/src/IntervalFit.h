@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace still_mend {
@@ -18,17 +19,33 @@ namespace still_mend {
 /// places. What a scan adds to coefficients that are there makes the steps across the borders between blocks
 /// smaller in the right place: brightness goes with the slopes of its neighbours, and waves go on in them.
 /// Anywhere else it makes them smaller or larger by chance, as its negative would. A scan that refines
-/// coefficients can only be read in the right place, since its bits count those that are there.
+/// coefficients can only be read in the right place, since its bits count those that are there; and where
+/// they are not in the right place, the scan that refines them cannot be read.
 class IntervalFit {
   public:
     /// shifts: in units, by state. All that is referred to must outlive this.
     IntervalFit(const Frame& frame, const Scan& scan, const Tables& tables, const CoefficientStore& store,
                 const std::vector<BlockProgress>& progress, std::vector<std::size_t> shifts);
 
+    /// A scan of the same units that refines what this one adds, none of whose intervals is lost.
+    struct Refining {
+        const Scan& scan;
+        const Tables& tables;
+        std::vector<BitReader> starts; ///< Of its intervals.
+    };
+    void check_with(Refining refining);
+
+    /// What is told of an interval by state, from the lowest bit: whether the bits end where they must, and
+    /// those that refine it.
+    struct Closing {
+        std::uint8_t own = 0;
+        std::uint8_t refining = 0xFF;
+    };
+
     /// Reads the next interval: at most so many units, the first of which is this one without a shift.
-    /// Appends to the fits, and gives by state whether the bits end where they must.
-    [[nodiscard]] std::uint8_t read(BlockDecoder& decoder, const BitReader& start, std::size_t first,
-                                    std::size_t interval);
+    /// Appends to the fits.
+    [[nodiscard]] Closing read(BlockDecoder& decoder, const BitReader& start, std::size_t first,
+                               std::size_t interval);
 
     /// The fits of all intervals that were read.
     [[nodiscard]] const PathFits& fits() const { return fits_; }
@@ -52,6 +69,7 @@ class IntervalFit {
                              std::size_t interval);
     bool read_refining(BlockDecoder& decoder, BitReader reader, std::size_t first,
                        std::size_t interval) const;
+    [[nodiscard]] bool is_refined(std::size_t first, std::size_t interval);
     void compare(std::size_t state, std::size_t unit, const Added& added);
     void compare_block(std::size_t state, std::size_t index, std::size_t row, std::size_t column,
                        const BlockBorders& added);
@@ -73,6 +91,9 @@ class IntervalFit {
     std::vector<std::array<std::vector<Trace>, 4>> traces_; // By state and component: rows of an MCU.
     std::uint32_t interval_ = 0;                            // The one that is read, from 1 on.
     PathFits fits_;
+    std::optional<Refining> refining_;
+    std::optional<BlockDecoder> refiner_;
+    std::vector<Block> added_; // Of the interval that is read, where there is such a scan.
 };
 
 } // namespace still_mend

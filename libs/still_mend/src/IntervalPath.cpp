@@ -39,9 +39,12 @@ class PathSearch {
 
   private:
     [[nodiscard]] double fit(std::size_t piece, std::size_t state) const {
-        const bool closes = (pieces_[piece].closing >> state & 1U) != 0;
+        const auto open = [state](unsigned closing) {
+            return (closing >> state & 1U) == 0 ? kNotClosing : 0;
+        };
         const std::size_t entry = piece * states_ + state;
-        return fits_.alone[entry] + fits_.below[entry] + (closes ? 0 : kNotClosing);
+        return fits_.alone[entry] + fits_.below[entry] + open(pieces_[piece].closing) +
+               open(pieces_[piece].refining);
     }
 
     /// From one state to another between the piece before and this one.

@@ -13,7 +13,8 @@ struct PathPiece {
 
     bool seamless = false;  ///< Nothing tells of a loss directly in front: numbers follow, and bits end well.
     std::size_t eights = 0; ///< Lost intervals that the bytes in front would hold, in eights.
-    std::uint8_t closing = 0; ///< By state, from the lowest bit: the bits end with the last unit there.
+    std::uint8_t closing = 0;     ///< By state, from the lowest bit: the bits end with the last unit there.
+    std::uint8_t refining = 0xFF; ///< So do those of the scan that refines what is there.
 };
 
 /// How well each piece fits where each state puts it, as logarithms of odds.

@@ -100,6 +100,17 @@ bool goes_on_with(const Scan& scan, const Scan& other) {
            std::any_of(scan.components.begin(), scan.components.end(), shared);
 }
 
+/// Whether a scan refines all coefficients that another gave, as the next one.
+bool refines(const ScanSource& source, const ScanSource& other) {
+    const Scan& scan = source.scan;
+    const Scan& first = other.scan;
+    return first.first > 0 && first.high == 0 && scan.high > 0 && scan.high == first.low && scan.first > 0 &&
+           scan.first <= first.first && scan.last >= first.last &&
+           scan.components[0].index == first.components[0].index &&
+           source.tables.restart_interval == other.tables.restart_interval;
+}
+
+/// Reads the scans of a picture one by one.
 class ScanSequence {
   public:
     ScanSequence(Bytes file, const Candidate& candidate, CoefficientStore& store)
@@ -148,12 +159,15 @@ class ScanSequence {
             return source.scan.first == 0 && source.scan.high == 0;
         });
         for (const auto& source : waiting_) {
-            read(source);
+            const auto found = std::find_if(waiting_.begin(), waiting_.end(), [&](const ScanSource& other) {
+                return refines(other, source) && !reader_.has_hidden_loss(other);
+            });
+            read(source, found == waiting_.end() ? nullptr : &*found);
         }
     }
 
-    std::size_t read(const ScanSource& source) {
-        const auto outcome = reader_.read(source);
+    std::size_t read(const ScanSource& source, const ScanSource* refining = nullptr) {
+        const auto outcome = reader_.read(source, refining);
         if (!outcome.whole) {
             fail(outcome.first_bad);
         }

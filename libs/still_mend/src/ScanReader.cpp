@@ -81,7 +81,7 @@ void ScanReader::begin(const ScanSource& source) {
     last_cut_ = false;
 }
 
-ScanReader::Outcome ScanReader::read(const ScanSource& source) {
+ScanReader::Outcome ScanReader::read(const ScanSource& source, const ScanSource* refining) {
     begin(source);
     BlockDecoder decoder(frame_, source.scan, source.tables);
     interval_ = interval_of(decoder);
@@ -92,7 +92,7 @@ ScanReader::Outcome ScanReader::read(const ScanSource& source) {
     }
     auto places = places_by_number();
     if (const std::size_t eights = hidden_eights(places); eights > 0) {
-        place_by_fit(decoder, places, eights);
+        place_by_fit(decoder, places, eights, refining);
     }
     const Outcome outcome = read_pieces(decoder, places);
     for (const auto& component : source.scan.components) {
@@ -258,14 +258,31 @@ std::size_t ScanReader::hidden_eights(const std::vector<Place>& places) const {
     return lost % 8 == 0 ? lost / 8 : 0;
 }
 
+/// Where the intervals of a scan begin that has all of them.
+std::vector<BitReader> ScanReader::starts_of(const ScanSource& source) const {
+    std::vector<BitReader> starts;
+    PieceWalk walk(file_, source.offset, source.limit, true);
+    while (const auto piece = walk.next()) {
+        if (starts.size() == intervals()) {
+            return {};
+        }
+        starts.emplace_back(file_.first(source.limit), piece->begin);
+    }
+    return starts;
+}
+
 /// Moves the pieces behind hidden losses to where they fit.
-void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places, std::size_t eights) const {
+void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places, std::size_t eights,
+                              const ScanSource* refining) const {
     const auto losses = losses_up_to(eights, places.size());
     std::vector<std::size_t> shifts;
     for (const std::size_t lost : losses) {
         shifts.push_back(lost * 8 * interval_);
     }
     IntervalFit fit(frame_, source_->scan, source_->tables, store_, progress_, shifts);
+    if (refining != nullptr) {
+        fit.check_with({refining->scan, refining->tables, starts_of(*refining)});
+    }
     std::vector<PathPiece> path;
     MeanSize size;
     PieceWalk walk = pieces();
@@ -279,7 +296,10 @@ void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places,
         PathPiece next;
         next.seamless = index == 0 || (passed == 1 && piece->adjacent && path.back().closing != 0);
         next.eights = size.eights_besides(piece->begin - begin, passed);
-        next.closing = fit.read(decoder, reader_of(*piece), places[index].interval * interval_, interval_);
+        const auto closing =
+            fit.read(decoder, reader_of(*piece), places[index].interval * interval_, interval_);
+        next.closing = closing.own;
+        next.refining = closing.refining;
         if (next.closing != 0) {
             size.add(*piece);
         }

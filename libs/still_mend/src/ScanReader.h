@@ -34,8 +34,8 @@ class ScanReader {
         std::size_t first_bad = 0;
     };
 
-    /// Decodes a scan. All tables must be there.
-    Outcome read(const ScanSource& source);
+    /// Decodes a scan. All tables must be there. Refining: the scan that refines it next, if it is whole.
+    Outcome read(const ScanSource& source, const ScanSource* refining = nullptr);
 
     /// Whether eight intervals of a scan are lost, or a multiple, without a gap in the numbers of the
     /// markers. Where is told best when all else of the picture is there.
@@ -63,7 +63,9 @@ class ScanReader {
     [[nodiscard]] std::size_t intervals() const { return (units_ - 1) / interval_ + 1; }
     [[nodiscard]] std::vector<Place> places_by_number() const;
     [[nodiscard]] std::size_t hidden_eights(const std::vector<Place>& places) const;
-    void place_by_fit(BlockDecoder& decoder, std::vector<Place>& places, std::size_t eights) const;
+    [[nodiscard]] std::vector<BitReader> starts_of(const ScanSource& source) const;
+    void place_by_fit(BlockDecoder& decoder, std::vector<Place>& places, std::size_t eights,
+                      const ScanSource* refining) const;
 
     Outcome read_pieces(BlockDecoder& decoder, const std::vector<Place>& places);
     std::size_t read_interval(BlockDecoder& decoder, const Piece& piece, std::size_t first,
