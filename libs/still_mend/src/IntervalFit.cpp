@@ -107,12 +107,11 @@ bool IntervalFit::read_refining(BlockDecoder& decoder, BitReader reader, std::si
     decoder.restart();
     const std::size_t units = units_from(first, interval);
     for (std::size_t unit = first; unit < first + units; ++unit) {
-        const bool good = grid_.visit(unit, [&](std::size_t channel, std::size_t index, std::size_t row,
-                                                std::size_t column) {
-            Block block = store_.block(index, row, column);
-            const auto& progress = progress_[index];
-            return !progress.broken[row * progress.wide + column] && decoder.decode(reader, channel, block);
-        });
+        const bool good = grid_.visit(
+            unit, [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
+                Block block = store_.block(index, row, column);
+                return decoder.decode(reader, channel, block);
+            });
         if (!good) {
             return false;
         }

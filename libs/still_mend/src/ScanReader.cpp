@@ -323,6 +323,8 @@ std::size_t ScanReader::read_interval(BlockDecoder& decoder, const Piece& piece,
         last_closed_ = false;
         return count;
     }
+    reads_broken_ =
+        refines_ac() && has_broken(first, count) && closes_on_what_is_there(decoder, piece, first, count);
     BitReader reader = reader_of(piece);
     decoder.restart();
     std::size_t good = 0;
@@ -332,6 +334,26 @@ std::size_t ScanReader::read_interval(BlockDecoder& decoder, const Piece& piece,
     last_cut_ = good < count && reader.overrun() && piece.end == file_end_;
     last_closed_ = good == count && reader.closes();
     return good;
+}
+
+bool ScanReader::has_broken(std::size_t first, std::size_t count) const {
+    const auto is_whole = [&](std::size_t, std::size_t index, std::size_t row, std::size_t column) {
+        return !progress_[index].broken[row * progress_[index].wide + column];
+    };
+    for (std::size_t unit = first; unit < first + count; ++unit) {
+        if (!grid().visit(unit, is_whole)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Whether the bits of an interval that refines end with its last unit. Where earlier scans are lost nothing
+/// of theirs was then missing: flat parts of a picture have no coefficients.
+bool ScanReader::closes_on_what_is_there(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+                                         std::size_t count) {
+    const Passage passage = read_over_damage(decoder, piece, first, count, false);
+    return passage.failed == 0 && passage.closes && decoder.at_rest();
 }
 
 /// Whether an interval has damage, and its bits end with its last unit nevertheless: the units behind the
@@ -372,12 +394,12 @@ ScanReader::Passage ScanReader::read_over_damage(BlockDecoder& decoder, const Pi
 }
 
 bool ScanReader::read_unit(BlockDecoder& decoder, BitReader& reader, std::size_t unit) {
-    const bool refines_ac = source_->scan.high > 0 && source_->scan.first > 0;
+    const bool stops_at_broken = refines_ac() && !reads_broken_;
     return grid().visit(unit,
                         [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
                             BlockProgress& progress = progress_[index];
                             const std::size_t place = row * progress.wide + column;
-                            if (refines_ac && progress.broken[place]) {
+                            if (stops_at_broken && progress.broken[place]) {
                                 return false; // The bits to come count coefficients that are not known.
                             }
                             Block& block = store_.block(index, row, column);

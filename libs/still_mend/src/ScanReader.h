@@ -70,6 +70,9 @@ class ScanReader {
     Outcome read_pieces(BlockDecoder& decoder, const std::vector<Place>& places);
     std::size_t read_interval(BlockDecoder& decoder, const Piece& piece, std::size_t first,
                               std::size_t count);
+    [[nodiscard]] bool has_broken(std::size_t first, std::size_t count) const;
+    bool closes_on_what_is_there(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+                                 std::size_t count);
     bool ends_behind_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count);
     Passage read_over_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count,
                              bool taking);
@@ -81,6 +84,7 @@ class ScanReader {
     [[nodiscard]] BitReader reader_of(const Piece& piece) const {
         return {file_.first(source_->limit), piece.begin};
     }
+    [[nodiscard]] bool refines_ac() const { return source_->scan.first > 0 && source_->scan.high > 0; }
     [[nodiscard]] bool gives_dc() const { return source_->scan.first == 0 && source_->scan.high == 0; }
 
     Bytes file_;
@@ -93,8 +97,9 @@ class ScanReader {
     const ScanSource* source_ = nullptr;
     std::size_t units_ = 0;
     std::size_t interval_ = 0;
-    bool last_closed_ = false; // The interval read last ended where it must.
-    bool last_cut_ = false;    // The file ended within it.
+    bool last_closed_ = false;  // The interval read last ended where it must.
+    bool last_cut_ = false;     // The file ended within it.
+    bool reads_broken_ = false; // It refines, and ends where it must whatever was lost before.
 };
 
 } // namespace still_mend
