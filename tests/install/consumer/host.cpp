@@ -14,9 +14,9 @@ int main() {
         LogEx("host", QUILL_LOG_INFORMATION, "code %d", code);
         StillMendReport report{};
         const auto salvaged = MndJpegGeneralRepairReport("damaged.arw", "salvaged.jpg", &report);
-        std::cout << "repair: code " << code << "\nsalvage: code " << salvaged << ", " << report.width << " x "
-                  << report.height << " pixels, " << report.own_mcu_count << " of " << report.mcu_count
-                  << " blocks\n";
+        std::cout << "repair: code " << code << "\nsalvage: code " << salvaged << ", " << report.width
+                  << " x " << report.height << " pixels, " << report.own_mcu_count << " of "
+                  << report.mcu_count << " blocks\n";
         return code == PLATE_MEND_OK && salvaged == STILL_MEND_OK ? 0 : 1;
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';
