@@ -276,6 +276,7 @@ void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places,
                               const ScanSource* refining) const {
     const auto losses = losses_up_to(eights, places.size());
     std::vector<std::size_t> shifts;
+    shifts.reserve(losses.size());
     for (const std::size_t lost : losses) {
         shifts.push_back(lost * 8 * interval_);
     }

@@ -700,7 +700,7 @@ void mark_mcus(const Bytes& jpeg, std::size_t scan, unsigned restart, std::size_
     };
     std::size_t h = 1; // Of the only component of the scan; 1 and 1 for MCUs.
     std::size_t v = 1;
-    const std::size_t wide = 8 * (sampling(0) >> 4U);
+    const std::size_t wide = std::size_t{8} * (sampling(0) >> 4U);
     std::size_t units_wide = (width + wide - 1) / wide;
     if (components > 1 && jpeg.at(header + 4) == 1) {
         std::size_t index = 0;

@@ -302,6 +302,7 @@ PathFits fits_in(const std::vector<std::size_t>& states, std::size_t count, floa
 
 std::vector<std::size_t> states_of(const std::vector<PathStep>& path) {
     std::vector<std::size_t> states;
+    states.reserve(path.size());
     for (const auto& step : path) {
         states.push_back(step.state);
     }
