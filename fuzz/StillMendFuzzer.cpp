@@ -15,20 +15,20 @@ namespace {
 bool is_zero(const StillMendReport& report) {
     return report.width == 0 && report.height == 0 && report.mcu_count == 0 && report.own_mcu_count == 0 &&
            report.coarse_mcu_count == 0 && report.picture_offset == 0 && report.first_bad_byte == 0 &&
-           report.warnings == 0 && report.reserved == 0;
+           report.warnings == 0 && report.guessed_mcu_count == 0;
 }
 
 std::string about_report(const StillMendReport& report, std::size_t file_size) {
     std::ostringstream text;
     if (report.width == 0 || report.height == 0 || report.mcu_count == 0 ||
-        report.own_mcu_count > report.mcu_count || report.coarse_mcu_count > report.own_mcu_count ||
-        report.picture_offset >= file_size ||
+        report.own_mcu_count + report.guessed_mcu_count > report.mcu_count ||
+        report.coarse_mcu_count > report.own_mcu_count || report.picture_offset >= file_size ||
         (report.first_bad_byte != STILL_MEND_NO_BAD_BYTE && report.first_bad_byte > file_size) ||
-        report.warnings > 511 || report.reserved != 0) {
+        report.warnings > 511) {
         text << "the report: " << report.width << " x " << report.height << ", " << report.own_mcu_count
-             << " of " << report.mcu_count << " MCUs, " << report.coarse_mcu_count << " coarse, from "
-             << report.picture_offset << ", bad at " << report.first_bad_byte << ", warnings "
-             << report.warnings;
+             << " of " << report.mcu_count << " MCUs, " << report.guessed_mcu_count << " guessed, "
+             << report.coarse_mcu_count << " coarse, from " << report.picture_offset << ", bad at "
+             << report.first_bad_byte << ", warnings " << report.warnings;
     }
     return text.str();
 }
