@@ -7,6 +7,10 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
+# For Windows, GCC takes an inline function to be the one of its own file, and keeps values in registers that it does not
+# use. The linker may take the copy of another file, compiled otherwise, which uses them.
+set(CMAKE_CXX_FLAGS_INIT -fno-ipa-ra)
+
 set(PLATE_MEND_WINDOWS_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/windows-sysroot"
     CACHE PATH "Libraries and headers for Windows")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PLATE_MEND_WINDOWS_SYSROOT)
