@@ -28,10 +28,11 @@ class ScanReader {
     /// the reader.
     ScanReader(Bytes file, const Frame& frame, CoefficientStore& store, std::size_t file_end);
 
+    /// What became of a scan: offsets in the file.
     struct Outcome {
         bool whole = false;
-        std::size_t end = 0; ///< The marker at which the scan ends.
-        std::size_t first_bad = 0;
+        std::size_t end = 0;       ///< The marker at which the scan ends.
+        std::size_t first_bad = 0; ///< About where it is damaged, unless it is whole.
     };
 
     /// Decodes a scan. All tables must be there. Refining: the scan that refines it next, if it is whole.
