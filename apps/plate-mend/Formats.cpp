@@ -29,6 +29,7 @@ const char* name_of(RawFormat format) {
 const std::vector<std::string>& raw_extensions() {
     static const std::vector<std::string> extensions = [] {
         std::vector<std::string> texts;
+        texts.reserve(kExtensions.size());
         for (const Extension& one : kExtensions) {
             texts.emplace_back(one.text);
         }

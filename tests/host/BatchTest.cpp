@@ -22,7 +22,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
 
 class Batch : public HostFixture {
   protected:
@@ -161,7 +160,7 @@ TEST_F(Batch, JpegIsSalvagedWhereThePhotographIsNotWhole) {
 }
 
 TEST_F(Batch, CutPhotographIsPartlyThereWithItsRows) {
-    put("card/a.arw", part(damaged, 0, damaged.size() - 160 * 2 * 30)); // 30 rows of 120.
+    put("card/a.arw", part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30)); // 30 rows of 120.
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--json", in("records.jsonl"),
                    in("card")}),
               1);
@@ -172,8 +171,8 @@ TEST_F(Batch, CutPhotographIsPartlyThereWithItsRows) {
     EXPECT_THAT(record.taken()->judgement.findings, ::testing::Contains(HasSubstr("9600 bytes are lost")));
     const auto picture = decode_raw(folder / "mended" / "a.arw").value();
     const auto whole = decode_raw(original.bytes).value();
-    EXPECT_TRUE(
-        std::equal(picture.samples.begin(), picture.samples.begin() + 160 * 90, whole.samples.begin()));
+    EXPECT_TRUE(std::equal(picture.samples.begin(), picture.samples.begin() + std::ptrdiff_t{160} * 90,
+                           whole.samples.begin()));
 }
 
 TEST_F(Batch, ResumedRunDoesOnlyWhatIsLeft) {
@@ -198,7 +197,7 @@ TEST_F(Batch, ResumedRunDoesOnlyWhatIsLeft) {
 
 TEST_F(Batch, ResumedRunWithoutRecordsJudgesWhatIsThere) {
     put("card/a.arw", damaged);
-    put("card/b.arw", part(damaged, 0, damaged.size() - 160 * 2 * 30));
+    put("card/b.arw", part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30));
     const std::vector<std::string> command{"repair", "--resume",   "-s",      in("good.arw"),
                                            "--out",  in("mended"), in("card")};
     EXPECT_EQ(run(command), 1);

@@ -48,8 +48,8 @@ Harm cut(unsigned percent) {
                 [percent](const Pair& pair) { return part(behead(pair), 0, at(pair, percent / 100.0)); });
 }
 
-Harm blocks(const std::string& name, std::size_t size, std::vector<double> places,
-            std::function<Bytes(std::size_t)> content) {
+Harm blocks(const std::string& name, std::size_t size, const std::vector<double>& places,
+            const std::function<Bytes(std::size_t)>& content) {
     return harm("head zeroed, " + name, [=](const Pair& pair) {
         Bytes bytes = behead(pair);
         for (const double place : places) {
@@ -93,10 +93,10 @@ std::vector<Harm> make_harms() {
                               put_bytes(bytes, 0, noise(pair.lost, 3));
                               return bytes;
                           })};
-    for (const std::size_t kib : {1, 4, 12, 64, 150}) {
+    for (const std::size_t kib : {1U, 4U, 12U, 64U, 150U}) {
         all.push_back(head_zeroed(kib));
     }
-    for (const unsigned percent : {10, 20, 30, 40, 50, 60, 70, 80, 90}) {
+    for (const unsigned percent : {10U, 20U, 30U, 40U, 50U, 60U, 70U, 80U, 90U}) {
         all.push_back(cut(percent));
     }
     all.push_back(harm("head zeroed, zero tail", [](const Pair& pair) {
@@ -113,7 +113,7 @@ std::vector<Harm> make_harms() {
     all.push_back(blocks("random block, 512", 512, {0.7}, random_bytes));
     all.push_back(blocks("random block, 4096", 4096, {0.7}, random_bytes));
     all.push_back(blocks("three random blocks", 512, {0.55, 0.7, 0.9}, random_bytes));
-    for (const std::size_t count : {1, 2, 100, 512}) {
+    for (const std::size_t count : {1U, 2U, 100U, 512U}) {
         all.push_back(dropped(count));
         all.push_back(inserted(count));
     }

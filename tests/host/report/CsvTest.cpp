@@ -88,8 +88,7 @@ TEST(Csv, SeparatorsQuotesAndLineBreaksComeBack) {
 }
 
 TEST(Csv, TextThatASpreadsheetWouldRunGetsAnApostrophe) {
-    for (const char* path :
-         {"=1+1.arw", "+1.arw", "-1.arw", "@a.arw", "\ta.arw", "=HYPERLINK(\"x\",\"y\")"}) {
+    for (const char* path : {"=1+1.arw", "+1.arw", "-1.arw", "@a.arw", "\ta.arw", R"(=HYPERLINK("x","y"))"}) {
         Record record;
         record.damaged.path = path;
         EXPECT_EQ(row_of(record)["damaged"], std::string("'") + path);

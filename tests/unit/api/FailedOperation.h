@@ -12,7 +12,7 @@ std::string failed_operation(Body body) {
     try {
         body();
     } catch (const std::filesystem::filesystem_error& e) {
-        const std::string text = e.what();
+        std::string text = e.what();
         for (const char* operation : {"remove_all", "remove", "status"}) {
             if (text.find(std::string(operation) + ":") != std::string::npos) {
                 return operation;

@@ -55,7 +55,7 @@ TEST_F(RepairSteps, ProvesThatBothInputsExist) {
 }
 
 TEST_F(RepairSteps, PutsTheTemporaryFileIntoTheWorkDirectory) {
-    const fs::path before = work_directory();
+    const auto before = fs::path(work_directory());
     set_work_directory("");
     EXPECT_EQ(temporary_path("temp.arw"), "temp.arw");
     set_work_directory("work");

@@ -142,6 +142,7 @@ TEST_F(QuillLog, NameMayBeNonAscii) {
 TEST_F(QuillLog, LinesOfSeveralThreadsStayWhole) {
     ASSERT_EQ(InitLogEx("", "Module", log_name().c_str()), 1);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int line = 0; line < 200; ++line) {

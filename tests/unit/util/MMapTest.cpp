@@ -19,7 +19,7 @@ class MMap : public ::testing::Test {
     MMap() { test::reset_stand_ins(); }
 
     std::filesystem::path file_of(const Bytes& bytes) {
-        const auto path = folder / "file";
+        auto path = folder / "file";
         test::write_file(path, bytes);
         return path;
     }

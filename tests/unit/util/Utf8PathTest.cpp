@@ -37,12 +37,10 @@ TEST(Utf8Path, IllFormedTextIsASystemError) {
              "\xC2",             // Cut sequences.
              "\xE1\x80",         //
              "\xF1\x80\x80",     //
-             "\xC2"
-             "a",             // Trail bytes that are none.
-             "\xE1\x80"       //
-             "a",             //
-             "\xE1\x80\xC0",  //
-             "\xF1\x80\x80/", //
+             "\xC2\x61",         // Trail bytes that are none.
+             "\xE1\x80\x61",     //
+             "\xE1\x80\xC0",     //
+             "\xF1\x80\x80/",    //
          }) {
         EXPECT_THROW((void)path_from_utf8(text.c_str()), std::system_error) << ::testing::PrintToString(text);
     }
