@@ -1,7 +1,5 @@
 #include "Record.h"
 
-#include <algorithm>
-
 namespace plate_mend::host {
 
 const char* name_of(Verdict verdict) {
@@ -19,9 +17,12 @@ const char* name_of(Verdict verdict) {
 }
 
 std::optional<Verdict> verdict_named(const std::string& name) {
-    const auto found = std::find_if(kVerdicts.begin(), kVerdicts.end(),
-                                    [&name](Verdict verdict) { return name == name_of(verdict); });
-    return found == kVerdicts.end() ? std::nullopt : std::optional(*found);
+    for (const Verdict verdict : kVerdicts) {
+        if (name == name_of(verdict)) {
+            return verdict;
+        }
+    }
+    return std::nullopt;
 }
 
 const Attempt* Record::taken() const {
