@@ -16,12 +16,12 @@ for number in 1 2 3 4 5 6 7; do
 done
 find "$PWD" -name 'photo*.arw' >list.txt
 PATH=$(dirname "$program"):$PATH parallel --will-cite --jobs 2 --pipe --max-replace-args 2 \
-    plate-mend repair --sample "$PWD/sample.arw" --out "$PWD/mended" --memory-limit 0 --files-from - --json - <list.txt >records.jsonl
+    plate-mend repair --sample "$PWD/sample.arw" --out "$PWD/mended" --files-from - --json - <list.txt >records.jsonl
 [ "$(wc -l <records.jsonl)" -eq 7 ]
 [ "$(grep -c '"verdict":"whole"' records.jsonl)" -eq 7 ]
 for number in 1 2 3 4 5 6 7; do
     cmp mended/photo1.arw "mended/photo$number.arw"
 done
 # The records are a list of files again.
-"$program" repair --resume --quiet --memory-limit 0 --sample sample.arw --out mended --files-from records.jsonl
+"$program" repair --resume --quiet --sample sample.arw --out mended --files-from records.jsonl
 echo "seven files, four runs, all whole"

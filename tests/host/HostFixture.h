@@ -27,7 +27,7 @@ class HostFixture : public ::testing::Test {
     int run(const std::vector<std::string>& arguments) {
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
-        const int status = plate_mend::host::run(limited(arguments), program_file());
+        const int status = plate_mend::host::run(arguments, program_file());
         out = ::testing::internal::GetCapturedStdout();
         err = ::testing::internal::GetCapturedStderr();
         return status;

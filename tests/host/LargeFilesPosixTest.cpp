@@ -41,11 +41,7 @@ class LargeFiles : public HostFixture,
     /// Repairs on a disk that is full after a megabyte of each file.
     int repair_on_a_full_disk() {
         const FileSizeLimit limit(kRoomOnDisk);
-        std::vector<std::string> command{"repair", "-s", in(sample_name), in(damaged_name)};
-#if !defined(PLATE_MEND_LEAK_DETECTION) // There no run has a limit.
-        command.insert(command.end(), {"--memory-limit", "0"});
-#endif
-        return run(command);
+        return run({"repair", "--memory-limit", "0", "-s", in(sample_name), in(damaged_name)});
     }
 
     const std::string extension = std::get<0>(GetParam());

@@ -199,8 +199,8 @@ std::vector<WalkResult> walk_some(const Format& format, const Pair& pair, const 
         by_name[utf8(file)] = &some[index];
     }
     const int status = plate_mend::host::run(
-        limited({"repair", "--quiet", "--sample", utf8(folder / ("sample" + extension)), "--out",
-                 utf8(folder / "out"), "--json", utf8(folder / "records.jsonl"), utf8(folder / "broken")}),
+        {"repair", "--quiet", "--sample", utf8(folder / ("sample" + extension)), "--out",
+         utf8(folder / "out"), "--json", utf8(folder / "records.jsonl"), utf8(folder / "broken")},
         program_file());
     if (status > 2) {
         throw std::runtime_error("the program gave " + std::to_string(status));

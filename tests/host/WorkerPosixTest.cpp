@@ -38,7 +38,7 @@ class WorkerTroubles : public HostFixture {
         fs::permissions(file, fs::perms::owner_all);
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
-        const int status = plate_mend::host::run(limited(arguments), file);
+        const int status = plate_mend::host::run(arguments, file);
         out = ::testing::internal::GetCapturedStdout();
         err = ::testing::internal::GetCapturedStderr();
         fs::remove(file);

@@ -39,6 +39,7 @@ class Process {
 [[nodiscard]] std::filesystem::path own_program();
 
 /// From now on this process gets no more memory than that: allocations beyond it fail. 0 is no limit.
+/// With sanitizers there is none: they take more address space than any limit leaves.
 void limit_memory(std::uint64_t bytes);
 
 } // namespace plate_mend::host::platform

@@ -145,6 +145,9 @@ std::filesystem::path own_program() {
 }
 
 void limit_memory(std::uint64_t bytes) {
+#if defined(PLATE_MEND_LEAK_DETECTION)
+    bytes = 0;
+#endif
     if (bytes != 0) {
         const rlimit limit{bytes, bytes};
         ::setrlimit(RLIMIT_AS, &limit);
