@@ -332,6 +332,9 @@ class RestartPlacement {
     }
 
     void put(std::size_t index, std::size_t place, std::size_t count) {
+        if (place >= intervals_) { // A chain may be longer than the picture: its frame lost rows.
+            return;
+        }
         const std::size_t position = place * data_.interval;
         count = std::min(count, data_.total - position);
         placements_.push_back({index, 0, count, position, {}, sure_});

@@ -144,6 +144,23 @@ TEST(Laboratory, ALostFrameIsRebuiltFromASmallerSiblingAndTheData) {
     }
 }
 
+TEST(Laboratory, DataBehindTheLastRowOfADamagedFrameAreNotCounted) {
+    for (const unsigned char rows : {std::uint8_t{48}, std::uint8_t{8}}) {
+        for (const auto& coding : codings()) {
+            Bytes picture = make_coded(coding, 1, kWidth, 240);
+            const std::size_t height = dissect(picture).frame.at(0).first + 5; // FF C0, length, precision.
+            put_bytes(picture, height, {0, rows});
+            const Trial shortened = run_trial(picture, {picture, 0, picture.size()});
+            EXPECT_EQ(shortened.result, STILL_MEND_OK) << coding.name;
+            EXPECT_EQ(shortened.recovered, shortened.mcus) << coding.name;
+            // A progressive scan in one piece that does not end where it must is a guess.
+            const bool guessed = coding.progressive && !has_restarts(coding);
+            EXPECT_EQ(shortened.claimed, guessed ? 0 : shortened.mcus) << coding.name;
+            EXPECT_TRUE(shortened.clean) << coding.name;
+        }
+    }
+}
+
 TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
     for (const auto& coding : codings()) {
         if (!has_restarts(coding)) {
