@@ -74,17 +74,18 @@ ScanReader::ScanReader(Bytes file, const Frame& frame, CoefficientStore& store, 
     }
 }
 
-void ScanReader::begin(const ScanSource& source) {
+BlockDecoder ScanReader::begin(const ScanSource& source) {
     source_ = &source;
     units_ = grid().units();
     last_closed_ = false;
     last_cut_ = false;
+    BlockDecoder decoder(frame_, source.scan, source.tables);
+    interval_ = interval_of(decoder);
+    return decoder;
 }
 
 ScanReader::Outcome ScanReader::read(const ScanSource& source, const ScanSource* refining) {
-    begin(source);
-    BlockDecoder decoder(frame_, source.scan, source.tables);
-    interval_ = interval_of(decoder);
+    BlockDecoder decoder = begin(source);
     if (interval_ < units_ && source.scan.high == 0 && !mostly_closes(decoder)) {
         // Its tables are not what they were. Nothing of it is taken.
         mark_broken(0, units_);
@@ -138,8 +139,6 @@ ScanReader::Outcome ScanReader::read_pieces(BlockDecoder& decoder, const std::ve
 
 bool ScanReader::has_hidden_loss(const ScanSource& source) {
     begin(source);
-    BlockDecoder decoder(frame_, source.scan, source.tables);
-    interval_ = interval_of(decoder);
     return hidden_eights(places_by_number()) > 0;
 }
 

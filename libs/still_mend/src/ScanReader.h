@@ -54,7 +54,7 @@ class ScanReader {
         bool closes = false;
     };
 
-    void begin(const ScanSource& source);
+    BlockDecoder begin(const ScanSource& source);
     [[nodiscard]] std::size_t interval_of(BlockDecoder& decoder);
     [[nodiscard]] std::size_t units_until_close(BlockDecoder& decoder, const Piece& piece, std::size_t least,
                                                 std::size_t most) const;
