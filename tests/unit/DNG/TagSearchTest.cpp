@@ -23,6 +23,15 @@ class TagSearchInAFile : public ::testing::Test {
         return std::make_unique<MMAP>(folder / "file");
     }
 
+    /// Bytes with up to 20 tags somewhere.
+    static Bytes with_tags(std::mt19937& random) {
+        Bytes bytes(20000, 0x5A);
+        for (int tag = 0; tag < 20; ++tag) {
+            test::put_bytes(bytes, random() % 19999, {0xFE, 0x00});
+        }
+        return bytes;
+    }
+
     static std::optional<std::uint32_t> plain(const MMAP& map, std::uint32_t start) {
         return find_in_file(map, kTag, start, map.size());
     }
@@ -59,11 +68,7 @@ TEST_F(TagSearchInAFile, FindsNothingWhereNothingIsMapped) {
 TEST_F(TagSearchInAFile, FindsTheSameFromAnyPlacesInAnyOrderAsAPlainSearch) {
     std::mt19937 random(3);
     for (int round = 0; round < 30; ++round) {
-        Bytes bytes(20000, 0x5A);
-        for (int tag = 0; tag < 20; ++tag) {
-            test::put_bytes(bytes, random() % 19999, {0xFE, 0x00});
-        }
-        const auto file = map(bytes);
+        const auto file = map(with_tags(random));
         TagSearch search(kTag);
         for (int time = 0; time < 300; ++time) {
             const auto start = static_cast<std::uint32_t>(random() % 20001);
@@ -75,11 +80,7 @@ TEST_F(TagSearchInAFile, FindsTheSameFromAnyPlacesInAnyOrderAsAPlainSearch) {
 TEST_F(TagSearchInAFile, SeesWhatIsWrittenWhenItIsTold) {
     std::mt19937 random(4);
     for (int round = 0; round < 30; ++round) {
-        Bytes bytes(20000, 0x5A);
-        for (int tag = 0; tag < 20; ++tag) {
-            test::put_bytes(bytes, random() % 19999, {0xFE, 0x00});
-        }
-        const auto file = map(bytes);
+        const auto file = map(with_tags(random));
         TagSearch search(kTag);
         for (int time = 0; time < 300; ++time) {
             const auto start = static_cast<std::uint32_t>(random() % 20001);
