@@ -35,7 +35,11 @@ std::vector<fs::path> paths_from_all(const std::vector<std::string>& texts) {
 FileFilter filter_of(const RepairOptions& options) {
     FileFilter filter;
     for (const std::string& text : options.extensions) {
-        filter.extensions.push_back(extension_of(path_from("x." + text.substr(text.find_first_not_of('.')))));
+        const std::size_t letters = text.find_first_not_of('.');
+        if (letters == std::string::npos) {
+            throw UsageError("--ext " + text + ": no extension");
+        }
+        filter.extensions.push_back(extension_of(path_from("x." + text.substr(letters))));
     }
     return filter;
 }

@@ -173,6 +173,8 @@ TEST_F(Host, HelpShowsAnExampleAndWrongCommandLinesAreUsageErrors) {
     EXPECT_EQ(run({"frob"}), 64);
     EXPECT_EQ(run({"repair", in("broken.arw")}), 64) << "no sample";
     EXPECT_EQ(run({"repair", "-s", in("good.arw")}), 64) << "no damaged file";
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", ".", in("broken.arw")}), 64);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", "", in("broken.arw")}), 64);
     EXPECT_EQ(run({"check"}), 64);
 }
 
