@@ -92,6 +92,29 @@ class Decoder {
         return raw_.get_internal_data_pointer()->unpacker_data.data_size;
     }
 
+    /// Whether the embedded preview, if it is a JPEG, ends where the file's tables say; zeros may fill it up.
+    [[nodiscard]] bool preview_ends_in_its_place(FileBytes& file) {
+        constexpr std::array<unsigned char, 2> kStart{0xFF, 0xD8};
+        constexpr std::array<unsigned char, 2> kEnd{0xFF, 0xD9};
+        constexpr std::uint64_t kMostFilled = std::uint64_t{1} << 16U;
+        const INT64 offset = raw_.get_internal_data_pointer()->internal_data.toffset;
+        const std::uint64_t length = raw_.imgdata.thumbnail.tlength;
+        if (offset <= 0 || length < kStart.size() + kEnd.size()) {
+            return true;
+        }
+        const auto first = static_cast<std::uint64_t>(offset);
+        const auto start = file.read(first, kStart.size());
+        if (!std::equal(start.begin(), start.end(), kStart.begin(), kStart.end())) {
+            return true;
+        }
+        const std::uint64_t tail = std::min(length, kMostFilled);
+        auto bytes = file.read(first + length - tail, static_cast<std::size_t>(tail));
+        while (!bytes.empty() && bytes.back() == 0) {
+            bytes.pop_back();
+        }
+        return bytes.size() >= kEnd.size() && std::equal(kEnd.rbegin(), kEnd.rend(), bytes.rbegin());
+    }
+
     /// Coded as CR3 files are.
     [[nodiscard]] bool is_crx() { return method().substr(0, 3) == "crx"; }
 
@@ -294,7 +317,7 @@ class Judge {
         if (request_.filled != 0) {
             tell(std::to_string(request_.filled) + " bytes are lost; zeros stand for them at the end");
             // Some few may be lost anywhere, and all behind that place is shifted; a cut takes more.
-            lost_inside_ = decoder_.rows_in(request_.filled) < 8;
+            lost_inside_ = decoder_.rows_in(request_.filled) < 8 || is_lost_in_the_preview();
         }
         if (!decoder_.has_a_fixed_rate()) {
             place_unknown_ = place_unknown_ || request_.filled != 0;
@@ -319,6 +342,13 @@ class Judge {
         tell("the image data are " + std::to_string(more ? length - *expected : *expected - length) +
              " bytes " + (more ? "longer" : "shorter") + " than the sample's");
         place_unknown_ = true;
+    }
+
+    /// Whether the damaged file tells that bytes are missing in front of the end of its preview.
+    [[nodiscard]] bool is_lost_in_the_preview() const {
+        Decoder damaged;
+        FileBytes bytes(request_.damaged);
+        return damaged.open(request_.damaged) && !damaged.preview_ends_in_its_place(bytes);
     }
 
     void look_at_samples() {
