@@ -2,6 +2,7 @@
 
 #include <libraw/libraw.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace test {
@@ -14,6 +15,35 @@ std::unique_ptr<LibRaw> make_decoder() {
     raw->set_dataerror_handler(nullptr, nullptr);
     return raw;
 }
+
+/// Values that no photograph has side by side: they stand for what LibRaw leaves undecoded.
+constexpr std::uint16_t kUndecoded = 0xD15C;
+
+/// LibRaw does not clear the memory it decodes into, so a broken file would show what lay there: perhaps the
+/// rows of the original, decoded before. It seeks the image data once that memory is there, and then this
+/// fills it.
+class FillingStream : public LibRaw_buffer_datastream {
+  public:
+    FillingStream(LibRaw& raw, Bytes& file) : LibRaw_buffer_datastream(file.data(), file.size()), raw_(raw) {}
+
+    int seek(INT64 offset, int whence) override {
+        const auto& data = raw_.imgdata.rawdata;
+        const auto& sizes = raw_.imgdata.sizes;
+        if (data.raw_alloc != nullptr && !filled_) {
+            filled_ = true;
+            const std::size_t values = data.color4_image != nullptr   ? 4
+                                       : data.color3_image != nullptr ? 3
+                                                                      : 1;
+            std::fill_n(static_cast<std::uint16_t*>(data.raw_alloc),
+                        values * sizes.raw_width * sizes.raw_height, kUndecoded);
+        }
+        return LibRaw_buffer_datastream::seek(offset, whence);
+    }
+
+  private:
+    LibRaw& raw_;
+    bool filled_ = false;
+};
 
 std::optional<RawPicture> unpacked(LibRaw& raw) {
     if (raw.unpack() != LIBRAW_SUCCESS) {
@@ -44,14 +74,14 @@ bool raw_opens(const std::filesystem::path& path) {
 }
 
 std::optional<RawPicture> decode_raw(const std::filesystem::path& path) {
-    const auto raw = make_decoder();
-    return raw->open_file(path.c_str()) == LIBRAW_SUCCESS ? unpacked(*raw) : std::nullopt;
+    return std::filesystem::is_regular_file(path) ? decode_raw(read_file(path)) : std::nullopt;
 }
 
 std::optional<RawPicture> decode_raw(const Bytes& file) {
     const auto raw = make_decoder();
     Bytes copy = file;
-    return raw->open_buffer(copy.data(), copy.size()) == LIBRAW_SUCCESS ? unpacked(*raw) : std::nullopt;
+    FillingStream stream(*raw, copy);
+    return raw->open_datastream(&stream) == LIBRAW_SUCCESS ? unpacked(*raw) : std::nullopt;
 }
 
 std::optional<Rendering> render_raw(const std::filesystem::path& path) {
