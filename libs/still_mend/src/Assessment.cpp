@@ -101,15 +101,29 @@ class OneScan {
         const auto placements =
             data_.interval == 0 ? place_plain(data_, survey, canvas) : place_restarts(data_, survey, canvas);
         result_.hypothesis.candidate.tables.restart_interval = data_.interval;
-        result_.own = 0;
-        result_.guessed = 0;
+        count(placements);
         for (const auto& placement : placements) {
             const Run& run = survey.runs[placement.run];
-            (placement.sure ? result_.own : result_.guessed) += placement.count;
             result_.runs.push_back({run.start, run.dc_known, placement});
             result_.resynchronised = result_.resynchronised || !run.dc_known || placement.skip > 0;
         }
         judge(survey, placements, canvas);
+    }
+
+    /// Where two placements have a place in common, the later one is shown.
+    void count(const std::vector<Placement>& placements) {
+        result_.own = 0;
+        result_.guessed = 0;
+        std::vector<bool> counted(data_.total, false);
+        for (auto placement = placements.rbegin(); placement != placements.rend(); ++placement) {
+            const std::size_t last = std::min(placement->position + placement->count, data_.total);
+            for (std::size_t position = placement->position; position < last; ++position) {
+                if (!counted[position]) {
+                    counted[position] = true;
+                    ++(placement->sure ? result_.own : result_.guessed);
+                }
+            }
+        }
     }
 
     void judge(const Survey& survey, const std::vector<Placement>& placements, const Canvas& canvas) {

@@ -287,6 +287,21 @@ TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
     }
 }
 
+TEST(Laboratory, AnIntervalThatStandsThereTwiceIsCountedOnce) {
+    for (const auto& coding : codings()) {
+        if (!has_restarts(coding) || coding.progressive) {
+            continue;
+        }
+        const Bytes picture = make_coded(coding, 1, kWidth, 240);
+        const auto interval = dissect(picture).intervals.at(5);
+        const std::size_t half = (interval.first + interval.last) / 2;
+        const Bytes doubled = joined(part(picture, 0, half), part(picture, interval.first, picture.size()));
+        const Trial mended = run_trial(picture, {doubled, 0, doubled.size()});
+        EXPECT_EQ(mended.recovered, mended.mcus) << coding.name;
+        EXPECT_EQ(mended.claimed, mended.mcus) << coding.name;
+    }
+}
+
 TEST(Laboratory, DataBehindALostHeadAreReadWithASiblingsTables) {
     for (const char* name : {"baseline 4:2:0, restarts", "baseline 4:2:2, restarts"}) {
         const auto& coding = coding_named(name);
