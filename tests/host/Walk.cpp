@@ -78,6 +78,18 @@ Harm dropped(std::size_t count) {
     });
 }
 
+/// Clusters of a card that a recovery skipped.
+Harm skipped(std::size_t kib, double place) {
+    const auto percent = static_cast<unsigned>(place * 100 + 0.5);
+    return harm("head zeroed, " + std::to_string(kib) + " KiB skipped at " + std::to_string(percent) + " %",
+                [kib, place](const Pair& pair) {
+                    const Bytes bytes = behead(pair);
+                    return joined(
+                        part(bytes, 0, at(pair, place)),
+                        part(bytes, std::min(at(pair, place) + kib * kKiB, bytes.size()), bytes.size()));
+                });
+}
+
 Harm inserted(std::size_t count) {
     return harm("head zeroed, " + std::to_string(count) + " bytes inserted", [count](const Pair& pair) {
         const Bytes bytes = behead(pair);
@@ -116,6 +128,11 @@ std::vector<Harm> make_harms() {
     for (const std::size_t count : {1U, 2U, 100U, 512U}) {
         all.push_back(dropped(count));
         all.push_back(inserted(count));
+    }
+    for (const double place : {0.4, 0.7}) {
+        for (const std::size_t kib : {4U, 32U}) {
+            all.push_back(skipped(kib, place));
+        }
     }
     all.push_back(harm("swapped byte order sample", behead, {.other_order = true}));
     all.push_back(harm("wrong camera's sample", behead, {.other_size = true}));
