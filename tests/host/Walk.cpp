@@ -79,14 +79,13 @@ Harm dropped(std::size_t count) {
 }
 
 /// Clusters of a card that a recovery skipped.
-Harm skipped(std::size_t kib, double place) {
-    const auto percent = static_cast<unsigned>(place * 100 + 0.5);
+Harm skipped(std::size_t kib, unsigned percent) {
     return harm("head zeroed, " + std::to_string(kib) + " KiB skipped at " + std::to_string(percent) + " %",
-                [kib, place](const Pair& pair) {
+                [kib, percent](const Pair& pair) {
                     const Bytes bytes = behead(pair);
-                    return joined(
-                        part(bytes, 0, at(pair, place)),
-                        part(bytes, std::min(at(pair, place) + kib * kKiB, bytes.size()), bytes.size()));
+                    const std::size_t first = at(pair, percent / 100.0);
+                    const std::size_t last = std::min(first + kib * kKiB, bytes.size());
+                    return joined(part(bytes, 0, first), part(bytes, last, bytes.size()));
                 });
 }
 
@@ -129,9 +128,9 @@ std::vector<Harm> make_harms() {
         all.push_back(dropped(count));
         all.push_back(inserted(count));
     }
-    for (const double place : {0.4, 0.7}) {
+    for (const unsigned percent : {40U, 70U}) {
         for (const std::size_t kib : {4U, 32U}) {
-            all.push_back(skipped(kib, place));
+            all.push_back(skipped(kib, percent));
         }
     }
     all.push_back(harm("swapped byte order sample", behead, {.other_order = true}));

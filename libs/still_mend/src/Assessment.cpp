@@ -115,15 +115,15 @@ class OneScan {
         result_.own = 0;
         result_.guessed = 0;
         std::vector<bool> counted(data_.total, false);
-        for (auto placement = placements.rbegin(); placement != placements.rend(); ++placement) {
-            const std::size_t last = std::min(placement->position + placement->count, data_.total);
-            for (std::size_t position = placement->position; position < last; ++position) {
+        std::for_each(placements.rbegin(), placements.rend(), [&](const Placement& placement) {
+            const std::size_t last = std::min(placement.position + placement.count, data_.total);
+            for (std::size_t position = placement.position; position < last; ++position) {
                 if (!counted[position]) {
                     counted[position] = true;
-                    ++(placement->sure ? result_.own : result_.guessed);
+                    ++(placement.sure ? result_.own : result_.guessed);
                 }
             }
-        }
+        });
     }
 
     void judge(const Survey& survey, const std::vector<Placement>& placements, const Canvas& canvas) {
