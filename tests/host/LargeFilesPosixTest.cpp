@@ -76,9 +76,17 @@ std::string large_name(const ::testing::TestParamInfo<LargeFiles::ParamType>& on
     return extension + ("_" + std::to_string(size));
 }
 
+std::vector<std::uint64_t> sizes() {
+#if defined(PLATE_MEND_LEAK_DETECTION)
+    return {2 * kGigabyte}; // Holes are read slowly there; the library's own tests go through larger ones.
+#else
+    return {2 * kGigabyte, 4 * kGigabyte + 1};
+#endif
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, LargeFiles,
                          ::testing::Combine(::testing::Values("arw", "dng", "raf", "cr3"),
-                                            ::testing::Values(2 * kGigabyte, 4 * kGigabyte + 1)),
+                                            ::testing::ValuesIn(sizes())),
                          large_name);
 
 #if !defined(PLATE_MEND_LEAK_DETECTION)
