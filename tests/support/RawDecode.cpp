@@ -16,7 +16,7 @@ std::unique_ptr<LibRaw> make_decoder() {
     return raw;
 }
 
-/// Values that no photograph has side by side: they stand for what LibRaw leaves undecoded.
+/// No row of a photograph is made of it: it stands for what LibRaw leaves undecoded.
 constexpr std::uint16_t kUndecoded = 0xD15C;
 
 /// LibRaw does not clear the memory it decodes into, so a broken file would show what lay there: perhaps the

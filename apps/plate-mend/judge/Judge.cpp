@@ -316,13 +316,14 @@ class Judge {
     void look_at_sizes() {
         if (request_.filled != 0) {
             tell(std::to_string(request_.filled) + " bytes are lost; zeros stand for them at the end");
-            // Some few may be lost anywhere, and all behind that place is shifted; a cut takes more.
-            lost_inside_ = decoder_.rows_in(request_.filled) < 8 || is_lost_in_the_preview();
         }
         if (!decoder_.has_a_fixed_rate()) {
             place_unknown_ = place_unknown_ || request_.filled != 0;
             return;
         }
+        // Some few may be lost anywhere, and all behind that place is shifted; a cut takes more.
+        lost_inside_ =
+            request_.filled != 0 && (decoder_.rows_in(request_.filled) < 8 || is_lost_in_the_preview());
         const std::uint64_t length = file_.size() - std::min(file_.size(), image_ + request_.filled);
         rows_there_ = decoder_.rows_in(length);
         const auto expected = length_in_sample(request_.sample, decoder_.data());

@@ -145,7 +145,7 @@ TEST(Laboratory, ALostFrameIsRebuiltFromASmallerSiblingAndTheData) {
 }
 
 TEST(Laboratory, DataBehindTheLastRowOfADamagedFrameAreNotCounted) {
-    for (const unsigned char rows : {std::uint8_t{48}, std::uint8_t{8}}) {
+    for (const auto rows : {std::uint8_t{48}, std::uint8_t{8}}) {
         for (const auto& coding : codings()) {
             Bytes picture = make_coded(coding, 1, kWidth, 240);
             const std::size_t height = dissect(picture).frame.at(0).first + 5; // FF C0, length, precision.
