@@ -12,10 +12,8 @@ namespace still_mend {
 void Canvas::put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level) {
     Work::add(count);
     for (std::size_t index = 0; index < count && position + index < trace_of_.size(); ++index) {
-        if (!taken(position + index)) {
-            trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
-            level_[position + index] = level;
-        }
+        trace_of_[position + index] = static_cast<std::uint32_t>(trace + index);
+        level_[position + index] = level;
     }
 }
 
@@ -121,7 +119,7 @@ class RestartPlacement {
   public:
     RestartPlacement(const ScanData& data, const Survey& survey, Canvas& canvas)
         : data_(data), survey_(survey), canvas_(canvas), intervals_((data.total - 1) / data.interval + 1),
-          typical_(typical_step(survey)) {}
+          typical_(typical_step(survey)), bytes_per_interval_(bytes_per_interval(survey)) {}
 
     std::vector<Placement> place() {
         const auto chains = find_chains(survey_.runs);
@@ -173,14 +171,12 @@ class RestartPlacement {
                 return Place{place};
             }
         }
-        std::vector<std::size_t> places;
-        for (std::size_t place = lowest; place + chain.size() + waiting <= intervals_; place += 8) {
-            places.push_back(place);
-        }
-        if (places.empty()) {
+        const std::size_t least = lowest + chain.size() + waiting;
+        if (least > intervals_) {
             return lowest + chain.size() <= intervals_ ? std::optional(Place{lowest, false}) : std::nullopt;
         }
-        return places.size() == 1 ? Place{places.front()} : choose(chain, places);
+        const std::size_t highest = lowest + (intervals_ - least) / 8 * 8;
+        return highest == lowest ? Place{lowest} : choose(chain, lowest, highest);
     }
 
     /// Whether a chain at this place follows what was placed before with a piece for each interval between.
@@ -196,26 +192,19 @@ class RestartPlacement {
         return true;
     }
 
-    /// By the fit with what stands above, where one place fits clearly better than all others; otherwise by
-    /// the bytes between this chain and what was placed before.
-    [[nodiscard]] Place choose(const Chain& chain, const std::vector<std::size_t>& places) const {
-        const double expected = static_cast<double>(next_) +
-                                static_cast<double>(run(chain.first).begin - end_) / bytes_per_interval();
-        const auto distance = [expected](std::size_t place) {
-            return std::abs(static_cast<double>(place) - expected);
-        };
-        std::size_t nearest = places.front();
-        std::size_t fitting = places.front();
+    /// Of every eighth interval from the lowest to the highest: by the fit with what stands above, where one
+    /// place fits clearly better than all others; otherwise by the bytes between this chain and what was
+    /// placed before.
+    [[nodiscard]] Place choose(const Chain& chain, std::size_t lowest, std::size_t highest) const {
+        const std::size_t nearest = nearest_place(chain, lowest, highest);
+        constexpr std::size_t kReach = 8 * 128;
+        const bool few = highest - lowest < 2 * kReach;
+        const std::size_t from = few ? lowest : std::max(lowest, nearest - std::min(nearest, kReach));
+        const std::size_t to = few ? highest : std::min(highest, nearest + kReach);
+        std::size_t fitting = nearest;
         double best = -1;
         double second = -1;
-        constexpr std::size_t kMostCompared = 256;
-        for (const std::size_t place : places) {
-            if (distance(place) < distance(nearest)) {
-                nearest = place;
-            }
-            if (places.size() > kMostCompared && distance(place) > 8.0 * kMostCompared / 2) {
-                continue;
-            }
+        for (std::size_t place = from; place <= to; place += 8) {
             const auto step = step_at(chain, place);
             if (!step) {
                 continue;
@@ -232,12 +221,23 @@ class RestartPlacement {
         return clear ? Place{fitting} : Place{nearest, is_seamless(chain, nearest)};
     }
 
+    /// The place that the bytes tell. Of two as likely the lower one.
+    [[nodiscard]] std::size_t nearest_place(const Chain& chain, std::size_t lowest,
+                                            std::size_t highest) const {
+        const double expected = static_cast<double>(next_) +
+                                static_cast<double>(run(chain.first).begin - end_) / bytes_per_interval_;
+        const double steps = std::ceil((expected - static_cast<double>(lowest)) / 8 - 0.5);
+        const double most = static_cast<double>(highest - lowest) / 8;
+        return lowest + 8 * static_cast<std::size_t>(std::clamp(steps, 0.0, most));
+    }
+
     /// The mean step from what stands above to the chain put at a place; nothing where too little is above.
     [[nodiscard]] std::optional<double> step_at(const Chain& chain, std::size_t place) const {
         double sum = 0;
         std::size_t count = 0;
         const std::size_t start = place * data_.interval;
         const std::size_t mcus = std::min(chain.size() * data_.interval, canvas_.wide());
+        Work::add(mcus);
         for (std::size_t mcu = 0; mcu < mcus; ++mcu) {
             const std::size_t position = start + mcu;
             if (position >= canvas_.wide() && position < canvas_.total() &&
@@ -250,10 +250,11 @@ class RestartPlacement {
         return count < 4 ? std::nullopt : std::optional(sum / static_cast<double>(count));
     }
 
-    [[nodiscard]] double bytes_per_interval() const {
+    static double bytes_per_interval(const Survey& survey) {
+        Work::add(survey.runs.size());
         double bytes = 0;
         double count = 0;
-        for (const auto& each : survey_.runs) {
+        for (const auto& each : survey.runs) {
             if (each.closes) {
                 bytes += static_cast<double>(each.end - each.begin + 2);
                 ++count;
@@ -346,6 +347,7 @@ class RestartPlacement {
     Canvas& canvas_;
     std::size_t intervals_;
     double typical_;
+    double bytes_per_interval_;
     std::size_t next_ = 0;     // First interval behind all that was placed.
     std::size_t next_run_ = 0; // And the first run.
     std::size_t end_ = 0;      // Byte offset there.

@@ -6,7 +6,9 @@
 #include "Laboratory.h"
 #include "Landmarks.h"
 #include "Pieces.h"
+#include "Placement.h"
 #include "Segments.h"
+#include "Survey.h"
 
 #include <gtest/gtest.h>
 
@@ -266,6 +268,37 @@ TEST(Candidates, ALosslessStreamIsNoPicture) {
     ASSERT_FALSE(candidates.empty());
     EXPECT_TRUE(candidates[0].other_process);
     EXPECT_FALSE(candidates[0].scan_offset);
+}
+
+TEST(Placement, TheCanvasHoldsWhatThePictureShows) {
+    // The first half of the sixth interval, and behind it all of that interval.
+    const Raw picture = test::make_coded(test::coding_named("baseline 4:2:0, restarts"), 1, 320, 240);
+    const auto interval = test::dissect(picture).intervals.at(5);
+    const std::size_t half = (interval.first + interval.last) / 2;
+    const Raw file =
+        test::joined(test::part(picture, 0, half), test::part(picture, interval.first, picture.size()));
+    const Candidate candidate = find_candidates(file, find_landmarks(file)).at(0);
+    const Frame& frame = candidate.frame.value();
+    const ScanData data{file, candidate.entropy, candidate.limit, candidate.tables.restart_interval,
+                        frame.mcus()};
+    const McuTraces empty(frame, candidate.scan.value(), candidate.tables);
+    const McuDecoder decoder(frame, candidate.scan.value(), candidate.tables);
+    const Survey survey = survey_restarts(data, decoder, empty);
+    Canvas canvas(survey.traces, frame.mcus_wide(), frame.mcus());
+    const auto placements = place_restarts(data, survey, canvas);
+    std::vector<std::uint32_t> shown(frame.mcus(), Canvas::kNone);
+    std::size_t put = 0;
+    for (const auto& placement : placements) {
+        put += placement.count;
+        for (std::size_t index = 0; index < placement.count; ++index) {
+            shown.at(placement.position + index) =
+                static_cast<std::uint32_t>(survey.runs[placement.run].trace + placement.skip + index);
+        }
+    }
+    EXPECT_GT(put, frame.mcus()); // Some places were taken twice.
+    for (std::size_t position = 0; position < frame.mcus(); ++position) {
+        EXPECT_EQ(canvas.trace(position), shown[position]) << position;
+    }
 }
 
 TEST(Landmarks, AreBoundedWhateverTheBytes) {

@@ -48,6 +48,20 @@ Bytes restart_flood(std::size_t size) {
     return repeated(pattern, size);
 }
 
+/// One good interval of a picture again and again, behind markers whose numbers never follow one another, in
+/// a frame with room for all of them.
+Bytes scattered_intervals(std::size_t size) {
+    const Bytes picture = make_coded({"", 1, 1, true, false, false, 1}, 1, 64, 48);
+    const Anatomy anatomy = dissect(picture);
+    Bytes head = part(picture, 0, anatomy.scan_header.last);
+    put_u16(head, anatomy.frame[0].first + 5, 16000, ByteOrder::kBig);
+    put_u16(head, anatomy.frame[0].first + 7, 16000, ByteOrder::kBig);
+    Bytes pattern = {0xFF, 0xD0};
+    const auto& interval = anatomy.intervals[1];
+    pattern = joined(pattern, part(picture, interval.first + 2, interval.last));
+    return joined(head, repeated(pattern, size));
+}
+
 struct Flood {
     std::string name;
     std::function<Bytes(std::size_t size)> make;
@@ -71,6 +85,7 @@ std::vector<Flood> floods() {
              return repeated({0xFF, 0xD8, 0xFF, 0xE0}, size);
          }},
         {"restart markers", restart_flood},
+        {"scattered intervals", scattered_intervals},
         {"long tables",
          [](std::size_t size) {
              return repeated({0xFF, 0xC4, 0xFF, 0xDB, 0x7F, 0xFF}, size);
