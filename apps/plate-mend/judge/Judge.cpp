@@ -264,13 +264,13 @@ class Judge {
         if (!decoder_.is_lossless_jpeg()) {
             return;
         }
-        const auto offsets = decoder_.parts(file_);
-        std::vector<std::uint64_t> ends = offsets;
-        ends.push_back(file_.size());
-        std::sort(ends.begin(), ends.end());
+        auto offsets = decoder_.parts(file_);
+        std::sort(offsets.begin(), offsets.end());
+        offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end()); // None is read twice.
         std::size_t broken = 0;
-        for (const std::uint64_t offset : offsets) {
-            const std::uint64_t end = *std::upper_bound(ends.begin(), ends.end() - 1, offset);
+        for (std::size_t part = 0; part < offsets.size(); ++part) {
+            const std::uint64_t offset = offsets[part];
+            const std::uint64_t end = part + 1 < offsets.size() ? offsets[part + 1] : file_.size();
             const auto bytes = file_.read(offset, static_cast<std::size_t>(end - std::min(offset, end)));
             broken += is_complete_lossless_jpeg(bytes) ? 0U : 1U;
         }
