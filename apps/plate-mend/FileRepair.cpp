@@ -160,6 +160,7 @@ class FileRepair {
         if (!judgement.decodes) {
             request.filled = workers_.fill(folder_->path(), request.result, request.sample);
             if (request.filled != 0) {
+                request.lost_in_preview = workers_.is_lost_in_preview(folder_->path(), request.damaged);
                 judgement = workers_.judge(folder_->path(), request);
             }
         }

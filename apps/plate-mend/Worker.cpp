@@ -114,8 +114,13 @@ Json do_salvage(const Json& task) {
 
 Json do_judge(const Json& task) {
     const auto path = [&task](const char* name) { return path_from(task.at(name).get<std::string>()); };
-    return to_json(judge_raw({path("result"), path("damaged"), path("sample"), path("picture"),
-                              task.at("filled").get<std::uint64_t>()}));
+    return to_json(
+        judge_raw({path("result"), path("damaged"), path("sample"), path("picture"),
+                   task.at("filled").get<std::uint64_t>(), task.at("lost_in_preview").get<bool>()}));
+}
+
+Json do_look_at_preview(const Json& task) {
+    return {{"lost", is_lost_in_preview(path_from(task.at("damaged").get<std::string>()))}};
 }
 
 Json do_fill(const Json& task) {
@@ -132,6 +137,7 @@ Json do_task(const Json& task) {
     return kind == "repair"    ? do_repair(task)
            : kind == "salvage" ? do_salvage(task)
            : kind == "fill"    ? do_fill(task)
+           : kind == "preview" ? do_look_at_preview(task)
                                : do_judge(task);
 }
 
@@ -170,13 +176,19 @@ std::uint64_t Workers::fill(const fs::path& folder, const fs::path& result, cons
     return answer.object.is_null() ? 0 : answer.object.at("filled").get<std::uint64_t>();
 }
 
+bool Workers::is_lost_in_preview(const fs::path& folder, const fs::path& damaged) const {
+    const Answer answer = run_worker({{"task", "preview"}, {"damaged", utf8_from(damaged)}}, folder, limits_);
+    return answer.object.is_null() || answer.object.at("lost").get<bool>();
+}
+
 Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const {
     const Answer answer = run_worker({{"task", "judge"},
                                       {"result", utf8_from(task.result)},
                                       {"damaged", utf8_from(task.damaged)},
                                       {"sample", utf8_from(task.sample)},
                                       {"picture", utf8_from(task.picture)},
-                                      {"filled", task.filled}},
+                                      {"filled", task.filled},
+                                      {"lost_in_preview", task.lost_in_preview}},
                                      folder, limits_);
     if (!answer.object.is_null()) {
         return judgement_from(answer.object);

@@ -5,6 +5,7 @@
 #include "support/Scene.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <fstream>
 
@@ -55,6 +56,21 @@ TEST_F(WorkerTroubles, CrashCostsThatFileOnly) {
               2);
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "other.arw", "other.repaired.arw"));
     EXPECT_THAT(out, HasSubstr("Segmentation fault"));
+}
+
+TEST_F(WorkerTroubles, CrashOverTheDamagedFilesPreviewCostsTheShareOnly) {
+    write_file(folder / "broken.arw", part(original.bytes, 0, original.bytes.size() * 9 / 10));
+    const std::vector<std::string> arguments{"repair",      "--force",       "-s", in("good.arw"), "--json",
+                                             in("r.jsonl"), in("broken.arw")};
+    const auto share = [&](const std::string& script) {
+        EXPECT_EQ(run_with(script + "exec \"$program\" \"$@\"", arguments), 1);
+        const Bytes line = read_file(folder / "r.jsonl");
+        const auto record = nlohmann::json::parse(line.begin(), line.end());
+        EXPECT_EQ(record.at("verdict"), "partial");
+        return record.at("attempts").at(0).at("judgement").at("rows_good");
+    };
+    EXPECT_NEAR(share("").get<double>(), 0.9, 0.1);
+    EXPECT_TRUE(share("grep -q '\"preview\"' \"$2/task.json\" && kill -SEGV $$\n").is_null());
 }
 
 TEST_F(WorkerTroubles, HangIsEndedByTheTimeLimit) {

@@ -323,7 +323,7 @@ class Judge {
         }
         // Some few may be lost anywhere, and all behind that place is shifted; a cut takes more.
         lost_inside_ =
-            request_.filled != 0 && (decoder_.rows_in(request_.filled) < 8 || is_lost_in_the_preview());
+            request_.filled != 0 && (decoder_.rows_in(request_.filled) < 8 || request_.lost_in_preview);
         const std::uint64_t length = file_.size() - std::min(file_.size(), image_ + request_.filled);
         rows_there_ = decoder_.rows_in(length);
         const auto expected = length_in_sample(request_.sample, decoder_.data());
@@ -343,13 +343,6 @@ class Judge {
         tell("the image data are " + std::to_string(more ? length - *expected : *expected - length) +
              " bytes " + (more ? "longer" : "shorter") + " than the sample's");
         place_unknown_ = true;
-    }
-
-    /// Whether the damaged file tells that bytes are missing in front of the end of its preview.
-    [[nodiscard]] bool is_lost_in_the_preview() const {
-        Decoder damaged;
-        FileBytes bytes(request_.damaged);
-        return damaged.open(request_.damaged) && !damaged.preview_ends_in_its_place(bytes);
     }
 
     void look_at_samples() {
@@ -450,6 +443,12 @@ std::uint64_t missing_at_the_end(const fs::path& result, const fs::path& sample)
     const std::uint64_t wanted = their_bytes.size() - std::min(their_bytes.size(), theirs.image(their_bytes));
     const std::uint64_t there = our_bytes.size() - std::min(our_bytes.size(), ours.image(our_bytes));
     return there == 0 || wanted < there ? 0 : wanted - there;
+}
+
+bool is_lost_in_preview(const fs::path& damaged) {
+    Decoder decoder;
+    FileBytes bytes(damaged);
+    return decoder.open(damaged) && !decoder.preview_ends_in_its_place(bytes);
 }
 
 Judgement judge_raw(const JudgeRequest& request) {
