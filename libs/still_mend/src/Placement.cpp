@@ -197,7 +197,7 @@ class RestartPlacement {
     /// placed before.
     [[nodiscard]] Place choose(const Chain& chain, std::size_t lowest, std::size_t highest) const {
         const std::size_t nearest = nearest_place(chain, lowest, highest);
-        constexpr std::size_t kReach = 8 * 128;
+        constexpr std::size_t kReach = 1024; // Intervals; a multiple of 8.
         const bool few = highest - lowest < 2 * kReach;
         const std::size_t from = few ? lowest : std::max(lowest, nearest - std::min(nearest, kReach));
         const std::size_t to = few ? highest : std::min(highest, nearest + kReach);
