@@ -127,9 +127,9 @@ class RestartPlacement {
         for (const auto& chain : chains) {
             waiting += chain.size();
         }
+        place_broken();
         for (const Chain& chain : chains) {
             waiting -= chain.size();
-            place_broken(chain.first);
             if (const auto place = find_place(chain, waiting)) {
                 sure_ = place->sure;
                 const std::size_t missing = intervals_ - std::min(intervals_, place->interval + chain.size());
@@ -139,9 +139,9 @@ class RestartPlacement {
                     put_chain(chain, place->interval);
                 }
                 next_run_ = chain.last;
+                place_broken();
             }
         }
-        place_broken(survey_.runs.size());
         return std::move(placements_);
     }
 
@@ -313,9 +313,10 @@ class RestartPlacement {
     }
 
     /// Broken runs directly behind what was placed, as long as their numbers follow: what is smooth of them.
-    void place_broken(std::size_t last) {
+    void place_broken() {
         std::size_t place = next_;
-        for (std::size_t index = next_run_; index < last && place < intervals_; ++index, ++place) {
+        for (std::size_t index = next_run_; index < survey_.runs.size() && place < intervals_;
+             ++index, ++place) {
             const Run& broken = run(index);
             const bool numbered =
                 broken.restart < 0 ? place == 0

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 
 namespace still_mend {
 namespace {
@@ -270,35 +271,62 @@ TEST(Candidates, ALosslessStreamIsNoPicture) {
     EXPECT_FALSE(candidates[0].scan_offset);
 }
 
-TEST(Placement, TheCanvasHoldsWhatThePictureShows) {
-    // The first half of the sixth interval, and behind it all of that interval.
+/// The places of the runs of a file with restarts.
+struct Placed {
+    explicit Placed(const Raw& file)
+        : candidate(find_candidates(file, find_landmarks(file)).at(0)), frame(candidate.frame.value()),
+          survey(survey_restarts(data_of(file), McuDecoder(frame, candidate.scan.value(), candidate.tables),
+                                 McuTraces(frame, candidate.scan.value(), candidate.tables))),
+          canvas(survey.traces, frame.mcus_wide(), frame.mcus()),
+          placements(place_restarts(data_of(file), survey, canvas)) {}
+
+    [[nodiscard]] ScanData data_of(const Raw& file) const {
+        return {file, candidate.entropy, candidate.limit, candidate.tables.restart_interval, frame.mcus()};
+    }
+
+    Candidate candidate;
+    Frame frame;
+    Survey survey;
+    Canvas canvas;
+    std::vector<Placement> placements;
+};
+
+/// The first half of the sixth interval, and behind it all from a given interval on.
+Raw with_half_an_interval_before(std::size_t next) {
     const Raw picture = test::make_coded(test::coding_named("baseline 4:2:0, restarts"), 1, 320, 240);
-    const auto interval = test::dissect(picture).intervals.at(5);
-    const std::size_t half = (interval.first + interval.last) / 2;
-    const Raw file =
-        test::joined(test::part(picture, 0, half), test::part(picture, interval.first, picture.size()));
-    const Candidate candidate = find_candidates(file, find_landmarks(file)).at(0);
-    const Frame& frame = candidate.frame.value();
-    const ScanData data{file, candidate.entropy, candidate.limit, candidate.tables.restart_interval,
-                        frame.mcus()};
-    const McuTraces empty(frame, candidate.scan.value(), candidate.tables);
-    const McuDecoder decoder(frame, candidate.scan.value(), candidate.tables);
-    const Survey survey = survey_restarts(data, decoder, empty);
-    Canvas canvas(survey.traces, frame.mcus_wide(), frame.mcus());
-    const auto placements = place_restarts(data, survey, canvas);
-    std::vector<std::uint32_t> shown(frame.mcus(), Canvas::kNone);
+    const auto intervals = test::dissect(picture).intervals;
+    const std::size_t half = (intervals.at(5).first + intervals.at(5).last) / 2;
+    return test::joined(test::part(picture, 0, half),
+                        test::part(picture, intervals.at(next).first, picture.size()));
+}
+
+TEST(Placement, TheCanvasHoldsWhatThePictureShows) {
+    const Placed placed(with_half_an_interval_before(5));
+    std::vector<std::uint32_t> shown(placed.frame.mcus(), Canvas::kNone);
     std::size_t put = 0;
-    for (const auto& placement : placements) {
+    for (const auto& placement : placed.placements) {
         put += placement.count;
         for (std::size_t index = 0; index < placement.count; ++index) {
             shown.at(placement.position + index) =
-                static_cast<std::uint32_t>(survey.runs[placement.run].trace + placement.skip + index);
+                static_cast<std::uint32_t>(placed.survey.runs[placement.run].trace + placement.skip + index);
         }
     }
-    EXPECT_GT(put, frame.mcus()); // Some places were taken twice.
-    for (std::size_t position = 0; position < frame.mcus(); ++position) {
-        EXPECT_EQ(canvas.trace(position), shown[position]) << position;
+    EXPECT_GT(put, placed.frame.mcus()); // Some places were taken twice.
+    for (std::size_t position = 0; position < placed.frame.mcus(); ++position) {
+        EXPECT_EQ(placed.canvas.trace(position), shown[position]) << position;
     }
+}
+
+TEST(Placement, NoRunIsPlacedTwice) {
+    // Two chains behind the broken interval that the picture has no room for.
+    const Raw once = with_half_an_interval_before(1);
+    const Raw twice = test::joined(once, test::part(once, once.size() / 2, once.size()));
+    const Placed placed(twice);
+    std::set<std::size_t> runs;
+    for (const auto& placement : placed.placements) {
+        EXPECT_TRUE(runs.insert(placement.run).second) << placement.run;
+    }
+    EXPECT_EQ(runs.size(), 6U);
 }
 
 TEST(Landmarks, AreBoundedWhateverTheBytes) {
