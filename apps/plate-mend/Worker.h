@@ -55,8 +55,8 @@ class Workers {
     [[nodiscard]] std::uint64_t fill(const std::filesystem::path& folder, const std::filesystem::path& result,
                                      const std::filesystem::path& sample) const;
 
-    /// Whether bytes are missing in front of the end of a damaged file's preview. So it may be where a
-    /// problem leaves it unknown.
+    /// Whether bytes are missing in front of the end of a damaged file's preview. True too where a
+    /// problem of the worker leaves it unknown.
     [[nodiscard]] bool is_lost_in_preview(const std::filesystem::path& folder,
                                           const std::filesystem::path& damaged) const;
 

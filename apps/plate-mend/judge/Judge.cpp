@@ -59,7 +59,7 @@ class Decoder {
         return method().substr(0, 13) == "lossless_jpeg" || method().substr(0, 12) == "lossless_dng";
     }
 
-    /// Where the parts of the image begin: its tiles, or its one strip. Not empty.
+    /// Where the parts of the image begin: its tiles, or its one strip. In order, each once; not empty.
     [[nodiscard]] std::vector<std::uint64_t> parts(FileBytes& file) {
         const auto& inner = raw_.get_internal_data_pointer()->unpacker_data;
         const auto offset = static_cast<std::uint64_t>(std::max<INT64>(0, inner.data_offset));
@@ -78,14 +78,16 @@ class Decoder {
             }
             offsets.push_back(value);
         }
-        return offsets.empty() ? std::vector<std::uint64_t>{offset} : offsets;
+        if (offsets.empty()) {
+            return {offset};
+        }
+        std::sort(offsets.begin(), offsets.end());
+        offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
+        return offsets;
     }
 
     /// Where the image data begin.
-    [[nodiscard]] std::uint64_t image(FileBytes& file) {
-        const auto offsets = parts(file);
-        return *std::min_element(offsets.begin(), offsets.end());
-    }
+    [[nodiscard]] std::uint64_t image(FileBytes& file) { return parts(file).front(); }
 
     /// The length of the image data, where LibRaw knows it; 0 otherwise.
     [[nodiscard]] std::uint64_t image_length() {
@@ -264,9 +266,7 @@ class Judge {
         if (!decoder_.is_lossless_jpeg()) {
             return;
         }
-        auto offsets = decoder_.parts(file_);
-        std::sort(offsets.begin(), offsets.end());
-        offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end()); // None is read twice.
+        const auto offsets = decoder_.parts(file_);
         std::size_t broken = 0;
         for (std::size_t part = 0; part < offsets.size(); ++part) {
             const std::uint64_t offset = offsets[part];

@@ -23,7 +23,8 @@ struct JudgeRequest {
                                                const std::filesystem::path& sample);
 
 /// Whether a damaged file tells that bytes are missing in front of the end of its preview: LibRaw opens the
-/// file, and the preview does not end where its tables say.
+/// file, and the preview does not end where its tables say. Throws std::bad_alloc; LibRaw may crash or hang
+/// on hostile files, so this runs in a worker.
 [[nodiscard]] bool is_lost_in_preview(const std::filesystem::path& damaged);
 
 /// Decodes a RAW file with LibRaw and looks for signs of damage: in what LibRaw counts, in the sensor data,
