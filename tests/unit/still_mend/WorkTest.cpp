@@ -30,13 +30,17 @@ Bytes repeated(const Bytes& pattern, std::size_t size) {
     return file;
 }
 
-Bytes header(const char* coding, unsigned width, unsigned height) {
-    const Bytes picture = make_coded(coding_named(coding), 1, 64, 48);
+/// What precedes the data of a picture, with another size in it.
+Bytes header(const Bytes& picture, unsigned width, unsigned height) {
     const Anatomy anatomy = dissect(picture);
     Bytes head = part(picture, 0, anatomy.scan_header.last);
     put_u16(head, anatomy.frame[0].first + 5, static_cast<std::uint16_t>(height), ByteOrder::kBig);
     put_u16(head, anatomy.frame[0].first + 7, static_cast<std::uint16_t>(width), ByteOrder::kBig);
     return head;
+}
+
+Bytes header(const char* coding, unsigned width, unsigned height) {
+    return header(make_coded(coding_named(coding), 1, 64, 48), width, height);
 }
 
 /// Restart markers with two bytes between them.
@@ -52,14 +56,9 @@ Bytes restart_flood(std::size_t size) {
 /// a frame with room for all of them.
 Bytes scattered_intervals(std::size_t size) {
     const Bytes picture = make_coded({"", 1, 1, true, false, false, 1}, 1, 64, 48);
-    const Anatomy anatomy = dissect(picture);
-    Bytes head = part(picture, 0, anatomy.scan_header.last);
-    put_u16(head, anatomy.frame[0].first + 5, 16000, ByteOrder::kBig);
-    put_u16(head, anatomy.frame[0].first + 7, 16000, ByteOrder::kBig);
-    Bytes pattern = {0xFF, 0xD0};
-    const auto& interval = anatomy.intervals[1];
-    pattern = joined(pattern, part(picture, interval.first + 2, interval.last));
-    return joined(head, repeated(pattern, size));
+    const auto interval = dissect(picture).intervals.at(1); // Behind the first marker, FF D0.
+    return joined(header(picture, 16000, 16000),
+                  repeated(part(picture, interval.first, interval.last), size));
 }
 
 struct Flood {
