@@ -38,8 +38,27 @@ class Process {
 /// The file of the running program.
 [[nodiscard]] std::filesystem::path own_program();
 
-/// From now on this process gets no more memory than that: allocations beyond it fail. 0 is no limit.
-/// With sanitizers there is none: they take more address space than any limit leaves.
-void limit_memory(std::uint64_t bytes);
+/// The number of this process, which it hands to the workers it starts.
+[[nodiscard]] std::uint64_t own_id();
+
+// For a worker, at its start.
+
+/// From now on this process ends when the one that started it does, however that ends. If the process that
+/// started it, `parent`, is gone already, it ends at once. On Windows a job of the starting process sees to
+/// that, and this does nothing.
+void end_with(std::uint64_t parent);
+
+/// This process ends after so many seconds at the latest, whatever it does then; 0 is no limit.
+void end_after(unsigned seconds);
+
+/// From now on this process gets no more memory than that: allocations beyond it fail. 0 is no limit. Returns
+/// whether the limit holds. With sanitizers there is none, and that is no failure: they take more address
+/// space than any limit leaves.
+[[nodiscard]] bool limit_memory(std::uint64_t bytes);
+
+/// Makes a folder the place where files are worked on, and returns what stands before their names: nothing
+/// where the process could go there, so that names are short and ASCII whatever the folder's path is; else
+/// (Windows) the folder. Throws std::system_error.
+[[nodiscard]] std::filesystem::path enter(const std::filesystem::path& folder);
 
 } // namespace plate_mend::host::platform

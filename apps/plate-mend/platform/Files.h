@@ -1,0 +1,132 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+// What the program asks of files beyond the standard library: who a file is, files that are made and never
+// overwritten, moves that replace nothing, reads that report which bytes cannot be read, and locks.
+// All take paths of any length. Errors are std::system_error with the code of the system.
+
+namespace plate_mend::host::platform {
+
+/// Who a file is, and when it changed.
+struct FileStamp {
+    std::uint64_t volume = 0; ///< With `index` the same for two names of one file.
+    std::uint64_t index = 0;
+    std::uint64_t links = 1;   ///< Names that the file has.
+    std::uint64_t size = 0;    ///< Bytes.
+    std::int64_t modified = 0; ///< When its bytes changed, in nanoseconds since 1970.
+    std::int64_t changed = 0;  ///< When its bytes, its name or its attributes changed, likewise.
+    bool regular = false;      ///< An ordinary file: no folder, no device, no pipe.
+    bool folder = false;
+};
+
+/// The stamp of what a path leads to, through links. Nothing where there is nothing, or a link that leads
+/// nowhere. Throws std::system_error for any other reason, such as a folder that may not be entered or a loop
+/// of links.
+[[nodiscard]] std::optional<FileStamp> stamp_of(const std::filesystem::path& path);
+
+/// Whether anything at all has this name, links that lead nowhere included. Throws std::system_error.
+[[nodiscard]] bool is_taken(const std::filesystem::path& path);
+
+/// An existing file, read at any place. Never changes the file. Pipes and devices are refused: opening waits
+/// for nothing. Others may read, write, rename and delete the file meanwhile.
+class SourceFile {
+  public:
+    /// Throws std::system_error, for what is no ordinary file too.
+    explicit SourceFile(const std::filesystem::path& path);
+    SourceFile(const SourceFile&) = delete;
+    SourceFile& operator=(const SourceFile&) = delete;
+    ~SourceFile();
+
+    [[nodiscard]] FileStamp stamp() const; ///< Throws std::system_error.
+
+    /// Reads data[0..count-1] from an offset. Returns how many bytes there were: fewer than asked for only at
+    /// the end of the file. Throws std::system_error when the system cannot read them, such as
+    /// std::errc::io_error for a bad sector.
+    [[nodiscard]] std::size_t read(std::uint64_t offset, unsigned char* data, std::size_t count) const;
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// A file that this program makes: exclusively, through no link, readable and writable for its owner and for
+/// others as the user's settings allow. The file stays when the object goes.
+class NewFile {
+  public:
+    /// Throws std::system_error; std::errc::file_exists when anything has this name.
+    explicit NewFile(const std::filesystem::path& path);
+    NewFile(NewFile&& other) noexcept;
+    NewFile& operator=(NewFile&&) = delete;
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile();
+
+    /// Appends data[0..count-1], all of it. Throws std::system_error, such as for a full disk.
+    void write(const unsigned char* data, std::size_t count);
+    /// Overwrites bytes that were written before. Throws as write does.
+    void write_at(std::uint64_t offset, const unsigned char* data, std::size_t count);
+    /// Shortens or lengthens the file, with zeros. Throws as write does.
+    void resize(std::uint64_t size);
+    /// Returns when the file's bytes have reached the disk. Throws std::system_error.
+    void sync();
+    [[nodiscard]] FileStamp stamp() const; ///< Throws std::system_error.
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// Opens an existing ordinary file for appending, through no link. Throws std::system_error.
+[[nodiscard]] NewFile open_to_append(const std::filesystem::path& path);
+
+/// Returns when the bytes of an existing file have reached the disk; a folder's names likewise, where the
+/// system has a way to ask for that. Throws std::system_error.
+void sync_file(const std::filesystem::path& file);
+void sync_folder(const std::filesystem::path& folder);
+
+/// Gives a file or a folder another name on the same file system. What has the new name stays: then throws
+/// std::system_error with std::errc::file_exists. Where a file system has no such move, the nearest that it
+/// has: a link and a removal, at last a look before the move.
+void move_new(const std::filesystem::path& from, const std::filesystem::path& to);
+/// The same, but a file (or a link, not what it leads to) that has the new name is replaced in one step.
+void move_over(const std::filesystem::path& from, const std::filesystem::path& to);
+
+/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason, such
+/// as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own, which
+/// does not stay. Never throws and never ends the process.
+[[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
+
+/// Whether an error speaks of a full disk, a used-up quota or a limit on the sizes of files.
+[[nodiscard]] bool means_no_room(const std::error_code& error);
+
+/// A lock that one process at a time holds, until the object or the process is gone, however it ends. It is
+/// not handed down to processes that this one starts.
+class Lock {
+  public:
+    /// Takes the lock of that name, a file, which is made where it is missing. Nothing when another process,
+    /// or another object of this one, holds it. Throws std::system_error when it cannot be made or opened; a
+    /// link is not followed.
+    [[nodiscard]] static std::optional<Lock> take(const std::filesystem::path& file);
+    Lock(Lock&& other) noexcept;
+    Lock& operator=(Lock&& other) noexcept;
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock();
+
+  private:
+    struct State;
+    explicit Lock(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+/// Whether a path lies on a medium that people take out: a memory card, a USB stick, a disc. For a path that
+/// does not exist its nearest existing folder decides. False where that cannot be found out.
+[[nodiscard]] bool is_removable(const std::filesystem::path& path);
+
+} // namespace plate_mend::host::platform
