@@ -1,5 +1,7 @@
 #include "Assessment.h"
 
+#include "IntactJpeg.h"
+#include "LenientJpeg.h"
 #include "Markers.h"
 #include "MultiScan.h"
 #include "Pieces.h"
@@ -266,8 +268,57 @@ Assessment assess(Bytes file, const Hypothesis& hypothesis) {
                                               : assess_scans(file, hypothesis);
 }
 
+std::optional<Assessment> assess_intact(Bytes file, const Candidate& candidate) {
+    auto picture = read_intact(file.subspan(candidate.offset));
+    if (!picture) {
+        return std::nullopt;
+    }
+    Assessment result;
+    result.hypothesis.candidate = candidate;
+    result.hypothesis.candidate.has_start = true;
+    result.hypothesis.candidate.damaged_header = false;
+    result.total = picture->frame.mcus();
+    result.hypothesis.candidate.frame = std::move(picture->frame);
+    result.own = result.total;
+    result.intact = true;
+    result.whole = true;
+    result.end_found = true;
+    result.end = candidate.offset + picture->size;
+    result.first_bad = result.end;
+    return result;
+}
+
+std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidate) {
+    auto picture = read_leniently(file.subspan(candidate.offset));
+    if (!picture) {
+        return std::nullopt;
+    }
+    Assessment result;
+    Candidate& filled = result.hypothesis.candidate;
+    filled = candidate;
+    filled.tables = picture->tables;
+    filled.frame = std::move(picture->frame);
+    result.by_libjpeg = true;
+    result.multi_scan = true;
+    result.total = filled.frame->mcus();
+    result.guessed = picture->smooth;
+    result.end_found = picture->end_found;
+    result.end = candidate.offset + picture->end;
+    result.first_bad = candidate.offset + picture->first_bad;
+    std::vector<bool> smooth(result.total, false);
+    std::fill_n(smooth.begin(), picture->smooth, true);
+    result.noise =
+        !marker::is_arithmetic(filled.frame->code) && is_noise(roughness_of(filled, picture->store, smooth));
+    return result;
+}
+
 Developed develop(Bytes file, const Assessment& assessment) {
     const Candidate& candidate = assessment.hypothesis.candidate;
+    if (assessment.by_libjpeg) {
+        auto picture = read_leniently(file.subspan(candidate.offset));
+        return {picture ? std::move(picture->store) : CoefficientStore(*candidate.frame),
+                std::vector<bool>(assessment.total, true)};
+    }
     Developed developed{CoefficientStore(*candidate.frame), std::vector<bool>(assessment.total, false)};
     if (assessment.multi_scan) {
         developed.present = decode_scans(file, candidate, developed.store).present;
