@@ -9,6 +9,7 @@
 #include "Survey.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace still_mend {
 
@@ -251,6 +252,47 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
     return result;
 }
 
+/// Whether a block is what no picture of 8 bits can contain, or what zeroed bytes read as.
+bool is_impossible(const Block& block, const QuantTable& quant) {
+    unsigned minus_ones = 0;
+    for (std::size_t k = 0; k < 64; ++k) {
+        const int value = block[kNaturalOrder[k]];
+        if (std::abs(value) > 1100 / quant.values[k] + 1) {
+            return true;
+        }
+        minus_ones += k > 0 && value == -1 ? 1U : 0U;
+    }
+    return minus_ones == 63;
+}
+
+/// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible,
+/// or all are alike, or it is rough in its first scan, which holds too little to tell otherwise.
+bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
+    constexpr std::size_t kFew = 64; // One in so many.
+    if (candidate.frame->progressive()) {
+        std::vector<bool> smooth(candidate.frame->mcus(), false);
+        std::fill_n(smooth.begin(), picture.smooth, true);
+        if (is_noise(roughness_of(candidate, picture.store, smooth))) {
+            return true;
+        }
+    }
+    const Mcu first = picture.store.mcu(0);
+    bool flat = true;
+    std::size_t blocks = 0;
+    std::size_t impossible = 0;
+    for (std::size_t position = 0; position < picture.smooth; ++position) {
+        const Mcu mcu = picture.store.mcu(position);
+        flat = flat && mcu == first;
+        std::size_t block = 0;
+        for (const auto& component : candidate.frame->components) {
+            for (unsigned count = 0; count < component.h * component.v; ++count, ++blocks) {
+                impossible += is_impossible(mcu[block++], *candidate.tables.quant[component.quant]) ? 1U : 0U;
+            }
+        }
+    }
+    return flat || impossible * kFew > blocks;
+}
+
 } // namespace
 
 std::uint64_t Assessment::score() const {
@@ -305,10 +347,7 @@ std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidat
     result.end_found = picture->end_found;
     result.end = candidate.offset + picture->end;
     result.first_bad = candidate.offset + picture->first_bad;
-    std::vector<bool> smooth(result.total, false);
-    std::fill_n(smooth.begin(), picture->smooth, true);
-    result.noise =
-        !marker::is_arithmetic(filled.frame->code) && is_noise(roughness_of(filled, picture->store, smooth));
+    result.noise = !marker::is_arithmetic(filled.frame->code) && is_no_picture(filled, *picture);
     return result;
 }
 
