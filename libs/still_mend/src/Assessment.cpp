@@ -108,7 +108,8 @@ class OneScan {
         for (const auto& placement : placements) {
             const Run& run = survey.runs[placement.run];
             result_.runs.push_back({run.start, run.dc_known, placement});
-            result_.resynchronised = result_.resynchronised || !run.dc_known || placement.skip > 0;
+            result_.resynchronised =
+                result_.resynchronised || !run.dc_known || (data_.interval == 0 && placement.skip > 0);
         }
         judge(survey, placements, canvas);
     }
@@ -257,7 +258,7 @@ bool is_impossible(const Block& block, const QuantTable& quant) {
     unsigned minus_ones = 0;
     for (std::size_t k = 0; k < 64; ++k) {
         const int value = block[kNaturalOrder[k]];
-        if (std::abs(value) > 1100 / quant.values[k] + 1) {
+        if (quant.values[k] != 0 && std::abs(value) > 1100 / quant.values[k] + 1) {
             return true;
         }
         minus_ones += k > 0 && value == -1 ? 1U : 0U;
@@ -265,8 +266,8 @@ bool is_impossible(const Block& block, const QuantTable& quant) {
     return minus_ones == 63;
 }
 
-/// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible,
-/// or all are alike, or it is rough in its first scan, which holds too little to tell otherwise.
+/// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible.
+/// The first scan of a progressive one holds too little for that; it must not be rough, nor all alike.
 bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
     constexpr std::size_t kFew = 64; // One in so many.
     if (candidate.frame->progressive()) {
@@ -277,7 +278,7 @@ bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
         }
     }
     const Mcu first = picture.store.mcu(0);
-    bool flat = true;
+    bool flat = candidate.frame->progressive();
     std::size_t blocks = 0;
     std::size_t impossible = 0;
     for (std::size_t position = 0; position < picture.smooth; ++position) {

@@ -56,14 +56,13 @@ Frame JpegDecompressor::frame() const {
     return frame;
 }
 
-bool JpegDecompressor::is_affordable(const Frame& frame) const {
+bool JpegDecompressor::is_affordable(const Frame& frame) {
     std::uint64_t blocks = 0;
     for (const auto& component : frame.components) {
         blocks += std::uint64_t{frame.blocks_wide(component)} * frame.blocks_high(component);
     }
     return blocks <= kFreeBlocks + kBlocksPerByte * jpeg_.size() &&
-           (!jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&info)) ||
-            std::uint64_t{frame.width} * frame.height <= kMaxPixels);
+           (!jpeg_has_multiple_scans(&info) || std::uint64_t{frame.width} * frame.height <= kMaxPixels);
 }
 
 std::uint64_t JpegDecompressor::most_visits() const {

@@ -27,7 +27,7 @@ class JpegDecompressor {
 
     /// Whether the frame may be decoded at all: its blocks are within what the bytes can code, but for small
     /// pictures, and within kMaxPixels where libjpeg keeps all coefficients.
-    [[nodiscard]] bool is_affordable(const Frame& frame) const;
+    [[nodiscard]] bool is_affordable(const Frame& frame);
 
     /// What decoding all scans may cost, in blocks: several times what a picture of so many bytes takes.
     [[nodiscard]] std::uint64_t most_visits() const;

@@ -41,9 +41,9 @@ double smaller_mean(std::vector<double>& values) {
     return std::accumulate(values.begin(), end, 0.0) / static_cast<double>(kept);
 }
 
-/// Whether a run stays where it is from its first MCU to its last: it begins the scan, and nothing proves that
-/// it slipped, as an end with some MCUs too many or too few does. A picture has edges that look like damage, so
-/// that no look tells where the first damage is.
+/// Whether a run stays where it is from its first MCU to its last: it begins the scan, and nothing proves
+/// that it slipped, as an end with some MCUs too many or too few does. A picture has edges that look like
+/// damage, so that no look tells where the first damage is.
 bool is_in_place(const Run& run, std::size_t total) {
     return run.dc_known && (!run.at_end || run.count == total);
 }
@@ -60,8 +60,7 @@ class BreakSearch {
         for (std::size_t index = 0; index < survey_.runs.size() && found.size() < kMostSegments; ++index) {
             const Run& run = survey_.runs[index];
             if (is_in_place(run, total_)) {
-                const std::size_t end = run.trace + run.count;
-                found.push_back({index, run.trace, end_of_smooth(run, run.trace, end)});
+                found.push_back({index, run.trace, end_in_place(run)});
             } else {
                 split(index, found);
             }
@@ -71,6 +70,7 @@ class BreakSearch {
 
   private:
     static constexpr std::size_t kMostSegments = 512;
+    static constexpr std::size_t kMostNoise = 256; // MCUs between damage and the error that it leads to.
 
     /// Alternates between looking for a change to rough and one to smooth, by the sums of what exceeds a
     /// bound.
@@ -110,6 +110,21 @@ class BreakSearch {
     [[nodiscard]] std::size_t end_of_smooth(const Run& run, std::size_t begin, std::size_t end) const {
         const bool good = run.closes || run.cut || run.count >= total_;
         return good ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3);
+    }
+
+    /// The same of a run that stays in its place: only its last MCUs are looked at, and what is usual is what
+    /// precedes them.
+    [[nodiscard]] std::size_t end_in_place(const Run& run) const {
+        const std::size_t end = run.trace + run.count;
+        if (run.at_end || run.cut || run.count >= total_) {
+            return end;
+        }
+        const std::size_t begin = end - std::min(run.count, kMostNoise);
+        std::vector<double> steps;
+        for (std::size_t mcu = begin - std::min(begin - run.trace, 4 * kMostNoise); mcu + 1 < begin; ++mcu) {
+            steps.push_back(traces_.step_right(mcu, mcu + 1));
+        }
+        return begin + smooth_prefix(traces_, begin, end, std::max(median(steps), (bound_ - 32) / 3));
     }
 
     void add(std::size_t index, std::size_t begin, std::size_t end, std::vector<Segment>& found) const {
@@ -504,7 +519,7 @@ class PlainPlacement {
             const Run& run = survey_.runs[before.run];
             const std::size_t skip = before.skip + before.count;
             const std::size_t position = before.position + before.count;
-            const std::size_t most = is_in_place(run, data_.total) ? run.count : kShownBeforeBreak;
+            const std::size_t most = run.dc_known ? run.count : kShownBeforeBreak;
             std::size_t count = 0;
             while (count < most && skip + count < run.count && position + count < data_.total &&
                    !canvas_.taken(position + count)) {
