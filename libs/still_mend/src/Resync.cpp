@@ -60,7 +60,7 @@ class BreakSearch {
         for (std::size_t index = 0; index < survey_.runs.size() && found.size() < kMostSegments; ++index) {
             const Run& run = survey_.runs[index];
             if (is_in_place(run, total_)) {
-                found.push_back({index, run.trace, end_in_place(run)});
+                add(index, run.trace, end_in_place(run), found);
             } else {
                 split(index, found);
             }
@@ -119,7 +119,10 @@ class BreakSearch {
         if (run.at_end || run.cut || run.count >= total_) {
             return end;
         }
-        const std::size_t begin = end - std::min(run.count, kMostNoise);
+        if (run.count <= kMostNoise) { // Nothing tells what is usual here.
+            return run.trace + smooth_prefix(traces_, run.trace, end, (bound_ - 32) / 3);
+        }
+        const std::size_t begin = end - kMostNoise;
         std::vector<double> steps;
         for (std::size_t mcu = begin - std::min(begin - run.trace, 4 * kMostNoise); mcu + 1 < begin; ++mcu) {
             steps.push_back(traces_.step_right(mcu, mcu + 1));
