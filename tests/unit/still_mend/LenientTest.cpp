@@ -48,7 +48,7 @@ TEST_F(Lenient, ADamagedArithmeticPictureIsWhatLibjpegDecodes) {
             ASSERT_EQ(salvage(cut), STILL_MEND_OK) << components << ", " << tenth;
             EXPECT_TRUE(jpeg_decodes(output)) << components << ", " << tenth;
             const auto wanted = coefficients(cut);
-            EXPECT_EQ(same_mcus(wanted, coefficients(output)), report.mcu_count)
+            EXPECT_GE(same_mcus(wanted, coefficients(output)), report.guessed_mcu_count)
                 << components << ", " << tenth;
             EXPECT_EQ(report.own_mcu_count, 0U) << components << ", " << tenth;
             EXPECT_GT(report.guessed_mcu_count, report.mcu_count * (tenth - 1) / 20)
