@@ -4,6 +4,7 @@
 #include "Work.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 
 namespace still_mend {

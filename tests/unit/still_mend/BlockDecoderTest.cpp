@@ -19,8 +19,8 @@ test::Bytes bytes_of(std::string bits) {
     }
     test::Bytes bytes(bits.size() / 8);
     for (std::size_t index = 0; index < bits.size(); ++index) {
-        bytes[index / 8] =
-            static_cast<unsigned char>(bytes[index / 8] << 1U | (bits[index] == '1' ? 1U : 0U));
+        const unsigned bit = bits[index] == '1' ? 1U : 0U;
+        bytes[index / 8] = static_cast<unsigned char>(unsigned{bytes[index / 8]} << 1U | bit);
     }
     return bytes;
 }

@@ -79,9 +79,10 @@ TEST(Intact, WhatAnyEncoderWritesIsKept) {
 TEST(Intact, EveryQualityIsKept) {
     const Pixels pixels = scene_pixels(2, kWidth, kHeight, 3);
     for (int quality = 1; quality <= 100; ++quality) {
-        for (const boolean baseline : {TRUE, FALSE}) {
-            const Bytes jpeg = encode(
-                pixels, [=](jpeg_compress_struct& info) { jpeg_set_quality(&info, quality, baseline); });
+        for (const bool baseline : {true, false}) {
+            const Bytes jpeg = encode(pixels, [=](jpeg_compress_struct& info) {
+                jpeg_set_quality(&info, quality, baseline ? TRUE : FALSE);
+            });
             ASSERT_TRUE(is_whole(jpeg));
             expect_kept(jpeg, jpeg, "quality " + std::to_string(quality));
         }
