@@ -1,4 +1,5 @@
 #include "RepairInput.h"
+#include "SalvageInput.h"
 
 #include "support/ArwPhoto.h"
 #include "support/Cr2Photo.h"
@@ -118,17 +119,34 @@ void write_photographs(const fs::path& folder) {
     write_pair("cr3", "tracks", test::Cr3Photo({.number = 1}).bytes, test::Cr3Photo({.number = 2}).bytes);
 }
 
+/// A progressive grey picture of 8200 x 8200 pixels, whose blocks are two in four bytes: each 2047 brighter
+/// than the last.
+Bytes growing_brightness() {
+    Bytes file{0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
+    file.insert(file.end(), 64, 1);
+    const Bytes frame{0xFF, 0xC2, 0, 11, 8, 0x20, 0x08, 0x20, 0x08, 1, 1, 0x11, 0};
+    const Bytes table{0xFF, 0xC4, 0, 20, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 11};
+    const Bytes scan{0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0, 0, 0x7F, 0xF7, 0xFF, 0x00, 0xFF, 0xD9};
+    return test::joined(test::joined(file, frame), test::joined(table, scan));
+}
+
 void write_pictures(const fs::path& folder) {
+    const auto write = [&folder](const std::string& name, const Bytes& file) {
+        write_seed(folder, "still_mend", name, fuzz::repeating(file));
+    };
     const Bytes picture = test::make_preview(test::Scene(1), 48, 32);
     const Bytes thumbnail = test::make_preview(test::Scene(1), 16, 8);
-    write_seed(folder, "still_mend", "picture", picture);
-    write_seed(folder, "still_mend", "cut", test::part(picture, 0, picture.size() * 2 / 3));
-    write_seed(folder, "still_mend", "headless", test::part(picture, 20, picture.size()));
-    write_seed(folder, "still_mend", "hole",
-               test::zeroed(picture, picture.size() - 200, picture.size() - 150));
-    write_seed(folder, "still_mend", "two", test::joined(thumbnail, picture));
-    write_seed(folder, "still_mend", "arw",
-               test::ArwPhoto({.width = 16, .height = 16, .maker_notes = 16}).bytes);
+    write("picture", picture);
+    write("cut", test::part(picture, 0, picture.size() * 2 / 3));
+    write("headless", test::part(picture, 20, picture.size()));
+    write("hole", test::zeroed(picture, picture.size() - 200, picture.size() - 150));
+    write("two", test::joined(thumbnail, picture));
+    write("arw", test::ArwPhoto({.width = 16, .height = 16, .maker_notes = 16}).bytes);
+    write_seed(folder, "still_mend", "data_again_and_again",
+               fuzz::repeating(picture, 6, picture.size() - 100, 50));
+    const Bytes growing = growing_brightness();
+    write_seed(folder, "still_mend", "growing_brightness",
+               fuzz::repeating(growing, 20, growing.size() - 6, 4));
 }
 
 void write_paths(const fs::path& folder) {

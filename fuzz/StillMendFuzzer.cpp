@@ -1,4 +1,5 @@
 #include "Harness.h"
+#include "SalvageInput.h"
 
 #include "support/Jpeg.h"
 #include "support/TempDir.h"
@@ -66,6 +67,6 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempDir folder(test::quick_folder());
-    fuzz::stop_on(complaint(test::Bytes(data, data + size), folder.path()));
+    fuzz::stop_on(complaint(fuzz::repeated_file(data, size), folder.path()));
     return 0;
 }

@@ -2,12 +2,14 @@
 
 namespace test {
 
-std::optional<Bytes> real_file(const std::string& name) {
+std::optional<std::filesystem::path> real_folder() {
     const std::filesystem::path folder = PLATE_MEND_SAMPLES_DIR;
-    if (folder.empty()) {
-        return std::nullopt;
-    }
-    return read_file(folder / name);
+    return folder.empty() ? std::nullopt : std::optional(folder);
+}
+
+std::optional<Bytes> real_file(const std::string& name) {
+    const auto folder = real_folder();
+    return folder ? std::optional(read_file(*folder / name)) : std::nullopt;
 }
 
 } // namespace test

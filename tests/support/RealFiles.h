@@ -2,10 +2,14 @@
 
 #include "support/Bytes.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
 namespace test {
+
+/// The folder of real camera files, where it is given.
+[[nodiscard]] std::optional<std::filesystem::path> real_folder();
 
 /// A real camera file by its name below the folder of such files ("arw/sony-a330-head.arw"); nothing when
 /// the folder is not given. Throws std::runtime_error when it is given and the file is not there.

@@ -85,23 +85,29 @@ Image turned(const Image& image, unsigned orientation) {
     return upright;
 }
 
-/// libjpeg leaves by a jump when it cannot go on. Nothing with a destructor may be made in between.
-struct JumpingErrors {
-    jpeg_error_mgr manager{};
+/// libjpeg's error manager: an error leaves libjpeg by a jump back into runs().
+struct JumpingErrors : jpeg_error_mgr {
+    JumpingErrors() : jpeg_error_mgr{} {
+        jpeg_std_error(this);
+        error_exit = [](j_common_ptr codec) {
+            std::longjmp(static_cast<JumpingErrors*>(codec->err)->out, 1);
+        };
+        emit_message = [](j_common_ptr, int) {};
+        output_message = [](j_common_ptr) {};
+    }
     std::jmp_buf out{};
 };
 
-[[noreturn]] void jump(j_common_ptr codec) {
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the manager is the first member.
-    std::longjmp(reinterpret_cast<JumpingErrors*>(codec->err)->out, 1);
-}
-
-void say_nothing(j_common_ptr /*codec*/, int /*level*/) {}
-
-void silence(JumpingErrors& errors) {
-    jpeg_std_error(&errors.manager);
-    errors.manager.error_exit = jump;
-    errors.manager.emit_message = say_nothing;
+/// Calls what calls libjpeg with this error manager; false when libjpeg cannot go on. While libjpeg runs
+/// nothing with a destructor may live within the calls: a jump leaves without it.
+template <typename Calls>
+bool runs(JumpingErrors& errors, const Calls& calls) {
+    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
+    if (setjmp(errors.out) != 0) {
+        return false;
+    }
+    calls();
+    return true;
 }
 
 /// The orientation in an Exif segment, by its entry of tag 0x0112; 1 when there is none.
@@ -116,82 +122,104 @@ unsigned orientation_in(const unsigned char* exif, std::size_t size) {
     return little != 0 ? little : big != 0 ? big : 1;
 }
 
-/// Decodes into image, in a coarser resolution where that is enough. False when it cannot.
-bool decode(const std::vector<unsigned char>& jpeg, Image& image, unsigned& orientation) {
-    jpeg_decompress_struct codec{};
-    JumpingErrors errors;
-    silence(errors);
-    codec.err = &errors.manager;
-    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
-    if (setjmp(errors.out) != 0) {
-        jpeg_destroy_decompress(&codec);
-        return false;
-    }
-    jpeg_create_decompress(&codec);
-    jpeg_mem_src(&codec, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
-    jpeg_save_markers(&codec, JPEG_APP0 + 1, 0xFFFF);
-    jpeg_read_header(&codec, TRUE);
-    for (const auto* marker = codec.marker_list; marker != nullptr; marker = marker->next) {
-        orientation = std::max(orientation, orientation_in(marker->data, marker->data_length));
-    }
-    const unsigned side = std::max(codec.image_width, codec.image_height);
-    codec.scale_num = 1;
-    codec.scale_denom = side >= 8 * kPictureSide   ? 8
-                        : side >= 4 * kPictureSide ? 4
-                        : side >= 2 * kPictureSide ? 2
-                                                   : 1;
-    codec.out_color_space = JCS_RGB;
-    jpeg_start_decompress(&codec);
-    image.width = codec.output_width;
-    image.height = codec.output_height;
-    image.rgb.resize(3 * image.width * image.height);
-    while (codec.output_scanline < codec.output_height) {
-        JSAMPROW row = &image.rgb[3 * image.width * codec.output_scanline];
-        jpeg_read_scanlines(&codec, &row, 1);
-    }
-    jpeg_destroy_decompress(&codec); // What follows the last row does not matter here.
-    return true;
-}
+/// libjpeg's decompressor, destroyed on every way out.
+class Decoder {
+  public:
+    Decoder() { codec_.err = &errors_; }
+    Decoder(const Decoder&) = delete;
+    Decoder& operator=(const Decoder&) = delete;
+    ~Decoder() { jpeg_destroy_decompress(&codec_); }
 
-/// Codes an image; the buffer is freed by the caller. False when it cannot.
-bool encode(const Image& image, unsigned char*& buffer, unsigned long& size) {
-    jpeg_compress_struct codec{};
-    JumpingErrors errors;
-    silence(errors);
-    codec.err = &errors.manager;
-    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
-    if (setjmp(errors.out) != 0) {
-        jpeg_destroy_compress(&codec);
-        return false;
+    /// Decodes into image, in a coarser resolution where that is enough. False when it cannot.
+    bool decode(const std::vector<unsigned char>& jpeg, Image& image, unsigned& orientation) {
+        if (!runs(errors_, [&] { start(jpeg); })) {
+            return false;
+        }
+        for (const auto* marker = codec_.marker_list; marker != nullptr; marker = marker->next) {
+            orientation = std::max(orientation, orientation_in(marker->data, marker->data_length));
+        }
+        image.width = codec_.output_width;
+        image.height = codec_.output_height;
+        image.rgb.resize(3 * image.width * image.height);
+        return runs(errors_, [&] {
+            while (codec_.output_scanline < codec_.output_height) {
+                JSAMPROW row = &image.rgb[3 * image.width * codec_.output_scanline];
+                jpeg_read_scanlines(&codec_, &row, 1);
+            }
+        }); // What follows the last row does not matter here.
     }
-    jpeg_create_compress(&codec);
-    jpeg_mem_dest(&codec, &buffer, &size);
-    codec.image_width = static_cast<JDIMENSION>(image.width);
-    codec.image_height = static_cast<JDIMENSION>(image.height);
-    codec.input_components = 3;
-    codec.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&codec);
-    jpeg_set_quality(&codec, 82, TRUE);
-    jpeg_start_compress(&codec, TRUE);
-    while (codec.next_scanline < codec.image_height) {
-        // libjpeg does not write to its input, but does not say so.
-        auto* row = const_cast<JSAMPROW>(&image.rgb[3 * image.width * codec.next_scanline]);
-        jpeg_write_scanlines(&codec, &row, 1);
+
+  private:
+    void start(const std::vector<unsigned char>& jpeg) {
+        jpeg_create_decompress(&codec_);
+        jpeg_mem_src(&codec_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+        jpeg_save_markers(&codec_, JPEG_APP0 + 1, 0xFFFF);
+        jpeg_read_header(&codec_, TRUE);
+        const unsigned side = std::max(codec_.image_width, codec_.image_height);
+        codec_.scale_num = 1;
+        codec_.scale_denom = side >= 8 * kPictureSide   ? 8
+                             : side >= 4 * kPictureSide ? 4
+                             : side >= 2 * kPictureSide ? 2
+                                                        : 1;
+        codec_.out_color_space = JCS_RGB;
+        jpeg_start_decompress(&codec_);
     }
-    jpeg_finish_compress(&codec);
-    jpeg_destroy_compress(&codec);
-    return true;
-}
+
+    jpeg_decompress_struct codec_{};
+    JumpingErrors errors_;
+};
+
+/// libjpeg's compressor and what it wrote, freed on every way out.
+class Encoder {
+  public:
+    Encoder() { codec_.err = &errors_; }
+    Encoder(const Encoder&) = delete;
+    Encoder& operator=(const Encoder&) = delete;
+    ~Encoder() {
+        jpeg_destroy_compress(&codec_);
+        std::free(buffer_); // NOLINT(cppcoreguidelines-no-malloc): libjpeg took it from malloc.
+    }
+
+    /// False when it cannot.
+    bool encode(const Image& image) {
+        return runs(errors_, [&] { compress(image); });
+    }
+
+    [[nodiscard]] const unsigned char* data() const { return buffer_; }
+    [[nodiscard]] unsigned long size() const { return size_; }
+
+  private:
+    void compress(const Image& image) {
+        jpeg_create_compress(&codec_);
+        jpeg_mem_dest(&codec_, &buffer_, &size_);
+        codec_.image_width = static_cast<JDIMENSION>(image.width);
+        codec_.image_height = static_cast<JDIMENSION>(image.height);
+        codec_.input_components = 3;
+        codec_.in_color_space = JCS_RGB;
+        jpeg_set_defaults(&codec_);
+        jpeg_set_quality(&codec_, 82, TRUE);
+        jpeg_start_compress(&codec_, TRUE);
+        while (codec_.next_scanline < codec_.image_height) {
+            // libjpeg does not write to its input, but does not say so.
+            auto* row = const_cast<JSAMPROW>(&image.rgb[3 * image.width * codec_.next_scanline]);
+            jpeg_write_scanlines(&codec_, &row, 1);
+        }
+        jpeg_finish_compress(&codec_);
+    }
+
+    unsigned char* buffer_ = nullptr;
+    unsigned long size_ = 0;
+    jpeg_compress_struct codec_{};
+    JumpingErrors errors_;
+};
 
 void write(const Image& image, const fs::path& path) {
-    unsigned char* buffer = nullptr;
-    unsigned long size = 0;
-    const bool coded = !image.rgb.empty() && encode(image, buffer, size);
-    const std::unique_ptr<unsigned char, decltype(&std::free)> owner(buffer, &std::free);
-    if (coded) {
+    Encoder encoder;
+    if (!image.rgb.empty() && encoder.encode(image)) {
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): streams write char.
         std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(buffer), static_cast<std::streamsize>(size));
+            .write(reinterpret_cast<const char*>(encoder.data()),
+                   static_cast<std::streamsize>(encoder.size()));
     }
 }
 
@@ -226,7 +254,7 @@ void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {
     FileBytes file(jpeg);
     Image image;
     unsigned orientation = 1;
-    if (decode(file.read(0, static_cast<std::size_t>(file.size())), image, orientation)) {
+    if (Decoder().decode(file.read(0, static_cast<std::size_t>(file.size())), image, orientation)) {
         write(turned(shrunk(image), orientation), picture);
     }
 }

@@ -1,5 +1,7 @@
 #include "Assessment.h"
 
+#include "IntactJpeg.h"
+#include "LenientJpeg.h"
 #include "Markers.h"
 #include "MultiScan.h"
 #include "Pieces.h"
@@ -7,6 +9,7 @@
 #include "Survey.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace still_mend {
 
@@ -105,7 +108,8 @@ class OneScan {
         for (const auto& placement : placements) {
             const Run& run = survey.runs[placement.run];
             result_.runs.push_back({run.start, run.dc_known, placement});
-            result_.resynchronised = result_.resynchronised || !run.dc_known || placement.skip > 0;
+            result_.resynchronised =
+                result_.resynchronised || !run.dc_known || (data_.interval == 0 && placement.skip > 0);
         }
         judge(survey, placements, canvas);
     }
@@ -249,6 +253,47 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
     return result;
 }
 
+/// Whether a block is what no picture of 8 bits can contain, or what zeroed bytes read as.
+bool is_impossible(const Block& block, const QuantTable& quant) {
+    unsigned minus_ones = 0;
+    for (std::size_t k = 0; k < 64; ++k) {
+        const int value = block[kNaturalOrder[k]];
+        if (quant.values[k] != 0 && std::abs(value) > 1100 / quant.values[k] + 1) {
+            return true;
+        }
+        minus_ones += k > 0 && value == -1 ? 1U : 0U;
+    }
+    return minus_ones == 63;
+}
+
+/// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible.
+/// The first scan of a progressive one holds too little for that; it must not be rough, nor all alike.
+bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
+    constexpr std::size_t kFew = 64; // One in so many.
+    if (candidate.frame->progressive()) {
+        std::vector<bool> smooth(candidate.frame->mcus(), false);
+        std::fill_n(smooth.begin(), picture.smooth, true);
+        if (is_noise(roughness_of(candidate, picture.store, smooth))) {
+            return true;
+        }
+    }
+    const Mcu first = picture.store.mcu(0);
+    bool flat = candidate.frame->progressive();
+    std::size_t blocks = 0;
+    std::size_t impossible = 0;
+    for (std::size_t position = 0; position < picture.smooth; ++position) {
+        const Mcu mcu = picture.store.mcu(position);
+        flat = flat && mcu == first;
+        std::size_t block = 0;
+        for (const auto& component : candidate.frame->components) {
+            for (unsigned count = 0; count < component.h * component.v; ++count, ++blocks) {
+                impossible += is_impossible(mcu[block++], *candidate.tables.quant[component.quant]) ? 1U : 0U;
+            }
+        }
+    }
+    return flat || impossible * kFew > blocks;
+}
+
 } // namespace
 
 std::uint64_t Assessment::score() const {
@@ -266,8 +311,54 @@ Assessment assess(Bytes file, const Hypothesis& hypothesis) {
                                               : assess_scans(file, hypothesis);
 }
 
+std::optional<Assessment> assess_intact(Bytes file, const Candidate& candidate) {
+    auto picture = read_intact(file.subspan(candidate.offset));
+    if (!picture) {
+        return std::nullopt;
+    }
+    Assessment result;
+    result.hypothesis.candidate = candidate;
+    result.hypothesis.candidate.has_start = true;
+    result.hypothesis.candidate.damaged_header = false;
+    result.total = picture->frame.mcus();
+    result.hypothesis.candidate.frame = std::move(picture->frame);
+    result.own = result.total;
+    result.intact = true;
+    result.whole = true;
+    result.end_found = true;
+    result.end = candidate.offset + picture->size;
+    result.first_bad = result.end;
+    return result;
+}
+
+std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidate) {
+    auto picture = read_leniently(file.subspan(candidate.offset));
+    if (!picture) {
+        return std::nullopt;
+    }
+    Assessment result;
+    Candidate& filled = result.hypothesis.candidate;
+    filled = candidate;
+    filled.tables = picture->tables;
+    filled.frame = std::move(picture->frame);
+    result.by_libjpeg = true;
+    result.multi_scan = true;
+    result.total = filled.frame->mcus();
+    result.guessed = picture->smooth;
+    result.end_found = picture->end_found;
+    result.end = candidate.offset + picture->end;
+    result.first_bad = candidate.offset + picture->first_bad;
+    result.noise = !marker::is_arithmetic(filled.frame->code) && is_no_picture(filled, *picture);
+    return result;
+}
+
 Developed develop(Bytes file, const Assessment& assessment) {
     const Candidate& candidate = assessment.hypothesis.candidate;
+    if (assessment.by_libjpeg) {
+        auto picture = read_leniently(file.subspan(candidate.offset));
+        return {picture ? std::move(picture->store) : CoefficientStore(*candidate.frame),
+                std::vector<bool>(assessment.total, true)};
+    }
     Developed developed{CoefficientStore(*candidate.frame), std::vector<bool>(assessment.total, false)};
     if (assessment.multi_scan) {
         developed.present = decode_scans(file, candidate, developed.store).present;

@@ -29,6 +29,8 @@ struct PlacedRun {
 /// What of a hypothesis decodes and holds together as a picture.
 struct Assessment {
     Hypothesis hypothesis;
+    bool intact = false;     ///< libjpeg decodes it without a warning: it is kept as it is.
+    bool by_libjpeg = false; ///< Only libjpeg reads it. Nothing of it is own.
     bool multi_scan = false;
     std::vector<PlacedRun> runs; ///< Of a sequential picture with one scan.
     std::size_t total = 0;       ///< MCUs.
@@ -52,6 +54,13 @@ struct Assessment {
 /// Reads the data once or twice and judges them. Memory is one picture's for a picture of several scans, and
 /// about half a byte a pixel otherwise.
 [[nodiscard]] Assessment assess(Bytes file, const Hypothesis& hypothesis);
+
+/// The picture that begins at the candidate's SOI, if libjpeg decodes it without an error or a warning.
+[[nodiscard]] std::optional<Assessment> assess_intact(Bytes file, const Candidate& candidate);
+
+/// What libjpeg alone reads of the picture at the candidate's SOI. Huffman coded noise is told apart;
+/// arithmetic coding has no sign of damage, so that it is delivered as libjpeg decodes it.
+[[nodiscard]] std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidate);
 
 /// Decodes what was assessed. present tells which MCUs are the photographer's own.
 struct Developed {

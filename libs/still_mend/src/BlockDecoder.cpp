@@ -6,7 +6,8 @@ namespace still_mend {
 
 namespace {
 
-constexpr unsigned kNoCode = 17; // The bits that are no code, and one.
+constexpr std::int32_t kMostPrediction = 32767; // As libjpeg keeps it, in 16 bits.
+constexpr unsigned kNoCode = 17;                // The bits that are no code, and one.
 
 bool needs_dc(const Scan& scan) {
     return scan.first == 0 && scan.high == 0;
@@ -80,6 +81,8 @@ bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) 
     channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
     const std::int32_t limit = (channel.dc_limit >> scan_.low) + 1;
     if (channel.prediction > limit || channel.prediction < -limit) {
+        // Whoever reads on does so for long: a prediction must not grow without bound.
+        channel.prediction = std::clamp(channel.prediction, -kMostPrediction, kMostPrediction);
         return false;
     }
     block[0] = static_cast<std::int16_t>(channel.prediction * (1 << scan_.low));

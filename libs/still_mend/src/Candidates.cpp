@@ -74,6 +74,7 @@ class HeaderWalk {
         }
         if (is_other_process(code)) {
             candidate.other_process = true;
+            candidate.arithmetic = marker::is_arithmetic(code);
             return std::nullopt;
         }
         if (code == marker::kStart || code == marker::kEnd) {

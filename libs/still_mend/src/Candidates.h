@@ -21,6 +21,7 @@ struct Candidate {
     bool has_start = false;      ///< The SOI is there.
     bool nested = false;         ///< It lies in an application segment of another: a thumbnail.
     bool other_process = false;  ///< Lossless or another frame that is no picture for us. Only a border.
+    bool arithmetic = false;     ///< That process is arithmetic coding, which libjpeg decodes.
     bool damaged_header = false; ///< Something between the first segment and SOS could not be read.
     Tables tables;
     std::optional<Frame> frame;

@@ -9,6 +9,7 @@
 
 #include <system_path/system_path.h>
 
+#include <algorithm>
 #include <fstream>
 #include <optional>
 #include <system_error>
@@ -100,6 +101,13 @@ class Writer {
         return assessment_.multi_scan ? Delivered::kReencoded : Delivered::kCoded;
     }
 
+    /// The bytes that are kept as they are because libjpeg decodes them without a warning.
+    [[nodiscard]] std::optional<Bytes> intact() const {
+        return assessment_.intact
+                   ? std::optional(file_.subspan(candidate_.offset, assessment_.end - candidate_.offset))
+                   : std::nullopt;
+    }
+
     void write_as(Delivered way, std::ostream& stream) const {
         if (way == Delivered::kReencoded) {
             write_reencoded(stream);
@@ -138,10 +146,15 @@ class Writer {
     const Candidate& candidate_;
 };
 
-/// Nothing where the file cannot be read.
-std::optional<bool> decodes(const fs::path& path) {
+/// Whether the written file is what it should be. Nothing where it cannot be read.
+std::optional<bool> is_sound(const fs::path& path, const std::optional<Bytes>& wanted) {
     FileMapping written;
-    return written.open(path) ? std::optional(decodes_cleanly(written.bytes())) : std::nullopt;
+    if (!written.open(path)) {
+        return std::nullopt;
+    }
+    const Bytes bytes = written.bytes();
+    return wanted ? std::equal(bytes.begin(), bytes.end(), wanted->begin(), wanted->end())
+                  : decodes_cleanly(bytes);
 }
 
 } // namespace
@@ -166,14 +179,14 @@ Delivered deliver(Bytes file, const Assessment& assessment, const fs::path& outp
         if (stream.fail()) {
             return Delivered::kUnwritable;
         }
-        const auto sound = decodes(temporary.path());
+        const auto sound = is_sound(temporary.path(), writer.intact());
         if (!sound) {
             return Delivered::kUnwritable;
         }
         if (*sound) {
             return temporary.put_in_place() ? way : Delivered::kUnwritable;
         }
-        if (way == Delivered::kReencoded) {
+        if (way == Delivered::kReencoded || assessment.intact) {
             return Delivered::kUndecodable;
         }
     }

@@ -2,35 +2,41 @@
 
 #include <jerror.h>
 
-#include <new>
-
 namespace still_mend {
 
 namespace {
 
-[[noreturn]] void throw_error(j_common_ptr info) {
-    if (info->err->msg_code == JERR_OUT_OF_MEMORY) {
-        throw std::bad_alloc();
-    }
-    throw JpegError{};
+JpegErrors& errors_of(j_common_ptr codec) {
+    return *static_cast<JpegErrors*>(codec->err);
 }
 
-void count_message(j_common_ptr info, int level) {
-    if (level < 0) {
-        ++info->err->num_warnings;
+[[noreturn]] void jump(j_common_ptr codec) {
+    std::longjmp(errors_of(codec).out, 1);
+}
+
+void count_message(j_common_ptr codec, int level) {
+    if (level >= 0) {
+        return;
+    }
+    ++codec->err->num_warnings;
+    if (errors_of(codec).strict) {
+        jump(codec);
     }
 }
 
-void ignore_message(j_common_ptr /*info*/) {}
+void ignore_message(j_common_ptr /*codec*/) {}
 
 } // namespace
 
-jpeg_error_mgr* quiet_errors(jpeg_error_mgr& errors) {
-    jpeg_std_error(&errors);
-    errors.error_exit = throw_error;
-    errors.emit_message = count_message;
-    errors.output_message = ignore_message;
-    return &errors;
+JpegErrors::JpegErrors() : jpeg_error_mgr{} {
+    jpeg_std_error(this);
+    error_exit = jump;
+    emit_message = count_message;
+    output_message = ignore_message;
+}
+
+bool JpegErrors::out_of_memory() const {
+    return msg_code == JERR_OUT_OF_MEMORY;
 }
 
 } // namespace still_mend

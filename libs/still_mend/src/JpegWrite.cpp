@@ -90,14 +90,23 @@ struct StreamDestination : jpeg_destination_mgr {
 /// libjpeg's compressor, destroyed on every way out.
 class Compressor {
   public:
-    explicit Compressor(std::ostream& stream) : destination_(stream) { info_.err = quiet_errors(errors_); }
+    explicit Compressor(std::ostream& stream) : destination_(stream) { info_.err = &errors_; }
     Compressor(const Compressor&) = delete;
     Compressor& operator=(const Compressor&) = delete;
     ~Compressor() { jpeg_destroy_compress(&info_); }
 
     void write(const Frame& frame, const Tables& tables, CoefficientStore& store,
                const std::vector<Bytes>& segments) {
-        jpeg_create_compress(&info_); // Here, as no destructor follows a constructor that throws.
+        if (!run_jpeg(errors_, [&] { compress(frame, tables, store, segments); })) {
+            throw JpegError{};
+        }
+    }
+
+  private:
+    /// Within run_jpeg.
+    void compress(const Frame& frame, const Tables& tables, CoefficientStore& store,
+                  const std::vector<Bytes>& segments) {
+        jpeg_create_compress(&info_);
         info_.dest = &destination_;
         describe(frame, tables);
         info_.write_JFIF_header = segments.empty() && frame.components.size() != 4 ? TRUE : FALSE;
@@ -116,7 +125,6 @@ class Compressor {
         jpeg_finish_compress(&info_);
     }
 
-  private:
     static J_COLOR_SPACE color_space(std::size_t components) {
         return components == 1 ? JCS_GRAYSCALE : components == 3 ? JCS_YCbCr : JCS_CMYK;
     }
@@ -186,7 +194,7 @@ class Compressor {
     }
 
     jpeg_compress_struct info_{};
-    jpeg_error_mgr errors_{};
+    JpegErrors errors_;
     StreamDestination destination_;
 };
 

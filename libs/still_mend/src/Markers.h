@@ -7,6 +7,8 @@ inline constexpr unsigned char kBaseline = 0xC0;
 inline constexpr unsigned char kExtended = 0xC1;
 inline constexpr unsigned char kProgressive = 0xC2;
 inline constexpr unsigned char kHuffmanTables = 0xC4;
+inline constexpr unsigned char kArithmetic = 0xC9;
+inline constexpr unsigned char kArithmeticProgressive = 0xCA;
 inline constexpr unsigned char kRestart0 = 0xD0;
 inline constexpr unsigned char kRestart7 = 0xD7;
 inline constexpr unsigned char kStart = 0xD8;
@@ -29,6 +31,10 @@ inline constexpr unsigned char kComment = 0xFE;
 /// a raw strip is none.
 [[nodiscard]] constexpr bool is_picture_frame(unsigned char code) {
     return code >= kBaseline && code <= kProgressive;
+}
+
+[[nodiscard]] constexpr bool is_arithmetic(unsigned char code) {
+    return code == kArithmetic || code == kArithmeticProgressive;
 }
 
 } // namespace still_mend::marker

@@ -63,7 +63,7 @@ bool McuDecoder::decode_dc(const Coding& coding, BitReader& reader, DcState& dc,
 }
 
 bool McuDecoder::decode_ac(const Coding& coding, BitReader& reader, Block& block) {
-    std::int32_t sum = 0;
+    unsigned minus_ones = 0;
     for (std::size_t k = 1; k < 64; ++k) {
         const int symbol = coding.ac.decode(reader);
         if (symbol < 0) {
@@ -87,9 +87,9 @@ bool McuDecoder::decode_ac(const Coding& coding, BitReader& reader, Block& block
             return false;
         }
         block[kNaturalOrder[k]] = static_cast<std::int16_t>(value);
-        sum += value;
+        minus_ones += value == -1 ? 1U : 0U;
     }
-    return sum != -63; // Every coefficient -1: what zeroed bytes read as with the standard tables.
+    return minus_ones != 63; // Every coefficient -1: what zeroed bytes read as with the standard tables.
 }
 
 bool McuDecoder::decode(BitReader& reader, DcState& dc, Mcu& mcu) const {

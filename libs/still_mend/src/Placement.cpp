@@ -312,6 +312,7 @@ class RestartPlacement {
     }
 
     /// Broken runs directly behind what was placed, as long as their numbers follow: what is smooth of them.
+    /// Of the first, which has good MCUs before the first damage, the others are shown as well.
     void place_broken() {
         std::size_t place = next_;
         for (std::size_t index = next_run_; index < survey_.runs.size() && place < intervals_;
@@ -324,10 +325,14 @@ class RestartPlacement {
                 return;
             }
             if (broken.count > 0) {
-                put(index, place,
-                    broken.cut
-                        ? broken.count
-                        : smooth_prefix(survey_.traces, broken.trace, broken.trace + broken.count, typical_));
+                const std::size_t end = broken.trace + broken.count;
+                const std::size_t smooth =
+                    broken.cut ? broken.count : smooth_prefix(survey_.traces, broken.trace, end, typical_);
+                put(index, place, smooth);
+                if (smooth < broken.count && index == placements_.size() - 1) {
+                    placements_.push_back(
+                        {index, smooth, broken.count - smooth, place * data_.interval + smooth, {}, false});
+                }
             }
         }
     }

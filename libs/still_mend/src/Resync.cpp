@@ -41,6 +41,13 @@ double smaller_mean(std::vector<double>& values) {
     return std::accumulate(values.begin(), end, 0.0) / static_cast<double>(kept);
 }
 
+/// Whether a run stays where it is from its first MCU to its last: it begins the scan, and nothing proves
+/// that it slipped, as an end with some MCUs too many or too few does. A picture has edges that look like
+/// damage, so that no look tells where the first damage is.
+bool is_in_place(const Run& run, std::size_t total) {
+    return run.dc_known && (!run.at_end || run.count == total);
+}
+
 /// Finds the places within runs where noise begins and ends. Damage need not lead to an error: the decoder
 /// often falls into step again by itself, some MCUs too early or too late.
 class BreakSearch {
@@ -51,13 +58,19 @@ class BreakSearch {
     [[nodiscard]] std::vector<Segment> segments() const {
         std::vector<Segment> found;
         for (std::size_t index = 0; index < survey_.runs.size() && found.size() < kMostSegments; ++index) {
-            split(index, found);
+            const Run& run = survey_.runs[index];
+            if (is_in_place(run, total_)) {
+                add(index, run.trace, end_in_place(run), found);
+            } else {
+                split(index, found);
+            }
         }
         return found;
     }
 
   private:
     static constexpr std::size_t kMostSegments = 512;
+    static constexpr std::size_t kMostNoise = 256; // MCUs between damage and the error that it leads to.
 
     /// Alternates between looking for a change to rough and one to smooth, by the sums of what exceeds a
     /// bound.
@@ -89,11 +102,32 @@ class BreakSearch {
             }
         }
         if (smooth) {
-            // A run that an error ended has noise before the error.
-            const bool good = run.closes || run.cut || run.count >= total_;
-            add(index, begin, good ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3),
-                found);
+            add(index, begin, end_of_smooth(run, begin, end), found);
         }
+    }
+
+    /// A run that an error ended has noise before the error.
+    [[nodiscard]] std::size_t end_of_smooth(const Run& run, std::size_t begin, std::size_t end) const {
+        const bool good = run.closes || run.cut || run.count >= total_;
+        return good ? end : begin + smooth_prefix(traces_, begin, end, (bound_ - 32) / 3);
+    }
+
+    /// The same of a run that stays in its place: only its last MCUs are looked at, and what is usual is what
+    /// precedes them.
+    [[nodiscard]] std::size_t end_in_place(const Run& run) const {
+        const std::size_t end = run.trace + run.count;
+        if (run.at_end || run.cut || run.count >= total_) {
+            return end;
+        }
+        if (run.count <= kMostNoise) { // Nothing tells what is usual here.
+            return run.trace + smooth_prefix(traces_, run.trace, end, (bound_ - 32) / 3);
+        }
+        const std::size_t begin = end - kMostNoise;
+        std::vector<double> steps;
+        for (std::size_t mcu = begin - std::min(begin - run.trace, 4 * kMostNoise); mcu + 1 < begin; ++mcu) {
+            steps.push_back(traces_.step_right(mcu, mcu + 1));
+        }
+        return begin + smooth_prefix(traces_, begin, end, std::max(median(steps), (bound_ - 32) / 3));
     }
 
     void add(std::size_t index, std::size_t begin, std::size_t end, std::vector<Segment>& found) const {
@@ -306,6 +340,10 @@ class PlainPlacement {
     [[nodiscard]] std::vector<Segment> parted(const std::vector<Segment>& segments) const {
         std::vector<Segment> parts;
         for (const auto& segment : segments) {
+            if (is_in_place(survey_.runs[segment.run], data_.total)) {
+                parts.push_back(segment);
+                continue;
+            }
             for (const auto& part : slips_.part(segment)) {
                 parts.push_back(part);
             }
@@ -484,8 +522,9 @@ class PlainPlacement {
             const Run& run = survey_.runs[before.run];
             const std::size_t skip = before.skip + before.count;
             const std::size_t position = before.position + before.count;
+            const std::size_t most = run.dc_known ? run.count : kShownBeforeBreak;
             std::size_t count = 0;
-            while (count < kShownBeforeBreak && skip + count < run.count && position + count < data_.total &&
+            while (count < most && skip + count < run.count && position + count < data_.total &&
                    !canvas_.taken(position + count)) {
                 ++count;
             }
@@ -655,11 +694,9 @@ class PlainPlacement {
 std::vector<Placement> place_plain(const ScanData& data, const Survey& survey, Canvas& canvas) {
     if (survey.runs.size() == 1) {
         const Run& run = survey.runs[0];
-        const SlipSearch slips(survey.traces, canvas.wide());
         const bool whole = run.count == data.total;
         // Nothing happened but that the end is missing.
-        const bool shortened = run.cut && slips.part({0, run.trace, run.trace + run.count}).size() == 1;
-        if (run.dc_known && (whole || shortened)) {
+        if (run.dc_known && (whole || run.cut)) {
             canvas.put(0, run.trace, run.count);
             return {{0, 0, run.count, 0, {}}};
         }

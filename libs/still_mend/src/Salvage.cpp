@@ -69,11 +69,8 @@ class Budget {
     std::size_t left_;
 };
 
-} // namespace
-
-std::optional<Find> find_best(Bytes file) {
-    std::vector<Candidate> candidates = find_candidates(file, find_landmarks(file));
-    const std::vector<Candidate> siblings = find_siblings(candidates);
+/// Candidates, largest first.
+std::vector<const Candidate*> by_size(const std::vector<Candidate>& candidates) {
     std::vector<const Candidate*> order;
     order.reserve(candidates.size());
     for (const auto& candidate : candidates) {
@@ -82,38 +79,110 @@ std::optional<Find> find_best(Bytes file) {
     std::stable_sort(order.begin(), order.end(), [](const Candidate* a, const Candidate* b) {
         return claimed_pixels(*a) > claimed_pixels(*b);
     });
-    Ranking ranking;
-    Budget budget(file.size());
-    std::vector<Range> covered;
-    for (const Candidate* candidate : order) {
-        std::optional<Assessment> best;
-        if (ranking.can_win(*candidate)) {
-            for (const auto& hypothesis : complete_header(file, *candidate, siblings)) {
-                if ((best && best->whole) || !budget.spend(candidate->limit - candidate->entropy)) {
-                    break;
-                }
-                Assessment assessment = assess(file, hypothesis);
-                if (!best ||
-                    (assessment.deliverable() && (!best->deliverable() || assessment.own > best->own))) {
-                    best = std::move(assessment);
-                }
+    return order;
+}
+
+/// Assesses all that may be a picture in a file.
+class Search {
+  public:
+    explicit Search(Bytes file)
+        : file_(file), candidates_(find_candidates(file, find_landmarks(file))),
+          siblings_(find_siblings(candidates_)), intact_budget_(file.size()), budget_(file.size()) {}
+
+    std::optional<Find> best() {
+        for (const Candidate* candidate : by_size(candidates_)) {
+            look_at(*candidate);
+        }
+        for (const auto& orphan : find_orphans(file_, covered_, siblings_)) {
+            if (ranking_.can_win(orphan.candidate) && budget_.spend(data_size(orphan.candidate))) {
+                ranking_.show(assess(file_, orphan));
             }
         }
+        auto found = std::move(ranking_).best();
+        if (!found || found->thumbnail) {
+            if (auto lenient = only_libjpeg_reads()) {
+                return Find{std::move(*lenient), false};
+            }
+        }
+        return found;
+    }
+
+  private:
+    /// What reading a candidate may cost, in bytes.
+    [[nodiscard]] std::size_t data_size(const Candidate& candidate) const {
+        return candidate.scan_offset ? candidate.limit - candidate.entropy : file_.size() - candidate.offset;
+    }
+
+    void look_at(const Candidate& candidate) {
+        std::optional<Assessment> best;
+        if (ranking_.can_win(candidate)) {
+            best = intact(candidate);
+            best = best ? std::move(best) : likeliest(candidate);
+        }
         if (best && best->deliverable()) {
-            covered.push_back({candidate->offset, best->end});
-            ranking.show(std::move(*best));
-        } else if (candidate->scan_offset) {
-            covered.push_back({candidate->offset, candidate->entropy});
+            covered_.push_back({candidate.offset, best->end});
+            ranking_.show(std::move(*best));
+        } else if (candidate.scan_offset) {
+            covered_.push_back({candidate.offset, candidate.entropy});
         }
     }
-    for (const auto& orphan : find_orphans(file, covered, siblings)) {
-        if (!ranking.can_win(orphan.candidate) ||
-            !budget.spend(orphan.candidate.limit - orphan.candidate.entropy)) {
-            continue;
-        }
-        ranking.show(assess(file, orphan));
+
+    /// libjpeg is the first judge: what it decodes without a warning is kept.
+    std::optional<Assessment> intact(const Candidate& candidate) {
+        const bool readable = candidate.has_start && (candidate.scan_offset || candidate.arithmetic);
+        return readable && intact_budget_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
+                                                                      : std::nullopt;
     }
-    return std::move(ranking).best();
+
+    std::optional<Assessment> likeliest(const Candidate& candidate) {
+        std::optional<Assessment> best;
+        for (const auto& hypothesis : complete_header(file_, candidate, siblings_)) {
+            if ((best && best->whole) || !budget_.spend(data_size(candidate))) {
+                break;
+            }
+            Assessment assessment = assess(file_, hypothesis);
+            if (!best || (assessment.deliverable() && (!best->deliverable() || assessment.own > best->own))) {
+                best = std::move(assessment);
+            }
+        }
+        return best;
+    }
+
+    /// The picture that the file begins with, where nothing else is left of it.
+    [[nodiscard]] std::optional<Assessment> only_libjpeg_reads() const {
+        if (candidates_.empty() || candidates_.front().offset != 0 || !candidates_.front().has_start) {
+            return std::nullopt;
+        }
+        auto lenient = assess_leniently(file_, candidates_.front());
+        return lenient && lenient->deliverable() ? std::move(lenient) : std::nullopt;
+    }
+
+    Bytes file_;
+    std::vector<Candidate> candidates_;
+    std::vector<Candidate> siblings_;
+    Ranking ranking_;
+    Budget intact_budget_;
+    Budget budget_;
+    std::vector<Range> covered_;
+};
+
+/// The file, where it is an intact JPEG: all of it, as what follows EOI is the maker's.
+std::optional<Find> intact_file(Bytes file) {
+    Candidate candidate;
+    candidate.limit = file.size();
+    auto assessment = assess_intact(file, candidate);
+    if (!assessment) {
+        return std::nullopt;
+    }
+    assessment->end = file.size();
+    return Find{std::move(*assessment), false};
+}
+
+} // namespace
+
+std::optional<Find> find_best(Bytes file) {
+    auto intact = intact_file(file);
+    return intact ? std::move(intact) : Search(file).best();
 }
 
 } // namespace still_mend

@@ -34,13 +34,15 @@ void throw_error(j_common_ptr /*info*/) {
     throw std::runtime_error("libjpeg");
 }
 void ignore_message(j_common_ptr /*info*/) {}
-void ignore_level(j_common_ptr /*info*/, int /*level*/) {}
+void count_warnings(j_common_ptr info, int level) {
+    info->err->num_warnings += level < 0 ? 1 : 0;
+}
 
 jpeg_error_mgr* quiet(jpeg_error_mgr& errors) {
     jpeg_std_error(&errors);
     errors.error_exit = throw_error;
     errors.output_message = ignore_message;
-    errors.emit_message = ignore_level;
+    errors.emit_message = count_warnings;
     return &errors;
 }
 
@@ -486,6 +488,7 @@ class Coefficients {
     ~Coefficients() { jpeg_destroy_decompress(&info_); }
 
     [[nodiscard]] bool decoded() const { return arrays_ != nullptr; }
+    [[nodiscard]] bool clean() const { return decoded() && errors_.num_warnings == 0; }
 
     [[nodiscard]] bool same_layout(const Coefficients& other) const {
         if (info_.image_width != other.info_.image_width || info_.image_height != other.info_.image_height ||
@@ -647,8 +650,9 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
     trial.result = MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(),
                                               utf8(folder / "output").c_str(), &report);
     trial.mcus = mcus_in_place(original, original).size();
-    trial.plain = count_of(mcus_in_place(
-        original, part(damaged.file, std::min(damaged.offset, damaged.file.size()), damaged.file.size())));
+    const Bytes from_there =
+        part(damaged.file, std::min(damaged.offset, damaged.file.size()), damaged.file.size());
+    trial.plain = count_of(mcus_in_place(original, from_there));
     trial.claimed = static_cast<std::size_t>(report.own_mcu_count - report.coarse_mcu_count);
     trial.warnings = report.warnings;
     trial.other = trial.result == 0 && (report.picture_offset < damaged.offset ||
@@ -658,6 +662,8 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
         trial.recovered = count_of(mcus_in_place(original, trial.output));
         trial.in_shape = count_of(mcus_in_shape(original, trial.output));
         trial.clean = jpeg_decodes(trial.output);
+        trial.kept = Coefficients(from_there).clean() && trial.output.size() <= from_there.size() &&
+                     std::equal(trial.output.begin(), trial.output.end(), from_there.begin());
     }
     return trial;
 }

@@ -1,0 +1,99 @@
+#include "JpegHabits.h"
+#include "LenientJpeg.h"
+
+#include "support/Jpeg.h"
+#include "support/TempDir.h"
+
+#include <still_mend/still_mend.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include <jpeglib.h>
+
+// What only libjpeg reads is delivered as it reads it, and not claimed.
+
+namespace test {
+namespace {
+
+class Lenient : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (encode(scene_pixels(1, 8, 8, 3), arithmetic).empty()) {
+            GTEST_SKIP() << "this libjpeg has no arithmetic coding";
+        }
+    }
+
+    static void arithmetic(jpeg_compress_struct& info) { info.arith_code = TRUE; }
+
+    std::int32_t salvage(const Bytes& file) {
+        const TempDir folder;
+        write_file(folder / "damaged", file);
+        const std::int32_t code = MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(),
+                                                             utf8(folder / "output").c_str(), &report);
+        output = code == STILL_MEND_OK ? read_file(folder / "output") : Bytes{};
+        return code;
+    }
+
+    StillMendReport report{};
+    Bytes output;
+};
+
+TEST_F(Lenient, ADamagedArithmeticPictureIsWhatLibjpegDecodes) {
+    for (const unsigned components : {1U, 3U, 4U}) {
+        const Bytes jpeg = encode(scene_pixels(1, 328, 248, components), arithmetic);
+        for (std::size_t tenth = 2; tenth < 10; ++tenth) {
+            const Bytes cut = part(jpeg, 0, jpeg.size() * tenth / 10);
+            ASSERT_EQ(salvage(cut), STILL_MEND_OK) << components << ", " << tenth;
+            EXPECT_TRUE(jpeg_decodes(output)) << components << ", " << tenth;
+            const auto wanted = coefficients(cut);
+            EXPECT_GE(same_mcus(wanted, coefficients(output)), report.guessed_mcu_count)
+                << components << ", " << tenth;
+            EXPECT_EQ(report.own_mcu_count, 0U) << components << ", " << tenth;
+            EXPECT_GT(report.guessed_mcu_count, report.mcu_count * (tenth - 1) / 20)
+                << components << ", " << tenth;
+            EXPECT_LT(report.guessed_mcu_count, report.mcu_count) << components << ", " << tenth;
+            EXPECT_EQ(report.width, 328U);
+            EXPECT_EQ(report.height, 248U);
+            EXPECT_EQ(report.warnings, static_cast<unsigned>(STILL_MEND_END_ADDED | STILL_MEND_PARTS_LOST |
+                                                             STILL_MEND_REENCODED));
+        }
+    }
+}
+
+TEST_F(Lenient, AnArithmeticPictureWithAStrangeMarkerInItsDataIsReadUpToIt) {
+    Bytes jpeg = encode(scene_pixels(1, 328, 248, 3), arithmetic);
+    put_bytes(jpeg, jpeg.size() * 2 / 3, {0xFF, 0x42}); // libjpeg gives up at such a marker behind the scan.
+    ASSERT_EQ(salvage(jpeg), STILL_MEND_OK);
+    EXPECT_TRUE(jpeg_decodes(output));
+    EXPECT_EQ(report.own_mcu_count, 0U);
+    EXPECT_GT(report.guessed_mcu_count, report.mcu_count / 2);
+}
+
+TEST_F(Lenient, ACutProgressiveArithmeticPictureIsShown) {
+    const Bytes jpeg = encode(scene_pixels(1, 328, 248, 3), [](jpeg_compress_struct& info) {
+        info.arith_code = TRUE;
+        jpeg_simple_progression(&info);
+    });
+    ASSERT_EQ(salvage(part(jpeg, 0, jpeg.size() / 2)), STILL_MEND_OK);
+    EXPECT_EQ(same_mcus(coefficients(part(jpeg, 0, jpeg.size() / 2)), coefficients(output)),
+              report.mcu_count);
+    EXPECT_EQ(report.own_mcu_count, 0U);
+}
+
+TEST_F(Lenient, AHugeClaimOfFewBytesIsNotTried) {
+    const Bytes jpeg = encode(scene_pixels(1, 8, 8, 3), arithmetic);
+    for (std::size_t frame = 0; frame + 9 < jpeg.size(); ++frame) {
+        if (jpeg[frame] == 0xFF && jpeg[frame + 1] == 0xC9) {
+            Bytes huge = jpeg;
+            put_bytes(huge, frame + 5, {0xFF, 0x00, 0xFF, 0x00});
+            EXPECT_FALSE(still_mend::read_leniently(huge));
+            return;
+        }
+    }
+    FAIL() << "no frame of arithmetic coding";
+}
+
+} // namespace
+} // namespace test
