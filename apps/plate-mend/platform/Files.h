@@ -79,6 +79,8 @@ class NewFile {
 
   private:
     struct State;
+    explicit NewFile(std::unique_ptr<State> state);
+    friend NewFile open_to_append(const std::filesystem::path& path);
     std::unique_ptr<State> state_;
 };
 
@@ -97,9 +99,9 @@ void move_new(const std::filesystem::path& from, const std::filesystem::path& to
 /// The same, but a file (or a link, not what it leads to) that has the new name is replaced in one step.
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason, such
-/// as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own, which
-/// does not stay. Never throws and never ends the process.
+/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason,
+/// such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own,
+/// which does not stay. Never throws and never ends the process.
 [[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
 
 /// Whether an error speaks of a full disk, a used-up quota or a limit on the sizes of files.
