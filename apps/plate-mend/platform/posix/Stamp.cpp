@@ -2,14 +2,19 @@
 
 #include "platform/posix/Errors.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 
 namespace plate_mend::host::platform {
 
 namespace {
 
+/// Times beyond the years 1678 and 2262 become the nearest that there is.
 std::int64_t nanoseconds(const timespec& time) {
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
+    return std::clamp<std::int64_t>(time.tv_sec, -kMost, kMost) * kSecond + time.tv_nsec;
 }
 
 bool is_missing(int error) {
