@@ -22,7 +22,7 @@ namespace {
 constexpr int kTries = 16;
 
 std::error_code code(int error) {
-    return {error, std::generic_category()};
+    return error == 0 ? std::error_code() : std::error_code(error, std::generic_category());
 }
 
 std::filesystem::path random_name() {
