@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <utility>
 
 namespace {
 
@@ -20,6 +21,7 @@ std::function<int()> before_flock; // Its error, or 0 and the system does the wo
 } // namespace
 
 // In the place of the one of the run-time library.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" int flock(int file, int operation) noexcept {
     if (before_flock) {
         const auto once = std::exchange(before_flock, nullptr);
@@ -30,6 +32,7 @@ extern "C" int flock(int file, int operation) noexcept {
     }
     return static_cast<int>(::syscall(SYS_flock, file, operation));
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace test {
 namespace {

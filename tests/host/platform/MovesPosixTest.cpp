@@ -27,7 +27,7 @@ int answer(int error) {
 } // namespace
 
 // In the place of those of the run-time library.
-
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" int renameat2(int from_folder, const char* from, int to_folder, const char* to,
                          unsigned flags) noexcept {
     return error_of_renameat2 != 0
@@ -40,6 +40,7 @@ extern "C" int linkat(int from_folder, const char* from, int to_folder, const ch
                ? answer(error_of_linkat)
                : static_cast<int>(::syscall(SYS_linkat, from_folder, from, to_folder, to, flags));
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace test {
 namespace {

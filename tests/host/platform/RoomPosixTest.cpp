@@ -20,6 +20,7 @@ int error_of_fallocate = 0; // 0 where the system does the work, else the error 
 } // namespace
 
 // In the place of the one of the run-time library.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" int fallocate(int file, int mode, off_t offset, off_t length) {
     if (error_of_fallocate != 0) {
         errno = error_of_fallocate;
@@ -27,6 +28,7 @@ extern "C" int fallocate(int file, int mode, off_t offset, off_t length) {
     }
     return static_cast<int>(::syscall(SYS_fallocate, file, mode, offset, length));
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace test {
 namespace {

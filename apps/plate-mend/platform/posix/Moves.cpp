@@ -13,7 +13,7 @@ namespace plate_mend::host::platform {
 namespace {
 
 bool is_no_service(int error) {
-    return error == EINVAL || error == ENOSYS || error == ENOTSUP || error == EOPNOTSUPP;
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
 
 bool is_no_link(int error) {
