@@ -200,9 +200,11 @@ Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const
 
 int work(const fs::path& folder) {
     const Json task = read_json(folder / kTaskFile);
-    platform::limit_memory(task.at("memory").get<std::uint64_t>());
     Json answer;
     try {
+        if (!platform::limit_memory(task.at("memory").get<std::uint64_t>())) {
+            throw std::runtime_error("the memory limit cannot be set");
+        }
         answer = do_task(task);
     } catch (const std::exception& e) {
         answer = {{"exception", e.what()}};

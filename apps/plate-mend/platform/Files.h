@@ -9,7 +9,8 @@
 
 // What the program asks of files beyond the standard library: who a file is, files that are made and never
 // overwritten, moves that replace nothing, reads that report which bytes cannot be read, and locks.
-// All take paths of any length. Errors are std::system_error with the code of the system.
+// All take paths of any length that the system can handle. Errors are std::system_error with the code of the
+// system.
 
 namespace plate_mend::host::platform {
 
@@ -19,7 +20,7 @@ struct FileStamp {
     std::uint64_t index = 0;
     std::uint64_t links = 1;   ///< Names that the file has.
     std::uint64_t size = 0;    ///< Bytes.
-    std::int64_t modified = 0; ///< When its bytes changed, in nanoseconds since 1970.
+    std::int64_t modified = 0; ///< When its bytes changed, in nanoseconds since 1970: at most the year 2262.
     std::int64_t changed = 0;  ///< When its bytes, its name or its attributes changed, likewise.
     bool regular = false;      ///< An ordinary file: no folder, no device, no pipe.
     bool folder = false;
@@ -79,6 +80,8 @@ class NewFile {
 
   private:
     struct State;
+    explicit NewFile(std::unique_ptr<State> state);
+    friend NewFile open_to_append(const std::filesystem::path& path);
     std::unique_ptr<State> state_;
 };
 
@@ -94,12 +97,13 @@ void sync_folder(const std::filesystem::path& folder);
 /// std::system_error with std::errc::file_exists. Where a file system has no such move, the nearest that it
 /// has: a link and a removal, at last a look before the move.
 void move_new(const std::filesystem::path& from, const std::filesystem::path& to);
-/// The same, but a file (or a link, not what it leads to) that has the new name is replaced in one step.
+/// The same, but a file (or a link, not what it leads to) that has the new name is replaced in one step. A
+/// folder is not: then throws std::system_error.
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason, such
-/// as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own, which
-/// does not stay. Never throws and never ends the process.
+/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason,
+/// such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own,
+/// which does not stay. Never throws and never ends the process.
 [[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
 
 /// Whether an error speaks of a full disk, a used-up quota or a limit on the sizes of files.

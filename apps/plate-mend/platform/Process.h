@@ -17,10 +17,12 @@ struct Ending {
 };
 
 /// A program that runs beside this one, without input, and whose output goes nowhere. A signal of the
-/// terminal (Ctrl-C) reaches this program only.
+/// terminal (Ctrl-C) reaches this program only. No signal is blocked in it, and a broken pipe or a file
+/// beyond the limit on sizes ends it, whatever this program does about them.
 class Process {
   public:
-    /// Starts the program with arguments in UTF-8. Throws std::system_error when it does not start.
+    /// Starts the program with arguments in the form that bytes_of gives paths. Throws std::system_error when
+    /// it does not start.
     Process(const std::filesystem::path& program, const std::vector<std::string>& arguments);
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
@@ -44,11 +46,13 @@ class Process {
 // For a worker, at its start.
 
 /// From now on this process ends when the one that started it does, however that ends. If the process that
-/// started it, `parent`, is gone already, it ends at once. On Windows a job of the starting process sees to
-/// that, and this does nothing.
+/// started it, `parent` (its own_id), is gone already, it ends at once. Linux ends it as soon as the thread
+/// that started it is gone, so that thread has to wait for it. On Windows a job of the starting process sees
+/// to all that, and this does nothing.
 void end_with(std::uint64_t parent);
 
-/// This process ends after so many seconds at the latest, whatever it does then; 0 is no limit.
+/// This process ends after so many seconds at the latest, as if it had crashed, whatever it does then; 0 is
+/// no limit. To be called once.
 void end_after(unsigned seconds);
 
 /// From now on this process gets no more memory than that: allocations beyond it fail. 0 is no limit. Returns
@@ -56,7 +60,7 @@ void end_after(unsigned seconds);
 /// space than any limit leaves.
 [[nodiscard]] bool limit_memory(std::uint64_t bytes);
 
-/// Makes a folder the place where files are worked on, and returns what stands before their names: nothing
+/// Makes a folder the place where files are worked on, and returns what goes before their names: nothing
 /// where the process could go there, so that names are short and ASCII whatever the folder's path is; else
 /// (Windows) the folder. Throws std::system_error.
 [[nodiscard]] std::filesystem::path enter(const std::filesystem::path& folder);

@@ -1,5 +1,6 @@
 #include "platform/Interrupt.h"
 
+#include <atomic>
 #include <csignal>
 #include <initializer_list>
 
@@ -7,26 +8,36 @@ namespace plate_mend::host::platform {
 
 namespace {
 
-volatile std::sig_atomic_t asked_to_end = 0;
+// Written by a signal, read by several threads.
+std::atomic<bool> asked_to_end = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void remember(int /*signal*/) {
-    asked_to_end = 1;
+    asked_to_end = true;
+}
+
+/// As nohup sees to it: then a terminal that closes is no reason to end.
+bool is_ignored(int signal) {
+    struct sigaction action {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
 } // namespace
 
 void remember_interrupts() {
-    asked_to_end = 0;
+    asked_to_end = false;
     struct sigaction action {};
     action.sa_handler = remember;
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaction(signal, &action, nullptr);
+        if (signal != SIGHUP || !is_ignored(signal)) {
+            ::sigaction(signal, &action, nullptr);
+        }
     }
 }
 
 bool interrupted() {
-    return asked_to_end != 0;
+    return asked_to_end;
 }
 
 } // namespace plate_mend::host::platform

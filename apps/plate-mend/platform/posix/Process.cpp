@@ -1,45 +1,25 @@
 #include "platform/Process.h"
 
+#include "platform/posix/Descriptor.h"
+#include "platform/posix/Errors.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <system_error>
+#include <limits>
 #include <utility>
 
 namespace plate_mend::host::platform {
 
 namespace {
-
-[[noreturn]] void fail(int error, const std::string& what) {
-    throw std::system_error(error, std::generic_category(), what);
-}
-
-/// A file descriptor that is closed in the end.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&&) = delete;
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0) {
-            ::close(number_);
-        }
-    }
-    [[nodiscard]] int number() const { return number_; }
-
-  private:
-    int number_;
-};
 
 /// What the started process gets in place of our streams.
 class FileActions {
@@ -58,13 +38,22 @@ class FileActions {
     posix_spawn_file_actions_t actions_{};
 };
 
-/// A process group of its own, so that the terminal's signals do not reach it, and none of our handlers.
+/// A process group of its own, so that the terminal's signals do not reach it, and no signal blocked; signals
+/// that we ignore or handle do what they do to any program.
 class Attributes {
   public:
     Attributes() {
         ::posix_spawnattr_init(&attributes_);
-        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP);
+        ::posix_spawnattr_setflags(&attributes_,
+                                   POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         ::posix_spawnattr_setpgroup(&attributes_, 0);
+        sigset_t signals{};
+        sigemptyset(&signals);
+        ::posix_spawnattr_setsigmask(&attributes_, &signals);
+        for (const int signal : {SIGXFSZ, SIGPIPE, SIGALRM, SIGCHLD, SIGTERM}) {
+            sigaddset(&signals, signal);
+        }
+        ::posix_spawnattr_setsigdefault(&attributes_, &signals);
     }
     Attributes(const Attributes&) = delete;
     Attributes& operator=(const Attributes&) = delete;
@@ -74,6 +63,39 @@ class Attributes {
   private:
     posix_spawnattr_t attributes_{};
 };
+
+/// A program that was started with SIGCHLD ignored never learns how its own processes ended.
+void learn_of_endings() {
+    struct sigaction action {};
+    if (::sigaction(SIGCHLD, nullptr, &action) == 0 &&
+        (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0)) {
+        action = {};
+        action.sa_handler = SIG_DFL;
+        ::sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
+/// Waits for the end of a process. Returns its status as waitpid reports it; nothing where there is none.
+std::optional<int> status_of(pid_t id) {
+    int status = 0;
+    while (::waitpid(id, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+    return status;
+}
+
+Ending ending_from(std::optional<int> status) {
+    if (!status) {
+        return {0, "how it ended is unknown"};
+    }
+    if (WIFSIGNALED(*status)) {
+        const char* name = ::strsignal(WTERMSIG(*status));
+        return {0, name == nullptr ? "a signal" : name};
+    }
+    return {WEXITSTATUS(*status), ""};
+}
 
 } // namespace
 
@@ -87,6 +109,7 @@ struct Process::State {
 };
 
 Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    learn_of_endings();
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         fail(errno, "pipe");
@@ -120,38 +143,21 @@ Process::Process(const std::filesystem::path& program, const std::vector<std::st
 Process::~Process() {
     if (!state_->ended) {
         ::kill(-state_->id, SIGKILL); // Its whole group: what it started, too.
-        ::waitpid(state_->id, nullptr, 0);
+        ::kill(state_->id, SIGKILL);  // Itself, should it have left the group.
+        (void)status_of(state_->id);
     }
 }
 
 std::optional<Ending> Process::wait(std::chrono::milliseconds time) {
+    constexpr std::chrono::milliseconds::rep kLongest = std::numeric_limits<int>::max();
+    const auto at_most =
+        static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, kLongest));
     pollfd lifeline{state_->lifeline.number(), POLLIN, 0};
-    if (::poll(&lifeline, 1, static_cast<int>(time.count())) <= 0) {
+    if (::poll(&lifeline, 1, at_most) <= 0) {
         return std::nullopt; // Still there, or a signal came.
     }
-    int status = 0;
-    while (::waitpid(state_->id, &status, 0) < 0 && errno == EINTR) {
-    }
     state_->ended = true;
-    if (WIFSIGNALED(status)) {
-        const char* name = ::strsignal(WTERMSIG(status));
-        return Ending{0, name == nullptr ? "a signal" : name};
-    }
-    return Ending{WEXITSTATUS(status), ""};
-}
-
-std::filesystem::path own_program() {
-    return std::filesystem::read_symlink("/proc/self/exe");
-}
-
-void limit_memory(std::uint64_t bytes) {
-#if defined(PLATE_MEND_LEAK_DETECTION)
-    bytes = 0;
-#endif
-    if (bytes != 0) {
-        const rlimit limit{bytes, bytes};
-        ::setrlimit(RLIMIT_AS, &limit);
-    }
+    return ending_from(status_of(state_->id));
 }
 
 } // namespace plate_mend::host::platform

@@ -1,5 +1,7 @@
 #include "platform/Arguments.h"
 
+#include "platform/win32/Wtf8.h"
+
 #include <windows.h>
 
 #include <shellapi.h>
@@ -7,18 +9,6 @@
 #include <stdexcept>
 
 namespace plate_mend::host::platform {
-
-namespace {
-
-std::string utf8_from_wide(const wchar_t* text) {
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(size > 0 ? static_cast<std::size_t>(size) : 1, '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), size, nullptr, nullptr);
-    utf8.pop_back(); // The NUL.
-    return utf8;
-}
-
-} // namespace
 
 std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
     ::SetConsoleOutputCP(CP_UTF8);
@@ -29,7 +19,7 @@ std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
     }
     std::vector<std::string> arguments;
     for (int index = 1; index < count; ++index) {
-        arguments.push_back(utf8_from_wide(wide[index]));
+        arguments.push_back(wtf8_from(wide[index]));
     }
     ::LocalFree(wide);
     return arguments;

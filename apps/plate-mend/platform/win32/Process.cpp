@@ -1,17 +1,20 @@
 #include "platform/Process.h"
 
-#include <windows.h>
+#include "platform/win32/Errors.h"
+#include "platform/win32/Handle.h"
+#include "platform/win32/Wtf8.h"
 
-#include <iomanip>
+#include <system_path/system_path.h>
+
+#include <algorithm>
 #include <sstream>
-#include <system_error>
 
 namespace plate_mend::host::platform {
 
 namespace {
 
-/// An argument as CommandLineToArgvW takes it apart again: in quotes, with the backslashes in front of a
-/// quote doubled.
+/// An argument as CommandLineToArgvW takes it apart again: in quotes, with the backslashes before a quote
+/// doubled.
 std::wstring quoted(const std::wstring& argument) {
     std::wstring text = L"\"";
     std::size_t backslashes = 0;
@@ -26,8 +29,12 @@ std::wstring quoted(const std::wstring& argument) {
     return text + L"\"";
 }
 
-std::wstring wide(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).wstring();
+std::wstring command_line(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    std::wstring line = quoted(program.wstring());
+    for (const std::string& argument : arguments) {
+        line += L" " + quoted(wide_from(argument));
+    }
+    return line;
 }
 
 std::string crash_of(DWORD status) {
@@ -36,67 +43,77 @@ std::string crash_of(DWORD status) {
     return text.str();
 }
 
-} // namespace
+/// A job whose processes end when its last handle is closed: ours, however this process ends. Throws
+/// std::system_error about the program.
+Handle make_job(const std::filesystem::path& program) {
+    Handle job(::CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    if (!job || ::SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits,
+                                          sizeof limits) == FALSE) {
+        fail_on(program);
+    }
+    return job;
+}
 
-struct Process::State {
-    HANDLE process = nullptr;
-    bool ended = false;
+struct Started {
+    Handle process;
+    Handle thread;
 };
 
-Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments)
-    : state_(std::make_unique<State>()) {
-    std::wstring line = quoted(program.wstring());
-    for (const std::string& argument : arguments) {
-        line += L" " + quoted(wide(argument));
-    }
+/// Starts the program, which does nothing until its thread is resumed.
+Started start(const std::filesystem::path& program, std::wstring line) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION made{};
     // Without a console of ours, Ctrl-C does not reach it.
-    if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE,
-                         CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &startup,
-                         &made) == FALSE) {
-        throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), program.string());
+    constexpr DWORD kFlags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+    if (::CreateProcessW(system_path::reachable(program).c_str(), line.data(), nullptr, nullptr, FALSE,
+                         kFlags, nullptr, nullptr, &startup, &made) == FALSE) {
+        fail_on(program);
     }
-    ::CloseHandle(made.hThread);
-    state_->process = made.hProcess;
+    return {Handle(made.hProcess), Handle(made.hThread)};
+}
+
+} // namespace
+
+struct Process::State {
+    Handle job;
+    Handle process;
+    bool ended = false;
+};
+
+Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    Handle job = make_job(program);
+    Started started = start(program, command_line(program, arguments));
+    if (::AssignProcessToJobObject(job.get(), started.process.get()) == FALSE ||
+        ::ResumeThread(started.thread.get()) == static_cast<DWORD>(-1)) {
+        const DWORD error = ::GetLastError();
+        ::TerminateProcess(started.process.get(), 1);
+        fail_on(program, error);
+    }
+    state_ = std::make_unique<State>(State{std::move(job), std::move(started.process)});
 }
 
 Process::~Process() {
     if (!state_->ended) {
-        ::TerminateProcess(state_->process, 1);
-        ::WaitForSingleObject(state_->process, INFINITE);
+        ::TerminateJobObject(state_->job.get(), 1);
+        ::WaitForSingleObject(state_->process.get(), INFINITE);
     }
-    ::CloseHandle(state_->process);
 }
 
 std::optional<Ending> Process::wait(std::chrono::milliseconds time) {
-    if (::WaitForSingleObject(state_->process, static_cast<DWORD>(time.count())) != WAIT_OBJECT_0) {
+    constexpr std::chrono::milliseconds::rep kLongest = 0xFFFFFFFE;
+    const auto at_most =
+        static_cast<DWORD>(std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, kLongest));
+    if (::WaitForSingleObject(state_->process.get(), at_most) != WAIT_OBJECT_0) {
         return std::nullopt;
     }
     state_->ended = true;
     DWORD status = 0;
-    ::GetExitCodeProcess(state_->process, &status);
+    ::GetExitCodeProcess(state_->process.get(), &status);
     // Exceptions that nobody handles end a process with their number.
     return status >= 0xC0000000 ? Ending{0, crash_of(status)} : Ending{static_cast<int>(status), ""};
-}
-
-std::filesystem::path own_program() {
-    std::wstring name(32768, L'\0');
-    name.resize(::GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size())));
-    return name;
-}
-
-void limit_memory(std::uint64_t bytes) {
-    if (bytes == 0) {
-        return;
-    }
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
-    limits.ProcessMemoryLimit = static_cast<SIZE_T>(bytes);
-    HANDLE job = ::CreateJobObjectW(nullptr, nullptr); // It lives as long as the process.
-    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
 }
 
 } // namespace plate_mend::host::platform

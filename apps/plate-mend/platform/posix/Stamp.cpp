@@ -1,0 +1,69 @@
+#include "platform/posix/Stamp.h"
+
+#include "platform/posix/Errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+namespace plate_mend::host::platform {
+
+namespace {
+
+/// Times beyond the years 1678 and 2262 become the nearest that there is.
+std::int64_t nanoseconds(const timespec& time) {
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
+    return std::clamp<std::int64_t>(time.tv_sec, -kMost, kMost) * kSecond + time.tv_nsec;
+}
+
+bool is_missing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
+} // namespace
+
+FileStamp stamp_from(const struct stat& status) {
+    FileStamp stamp;
+    stamp.volume = status.st_dev;
+    stamp.index = status.st_ino;
+    stamp.links = status.st_nlink;
+    stamp.size = static_cast<std::uint64_t>(status.st_size);
+    stamp.modified = nanoseconds(status.st_mtim);
+    stamp.changed = nanoseconds(status.st_ctim);
+    stamp.regular = S_ISREG(status.st_mode);
+    stamp.folder = S_ISDIR(status.st_mode);
+    return stamp;
+}
+
+FileStamp stamp_of_open(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) {
+        fail(errno, "fstat");
+    }
+    return stamp_from(status);
+}
+
+std::optional<FileStamp> stamp_of(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        return stamp_from(status);
+    }
+    if (!is_missing(errno)) {
+        fail_on(path);
+    }
+    return std::nullopt;
+}
+
+bool is_taken(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0) {
+        return true;
+    }
+    if (!is_missing(errno)) {
+        fail_on(path);
+    }
+    return false;
+}
+
+} // namespace plate_mend::host::platform
