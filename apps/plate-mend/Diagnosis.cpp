@@ -185,7 +185,7 @@ std::string expected_of_salvage(const Diagnosis& diagnosis) {
             return std::uint64_t{left.width} * left.height < std::uint64_t{right.width} * right.height;
         });
     return "A salvage may give a JPEG of " + std::to_string(largest->width) + " x " +
-           std::to_string(largest->height) + " pixels: its header is intact, its data were not looked at.";
+           std::to_string(largest->height) + " pixels: its header is intact; its data were not looked at.";
 }
 
 /// What a repair takes from the sample, with the reason why it will not do.
