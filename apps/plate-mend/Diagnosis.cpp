@@ -47,22 +47,23 @@ const char* problem_of(platform::MapResult result) {
     return "cannot be read: is the disk or the card still there?";
 }
 
-void map(platform::MappedFile& mapped, const fs::path& file) {
+/// Throws std::runtime_error with what is wrong, after the words that name the file.
+void map(platform::MappedFile& mapped, const fs::path& file, const std::string& name) {
     const platform::MapResult result = mapped.open(file, kMostBytes);
     if (result != platform::MapResult::kMapped) {
-        throw std::runtime_error(utf8_from(file) + ": " + problem_of(result));
+        throw std::runtime_error(name + problem_of(result));
     }
 }
 
 /// Calls a function with exceptions that have no sentence of ours turned into ones that have.
 template <typename Function>
-auto in_sentences(const std::string& path, Function function) {
+auto in_sentences(Function function) {
     try {
         return function();
     } catch (const std::bad_alloc&) {
-        throw std::runtime_error(path + ": " + kNoMemory);
+        throw std::runtime_error(kNoMemory);
     } catch (const std::length_error&) {
-        throw std::runtime_error(path + ": " + kNoMemory);
+        throw std::runtime_error(kNoMemory);
     }
 }
 
@@ -191,7 +192,7 @@ std::string expected_of_salvage(const Diagnosis& diagnosis) {
 /// What a repair takes from the sample, with the reason why it will not do.
 SampleMarks judge_sample(const fs::path& sample, RawFormat format) {
     platform::MappedFile mapped;
-    map(mapped, sample);
+    map(mapped, sample, "the sample " + utf8_from(sample) + ": ");
     if (format_of(sample) != format) {
         return {std::string("it is no ") + name_of(format), std::nullopt, std::nullopt};
     }
@@ -275,7 +276,7 @@ Json jpegs_json(const std::vector<JpegFound>& jpegs) {
 
 Diagnosis look_at(const fs::path& file, const std::optional<fs::path>& sample) {
     platform::MappedFile mapped;
-    map(mapped, file);
+    map(mapped, file, "");
     const Bytes bytes = mapped.bytes();
     Diagnosis diagnosis;
     diagnosis.path = utf8_from(file);
@@ -342,15 +343,15 @@ std::string json_of(const Diagnosis& diagnosis) {
 } // namespace
 
 Diagnosis diagnose(const fs::path& file, const std::optional<fs::path>& sample) {
-    return in_sentences(utf8_from(file), [&] { return look_at(file, sample); });
+    return in_sentences([&] { return look_at(file, sample); });
 }
 
 std::string in_words(const Diagnosis& diagnosis) {
-    return in_sentences(diagnosis.path, [&] { return words_of(diagnosis); });
+    return in_sentences([&] { return words_of(diagnosis); });
 }
 
 std::string to_json(const Diagnosis& diagnosis) {
-    return in_sentences(diagnosis.path, [&] { return json_of(diagnosis); });
+    return in_sentences([&] { return json_of(diagnosis); });
 }
 
 std::string diagnosis_text(const fs::path& file, const std::optional<fs::path>& sample, bool json) {

@@ -35,8 +35,8 @@ struct Diagnosis {
 
 /// Looks at a file, and at a sample for what a repair takes from it. Writes nothing. Files of 2 GiB and more
 /// are refused, since no repair reads them. Takes linear time, and some 20 MiB of memory whatever the size:
-/// the files are mapped. Throws std::runtime_error with a sentence for the user when a file cannot be read or
-/// memory runs out.
+/// the files are mapped. Throws std::runtime_error with words for the user when a file cannot be read or
+/// memory runs out; they name the sample where it is at fault, and leave it to the caller to name the file.
 ///
 /// An access to a mapped file may end the process, when the file shrinks or its disk fails meanwhile. So this
 /// is best called in a worker.

@@ -13,6 +13,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 // What a diagnosis with a sample says is compared with what the library then does: whether it repairs the
@@ -32,7 +33,7 @@ struct Wreck {
 /// Diagnoses and repairs the wrecks of one photograph.
 class Comparison {
   public:
-    Comparison(const Bytes& sample, const std::string& extension) : extension_(extension), sample_(sample) {
+    Comparison(const Bytes& sample, std::string extension) : extension_(std::move(extension)) {
         write_file(sample_file(), sample);
         const std::string work = utf8(folder_.path());
         const std::string no_log = work + "/no-log";
@@ -110,7 +111,6 @@ class Comparison {
 
     TempDir folder_{quick_folder()};
     std::string extension_;
-    Bytes sample_;
     std::uint64_t sample_image_ = 0;
     int repaired_ = 0;
     int refused_ = 0;
@@ -185,7 +185,7 @@ class Forger {
         for (unsigned index = 0; index < count; ++index) {
             const Bytes forgery = one_of<int>({0, 1, 2}) != 0 ? entries() : box();
             const std::size_t room = bytes.size() - std::min(bytes.size(), forgery.size());
-            const std::size_t at =
+            const auto at =
                 one_of<std::size_t>({0, below(bytes.size()), below(std::max<std::size_t>(image_, 1)),
                                      bytes.size() - below(std::min<std::size_t>(bytes.size(), 60))});
             // At the end of the file a part of it is enough.
@@ -222,20 +222,20 @@ class Forger {
 
     Bytes entries() {
         const auto order = one_of<ByteOrder>({ByteOrder::kLittle, ByteOrder::kBig});
-        const std::vector<std::uint16_t> tags = one_of<std::vector<std::uint16_t>>({{254},
-                                                                                    {273},
-                                                                                    {324},
-                                                                                    {325},
-                                                                                    {0xF007},
-                                                                                    {0xF008},
-                                                                                    {0xF007, 0xF008},
-                                                                                    {273, 278, 279},
-                                                                                    {273, 274, 277, 278, 279},
-                                                                                    {273, 279},
-                                                                                    {254, 273},
-                                                                                    {254, 324, 325},
-                                                                                    {279},
-                                                                                    {278}});
+        const auto tags = one_of<std::vector<std::uint16_t>>({{254},
+                                                              {273},
+                                                              {324},
+                                                              {325},
+                                                              {0xF007},
+                                                              {0xF008},
+                                                              {0xF007, 0xF008},
+                                                              {273, 278, 279},
+                                                              {273, 274, 277, 278, 279},
+                                                              {273, 279},
+                                                              {254, 273},
+                                                              {254, 324, 325},
+                                                              {279},
+                                                              {278}});
         Bytes bytes(12 * tags.size());
         for (std::size_t index = 0; index < tags.size(); ++index) {
             put_entry(bytes, 12 * index, tags[index], order);

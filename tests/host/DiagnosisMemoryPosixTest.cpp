@@ -71,7 +71,7 @@ TEST_P(LargeDiagnosis, WithoutRoomForTheFileSaysSo) {
             complaint = e.what();
         }
     }
-    EXPECT_THAT(complaint, HasSubstr(utf8(photo) + ": there is not enough memory"));
+    EXPECT_THAT(complaint, HasSubstr("there is not enough memory"));
     EXPECT_THAT(complaint, HasSubstr("raise the memory limit"));
     EXPECT_THAT(complaint, Not(HasSubstr("bad_alloc")));
 }
