@@ -2,11 +2,11 @@
 #include "RepairInput.h"
 
 #include "support/TempDir.h"
-#include "support/Trial.h"
+#include "support/RepairTrial.h"
 
 #include <iostream>
 
-// The advanced repair of one format, FUZZ_FORMAT: see Trial for what each repair must fulfil.
+// The advanced repair of one format, FUZZ_FORMAT: see RepairTrial for what each repair must fulfil.
 
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     std::cerr.rdbuf(nullptr); // One repairer tells of a bad sample there.
@@ -15,7 +15,7 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempDir folder(test::quick_folder());
-    static test::Trial trial(test::oracle::format_of(FUZZ_FORMAT), folder.path());
+    static test::RepairTrial trial(test::oracle::format_of(FUZZ_FORMAT), folder.path());
     const fuzz::RepairInput input = fuzz::split(data, size);
     fuzz::stop_on(trial.complaint(input.sample, input.damaged));
     return 0;

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-#include <string_view>
-#include <unordered_map>
+#include <cstring>
+#include <limits>
 
 namespace plate_mend::host {
 
@@ -18,58 +19,133 @@ constexpr std::size_t kBlock = 4096;
 constexpr std::size_t kHead = 65536;
 constexpr double kNoiseBits = 7.5;
 
+/// Spans of one kind, up to the most that are kept.
+class SpanList {
+  public:
+    void add(SpanKind kind, std::uint64_t offset, std::uint64_t size) {
+        if (spans_.size() < kMostSpansOfAKind) {
+            spans_.push_back({kind, offset, size});
+        }
+    }
+    [[nodiscard]] const std::vector<DamagedSpan>& spans() const { return spans_; }
+
+  private:
+    std::vector<DamagedSpan> spans_;
+};
+
 std::size_t end_of_run(Bytes bytes, std::size_t first) {
-    const auto end = std::find_if(bytes.begin() + static_cast<std::ptrdiff_t>(first), bytes.end(),
-                                  [value = bytes[first]](unsigned char byte) { return byte != value; });
-    return static_cast<std::size_t>(end - bytes.begin());
+    constexpr std::size_t kStep = 4096;
+    const unsigned char value = bytes[first];
+    std::size_t end = first + 1;
+    if (end == bytes.size() || bytes[end] != value) {
+        return end;
+    }
+    // A run equals itself moved on by one byte, and whole blocks are compared at once.
+    while (bytes.size() - end >= kStep &&
+           std::memcmp(bytes.data() + end, bytes.data() + end - 1, kStep) == 0) {
+        end += kStep;
+    }
+    while (end < bytes.size() && bytes[end] == value) {
+        ++end;
+    }
+    return end;
 }
 
-void add_runs(Bytes bytes, std::vector<DamagedSpan>& spans) {
+void add_runs(Bytes bytes, SpanList& zeros, SpanList& others) {
     for (std::size_t first = 0; first < bytes.size();) {
         const std::size_t end = end_of_run(bytes, first);
         if (end - first >= kSector) {
-            spans.push_back({bytes[first] == 0 ? SpanKind::kZero : SpanKind::kRepeated, first, end - first});
+            const bool zero = bytes[first] == 0;
+            (zero ? zeros : others).add(zero ? SpanKind::kZero : SpanKind::kRepeated, first, end - first);
         }
         first = end;
     }
 }
 
-std::string_view sector(Bytes bytes, std::size_t number) {
-    return {reinterpret_cast<const char*>(bytes.data()) + number * kSector, kSector};
+Bytes sector(Bytes bytes, std::size_t number) {
+    return bytes.subspan(number * kSector, kSector);
 }
 
-bool is_uniform(std::string_view text) {
-    return text.find_first_not_of(text.front()) == text.npos;
+bool are_equal(Bytes one, Bytes other) {
+    return std::memcmp(one.data(), other.data(), kSector) == 0;
 }
 
-/// Counts how many sectors in a row stand at one distance behind their first appearance.
-void add_copies(Bytes bytes, std::vector<DamagedSpan>& spans) {
+bool is_uniform(Bytes text) {
+    return std::memcmp(text.data(), text.data() + 1, kSector - 1) == 0;
+}
+
+std::uint64_t hash_of(Bytes text) {
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
+    std::uint64_t hash = 0;
+    for (std::size_t at = 0; at < kSector; at += sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + at, sizeof word);
+        hash = (std::rotl(hash, 23) ^ word) * kFactor;
+    }
+    return hash ^ hash >> 32U;
+}
+
+/// The first appearances of the sectors of a file. It takes 16 MiB at most, and looks at few places for each
+/// sector: where many sectors share a hash, some are forgotten.
+class FirstPlaces {
+  public:
+    explicit FirstPlaces(Bytes bytes)
+        : bytes_(bytes),
+          slots_(std::bit_ceil(std::clamp(2 * (bytes.size() / kSector), kProbes, kMostSlots)), kFree) {}
+
+    /// The sector's first appearance; that is the sector itself when it is new.
+    std::size_t of(std::size_t number) {
+        const Bytes text = sector(bytes_, number);
+        const std::uint64_t hash = hash_of(text);
+        for (std::size_t probe = 0; probe < kProbes; ++probe) {
+            std::uint32_t& slot = slots_[static_cast<std::size_t>(hash + probe) & (slots_.size() - 1)];
+            if (slot == kFree) {
+                slot = static_cast<std::uint32_t>(number);
+                return number;
+            }
+            if (are_equal(sector(bytes_, slot), text)) {
+                return slot;
+            }
+        }
+        return number;
+    }
+
+  private:
+    static constexpr std::uint32_t kFree = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::size_t kProbes = 8;
+    static constexpr std::size_t kMostSlots = std::size_t{1} << 22U;
+
+    Bytes bytes_;
+    std::vector<std::uint32_t> slots_;
+};
+
+/// Counts how many sectors in a row are at one distance after their first appearance.
+void add_copies(Bytes bytes, SpanList& copies) {
     const std::size_t count = bytes.size() / kSector;
-    std::unordered_map<std::string_view, std::size_t> first_places;
-    first_places.reserve(count);
+    FirstPlaces first_places(bytes);
     std::size_t run = 0;
     std::size_t distance = 0;
     const auto end_run = [&](std::size_t end) {
         if (run >= kFewestSectors) {
-            spans.push_back({SpanKind::kCopied, (end - run) * kSector, run * kSector});
+            copies.add(SpanKind::kCopied, (end - run) * kSector, run * kSector);
         }
         run = 0;
     };
     for (std::size_t number = 0; number < count; ++number) {
-        const std::string_view text = sector(bytes, number);
+        const Bytes text = sector(bytes, number);
         if (is_uniform(text)) { // A run of its own.
             end_run(number);
             continue;
         }
-        // A sector that goes on with the present run counts, though it may stand elsewhere too.
-        if (run != 0 && sector(bytes, number - distance) == text) {
+        // A sector that goes on with the present run counts, though it may be elsewhere too.
+        if (run != 0 && are_equal(sector(bytes, number - distance), text)) {
             ++run;
             continue;
         }
         end_run(number);
-        const auto [place, is_new] = first_places.try_emplace(text, number);
-        if (!is_new) {
-            distance = number - place->second;
+        const std::size_t place = first_places.of(number);
+        if (place != number) {
+            distance = number - place;
             run = 1;
         }
     }
@@ -96,7 +172,8 @@ bool has_jpeg_start(Bytes bytes) {
     return std::search(bytes.begin(), bytes.end(), kStart.begin(), kStart.end()) != bytes.end();
 }
 
-void add_noise(Bytes bytes, std::vector<DamagedSpan>& spans) {
+/// The length of the noise that the file begins with.
+std::size_t length_of_noise(Bytes bytes) {
     std::size_t end = 0;
     while (end + kBlock <= std::min(bytes.size(), kHead)) {
         const Bytes block = bytes.subspan(end, kBlock);
@@ -105,9 +182,7 @@ void add_noise(Bytes bytes, std::vector<DamagedSpan>& spans) {
         }
         end += kBlock;
     }
-    if (end != 0) {
-        spans.push_back({SpanKind::kNoise, 0, end});
-    }
+    return end;
 }
 
 } // namespace
@@ -127,12 +202,21 @@ const char* in_words(SpanKind kind) {
 }
 
 std::vector<DamagedSpan> find_damaged_spans(std::span<const unsigned char> bytes) {
+    SpanList zeros;
+    SpanList others;
+    SpanList copies;
+    add_runs(bytes, zeros, others);
+    add_copies(bytes, copies);
     std::vector<DamagedSpan> spans;
-    add_runs(bytes, spans);
-    add_copies(bytes, spans);
-    add_noise(bytes, spans);
-    std::sort(spans.begin(), spans.end(),
-              [](const DamagedSpan& left, const DamagedSpan& right) { return left.offset < right.offset; });
+    if (const std::size_t noise = length_of_noise(bytes)) {
+        spans.push_back({SpanKind::kNoise, 0, noise});
+    }
+    for (const SpanList* list : {&zeros, &others, &copies}) {
+        spans.insert(spans.end(), list->spans().begin(), list->spans().end());
+    }
+    std::stable_sort(spans.begin(), spans.end(), [](const DamagedSpan& left, const DamagedSpan& right) {
+        return left.offset < right.offset;
+    });
     return spans;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Formats.h"
 #include "SafeOutput.h"
+#include "platform/MappedFile.h"
 #include "report/Text.h"
 #include "report/Words.h"
 
@@ -9,7 +10,7 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <new>
 #include <stdexcept>
 
 namespace plate_mend::host {
@@ -20,68 +21,107 @@ namespace fs = std::filesystem;
 using Bytes = std::span<const unsigned char>;
 using Json = nlohmann::ordered_json;
 
-constexpr std::uint64_t kTooLong = std::uint64_t{1} << 31;
+constexpr const char* kNoMemory =
+    "there is not enough memory to look at it; close other programs, or raise the memory limit";
+constexpr std::uint64_t kMostBytes = (std::uint64_t{1} << 31U) - 1; // What a repair reads.
 constexpr std::size_t kMostJpegs = 64;
 constexpr std::size_t kSpansTold = 8;
 
-std::vector<unsigned char> read_whole(const fs::path& file) {
-    const std::string name = utf8_from(file);
-    if (!fs::is_regular_file(file)) {
-        throw std::runtime_error(name + ": no such file");
+/// What is wrong with a file that was not mapped, and what to do about it where something can be done.
+const char* problem_of(platform::MapResult result) {
+    switch (result) {
+    case platform::MapResult::kMissing:
+        return "no such file";
+    case platform::MapResult::kNoFile:
+        return "not a file";
+    case platform::MapResult::kForbidden:
+        return "may not be read: another program holds it, or you have no permission";
+    case platform::MapResult::kTooLong:
+        return "2 GiB or more; no repair reads it";
+    case platform::MapResult::kNoRoom:
+        return kNoMemory;
+    case platform::MapResult::kFailed:
+    case platform::MapResult::kMapped:
+        break;
     }
-    const std::uint64_t size = fs::file_size(file);
-    if (size >= kTooLong) {
-        throw std::runtime_error(name + ": 2 GiB or more; no repair reads it");
-    }
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
-    std::ifstream stream(file, std::ios::binary);
-    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!stream) {
-        throw std::runtime_error(name + ": cannot be read");
-    }
-    return bytes;
+    return "cannot be read: is the disk or the card still there?";
 }
 
-/// The size that the frame header behind a start of image tells; nothing when the segments lead to none.
-std::optional<JpegFound> read_jpeg_header(Bytes bytes, std::size_t start) {
-    constexpr int kMostSegments = 64;
-    std::size_t at = start + 2;
-    for (int segment = 0; segment < kMostSegments && at + 9 <= bytes.size() && bytes[at] == 0xFF; ++segment) {
-        const unsigned char marker = bytes[at + 1];
-        const std::size_t length = static_cast<std::size_t>(bytes[at + 2]) << 8 | bytes[at + 3];
-        const bool frame =
-            marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-        if (frame) {
-            const auto height = static_cast<std::uint32_t>(bytes[at + 5] << 8 | bytes[at + 6]);
-            const auto width = static_cast<std::uint32_t>(bytes[at + 7] << 8 | bytes[at + 8]);
-            const bool lossless = marker == 0xC3;
-            return width == 0 || height == 0 || lossless ? std::nullopt
-                                                         : std::optional(JpegFound{start, width, height});
-        }
-        if (marker < 0xC0 || length < 2) {
-            return std::nullopt;
-        }
-        at += 2 + length;
+/// Throws std::runtime_error with what is wrong, after the words that name the file.
+void map(platform::MappedFile& mapped, const fs::path& file, const std::string& name) {
+    const platform::MapResult result = mapped.open(file, kMostBytes);
+    if (result != platform::MapResult::kMapped) {
+        throw std::runtime_error(name + problem_of(result));
     }
-    return std::nullopt;
 }
 
-std::vector<JpegFound> find_jpegs(Bytes bytes) {
-    constexpr std::array<unsigned char, 3> kStart = {0xFF, 0xD8, 0xFF};
-    std::vector<JpegFound> jpegs;
-    auto found = bytes.begin();
-    while (jpegs.size() < kMostJpegs) {
-        found = std::search(found, bytes.end(), kStart.begin(), kStart.end());
-        if (found == bytes.end()) {
-            break;
-        }
-        if (const auto jpeg = read_jpeg_header(bytes, static_cast<std::size_t>(found - bytes.begin()))) {
-            jpegs.push_back(*jpeg);
-        }
-        ++found;
+/// Calls a function with exceptions that have no sentence of ours turned into ones that have.
+template <typename Function>
+auto in_sentences(Function function) {
+    try {
+        return function();
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error(kNoMemory);
+    } catch (const std::length_error&) {
+        throw std::runtime_error(kNoMemory);
     }
-    return jpegs;
 }
+
+/// Looks for JPEGs, and counts the steps: a file may be made of nothing but starts.
+class JpegSearch {
+  public:
+    explicit JpegSearch(Bytes bytes) : bytes_(bytes) {}
+
+    std::vector<JpegFound> run() {
+        constexpr std::array<unsigned char, 3> kStart = {0xFF, 0xD8, 0xFF};
+        constexpr std::size_t kMostSteps = std::size_t{1} << 22U; // Of photographs: some thousands.
+        std::vector<JpegFound> jpegs;
+        auto found = bytes_.begin();
+        while (jpegs.size() < kMostJpegs && steps_ < kMostSteps) {
+            found = std::search(found, bytes_.end(), kStart.begin(), kStart.end());
+            if (found == bytes_.end()) {
+                break;
+            }
+            if (const auto jpeg = read_header(static_cast<std::size_t>(found - bytes_.begin()))) {
+                jpegs.push_back(*jpeg);
+            }
+            ++found;
+        }
+        return jpegs;
+    }
+
+  private:
+    /// The size that the frame header after a start of image gives; nothing when the segments lead to none.
+    std::optional<JpegFound> read_header(std::size_t start) {
+        constexpr int kMostSegments = 64;
+        std::size_t at = start + 2;
+        for (int segment = 0; segment < kMostSegments && at + 9 <= bytes_.size() && bytes_[at] == 0xFF;
+             ++segment, ++steps_) {
+            const unsigned char marker = bytes_[at + 1];
+            const std::size_t length = u16(at + 2);
+            const bool frame =
+                marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+            if (frame) {
+                const bool lossless = marker == 0xC3;
+                const JpegFound jpeg{start, u16(at + 7), u16(at + 5)};
+                return jpeg.width == 0 || jpeg.height == 0 || lossless ? std::nullopt : std::optional(jpeg);
+            }
+            if (marker < 0xC0 || length < 2) {
+                break;
+            }
+            at += 2 + length;
+        }
+        ++steps_;
+        return std::nullopt;
+    }
+
+    [[nodiscard]] std::uint32_t u16(std::size_t at) const {
+        return static_cast<std::uint32_t>(bytes_[at]) << 8U | bytes_[at + 1];
+    }
+
+    Bytes bytes_;
+    std::size_t steps_ = 0;
+};
 
 /// Bytes of [first, last) that lie in damaged spans. Spans may overlap; each byte counts once.
 std::uint64_t damaged_in(const std::vector<DamagedSpan>& spans, std::uint64_t first, std::uint64_t last) {
@@ -107,14 +147,10 @@ std::optional<double> share_spoilt(const Diagnosis& diagnosis) {
         all += size;
         spoilt += size - there + damaged_in(diagnosis.spans, image.offset, image.offset + there);
     }
-    return all == 0 ? std::nullopt : std::optional(static_cast<double>(spoilt) / static_cast<double>(all));
-}
-
-bool image_begins_inside(const Diagnosis& diagnosis) {
-    const auto& images = diagnosis.landmarks.images;
-    return !images.empty() && std::all_of(images.begin(), images.end(), [&](const ImageData& image) {
-        return image.offset < diagnosis.size;
-    });
+    if (diagnosis.landmarks.images.empty()) {
+        return std::nullopt;
+    }
+    return all == 0 ? 1 : static_cast<double>(spoilt) / static_cast<double>(all);
 }
 
 std::string expected_of_repair(const Diagnosis& diagnosis) {
@@ -125,19 +161,16 @@ std::string expected_of_repair(const Diagnosis& diagnosis) {
         return "The sample will not do: " + diagnosis.sample_problem + '.';
     }
     if (!diagnosis.landmarks.complete()) {
-        return "A repair will not find the image: not all that leads to it is alive.";
+        return "A repair will not find the image: not all that leads to it is intact.";
     }
     if (!diagnosis.landmarks.obstacle.empty()) {
-        return "A repair will not find the image: " + diagnosis.landmarks.obstacle + '.';
-    }
-    if (!image_begins_inside(diagnosis)) {
-        return "A repair will fail: the entries lead past the end of the file.";
+        return "A repair will not give the photograph back: " + diagnosis.landmarks.obstacle + '.';
     }
     const double spoilt = diagnosis.image_spoilt.value_or(0);
     const std::string with = diagnosis.sample ? "A repair with this sample"
-                                              : "A repair with a whole photograph from the same camera";
+                                              : "A repair with an intact photograph from the same camera";
     if (spoilt >= 1) {
-        return with + " finds its way, but nothing of the image data is alive.";
+        return with + " finds its way, but nothing of the image data is intact.";
     }
     const std::string chance = with + " is likely to give the photograph back";
     return spoilt > 0 ? chance + ", but " + share_in_words(spoilt) + " of the image data look lost."
@@ -146,31 +179,24 @@ std::string expected_of_repair(const Diagnosis& diagnosis) {
 
 std::string expected_of_salvage(const Diagnosis& diagnosis) {
     if (diagnosis.jpegs.empty()) {
-        return "No JPEG with a living header is inside. A salvage may still find parts of one.";
+        return "No JPEG with an intact header is inside. A salvage may still find parts of one.";
     }
     const auto largest = std::max_element(
         diagnosis.jpegs.begin(), diagnosis.jpegs.end(), [](const JpegFound& left, const JpegFound& right) {
             return std::uint64_t{left.width} * left.height < std::uint64_t{right.width} * right.height;
         });
     return "A salvage may give a JPEG of " + std::to_string(largest->width) + " x " +
-           std::to_string(largest->height) + " pixels: its header is alive, its data were not looked at.";
+           std::to_string(largest->height) + " pixels: its header is intact; its data were not looked at.";
 }
 
-/// Why the sample will not do. Takes its byte order, which a repair takes for the damaged file's.
-std::string judge_sample(const fs::path& sample, RawFormat format, std::optional<bool>& big_endian) {
-    const std::vector<unsigned char> bytes = read_whole(sample);
+/// What a repair takes from the sample, with the reason why it will not do.
+SampleMarks judge_sample(const fs::path& sample, RawFormat format) {
+    platform::MappedFile mapped;
+    map(mapped, sample, "the sample " + utf8_from(sample) + ": ");
     if (format_of(sample) != format) {
-        return std::string("it is no ") + name_of(format);
+        return {std::string("it is no ") + name_of(format), std::nullopt, std::nullopt};
     }
-    const Landmarks marks = find_landmarks(bytes, format);
-    if (!marks.complete()) {
-        return "its own entries are damaged";
-    }
-    if (!marks.obstacle.empty()) {
-        return marks.obstacle;
-    }
-    big_endian = marks.big_endian;
-    return "";
+    return look_at_sample(mapped.bytes(), format);
 }
 
 std::string line(const std::string& text) {
@@ -190,7 +216,7 @@ std::string spans_in_words(const Diagnosis& diagnosis) {
         text += line("    " + std::to_string(span.offset) + ": " + in_words(span.kind) + ", " +
                      size_in_words(span.size));
     }
-    return left_out == 0 ? text : text + line("    and " + std::to_string(left_out) + " shorter ones");
+    return left_out == 0 ? text : text + line("    and " + counted(left_out, "shorter one"));
 }
 
 std::string landmarks_in_words(const Diagnosis& diagnosis) {
@@ -248,24 +274,30 @@ Json jpegs_json(const std::vector<JpegFound>& jpegs) {
     return list;
 }
 
-} // namespace
-
-Diagnosis diagnose(const fs::path& file, const std::optional<fs::path>& sample) {
-    const std::vector<unsigned char> bytes = read_whole(file);
+Diagnosis look_at(const fs::path& file, const std::optional<fs::path>& sample) {
+    platform::MappedFile mapped;
+    map(mapped, file, "");
+    const Bytes bytes = mapped.bytes();
     Diagnosis diagnosis;
     diagnosis.path = utf8_from(file);
     diagnosis.size = bytes.size();
     diagnosis.format = format_of(file);
     diagnosis.spans = find_damaged_spans(bytes);
-    diagnosis.jpegs = find_jpegs(bytes);
-    std::optional<bool> big_endian;
+    diagnosis.jpegs = JpegSearch(bytes).run();
+    SampleMarks marks;
     if (sample) {
         diagnosis.sample = utf8_from(*sample);
-        diagnosis.sample_problem =
-            diagnosis.format ? judge_sample(*sample, *diagnosis.format, big_endian) : std::string();
+        if (diagnosis.format) {
+            marks = judge_sample(*sample, *diagnosis.format);
+            diagnosis.sample_problem = marks.problem;
+        }
     }
     if (diagnosis.format) {
-        diagnosis.landmarks = find_landmarks(bytes, *diagnosis.format, big_endian);
+        diagnosis.landmarks = find_landmarks(bytes, *diagnosis.format, marks.big_endian);
+        const auto& tiles = diagnosis.landmarks.tiles;
+        if (marks.tiles && tiles && *marks.tiles != *tiles) {
+            diagnosis.landmarks.obstacle = "its image has other tiles than the sample's";
+        }
         diagnosis.image_spoilt = share_spoilt(diagnosis);
     }
     diagnosis.repair = expected_of_repair(diagnosis);
@@ -273,14 +305,14 @@ Diagnosis diagnose(const fs::path& file, const std::optional<fs::path>& sample) 
     return diagnosis;
 }
 
-std::string in_words(const Diagnosis& diagnosis) {
+std::string words_of(const Diagnosis& diagnosis) {
     std::string text = line(printable(diagnosis.path) + ": " + size_in_words(diagnosis.size) + ", " +
                             (diagnosis.format ? name_of(*diagnosis.format) : "no known RAW format"));
     text += spans_in_words(diagnosis);
     if (diagnosis.format) {
         text += landmarks_in_words(diagnosis);
     }
-    text += line("  JPEGs with a living header:" + std::string(diagnosis.jpegs.empty() ? " none" : ""));
+    text += line("  JPEGs with an intact header:" + std::string(diagnosis.jpegs.empty() ? " none" : ""));
     for (const JpegFound& jpeg : diagnosis.jpegs) {
         text += line("    " + std::to_string(jpeg.offset) + ": " + std::to_string(jpeg.width) + " x " +
                      std::to_string(jpeg.height) + " pixels");
@@ -288,7 +320,7 @@ std::string in_words(const Diagnosis& diagnosis) {
     return text + line("  " + diagnosis.repair) + line("  " + diagnosis.salvage);
 }
 
-std::string to_json(const Diagnosis& diagnosis) {
+std::string json_of(const Diagnosis& diagnosis) {
     const Json json = {{"schema", "plate-mend/diagnosis/1"},
                        {"path", diagnosis.path},
                        {"size", diagnosis.size},
@@ -296,6 +328,7 @@ std::string to_json(const Diagnosis& diagnosis) {
                        {"spans", spans_json(diagnosis.spans)},
                        {"landmarks", landmarks_json(diagnosis.landmarks.found)},
                        {"complete", diagnosis.landmarks.complete()},
+                       {"obstacle", text_or_null(diagnosis.landmarks.obstacle)},
                        {"big_endian", or_null(diagnosis.landmarks.big_endian)},
                        {"images", images_json(diagnosis.landmarks.images)},
                        {"image_spoilt", or_null(diagnosis.image_spoilt)},
@@ -305,6 +338,25 @@ std::string to_json(const Diagnosis& diagnosis) {
                        {"repair", diagnosis.repair},
                        {"salvage", diagnosis.salvage}};
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+} // namespace
+
+Diagnosis diagnose(const fs::path& file, const std::optional<fs::path>& sample) {
+    return in_sentences([&] { return look_at(file, sample); });
+}
+
+std::string in_words(const Diagnosis& diagnosis) {
+    return in_sentences([&] { return words_of(diagnosis); });
+}
+
+std::string to_json(const Diagnosis& diagnosis) {
+    return in_sentences([&] { return json_of(diagnosis); });
+}
+
+std::string diagnosis_text(const fs::path& file, const std::optional<fs::path>& sample, bool json) {
+    const Diagnosis diagnosis = diagnose(file, sample);
+    return json ? to_json(diagnosis) + '\n' : in_words(diagnosis);
 }
 
 } // namespace plate_mend::host

@@ -11,14 +11,14 @@
 
 namespace plate_mend::host {
 
-/// A JPEG whose header is alive, down to its size. Whether its data are, nobody has looked.
+/// A JPEG whose header is intact, down to its size. Its data were not looked at.
 struct JpegFound {
     std::uint64_t offset = 0;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
 };
 
-/// What is left of a damaged file, as far as it can be told without repairing it.
+/// What is left of a damaged file, as far as it shows without a repair.
 struct Diagnosis {
     std::string path; ///< UTF-8.
     std::uint64_t size = 0;
@@ -33,15 +33,26 @@ struct Diagnosis {
     std::string salvage;        ///< The same of a salvage.
 };
 
-/// Looks at a file, and at a sample for its byte order. Writes nothing. Files of 2 GiB and more are not read,
-/// since no repair reads them. Throws std::runtime_error for a file that cannot be read.
+/// Looks at a file, and at a sample for what a repair takes from it. Writes nothing. Files of 2 GiB and more
+/// are refused, since no repair reads them. Takes linear time, and some 20 MiB of memory whatever the size:
+/// the files are mapped. Throws std::runtime_error with words for the user when a file cannot be read or
+/// memory runs out; they name the sample where it is at fault, and leave it to the caller to name the file.
+///
+/// An access to a mapped file may end the process, when the file shrinks or its disk fails meanwhile. So this
+/// is best called in a worker.
 [[nodiscard]] Diagnosis diagnose(const std::filesystem::path& file,
                                  const std::optional<std::filesystem::path>& sample = std::nullopt);
 
-/// For people: lines that end with a line break. Of many spans the longest are told.
+/// For people: lines that end with a line break. Of many spans the longest are given. Throws as diagnose.
 [[nodiscard]] std::string in_words(const Diagnosis& diagnosis);
 
-/// For programs: one line of JSON, without the line break; docs/host-json.md describes it.
+/// For programs: one line of JSON, without the line break; docs/host-json.md describes it. Throws as
+/// diagnose.
 [[nodiscard]] std::string to_json(const Diagnosis& diagnosis);
+
+/// What the program prints for a file: the words, or one line of JSON with its line break. One call with
+/// nothing but texts in and out, for a worker process. Throws as diagnose.
+[[nodiscard]] std::string diagnosis_text(const std::filesystem::path& file,
+                                         const std::optional<std::filesystem::path>& sample, bool json);
 
 } // namespace plate_mend::host

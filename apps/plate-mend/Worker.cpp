@@ -5,6 +5,7 @@
 #include "platform/Interrupt.h"
 #include "platform/Process.h"
 #include "report/JsonFields.h"
+#include "report/Words.h"
 
 #include <plate_mend/plate_mend.h>
 #include <still_mend/still_mend.h>
@@ -51,7 +52,7 @@ std::string wait_for(platform::Process& process, unsigned seconds) {
             throw Interrupted();
         }
         if (seconds != 0 && std::chrono::steady_clock::now() - start > std::chrono::seconds(seconds)) {
-            return "stopped after " + std::to_string(seconds) + " seconds";
+            return "stopped after " + counted(seconds, "second");
         }
     }
 }

@@ -1,7 +1,7 @@
 #include "support/QuietErrors.h"
+#include "support/RepairTrial.h"
 #include "support/SmallPair.h"
 #include "support/TempDir.h"
-#include "support/Trial.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ class EveryByte : public ::testing::TestWithParam<SmallPair> {
 
     TempDir folder{quick_folder()};
     const oracle::Format& format = oracle::format_of(GetParam().extension);
-    Trial trial{format, folder.path()};
+    RepairTrial trial{format, folder.path()};
 
   private:
     QuietErrors quiet_; // One repairer tells of a bad sample there.

@@ -32,10 +32,22 @@ constexpr int kNotMounted = 77;
     return old;
 }
 
-std::uint64_t address_space_in_use() {
+/// A field of statm, from 0 on, in bytes.
+std::uint64_t memory_in_use(int field) {
     std::uint64_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
+    std::ifstream file("/proc/self/statm");
+    for (int index = 0; index <= field; ++index) {
+        file >> pages;
+    }
     return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+std::uint64_t address_space_in_use() {
+    return memory_in_use(0);
+}
+
+std::uint64_t private_memory_in_use() {
+    return memory_in_use(5);
 }
 
 } // namespace
@@ -57,6 +69,13 @@ AddressSpaceLimit::~AddressSpaceLimit() {
 
 bool AddressSpaceLimit::is_possible() {
     return address_space_in_use() < std::uint64_t{1} << 40U;
+}
+
+PrivateMemoryLimit::PrivateMemoryLimit(std::uint64_t more_bytes)
+    : old_(limited(RLIMIT_DATA, private_memory_in_use() + more_bytes)) {}
+
+PrivateMemoryLimit::~PrivateMemoryLimit() {
+    ::setrlimit(RLIMIT_DATA, &old_);
 }
 
 WithoutPrivileges::WithoutPrivileges() : old_(::geteuid()) {

@@ -39,6 +39,19 @@ class AddressSpaceLimit {
     ::rlimit old_{};
 };
 
+/// While it lives, the process gets at most so many bytes of private memory on top of what it has. Files that
+/// are mapped for reading do not count.
+class PrivateMemoryLimit {
+  public:
+    explicit PrivateMemoryLimit(std::uint64_t more_bytes);
+    PrivateMemoryLimit(const PrivateMemoryLimit&) = delete;
+    PrivateMemoryLimit& operator=(const PrivateMemoryLimit&) = delete;
+    ~PrivateMemoryLimit();
+
+  private:
+    ::rlimit old_{};
+};
+
 /// While it lives, a process of root's has no rights but those of a user without any. Others have theirs.
 class WithoutPrivileges {
   public:

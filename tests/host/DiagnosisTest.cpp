@@ -92,7 +92,50 @@ TEST(DamagedSpans, NoiseCountsFromTheBeginningOnly) {
     EXPECT_THAT(find_damaged_spans(jpeg), IsEmpty());
 }
 
+TEST(DamagedSpans, FloodOfRunsIsCutShort) {
+    Bytes bytes((2 * kMostSpansOfAKind + 10) * kSector);
+    for (std::size_t first = 0; first < bytes.size(); first += 2 * kSector) {
+        std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(first), kSector, 0xFF);
+    }
+    const auto spans = find_damaged_spans(bytes);
+    ASSERT_THAT(spans, SizeIs(2 * kMostSpansOfAKind));
+    EXPECT_THAT(spans.back(), IsSpan(SpanKind::kZero, (2 * kMostSpansOfAKind - 1) * kSector, kSector));
+}
+
 // Landmarks and what is told of them.
+
+/// 4 MiB of one pattern.
+Bytes flood_of(const Bytes& pattern) {
+    Bytes bytes;
+    while (bytes.size() < std::size_t{4} << 20U) {
+        bytes.insert(bytes.end(), pattern.begin(), pattern.end());
+    }
+    return bytes;
+}
+
+// Were the time quadratic, some of these would take minutes.
+TEST(Landmarks, FloodsTakeLinearTime) {
+    const std::vector<Bytes> patterns = {
+        {0x11, 0x01},
+        {0x01, 0x11},
+        {0xFE, 0x00},
+        {0x00, 0xFE},
+        {0x00},
+        {'C', 'R', 'A', 'W'},
+        {0, 0, 0, 112, 'C', 'R', 'A', 'W', 0, 0, 0, 228, 'C', 'R', 'A', 'W'},
+        {'I', 'I', '*', 0, 8, 0, 0, 0},
+        // Main images with tile entries that are not legal.
+        {0xFE, 0x00, 4, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x44, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+        {0x00, 0xFE, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0, 0x01, 0x45, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}};
+    for (const Bytes& pattern : patterns) {
+        const Bytes bytes = flood_of(pattern);
+        for (const char* extension : {"arw", "sr2", "raf", "orf", "dng", "cr2", "cr3", "nef"}) {
+            const auto format = format_of(std::string("a.") + extension).value();
+            EXPECT_EQ(find_landmarks(bytes, format).found.empty(), false);
+            static_cast<void>(look_at_sample(bytes, format));
+        }
+    }
+}
 
 class DiagnosisOfEveryFormat : public ::testing::TestWithParam<Format> {
   protected:
@@ -169,7 +212,9 @@ TEST_P(DiagnosisOfEveryFormat, FileThatIsCutTellsHowMuchOfTheImageIsGone) {
     const Diagnosis cut = diagnosis_of(part(pair.original, 0, half), true);
     if (whole.landmarks.images.back().size) {
         EXPECT_GT(cut.image_spoilt.value(), whole.image_spoilt.value_or(0));
-        EXPECT_THAT(cut.repair, HasSubstr("% of the image data look lost"));
+        // Without all of the data a DNG and a CR3 are refused.
+        EXPECT_THAT(cut.repair, HasSubstr(is_repaired() ? "% of the image data look lost"
+                                                        : "will not give the photograph back"));
     }
 }
 
@@ -190,6 +235,18 @@ TEST_P(DiagnosisOfEveryFormat, AnyBytesAreTold) {
         EXPECT_THAT(diagnosis_of(noise(size, 3), false).repair, HasSubstr("will not find the image"));
         EXPECT_THAT(diagnosis_of(Bytes(size, 0xFF), false).repair, HasSubstr("will not find the image"));
     }
+}
+
+/// A damage to the sample's header, which a repair does read.
+TEST_P(DiagnosisOfEveryFormat, SampleWithoutItsHeaderWillNotDo) {
+    write_file(folder / sample_name, zeroed(pair.sample, 0, 8));
+    // A RAF has its TIFF headers further on.
+    if (std::string(GetParam().extension) == "raf") {
+        write_file(folder / sample_name, zeroed(pair.sample, 0, pair.sample.size() / 2));
+    }
+    const Diagnosis diagnosis = diagnosis_of(pair.original, true);
+    EXPECT_THAT(diagnosis.repair, HasSubstr("its own header is damaged"));
+    EXPECT_FALSE(is_repaired());
 }
 
 INSTANTIATE_TEST_SUITE_P(Extensions, DiagnosisOfEveryFormat, ::testing::ValuesIn(formats()),
@@ -221,11 +278,22 @@ TEST_F(DiagnosisOf, JpegsAreFoundWithTheirSizes) {
     EXPECT_THAT(diagnosis.salvage, HasSubstr("320 x 200"));
 }
 
+TEST_F(DiagnosisOf, FloodsOfJpegStartsEnd) {
+    for (const Bytes& pattern : {Bytes{0xFF, 0xD8, 0xFF}, Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0, 2},
+                                 Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0, 8}}) {
+        write_file(folder / "flood.arw", flood_of(pattern));
+        EXPECT_THAT(diagnose(folder / "flood.arw").jpegs, IsEmpty());
+    }
+}
+
 TEST_F(DiagnosisOf, SampleThatWillNotDoIsTold) {
     const Pair dng = formats()[5].make({});
     write_file(folder / "other.dng", dng.sample);
     EXPECT_THAT(diagnose(folder / "broken.arw", folder / "other.dng").repair, HasSubstr("it is no ARW"));
     write_file(folder / "bad.arw", Bytes(5000));
+    EXPECT_THAT(diagnose(folder / "broken.arw", folder / "bad.arw").repair,
+                HasSubstr("its own header is damaged"));
+    write_file(folder / "bad.arw", zeroed(sample.bytes, 8, sample.bytes.size()));
     EXPECT_THAT(diagnose(folder / "broken.arw", folder / "bad.arw").repair,
                 HasSubstr("its own entries are damaged"));
 }
@@ -250,6 +318,47 @@ TEST_F(DiagnosisOf, MissingFileThrows) {
     EXPECT_THROW(static_cast<void>(diagnose(folder.path())), std::runtime_error);
 }
 
+TEST_F(DiagnosisOf, ObstacleIsTold) {
+    const Bytes cut = part(damaged, 0, original.strip_entries + 36);
+    write_file(folder / "broken.arw", cut);
+    const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
+    EXPECT_THAT(diagnosis.repair, HasSubstr("will not give the photograph back: the entries lead past"));
+    const auto json = nlohmann::json::parse(to_json(diagnosis));
+    EXPECT_EQ(json.at("complete"), true);
+    EXPECT_EQ(json.at("obstacle"), "the entries lead past the end of the file");
+}
+
+TEST_F(DiagnosisOf, TextForAWorkerIsTheSame) {
+    const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
+    EXPECT_EQ(diagnosis_text(folder / "broken.arw", folder / "good.arw", false), in_words(diagnosis));
+    EXPECT_EQ(diagnosis_text(folder / "broken.arw", folder / "good.arw", true), to_json(diagnosis) + "\n");
+}
+
+/// What an exception says that a call throws; empty when it throws none.
+template <typename Call>
+std::string complaint_of(Call call) {
+    try {
+        static_cast<void>(call());
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "";
+}
+
+TEST_F(DiagnosisOf, FailuresAreSentences) {
+    const auto complaint = [this](const char* name) {
+        return complaint_of([&] { return diagnose(folder / name); });
+    };
+    EXPECT_EQ(complaint("missing.arw"), "no such file");
+    EXPECT_EQ(complaint("missing/too.arw"), "no such file");
+    EXPECT_EQ(complaint("."), "not a file");
+    EXPECT_EQ(complaint_of([&] { return diagnose(folder / "broken.arw", folder / "missing.arw"); }),
+              "the sample " + utf8(folder / "missing.arw") + ": no such file");
+    write_file(folder / "long.arw", {});
+    std::filesystem::resize_file(folder / "long.arw", std::uint64_t{1} << 31U);
+    EXPECT_THAT(complaint("long.arw"), HasSubstr("2 GiB or more"));
+}
+
 TEST_F(DiagnosisOf, JsonTellsTheSame) {
     const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
     const auto json = nlohmann::json::parse(to_json(diagnosis));
@@ -266,8 +375,9 @@ TEST_F(DiagnosisOf, OneSizeForAllSamplesIsAnObstacle) {
     Cr3Photo photo(Cr3Photo::Options{.number = 1, .pictures = true});
     write_file(folder / "a.cr3", photo.bytes);
     EXPECT_THAT(diagnose(folder / "a.cr3").repair, HasSubstr("likely to give"));
-    const std::size_t common = photo.at("trak3/stsz") + 12;
-    put_u32(photo.bytes, common, 77, ByteOrder::kBig);
+    const std::size_t box = photo.at("trak3/stsz");
+    put_u32(photo.bytes, box, 20, ByteOrder::kBig); // Without a list of sizes.
+    put_u32(photo.bytes, box + 12, 77, ByteOrder::kBig);
     write_file(folder / "a.cr3", photo.bytes);
     const Diagnosis diagnosis = diagnose(folder / "a.cr3");
     EXPECT_THAT(diagnosis.repair, HasSubstr("one size for all samples"));

@@ -8,15 +8,12 @@
 #include "judge/Picture.h"
 #include "judge/PixelSigns.h"
 #include "judge/Promise.h"
-
-#include <libraw/libraw.h>
+#include "judge/RawDecoder.h"
+#include "report/Words.h"
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <ctime>
-#include <memory>
-#include <string_view>
 #include <vector>
 
 namespace plate_mend::host {
@@ -24,136 +21,6 @@ namespace plate_mend::host {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The decoder, with what it tells about its input.
-class Decoder {
-  public:
-    Decoder() { raw_.set_dataerror_handler(nullptr, nullptr); } // Counted, not printed.
-
-    [[nodiscard]] bool open(const fs::path& file) { return raw_.open_file(file.c_str()) == LIBRAW_SUCCESS; }
-    [[nodiscard]] int unpack() { return raw_.unpack(); }
-    [[nodiscard]] LibRaw& raw() { return raw_; }
-    [[nodiscard]] const libraw_data_t& data() const { return raw_.imgdata; }
-
-    /// Data errors so far. LibRaw counts one for each row and more.
-    [[nodiscard]] std::uint32_t errors() {
-        return static_cast<std::uint32_t>(std::max(0, raw_.error_count()));
-    }
-
-    /// The function that decodes, by which one tells how.
-    [[nodiscard]] std::string_view method() {
-        const char* name = raw_.unpack_function_name();
-        return name == nullptr ? "" : name;
-    }
-
-    /// Whether each row takes the same number of bytes.
-    [[nodiscard]] bool has_a_fixed_rate() {
-        constexpr std::array kMethods = {"unpacked_load_raw",  "packed_load_raw",      "packed_dng_load_raw",
-                                         "sony_arw2_load_raw", "nikon_14bit_load_raw", "fuji_14bit_load_raw"};
-        return std::any_of(kMethods.begin(), kMethods.end(), [this](const char* name) {
-            return method().substr(0, std::string_view(name).size()) == name;
-        });
-    }
-
-    [[nodiscard]] bool is_lossless_jpeg() {
-        return method().substr(0, 13) == "lossless_jpeg" || method().substr(0, 12) == "lossless_dng";
-    }
-
-    /// Where the parts of the image begin: its tiles, or its one strip. In order, each once; not empty.
-    [[nodiscard]] std::vector<std::uint64_t> parts(FileBytes& file) {
-        const auto& inner = raw_.get_internal_data_pointer()->unpacker_data;
-        const auto offset = static_cast<std::uint64_t>(std::max<INT64>(0, inner.data_offset));
-        const std::uint64_t count = tiles();
-        if (count == 1) {
-            return {offset};
-        }
-        // With several tiles LibRaw keeps the place of their table.
-        const bool little = inner.order == 0x4949;
-        const auto table = file.read(offset, static_cast<std::size_t>(4 * count));
-        std::vector<std::uint64_t> offsets;
-        for (std::size_t at = 0; at + 4 <= table.size(); at += 4) {
-            std::uint64_t value = 0;
-            for (std::size_t index = 0; index < 4; ++index) {
-                value = value * 256 + table[at + (little ? 3 - index : index)];
-            }
-            offsets.push_back(value);
-        }
-        if (offsets.empty()) {
-            return {offset};
-        }
-        std::sort(offsets.begin(), offsets.end());
-        offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
-        return offsets;
-    }
-
-    /// Where the image data begin.
-    [[nodiscard]] std::uint64_t image(FileBytes& file) { return parts(file).front(); }
-
-    /// The length of the image data, where LibRaw knows it; 0 otherwise.
-    [[nodiscard]] std::uint64_t image_length() {
-        return raw_.get_internal_data_pointer()->unpacker_data.data_size;
-    }
-
-    /// Whether the embedded preview, if it is a JPEG, ends where the file's tables say; zeros may fill it up.
-    [[nodiscard]] bool preview_ends_in_its_place(FileBytes& file) {
-        constexpr std::array<unsigned char, 2> kStart{0xFF, 0xD8};
-        constexpr std::array<unsigned char, 2> kEnd{0xFF, 0xD9};
-        constexpr std::uint64_t kMostFilled = std::uint64_t{1} << 16U;
-        const INT64 offset = raw_.get_internal_data_pointer()->internal_data.toffset;
-        const std::uint64_t length = raw_.imgdata.thumbnail.tlength;
-        if (offset <= 0 || length < kStart.size() + kEnd.size()) {
-            return true;
-        }
-        const auto first = static_cast<std::uint64_t>(offset);
-        const auto start = file.read(first, kStart.size());
-        if (!std::equal(start.begin(), start.end(), kStart.begin(), kStart.end())) {
-            return true;
-        }
-        const std::uint64_t tail = std::min(length, kMostFilled);
-        auto bytes = file.read(first + length - tail, static_cast<std::size_t>(tail));
-        while (!bytes.empty() && bytes.back() == 0) {
-            bytes.pop_back();
-        }
-        return bytes.size() >= kEnd.size() && std::equal(kEnd.rbegin(), kEnd.rend(), bytes.rbegin());
-    }
-
-    /// Coded as CR3 files are.
-    [[nodiscard]] bool is_crx() { return method().substr(0, 3) == "crx"; }
-
-    /// Whether a place in the data tells no row: rows stand side by side in slices or tiles, or each colour
-    /// for itself.
-    [[nodiscard]] bool is_in_slices() {
-        return raw_.get_internal_data_pointer()->unpacker_data.cr2_slice[0] != 0 || tiles() > 1 || is_crx();
-    }
-
-    /// Of the tiles, in pixels; 0 for no tiles.
-    [[nodiscard]] std::size_t tile_width() {
-        return tiles() > 1 ? raw_.get_internal_data_pointer()->unpacker_data.tile_width : 0;
-    }
-
-    /// How many bytes there are for each row of the image up to a place in the file.
-    [[nodiscard]] double rows_in(std::uint64_t bytes) {
-        const auto& inner = raw_.get_internal_data_pointer()->unpacker_data;
-        const double bits = method().substr(0, 13) == "unpacked_load" ? 16
-                            : method().substr(0, 10) == "sony_arw2"   ? 8
-                                                                      : std::max(1U, inner.tiff_bps);
-        return static_cast<double>(bytes) * 8 / (bits * std::max<unsigned>(1, raw_.imgdata.sizes.raw_width));
-    }
-
-  private:
-    [[nodiscard]] std::uint64_t tiles() {
-        const auto& inner = raw_.get_internal_data_pointer()->unpacker_data;
-        const auto& sizes = raw_.imgdata.sizes;
-        if (inner.tile_length == 0 || inner.tile_length >= INT_MAX || inner.tile_width == 0 ||
-            inner.tile_width >= INT_MAX) {
-            return 1;
-        }
-        const auto count = [](std::uint64_t whole, std::uint64_t part) { return (whole + part - 1) / part; };
-        return count(sizes.raw_width, inner.tile_width) * count(sizes.raw_height, inner.tile_length);
-    }
-
-    LibRaw raw_{0U};
-};
 
 std::string date_text(std::time_t time) {
     std::array<char, 32> text{};
@@ -213,7 +80,7 @@ SensorView view_of(const libraw_data_t& data) {
 
 /// What the sample tells of the place of the image: how many bytes stand behind the start of its image.
 std::optional<std::uint64_t> length_in_sample(const fs::path& sample, const libraw_data_t& result) {
-    Decoder decoder;
+    RawDecoder decoder;
     FileBytes bytes(sample);
     if (sample.empty() || !decoder.open(sample) || decoder.data().sizes.raw_width != result.sizes.raw_width ||
         decoder.data().sizes.raw_height != result.sizes.raw_height || !decoder.has_a_fixed_rate()) {
@@ -223,6 +90,11 @@ std::optional<std::uint64_t> length_in_sample(const fs::path& sample, const libr
     return image < bytes.size() ? std::optional(bytes.size() - image) : std::nullopt;
 }
 
+std::string bytes_behind_image(std::uint64_t count) {
+    return counted(count, "byte") + (count == 1 ? " stands" : " stand") +
+           " behind the image data of the damaged file";
+}
+
 /// The story of one judgement, step by step.
 class Judge {
   public:
@@ -230,7 +102,8 @@ class Judge {
 
     Judgement run() {
         if (!decoder_.open(request_.result)) {
-            judgement_.findings.emplace_back("LibRaw does not open the file");
+            const std::string& problem = decoder_.version_problem();
+            tell(problem.empty() ? "LibRaw does not open the file" : problem);
             return judgement_;
         }
         describe(decoder_.data(), judgement_);
@@ -244,7 +117,7 @@ class Judge {
         }
         judgement_.decodes = true;
         if (judgement_.data_errors != 0) {
-            tell("LibRaw counted " + std::to_string(judgement_.data_errors) + " data errors");
+            tell("LibRaw counted " + counted(judgement_.data_errors, "data error"));
         }
         look_at_the_end();
         look_for_fillers();
@@ -276,7 +149,8 @@ class Judge {
         }
         if (broken != 0) {
             tell(std::to_string(broken) + " of " + std::to_string(offsets.size()) +
-                 " parts of the compressed data do not end where their image does");
+                 " parts of the compressed data " +
+                 (broken == 1 ? "does not end where its image does" : "do not end where their image does"));
             place_unknown_ = true;
         }
     }
@@ -304,18 +178,19 @@ class Judge {
         const TracksEnd tracks =
             format_of(request_.damaged) == RawFormat::kCr3 ? end_of_tracks(request_.damaged) : TracksEnd{};
         if (tracks.missing != 0) {
-            tell("the damaged file is " + std::to_string(tracks.missing) +
-                 " bytes shorter than its tables say");
+            tell("the damaged file is " + counted(tracks.missing, "byte") + " shorter than its tables say");
         }
         if (tracks.behind != 0) {
-            tell(std::to_string(tracks.behind) + " bytes stand behind the image data of the damaged file");
+            tell(bytes_behind_image(tracks.behind));
         }
         place_unknown_ = place_unknown_ || tracks.missing != 0 || tracks.behind != 0;
     }
 
     void look_at_sizes() {
         if (request_.filled != 0) {
-            tell(std::to_string(request_.filled) + " bytes are lost; zeros stand for them at the end");
+            tell(request_.filled == 1
+                     ? "1 byte is lost; a zero stands for it at the end"
+                     : counted(request_.filled, "byte") + " are lost; zeros stand for them at the end");
         }
         if (!decoder_.has_a_fixed_rate()) {
             place_unknown_ = place_unknown_ || request_.filled != 0;
@@ -340,8 +215,8 @@ class Judge {
             (more && damaged.only_slack_behind(damaged.size() - (length - *expected)))) {
             return;
         }
-        tell("the image data are " + std::to_string(more ? length - *expected : *expected - length) +
-             " bytes " + (more ? "longer" : "shorter") + " than the sample's");
+        tell("the image data are " + counted(more ? length - *expected : *expected - length, "byte") +
+             (more ? " longer" : " shorter") + " than the sample's");
         place_unknown_ = true;
     }
 
@@ -412,8 +287,7 @@ class Judge {
         Promise promise =
             compare_with_promise(request_.result, request_.damaged, request_.sample, image_, request_.filled);
         if (promise.behind != 0 && image_is_last_) {
-            promise.broken.push_back(std::to_string(promise.behind) +
-                                     " bytes stand behind the image data of the damaged file");
+            promise.broken.push_back(bytes_behind_image(promise.behind));
         }
         judgement_.findings.insert(judgement_.findings.end(), promise.broken.begin(), promise.broken.end());
         place_unknown_ = place_unknown_ || !promise.broken.empty();
@@ -421,7 +295,7 @@ class Judge {
 
     const JudgeRequest& request_;
     FileBytes file_;
-    Decoder decoder_;
+    RawDecoder decoder_;
     std::uint64_t image_ = 0;
     bool image_is_last_ = false; ///< In the sample nothing stands behind the image.
     double rows_there_ = 0;      ///< Rows for which there are bytes, where each takes the same number.
@@ -433,8 +307,8 @@ class Judge {
 } // namespace
 
 std::uint64_t missing_at_the_end(const fs::path& result, const fs::path& sample) {
-    Decoder ours;
-    Decoder theirs;
+    RawDecoder ours;
+    RawDecoder theirs;
     FileBytes our_bytes(result);
     FileBytes their_bytes(sample);
     if (!ours.open(result) || !theirs.open(sample)) {
@@ -446,7 +320,7 @@ std::uint64_t missing_at_the_end(const fs::path& result, const fs::path& sample)
 }
 
 bool is_lost_in_preview(const fs::path& damaged) {
-    Decoder decoder;
+    RawDecoder decoder;
     FileBytes bytes(damaged);
     return decoder.open(damaged) && !decoder.preview_ends_in_its_place(bytes);
 }

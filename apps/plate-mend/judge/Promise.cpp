@@ -2,6 +2,7 @@
 
 #include "FileBytes.h"
 #include "Formats.h"
+#include "report/Words.h"
 
 #include <algorithm>
 #include <optional>
@@ -92,8 +93,8 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
     if (!found || same_bytes(result, image, damaged, *found, proved) < proved) {
         promise.broken.emplace_back("the image data are not those of the damaged file");
     } else if (to_the_end && *found + length < damaged.size()) {
-        promise.broken.push_back("the file ends " + std::to_string(damaged.size() - *found - length) +
-                                 " bytes too early: was the disk full?");
+        promise.broken.push_back("the file ends " + counted(damaged.size() - *found - length, "byte") +
+                                 " too early: was the disk full?");
     } else if (in_one_piece && !damaged.only_slack_behind(*found + length)) {
         promise.behind = damaged.size() - *found - length;
     }

@@ -85,9 +85,13 @@ std::vector<std::string> salvage_warnings(std::uint32_t warnings) {
     return lines;
 }
 
+std::string counted(std::uint64_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
 std::string size_in_words(std::uint64_t bytes) {
     if (bytes < 1000) {
-        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+        return counted(bytes, "byte");
     }
     constexpr std::array kUnits = {" kB", " MB", " GB", " TB", " PB", " EB"};
     double value = static_cast<double>(bytes) / 1000;

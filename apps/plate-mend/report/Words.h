@@ -35,6 +35,9 @@ class Counts {
 /// What was done to a salvaged JPEG: the bits of StillMendReport.warnings, one line each.
 [[nodiscard]] std::vector<std::string> salvage_warnings(std::uint32_t warnings);
 
+/// "1 byte", "2 bytes", "0 bytes": a number with its noun, whose plural ends in s.
+[[nodiscard]] std::string counted(std::uint64_t count, const std::string& noun);
+
 /// "24.5 MB", in powers of 1000; "812 bytes" below 1000.
 [[nodiscard]] std::string size_in_words(std::uint64_t bytes);
 

@@ -1,5 +1,7 @@
 #include "judge/Judge.h"
 
+#include "support/ArwPhoto.h"
+#include "support/Cr3Photo.h"
 #include "support/DngPhoto.h"
 #include "support/TempDir.h"
 
@@ -41,7 +43,7 @@ TEST_F(TilesOfADng, AreCompleteInAWholeOne) {
 
 TEST_F(TilesOfADng, AreJudgedEachForItself) {
     overwrite_half_of_the_first_tile();
-    EXPECT_THAT(findings(), Contains(StartsWith("1 of 6 parts of the compressed data do not end")));
+    EXPECT_THAT(findings(), Contains(StartsWith("1 of 6 parts of the compressed data does not end")));
 }
 
 TEST_F(TilesOfADng, AreReadOnceWhereManyStandInOnePlace) {
@@ -49,7 +51,45 @@ TEST_F(TilesOfADng, AreReadOnceWhereManyStandInOnePlace) {
     for (std::size_t tile = 1; tile < photo_.tiles(); ++tile) {
         put_u32(photo_.bytes, photo_.offset_slot(tile), photo_.tile_offsets[0], photo_.order);
     }
-    EXPECT_THAT(findings(), Contains(StartsWith("1 of 1 parts of the compressed data do not end")));
+    EXPECT_THAT(findings(), Contains(StartsWith("1 of 1 parts of the compressed data does not end")));
+}
+
+/// The findings of a result that was made from a file of some bytes fewer or more than its sample has.
+std::vector<std::string> findings_of(const std::string& extension, const Bytes& sample, const Bytes& result) {
+    const TempDir folder;
+    const auto put = [&](const char* name, const Bytes& bytes) {
+        write_file(folder / (name + extension), bytes);
+        return folder / (name + extension);
+    };
+    return plate_mend::host::judge_raw(
+               {put("result", sample), put("damaged", result), put("sample", sample), {}})
+        .findings;
+}
+
+TEST(JudgedCr3, TellsOneByteAndMoreInProperWords) {
+    const Bytes photo = Cr3Photo({.pictures = true}).bytes;
+    EXPECT_THAT(findings_of(".cr3", photo, part(photo, 0, photo.size() - 1)),
+                Contains("the damaged file is 1 byte shorter than its tables say"));
+    EXPECT_THAT(findings_of(".cr3", photo, part(photo, 0, photo.size() - 2)),
+                Contains("the damaged file is 2 bytes shorter than its tables say"));
+    EXPECT_THAT(findings_of(".cr3", photo, joined(photo, {1})),
+                Contains("1 byte stands behind the image data of the damaged file"));
+    EXPECT_THAT(findings_of(".cr3", photo, joined(photo, {1, 1})),
+                Contains("2 bytes stand behind the image data of the damaged file"));
+}
+
+TEST(JudgedArw, TellsOneByteAndMoreInProperWords) {
+    const TempDir folder;
+    const Bytes photo = ArwPhoto().bytes;
+    const auto result = folder / "result.arw";
+    const auto sample = folder / "sample.arw";
+    write_file(sample, photo);
+    const auto findings = [&](std::size_t fewer, std::uint64_t filled) {
+        write_file(result, part(photo, 0, photo.size() - fewer));
+        return plate_mend::host::judge_raw({result, {}, sample, {}, filled}).findings;
+    };
+    EXPECT_THAT(findings(0, 1), Contains("1 byte is lost; a zero stands for it at the end"));
+    EXPECT_THAT(findings(0, 2), Contains("2 bytes are lost; zeros stand for them at the end"));
 }
 
 } // namespace

@@ -38,6 +38,9 @@ TEST(Words, AttemptThatWasNotTakenHasAReason) {
 }
 
 TEST(Words, SizesAreToldInTheUnitThatFits) {
+    EXPECT_EQ(counted(0, "second"), "0 seconds");
+    EXPECT_EQ(counted(1, "second"), "1 second");
+    EXPECT_EQ(counted(2, "second"), "2 seconds");
     EXPECT_EQ(size_in_words(1), "1 byte");
     EXPECT_EQ(size_in_words(999), "999 bytes");
     EXPECT_EQ(size_in_words(1000), "1.0 kB");

@@ -10,10 +10,10 @@
 namespace test {
 
 /// Advanced repairs of one format, each judged in full.
-class Trial {
+class RepairTrial {
   public:
     /// All files of the repairs stand in the folder, the temporary ones too.
-    Trial(const oracle::Format& format, const std::filesystem::path& folder);
+    RepairTrial(const oracle::Format& format, const std::filesystem::path& folder);
 
     /// Repairs the damaged file with the sample. Empty when all is as it must be:
     ///

@@ -1,4 +1,4 @@
-#include "support/Trial.h"
+#include "support/RepairTrial.h"
 
 #include <plate_mend/plate_mend.h>
 
@@ -22,14 +22,15 @@ std::string about_output(const Bytes& expected, const Bytes& output) {
 
 } // namespace
 
-void Trial::Input::put(const Bytes& wanted) {
+void RepairTrial::Input::put(const Bytes& wanted) {
     if (bytes != wanted) {
         write_file(path, wanted);
         bytes = wanted;
     }
 }
 
-Trial::Trial(const oracle::Format& format, const std::filesystem::path& folder) : format_(format) {
+RepairTrial::RepairTrial(const oracle::Format& format, const std::filesystem::path& folder)
+    : format_(format) {
     const std::string extension(format.extension);
     sample_.path = folder / ("sample." + extension);
     damaged_.path = folder / ("damaged." + extension);
@@ -39,7 +40,7 @@ Trial::Trial(const oracle::Format& format, const std::filesystem::path& folder) 
     MndRawInit(work.c_str(), work.c_str(), work.c_str());
 }
 
-std::string Trial::complaint(const Bytes& sample, const Bytes& damaged) {
+std::string RepairTrial::complaint(const Bytes& sample, const Bytes& damaged) {
     sample_.put(sample);
     damaged_.put(damaged);
     std::optional<std::int32_t> code; // Nothing: the one exception that is allowed.
