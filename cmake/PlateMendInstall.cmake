@@ -72,6 +72,22 @@ if(PLATE_MEND_BUILD_HOST AND PLATE_MEND_MANUAL AND NOT WIN32 AND NOT CMAKE_CROSS
     install(FILES "${manual}/plate-mend.fish" DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endif()
 
+# plate_mend_debian_copyright(<output>): LICENSE as Debian wants it: the holders in a field, then the text without its
+# title and notice, each line indented by a space, and a dot on each empty one.
+function(plate_mend_debian_copyright output)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/LICENSE")
+    file(READ "${PROJECT_SOURCE_DIR}/LICENSE" text)
+    if(NOT text MATCHES "^MIT License\n\nCopyright \\(c\\) ([^\n]+)\n\n(.+)\n$")
+        message(FATAL_ERROR "LICENSE does not begin with its title and one notice")
+    endif()
+    set(copyright_holders "${CMAKE_MATCH_1}")
+    set(licence_text "\n${CMAKE_MATCH_2}")
+    string(REGEX REPLACE "\n\n" "\n.\n" licence_text "${licence_text}")
+    string(REPLACE "\n" "\n " licence_text "${licence_text}")
+    string(SUBSTRING "${licence_text}" 1 -1 licence_text)
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/debian/copyright.in" "${output}" @ONLY)
+endfunction()
+
 # The pages, with what they lead to.
 if(WIN32)
     set(pages .)
@@ -80,8 +96,10 @@ else()
     file(ARCHIVE_CREATE OUTPUT "${PROJECT_BINARY_DIR}/changelog.gz" PATHS "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
         FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9)
     install(FILES "${PROJECT_BINARY_DIR}/changelog.gz" DESTINATION "${pages}")
+    plate_mend_debian_copyright("${PROJECT_BINARY_DIR}/copyright")
+    install(FILES "${PROJECT_BINARY_DIR}/copyright" DESTINATION "${pages}")
 endif()
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${pages}")
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION "${pages}")
 install(DIRECTORY docs DESTINATION "${pages}" FILES_MATCHING PATTERN *.md PATTERN *.jpg)
 install(DIRECTORY examples/c examples/csharp DESTINATION "${pages}/examples"
     FILES_MATCHING PATTERN *.c PATTERN *.cs PATTERN *.csproj)
