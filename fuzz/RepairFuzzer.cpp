@@ -1,8 +1,8 @@
 #include "Harness.h"
 #include "RepairInput.h"
 
-#include "support/TempDir.h"
 #include "support/RepairTrial.h"
+#include "support/TempDir.h"
 
 #include <iostream>
 

@@ -1,64 +1,59 @@
 #include "Batch.h"
 
-#include "SafeOutput.h"
 #include "platform/Interrupt.h"
+#include "record/RunRecord.h"
 
 #include <algorithm>
 #include <atomic>
 #include <exception>
-#include <map>
 #include <mutex>
 #include <optional>
-#include <set>
+#include <system_error>
 #include <thread>
 
 namespace plate_mend::host {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-bool is_there(const std::optional<FileIdentity>& file) {
-    std::error_code none;
-    return !file || fs::file_size(path_from(file->path), none) == file->size;
-}
-
 /// The work on one batch, shared by its threads.
 class Batch {
   public:
     Batch(const BatchRequest& request, const BatchListener& listener)
-        : request_(request), listener_(listener), samples_(request.samples),
-          workers_(request.limits, request.log_directory) {
-        for (const Record& record : request.former) {
-            former_[record.damaged.path] = &record;
-        }
-    }
+        : request_(request), listener_(listener),
+          samples_(request.samples), tools_{samples_, checks_, request.workers, request.inputs,
+                                            request.record} {}
 
-    bool run() {
+    BatchEnd run() {
+        const std::size_t wanted = std::min<std::size_t>(std::max(1U, request_.jobs), request_.files.size());
         std::vector<std::thread> threads;
-        for (unsigned number = 0; number < std::max(1U, request_.jobs); ++number) {
-            threads.emplace_back([this] { work(); });
+        threads.reserve(wanted);
+        try {
+            while (threads.size() + 1 < wanted) {
+                threads.emplace_back([this] { work(); });
+            }
+        } catch (const std::system_error&) {
+            // Those that could be had do the work.
         }
+        work(); // This thread works as well.
         for (std::thread& thread : threads) {
             thread.join();
         }
         if (failure_) {
             std::rethrow_exception(failure_);
         }
-        return !interrupted_;
+        return no_room_ ? BatchEnd::kNoRoom : interrupted_ ? BatchEnd::kInterrupted : BatchEnd::kDone;
     }
 
   private:
     void work() {
         try {
-            while (!interrupted_ && !platform::interrupted()) {
+            while (!ends_early()) {
                 const std::size_t index = next_++;
-                if (index >= request_.inputs.size()) {
+                if (index >= request_.files.size()) {
                     return;
                 }
-                work_on(request_.inputs[index]);
+                work_on(request_.files[index]);
             }
-            interrupted_ = true;
         } catch (const Interrupted&) {
             interrupted_ = true;
         } catch (...) {
@@ -68,23 +63,40 @@ class Batch {
         }
     }
 
-    void work_on(const Input& input) {
-        if (const Record* record = request_.resume ? finished(input) : nullptr) {
-            tell(*record, false);
-            return;
+    bool ends_early() {
+        if (platform::interrupted()) {
+            interrupted_ = true;
         }
-        tell_of_begin(input);
-        const auto judged =
-            request_.resume ? judged_anew(input, workers_, request_.repair) : std::optional<Record>();
-        tell(judged ? *judged : repair_file(input, samples_, workers_, request_.repair), true);
+        return interrupted_ || no_room_;
     }
 
-    /// The record of a former run, when it delivered something that is still there.
-    [[nodiscard]] const Record* finished(const Input& input) const {
-        const auto found = former_.find(utf8_from(input.path));
-        const bool delivered = found != former_.end() && (found->second->raw || found->second->jpeg);
-        return delivered && is_there(found->second->raw) && is_there(found->second->jpeg) ? found->second
-                                                                                          : nullptr;
+    void work_on(const PlannedFile& file) {
+        if (request_.repair.resume && request_.record != nullptr) {
+            if (const auto record = request_.record->finished(file.input.path, file.outputs.raw)) {
+                tell(*record, false);
+                return;
+            }
+        }
+        tell_of_begin(file.input);
+        bool no_room = false;
+        Record record = repair_file(file, tools_, request_.repair, no_room);
+        remember(record, no_room);
+        tell(record, true);
+        if (no_room) {
+            no_room_ = true;
+        }
+    }
+
+    /// Results are recorded before they are delivered; should this fail, that line does for the next run.
+    void remember(Record& record, bool& no_room) {
+        try {
+            if (request_.record != nullptr) {
+                request_.record->add(record);
+            }
+        } catch (const MachineFailure& e) {
+            no_room = no_room || e.no_room();
+            record.problem = e.what();
+        }
     }
 
     void tell_of_begin(const Input& input) {
@@ -100,43 +112,23 @@ class Batch {
     const BatchRequest& request_;
     const BatchListener& listener_;
     Samples samples_;
-    Workers workers_;
-    std::map<std::string, const Record*> former_;
+    SampleChecks checks_;
+    RepairTools tools_;
     std::atomic<std::size_t> next_ = 0;
     std::atomic<bool> interrupted_ = false;
+    std::atomic<bool> no_room_ = false;
     std::mutex mutex_; ///< Of the listener and the failure.
     std::exception_ptr failure_;
 };
 
 } // namespace
 
-void check_outputs(const BatchRequest& request) {
-    std::set<fs::path> inputs;
-    for (const Input& input : request.inputs) {
-        inputs.insert(fs::weakly_canonical(input.path));
+BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener) {
+    try {
+        return Batch(request, listener).run();
+    } catch (const Interrupted&) {
+        return BatchEnd::kInterrupted; // While the samples were looked at.
     }
-    for (const fs::path& sample : request.samples) {
-        inputs.insert(fs::weakly_canonical(sample));
-    }
-    std::map<fs::path, fs::path> owners;
-    for (const Input& input : request.inputs) {
-        const Outputs outputs = outputs_of(input, request.repair);
-        for (const fs::path& output : {outputs.raw, outputs.jpeg}) {
-            const fs::path place = fs::weakly_canonical(output);
-            if (inputs.count(place) != 0) {
-                throw OutputClash(utf8_from(output) + ": the output is also an input");
-            }
-            const auto [owner, is_new] = owners.emplace(place, input.path);
-            if (!is_new) {
-                throw OutputClash(utf8_from(output) + " would be the result of " + utf8_from(owner->second) +
-                                  " and of " + utf8_from(input.path));
-            }
-        }
-    }
-}
-
-bool run_batch(const BatchRequest& request, const BatchListener& listener) {
-    return Batch(request, listener).run();
 }
 
 } // namespace plate_mend::host

@@ -3,44 +3,39 @@
 #include "FileRepair.h"
 #include "Worker.h"
 
-#include <filesystem>
 #include <functional>
-#include <stdexcept>
 #include <vector>
 
 namespace plate_mend::host {
 
-/// What a batch works on, and what is told of it.
+class RunRecord;
+
+/// What a batch works on, and how.
 struct BatchRequest {
-    std::vector<Input> inputs;
+    std::vector<PlannedFile> files;
     std::vector<std::filesystem::path> samples;
-    RepairSettings repair;
-    WorkerLimits limits;
-    std::filesystem::path log_directory; ///< Empty: no log is kept.
-    unsigned jobs = 1;                   ///< Files at a time.
-    /// Records of a former run. Files that it finished, and whose results are still there, are not done
-    /// again; neither are those without a record whose results are there: they are judged anew.
-    std::vector<Record> former;
-    bool resume = false;
+    const Protected& inputs; ///< Damaged files and samples.
+    const Workers& workers;
+    RepairSettings repair; ///< When it resumes, files that the record has as finished are not done again.
+    unsigned jobs = 1;     ///< Files at a time.
+    RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
 };
 
 /// Who is told of the work, by one call at a time.
 struct BatchListener {
     std::function<void(const Input& input)> begins;
-    /// In no order. A record that is not new stood in the reports of the former run.
+    /// In no order. A record that is not new is one of a former run.
     std::function<void(const Record& record, bool is_new)> ends;
 };
 
-/// Two results of a batch would be written to one place, or one to the place of an input. what() names them.
-class OutputClash : public std::runtime_error {
-    using std::runtime_error::runtime_error;
+/// How a batch ended.
+enum class BatchEnd {
+    kDone,        ///< Each file has its record.
+    kInterrupted, ///< The user interrupted. Nothing is left of files without a record.
+    kNoRoom,      ///< The disk is full. Likewise.
 };
 
-/// Throws OutputClash, before anything is done.
-void check_outputs(const BatchRequest& request);
-
-/// Repairs all inputs. True when all were done; false when the user interrupted: then each finished file had
-/// its record, and of the others nothing is left. Throws what the listener throws.
-[[nodiscard]] bool run_batch(const BatchRequest& request, const BatchListener& listener);
+/// Repairs all files. Throws what the listener throws.
+[[nodiscard]] BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener);
 
 } // namespace plate_mend::host

@@ -3,9 +3,15 @@
 #include "Codes.h"
 #include "CommandLine.h"
 #include "Diagnosis.h"
+#include "Failures.h"
+#include "Notes.h"
 #include "SafeOutput.h"
 #include "Worker.h"
+#include "files/WorkingCopy.h"
+#include "platform/Files.h"
 #include "platform/Interrupt.h"
+#include "report/Text.h"
+#include "report/Words.h"
 
 #include <plate_mend/plate_mend.h>
 #include <still_mend/still_mend.h>
@@ -14,6 +20,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <sstream>
 
@@ -24,7 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 
 int fail(const std::string& message) {
-    std::cerr << "plate-mend: " << message << '\n';
+    complain(message);
     return kSomePartial;
 }
 
@@ -51,14 +58,21 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     const fs::path damaged = path_from(options.damaged);
     const fs::path output = options.output.empty() ? fs::path(damaged).replace_extension(".salvaged.jpg")
                                                    : path_from(options.output);
-    if (const auto refusal = refuse_output(output, {damaged}, options.force)) {
+    Protected inputs;
+    inputs.add(damaged);
+    if (const auto refusal = refuse_output(output, inputs, options.force)) {
         return fail(*refusal);
     }
-    const PrivateFolder folder(output);
-    const fs::path made = folder.path() / "output.jpg";
     platform::remember_interrupts();
-    const Workers workers({program, options.limits.seconds, options.limits.memory_mib << 20U}, {});
-    const SalvagedPicture picture = workers.salvage(folder.path(), {damaged, made, {}});
+    clear_stale_folders(folder_of(output));
+    const PrivateFolder folder(folder_of(output));
+    const fs::path copy = folder.path() / "damaged";
+    const fs::path made = folder.path() / "output.jpg";
+    const CopiedFile copied = copy_what_is_readable(damaged, copy);
+    fs::resize_file(copy, copied.size);
+    Notes notes;
+    const Workers workers({program, options.limits.seconds, options.limits.memory_mib << 20U, &notes});
+    const SalvagedPicture picture = workers.salvage(folder.path(), {copy, made, {}});
     if (!picture.code) {
         return fail(options.damaged + ": " + picture.problem);
     }
@@ -66,21 +80,46 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     if (code != STILL_MEND_OK && code != STILL_MEND_ONLY_THUMBNAIL) {
         return fail(options.damaged + ": " + explain_salvage(code));
     }
-    deliver(made, output, options.force);
-    std::cout << options.damaged << ": picture saved to " << utf8_from(output) << " (" << told(picture)
-              << ")\n";
+    deliver(made, output, inputs, options.force);
+    if (!copied.unreadable.empty()) {
+        notes.add(options.damaged + ": " + unreadable_in_words(copied.unreadable));
+    }
+    std::cout << printable(options.damaged) << ": picture saved to " << printable(utf8_from(output)) << " ("
+              << told(picture) << ")\n";
     return code == STILL_MEND_OK ? kAllWhole : fail(options.damaged + ": " + explain_salvage(code));
 }
 
-/// Runs a command, with exceptions of the library and of the file system as messages.
+/// Runs a command on one file, with exceptions as messages.
 template <typename Command>
 int guarded(const std::string& file, Command command) {
     try {
         return command();
     } catch (const Interrupted&) {
         return kInterrupted;
+    } catch (const MachineFailure& e) {
+        complain(file + ": " + e.what());
+        return kSomeNotDone;
+    } catch (const std::system_error& e) {
+        complain(file + ": " + reason_in_words(e));
+        return kSomeNotDone;
+    } catch (const std::bad_alloc& e) {
+        complain(file + ": " + reason_in_words(e));
+        return kSomeNotDone;
     } catch (const std::exception& e) {
-        return fail(file + ": " + e.what());
+        return fail(file + ": " + reason_in_words(e));
+    }
+}
+
+/// False where nothing is. Throws MachineFailure for what cannot be read.
+bool is_there_to_read(const fs::path& file) {
+    try {
+        if (!platform::stamp_of(file)) {
+            return false;
+        }
+        const platform::SourceFile source(file);
+        return true;
+    } catch (const std::system_error& e) {
+        throw MachineFailure("cannot be read", e.code());
     }
 }
 
@@ -90,34 +129,57 @@ int run_salvage(const SalvageOptions& options, const fs::path& program) {
     return guarded(options.damaged, [&] { return salvage(options, program); });
 }
 
-int run_check(const std::vector<std::string>& files) {
+namespace {
+
+/// Calls look(file, workers, folder) for each file, with a working folder on another disk than the file's:
+/// nothing is written there. Returns the worst status.
+template <typename LookAt>
+int look_at_each(const std::vector<std::string>& files, const LimitOptions& limits, const fs::path& program,
+                 LookAt look_at) {
+    platform::remember_interrupts();
+    Notes notes;
+    const Workers workers({program, limits.seconds, limits.memory_mib << 20U, &notes});
     int status = kAllWhole;
+    std::error_code none;
+    clear_stale_folders(fs::temp_directory_path(none));
     for (const std::string& file : files) {
-        const int one = guarded(file, [&file] {
-            const bool opens = CheckRawFile(file.c_str()) == PLATE_MEND_OK;
-            std::cout << file << (opens ? ": opens" : ": does not open") << '\n';
-            return opens ? kAllWhole : kSomePartial;
+        const int one = guarded(file, [&] {
+            const PrivateFolder folder(fs::temp_directory_path());
+            return look_at(file, workers, folder.path());
         });
-        if (one != kAllWhole) {
-            status = one;
+        if (one == kInterrupted) {
+            return one;
         }
+        status = std::max(status, one);
     }
     return status;
 }
 
-int run_diagnose(const DiagnoseOptions& options) {
-    int status = kAllWhole;
-    for (const std::string& file : options.files) {
-        status = std::max(status, guarded(file, [&] {
-                              const auto sample = options.sample.empty()
-                                                      ? std::nullopt
-                                                      : std::optional(path_from(options.sample));
-                              const Diagnosis diagnosis = diagnose(path_from(file), sample);
-                              std::cout << (options.json ? to_json(diagnosis) + "\n" : in_words(diagnosis));
-                              return kAllWhole;
-                          }));
-    }
-    return status;
+} // namespace
+
+int run_check(const std::vector<std::string>& files, const LimitOptions& limits, const fs::path& program) {
+    return look_at_each(
+        files, limits, program, [](const std::string& file, const Workers& workers, const fs::path& folder) {
+            const auto look = is_there_to_read(path_from(file))
+                                  ? workers.check(folder, reachable_name(path_from(file), folder, "file"))
+                                  : Workers::Look{.opens = false, .text = {}, .problem = "no such file"};
+            std::cout << printable(file) << (look.opens ? ": opens" : ": does not open")
+                      << (look.problem.empty() ? "" : " (" + printable(look.problem) + ")") << '\n';
+            return look.opens ? kAllWhole : kSomePartial;
+        });
+}
+
+int run_diagnose(const DiagnoseOptions& options, const fs::path& program) {
+    return look_at_each(options.files, options.limits, program,
+                        [&](const std::string& file, const Workers& workers, const fs::path& folder) {
+                            const auto look = workers.diagnose(
+                                folder, {path_from(file), path_from(options.sample), options.json});
+                            if (!look.problem.empty()) {
+                                return fail(look.problem);
+                            }
+                            std::cout << look.text;
+                            return kAllWhole;
+                        });
 }
 
 int run_explain(const std::string& code) {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/Files.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,11 +26,13 @@ struct RepairOptions {
     std::vector<std::string> sample_folders; ///< Folders of whole photographs.
     std::vector<std::string> extensions;     ///< Taken of folders; empty: all nine.
     std::string files_from;                  ///< A list of further paths; empty: none.
-    std::string out;                         ///< Folder of the results; empty: beside the damaged files.
-    std::string output;                      ///< Name of the one result; empty: made from the damaged file's.
+    std::string root;          ///< Where results' places are reckoned from; empty: what all share.
+    std::string out;           ///< Folder of the results; empty: beside the damaged files.
+    std::string output;        ///< Name of the one result; empty: made from the damaged file's.
     std::string json;          ///< File for JSON Lines, "-" for the standard output; empty: none.
     std::string csv;           ///< The same for a table.
     std::string report;        ///< File for a contact sheet; empty: none.
+    std::string task;          ///< The run's name in `out`; empty: the only run there.
     std::string log_directory; ///< Empty: no log is kept.
     unsigned jobs = 0;         ///< Files at a time; 0: as many as there are processors.
     unsigned most_samples = 8; ///< Tried for a file.
@@ -50,20 +55,26 @@ struct SalvageOptions {
 struct DiagnoseOptions {
     std::vector<std::string> files;
     std::string sample; ///< Empty: none.
-    bool json = false;  ///< One object a file instead of text.
+    bool json = false;  ///< One object per file instead of text.
+    LimitOptions limits;
 };
 
 /// Repairs photographs, tells of each and writes the reports.
-[[nodiscard]] int run_repair(const RepairOptions& options, const std::filesystem::path& program);
+///
+///   is_removable  whether a path is on a medium that people take out; tests have answers of their own
+[[nodiscard]] int
+run_repair(const RepairOptions& options, const std::filesystem::path& program,
+           const std::function<bool(const std::filesystem::path&)>& is_removable = platform::is_removable);
 
 /// The general repair of one photograph or JPEG.
 [[nodiscard]] int run_salvage(const SalvageOptions& options, const std::filesystem::path& program);
 
-/// Whether LibRaw opens each file.
-[[nodiscard]] int run_check(const std::vector<std::string>& files);
+/// Whether LibRaw opens each file, asked in a worker.
+[[nodiscard]] int run_check(const std::vector<std::string>& files, const LimitOptions& limits,
+                            const std::filesystem::path& program);
 
-/// What is left of each file.
-[[nodiscard]] int run_diagnose(const DiagnoseOptions& options);
+/// What is left of each file, looked at in a worker.
+[[nodiscard]] int run_diagnose(const DiagnoseOptions& options, const std::filesystem::path& program);
 
 /// What a code means: a number or a name.
 [[nodiscard]] int run_explain(const std::string& code);

@@ -322,7 +322,7 @@ std::string words_of(const Diagnosis& diagnosis) {
 
 std::string json_of(const Diagnosis& diagnosis) {
     const Json json = {{"schema", "plate-mend/diagnosis/1"},
-                       {"path", diagnosis.path},
+                       {"path", escaped_name(diagnosis.path)},
                        {"size", diagnosis.size},
                        {"format", diagnosis.format ? Json(name_of(*diagnosis.format)) : Json(nullptr)},
                        {"spans", spans_json(diagnosis.spans)},
@@ -333,7 +333,7 @@ std::string json_of(const Diagnosis& diagnosis) {
                        {"images", images_json(diagnosis.landmarks.images)},
                        {"image_spoilt", or_null(diagnosis.image_spoilt)},
                        {"jpegs", jpegs_json(diagnosis.jpegs)},
-                       {"sample", or_null(diagnosis.sample)},
+                       {"sample", diagnosis.sample ? Json(escaped_name(*diagnosis.sample)) : Json(nullptr)},
                        {"sample_problem", text_or_null(diagnosis.sample_problem)},
                        {"repair", diagnosis.repair},
                        {"salvage", diagnosis.salvage}};
@@ -352,11 +352,6 @@ std::string in_words(const Diagnosis& diagnosis) {
 
 std::string to_json(const Diagnosis& diagnosis) {
     return in_sentences([&] { return json_of(diagnosis); });
-}
-
-std::string diagnosis_text(const fs::path& file, const std::optional<fs::path>& sample, bool json) {
-    const Diagnosis diagnosis = diagnose(file, sample);
-    return json ? to_json(diagnosis) + '\n' : in_words(diagnosis);
 }
 
 } // namespace plate_mend::host

@@ -50,9 +50,4 @@ struct Diagnosis {
 /// diagnose.
 [[nodiscard]] std::string to_json(const Diagnosis& diagnosis);
 
-/// What the program prints for a file: the words, or one line of JSON with its line break. One call with
-/// nothing but texts in and out, for a worker process. Throws as diagnose.
-[[nodiscard]] std::string diagnosis_text(const std::filesystem::path& file,
-                                         const std::optional<std::filesystem::path>& sample, bool json);
-
 } // namespace plate_mend::host

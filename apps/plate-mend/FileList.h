@@ -10,29 +10,39 @@ namespace plate_mend::host {
 /// A damaged file of a batch.
 struct Input {
     std::filesystem::path path;
-    std::filesystem::path
-        below; ///< Its place below the folder that was named; its name alone for a named file.
+    std::filesystem::path below; ///< Its place below the root of the run, for its result's place.
+    std::string problem;         ///< Why it cannot be worked on; empty for most.
 };
 
-/// A list of files cannot be read or understood. what() says which and why.
+/// A list of files cannot be read. what() says which and why.
 class ListError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Which files of a folder are taken.
+/// Which files are taken, and where their results' places are reckoned from.
 struct FileFilter {
     std::vector<std::string> extensions; ///< Lower case, without dots. Empty: those of an advanced repair.
+    std::filesystem::path root;          ///< Empty: the folder that all paths have in common.
+    std::filesystem::path left_out;      ///< A folder whose files are no inputs; empty: none.
 };
 
-/// Files that were named as they are, and all files of folders, at any depth, sorted by their path. Of a
-/// folder are left out: what the filter does not take, hidden folders, and what this program made
-/// (NAME.repaired.EXT, NAME.salvaged.jpg). A path at which nothing stands stays in the list, for the report.
-/// Throws std::filesystem::filesystem_error when a folder cannot be read.
-[[nodiscard]] std::vector<Input> files_in(const std::vector<std::filesystem::path>& paths,
-                                          const FileFilter& filter);
+/// The files of a run.
+struct FileSelection {
+    std::vector<Input> files;
+    std::vector<std::string> notes;    ///< Files that were named more than once.
+    std::vector<std::string> problems; ///< Folders that cannot be read.
+};
 
-/// The paths in a list: one a line, or one JSON object a line with a member "path", or a record of a former
-/// run. "-" is the standard input. Throws ListError.
+/// Files that were named as they are, and all files of folders, at any depth, sorted by their path. Links to
+/// folders are not followed. Left out in folders: what the filter does not take, hidden folders, and what
+/// this program made (NAME.repaired.EXT, NAME.salvaged.jpg). A file that was named twice is taken once. A
+/// path at which nothing is stays in the list, for the report; a file outside the root has its problem told.
+[[nodiscard]] FileSelection files_in(const std::vector<std::filesystem::path>& paths,
+                                     const FileFilter& filter);
+
+/// The paths in a list: one per line, or one JSON object per line with a member "path", or a record of a
+/// former run. A line that begins with a brace and is no such object is a path. "-" is the standard input.
+/// Throws ListError.
 [[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list);
 
 } // namespace plate_mend::host

@@ -1,47 +1,48 @@
 #pragma once
 
-#include "FileList.h"
+#include "Plan.h"
 #include "Record.h"
+#include "SampleChecks.h"
 #include "Samples.h"
 #include "Worker.h"
 
+#include <cstddef>
 #include <filesystem>
-#include <optional>
-#include <string>
 
 namespace plate_mend::host {
 
+class RunRecord;
+
 /// How files of a batch are repaired.
 struct RepairSettings {
-    std::filesystem::path out; ///< Folder of the results; empty: beside each damaged file.
-    std::filesystem::path
-        output;            ///< The one result's own name; empty for a name made from the damaged file's.
-    bool force = false;    ///< Replace what stands at an output.
-    bool fallback = true;  ///< Salvage a JPEG where the RAW photograph is not whole.
-    bool pictures = false; ///< Records have a small picture of what was delivered.
-    bool hashes = false;   ///< Records have SHA-256 sums.
-    std::size_t most_samples = 8; ///< That are tried for a file.
+    std::filesystem::path work;   ///< Where working folders go; empty: beside each result.
+    bool force = false;           ///< Replace what is at an output.
+    bool resume = false;          ///< A former run's results of the same files may be at the outputs.
+    bool fallback = true;         ///< Salvage a JPEG where the RAW photograph is not whole.
+    bool pictures = false;        ///< Records have a small picture of what was delivered.
+    std::size_t most_samples = 8; ///< Tried for a file.
 };
 
-/// Where the results of one damaged file go.
-struct Outputs {
-    std::filesystem::path raw;
-    std::filesystem::path jpeg;
+/// What all files of a batch share. Everything may be used by several threads.
+struct RepairTools {
+    const Samples& samples;
+    SampleChecks& checks;
+    const Workers& workers;
+    const Protected& inputs;     ///< Damaged files and samples.
+    RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
 };
-[[nodiscard]] Outputs outputs_of(const Input& input, const RepairSettings& settings);
 
-/// Repairs one damaged file, and delivers what came of it: samples are tried until a result is whole, the
-/// best result is kept, and where it is not whole the general repair gives a JPEG beside it.
+/// Repairs one damaged file, and delivers what came of it. A file that is intact already is left alone. Else
+/// samples that decode are tried until a result is whole, the best result is kept, and where it is not whole
+/// the general repair gives a JPEG beside it.
 ///
-/// Inputs are only read; those that the library wants to write to are copied where that is not allowed, and a
-/// CR3 sample always, as others may use it at the same time. Outputs appear whole under their name or not at
-/// all. Whatever goes wrong with this one file stands in the record. Throws Interrupted only.
-[[nodiscard]] Record repair_file(const Input& input, const Samples& samples, const Workers& workers,
-                                 const RepairSettings& settings);
-
-/// The record of a damaged file whose results are there already, judged anew; nothing when none is there.
-/// Throws Interrupted only.
-[[nodiscard]] std::optional<Record> judged_anew(const Input& input, const Workers& workers,
-                                                const RepairSettings& settings);
+/// The damaged file is read once, into a working copy; what of it cannot be read becomes zeros there. Outputs
+/// appear whole under their names or not at all. Whatever goes wrong is in the record: a failure of the
+/// machine makes it "not done"; then nothing was delivered, except where that replaced something. Throws
+/// Interrupted only.
+///
+///   no_room  becomes true when the disk is full; the batch has to stop then
+[[nodiscard]] Record repair_file(const PlannedFile& file, const RepairTools& tools,
+                                 const RepairSettings& settings, bool& no_room);
 
 } // namespace plate_mend::host

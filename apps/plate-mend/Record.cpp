@@ -6,10 +6,14 @@ const char* name_of(Verdict verdict) {
     switch (verdict) {
     case Verdict::kWhole:
         return "whole";
+    case Verdict::kIntact:
+        return "intact";
     case Verdict::kPartial:
         return "partial";
     case Verdict::kPreviewOnly:
         return "preview only";
+    case Verdict::kNotDone:
+        return "not done";
     case Verdict::kNotRepaired:
         break;
     }

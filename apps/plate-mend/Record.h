@@ -1,27 +1,32 @@
 #pragma once
 
+#include "files/WorkingCopy.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-// What became of one damaged file: the one thing that reports are made of. Paths are UTF-8, sizes are bytes.
+// What became of one damaged file: the one thing that reports are made of. Paths are bytes, as Paths.h has
+// them; sizes are in bytes.
 
 namespace plate_mend::host {
 
 /// What a person has in the end. An independent decode decides, never a code alone.
 enum class Verdict {
     kWhole,       ///< The RAW photograph decodes without a sign of damage.
+    kIntact,      ///< The input itself decodes without a sign of damage. It was left alone.
     kPartial,     ///< The RAW photograph decodes, but not all of it is the picture.
     kPreviewOnly, ///< No RAW photograph, but a JPEG that was inside the damaged file.
-    kNotRepaired, ///< Nothing was delivered.
+    kNotRepaired, ///< Nothing could be delivered.
+    kNotDone,     ///< The machine or a refusal was in the way; nothing is known of the photograph.
 };
 
-inline constexpr std::array kVerdicts = {Verdict::kWhole, Verdict::kPartial, Verdict::kPreviewOnly,
-                                         Verdict::kNotRepaired};
+inline constexpr std::array kVerdicts = {Verdict::kWhole,       Verdict::kIntact,      Verdict::kPartial,
+                                         Verdict::kPreviewOnly, Verdict::kNotRepaired, Verdict::kNotDone};
 
-/// "whole", "partial", "preview only", "not repaired": in reports, messages and JSON.
+/// "whole", "intact", "partial", "preview only", "not repaired", "not done": in reports, messages and JSON.
 [[nodiscard]] const char* name_of(Verdict verdict);
 
 /// The verdict of that name; nothing for another text.
@@ -29,9 +34,11 @@ inline constexpr std::array kVerdicts = {Verdict::kWhole, Verdict::kPartial, Ver
 
 /// A file as it is on the disk.
 struct FileIdentity {
-    std::string path;
+    std::string path; ///< As it was given; its bytes need not be UTF-8.
     std::uint64_t size = 0;
-    std::string sha256; ///< 64 lower-case hexadecimal digits; empty when it was not computed.
+    std::string sha256;        ///< 64 lower-case hexadecimal digits; empty when it was not computed.
+    std::int64_t modified = 0; ///< When its bytes changed, as FileStamp has it; 0: unknown. Not in reports.
+    std::int64_t changed = 0;  ///< When anything of it changed, likewise.
 };
 
 /// What an independent decode of a RAW file told.
@@ -52,9 +59,13 @@ struct Attempt {
     std::string sample;
     std::string why;                  ///< Why the sample stands at this place of the list, in words.
     std::optional<std::int32_t> code; ///< Of the advanced repair; nothing when it gave none.
-    std::string problem; ///< Why there was no code: an exception, a crash, the time limit. May be empty.
-    Judgement judgement; ///< Of the result; all empty unless the code is 0.
-    bool taken = false;  ///< The delivered RAW photograph was made with this sample.
+    std::string problem;      ///< Why there was no code: an exception, a crash, the time limit. May be empty.
+    Judgement judgement;      ///< Of the result; all empty unless the code is 0.
+    bool taken = false;       ///< The delivered RAW photograph was made with this sample.
+    std::string room_problem; ///< The machine's, if the result could not have grown to its full length. Not
+                              ///< in JSON or CSV.
+    bool no_room = false;     ///< That is a full disk. Likewise.
+    std::string engine;       ///< What made the result: "exact". Empty for a sample that was set aside.
 };
 
 /// The general repair's part.
@@ -75,8 +86,10 @@ struct SalvagedPicture {
 struct Record {
     FileIdentity damaged;
     Verdict verdict = Verdict::kNotRepaired;
-    std::string problem; ///< Why nothing was even tried: no such file, an output that exists. May be empty.
-    std::vector<Attempt> attempts; ///< In the order they were tried.
+    std::string problem; ///< Why nothing was even tried, or why it is not done. May be empty.
+    std::vector<UnreadableSpan> unreadable; ///< Of the damaged file; zeros were taken in their place.
+    std::uint64_t zeros_left_out = 0; ///< At the end of the damaged file, longer than any photograph here.
+    std::vector<Attempt> attempts;    ///< In the order they were tried.
     SalvagedPicture salvage;
     std::optional<FileIdentity> raw;  ///< The delivered RAW photograph.
     std::optional<FileIdentity> jpeg; ///< The delivered JPEG.

@@ -1,6 +1,7 @@
 #include "Samples.h"
 
-#include "SafeOutput.h"
+#include "Failures.h"
+#include "text/Paths.h"
 
 #include <algorithm>
 #include <chrono>
@@ -128,11 +129,23 @@ bool same_file(const fs::path& one, const fs::path& other) {
 Samples::Samples(const std::vector<fs::path>& files) {
     facts_.reserve(files.size());
     for (const fs::path& file : files) {
+        check_interruption();
         facts_.push_back(facts_of(file));
     }
 }
 
-std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path) const {
+std::uint64_t Samples::longest_for(const fs::path& damaged) const {
+    const auto format = format_of(damaged);
+    std::uint64_t of_format = 0;
+    std::uint64_t of_all = 0;
+    for (const FileFacts& sample : facts_) {
+        of_all = std::max(of_all, sample.size);
+        of_format = std::max(of_format, sample.format == format ? sample.size : 0);
+    }
+    return of_format != 0 ? of_format : of_all;
+}
+
+std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
     std::vector<const FileFacts*> fitting;
     for (const FileFacts& sample : facts_) {
         if (sample.format == format_of(damaged_path) && !same_file(sample.path, damaged_path)) {
@@ -143,7 +156,10 @@ std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path) const {
         !fitting.empty()) { // Nothing to choose from: the damaged file need not be read.
         return {{fitting.front()->path, "the only one"}};
     }
-    const FileFacts damaged = facts_of(damaged_path);
+    FileFacts damaged = facts_of(copy);
+    damaged.path = damaged_path;
+    std::error_code none;
+    damaged.changed = fs::last_write_time(damaged_path, none);
     std::vector<Ranked> ranked;
     ranked.reserve(fitting.size());
     for (const FileFacts* sample : fitting) {

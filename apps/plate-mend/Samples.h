@@ -2,6 +2,7 @@
 
 #include "FileFacts.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -17,13 +18,18 @@ struct Candidate {
 /// The whole photographs of a batch.
 class Samples {
   public:
-    /// Looks at each file once.
+    /// Looks at each file once. Throws Interrupted.
     explicit Samples(const std::vector<std::filesystem::path>& files);
 
     /// The candidates of the damaged file's format, the likeliest first: those that share picture sizes with
     /// what is alive of it and have its byte order, then those of about its size, of a name and a date near
-    /// to its own. Never the damaged file itself.
-    [[nodiscard]] std::vector<Candidate> ranked_for(const std::filesystem::path& damaged) const;
+    /// to its own. Never the damaged file itself. What is alive is looked for in the copy: the damaged file
+    /// is not read.
+    [[nodiscard]] std::vector<Candidate> ranked_for(const std::filesystem::path& damaged,
+                                                    const std::filesystem::path& copy) const;
+
+    /// The length of the longest sample of the damaged file's format, in bytes; of all samples where none is.
+    [[nodiscard]] std::uint64_t longest_for(const std::filesystem::path& damaged) const;
 
   private:
     std::vector<FileFacts> facts_;

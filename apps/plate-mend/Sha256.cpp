@@ -1,45 +1,58 @@
 #include "Sha256.h"
 
-#include "SafeOutput.h"
+#include "Failures.h"
+#include "platform/Files.h"
+#include "text/Paths.h"
 
 #include <nettle/sha2.h>
 
 #include <array>
-#include <fstream>
-#include <stdexcept>
+#include <system_error>
 #include <vector>
 
 namespace plate_mend::host {
 
-namespace {
+struct Sha256::State {
+    sha256_ctx sum{};
+};
 
-std::string hexadecimal(const std::array<unsigned char, SHA256_DIGEST_SIZE>& bytes) {
+Sha256::Sha256() : state_(std::make_unique<State>()) {
+    ::sha256_init(&state_->sum);
+}
+
+Sha256::~Sha256() = default;
+
+void Sha256::add(const unsigned char* data, std::size_t count) {
+    ::sha256_update(&state_->sum, count, data);
+}
+
+std::string Sha256::hexadecimal() {
+    std::array<unsigned char, SHA256_DIGEST_SIZE> digest{};
+    ::sha256_digest(&state_->sum, digest.size(), digest.data()); // Starts anew, too.
     constexpr const char* kDigits = "0123456789abcdef";
     std::string text;
-    for (const unsigned char byte : bytes) {
+    for (const unsigned char byte : digest) {
         text += kDigits[byte >> 4];
         text += kDigits[byte & 0xF];
     }
     return text;
 }
 
-} // namespace
-
 std::string sha256_of(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    sha256_ctx sum{};
-    ::sha256_init(&sum);
-    std::vector<unsigned char> piece(std::size_t{1} << 18);
-    while (stream) {
-        stream.read(reinterpret_cast<char*>(piece.data()), static_cast<std::streamsize>(piece.size()));
-        ::sha256_update(&sum, static_cast<std::size_t>(stream.gcount()), piece.data());
+    try {
+        const platform::SourceFile source(file);
+        Sha256 sum;
+        std::vector<unsigned char> piece(std::size_t{1} << 18);
+        std::size_t count = piece.size();
+        for (std::uint64_t offset = 0; count == piece.size(); offset += count) {
+            check_interruption();
+            count = source.read(offset, piece.data(), piece.size());
+            sum.add(piece.data(), count);
+        }
+        return sum.hexadecimal();
+    } catch (const std::system_error& e) {
+        throw MachineFailure(utf8_from(file) + ": cannot be read", e.code());
     }
-    if (!stream.eof()) { // It did not open, or a read failed.
-        throw std::runtime_error(utf8_from(file) + ": cannot be read");
-    }
-    std::array<unsigned char, SHA256_DIGEST_SIZE> digest{};
-    ::sha256_digest(&sum, digest.size(), digest.data());
-    return hexadecimal(digest);
 }
 
 } // namespace plate_mend::host

@@ -1,4 +1,6 @@
 #include "CommandLine.h"
+#include "Failures.h"
+#include "Notes.h"
 #include "platform/Arguments.h"
 #include "platform/Process.h"
 
@@ -6,11 +8,18 @@
 #include <iostream>
 
 int main(int argc, char** argv) {
+    namespace host = plate_mend::host;
     try {
-        return plate_mend::host::run(plate_mend::host::platform::utf8_arguments(argc, argv),
-                                     plate_mend::host::platform::own_program());
+        host::platform::survive_long_files();
+        const int status =
+            host::run(host::platform::utf8_arguments(argc, argv), host::platform::own_program());
+        if (!std::cout.flush()) {
+            host::complain("the standard output cannot be written to");
+            return host::kSomeNotDone;
+        }
+        return status;
     } catch (const std::exception& e) {
-        std::cerr << "plate-mend: " << e.what() << '\n';
-        return plate_mend::host::kSomeLost;
+        host::complain(host::reason_in_words(e));
+        return host::kSomeNotDone;
     }
 }

@@ -4,6 +4,8 @@
 #include "support/RawDecode.h"
 #include "support/Scene.h"
 
+#include "Commands.h"
+
 #include <gmock/gmock.h>
 
 namespace test {
@@ -24,7 +26,8 @@ TEST_F(Host, RepairsBesideTheDamagedFileAndLeavesNothingElse) {
     EXPECT_EQ(read_file(folder / "good.arw"), sample.bytes);
     EXPECT_THAT(out, StartsWith(in("broken.arw") + ": whole"));
     EXPECT_THAT(out, HasSubstr(in("broken.repaired.arw")));
-    EXPECT_EQ(err, "");
+    EXPECT_EQ(err, "plate-mend: results are written beside the damaged files; --out FOLDER keeps them off a "
+                   "failing disk\n");
 }
 
 TEST_F(Host, RepairsToANamedOutput) {
@@ -40,7 +43,8 @@ TEST_F(Host, NamesMayBeNonAscii) {
 
 TEST_F(Host, ExistingOutputIsRefusedWithoutForce) {
     write_file(folder / "mended.arw", {1});
-    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), in("broken.arw")}), 2);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), in("broken.arw")}), 3);
+    EXPECT_THAT(out, HasSubstr("not done"));
     EXPECT_THAT(out, HasSubstr("--force"));
     EXPECT_EQ(read_file(folder / "mended.arw"), Bytes{1});
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), "--force", in("broken.arw")}), 0);
@@ -59,7 +63,7 @@ TEST_F(Host, FailedRepairLeavesAnExistingOutputAloneEvenWithForce) {
 TEST_F(Host, OutputThatIsAFolderIsRefusedAlways) {
     fs::create_directory(folder / "keep");
     write_file(folder / "keep" / "file", {1});
-    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("keep"), "--force", in("broken.arw")}), 2);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("keep"), "--force", in("broken.arw")}), 3);
     EXPECT_EQ(read_file(folder / "keep" / "file"), Bytes{1});
     EXPECT_THAT(out, HasSubstr("folder"));
 }
@@ -82,8 +86,8 @@ TEST_F(Host, OutputThatIsAnInputIsRefusedAlways) {
 TEST_F(Host, MissingInputsAreToldByName) {
     EXPECT_EQ(run({"repair", "-s", in("missing.arw"), in("broken.arw")}), 64);
     EXPECT_THAT(err, HasSubstr(in("missing.arw") + ": no such file"));
-    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("missing.arw")}), 2);
-    EXPECT_THAT(out, HasSubstr(in("missing.arw") + ": no such file"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("missing.arw")}), 3);
+    EXPECT_THAT(out, HasSubstr(in("missing.arw") + ": not done, no such file"));
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
@@ -92,26 +96,56 @@ TEST_F(Host, FoldersOfAnOutputAreMade) {
     EXPECT_EQ(decode_raw(folder / "new" / "folder" / "out.arw"), decode_raw(original.bytes));
 }
 
+TEST_F(Host, NothingIsWrittenToARemovableMediumUnasked) {
+    plate_mend::host::RepairOptions options;
+    options.paths = {in("broken.arw")};
+    options.samples = {in("good.arw")};
+    const auto on_a_card = [&] {
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        const int status = plate_mend::host::run_repair(options, program_file(), [this](const auto& place) {
+            return fs::equivalent(place, folder.path()); // The card, and no other disk.
+        });
+        out = ::testing::internal::GetCapturedStdout();
+        err = ::testing::internal::GetCapturedStderr();
+        return status;
+    };
+    EXPECT_EQ(on_a_card(), 64);
+    EXPECT_THAT(err, HasSubstr(in("broken.arw") + ": is on a removable medium"));
+    EXPECT_THAT(err, HasSubstr("--out"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+    options.out = in("mended");
+    EXPECT_EQ(on_a_card(), 0);
+    options.out.clear();
+    options.force = true;
+    EXPECT_EQ(on_a_card(), 0);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "broken.repaired.arw", "good.arw", "mended"));
+}
+
 TEST_F(Host, UnknownExtensionIsExplained) {
     fs::rename(folder / "broken.arw", folder / "broken.tif");
     EXPECT_EQ(run({"repair", "--no-fallback", "-s", in("good.arw"), in("broken.tif")}), 2);
     EXPECT_THAT(out, HasSubstr("no format is known"));
 }
 
-TEST_F(Host, ResultThatLibRawDoesNotOpenIsNoSuccess) {
-    // A sample whose picture height is gone: the library joins the files all the same.
+TEST_F(Host, SampleThatLibRawDoesNotOpenIsSetAside) {
+    // A sample whose picture height is gone: the library would join the files all the same.
     Bytes blind = sample.bytes;
     put_u16(blind, sample.sub_ifd.entry(257), 0xFFFF, ByteOrder::kLittle);
     put_u16(blind, sample.sub_ifd.entry(256), 0xFFFF, ByteOrder::kLittle);
     write_file(folder / "good.arw", blind);
     EXPECT_EQ(run({"repair", "--no-fallback", "-s", in("good.arw"), in("broken.arw")}), 2);
-    EXPECT_THAT(out, HasSubstr("LibRaw does not decode the result"));
+    EXPECT_THAT(out, HasSubstr("the sample itself does not decode"));
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
-TEST_F(Host, IllFormedPathBecomesAMessage) {
-    EXPECT_EQ(run({"check", "broken\xFF.arw"}), 1);
-    EXPECT_THAT(err, StartsWith("plate-mend: "));
+TEST_F(Host, NamesOnTheTerminalAreHarmless) {
+    EXPECT_EQ(run({"check", "broken\x1B[2J\xFF.arw"}), 1);
+    EXPECT_EQ(out, "broken?[2J\xEF\xBF\xBD.arw: does not open (no such file)\n");
+    EXPECT_NE(run({"salvage", "broken\x1B[2J.arw"}), 0);
+    EXPECT_THAT(err, StartsWith("plate-mend: broken?[2J.arw: "));
+    EXPECT_EQ(run({"repair", "-s", "good\x1B[2J.arw", in("broken.arw")}), 64);
+    EXPECT_THAT(err, StartsWith("plate-mend: good?[2J.arw: "));
 }
 
 TEST_F(Host, LogIsKeptWhereItIsAskedFor) {
@@ -165,7 +199,7 @@ TEST_F(Host, ChecksFiles) {
 
 TEST_F(Host, HelpShowsAnExampleAndWrongCommandLinesAreUsageErrors) {
     EXPECT_EQ(run({"--help"}), 0);
-    EXPECT_THAT(out, HasSubstr("plate-mend repair --sample IMG_0007.ARW IMG_0042.ARW"));
+    EXPECT_THAT(out, HasSubstr("plate-mend repair --sample IMG_0007.ARW --out mended IMG_0042.ARW"));
     EXPECT_EQ(run({"repair", "--help"}), 0);
     EXPECT_EQ(run({"--version"}), 0);
     EXPECT_THAT(out, StartsWith("plate-mend "));

@@ -328,12 +328,6 @@ TEST_F(DiagnosisOf, ObstacleIsTold) {
     EXPECT_EQ(json.at("obstacle"), "the entries lead past the end of the file");
 }
 
-TEST_F(DiagnosisOf, TextForAWorkerIsTheSame) {
-    const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
-    EXPECT_EQ(diagnosis_text(folder / "broken.arw", folder / "good.arw", false), in_words(diagnosis));
-    EXPECT_EQ(diagnosis_text(folder / "broken.arw", folder / "good.arw", true), to_json(diagnosis) + "\n");
-}
-
 /// What an exception says that a call throws; empty when it throws none.
 template <typename Call>
 std::string complaint_of(Call call) {

@@ -24,10 +24,13 @@ class HostFixture : public ::testing::Test {
     }
 
     /// Runs the program and keeps what it wrote.
-    int run(const std::vector<std::string>& arguments) {
+    int run(const std::vector<std::string>& arguments) { return run_as(program_file(), arguments); }
+
+    /// The same, with another file of which it starts its workers.
+    int run_as(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
-        const int status = plate_mend::host::run(arguments, program_file());
+        const int status = plate_mend::host::run(arguments, program);
         out = ::testing::internal::GetCapturedStdout();
         err = ::testing::internal::GetCapturedStderr();
         return status;

@@ -164,8 +164,9 @@ double rows_in_common(const RawPicture& one, const RawPicture& other) {
 WalkResult compared(const std::string& format, const Harm& harm, const Record& record,
                     const RawPicture& original) {
     WalkResult result{format, harm.name, record, false, 0, false};
-    if (record.raw) {
-        if (const auto picture = decode_raw(std::filesystem::path(record.raw->path))) {
+    if (record.raw || record.verdict == Verdict::kIntact) { // What was left alone is the result.
+        const auto& file = record.raw ? *record.raw : record.damaged;
+        if (const auto picture = decode_raw(std::filesystem::path(file.path))) {
             result.rows_same = rows_in_common(*picture, original);
             result.same_picture = picture->samples == original.samples && picture->width == original.width;
         }
@@ -246,12 +247,16 @@ const std::vector<Harm>& harms() {
     return all;
 }
 
+bool WalkResult::called_whole() const {
+    return record.verdict == Verdict::kWhole || record.verdict == Verdict::kIntact;
+}
+
 bool WalkResult::false_whole() const {
-    return record.verdict == Verdict::kWhole && !same_picture;
+    return called_whole() && !same_picture;
 }
 
 bool WalkResult::too_strict() const {
-    return same_picture && record.verdict != Verdict::kWhole;
+    return same_picture && !called_whole();
 }
 
 bool WalkResult::too_rosy() const {

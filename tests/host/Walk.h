@@ -36,9 +36,11 @@ struct WalkResult {
     double rows_same = 0;      ///< The share of its rows that has.
     bool jpeg_decodes = false; ///< A JPEG was delivered, and libjpeg decodes it.
 
-    /// "whole" for what is not the original's picture.
+    /// "whole", or "intact" for a file that was left alone.
+    [[nodiscard]] bool called_whole() const;
+    /// Either of these for what is not the original's picture.
     [[nodiscard]] bool false_whole() const;
-    /// Less than "whole" for what is the original's picture.
+    /// Less than that for what is the original's picture.
     [[nodiscard]] bool too_strict() const;
     /// More rows promised than there are, by more than two in a hundred.
     [[nodiscard]] bool too_rosy() const;

@@ -1,4 +1,5 @@
 #include "host/HostFixture.h"
+#include "host/WorkerScript.h"
 
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
@@ -30,29 +31,23 @@ constexpr const char* kProblemOfABusError = R"("problem":"crashed: Bus error")";
 
 class WorkerTroubles : public HostFixture {
   protected:
-    /// Runs the program with workers that are started by a script. "$program" is the program in it.
+    /// Runs the program with workers that are started by a script.
     int run_with(const std::string& script, const std::vector<std::string>& arguments) {
-        const fs::path file = folder / "worker.sh";
-        {
-            std::ofstream(file) << "#!/bin/sh\nprogram='" << program_file().string() << "'\n"
-                                << script << '\n';
-        }
-        fs::permissions(file, fs::perms::owner_all);
-        ::testing::internal::CaptureStdout();
-        ::testing::internal::CaptureStderr();
-        const int status = plate_mend::host::run(arguments, file);
-        out = ::testing::internal::GetCapturedStdout();
-        err = ::testing::internal::GetCapturedStderr();
-        fs::remove(file);
-        return status;
+        const WorkerScript workers(folder / "worker.sh", script);
+        return run_as(workers.file(), arguments);
     }
+
+    /// A condition for scripts: the worker is at work on broken.arw, and not on a sample.
+    const std::string is_broken_ =
+        R"({ ! grep -q '"judge"' "$2/task.json" && cmp -s "$2/damaged.arw" ')" + in("broken.arw") + "'; }";
 
     const std::vector<std::string> repair_{"repair", "-s", in("good.arw"), in("broken.arw")};
 };
 
 TEST_F(WorkerTroubles, CrashCostsThatFileOnly) {
     write_file(folder / "other.arw", damaged);
-    EXPECT_EQ(run_with("grep -q other \"$2/task.json\" || kill -SEGV $$\nexec \"$program\" \"$@\"",
+    write_file(folder / "broken.arw", joined(damaged, {1}));
+    EXPECT_EQ(run_with(is_broken_ + " && kill -SEGV $$\nexec \"$program\" \"$@\"",
                        {"repair", "-s", in("good.arw"), in("broken.arw"), in("other.arw")}),
               2);
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "other.arw", "other.repaired.arw"));
@@ -89,38 +84,48 @@ TEST_F(WorkerTroubles, WorkerWithoutAnAnswerIsAFailure) {
     EXPECT_THAT(out, HasSubstr("ended without an answer"));
 }
 
+TEST_F(WorkerTroubles, WorkerThatCannotBeLoadedIsNoFaultOfThePhotographs) {
+    EXPECT_EQ(run_with("exit 127", repair_), 3);
+    EXPECT_THAT(out, HasSubstr("not done, a worker cannot be loaded"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
 TEST_F(WorkerTroubles, FullDiskIsNoticedThoughTheLibraryDoesNot) {
     // Writes beyond 36 KiB fail, as on a full disk; the photograph has more.
     ASSERT_GT(sample.bytes.size(), 36U * 1024);
     EXPECT_EQ(run_with("trap '' XFSZ\nulimit -f 72\nexec \"$program\" \"$@\"",
                        {"repair", "--no-fallback", "-s", in("good.arw"), in("broken.arw")}),
-              2);
+              3);
+    EXPECT_THAT(out, ::testing::ContainsRegex("not done, .*: the disk is full"));
+    EXPECT_THAT(err, HasSubstr("the disk is full, and the run stops"));
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
-TEST_F(WorkerTroubles, DamagedFileThatShrinksUnderTheRepairCostsThatFileOnly) {
-    EXPECT_NE(run_with("grep -q '\"repair\"' \"$2/task.json\" && : > '" + in("broken.arw") +
+TEST_F(WorkerTroubles, DamagedFileThatShrinksUnderTheRepairIsRepairedAsItWasRead) {
+    EXPECT_EQ(run_with("grep -q '\"repair\"' \"$2/task.json\" && : > '" + in("broken.arw") +
                            "'\nexec \"$program\" \"$@\"",
                        repair_),
               0);
-    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "broken.repaired.arw", "good.arw"));
+    EXPECT_EQ(fs::file_size(folder / "broken.arw"), 0U);
+    EXPECT_EQ(decode_raw(folder / "broken.repaired.arw"), decode_raw(original.bytes));
 }
 
-TEST_F(WorkerTroubles, DamagedFileThatShrinksWhileItIsMappedCostsThatFileOnly) {
-    // Half a picture in front of a hole keeps the salvager busy for seconds, were the file not cut short as
-    // soon as it is mapped.
+TEST_F(WorkerTroubles, FileThatShrinksWhileItIsMappedCostsThatFileOnly) {
+    // Half a picture before a hole that ends in something keeps the salvager busy for seconds, were the file
+    // not cut short as soon as it is mapped.
     const Bytes picture = make_preview(Scene(1), 320, 240);
     write_file(folder / "broken.arw", part(picture, 0, picture.size() / 2));
     fs::resize_file(folder / "broken.arw", std::uint64_t{256} << 20U);
+    { std::ofstream(folder / "broken.arw", std::ios::binary | std::ios::app) << 'x'; }
     write_file(folder / "other.arw", damaged);
     const std::string script =
-        "if grep -q broken \"$2/task.json\" && grep -q salvage \"$2/task.json\"; then\n"
-        "(while [ -e /proc/$$/maps ] && ! grep -q broken.arw /proc/$$/maps; do :; done; : > '" +
-        in("broken.arw") + "') 3>&- &\nfi\nexec \"$program\" \"$@\"";
+        "if grep -q salvage \"$2/task.json\"; then\n"
+        "(while [ -e /proc/$$/maps ] && ! grep -q damaged.arw /proc/$$/maps; do :; done; "
+        ": > \"$2/damaged.arw\") 3>&- &\nfi\nexec \"$program\" \"$@\"";
     EXPECT_EQ(run_with(script, {"repair", "-j", "1", "-s", in("good.arw"), "--json", in("records.jsonl"),
                                 in("broken.arw"), in("other.arw")}),
               2);
-    EXPECT_EQ(fs::file_size(folder / "broken.arw"), 0U);
     const Bytes records = read_file(folder / "records.jsonl");
     EXPECT_THAT(std::string(records.begin(), records.end()), HasSubstr(kProblemOfABusError));
     EXPECT_THAT(names(),
@@ -130,8 +135,10 @@ TEST_F(WorkerTroubles, DamagedFileThatShrinksWhileItIsMappedCostsThatFileOnly) {
 
 TEST_F(WorkerTroubles, InterruptionEndsCleanlyWithAReport) {
     write_file(folder / "a.arw", damaged);
+    write_file(folder / "broken.arw", joined(damaged, {1}));
     // The first file is repaired; at the second the user presses Ctrl-C.
-    const std::string script = "if grep -q broken \"$2/task.json\"; then kill -INT $PPID; sleep 600; fi\n"
+    const std::string script = "if " + is_broken_ +
+                               "; then kill -INT $PPID; sleep 600; fi\n"
                                "exec \"$program\" \"$@\"";
     EXPECT_EQ(run_with(script, {"repair", "-j", "1", "-s", in("good.arw"), "--json", in("records.jsonl"),
                                 "--report", in("sheet.html"), in("a.arw"), in("broken.arw")}),
@@ -145,7 +152,8 @@ TEST_F(WorkerTroubles, InterruptionEndsCleanlyWithAReport) {
 
 #if !defined(PLATE_MEND_LEAK_DETECTION)
 TEST_F(WorkerTroubles, LackOfMemoryCostsThatFileOnly) {
-    EXPECT_EQ(run({"repair", "--memory-limit", "8", "-s", in("good.arw"), in("broken.arw")}), 2);
+    EXPECT_EQ(run({"repair", "--memory-limit", "8", "-s", in("good.arw"), in("broken.arw")}), 3);
+    EXPECT_THAT(out, HasSubstr("not done, memory ran out (--memory-limit allows 8 MiB)"));
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 #endif

@@ -209,7 +209,7 @@ class Judge {
         const double rows = decoder_.data().sizes.raw_height;
         // Only where the image is the last thing in the sample does its length tell anything.
         const bool more = length > *expected;
-        FileBytes damaged(request_.damaged);
+        FileBytes damaged(request_.damaged.empty() ? request_.result : request_.damaged);
         image_is_last_ = rows_expected <= rows * 1.01 + 16;
         if (!image_is_last_ || length == *expected ||
             (more && damaged.only_slack_behind(damaged.size() - (length - *expected)))) {

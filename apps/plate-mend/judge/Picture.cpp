@@ -1,6 +1,7 @@
 #include "judge/Picture.h"
 
 #include "FileBytes.h"
+#include "platform/Files.h"
 
 #include <libraw/libraw.h>
 
@@ -8,7 +9,6 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <vector>
 
@@ -92,7 +92,7 @@ struct JumpingErrors : jpeg_error_mgr {
         error_exit = [](j_common_ptr codec) {
             std::longjmp(static_cast<JumpingErrors*>(codec->err)->out, 1);
         };
-        emit_message = [](j_common_ptr, int) {};
+        emit_message = [](j_common_ptr codec, int level) { codec->err->num_warnings += level < 0 ? 1 : 0; };
         output_message = [](j_common_ptr) {};
     }
     std::jmp_buf out{};
@@ -147,6 +147,29 @@ class Decoder {
                 jpeg_read_scanlines(&codec_, &row, 1);
             }
         }); // What follows the last row does not matter here.
+    }
+
+    /// Decodes bytes[0..size-1] to the end. Whether there was neither an error nor a warning.
+    bool decodes_cleanly(const unsigned char* bytes, std::size_t size) {
+        const bool starts = runs(errors_, [&] {
+            jpeg_create_decompress(&codec_);
+            jpeg_mem_src(&codec_, bytes, static_cast<unsigned long>(size));
+            jpeg_read_header(&codec_, TRUE);
+            jpeg_start_decompress(&codec_);
+        });
+        if (!starts) {
+            return false;
+        }
+        std::vector<unsigned char> row(static_cast<std::size_t>(codec_.output_width) *
+                                       static_cast<std::size_t>(codec_.output_components));
+        const bool ends = runs(errors_, [&] {
+            while (codec_.output_scanline < codec_.output_height) {
+                JSAMPROW samples = row.data();
+                jpeg_read_scanlines(&codec_, &samples, 1);
+            }
+            jpeg_finish_decompress(&codec_);
+        });
+        return ends && errors_.num_warnings == 0;
     }
 
   private:
@@ -216,14 +239,16 @@ class Encoder {
 void write(const Image& image, const fs::path& path) {
     Encoder encoder;
     if (!image.rgb.empty() && encoder.encode(image)) {
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): streams write char.
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(encoder.data()),
-                   static_cast<std::streamsize>(encoder.size()));
+        fs::remove(path); // Of the sample before.
+        platform::NewFile(path).write(encoder.data(), encoder.size());
     }
 }
 
 } // namespace
+
+bool is_jpeg_whole(const unsigned char* bytes, std::size_t size) {
+    return Decoder().decodes_cleanly(bytes, size);
+}
 
 void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {
     unpacked.imgdata.params.half_size = 1;

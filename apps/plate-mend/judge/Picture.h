@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 
 class LibRaw;
@@ -15,5 +16,10 @@ void write_raw_picture(LibRaw& unpacked, const std::filesystem::path& picture);
 
 /// The same of a JPEG, turned upright by its Exif orientation.
 void write_jpeg_picture(const std::filesystem::path& jpeg, const std::filesystem::path& picture);
+
+/// Whether libjpeg decodes a JPEG to its end without a warning.
+///
+///   bytes  the JPEG, bytes[0..size-1]
+[[nodiscard]] bool is_jpeg_whole(const unsigned char* bytes, std::size_t size);
 
 } // namespace plate_mend::host

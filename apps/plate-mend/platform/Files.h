@@ -106,8 +106,14 @@ void move_over(const std::filesystem::path& from, const std::filesystem::path& t
 /// which does not stay. Never throws and never ends the process.
 [[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
 
+/// Whether a limit of this process keeps files from becoming so long. False on Windows, which has none.
+[[nodiscard]] bool exceeds_largest_file(std::uint64_t bytes);
+
 /// Whether an error speaks of a full disk, a used-up quota or a limit on the sizes of files.
 [[nodiscard]] bool means_no_room(const std::error_code& error);
+
+/// Whether an error speaks of bytes that a medium does not give back, such as those of a bad sector.
+[[nodiscard]] bool means_unreadable(const std::error_code& error);
 
 /// A lock that one process at a time holds, until the object or the process is gone, however it ends. It is
 /// not handed down to processes that this one starts.

@@ -14,6 +14,8 @@ namespace plate_mend::host::platform {
 struct Ending {
     int status = 0;      ///< What it gave, when it ended by itself.
     std::string crashed; ///< What ended it otherwise, in words; empty when it ended by itself.
+    /// It was ended in the way in which systems end processes when memory runs out.
+    bool by_system = false;
 };
 
 /// A program that runs beside this one, without input, and whose output goes nowhere. A signal of the
@@ -39,6 +41,9 @@ class Process {
 
 /// The file of the running program.
 [[nodiscard]] std::filesystem::path own_program();
+
+/// From now on a write beyond the limit on the sizes of files fails in this process, and does not end it.
+void survive_long_files();
 
 /// The number of this process, which it hands to the workers it starts.
 [[nodiscard]] std::uint64_t own_id();

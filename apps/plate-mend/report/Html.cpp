@@ -1,21 +1,17 @@
 #include "report/Html.h"
 
 #include "Codes.h"
-#include "SafeOutput.h"
 #include "report/HtmlPage.h"
 #include "report/Text.h"
 
 #include <algorithm>
 #include <random>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace plate_mend::host {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Room that is kept in the page's head for the summary, in bytes.
 constexpr std::size_t kSummaryRoom = 4096;
@@ -82,10 +78,14 @@ const char* meaning(Verdict verdict) {
     switch (verdict) {
     case Verdict::kWhole:
         return "RAW, without a sign of damage";
+    case Verdict::kIntact:
+        return "nothing to repair";
     case Verdict::kPartial:
         return "RAW, with some of the picture lost";
     case Verdict::kPreviewOnly:
         return "a JPEG from inside the file";
+    case Verdict::kNotDone:
+        return "run again with --resume";
     case Verdict::kNotRepaired:
         break;
     }
@@ -117,7 +117,9 @@ std::string list_html(const std::vector<std::string>& lines, const std::string& 
 std::string mount_html(const Record& record) {
     std::string html = "<div class=\"mount\">";
     if (record.picture.empty()) {
-        html += record.verdict == Verdict::kNotRepaired ? "No picture was recovered" : "No small picture";
+        html += record.verdict == Verdict::kNotRepaired || record.verdict == Verdict::kNotDone
+                    ? "No picture was recovered"
+                    : "No small picture";
     } else {
         html += R"(<img loading="lazy" decoding="async" alt="The picture of )" +
                 escaped(base_name(record.damaged.path)) + "\" src=\"data:image/jpeg;base64," +
@@ -157,6 +159,9 @@ std::vector<std::string> findings_of(const Record& record) {
     std::vector<std::string> findings;
     if (!record.problem.empty()) {
         findings.push_back(record.problem);
+    }
+    if (!record.unreadable.empty()) {
+        findings.push_back(unreadable_in_words(record.unreadable));
     }
     if (const Attempt* taken = record.taken()) {
         findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
@@ -286,10 +291,7 @@ std::string html_card(const Record& record, std::uint64_t number) {
     return html + "</div>\n</div></li>\n";
 }
 
-HtmlReport::HtmlReport(fs::path file, std::string made)
-    : file_(std::move(file)), part_(file_), made_(std::move(made)) {
-    part_ += ".part";
-    stream_.open(part_, std::ios::binary | std::ios::trunc);
+HtmlReport::HtmlReport(OutputFile file, std::string made) : file_(std::move(file)), made_(std::move(made)) {
     const std::string word = random_word();
     write("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
@@ -298,26 +300,16 @@ HtmlReport::HtmlReport(fs::path file, std::string made)
           "'\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
           "<title>Recovered photographs</title>\n<style>" +
           kHtmlStyle + "</style>\n</head>\n<body>\n<header>\n<h1>Recovered photographs</h1>\n");
-    summary_place_ = stream_.tellp();
+    summary_place_ = length_;
     write(std::string(kSummaryRoom, ' '));
     write("</header>\n");
     write(kTools);
     script_ = "<script nonce=\"" + word + "\">" + kHtmlScript + "</script>\n";
 }
 
-HtmlReport::~HtmlReport() {
-    if (stream_.is_open()) {
-        stream_.close();
-        std::error_code ignored;
-        fs::remove(part_, ignored);
-    }
-}
-
 void HtmlReport::write(std::string_view text) {
-    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
-    if (!stream_) {
-        throw std::runtime_error(utf8_from(part_) + ": cannot be written");
-    }
+    file_.write(text);
+    length_ += text.size();
 }
 
 void HtmlReport::add(const Record& record) {
@@ -343,7 +335,10 @@ std::string HtmlReport::summary(bool interrupted) const {
     html += "</div>\n<div class=\"tiles\" role=\"group\" aria-label=\"Show\">\n" +
             tile("", total, "all files", "that were given");
     for (const Verdict verdict : kVerdicts) {
-        html += tile(slug(verdict), counts_.of(verdict), in_words(verdict), meaning(verdict));
+        const bool rare = verdict == Verdict::kIntact || verdict == Verdict::kNotDone;
+        if (!rare || counts_.of(verdict) != 0) {
+            html += tile(slug(verdict), counts_.of(verdict), in_words(verdict), meaning(verdict));
+        }
     }
     return html + "</div>\n";
 }
@@ -353,21 +348,12 @@ void HtmlReport::close(bool interrupted) {
         "</ul>\n</main>\n<footer>In a repaired RAW photograph the image data are those of the damaged file; "
         "all else, its date too, is the sample's. " +
         escaped(made_) + "</footer>\n" + script_ + "</body>\n</html>\n");
-    stream_.seekp(summary_place_);
     const std::string text = summary(interrupted);
     if (text.size() > kSummaryRoom) {
         throw std::logic_error("the summary is longer than its room");
     }
-    write(text);
-    stream_.flush();
-    write("");
-    stream_.close();
-    if (stream_.fail()) {
-        std::error_code ignored;
-        fs::remove(part_, ignored);
-        throw std::runtime_error(utf8_from(part_) + ": cannot be written");
-    }
-    fs::rename(part_, file_);
+    file_.write_at(summary_place_, text);
+    file_.publish();
 }
 
 } // namespace plate_mend::host

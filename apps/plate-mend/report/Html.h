@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Record.h"
+#include "SafeOutput.h"
 #include "report/Words.h"
 
-#include <filesystem>
-#include <fstream>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,40 +13,33 @@ namespace plate_mend::host {
 /// The contact sheet: one page that needs nothing else, neither network nor other files. Records are written
 /// as they come and not kept, so that a page may have any number of them.
 ///
-/// The page is written to a file of its name with ".part" behind it, which takes the name when the page is
-/// closed. So a page is whole, or is not there.
+/// The page takes its name when it is closed. So a page is whole, or is not there.
 ///
 /// The fragment of the page's address chooses what is shown: "#verdict=partial&sort=rows&find=0042". Verdicts
-/// are "whole", "partial", "preview-only", "not-repaired", several with commas between; sort is "order" (as
-/// written), "name", "verdict", "size" or "rows"; find is a part of a name.
+/// are "whole", "intact", "partial", "preview-only", "not-repaired", "not-done", several with commas between;
+/// sort is "order" (as written), "name", "verdict", "size" or "rows"; find is a part of a name.
 class HtmlReport {
   public:
-    /// Starts a page. `made` stands in its foot, such as "plate-mend 1.0, 2026-05-01 12:30".
-    /// Throws std::runtime_error when the file cannot be written.
-    HtmlReport(std::filesystem::path file, std::string made);
-    HtmlReport(const HtmlReport&) = delete;
-    HtmlReport& operator=(const HtmlReport&) = delete;
-    /// Removes a page that was not closed.
-    ~HtmlReport();
+    /// Starts a page in a file that was just begun. `made` goes into its foot, such as "plate-mend 1.0,
+    /// 2026-05-01 12:30". Throws MachineFailure when the file cannot be written.
+    HtmlReport(OutputFile file, std::string made);
 
-    /// Adds a file. Throws std::runtime_error when it cannot be written, such as on a full disk.
+    /// Adds a file. Throws MachineFailure when it cannot be written, such as on a full disk.
     void add(const Record& record);
 
-    /// Writes the summary and puts the page in its place; what stood there is replaced. A page of a run that
-    /// was interrupted says so. Nothing may be added behind it. Throws std::runtime_error or
-    /// std::filesystem::filesystem_error; the page is not there then.
+    /// Writes the summary and publishes the page. A page of a run that was interrupted says so. Nothing may
+    /// be added afterwards. Throws MachineFailure; the page is not there then.
     void close(bool interrupted = false);
 
   private:
     void write(std::string_view text);
     [[nodiscard]] std::string summary(bool interrupted) const;
 
-    std::filesystem::path file_;
-    std::filesystem::path part_;
+    OutputFile file_;
     std::string made_;
     std::string script_; // Of the page, with its tags.
-    std::ofstream stream_;
-    std::ofstream::pos_type summary_place_;
+    std::uint64_t length_ = 0;
+    std::uint64_t summary_place_ = 0;
     Counts counts_;
 };
 

@@ -7,11 +7,13 @@ const char* const kHtmlStyle = R"css(
   color-scheme: light dark;
   --page: #f4f3f0; --card: #ffffff; --ink: #1d1f23; --soft: #5c626b; --line: #dcdad4; --mount: #22252a;
   --note: #f6f4ee; --whole: #1c7c4a; --partial: #9a6200; --preview-only: #2a62b5; --not-repaired: #b3302d;
+  --intact: #4d6b57; --not-done: #6b5b95;
 }
 @media (prefers-color-scheme: dark) {
   :root {
     --page: #15171a; --card: #1f2226; --ink: #eceef0; --soft: #a3a9b1; --line: #34383e; --mount: #0c0d0f;
     --note: #272b30; --whole: #5fca91; --partial: #e5ac4b; --preview-only: #85b2f3; --not-repaired: #f28b86;
+    --intact: #a3bdab; --not-done: #b9aadd;
   }
 }
 * { box-sizing: border-box; }
@@ -25,6 +27,7 @@ h2 { margin: 0; font-size: 1rem; font-weight: 650; overflow-wrap: anywhere; }
 :focus-visible { outline: 3px solid var(--preview-only); outline-offset: 2px; }
 .whole { --tone: var(--whole); } .partial { --tone: var(--partial); }
 .preview-only { --tone: var(--preview-only); } .not-repaired { --tone: var(--not-repaired); }
+.intact { --tone: var(--intact); } .not-done { --tone: var(--not-done); }
 .lead { margin: .4rem 0 1.4rem; color: var(--soft); font-size: 1.05rem; }
 .alert { padding: .7rem 1rem; border-left: 4px solid var(--not-repaired); background: var(--card); }
 .bar { display: flex; gap: 2px; height: .55rem; margin-bottom: 1rem; border-radius: 1rem; overflow: hidden; }
@@ -93,6 +96,7 @@ footer { margin-top: 2.5rem; padding-top: 1rem; border-top: 1px solid var(--line
   :root {
     --page: #fff; --card: #fff; --ink: #000; --soft: #444; --line: #bbb; --mount: #fff; --note: #fff;
     --whole: #1c7c4a; --partial: #9a6200; --preview-only: #2a62b5; --not-repaired: #b3302d;
+  --intact: #4d6b57; --not-done: #6b5b95;
   }
   @page { margin: 14mm; }
   * { -webkit-print-color-adjust: exact; print-color-adjust: exact; }
@@ -125,7 +129,7 @@ const char* const kHtmlScript = R"js(
   const find = document.getElementById("find");
   const shown = document.getElementById("shown");
   const none = document.getElementById("none");
-  const verdicts = ["whole", "partial", "preview-only", "not-repaired"];
+  const verdicts = ["whole", "intact", "partial", "preview-only", "not-repaired", "not-done"];
   const names = new Intl.Collator(undefined, { numeric: true });
   const number = (text) => (text === "" ? -1 : Number(text));
   const byName = (a, b) => names.compare(a.dataset.name, b.dataset.name);

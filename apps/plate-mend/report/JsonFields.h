@@ -66,4 +66,8 @@ template <typename Integer>
 [[nodiscard]] Judgement judgement_from(const Json& json);
 [[nodiscard]] SalvagedPicture salvage_from(const Json& json);
 
+/// A whole record; the picture is left out. Reading throws std::exception for what is no record.
+[[nodiscard]] Json to_json(const Record& record);
+[[nodiscard]] Record record_from(const Json& json);
+
 } // namespace plate_mend::host

@@ -2,6 +2,7 @@
 
 #include "Codes.h"
 #include "report/JsonFields.h"
+#include "text/Paths.h"
 
 namespace plate_mend::host {
 
@@ -10,7 +11,7 @@ namespace {
 constexpr const char* kSchema = "plate-mend/record/1";
 
 Json object(const FileIdentity& file) {
-    return {{"path", file.path}, {"size", file.size}, {"sha256", text(file.sha256)}};
+    return {{"path", escaped_name(file.path)}, {"size", file.size}, {"sha256", text(file.sha256)}};
 }
 
 Json object(const std::optional<FileIdentity>& file) {
@@ -19,17 +20,26 @@ Json object(const std::optional<FileIdentity>& file) {
 
 Json object(const Attempt& attempt) {
     const bool made = attempt.code == 0;
-    return {{"sample", attempt.sample},
+    return {{"sample", escaped_name(attempt.sample)},
             {"why", text(attempt.why)},
             {"code", number(attempt.code)},
             {"meaning", attempt.code && !made ? Json(explain_repair(*attempt.code)) : Json(nullptr)},
             {"problem", text(attempt.problem)},
             {"judgement", made ? to_json(attempt.judgement) : Json(nullptr)},
-            {"taken", attempt.taken}};
+            {"taken", attempt.taken},
+            {"engine", text(attempt.engine)}};
+}
+
+Json object(const std::vector<UnreadableSpan>& spans) {
+    Json list = Json::array();
+    for (const UnreadableSpan& span : spans) {
+        list.push_back({{"offset", span.offset}, {"size", span.size}});
+    }
+    return list;
 }
 
 FileIdentity file_in(const Json& json) {
-    return {.path = json.at("path").get<std::string>(),
+    return {.path = unescaped_name(json.at("path").get<std::string>()),
             .size = integer_in<std::uint64_t>(json, "size"),
             .sha256 = text_in(json, "sha256")};
 }
@@ -40,16 +50,20 @@ std::optional<FileIdentity> maybe_file_in(const Json& json, const char* name) {
 }
 
 Attempt attempt_in(const Json& json) {
-    return {.sample = json.at("sample").get<std::string>(),
-            .why = text_in(json, "why"),
-            .code = maybe_integer_in<std::int32_t>(json, "code"),
-            .problem = text_in(json, "problem"),
-            .judgement = judgement_from(field(json, "judgement")),
-            .taken = truth_in(json, "taken")};
+    Attempt attempt;
+    attempt.sample = unescaped_name(json.at("sample").get<std::string>());
+    attempt.why = text_in(json, "why");
+    attempt.code = maybe_integer_in<std::int32_t>(json, "code");
+    attempt.problem = text_in(json, "problem");
+    attempt.judgement = judgement_from(field(json, "judgement"));
+    attempt.taken = truth_in(json, "taken");
+    attempt.engine = text_in(json, "engine");
+    return attempt;
 }
 
-/// Throws std::exception for what is no record.
-Record record_in(const Json& json) {
+} // namespace
+
+Record record_from(const Json& json) {
     if (json.at("schema") != kSchema) {
         throw std::invalid_argument("schema");
     }
@@ -63,32 +77,40 @@ Record record_in(const Json& json) {
     record.salvage = salvage_from(field(json, "salvage"));
     record.raw = maybe_file_in(json, "raw");
     record.jpeg = maybe_file_in(json, "jpeg");
+    for (const Json& span : field(json, "unreadable")) {
+        record.unreadable.push_back(
+            {integer_in<std::uint64_t>(span, "offset"), integer_in<std::uint64_t>(span, "size")});
+    }
+    record.zeros_left_out = integer_in<std::uint64_t>(json, "zeros_left_out");
     record.seconds = maybe_real_in(json, "seconds").value_or(0);
     return record;
 }
 
-} // namespace
-
-std::string to_json_line(const Record& record) {
+Json to_json(const Record& record) {
     Json attempts = Json::array();
     for (const Attempt& attempt : record.attempts) {
         attempts.push_back(object(attempt));
     }
-    const Json json = {{"schema", kSchema},
-                       {"damaged", object(record.damaged)},
-                       {"verdict", name_of(record.verdict)},
-                       {"problem", text(record.problem)},
-                       {"attempts", std::move(attempts)},
-                       {"salvage", to_json(record.salvage)},
-                       {"raw", object(record.raw)},
-                       {"jpeg", object(record.jpeg)},
-                       {"seconds", record.seconds}};
-    return line_of(json);
+    return {{"schema", kSchema},
+            {"damaged", object(record.damaged)},
+            {"verdict", name_of(record.verdict)},
+            {"problem", text(record.problem)},
+            {"attempts", std::move(attempts)},
+            {"salvage", to_json(record.salvage)},
+            {"raw", object(record.raw)},
+            {"jpeg", object(record.jpeg)},
+            {"unreadable", object(record.unreadable)},
+            {"zeros_left_out", record.zeros_left_out},
+            {"seconds", record.seconds}};
+}
+
+std::string to_json_line(const Record& record) {
+    return line_of(to_json(record));
 }
 
 std::optional<Record> from_json_line(std::string_view line) {
     try {
-        return record_in(Json::parse(line));
+        return record_from(Json::parse(line));
     } catch (const std::exception&) {
         return std::nullopt;
     }

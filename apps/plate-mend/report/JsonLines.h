@@ -10,8 +10,8 @@
 
 namespace plate_mend::host {
 
-/// The record as one line of UTF-8, without the line break. Bytes that are no UTF-8 (in paths) become U+FFFD.
-/// The picture is left out.
+/// The record as one line of UTF-8, without the line break. Paths that are no UTF-8 are escaped, without
+/// loss; in other texts such bytes become U+FFFD. The picture is left out.
 [[nodiscard]] std::string to_json_line(const Record& record);
 
 /// The record of a line; nothing when the line is no whole record of this schema, such as the last line of a

@@ -74,6 +74,9 @@ std::string file_line(const Record& record) {
     if (!record.problem.empty()) {
         line += ", " + record.problem;
     }
+    if (!record.unreadable.empty()) {
+        line += ", " + unreadable_in_words(record.unreadable);
+    }
     if (record.raw) {
         line += ", written to " + record.raw->path;
     }

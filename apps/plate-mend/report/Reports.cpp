@@ -1,26 +1,17 @@
 #include "report/Reports.h"
 
-#include "SafeOutput.h"
+#include "Failures.h"
 #include "platform/Terminal.h"
 #include "report/Csv.h"
 #include "report/JsonLines.h"
 
 #include <array>
 #include <ctime>
-#include <filesystem>
 #include <iostream>
 
 namespace plate_mend::host {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-void refuse_existing(const std::string& name, bool may_be_replaced) {
-    if (!name.empty() && name != "-" && fs::exists(path_from(name)) && !may_be_replaced) {
-        throw ReportExists(name + ": exists already; --force replaces it");
-    }
-}
 
 /// On the standard output, unless a report goes there; then on the error stream, if somebody looks at it.
 Progress progress_of(const ReportOptions& options, std::size_t files) {
@@ -47,44 +38,41 @@ std::string made_by() {
 
 } // namespace
 
-Reports::Lines::Lines(const std::string& name, bool continued) {
+Reports::Lines::Lines(const std::string& name, const ReportOpener& open) {
     if (name != "-") {
-        file_.open(path_from(name), std::ios::binary | (continued ? std::ios::app : std::ios::trunc));
-        if (!file_) {
-            throw ReportExists(name + ": cannot be written");
-        }
+        file_.emplace(open(path_from(name)));
+        file_->publish(); // Others may follow it while it grows.
     }
 }
 
-void Reports::Lines::write(const std::string& text) {
-    std::ostream& stream = file_.is_open() ? file_ : std::cout;
-    if (!(stream << text << std::flush)) {
-        throw std::runtime_error("a report cannot be written; is the disk full?");
+void Reports::Lines::write(const std::string& text, bool is_new) {
+    if (file_) {
+        file_->write(text);
+    } else if (is_new && !(std::cout << text << std::flush)) {
+        throw MachineFailure("the standard output cannot be written to");
     }
 }
 
-Reports::Reports(const ReportOptions& options, std::size_t files) : progress_(progress_of(options, files)) {
-    for (const std::string& name : {options.json, options.csv, options.html}) {
-        refuse_existing(name, options.force || options.resume);
+Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open)
+    : progress_(progress_of(options, files)) {
+    if (!options.html.empty()) {
+        html_.emplace(open(path_from(options.html)), made_by());
     }
     if (!options.json.empty()) {
-        json_.emplace(options.json, options.resume);
+        json_.emplace(options.json, open);
     }
     if (!options.csv.empty()) {
-        csv_.emplace(options.csv, false);
-        csv_->write(csv_header());
-    }
-    if (!options.html.empty()) {
-        html_.emplace(path_from(options.html), made_by());
+        csv_.emplace(options.csv, open);
+        csv_->write(csv_header(), true);
     }
 }
 
 void Reports::add(const Record& record, bool is_new) {
-    if (json_ && is_new) {
-        json_->write(to_json_line(record) + "\n");
+    if (json_) {
+        json_->write(to_json_line(record) + "\n", is_new);
     }
     if (csv_) {
-        csv_->write(csv_row(record));
+        csv_->write(csv_row(record), is_new);
     }
     if (html_) {
         html_->add(record);

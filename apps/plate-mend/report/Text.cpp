@@ -108,6 +108,11 @@ void for_each_character(std::string_view text, Visit visit) {
 
 } // namespace
 
+std::size_t length_of_first(std::string_view text) {
+    const Character character = first_of(text);
+    return is_replaced(character) ? 0 : character.length;
+}
+
 std::string well_formed(std::string_view text) {
     std::string result;
     result.reserve(text.size());

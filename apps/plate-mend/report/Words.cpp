@@ -47,10 +47,14 @@ const char* in_words(Verdict verdict) {
     switch (verdict) {
     case Verdict::kWhole:
         return "whole";
+    case Verdict::kIntact:
+        return "intact already";
     case Verdict::kPartial:
         return "partly there";
     case Verdict::kPreviewOnly:
         return "preview only";
+    case Verdict::kNotDone:
+        return "not done";
     case Verdict::kNotRepaired:
         break;
     }
@@ -83,6 +87,16 @@ std::vector<std::string> salvage_warnings(std::uint32_t warnings) {
         }
     }
     return lines;
+}
+
+std::string unreadable_in_words(const std::vector<UnreadableSpan>& unreadable) {
+    std::uint64_t bytes = 0;
+    for (const UnreadableSpan& span : unreadable) {
+        bytes += span.size;
+    }
+    const std::size_t places = unreadable.size();
+    return places == 0 ? ""
+                       : size_in_words(bytes) + " of it cannot be read (" + counted(places, "place") + ')';
 }
 
 std::string counted(std::uint64_t count, const std::string& noun) {

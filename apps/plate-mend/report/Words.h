@@ -19,14 +19,14 @@ class Counts {
     [[nodiscard]] std::uint64_t total() const;
 
   private:
-    std::array<std::uint64_t, 4> counts_{};
+    std::array<std::uint64_t, kVerdicts.size()> counts_{};
 };
 
 /// "212 whole, 9 partly there, 3 preview only, 4 lost"; verdicts that never came are left out. "no files"
 /// when there are none.
 [[nodiscard]] std::string in_words(const Counts& counts);
 
-/// "whole", "partly there", "preview only", "lost".
+/// "whole", "intact already", "partly there", "preview only", "lost", "not done".
 [[nodiscard]] const char* in_words(Verdict verdict);
 
 /// Why an attempt was not taken. The text of its code, its problem, or what its result lacks.
@@ -34,6 +34,9 @@ class Counts {
 
 /// What was done to a salvaged JPEG: the bits of StillMendReport.warnings, one line each.
 [[nodiscard]] std::vector<std::string> salvage_warnings(std::uint32_t warnings);
+
+/// "8.2 kB of it cannot be read (3 places)"; empty where all of the damaged file was read.
+[[nodiscard]] std::string unreadable_in_words(const std::vector<UnreadableSpan>& unreadable);
 
 /// "1 byte", "2 bytes", "0 bytes": a number with its noun, whose plural ends in s.
 [[nodiscard]] std::string counted(std::uint64_t count, const std::string& noun);

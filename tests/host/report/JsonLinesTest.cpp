@@ -116,10 +116,16 @@ TEST(JsonLines, FailedAttemptTellsItsCodeInWordsAndHasNoJudgement) {
     EXPECT_EQ(json.at("attempts").at(2).at("code"), nullptr);
 }
 
-TEST(JsonLines, PathThatIsNoUtf8IsWrittenWithReplacements) {
+TEST(JsonLines, PathThatIsNoUtf8IsEscapedWithoutLoss) {
     Record record;
     record.damaged.path = "bro\xFFken.arw";
-    EXPECT_EQ(read_again(record).damaged.path, "bro\xEF\xBF\xBDken.arw");
+    EXPECT_NE(to_json_line(record).find(R"("path":"bro\u0000ffken.arw")"), std::string::npos);
+    EXPECT_EQ(read_again(record).damaged.path, record.damaged.path);
+    record.damaged.path = "\xC3\x28\xED\xA0\x80 \xF0\x9F\x93\xB7 \xFE";
+    record.attempts.emplace_back();
+    record.attempts.back().sample = "\x80";
+    EXPECT_EQ(read_again(record).damaged.path, record.damaged.path);
+    EXPECT_EQ(read_again(record).attempts.back().sample, "\x80");
 }
 
 TEST(JsonLines, LineThatWasCutAnywhereIsNoRecord) {

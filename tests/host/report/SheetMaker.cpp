@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     try {
-        HtmlReport report(argv[1], "plate-mend, 2026-05-01 12:30");
+        HtmlReport report(plate_mend::host::OutputFile(argv[1], true), "plate-mend, 2026-05-01 12:30");
         const auto count = static_cast<std::uint32_t>(std::stoul(argv[2]));
         for (std::uint32_t number = 0; number < count; ++number) {
             report.add(record_of(number));

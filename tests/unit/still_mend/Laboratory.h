@@ -98,7 +98,7 @@ struct Trial {
     std::size_t claimed = 0;   ///< What the library says is the photographer's own.
     bool other = false;        ///< What was delivered is another picture of the file.
     bool clean = false;        ///< The output decodes without a warning.
-    bool kept = false;         ///< libjpeg saw no damage, and what was delivered is the damaged picture as it is.
+    bool kept = false; ///< libjpeg saw no damage, and what was delivered is the damaged picture as it is.
     unsigned warnings = 0;
     Bytes output;
     /// Success for what is not the picture: a tenth and more of what is claimed is something else.

@@ -1,5 +1,7 @@
 #include "platform/MappedFile.h"
 
+#include "platform/posix/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -29,27 +31,14 @@ MapResult result_of(int error) {
     }
 }
 
-/// Closes a descriptor at the end of a scope.
-struct Descriptor {
-    explicit Descriptor(int number) : file(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (file >= 0) {
-            ::close(file);
-        }
-    }
-    int file;
-};
-
 } // namespace
 
 MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most_bytes) {
     close();
     // Not blocking: a named pipe must not hold us up before it is told from a file.
-    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct ::stat status {};
-    if (descriptor.file < 0 || ::fstat(descriptor.file, &status) != 0) {
+    if (file.number() < 0 || ::fstat(file.number(), &status) != 0) {
         return result_of(errno);
     }
     if (!S_ISREG(status.st_mode)) {
@@ -62,7 +51,7 @@ MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most
     if (size == 0) {
         return MapResult::kMapped;
     }
-    void* view = ::mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_PRIVATE, descriptor.file, 0);
+    void* view = ::mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_PRIVATE, file.number(), 0);
     if (view == MAP_FAILED) {
         return result_of(errno);
     }

@@ -17,6 +17,10 @@ std::filesystem::path own_program() {
     return std::filesystem::read_symlink("/proc/self/exe");
 }
 
+void survive_long_files() {
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
 std::uint64_t own_id() {
     return static_cast<std::uint64_t>(::getpid());
 }

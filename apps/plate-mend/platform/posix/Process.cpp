@@ -92,7 +92,7 @@ Ending ending_from(std::optional<int> status) {
     }
     if (WIFSIGNALED(*status)) {
         const char* name = ::strsignal(WTERMSIG(*status));
-        return {0, name == nullptr ? "a signal" : name};
+        return {0, name == nullptr ? "a signal" : name, WTERMSIG(*status) == SIGKILL};
     }
     return {WEXITSTATUS(*status), ""};
 }

@@ -46,10 +46,9 @@ Descriptor nameless_file(const std::filesystem::path& folder) {
     }
 }
 
-bool exceeds_limit(std::uint64_t bytes) {
-    rlimit limit{};
-    return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
-           bytes > limit.rlim_cur;
+bool is_of_the_system(const std::error_code& error) {
+    const char* category = error.category().name();
+    return std::strcmp(category, "generic") == 0 || std::strcmp(category, "system") == 0;
 }
 
 int error_by_free_space(const Descriptor& file, std::uint64_t bytes) {
@@ -76,10 +75,17 @@ int error_of_reserving(const Descriptor& file, std::uint64_t bytes) {
 
 } // namespace
 
+bool exceeds_largest_file(std::uint64_t bytes) {
+    rlimit limit{};
+    return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+           bytes > limit.rlim_cur;
+}
+
 std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes) {
     try {
         const Descriptor file = nameless_file(folder);
-        if (bytes > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) || exceeds_limit(bytes)) {
+        if (bytes > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) ||
+            exceeds_largest_file(bytes)) {
             return code(EFBIG);
         }
         return code(bytes == 0 ? 0 : error_of_reserving(file, bytes));
@@ -90,11 +96,13 @@ std::error_code room_for(const std::filesystem::path& folder, std::uint64_t byte
     }
 }
 
+bool means_unreadable(const std::error_code& error) {
+    return is_of_the_system(error) && (error.value() == EIO || error.value() == EILSEQ);
+}
+
 bool means_no_room(const std::error_code& error) {
     const int value = error.value();
-    const char* category = error.category().name();
-    const bool of_the_system = std::strcmp(category, "generic") == 0 || std::strcmp(category, "system") == 0;
-    return of_the_system && (value == ENOSPC || value == EDQUOT || value == EFBIG);
+    return is_of_the_system(error) && (value == ENOSPC || value == EDQUOT || value == EFBIG);
 }
 
 } // namespace plate_mend::host::platform

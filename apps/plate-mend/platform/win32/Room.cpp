@@ -97,6 +97,25 @@ std::error_code room_for(const std::filesystem::path& folder, std::uint64_t byte
     }
 }
 
+bool exceeds_largest_file(std::uint64_t /*bytes*/) {
+    return false;
+}
+
+bool means_unreadable(const std::error_code& error) {
+    switch (error.value()) {
+    case ERROR_CRC:
+    case ERROR_SEEK:
+    case ERROR_SECTOR_NOT_FOUND:
+    case ERROR_READ_FAULT:
+    case ERROR_IO_DEVICE:
+    case ERROR_FLOPPY_ID_MARK_NOT_FOUND:
+    case ERROR_DISK_OPERATION_FAILED:
+        return std::strcmp(error.category().name(), "system") == 0;
+    default:
+        return false;
+    }
+}
+
 bool means_no_room(const std::error_code& error) {
     // Each module has categories of its own, so their names are compared.
     const char* category = error.category().name();

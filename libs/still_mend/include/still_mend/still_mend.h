@@ -103,8 +103,8 @@ typedef struct StillMendReport {
  *   output_file   a JPEG of the original's size. Replaced when a picture was found, left alone otherwise.
  *                 On the way a file of that name with ".part" behind it is written.
  *
- * Coded data that decode are kept as they are. A file that is a JPEG, and decodes to its end without a warning, is
- * copied with all that follows its end. Returns one of the codes above.
+ * Coded data that decode are kept as they are. A file that is a JPEG, and decodes to its end without a
+ * warning, is copied with all that follows its end. Returns one of the codes above.
  */
 STILL_MEND_API int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_file);
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+
+namespace plate_mend::host {
+
+/// Whether the preview inside a RAW file is as the camera wrote it, as far as a decode shows: libjpeg decodes
+/// it without a warning. True where the file has none, or one that is no JPEG. LibRaw may crash or hang on
+/// hostile files, so this runs in a worker.
+[[nodiscard]] bool is_preview_whole(const std::filesystem::path& photograph);
+
+} // namespace plate_mend::host
