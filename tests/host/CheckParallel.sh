@@ -13,14 +13,16 @@ rm -rf "$3"
 mkdir -p "$3"
 cd "$3"
 work=$PWD
-mkdir tools
-# Hosts of a laboratory, all of them this machine.
+mkdir tools temporary
+TMPDIR=$work/temporary PARALLEL_HOME=$work/temporary
+export TMPDIR PARALLEL_HOME
+# Hosts of a laboratory, all of them this machine. Like a real one, each has a SHELL, whatever the caller has.
 cat >tools/ssh <<'TEXT'
 #!/bin/sh
 while [ "${1#-}" != "$1" ]; do shift; done
 shift
 [ "$1" != -- ] || shift
-exec sh -c "$*"
+SHELL=/bin/sh exec sh -c "$*"
 TEXT
 # A Slurm array: all tasks at once.
 cat >tools/sbatch <<'TEXT'
