@@ -2,7 +2,7 @@
 
 #include "host/HostFixture.h"
 
-#include "Record.h"
+#include "record/Record.h"
 #include "report/JsonLines.h"
 
 #include <filesystem>

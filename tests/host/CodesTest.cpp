@@ -1,4 +1,4 @@
-#include "Codes.h"
+#include "report/Codes.h"
 
 #include "support/Bytes.h"
 

@@ -4,7 +4,7 @@
 #include "support/RawDecode.h"
 #include "support/Scene.h"
 
-#include "Commands.h"
+#include "cli/Commands.h"
 
 #include <gmock/gmock.h>
 

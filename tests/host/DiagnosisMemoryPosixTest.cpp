@@ -1,4 +1,4 @@
-#include "Diagnosis.h"
+#include "diagnose/Diagnosis.h"
 
 #include "faults/Limits.h"
 #include "host/Pairs.h"

@@ -5,7 +5,7 @@
 #include "support/Bytes.h"
 #include "support/TempDir.h"
 
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
 #include <gtest/gtest.h>
 

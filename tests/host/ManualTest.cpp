@@ -1,4 +1,4 @@
-#include "Manual.h"
+#include "cli/Manual.h"
 
 #include "support/Bytes.h"
 #include "support/TempDir.h"

@@ -1,8 +1,8 @@
 #include "support/Bytes.h"
 #include "support/TempDir.h"
 
-#include "Plan.h"
 #include "platform/Names.h"
+#include "repair/Plan.h"
 
 #include <gmock/gmock.h>
 

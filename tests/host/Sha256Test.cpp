@@ -1,4 +1,4 @@
-#include "Sha256.h"
+#include "files/Sha256.h"
 
 #include "support/Bytes.h"
 #include "support/TempDir.h"

@@ -6,7 +6,7 @@
 #include "support/RawDecode.h"
 #include "support/TempDir.h"
 
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 #include "report/JsonLines.h"
 
 #include <algorithm>

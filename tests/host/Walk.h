@@ -4,7 +4,7 @@
 #include "support/Bytes.h"
 #include "unit/still_mend/Laboratory.h"
 
-#include "Record.h"
+#include "record/Record.h"
 
 #include <cstddef>
 #include <functional>

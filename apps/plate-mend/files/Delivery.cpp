@@ -1,8 +1,8 @@
 #include "files/Delivery.h"
 
-#include "Failures.h"
-#include "SafeOutput.h"
-#include "Sha256.h"
+#include "files/Failures.h"
+#include "files/SafeOutput.h"
+#include "files/Sha256.h"
 #include "record/RunRecord.h"
 
 #include <system_error>

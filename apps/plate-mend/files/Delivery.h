@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Plan.h"
-#include "Record.h"
 #include "files/Protected.h"
+#include "record/Record.h"
+#include "repair/Plan.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "files/WorkingCopy.h"
 
-#include "Failures.h"
-#include "Sha256.h"
+#include "files/Failures.h"
+#include "files/Sha256.h"
 #include "platform/Files.h"
 #include "text/Paths.h"
 

@@ -1,6 +1,6 @@
 #include "judge/Cr3Tables.h"
 
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "judge/Judge.h"
 
-#include "FileBytes.h"
-#include "Formats.h"
-#include "SafeOutput.h"
+#include "files/FileBytes.h"
+#include "files/Formats.h"
+#include "files/SafeOutput.h"
 #include "judge/Cr3Tables.h"
 #include "judge/LosslessJpeg.h"
 #include "judge/Picture.h"

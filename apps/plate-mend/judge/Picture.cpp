@@ -1,6 +1,6 @@
 #include "judge/Picture.h"
 
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 #include "platform/Files.h"
 
 #include <libraw/libraw.h>

@@ -1,4 +1,4 @@
-#include "PixelSigns.h"
+#include "judge/PixelSigns.h"
 
 #include <algorithm>
 #include <array>

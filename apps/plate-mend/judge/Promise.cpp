@@ -1,7 +1,7 @@
 #include "judge/Promise.h"
 
-#include "FileBytes.h"
-#include "Formats.h"
+#include "files/FileBytes.h"
+#include "files/Formats.h"
 #include "report/Words.h"
 
 #include <algorithm>

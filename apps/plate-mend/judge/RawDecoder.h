@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 
 #include <libraw/libraw.h>
 

@@ -1,9 +1,9 @@
 #include "record/RunRecord.h"
 
-#include "Failures.h"
-#include "Sha256.h"
+#include "files/Failures.h"
+#include "files/Sha256.h"
 #include "platform/Names.h"
-#include "report/JsonFields.h"
+#include "record/JsonFields.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Record.h"
-#include "SafeOutput.h"
+#include "files/SafeOutput.h"
 #include "platform/Files.h"
-#include "report/JsonFields.h"
+#include "record/JsonFields.h"
+#include "record/Record.h"
 
 #include <filesystem>
 #include <map>

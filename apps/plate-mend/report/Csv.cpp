@@ -1,8 +1,8 @@
 #include "report/Csv.h"
 
-#include "Codes.h"
-#include "report/Text.h"
+#include "report/Codes.h"
 #include "report/Words.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <array>

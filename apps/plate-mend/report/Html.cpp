@@ -1,8 +1,8 @@
 #include "report/Html.h"
 
-#include "Codes.h"
+#include "report/Codes.h"
 #include "report/HtmlPage.h"
-#include "report/Text.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <random>

@@ -1,7 +1,7 @@
 #include "report/JsonLines.h"
 
-#include "Codes.h"
-#include "report/JsonFields.h"
+#include "record/JsonFields.h"
+#include "report/Codes.h"
 #include "text/Paths.h"
 
 namespace plate_mend::host {

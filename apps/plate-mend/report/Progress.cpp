@@ -1,6 +1,6 @@
 #include "report/Progress.h"
 
-#include "report/Text.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <array>

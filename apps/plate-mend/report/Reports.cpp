@@ -1,6 +1,6 @@
 #include "report/Reports.h"
 
-#include "Failures.h"
+#include "files/Failures.h"
 #include "platform/Terminal.h"
 #include "report/Csv.h"
 #include "report/JsonLines.h"

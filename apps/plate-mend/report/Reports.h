@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Record.h"
-#include "SafeOutput.h"
+#include "files/SafeOutput.h"
+#include "record/Record.h"
 #include "report/Html.h"
 #include "report/Progress.h"
 

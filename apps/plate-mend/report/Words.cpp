@@ -1,6 +1,6 @@
 #include "report/Words.h"
 
-#include "Codes.h"
+#include "report/Codes.h"
 
 #include <algorithm>
 #include <charconv>

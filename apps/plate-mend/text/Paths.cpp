@@ -1,7 +1,7 @@
 #include "text/Paths.h"
 
 #include "platform/Names.h"
-#include "report/Text.h"
+#include "text/Text.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "report/Progress.h"
 
 #include "host/report/Records.h"
-#include "report/Text.h"
+#include "text/Text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

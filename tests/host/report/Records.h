@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Record.h"
+#include "record/Record.h"
 
 namespace test {
 

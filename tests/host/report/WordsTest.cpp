@@ -1,5 +1,5 @@
 #include "report/Words.h"
-#include "report/Text.h"
+#include "text/Text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,0 +1,362 @@
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
+#include "files/Failures.h"
+#include "files/Formats.h"
+#include "files/SafeOutput.h"
+#include "platform/Files.h"
+#include "platform/Interrupt.h"
+#include "platform/Names.h"
+#include "record/RunRecord.h"
+#include "repair/Batch.h"
+#include "repair/Plan.h"
+#include "repair/RunLog.h"
+#include "report/Notes.h"
+#include "report/Reports.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using IsRemovable = std::function<bool(const fs::path&)>;
+
+/// The command line asks for what cannot be.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+std::vector<fs::path> paths_from_all(const std::vector<std::string>& texts) {
+    std::vector<fs::path> paths;
+    std::transform(texts.begin(), texts.end(), std::back_inserter(paths), path_from);
+    return paths;
+}
+
+/// Extensions as a user writes them: "ARW", ".arw".
+std::vector<std::string> extensions_of(const RepairOptions& options) {
+    std::vector<std::string> extensions;
+    for (const std::string& text : options.extensions) {
+        const std::size_t letters = text.find_first_not_of('.');
+        if (letters == std::string::npos) {
+            throw UsageError("--ext " + text + ": no extension");
+        }
+        extensions.push_back(extension_of(path_from("x." + text.substr(letters))));
+    }
+    return extensions;
+}
+
+/// What the command line says of names, where it makes no sense.
+void check_names(const RepairOptions& options) {
+    if (options.resume && options.out.empty()) {
+        throw UsageError("--resume needs --out, where the record of the former run is");
+    }
+    if (!options.task.empty() && options.out.empty()) {
+        throw UsageError("--task needs --out");
+    }
+    const bool dots = options.task.find_first_not_of('.') == std::string::npos;
+    if (!options.task.empty() && (dots || options.task.find_first_of("/\\:*?\"<>|") != std::string::npos)) {
+        throw UsageError("--task " + options.task + ": no name for a folder");
+    }
+    if (!options.log_directory.empty() && !fs::is_directory(path_from(options.log_directory))) {
+        throw UsageError(options.log_directory + ": no such folder; no log can be written there");
+    }
+}
+
+/// Whether a path is in a folder, by their name keys.
+bool is_below(const std::string& path, const std::string& folder) {
+    const fs::path relative = path_from(path).lexically_relative(path_from(folder));
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+/// One run of the command, from its options to its exit status.
+class Repair {
+  public:
+    Repair(const RepairOptions& options, const fs::path& program, const IsRemovable& is_removable)
+        : options_(options), program_(program), is_removable_(is_removable) {}
+
+    int run() {
+        try {
+            return begin();
+        } catch (const MachineFailure& e) {
+            if (!e.no_room()) {
+                throw;
+            }
+            complain(e.what());
+            tell_of_full_disk();
+            return kSomeNotDone;
+        }
+    }
+
+  private:
+    int begin() {
+        check_names(options_);
+        platform::remember_interrupts();
+        select();
+        warn_of_the_card();
+        if (!options_.out.empty()) {
+            record_.emplace(path_from(options_.out), options_.task.empty() ? "run" : options_.task);
+        }
+        check_reports();
+        clear_what_dead_runs_left();
+        if (!options_.log_directory.empty()) {
+            OutputFile file = open_report(log_file());
+            file.publish();
+            add_growing_report(file.path());
+            log_.emplace(std::move(file));
+        }
+        return work();
+    }
+
+    /// The way on for somebody whose disk is full.
+    void tell_of_full_disk() {
+        notes_.add("the disk is full, and the run stops" +
+                   std::string(record_ ? "; make room, and give the same command with --resume" : ""));
+    }
+
+    void select() {
+        std::vector<fs::path> paths = paths_from_all(options_.paths);
+        if (!options_.files_from.empty()) {
+            const auto listed = paths_from_list(options_.files_from);
+            paths.insert(paths.end(), listed.begin(), listed.end());
+        }
+        const FileSelection inputs =
+            selected(paths, {extensions_of(options_), path_from(options_.root), path_from(options_.out)});
+        if (inputs.files.empty()) {
+            notes_.add("no damaged file was found");
+        }
+        if (!options_.output.empty() && inputs.files.size() != 1) {
+            throw UsageError("--output names one file; for several use --out");
+        }
+        samples_ = paths_from_all(options_.samples);
+        for (const Input& input :
+             selected(paths_from_all(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
+            samples_.push_back(input.path);
+        }
+        check_samples();
+        for (const Input& input : inputs.files) {
+            protected_.add(input.path);
+        }
+        for (const fs::path& sample : samples_) {
+            protected_.add(sample);
+        }
+        if (!options_.output.empty() && protected_.covers(path_from(options_.output))) {
+            throw UsageError(options_.output + ": the output is also an input");
+        }
+        files_ =
+            plan(inputs.files, {path_from(options_.out), path_from(options_.output), !options_.task.empty()},
+                 protected_);
+    }
+
+    /// With what is odd about the selection told, and remembered for the exit status.
+    FileSelection selected(const std::vector<fs::path>& paths, const FileFilter& filter) {
+        FileSelection selection = files_in(paths, filter);
+        for (const std::string& note : selection.notes) {
+            notes_.add(note);
+        }
+        for (const std::string& problem : selection.problems) {
+            notes_.add(problem);
+            status_ = kSomeNotDone;
+        }
+        return selection;
+    }
+
+    void check_samples() const {
+        for (const fs::path& sample : samples_) {
+            std::error_code none;
+            if (!fs::is_regular_file(sample, none)) {
+                throw UsageError(utf8_from(sample) + ": no such file");
+            }
+        }
+        if (samples_.empty()) {
+            throw UsageError("no sample is there; name one with --sample or a folder of them with --samples");
+        }
+    }
+
+    /// Whatever is written to a failing medium may cost what can still be read there.
+    void warn_of_the_card() {
+        if (!options_.out.empty() || !options_.output.empty() || files_.empty()) {
+            return;
+        }
+        const auto removable = std::find_if(files_.begin(), files_.end(), [this](const PlannedFile& file) {
+            return is_removable_(folder_of(file.outputs.raw));
+        });
+        if (removable != files_.end() && !options_.force) {
+            throw UsageError(utf8_from(removable->input.path) +
+                             ": is on a removable medium, and results would be written there too, which may "
+                             "destroy what is left; name a folder on another disk with --out (--force "
+                             "writes there all the same)");
+        }
+        notes_.add(
+            "results are written beside the damaged files; --out FOLDER keeps them off a failing disk");
+    }
+
+    void clear_what_dead_runs_left() const {
+        std::set<fs::path> folders;
+        for (const PlannedFile& file : files_) {
+            folders.insert(folder_of(file.outputs.raw));
+        }
+        for (const fs::path& folder : folders) {
+            clear_stale_folders(folder);
+        }
+    }
+
+    [[nodiscard]] bool is_result(const std::string& key) const {
+        return std::any_of(files_.begin(), files_.end(), [&](const PlannedFile& file) {
+            return platform::name_key(file.outputs.raw) == key ||
+                   platform::name_key(file.outputs.jpeg) == key ||
+                   platform::name_key(file.outputs.other_jpeg) == key;
+        });
+    }
+
+    [[nodiscard]] bool may_replace(const fs::path& report) const {
+        return options_.force || (options_.resume && record_ && record_->is_own_report(report));
+    }
+
+    void check_report(const fs::path& path) {
+        const std::string key = platform::name_key(path);
+        if (is_result(key)) {
+            throw UsageError(utf8_from(path) + ": is also the place of a result");
+        }
+        if (record_ && is_below(key, platform::name_key(record_->folder().parent_path()))) {
+            throw UsageError(utf8_from(path) + ": is in the folder of the run's own record");
+        }
+        if (!report_names_.insert(key).second) {
+            throw UsageError(utf8_from(path) + ": is named for two reports");
+        }
+        if (const auto refusal = refuse_output(path, protected_, may_replace(path))) {
+            throw UsageError(*refusal);
+        }
+        reports_.push_back(path);
+    }
+
+    /// All of them before the first is begun: a run that is refused replaces none.
+    void check_reports() {
+        if (!options_.log_directory.empty()) {
+            check_report(log_file());
+        }
+        for (const std::string& report : {options_.json, options_.csv, options_.report}) {
+            if (!report.empty() && report != "-") {
+                check_report(path_from(report));
+            }
+        }
+    }
+
+    [[nodiscard]] fs::path log_file() const { return path_from(options_.log_directory) / "PlateMend.log"; }
+
+    /// Begins a report or a log, by the rule for everything that is written.
+    OutputFile open_report(const fs::path& path) const {
+        clear_stale_folders(folder_of(path));
+        return {path, may_replace(path)};
+    }
+
+    void add_growing_report(const fs::path& path) {
+        if (record_) {
+            record_->add_report(path, false);
+        }
+    }
+
+    int work() {
+        const int status = work_with_reports();
+        log_.reset();
+        for (const fs::path& report : reports_) {
+            if (record_) {
+                record_->add_report(report, true);
+            }
+        }
+        return status;
+    }
+
+    int work_with_reports() {
+        const Workers workers({program_, options_.limits.seconds, options_.limits.memory_mib << 20U, &notes_},
+                              log_ ? &*log_ : nullptr);
+        Reports reports({options_.json, options_.csv, options_.report, options_.quiet}, files_.size(),
+                        [this](const fs::path& path) { return open_report(path); });
+        for (const std::string& report : {options_.json, options_.csv}) {
+            if (!report.empty() && report != "-") {
+                add_growing_report(path_from(report));
+            }
+        }
+        const BatchEnd end = run_batch(
+            {.files = files_,
+             .samples = samples_,
+             .inputs = protected_,
+             .workers = workers,
+             .repair = {.work = record_ ? record_->folder() : fs::path(),
+                        .force = options_.force,
+                        .resume = options_.resume,
+                        .fallback = !options_.no_fallback,
+                        .pictures = !options_.report.empty(),
+                        .most_samples = options_.most_samples},
+             .jobs = options_.jobs != 0 ? options_.jobs : std::max(1U, std::thread::hardware_concurrency()),
+             .record = record_ ? &*record_ : nullptr},
+            {[&](const Input& input) { reports.begin(utf8_from(input.path)); },
+             [&](const Record& record, bool is_new) {
+                 status_ = std::max(status_, status_of(record.verdict));
+                 reports.add(record, is_new);
+             }});
+        reports.close(end != BatchEnd::kDone);
+        if (end == BatchEnd::kNoRoom) {
+            tell_of_full_disk();
+        }
+        return end == BatchEnd::kStopped ? kInterrupted : status_;
+    }
+
+    /// 0 to 3, as CommandLine.h has them.
+    static int status_of(Verdict verdict) {
+        switch (verdict) {
+        case Verdict::kWhole:
+        case Verdict::kIntact:
+            return kAllWhole;
+        case Verdict::kNotRepaired:
+            return kSomeLost;
+        case Verdict::kNotDone:
+            return kSomeNotDone;
+        default:
+            return kSomePartial;
+        }
+    }
+
+    const RepairOptions& options_;
+    const fs::path& program_;
+    const IsRemovable& is_removable_;
+    Notes notes_;
+    Protected protected_; ///< Damaged files and samples.
+    std::vector<fs::path> samples_;
+    std::vector<PlannedFile> files_;
+    std::optional<RunRecord> record_;
+    std::set<std::string> report_names_; ///< Name keys.
+    std::vector<fs::path> reports_;      ///< And logs.
+    std::optional<RunLog> log_;
+    int status_ = kAllWhole;
+};
+
+int complain_of(const std::exception& e, int status) {
+    complain(reason_in_words(e));
+    return status;
+}
+
+} // namespace
+
+int run_repair(const RepairOptions& options, const fs::path& program, const IsRemovable& is_removable) {
+    try {
+        return Repair(options, program, is_removable).run();
+    } catch (const UsageError& e) {
+        return complain_of(e, kUsage);
+    } catch (const ListError& e) {
+        return complain_of(e, kUsage);
+    } catch (const Interrupted&) {
+        return kInterrupted;
+    } catch (const std::exception& e) {
+        return complain_of(e, kSomeNotDone);
+    }
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,42 @@
+#include "files/Failures.h"
+
+#include "platform/Files.h"
+#include "platform/Interrupt.h"
+#include "text/Paths.h"
+
+#include <filesystem>
+#include <new>
+
+namespace plate_mend::host {
+
+namespace {
+
+std::string reason_in_words(const std::error_code& reason) {
+    return platform::means_no_room(reason) ? "the disk is full" : reason.message();
+}
+
+} // namespace
+
+std::string reason_in_words(const std::exception& exception) {
+    if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&exception)) {
+        const std::string path = utf8_from(file->path1());
+        return (path.empty() ? "" : path + ": ") + reason_in_words(file->code());
+    }
+    if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
+        return "memory ran out";
+    }
+    // Whatever this program throws on purpose is one, with a sentence in it.
+    return dynamic_cast<const std::runtime_error*>(&exception) != nullptr ? exception.what()
+                                                                          : "an error inside the program";
+}
+
+MachineFailure::MachineFailure(const std::string& what, const std::error_code& reason)
+    : std::runtime_error(what + ": " + reason_in_words(reason)), no_room_(platform::means_no_room(reason)) {}
+
+void check_interruption() {
+    if (platform::interrupted()) {
+        throw Interrupted();
+    }
+}
+
+} // namespace plate_mend::host

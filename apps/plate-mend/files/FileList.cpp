@@ -1,0 +1,242 @@
+#include "files/FileList.h"
+
+#include "files/Formats.h"
+#include "platform/Names.h"
+#include "text/Paths.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <system_error>
+
+#include <nlohmann/json.hpp>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool is_our_own(const fs::path& file) {
+    const std::string middle = extension_of(file.stem());
+    return middle == "repaired" || middle == "salvaged";
+}
+
+bool is_hidden(const fs::path& path) {
+    const fs::path name = path.filename();
+    return !name.empty() && name.native().front() == '.';
+}
+
+fs::path without_slash(const fs::path& path) {
+    return path.has_filename() ? path : path.parent_path();
+}
+
+fs::path canonical_or_same(const fs::path& path) {
+    std::error_code error;
+    fs::path there = fs::canonical(path, error);
+    return error ? path : there;
+}
+
+/// With the links on the way to the file or folder followed, but not the last one: that is its name.
+fs::path resolved(const fs::path& path) {
+    const fs::path whole = without_slash(path);
+    std::error_code error;
+    const fs::path folder = fs::canonical(whole.parent_path(), error);
+    return error ? whole : folder / whole.filename();
+}
+
+/// Whole, without dots. Only where the path climbs, links on its way decide where that leads.
+fs::path plain(const fs::path& path) {
+    std::error_code error;
+    fs::path whole = fs::absolute(path, error);
+    whole = error ? path : whole;
+    if (std::find(whole.begin(), whole.end(), "..") != whole.end()) {
+        const fs::path last = without_slash(whole).filename();
+        whole = last == ".." || last == "." ? canonical_or_same(whole) : resolved(whole);
+    }
+    return without_slash(whole.lexically_normal());
+}
+
+/// The path from a folder to what is in it. Empty when it is not in there.
+fs::path below(const fs::path& folder, const fs::path& path) {
+    const fs::path relative = path.lexically_relative(folder);
+    return relative.empty() || *relative.begin() == ".." ? fs::path() : relative;
+}
+
+/// The longest path that both begin with.
+fs::path common_part(const fs::path& one, const fs::path& other) {
+    fs::path common;
+    auto there = other.begin();
+    for (auto here = one.begin(); here != one.end() && there != other.end() && *here == *there;
+         ++here, ++there) {
+        common /= *here;
+    }
+    return common;
+}
+
+/// The work of one call of files_in.
+class Selector {
+  public:
+    Selector(const std::vector<fs::path>& paths, const FileFilter& filter)
+        : filter_(filter), extensions_(filter.extensions.empty() ? raw_extensions() : filter.extensions),
+          left_out_(filter.left_out.empty() ? "" : platform::name_key(filter.left_out)),
+          root_(filter.root.empty() ? common_root(paths) : plain(filter.root)),
+          resolved_root_(canonical_or_same(root_)) {}
+
+    FileSelection run(const std::vector<fs::path>& paths) {
+        for (const fs::path& path : paths) {
+            std::error_code none;
+            if (fs::is_directory(path, none)) {
+                add_folder(path);
+            } else {
+                add(path);
+            }
+        }
+        return std::move(selection_);
+    }
+
+  private:
+    static fs::path common_root(const std::vector<fs::path>& paths) {
+        fs::path root;
+        for (const fs::path& path : paths) {
+            std::error_code none;
+            const fs::path whole = plain(path);
+            const fs::path folder = fs::is_directory(path, none) ? whole : whole.parent_path();
+            root = &path == &paths.front() ? folder : common_part(root, folder);
+        }
+        return root;
+    }
+
+    void add(const fs::path& path) {
+        if (!seen_.insert(platform::name_key(path)).second) {
+            selection_.notes.push_back(utf8_from(path) + ": was named more than once; it is taken once");
+            return;
+        }
+        const fs::path place = place_of(path);
+        if (!place.empty()) {
+            selection_.files.push_back({path, place, ""});
+        } else if (filter_.root.empty()) { // Nothing in common: other drives.
+            selection_.files.push_back({path, path.filename(), ""});
+        } else {
+            selection_.files.push_back(
+                {path, path.filename(), "is not below --root " + utf8_from(filter_.root)});
+        }
+    }
+
+    /// Below the root, as the paths are written or where links lead; empty when it is not there.
+    [[nodiscard]] fs::path place_of(const fs::path& path) const {
+        const fs::path as_written = below(root_, plain(path));
+        return as_written.empty() ? below(resolved_root_, resolved(plain(path))) : as_written;
+    }
+
+    [[nodiscard]] bool is_left_out(const fs::path& folder) const {
+        return !left_out_.empty() && platform::name_key(folder) == left_out_;
+    }
+
+    [[nodiscard]] bool is_wanted(const fs::path& file) const {
+        return !is_our_own(file) &&
+               std::find(extensions_.begin(), extensions_.end(), extension_of(file)) != extensions_.end();
+    }
+
+    void add_folder(const fs::path& folder) {
+        if (is_left_out(folder)) {
+            selection_.notes.push_back(utf8_from(folder) +
+                                       ": is the folder of results; its files are no inputs");
+            return;
+        }
+        std::vector<fs::path> files;
+        std::vector<fs::path> folders;
+        std::error_code error;
+        for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+             entry.increment(error)) {
+            std::error_code none; // A loop of links is neither.
+            if (entry->is_directory(none)) {
+                if (!is_hidden(entry->path()) && !entry->is_symlink(none) && !is_left_out(entry->path())) {
+                    folders.push_back(entry->path());
+                }
+            } else if (entry->is_regular_file(none) && is_wanted(entry->path())) {
+                files.push_back(entry->path());
+            }
+        }
+        if (error) {
+            selection_.problems.push_back(utf8_from(folder) + ": cannot be read: " + error.message());
+        }
+        add_sorted(files, folders);
+    }
+
+    void add_sorted(const std::vector<fs::path>& files, const std::vector<fs::path>& folders) {
+        std::vector<std::pair<fs::path, bool>> all;
+        all.reserve(files.size() + folders.size());
+        all.reserve(files.size() + folders.size());
+        for (const fs::path& file : files) {
+            all.emplace_back(file, false);
+        }
+        for (const fs::path& folder : folders) {
+            all.emplace_back(folder, true);
+        }
+        std::sort(all.begin(), all.end());
+        for (const auto& [path, is_folder] : all) {
+            if (is_folder) {
+                add_folder(path);
+            } else {
+                add(path);
+            }
+        }
+    }
+
+    const FileFilter& filter_;
+    const std::vector<std::string>& extensions_;
+    std::string left_out_; ///< Name key; empty for none.
+    fs::path root_;
+    fs::path resolved_root_;     ///< With links followed.
+    std::set<std::string> seen_; ///< Name keys.
+    FileSelection selection_;
+};
+
+/// {"path": "..."} or {"damaged": {"path": "..."}}; the line itself when it is neither.
+fs::path path_in(const std::string& line) {
+    if (line.front() != '{') {
+        return path_from(line);
+    }
+    const auto object = nlohmann::json::parse(line, nullptr, false);
+    if (!object.is_object()) {
+        return path_from(line);
+    }
+    const auto& holder = object.contains("damaged") ? object["damaged"] : object;
+    const auto path = holder.is_object() ? holder.find("path") : holder.end();
+    return path != holder.end() && path->is_string() ? path_from(unescaped_name(path->get<std::string>()))
+                                                     : path_from(line);
+}
+
+std::vector<fs::path> paths_from(std::istream& lines) {
+    std::vector<fs::path> paths;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        if (!line.empty()) {
+            paths.push_back(path_in(line));
+        }
+    }
+    return paths;
+}
+
+} // namespace
+
+FileSelection files_in(const std::vector<fs::path>& paths, const FileFilter& filter) {
+    return Selector(paths, filter).run(paths);
+}
+
+std::vector<fs::path> paths_from_list(const std::string& list) {
+    if (list == "-") {
+        return paths_from(std::cin);
+    }
+    std::ifstream file(path_from(list), std::ios::binary);
+    if (!file) {
+        throw ListError(list + ": cannot be read");
+    }
+    return paths_from(file);
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,59 @@
+#include "files/Formats.h"
+
+#include "files/SafeOutput.h"
+
+#include <algorithm>
+#include <array>
+
+namespace plate_mend::host {
+
+namespace {
+
+struct Extension {
+    const char* text;
+    RawFormat format;
+};
+
+constexpr std::array kExtensions = {
+    Extension{"arw", RawFormat::kArw}, Extension{"raw", RawFormat::kArw}, Extension{"sr2", RawFormat::kSr2},
+    Extension{"raf", RawFormat::kRaf}, Extension{"orf", RawFormat::kOrf}, Extension{"dng", RawFormat::kDng},
+    Extension{"cr2", RawFormat::kCr2}, Extension{"nef", RawFormat::kNef}, Extension{"cr3", RawFormat::kCr3}};
+
+} // namespace
+
+const char* name_of(RawFormat format) {
+    constexpr std::array kNames = {"ARW", "SR2", "RAF", "ORF", "DNG", "CR2", "NEF", "CR3"};
+    return kNames.at(static_cast<std::size_t>(format));
+}
+
+const std::vector<std::string>& raw_extensions() {
+    static const std::vector<std::string> extensions = [] {
+        std::vector<std::string> texts;
+        texts.reserve(kExtensions.size());
+        for (const Extension& one : kExtensions) {
+            texts.emplace_back(one.text);
+        }
+        return texts;
+    }();
+    return extensions;
+}
+
+std::string extension_of(const std::filesystem::path& path) {
+    std::string text = utf8_from(path.extension());
+    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return text.empty() ? text : text.substr(1);
+}
+
+std::optional<RawFormat> format_of(const std::filesystem::path& path) {
+    const std::string extension = extension_of(path);
+    for (const Extension& one : kExtensions) {
+        if (extension == one.text) {
+            return one.format;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace plate_mend::host

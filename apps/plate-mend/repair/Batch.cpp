@@ -1,0 +1,134 @@
+#include "repair/Batch.h"
+
+#include "platform/Interrupt.h"
+#include "record/RunRecord.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+namespace plate_mend::host {
+
+namespace {
+
+/// The work on one batch, shared by its threads.
+class Batch {
+  public:
+    Batch(const BatchRequest& request, const BatchListener& listener)
+        : request_(request), listener_(listener),
+          samples_(request.samples), tools_{samples_, checks_, request.workers, request.inputs,
+                                            request.record} {}
+
+    BatchEnd run() {
+        const std::size_t wanted = std::min<std::size_t>(std::max(1U, request_.jobs), request_.files.size());
+        std::vector<std::thread> threads;
+        threads.reserve(wanted);
+        try {
+            while (threads.size() + 1 < wanted) {
+                threads.emplace_back([this] { work(); });
+            }
+        } catch (const std::system_error&) {
+            // Those that could be had do the work.
+        }
+        work(); // This thread works as well.
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        if (failure_) {
+            std::rethrow_exception(failure_);
+        }
+        return no_room_ ? BatchEnd::kNoRoom : interrupted_ ? BatchEnd::kStopped : BatchEnd::kDone;
+    }
+
+  private:
+    void work() {
+        try {
+            while (!ends_early()) {
+                const std::size_t index = next_++;
+                if (index >= request_.files.size()) {
+                    return;
+                }
+                work_on(request_.files[index]);
+            }
+        } catch (const Interrupted&) {
+            interrupted_ = true;
+        } catch (...) {
+            const std::lock_guard lock(mutex_);
+            failure_ = std::current_exception();
+            interrupted_ = true;
+        }
+    }
+
+    bool ends_early() {
+        if (platform::interrupted()) {
+            interrupted_ = true;
+        }
+        return interrupted_ || no_room_;
+    }
+
+    void work_on(const PlannedFile& file) {
+        if (request_.repair.resume && request_.record != nullptr) {
+            if (const auto record = request_.record->finished(file.input.path, file.outputs.raw)) {
+                tell(*record, false);
+                return;
+            }
+        }
+        tell_of_begin(file.input);
+        bool no_room = false;
+        Record record = repair_file(file, tools_, request_.repair, no_room);
+        remember(record, no_room);
+        tell(record, true);
+        if (no_room) {
+            no_room_ = true;
+        }
+    }
+
+    /// Results are recorded before they are delivered; should this fail, that line does for the next run.
+    void remember(Record& record, bool& no_room) {
+        try {
+            if (request_.record != nullptr) {
+                request_.record->add(record);
+            }
+        } catch (const MachineFailure& e) {
+            no_room = no_room || e.no_room();
+            record.problem = e.what();
+        }
+    }
+
+    void tell_of_begin(const Input& input) {
+        const std::lock_guard lock(mutex_);
+        listener_.begins(input);
+    }
+
+    void tell(const Record& record, bool is_new) {
+        const std::lock_guard lock(mutex_);
+        listener_.ends(record, is_new);
+    }
+
+    const BatchRequest& request_;
+    const BatchListener& listener_;
+    Samples samples_;
+    SampleChecks checks_;
+    RepairTools tools_;
+    std::atomic<std::size_t> next_ = 0;
+    std::atomic<bool> interrupted_ = false;
+    std::atomic<bool> no_room_ = false;
+    std::mutex mutex_; ///< Of the listener and the failure.
+    std::exception_ptr failure_;
+};
+
+} // namespace
+
+BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener) {
+    try {
+        return Batch(request, listener).run();
+    } catch (const Interrupted&) {
+        return BatchEnd::kStopped; // While the samples were looked at.
+    }
+}
+
+} // namespace plate_mend::host

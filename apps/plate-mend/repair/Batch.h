@@ -1,0 +1,41 @@
+#pragma once
+
+#include "repair/FileRepair.h"
+#include "repair/Worker.h"
+
+#include <functional>
+#include <vector>
+
+namespace plate_mend::host {
+
+class RunRecord;
+
+/// What a batch works on, and how.
+struct BatchRequest {
+    std::vector<PlannedFile> files;
+    std::vector<std::filesystem::path> samples;
+    const Protected& inputs; ///< Damaged files and samples.
+    const Workers& workers;
+    RepairSettings repair; ///< When it resumes, files that the record has as finished are not done again.
+    unsigned jobs = 1;     ///< Files at a time.
+    RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
+};
+
+/// Who is told of the work, by one call at a time.
+struct BatchListener {
+    std::function<void(const Input& input)> begins;
+    /// In no order. A record that is not new is one of a former run.
+    std::function<void(const Record& record, bool is_new)> ends;
+};
+
+/// How a batch ended.
+enum class BatchEnd {
+    kDone,    ///< Each file has its record.
+    kStopped, ///< The user interrupted. Nothing is left of files without a record.
+    kNoRoom,  ///< The disk is full. Likewise.
+};
+
+/// Repairs all files. Throws what the listener throws.
+[[nodiscard]] BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener);
+
+} // namespace plate_mend::host

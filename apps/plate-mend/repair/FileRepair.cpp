@@ -1,0 +1,365 @@
+#include "repair/FileRepair.h"
+
+#include "files/Delivery.h"
+#include "files/Formats.h"
+#include "files/SafeOutput.h"
+#include "text/Text.h"
+
+#include <plate_mend/plate_mend.h>
+#include <still_mend/still_mend.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Below this share of rows a result is no photograph, whatever decodes.
+constexpr double kFewestRows = 0.01;
+
+/// Zeros at the end of a file that fill up its last cluster, at most.
+constexpr std::uint64_t kLargestCluster = std::uint64_t{2} << 20U;
+
+/// The cluster of most memory cards.
+constexpr std::uint64_t kCluster = 32768;
+
+Verdict verdict_of(const Judgement& judgement) {
+    if (!judgement.decodes || judgement.rows_good.value_or(1) < kFewestRows) {
+        return Verdict::kNotRepaired;
+    }
+    return judgement.findings.empty() ? Verdict::kWhole : Verdict::kPartial;
+}
+
+/// Higher is better. Of partial results the one with more rows; where that is not known, with fewer signs of
+/// damage.
+double worth(const Judgement& judgement) {
+    switch (verdict_of(judgement)) {
+    case Verdict::kWhole:
+        return 2;
+    case Verdict::kPartial:
+        return judgement.rows_good.value_or(0.5) - 0.001 * static_cast<double>(judgement.findings.size());
+    default:
+        return -1;
+    }
+}
+
+std::string bytes_of(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// The story of one damaged file.
+class FileRepair {
+  public:
+    FileRepair(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings)
+        : input_(file.input), outputs_(file.outputs), tools_(tools),
+          settings_(settings), rules_{tools.inputs, settings.force, tools.record, settings.resume},
+          delivery_(file, rules_) {}
+
+    Record run(bool& no_room) {
+        const auto start = std::chrono::steady_clock::now();
+        record_.damaged.path = utf8_from(input_.path);
+        try {
+            repair();
+        } catch (const Interrupted&) {
+            delivery_.take_back(record_);
+            throw;
+        } catch (const MachineFailure& e) {
+            no_room = no_room || e.no_room();
+            give_up(e.what());
+        } catch (const std::system_error& e) {
+            const MachineFailure failure("a file of the work cannot be used", e.code());
+            no_room = no_room || failure.no_room();
+            give_up(failure.what());
+        } catch (const std::exception& e) {
+            give_up(reason_in_words(e));
+        }
+        record_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        return std::move(record_);
+    }
+
+  private:
+    void repair() {
+        refuse();
+        prepare();
+        if (is_intact()) {
+            record_.verdict = Verdict::kIntact;
+            return;
+        }
+        if (!format_of(input_.path)) {
+            record_.problem = "no format is known for this extension";
+        } else {
+            try_samples();
+        }
+        if (record_.verdict != Verdict::kWhole && settings_.fallback) {
+            salvage();
+        }
+        delivery_.run(best_file(), jpeg_file(), record_);
+    }
+
+    /// Nothing is known of the photograph, and nothing of it is kept.
+    void give_up(const std::string& problem) {
+        delivery_.take_back(record_);
+        record_.verdict = Verdict::kNotDone;
+        record_.problem = problem;
+        record_.picture.clear();
+        for (Attempt& attempt : record_.attempts) {
+            attempt.taken = false;
+        }
+    }
+
+    void refuse() const {
+        if (!input_.problem.empty()) {
+            throw MachineFailure(input_.problem);
+        }
+        if (const auto refusal = delivery_.refuse_raw()) {
+            throw MachineFailure(*refusal);
+        }
+    }
+
+    void prepare() {
+        try {
+            if (const auto stamp = platform::stamp_of(input_.path); !stamp) {
+                throw MachineFailure("no such file");
+            }
+        } catch (const std::system_error& e) {
+            throw MachineFailure("cannot be read", e.code());
+        }
+        make_folders(folder_of(outputs_.raw));
+        folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
+        damaged_ = folder_->path() / "damaged";
+        if (format_of(input_.path)) {
+            damaged_ += input_.path.extension(); // The library goes by it.
+        }
+        const CopiedFile copied = copy_what_is_readable(input_.path, damaged_);
+        record_.damaged.size = copied.size;
+        record_.damaged.sha256 = copied.sha256;
+        record_.damaged.modified = copied.modified;
+        record_.damaged.changed = copied.changed;
+        record_.unreadable = copied.unreadable;
+        leave_out_zeros(copied);
+    }
+
+    /// A photograph is no longer than its camera's others, but for what compression leaves over; long zeros
+    /// after that are no part of it, and results shall not be filled with them. Some stay, as fill up a
+    /// cluster: a photograph may end in zeros of its own.
+    void leave_out_zeros(const CopiedFile& copied) {
+        const std::uint64_t shortest = std::max(copied.end_of_data, tools_.samples.longest_for(input_.path));
+        const std::uint64_t longest = (shortest / kCluster + 1) * kCluster;
+        const bool too_long = copied.size > longest && copied.size - longest > kLargestCluster;
+        record_.zeros_left_out = too_long ? copied.size - longest : 0;
+        fs::resize_file(damaged_, copied.size - record_.zeros_left_out);
+    }
+
+    bool is_intact() {
+        if (!format_of(input_.path) || !record_.unreadable.empty()) {
+            return false;
+        }
+        const fs::path picture = picture_file("intact.jpg");
+        if (!tools_.workers.is_intact(folder_->path(), damaged_, picture) || !is_as_long_as_others()) {
+            return false;
+        }
+        record_.picture = picture.empty() ? "" : bytes_of(picture);
+        return true;
+    }
+
+    /// An image that is displaced as a whole decodes without a sign of damage. Its length shows it, where
+    /// there is a sample to compare with.
+    bool is_as_long_as_others() {
+        std::string trouble;
+        for (const Candidate& candidate : tools_.samples.ranked_for(input_.path, damaged_)) {
+            try {
+                const fs::path name = reachable_name(candidate.path, folder_->path(), "candidate");
+                if (check(candidate, name).fitness == SampleChecks::Fitness::kWhole) {
+                    return tools_.workers.judge(folder_->path(), {damaged_, {}, name, {}}).findings.empty();
+                }
+            } catch (const MachineFailure& e) {
+                if (e.no_room()) {
+                    throw;
+                }
+                trouble = e.what();
+            }
+        }
+        if (!trouble.empty()) {
+            throw MachineFailure(trouble); // That sample might have shown it.
+        }
+        return true;
+    }
+
+    SampleChecks::Result check(const Candidate& sample, const fs::path& name) {
+        return tools_.checks.check(sample.path, name, folder_->path(), tools_.workers);
+    }
+
+    [[nodiscard]] fs::path picture_file(const char* name) const {
+        return settings_.pictures ? folder_->path() / name : fs::path();
+    }
+
+    /// Samples without a sign of damage first, in their order, then those that decode.
+    void try_samples() {
+        const auto candidates = tools_.samples.ranked_for(input_.path, damaged_);
+        if (candidates.empty()) {
+            record_.problem = "no sample of this format";
+        }
+        std::size_t left = settings_.most_samples;
+        std::string trouble;
+        std::vector<const Candidate*> doubtful;
+        const auto goes_on = [&] { return left != 0 && record_.verdict != Verdict::kWhole; };
+        const auto attempt = [&](const Candidate& candidate, bool may_be_doubtful) {
+            try {
+                if (const auto fitness = fitness_of(candidate);
+                    fitness == SampleChecks::Fitness::kWhole || may_be_doubtful) {
+                    --left;
+                    try_sample(candidate);
+                } else if (fitness == SampleChecks::Fitness::kDoubtful) {
+                    doubtful.push_back(&candidate);
+                }
+            } catch (const MachineFailure& e) {
+                if (e.no_room()) {
+                    throw;
+                }
+                trouble = e.what();
+            }
+        };
+        for (auto candidate = candidates.begin(); candidate != candidates.end() && goes_on(); ++candidate) {
+            attempt(*candidate, false);
+        }
+        for (auto candidate = doubtful.begin(); candidate != doubtful.end() && goes_on(); ++candidate) {
+            attempt(**candidate, true);
+        }
+        if (!trouble.empty() && record_.verdict != Verdict::kWhole) {
+            throw MachineFailure(trouble); // With that sample it might have become whole.
+        }
+    }
+
+    /// Whether a sample may be tried. One that does not decode is set aside, which the record says.
+    SampleChecks::Fitness fitness_of(const Candidate& candidate) {
+        require_readable(candidate.path);
+        const fs::path name = reachable_name(candidate.path, folder_->path(), "candidate");
+        const auto result = check(candidate, name);
+        if (result.fitness == SampleChecks::Fitness::kUnfit) {
+            Attempt attempt;
+            attempt.sample = utf8_from(candidate.path);
+            attempt.why = candidate.why;
+            attempt.problem = "the sample itself does not decode (" + result.reason + ")";
+            record_.attempts.push_back(std::move(attempt));
+        }
+        return result.fitness;
+    }
+
+    void try_sample(const Candidate& candidate) {
+        // The decoder goes by content, but a name of its own kind does no harm.
+        fs::path made = folder_->path() / "made";
+        made += input_.path.extension();
+        const fs::path picture = picture_file("made.jpg");
+        const fs::path sample = sample_for_library(candidate);
+        Attempt attempt = tools_.workers.repair(
+            folder_->path(),
+            {damaged_, sample, made, utf8_from(input_.path) + ", sample " + utf8_from(candidate.path)});
+        attempt.sample = utf8_from(candidate.path);
+        attempt.why = candidate.why;
+        attempt.engine = "exact";
+        if (attempt.code == PLATE_MEND_OK) {
+            attempt.judgement = judged({made, damaged_, sample, picture});
+        }
+        const bool whole = attempt.code == PLATE_MEND_OK && verdict_of(attempt.judgement) == Verdict::kWhole;
+        if (!whole && !attempt.room_problem.empty()) {
+            throw MachineFailure(attempt.room_problem, attempt.no_room);
+        }
+        if (!whole) {
+            require_all_readable(candidate.path);
+        }
+        if (attempt.code == PLATE_MEND_OK && worth(attempt.judgement) > best_) {
+            keep(attempt, made, picture);
+        }
+        record_.attempts.push_back(std::move(attempt));
+    }
+
+    /// The library writes to a CR3 sample's mapping, and others may use the sample at the same time.
+    [[nodiscard]] fs::path sample_for_library(const Candidate& candidate) const {
+        if (format_of(input_.path) != RawFormat::kCr3) {
+            return reachable_name(candidate.path, folder_->path(), "sample");
+        }
+        fs::path copy = folder_->path() / "sample";
+        copy += candidate.path.extension();
+        fs::copy_file(candidate.path, copy, fs::copy_options::overwrite_existing);
+        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
+        return copy;
+    }
+
+    /// What a decoder refuses because it is cut gets zeros for what is lost, and is judged once more.
+    [[nodiscard]] Judgement judged(JudgeRequest request) const {
+        const fs::path& folder = folder_->path();
+        Judgement judgement = tools_.workers.judge(folder, request);
+        if (!judgement.decodes) {
+            request.filled = tools_.workers.fill(folder, request.result, request.sample);
+            if (request.filled != 0) {
+                request.lost_in_preview = tools_.workers.is_lost_in_preview(folder, request.damaged);
+                judgement = tools_.workers.judge(folder, request);
+            }
+        }
+        add_unreadable(judgement);
+        return judgement;
+    }
+
+    /// Zeros in the image that the medium did not give back may look like anything; so they are a finding.
+    void add_unreadable(Judgement& judgement) const {
+        if (judgement.decodes && !record_.unreadable.empty()) {
+            judgement.findings.emplace_back("parts of the damaged file cannot be read");
+        }
+    }
+
+    void keep(Attempt& attempt, const fs::path& made, const fs::path& picture) {
+        best_ = worth(attempt.judgement);
+        for (Attempt& other : record_.attempts) {
+            other.taken = false;
+        }
+        attempt.taken = true;
+        record_.verdict = verdict_of(attempt.judgement);
+        fs::rename(made, best_file());
+        record_.picture = picture.empty() ? "" : bytes_of(picture);
+    }
+
+    [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
+    [[nodiscard]] fs::path jpeg_file() const { return folder_->path() / "salvaged.jpg"; }
+
+    void salvage() {
+        const fs::path picture = picture_file("salvaged-small.jpg");
+        record_.salvage = tools_.workers.salvage(folder_->path(), {damaged_, jpeg_file(), picture});
+        if (!fs::exists(jpeg_file())) {
+            return;
+        }
+        if (record_.verdict == Verdict::kNotRepaired) {
+            record_.verdict = Verdict::kPreviewOnly;
+            record_.picture = picture.empty() ? "" : bytes_of(picture);
+        }
+    }
+
+    const Input& input_;
+    const Outputs& outputs_;
+    const RepairTools& tools_;
+    const RepairSettings& settings_;
+    const DeliveryRules rules_;
+    Delivery delivery_;
+    std::optional<PrivateFolder> folder_;
+    fs::path damaged_; ///< The working copy.
+    double best_ = 0;  ///< Worth of the best result so far. What is worth less is no photograph.
+    Record record_;
+};
+
+} // namespace
+
+Record repair_file(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings,
+                   bool& no_room) {
+    return FileRepair(file, tools, settings).run(no_room);
+}
+
+} // namespace plate_mend::host

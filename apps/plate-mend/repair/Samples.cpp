@@ -1,0 +1,178 @@
+#include "repair/Samples.h"
+
+#include "files/Failures.h"
+#include "text/Paths.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Ranked {
+    double points = 0;
+    Candidate candidate;
+};
+
+void tell(std::string& why, const std::string& reason) {
+    why += (why.empty() ? "" : ", ") + reason;
+}
+
+/// The last number in a name ("IMG_0042" gives 42); nothing when there is none.
+std::optional<long> number_in(const std::string& name) {
+    const auto last = name.find_last_of("0123456789");
+    if (last == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto before = name.find_last_not_of("0123456789", last);
+    const auto first = before == std::string::npos ? 0 : before + 1;
+    constexpr std::size_t kDigits = 9;
+    return std::strtol(name.substr(std::max(first, last + 1 - std::min(last + 1, kDigits)), last + 1).c_str(),
+                       nullptr, 10);
+}
+
+std::string without_number(const std::string& name) {
+    return name.substr(0, name.find_last_not_of("0123456789") + 1);
+}
+
+double points_of_sizes(const FileFacts& damaged, const FileFacts& sample, std::string& why) {
+    if (damaged.sizes.empty() || sample.sizes.empty()) {
+        return 0;
+    }
+    std::string shared;
+    std::size_t count = 0;
+    for (const auto& [width, height] : damaged.sizes) {
+        if (sample.sizes.count({width, height}) != 0) {
+            if (++count <= 3) {
+                shared +=
+                    (shared.empty() ? "" : ", ") + std::to_string(width) + " x " + std::to_string(height);
+            }
+        }
+    }
+    if (count == 0) {
+        tell(why, "other picture sizes");
+        return -6;
+    }
+    tell(why, "same picture sizes (" + shared + ")");
+    return 8.0 * static_cast<double>(count) / static_cast<double>(damaged.sizes.size());
+}
+
+double points_of_order(const FileFacts& damaged, const FileFacts& sample, std::string& why) {
+    if (damaged.little_endian == damaged.big_endian || sample.little_endian == sample.big_endian) {
+        return 0;
+    }
+    const bool same =
+        (damaged.little_endian > damaged.big_endian) == (sample.little_endian > sample.big_endian);
+    tell(why, same ? "same byte order" : "other byte order");
+    return same ? 4 : -8;
+}
+
+double points_of_length(const FileFacts& damaged, const FileFacts& sample, std::string& why) {
+    if (damaged.size == 0 || sample.size == 0) {
+        return 0;
+    }
+    const double off = std::abs(static_cast<double>(sample.size) / static_cast<double>(damaged.size) - 1);
+    if (off < 0.5) {
+        tell(why, off == 0
+                      ? "same length"
+                      : "length within " + std::to_string(static_cast<int>(std::ceil(off * 100))) + " %");
+    }
+    return 3 * std::max(0.0, 1 - 4 * off);
+}
+
+double points_of_name(const FileFacts& damaged, const FileFacts& sample, std::string& why) {
+    const std::string ours = utf8_from(damaged.path.stem());
+    const std::string theirs = utf8_from(sample.path.stem());
+    const auto our_number = number_in(ours);
+    const auto their_number = number_in(theirs);
+    if (!our_number || !their_number || without_number(ours) != without_number(theirs)) {
+        return 0;
+    }
+    const long away = std::labs(*our_number - *their_number);
+    tell(why, "name " + std::to_string(away) + " away");
+    return 1 + 1.0 / (1.0 + static_cast<double>(away) / 50);
+}
+
+double points_of_date(const FileFacts& damaged, const FileFacts& sample, std::string& why) {
+    const auto away = std::chrono::abs(damaged.changed - sample.changed);
+    if (away > std::chrono::hours(24)) {
+        return 0;
+    }
+    tell(why, "same day");
+    return 1;
+}
+
+Ranked rank(const FileFacts& damaged, const FileFacts& sample) {
+    Ranked ranked;
+    std::string why;
+    for (const auto points :
+         {points_of_sizes, points_of_order, points_of_length, points_of_name, points_of_date}) {
+        ranked.points += points(damaged, sample, why);
+    }
+    ranked.candidate = {sample.path, why.empty() ? "nothing alike but the format" : why};
+    return ranked;
+}
+
+bool same_file(const fs::path& one, const fs::path& other) {
+    std::error_code none;
+    return fs::equivalent(one, other, none);
+}
+
+} // namespace
+
+Samples::Samples(const std::vector<fs::path>& files) {
+    facts_.reserve(files.size());
+    for (const fs::path& file : files) {
+        check_interruption();
+        facts_.push_back(facts_of(file));
+    }
+}
+
+std::uint64_t Samples::longest_for(const fs::path& damaged) const {
+    const auto format = format_of(damaged);
+    std::uint64_t of_format = 0;
+    std::uint64_t of_all = 0;
+    for (const FileFacts& sample : facts_) {
+        of_all = std::max(of_all, sample.size);
+        of_format = std::max(of_format, sample.format == format ? sample.size : 0);
+    }
+    return of_format != 0 ? of_format : of_all;
+}
+
+std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
+    std::vector<const FileFacts*> fitting;
+    for (const FileFacts& sample : facts_) {
+        if (sample.format == format_of(damaged_path) && !same_file(sample.path, damaged_path)) {
+            fitting.push_back(&sample);
+        }
+    }
+    if (facts_.size() == 1 &&
+        !fitting.empty()) { // Nothing to choose from: the damaged file need not be read.
+        return {{fitting.front()->path, "the only one"}};
+    }
+    FileFacts damaged = facts_of(copy);
+    damaged.path = damaged_path;
+    std::error_code none;
+    damaged.changed = fs::last_write_time(damaged_path, none);
+    std::vector<Ranked> ranked;
+    ranked.reserve(fitting.size());
+    for (const FileFacts* sample : fitting) {
+        ranked.push_back(rank(damaged, *sample));
+    }
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const Ranked& one, const Ranked& other) { return one.points > other.points; });
+    std::vector<Candidate> candidates;
+    candidates.reserve(ranked.size());
+    for (Ranked& one : ranked) {
+        candidates.push_back(std::move(one.candidate));
+    }
+    return candidates;
+}
+
+} // namespace plate_mend::host
