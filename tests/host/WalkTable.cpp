@@ -5,8 +5,8 @@
 #include <map>
 #include <sstream>
 
-// Prints the table of docs/host.md. With --findings it also tells why, of one format if one is named; with
-// --pairs it writes a pair of photographs to a folder instead.
+// Prints the table of docs/measurements/verdicts.md. With --findings it also prints why, for one format if one
+// is named; with --pairs it writes a pair of photographs to a folder instead.
 
 namespace {
 
