@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -280,6 +281,37 @@ TEST(MeasurementPages, EachHasATableAndIsLinked) {
                                 [&name](const Reference& link) { return link.target == name; }))
             << name << ": docs/README.md does not list it";
     }
+}
+
+/// The tables that a program of the build prints with --rows, which have only the first cell of each row.
+std::vector<Table> rows_of_program(const std::string& program) {
+    const TempDir folder;
+    const auto lines = run_in_shell(program + " --rows", folder.path(), bin());
+    std::ofstream page(folder / "page.md");
+    page << joined_lines(lines);
+    page.close();
+    return Page(folder / "page.md").tables;
+}
+
+/// Each row of the page's table begins as the table of the program has it.
+void expect_rows(const char* page, const Table& expected) {
+    const Table table = Page(root() / "docs/measurements" / page).tables.at(0);
+    ASSERT_EQ(table.rows.size(), expected.rows.size()) << page << ": make it anew";
+    for (std::size_t index = 0; index < table.rows.size(); ++index) {
+        EXPECT_EQ(table.rows[index].rfind(expected.rows[index], 0), 0U)
+            << page << " has " << table.rows[index] << ", and should have " << expected.rows[index];
+    }
+}
+
+TEST(MeasurementPages, HaveARowForEachDamageThatIsMeasured) {
+    const auto verdicts = rows_of_program("host_walk");
+    ASSERT_EQ(verdicts.size(), 1U);
+    expect_rows("verdicts.md", verdicts[0]);
+    const auto salvage = rows_of_program(PLATE_MEND_LABORATORY);
+    ASSERT_EQ(salvage.size(), 2U);
+    expect_rows("salvage-alone.md", salvage[0]);
+    expect_rows("salvage-sibling.md", salvage[0]);
+    expect_rows("salvage-containers.md", salvage[1]);
 }
 
 TEST(MeasurementPages, TwoShowAPartOfALongTable) {
