@@ -92,7 +92,7 @@ void print_batch(const fs::path& folder, const fs::path& programs) {
             }
         }
     }
-    std::printf("| %d files of %.1f MB | ms | A file, ms |\n|---|---:|---:|\n", kFiles,
+    std::printf("| %d files of %.1f MB | ms | Per file, ms |\n|---|---:|---:|\n", kFiles,
                 static_cast<double>(broken.size()) / 1e6);
     for (const Row& row : rows) {
         print(row);

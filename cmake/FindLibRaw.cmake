@@ -1,5 +1,5 @@
-# Finds LibRaw and defines LibRaw::LibRaw: by the package that it installs with CMake, or else by name.
-# The thread-safe build (raw_r) is taken where there is one.
+# Finds LibRaw and defines LibRaw::LibRaw: through LibRaw's own CMake package if there is one, otherwise by name.
+# Prefers the thread-safe build (raw_r).
 include(FindPackageHandleStandardArgs)
 find_package(libraw CONFIG QUIET)
 if(libraw_FOUND)

@@ -1,4 +1,4 @@
-# Finds the hash functions of Nettle and defines Nettle::Nettle.
+# Finds Nettle's hash functions and defines Nettle::Nettle.
 include(FindPackageHandleStandardArgs)
 find_package(PkgConfig QUIET)
 if(PKG_CONFIG_FOUND AND NOT CMAKE_CROSSCOMPILING)

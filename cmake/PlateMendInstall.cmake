@@ -1,5 +1,5 @@
-# cmake --install: the three libraries with headers, the files by which CMake and pkg-config find them, and the host.
-# All of it can be moved as a whole afterwards.
+# cmake --install: the three libraries with their headers, the files through which CMake and pkg-config find them, and
+# the program. The whole installation can be moved afterwards.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -25,7 +25,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/plate_mendConfigVersion.
 install(FILES "${PROJECT_BINARY_DIR}/plate_mendConfig.cmake" "${PROJECT_BINARY_DIR}/plate_mendConfigVersion.cmake"
     DESTINATION "${PLATE_MEND_CMAKE_DIR}")
 
-# plate_mend_pkg_config(<name> <library> <description>): NAME.pc, whose paths count from its own place.
+# plate_mend_pkg_config(<name> <library> <description>): installs NAME.pc, whose paths are relative to its own folder.
 function(plate_mend_pkg_config name library description)
     set(pkg_config_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
     foreach(dir LIBDIR INCLUDEDIR)
@@ -53,7 +53,7 @@ if(PLATE_MEND_BUILD_HOST)
     install(TARGETS plate_mend_program RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# The manual and the completions come from the program, so only a program that runs here has them.
+# The program writes its manual and completions itself, so they are available only if it runs on this machine.
 option(PLATE_MEND_MANUAL "Install the manual and the completions that the program writes" ON)
 if(PLATE_MEND_BUILD_HOST AND PLATE_MEND_MANUAL AND NOT WIN32 AND NOT CMAKE_CROSSCOMPILING)
     set(manual "${PROJECT_BINARY_DIR}/manual")
@@ -72,8 +72,8 @@ if(PLATE_MEND_BUILD_HOST AND PLATE_MEND_MANUAL AND NOT WIN32 AND NOT CMAKE_CROSS
     install(FILES "${manual}/plate-mend.fish" DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endif()
 
-# plate_mend_debian_copyright(<output>): LICENSE as Debian wants it: the holders in a field, then the text without its
-# title and notice, each line indented by a space, and a dot on each empty one.
+# plate_mend_debian_copyright(<output>): writes LICENSE in Debian's form: the holders in a field, then the text without
+# title and notice, each line indented by one space, with a dot on each empty line.
 function(plate_mend_debian_copyright output)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/LICENSE")
     file(READ "${PROJECT_SOURCE_DIR}/LICENSE" text)
@@ -88,7 +88,7 @@ function(plate_mend_debian_copyright output)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/debian/copyright.in" "${output}" @ONLY)
 endfunction()
 
-# The pages, with what they lead to.
+# The pages, and the files that they link to.
 if(WIN32)
     set(pages .)
 else()
@@ -104,7 +104,7 @@ install(DIRECTORY docs DESTINATION "${pages}" FILES_MATCHING PATTERN *.md PATTER
 install(DIRECTORY examples/c examples/csharp DESTINATION "${pages}/examples"
     FILES_MATCHING PATTERN *.c PATTERN *.cs PATTERN *.csproj)
 
-# What is linked in on Windows comes with its licences; prepare-sysroot gathers them.
+# On Windows, the licences of everything linked in are installed too; prepare-sysroot collects them.
 if(WIN32 AND PLATE_MEND_WINDOWS_SYSROOT)
     install(DIRECTORY "${PLATE_MEND_WINDOWS_SYSROOT}/licences" DESTINATION .)
 endif()

@@ -1,4 +1,4 @@
-# cpack -G DEB and cpack -G ZIP: a package for Debian, and a folder for Windows.
+# cpack -G DEB and cpack -G ZIP: a package for Debian, and a ZIP for Windows.
 set(CPACK_PACKAGE_NAME plate-mend)
 set(CPACK_PACKAGE_VENDOR "plate_mend maintainers")
 set(CPACK_PACKAGE_CONTACT "plate_mend maintainers <maintainers@plate-mend.invalid>")

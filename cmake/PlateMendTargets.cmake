@@ -1,4 +1,4 @@
-# What every target of this project has in common: language level, warnings, sanitizers, hidden symbols.
+# Settings shared by all targets of this project: language standard, warnings, sanitizers, hidden symbols.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -7,8 +7,8 @@ set(CMAKE_C_STANDARD 99)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# All programs and shared libraries stand in one folder, so that each library finds its neighbours
-# by $ORIGIN (ELF) or by the folder of the program (Windows).
+# All programs and shared libraries are in one folder, so that each library finds the others through $ORIGIN (ELF) or
+# the folder of the program (Windows).
 set(PLATE_MEND_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
 
 add_library(plate_mend_warnings INTERFACE)
@@ -17,32 +17,32 @@ if(MSVC)
 else()
     target_compile_options(plate_mend_warnings INTERFACE
         -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${PLATE_MEND_WERROR}>:-Werror>)
-    # At -O3 GCC 12 sees overlaps in std::string that are none.
+    # At -O3, GCC 12 warns of overlaps in std::string where there are none.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
         target_compile_options(plate_mend_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
     endif()
 endif()
 
-# windows.h shall not define min and max.
+# Keeps windows.h from defining min and max.
 add_library(plate_mend_definitions INTERFACE)
 target_compile_definitions(plate_mend_definitions INTERFACE $<$<BOOL:${WIN32}>:NOMINMAX>)
 
 add_library(plate_mend_sanitizers INTERFACE)
 if(PLATE_MEND_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    # With sanitizers GCC sees uninitialised reads inside std::regex that are none.
+    # With sanitizers, GCC warns of uninitialised reads in std::regex where there are none.
     target_compile_options(plate_mend_sanitizers INTERFACE ${sanitizers}
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(plate_mend_sanitizers INTERFACE ${sanitizers})
     target_compile_definitions(plate_mend_sanitizers INTERFACE PLATE_MEND_LEAK_DETECTION=1)
 endif()
 
-# What libFuzzer looks at: which branches an input took. The harnesses link its main function.
+# Records which branches an input takes, for libFuzzer. The harnesses link its main function.
 if(PLATE_MEND_BUILD_FUZZ)
     target_compile_options(plate_mend_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# plate_mend_target(<target>): the settings above for one target.
+# plate_mend_target(<target>): applies the settings above to one target.
 function(plate_mend_target target)
     target_link_libraries(${target} PRIVATE plate_mend_warnings plate_mend_definitions plate_mend_sanitizers)
     set_target_properties(${target} PROPERTIES
@@ -52,8 +52,8 @@ function(plate_mend_target target)
         POSITION_INDEPENDENT_CODE ON)
 endfunction()
 
-# plate_mend_console_program(<target>): a program that people start. It stands beside the shared libraries until it is
-# installed, and on Windows its manifest asks for UTF-8 and for long paths.
+# plate_mend_console_program(<target>): a program that people start. Until it is installed, it is in the folder of the
+# shared libraries. On Windows, its manifest requests UTF-8 and long paths.
 function(plate_mend_console_program target)
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PLATE_MEND_BIN_DIR}"
@@ -69,7 +69,7 @@ function(plate_mend_console_program target)
 endfunction()
 
 # plate_mend_shared_library(<target> <file name> <symbol>...): a shared library with exactly these exports.
-# On ELF a version script hides everything else; on Windows the exports are those marked dllexport.
+# On ELF, a version script hides everything else; on Windows, the exports are the functions marked dllexport.
 function(plate_mend_shared_library target name)
     set_target_properties(${target} PROPERTIES
         PREFIX "" IMPORT_PREFIX "" OUTPUT_NAME "${name}" DEBUG_POSTFIX ""
@@ -81,7 +81,7 @@ function(plate_mend_shared_library target name)
         set(script "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
         file(CONFIGURE OUTPUT "${script}" CONTENT "{\n  global:\n    @symbols@;\n  local:\n    *;\n};\n" @ONLY)
         target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
-        # The sanitizers' runtime is found in the program, not in the library.
+        # The sanitizers' runtime is linked into the program, not into the library.
         if(NOT PLATE_MEND_SANITIZE)
             target_link_options(${target} PRIVATE "LINKER:--no-undefined")
         endif()

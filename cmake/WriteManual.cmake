@@ -1,6 +1,5 @@
 # cmake -DPROGRAM=... -DFOLDER=... -P WriteManual.cmake
-# Writes the manual of the program and its completions for three shells into the folder, as the program itself tells
-# them.
+# Writes the program's manual and its completions for three shells to the folder. The program itself generates them.
 cmake_minimum_required(VERSION 3.25)
 
 function(write name)

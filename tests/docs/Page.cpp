@@ -33,7 +33,19 @@ std::string anchor_of(const std::string& heading) {
     return anchor;
 }
 
-/// Takes out what the pattern matches, and appends its first group to found.
+/// Adds a line to the table that the line before belongs to, or begins a table with it.
+void add_row(const std::string& line, const std::string& before, std::size_t number,
+             std::vector<Table>& tables) {
+    static const std::regex part("<!-- rows of (.+) -->");
+    if (!starts_with(before, "|")) {
+        std::smatch match;
+        const bool is_part = std::regex_match(before, match, part);
+        tables.push_back({number, {}, is_part ? match[1].str() : ""});
+    }
+    tables.back().rows.push_back(line);
+}
+
+/// Removes what the pattern matches, and appends its first group to found.
 std::string without(const std::string& text, const std::regex& pattern, std::size_t line,
                     std::vector<Reference>& found) {
     for (auto match = std::sregex_iterator(text.begin(), text.end(), pattern);
@@ -78,6 +90,9 @@ Page::Page(const fs::path& path) : file(path) {
             const unsigned times = seen[anchor]++;
             anchors.push_back(times == 0 ? anchor : anchor + '-' + std::to_string(times));
         }
+        if (starts_with(line, "|")) {
+            add_row(line, before, number, tables);
+        }
         if (std::regex_match(line, list_item)) {
             in_list = true;
         } else if (!line.empty() && line[0] != ' ') {
@@ -104,6 +119,18 @@ std::vector<std::string> read_lines(const fs::path& file) {
         lines.push_back(line);
     }
     return lines;
+}
+
+std::vector<std::string> rows_not_in(const Table& table, const Page& page) {
+    std::vector<std::string> strangers;
+    for (const std::string& row : table.rows) {
+        if (std::none_of(page.tables.begin(), page.tables.end(), [&row](const Table& other) {
+                return std::find(other.rows.begin(), other.rows.end(), row) != other.rows.end();
+            })) {
+            strangers.push_back(row);
+        }
+    }
+    return strangers;
 }
 
 std::vector<fs::path> all_pages(const fs::path& root) {

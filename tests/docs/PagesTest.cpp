@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -14,17 +15,17 @@
 
 // What a page says is true: its links lead somewhere, and each block of code is of one of these kinds.
 //
-//   ```console            "$ " begins a command, which is run here in a folder with damaged photographs (see
-//                         make_photographs), the lines behind it are what it writes; "..." stands for any
+//   ```console            "$ " begins a command, which is run here in a folder of damaged photographs (see
+//                         make_photographs); the lines after it are its output, where "..." stands for any
 //                         text
-//   ```text from PROGRAM  what a program of the build writes
+//   ```text from PROGRAM  the output of a program of the build
 //   ```LANGUAGE from FILE lines of a file that is built and run elsewhere, without their common indentation
-//   ```sh                 commands for the reader's own machine: "./dev VERB", or a line of not_run.txt,
-//   which
-//                         gives the reason why no test runs it
-//   ```mermaid            a picture, which is not looked at
+//   ```sh                 commands for the reader's own machine: "./dev VERB", or a line of not_run.txt with
+//                         the reason why no test runs it
+//   ```mermaid            a picture, which is not checked
 //
-// There are no blocks by indentation.
+// There are no indented code blocks. A table after "<!-- rows of PAGE -->" has only rows of a table of that
+// page.
 
 namespace test {
 namespace {
@@ -49,7 +50,7 @@ std::string joined_lines(const std::vector<std::string>& lines) {
     return text;
 }
 
-/// The lines of not_run.txt: command, and reason behind " # ".
+/// The lines of not_run.txt: command, and the reason after " # ".
 std::map<std::string, std::string> commands_not_run() {
     std::map<std::string, std::string> commands;
     for (const std::string& line : read_lines(root() / "tests/docs/not_run.txt")) {
@@ -62,7 +63,7 @@ std::map<std::string, std::string> commands_not_run() {
     return commands;
 }
 
-/// The verbs that ./dev tells of.
+/// The verbs in the usage of ./dev.
 std::set<std::string> dev_verbs() {
     std::set<std::string> verbs;
     static const std::regex row("  ([a-z-]+).*");
@@ -80,9 +81,9 @@ std::set<std::string> dev_verbs() {
     return verbs;
 }
 
-/// A folder as a photographer has it: IMG_0007 is whole, the heads of the others are gone. Of IMG_0042 and
-/// IMG_0043 all that a repair needs is alive; IMG_0044 has lost the entries that lead to its image. The
-/// folder "good" holds the first once more, "broken" the others.
+/// A folder as a photographer has it: IMG_0007 is intact, the heads of the others are gone. In IMG_0042 and
+/// IMG_0043 everything that a repair needs survives; IMG_0044 has lost the entries that lead to its image.
+/// The folder "good" holds a copy of the first, "broken" copies of the others.
 void make_photographs(const fs::path& folder) {
     const auto photo = [](unsigned number) {
         return ArwPhoto(ArwPhoto::Options{.number = number, .width = 640, .height = 480});
@@ -193,6 +194,17 @@ TEST_P(Pages, NamesOnlyFilesThatExist) {
     }
 }
 
+TEST_P(Pages, PartsOfTablesAreRowsOfThem) {
+    for (const Table& table : page.tables) {
+        if (!table.rows_of.empty()) {
+            const Page whole(page.file.parent_path() / table.rows_of);
+            EXPECT_EQ(rows_not_in(table, whole), std::vector<std::string>{})
+                << page.file << ':' << table.line << ", and " << whole.file;
+            EXPECT_GE(table.rows.size(), 3U) << page.file << ':' << table.line;
+        }
+    }
+}
+
 TEST_P(Pages, BlocksAreTrue) {
     const TempDir folder;
     const auto is_console = [](const Block& block) { return block.language == "console"; };
@@ -236,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(Of, Pages, ::testing::ValuesIn(page_names()), [](const 
     return name;
 });
 
-TEST(NotRun, HoldsNoCommandThatNoPageGives) {
+TEST(NotRun, HasOnlyCommandsOfPages) {
     std::set<std::string> given;
     for (const fs::path& file : all_pages(root())) {
         for (const Block& block : Page(file).blocks) {
@@ -248,7 +260,7 @@ TEST(NotRun, HoldsNoCommandThatNoPageGives) {
     }
 }
 
-TEST(Matching, TakesThreeDotsForAnything) {
+TEST(Matching, ThreeDotsStandForAnyText) {
     EXPECT_TRUE(matches({"one", "two"}, {"one", "two"}));
     EXPECT_TRUE(matches({"one 12 two"}, {"one ... two"}));
     EXPECT_TRUE(matches({"a", "b", "c"}, {"a", "...", "c"}));
@@ -259,7 +271,78 @@ TEST(Matching, TakesThreeDotsForAnything) {
     EXPECT_FALSE(matches({"a"}, {"a", "b"}));
 }
 
-TEST(PageReader, TakesAPageApart) {
+TEST(MeasurementPages, EachHasATableAndIsLinked) {
+    const fs::path folder = root() / "docs/measurements";
+    const Page index(root() / "docs/README.md");
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        const std::string name = "measurements/" + entry.path().filename().string();
+        EXPECT_EQ(Page(entry.path()).tables.size(), 1U) << name;
+        EXPECT_TRUE(std::any_of(index.links.begin(), index.links.end(),
+                                [&name](const Reference& link) { return link.target == name; }))
+            << name << ": docs/README.md does not list it";
+    }
+}
+
+/// The tables that a program of the build prints with --rows, which have only the first cell of each row.
+std::vector<Table> rows_of_program(const std::string& program) {
+    const TempDir folder;
+    const auto lines = run_in_shell(program + " --rows", folder.path(), bin());
+    std::ofstream page(folder / "page.md");
+    page << joined_lines(lines);
+    page.close();
+    return Page(folder / "page.md").tables;
+}
+
+/// Each row of the page's table begins as the table of the program has it.
+void expect_rows(const char* page, const Table& expected) {
+    const Table table = Page(root() / "docs/measurements" / page).tables.at(0);
+    ASSERT_EQ(table.rows.size(), expected.rows.size()) << page << ": make it anew";
+    for (std::size_t index = 0; index < table.rows.size(); ++index) {
+        EXPECT_EQ(table.rows[index].rfind(expected.rows[index], 0), 0U)
+            << page << " has " << table.rows[index] << ", and should have " << expected.rows[index];
+    }
+}
+
+TEST(MeasurementPages, HaveARowForEachDamageThatIsMeasured) {
+    const auto verdicts = rows_of_program("host_walk");
+    ASSERT_EQ(verdicts.size(), 1U);
+    expect_rows("verdicts.md", verdicts[0]);
+    const auto salvage = rows_of_program(PLATE_MEND_LABORATORY);
+    ASSERT_EQ(salvage.size(), 2U);
+    expect_rows("salvage-alone.md", salvage[0]);
+    expect_rows("salvage-sibling.md", salvage[0]);
+    expect_rows("salvage-containers.md", salvage[1]);
+}
+
+TEST(MeasurementPages, TwoShowAPartOfALongTable) {
+    for (const char* name : {"docs/host.md", "docs/salvage.md"}) {
+        const Page page(root() / name);
+        EXPECT_EQ(std::count_if(page.tables.begin(), page.tables.end(),
+                                [](const Table& table) { return !table.rows_of.empty(); }),
+                  1)
+            << name;
+    }
+}
+
+TEST(PageReader, FindsTablesAndWhatTheyAreAPartOf) {
+    const TempDir folder;
+    const auto page = [&folder](const std::string& text) {
+        write_file(folder / "page.md", Bytes(text.begin(), text.end()));
+        return Page(folder / "page.md");
+    };
+    const Page whole = page("| A |\n|---|\n| 1 |\n| 2 |\n\n| B |\n|---|\n");
+    ASSERT_EQ(whole.tables.size(), 2U);
+    EXPECT_EQ(whole.tables[0].line, 1U);
+    EXPECT_EQ(whole.tables[0].rows, (std::vector<std::string>{"| A |", "|---|", "| 1 |", "| 2 |"}));
+    EXPECT_EQ(whole.tables[0].rows_of, "");
+    EXPECT_EQ(whole.tables[1].line, 6U);
+    const Page part = page("Text.\n\n<!-- rows of whole.md -->\n| A |\n|---|\n| 2 |\n| 3 |\n");
+    ASSERT_EQ(part.tables.size(), 1U);
+    EXPECT_EQ(part.tables[0].rows_of, "whole.md");
+    EXPECT_EQ(rows_not_in(part.tables[0], whole), std::vector<std::string>{"| 3 |"});
+}
+
+TEST(PageReader, ParsesAPage) {
     const TempDir folder;
     const std::string text = "# A title, twice\n"
                              "See [there](there.md#place), `src/api` and `[no](link)`.\n"

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kAnything = "...";
 
-/// A word that a shell takes as it stands.
+/// A word that a shell takes literally.
 std::string quoted(const std::string& word) {
     std::string text = "'";
     for (const char c : word) {

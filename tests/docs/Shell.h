@@ -6,14 +6,14 @@
 
 namespace test {
 
-/// Runs a command line in a shell, in the folder, with programs found in bin first. Gives what it wrote to
-/// both of its streams, line by line. Its status does not matter.
+/// Runs a command line in a shell, in the folder, with bin first in the search path. Returns the lines that
+/// it wrote to both of its streams. Its status does not matter.
 [[nodiscard]] std::vector<std::string> run_in_shell(const std::string& command,
                                                     const std::filesystem::path& folder,
                                                     const std::filesystem::path& bin);
 
-/// Whether the lines are those of a pattern, in which "..." stands for any text, and a line of "..." alone
-/// for any lines.
+/// Whether the lines match a pattern, in which "..." stands for any text, and a line of "..." alone for any
+/// lines.
 [[nodiscard]] bool matches(const std::vector<std::string>& lines, const std::vector<std::string>& pattern);
 
 } // namespace test

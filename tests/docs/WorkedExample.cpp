@@ -26,9 +26,9 @@
 // worked_example FORMAT    prints the worked example of a format's page
 //
 // It makes two photographs from one camera, destroys as much of the second as may be lost, has it repaired,
-// and tells where everything stands. Status 0 only when the repaired file is, byte for byte, what the last
-// part of the text says, and when LibRaw decodes it to the pixels of the undamaged photograph. So a page
-// cannot tell of offsets that are not true.
+// and prints where everything is. The status is 0 only if the repaired file is, byte for byte, what the last
+// part of the text says, and if LibRaw decodes it to the pixels of the undamaged photograph. So a page
+// cannot show a wrong offset.
 
 namespace {
 
@@ -36,7 +36,7 @@ namespace fs = std::filesystem;
 using test::ByteOrder;
 using test::Bytes;
 
-/// A line of the text: an offset and what stands there.
+/// A line of the text: an offset and what is there.
 struct Line {
     std::size_t offset = 0;
     std::string text;
@@ -51,7 +51,7 @@ struct Piece {
     std::size_t size = 0;
 };
 
-/// Bytes of the repaired file that are not those of the piece they stand in.
+/// Bytes of the repaired file that differ from those of the piece they are in.
 struct Patch {
     std::size_t offset = 0;
     Bytes bytes;
@@ -109,8 +109,8 @@ Example arw() {
                             {sample.sub_ifd.entry(279), "StripByteCounts: " + decimal(sample.image_size)}};
     example.damaged_lines = {
         {original.strip_entries, "StripOffsets: " + hex(original.image_offset)},
-        {original.sub_ifd.entry(278), "RowsPerStrip, 12 bytes on"},
-        {original.sub_ifd.entry(279), "StripByteCounts, 24 bytes on: " + decimal(original.image_size)},
+        {original.sub_ifd.entry(278), "RowsPerStrip, 12 bytes later"},
+        {original.sub_ifd.entry(279), "StripByteCounts, 24 bytes later: " + decimal(original.image_size)},
         {original.image_offset, "the image"}};
     for (std::size_t index = 0; index < sample.preview_offsets.size(); ++index) {
         example.patches.push_back(
@@ -136,8 +136,8 @@ Example sr2() {
                             {sample.sub_ifd.entry(279), "StripByteCounts: " + decimal(sample.image_size)}};
     example.damaged_lines = {
         {original.sub_ifd.entry(273), "StripOffsets: " + hex(original.image)},
-        {original.sub_ifd.entry(278), "RowsPerStrip, 36 bytes on"},
-        {original.sub_ifd.entry(279), "StripByteCounts, 48 bytes on: " + decimal(original.image_size)},
+        {original.sub_ifd.entry(278), "RowsPerStrip, 36 bytes later"},
+        {original.sub_ifd.entry(279), "StripByteCounts, 48 bytes later: " + decimal(original.image_size)},
         {original.image, "the image"}};
     example.patches = {blanked(sample.preview, kBlanked, "the preview of IFD 0"),
                        blanked(sample.thumbnail, kBlanked, "the thumbnail of IFD 1"),
@@ -159,17 +159,18 @@ Example raf() {
         {sample.thumb_offset_entry, "0x0201 in IFD 1: the thumbnail at " + hex(sample.thumb)},
         {sample.thumb_size_entry, "0x0202 in IFD 1: " + decimal(sample.thumb_size)},
         {sample.xpacket_end, "\"xpacket end\""},
-        {sample.dht, "the first FF C4 behind it"},
-        {sample.dqt, "the first FF DB behind that"},
+        {sample.dht, "the first FF C4 after it"},
+        {sample.dqt, "the first FF DB after that"},
         {sample.second_header, "second TIFF header"},
-        {sample.strip_offsets_entry, "0xF007: " + hex(sample.image_offset - sample.second_header) + ", and " +
-                                         hex(sample.second_header) + " makes " + hex(sample.image_offset)},
+        {sample.strip_offsets_entry, "0xF007: " + hex(sample.image_offset - sample.second_header) +
+                                         ", plus " + hex(sample.second_header) + " is " +
+                                         hex(sample.image_offset)},
         {sample.strip_byte_counts_entry, "0xF008: " + decimal(sample.image_size)}};
     example.damaged_lines = {{original.second_header, "a TIFF header"},
                              {original.strip_offsets_entry,
                               "0xF007, " + decimal(original.strip_offsets_entry - original.second_header) +
-                                  " bytes on: " + hex(original.image_offset - original.second_header) +
-                                  ", and " + hex(original.second_header) + " makes " +
+                                  " bytes later: " + hex(original.image_offset - original.second_header) +
+                                  ", plus " + hex(original.second_header) + " is " +
                                   hex(original.image_offset)},
                              {original.strip_byte_counts_entry, "0xF008: " + decimal(original.image_size)},
                              {original.image_offset, "the image"}};
@@ -199,8 +200,8 @@ Example orf() {
     };
     example.damaged_lines = {
         {original.ifd0.entry(273), "StripOffsets: " + hex(original.image)},
-        {original.ifd0.entry(278), "RowsPerStrip, 36 bytes on"},
-        {original.ifd0.entry(279), "StripByteCounts, 48 bytes on: " + decimal(original.image_size)},
+        {original.ifd0.entry(278), "RowsPerStrip, 36 bytes later"},
+        {original.ifd0.entry(279), "StripByteCounts, 48 bytes later: " + decimal(original.image_size)},
         {original.image, "the image"}};
     example.patches = {blanked(sample.thumbnail, kBlanked, "the thumbnail"),
                        blanked(sample.preview, kBlanked, "the preview"),
@@ -227,7 +228,7 @@ Example dng() {
                              {original.main_ifd.entry(325), "TileByteCounts: four numbers from " +
                                                                 hex(original.byte_count_slot(0)) + " on"}};
     for (const std::uint32_t offset : sample.preview_offsets) {
-        example.patches.push_back(blanked(offset, kBlanked, "a preview, as StripOffsets tells"));
+        example.patches.push_back(blanked(offset, kBlanked, "a preview, at its StripOffsets"));
     }
     std::size_t tile_offset = sample.tile_offsets[0];
     for (std::size_t tile = 0; tile < sample.tiles(); ++tile) {
@@ -261,16 +262,16 @@ Example cr2() {
         {0, "II, 42, IFD 0 at " + hex(sample.ifd0.offset) + ", CR, 2, 0, raw directory at " +
                 hex(sample.raw_ifd.offset)},
         {sample.ifd0.entry(273), "StripOffsets of IFD 0: " + hex(sample.preview_offset)},
-        {sample.ifd0.entry(34853), "GPSInfo, the last of IFD 0; behind it " + hex(sample.ifd1.offset)},
+        {sample.ifd0.entry(34853), "GPSInfo, the last entry of IFD 0; after it " + hex(sample.ifd1.offset)},
         {sample.ifd1.entry(513), "JPEGInterchangeFormat of IFD 1: " + hex(sample.thumbnail_offset)},
-        {sample.ifd1.entry(514), "its length, the last of IFD 1; behind it " + hex(sample.ifd2.offset)},
+        {sample.ifd1.entry(514), "its length, the last entry of IFD 1; after it " + hex(sample.ifd2.offset)},
         {sample.ifd2.entry(273), "StripOffsets of IFD 2: " + hex(sample.small_offset)},
         {sample.ifd2.entry(279), "StripByteCounts of IFD 2: " + decimal(sample.small_size)},
         {sample.raw_ifd.entry(273), "StripOffsets of the raw directory: " + hex(sample.raw_offset)}};
-    example.damaged_lines = {
-        {original.raw_ifd.entry(273), "StripOffsets: " + hex(original.raw_offset)},
-        {original.raw_ifd.entry(279), "StripByteCounts, a LONG, 12 bytes on: " + decimal(original.raw_size)},
-        {original.raw_offset, "the image"}};
+    example.damaged_lines = {{original.raw_ifd.entry(273), "StripOffsets: " + hex(original.raw_offset)},
+                             {original.raw_ifd.entry(279),
+                              "StripByteCounts, a LONG, 12 bytes later: " + decimal(original.raw_size)},
+                             {original.raw_offset, "the image"}};
     example.patches = {blanked(sample.thumbnail_offset, kBlanked, "the thumbnail of IFD 1"),
                        blanked(sample.preview_offset, kBlanked, "the JPEG of IFD 0"),
                        blanked(sample.small_offset, sample.small_size, "the small picture of IFD 2, whole")};
@@ -327,7 +328,7 @@ Example cr3() {
     }
     add(example.sample_lines, {{sample.preview.offset, "the JPEG in PRVW"},
                                {sample.at("mdat"), "\"mdat\""},
-                               {sample.payload, "what it holds"}});
+                               {sample.payload, "its content"}});
     example.damaged_lines = {{original.at("trak1/entry"), "\"CRAW\", size 112"}};
     add(example.damaged_lines, tables(original, 1));
     add(example.damaged_lines, {{original.at("trak3/entry"), "\"CRAW\", size 228"}});
@@ -361,7 +362,7 @@ Example cr3() {
     const std::size_t filler = sample.thumbnail.size % 4;
     if (filler != 0) {
         example.patches.push_back(
-            blanked(sample.thumbnail.offset + sample.thumbnail.size, filler, "the filler behind that JPEG"));
+            blanked(sample.thumbnail.offset + sample.thumbnail.size, filler, "the filler after that JPEG"));
     }
     const std::size_t mdat_size = at + padding - sample.at("mdat");
     example.patches.push_back({sample.at("mdat") + 12, number_bytes(mdat_size, ByteOrder::kBig),
@@ -396,8 +397,8 @@ std::string name_of(const Piece& piece) {
            ", from " + hex(piece.offset) + " on";
 }
 
-/// The repaired file as the example tells it.
-Bytes told(const Example& example, const Bytes& damaged) {
+/// The repaired file as the example describes it.
+Bytes described_output(const Example& example, const Bytes& damaged) {
     Bytes output;
     for (const Piece& piece : example.pieces) {
         output = test::joined(output, bytes_of(piece, example, damaged));
@@ -408,7 +409,7 @@ Bytes told(const Example& example, const Bytes& damaged) {
     return output;
 }
 
-/// The bytes that the library makes of the pair.
+/// The library's output for the pair.
 Bytes repaired(const std::string& extension, const Example& example, const Bytes& damaged) {
     const test::TempDir folder;
     const std::string work = test::utf8(folder.path());
@@ -435,7 +436,7 @@ void print(const std::string& extension, const Example& example, const Bytes& ou
     std::vector<Line> lines;
     std::size_t at = 0;
     for (const Piece& piece : example.pieces) {
-        lines.push_back({at, decimal(piece.size) + ' ' + name_of(piece) + (at == 0 ? ", but for" : "")});
+        lines.push_back({at, decimal(piece.size) + ' ' + name_of(piece) + (at == 0 ? ", except" : "")});
         at += piece.size;
     }
     for (const Patch& patch : example.patches) {
@@ -448,8 +449,8 @@ void run(const std::string& extension, const std::function<Example()>& make) {
     const Example example = make();
     const Bytes damaged = test::zeroed(example.original, 0, example.lost);
     const Bytes output = repaired(extension, example, damaged);
-    if (output != told(example, damaged)) {
-        throw std::runtime_error("the repaired file is not as told");
+    if (output != described_output(example, damaged)) {
+        throw std::runtime_error("the repaired file is not as described");
     }
     const auto picture = test::decode_raw(output);
     if (!picture || picture->errors != 0 || picture != test::decode_raw(example.original)) {

@@ -4,9 +4,13 @@
 #include <iostream>
 #include <map>
 #include <sstream>
+#include <string>
+#include <vector>
 
-// Prints the table of docs/host.md. With --findings it also tells why, of one format if one is named; with
-// --pairs it writes a pair of photographs to a folder instead.
+// host_walk                      prints the table of docs/measurements/verdicts.md
+// host_walk --findings [FORMAT]  also prints why, for one format if one is named
+// host_walk --rows               prints the head of the table and the first cell of each row
+// host_walk --pairs FOLDER       writes a pair of photographs to a folder instead
 
 namespace {
 
@@ -35,47 +39,80 @@ int make_pair(const std::filesystem::path& folder) {
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    if (argc == 3 && std::string(argv[1]) == "--pairs") {
-        return make_pair(argv[2]);
-    }
-    const bool talkative = argc > 1 && std::string(argv[1]) == "--findings";
-    std::map<std::string, std::map<std::string, std::string>> cells;
-    std::string head = "| Damage |";
-    std::string rule = "|---|";
+/// The formats that have a column.
+std::vector<test::Format> columns(const std::string& only) {
+    std::vector<test::Format> some;
     for (const test::Format& format : test::formats()) {
-        if (std::string(format.extension) == "raw" ||
-            (argc > 2 && std::string(argv[2]) != format.extension)) {
-            continue; // raw is the same as arw.
+        const std::string extension = format.extension;
+        if (extension != "raw" && (only.empty() || only == extension)) { // raw is the same as arw.
+            some.push_back(format);
         }
-        head += std::string(" ") + format.extension + " |";
+    }
+    return some;
+}
+
+void print_head(const std::vector<test::Format>& formats) {
+    std::string rule = "|---|";
+    std::cout << "| Damage |";
+    for (const test::Format& format : formats) {
+        std::cout << ' ' << format.extension << " |";
         rule += "---|";
+    }
+    std::cout << '\n' << rule << '\n';
+}
+
+void print_rows() {
+    print_head(columns(""));
+    for (const test::Harm& harm : test::harms()) {
+        std::cout << "| " << harm.name << " |\n";
+    }
+}
+
+void print_findings(const WalkResult& result) {
+    std::cerr << result.format << ", " << result.harm << ": " << cell(result) << '\n';
+    for (const auto& attempt : result.record.attempts) {
+        std::cerr << "    code " << attempt.code.value_or(1) << ' ' << attempt.problem << '\n';
+        for (const auto& finding : attempt.judgement.findings) {
+            std::cerr << "    " << finding << '\n';
+        }
+    }
+    std::cerr << "    " << result.record.problem << '\n';
+}
+
+void print_table(const std::vector<test::Format>& formats, bool with_findings) {
+    std::map<std::string, std::map<std::string, std::string>> cells;
+    for (const test::Format& format : formats) {
         for (const WalkResult& result : test::walk(format)) {
             cells[result.harm][format.extension] = cell(result);
-            if (talkative) {
-                std::cerr << format.extension << ", " << result.harm << ": " << cell(result) << '\n';
-                for (const auto& attempt : result.record.attempts) {
-                    std::cerr << "    code " << attempt.code.value_or(1) << ' ' << attempt.problem << '\n';
-                    for (const auto& finding : attempt.judgement.findings) {
-                        std::cerr << "    " << finding << '\n';
-                    }
-                }
-                std::cerr << "    " << result.record.problem << '\n';
+            if (with_findings) {
+                print_findings(result);
             }
         }
     }
-    std::cout << head << '\n' << rule << '\n';
+    print_head(formats);
     for (const test::Harm& harm : test::harms()) {
         std::cout << "| " << harm.name << " |";
-        for (const test::Format& format : test::formats()) {
-            if (std::string(format.extension) != "raw") {
-                const std::string& text = cells[harm.name][format.extension];
-                std::cout << ' ' << (text.empty() ? "-" : text) << " |";
-            }
+        for (const test::Format& format : formats) {
+            const std::string& text = cells[harm.name][format.extension];
+            std::cout << ' ' << (text.empty() ? "-" : text) << " |";
         }
         std::cout << '\n';
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const std::string option = arguments.empty() ? "" : arguments[0];
+    if (option == "--pairs" && arguments.size() == 2) {
+        return make_pair(arguments[1]);
+    }
+    if (option == "--rows") {
+        print_rows();
+        return 0;
+    }
+    const bool with_findings = option == "--findings";
+    print_table(columns(with_findings && arguments.size() > 1 ? arguments[1] : ""), with_findings);
     return 0;
 }

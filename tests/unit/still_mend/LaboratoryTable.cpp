@@ -4,13 +4,14 @@
 #include <cstdlib>
 #include <string>
 
-// Prints the laboratory's tables as Markdown:  still_mend_laboratory [width height]
+// still_mend_laboratory [WIDTH HEIGHT]  prints the tables of docs/measurements/salvage-*.md
+// still_mend_laboratory --rows          prints the heads of these tables and the first cell of each row
 
 namespace {
 
 using namespace test;
 
-constexpr unsigned kLarger = 4; // Sides of the pictures that outlive the loss of a long head.
+constexpr unsigned kLarger = 4; // Sides of the pictures that survive the loss of a long head.
 
 std::string cell(const Trial& trial) {
     std::string text = "-";
@@ -54,7 +55,7 @@ void print_table(const Container& container, bool with_sibling, unsigned width, 
     }
 }
 
-/// One row a container: the mean share over all damages.
+/// One row per container: the mean share over all damages.
 void print_means(unsigned width, unsigned height) {
     std::printf("\n### The same in other containers: mean over all damages\n\n");
     print_head("Container");
@@ -72,9 +73,25 @@ void print_means(unsigned width, unsigned height) {
     }
 }
 
+void print_rows() {
+    print_head("Damage");
+    for (const auto& damage : damages()) {
+        std::printf("| %s |\n", damage.name.c_str());
+    }
+    std::printf("\n");
+    print_head("Container");
+    for (const auto& container : containers()) {
+        std::printf("| %s |\n", container.name.c_str());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "--rows") {
+        print_rows();
+        return 0;
+    }
     const unsigned width = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[1], nullptr, 10)) : 640;
     const unsigned height = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 480;
     std::printf("Pictures of %u x %u pixels, and of %u x %u for heads of 64 and 150 KiB.\n", width, height,
