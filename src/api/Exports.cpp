@@ -17,7 +17,8 @@ using namespace plate_mend;
 
 namespace {
 
-/// The literal that the log shows. It belongs to the interface and does not follow the project's version.
+/// The version shown in the log. It does not follow the version of the project: see docs/compatibility.md,
+/// The log.
 constexpr const char* kVersion = "1, 0, 0, 134-d-f02cf55e";
 
 std::shared_ptr<AbstractRepair> repairer_for(const char* file) {
@@ -55,6 +56,6 @@ std::int32_t CheckRawFile(const char* file) {
         return PLATE_MEND_OK;
     }
     std::cerr << "Could not open file " << file << std::endl;
-    util::keep_for_life_of_process(raw.release()); // The object of a failed open is never freed.
+    util::keep_for_life_of_process(raw.release()); // See docs/compatibility.md, The interface.
     return PLATE_MEND_UNKNOWN;
 }
