@@ -1,7 +1,7 @@
 /** @file
  * plate_mend.h - repairs damaged camera RAW photographs.
  *
- * A damaged photograph has often lost its first kilobytes while the image data behind them is intact.
+ * A damaged photograph has often lost its first kilobytes while its image data are intact.
  * The library writes a new file in one of two ways:
  *
  *   - MndRawAdvanceRepair joins the structure of an intact sample from the same camera to the image data

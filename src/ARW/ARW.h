@@ -83,7 +83,8 @@ class ARW {
     void read_ifd2(std::uint32_t offset);
 
     /// Reads the frame of the directory that IFD 0's SubIFDs entry points to, and returns its offset. The
-    /// entry's value is taken as that offset whatever its count. Throws as the three above.
+    /// entry's value is taken as that offset whatever its count: see docs/compatibility.md, ARW and SR2.
+    /// Throws as the three above.
     std::uint32_t read_sub_ifd();
 
     /// Find the directory's entries in [start, end) and append them to it: in IFD 0 preview offset, preview
@@ -93,9 +94,9 @@ class ARW {
     void read_ifd1_tags(std::uint32_t start, std::uint32_t end);
 
     /// Find the directory's entries from start to the end of the file and append them to it: in the Sub IFD
-    /// StripOffsets, RowsPerStrip, StripByteCounts (with its position); in IFD 2 preview offset, preview
-    /// length. Throw VisitingBeyondException for a start past the last byte; otherwise as find_tag, and
-    /// OutRangeException when an entry is truncated.
+    /// StripOffsets, RowsPerStrip (required but not used), StripByteCounts (with its position); in IFD 2
+    /// preview offset, preview length. Throw VisitingBeyondException for a start past the last byte;
+    /// otherwise as find_tag, and OutRangeException when an entry is truncated.
     void read_sub_ifd_tags(std::uint32_t start);
     void read_ifd2_tags(std::uint32_t start);
 
@@ -107,7 +108,8 @@ class ARW {
     /// The offset of the first place in [start, end) where the tag is followed by a field type. An end below
     /// the start makes an unbounded range, equal ones make an empty one. Throws VisitingBeyondException for
     /// an end past the last byte or a tag in the last two bytes of the file; NotFoundException;
-    /// OutRangeException when the type is truncated.
+    /// OutRangeException when the type is truncated. For what is odd in the searches see
+    /// docs/compatibility.md, ARW and SR2.
     std::uint32_t find_tag_in_range(Pattern pattern, std::uint32_t start, std::uint32_t end);
 
     /// The same from start to the end of the file; a start past it throws OutRangeException. After a tag
@@ -129,7 +131,7 @@ class ARW {
 
     /// Whether entries with the tags 273, 278, 279 follow one another at the offset. Throws
     /// VisitingBeyondException for an offset past the last byte, OutRangeException when fewer than 26 bytes
-    /// are left, whatever they are.
+    /// are left, whatever they are: see docs/compatibility.md, ARW and SR2.
     bool is_strip_triple(std::uint32_t offset);
 
     /// Reads the three entries at the offset into a new sub_ifd. Throws VisitingBeyondException for an

@@ -94,7 +94,7 @@ void merge_data(const std::shared_ptr<ARW>& damaged, const std::shared_ptr<ARW>&
 //    tags: those of the strip in the Sub IFD, those of a preview in the others.
 // 3. Blank the first 30 bytes of the three previews in the clone.
 // 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
-//    RowsPerStrip 12 bytes and StripByteCounts 24 bytes after it. Nothing else of it is parsed.
+//    RowsPerStrip 12 bytes and StripByteCounts 24 bytes after it. Nothing else in it is parsed.
 // 5. Patch the clone: its StripByteCounts gets the damaged file's value.
 // 6. Join the clone up to its image and the damaged file from its image to its end.
 // 7. Remove the clone.
@@ -150,7 +150,7 @@ std::int32_t ArwRepair::AdvanceRepair(const char* damaged_file, const char* samp
         return PLATE_MEND_ARW_OUT_OF_RANGE;
     } catch (const std::exception& e) {
         PLATE_MEND_LOG_ERROR("ArwRepair::AdvanceRepair", "corrupt file error: %s", e.what());
-        return PLATE_MEND_ARW_SAMPLE_UNUSABLE;
+        return PLATE_MEND_ARW_SAMPLE_UNUSABLE; // See docs/compatibility.md, ARW and SR2.
     }
 
     try {

@@ -75,7 +75,8 @@ class CR2 {
     [[nodiscard]] std::uint64_t size() const { return mmap->size(); }
 
     /// Reads the header into a new ifh, and takes the byte order from it. Throws IllegalException at the
-    /// first field that is not one of a CR2; the fields before it are stored then.
+    /// first field that is not one of a CR2; the fields before it are stored then (see docs/compatibility.md,
+    /// CR2).
     void parse_header();
 
     /// The header's offsets of IFD 0 and of the raw image's directory. Only valid after parse_header.
@@ -118,7 +119,7 @@ class CR2 {
     bool is_raw_strip_entry(std::uint32_t offset);
 
     /// Appends to the file at the path, which is opened for that, and created where it is missing. A failure
-    /// is not reported.
+    /// is not reported: see docs/compatibility.md, CR2.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     std::shared_ptr<MMAP> mmap;

@@ -68,8 +68,8 @@ class CR3 {
 
     /// Take the bytes of tracks 1 and 3 from the places given by corrupt_track... Throw
     /// VisitingBeyondException when a track begins or ends (its end as a 32-bit number) at or past the end of
-    /// the file. They never throw MismatchingException, though they share their code with the reading of the
-    /// sample.
+    /// the file: see docs/compatibility.md, CR3. They never throw MismatchingException, though they share
+    /// their code with the reading of the sample.
     void read_corrupt_track1();
     void read_corrupt_track3();
 

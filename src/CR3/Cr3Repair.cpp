@@ -33,7 +33,8 @@ void read_sample(CR3& sample) {
     sample.blank_previews();
 }
 
-/// Both searches for "CRAW" begin at offset 1, so the two may be in any order.
+/// Both searches for "CRAW" begin at offset 1 (see docs/compatibility.md, CR3), so the two may be in any
+/// order.
 Landmarks find_landmarks(CR3& damaged) {
     const CR3::Pattern craw{'C', 'R', 'A', 'W'};
     const CR3::Pattern ctmd{'C', 'T', 'M', 'D'};
@@ -109,7 +110,7 @@ std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* samp
         try {
             damaged->read_corrupt_track1();
             damaged->read_corrupt_track3();
-        } catch (const MismatchingException& e) {
+        } catch (const MismatchingException& e) { // Never thrown: see docs/compatibility.md, CR3.
             PLATE_MEND_LOG_ERROR("Cr3Repair::AdvanceRepair",
                                  "corrupt file can not found img data, reason is %s", e.what());
             return PLATE_MEND_CR3_MISMATCH;
@@ -138,7 +139,7 @@ std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* samp
 
 std::int32_t Cr3Repair::GeneralRepair(const char* damaged_file, const char* output_file) {
     const std::int32_t result = run_general_repair(damaged_file, output_file);
-    if (result != 0) {
+    if (result != 0) { // Not logged: see docs/compatibility.md, The log.
         return result;
     }
     PLATE_MEND_LOG_INFORMATION("Cr3Repair::GeneralRepair", "cr3 general repair success!");

@@ -14,7 +14,7 @@ namespace plate_mend {
 ///   between the first and the second, and between the second and the third, a "stsz" and a "co64"
 ///   the bytes that these describe, and one byte of the file after them
 ///
-/// Its boxes are not read. Both files are read into memory; there is no temporary file.
+/// Its boxes are not read. There is no temporary file.
 class Cr3Repair final : public AbstractRepair {
   public:
     /// Returns 0 or PLATE_MEND_CR3_*. Throws what AbstractRepair lists, NotFoundException when a "stsz" or

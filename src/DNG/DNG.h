@@ -137,7 +137,7 @@ class DNG {
     void read_tile_byte_counts(std::uint32_t start);
 
     /// Appends to the file, which is opened for that, and created where it is missing. Neither a failed open
-    /// nor a failed write is reported.
+    /// nor a failed write is reported: see docs/compatibility.md, DNG.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     /// The number as it is stored: its first byte in the file is the most significant of the result.

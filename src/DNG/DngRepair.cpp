@@ -38,7 +38,8 @@ std::vector<std::uint32_t> read_first_directory(DNG& sample) {
 }
 
 /// Reads the tile lists of the main image and blanks the previews of the other sub-directories. With several
-/// main images the lists of the last one are returned; without one they are empty.
+/// main images the lists of the last one are returned (see docs/compatibility.md, DNG); without one they are
+/// empty.
 Tiles read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets) {
     for (const std::uint32_t offset : offsets) {
         const std::uint32_t subfile_type = sample.find_tag(kNewSubfileType, offset);
@@ -70,7 +71,7 @@ Tiles read_damaged(DNG& damaged) {
             }
         } catch (const IllegalException&) {
             // An invalid tile entry after a true match: the search goes on. A list read by then stays until a
-            // later match replaces it.
+            // later match replaces it: see docs/compatibility.md, DNG.
         }
     }
     return {damaged.tile_offsets(), damaged.tile_byte_counts()};

@@ -88,7 +88,8 @@ class NEF {
     /// 12 bytes are not all inside the file.
     [[nodiscard]] bool is_entry(std::uint32_t offset);
 
-    /// Reads the entry at the offset, without appending it, and returns whether its value is 0.
+    /// Reads the entry at the offset, without appending it (see docs/compatibility.md, NEF), and returns
+    /// whether its value is 0.
     bool read_entry_is_zero(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
     /// Reads the entry at the offset and zeroes 30 bytes from its value on. Throws OutRangeException when the
@@ -112,7 +113,7 @@ class NEF {
     std::uint32_t read_entry_value(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
     /// Appends to the file at the path, which is opened for that, and created where it is missing. A failure
-    /// is not reported.
+    /// is not reported: see docs/compatibility.md, NEF.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     std::shared_ptr<MMAP> mmap;

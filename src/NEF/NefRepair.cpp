@@ -40,7 +40,7 @@ void read_sample(NEF& sample) {
     const std::vector<std::uint32_t> sub_ifds =
         sample.read_sub_ifd_offsets(new_entry(), sample.find_tag(kSubIfds, ifd0));
     sample.blank_entry_data(new_entry(), sample.find_tag(kJpegOffset, sub_ifds.front()));
-    if (sub_ifds.size() < 2) {
+    if (sub_ifds.size() < 2) { // Checked only here: see docs/compatibility.md, NEF.
         throw OutRangeException();
     }
     const std::uint32_t raw_entry = sample.find_tag(kStripOffsets, sub_ifds[1]);
@@ -59,7 +59,7 @@ std::uint32_t find_main_image(NEF& damaged) {
 }
 
 /// Finds the raw data of the damaged file, which is assumed to have the sample's byte order. A false match
-/// after the main image's NewSubfileType entry ends the repair.
+/// after the main image's NewSubfileType entry ends the repair: see docs/compatibility.md, NEF.
 void read_damaged(NEF& damaged) {
     const std::uint32_t main_image = find_main_image(damaged);
     const std::uint32_t raw_entry = damaged.find_tag(kStripOffsets, main_image);

@@ -112,7 +112,7 @@ class ORF {
 
     /// Whether the tags 273, 278 and 279 are at the offset, 36 and 48 bytes after it. Throws
     /// VisitingBeyondException for an offset past the last byte, OutRangeException when fewer than 50 bytes
-    /// are left, whatever they are.
+    /// are left, whatever they are: see docs/compatibility.md, ORF.
     [[nodiscard]] bool is_raw_tag(std::uint32_t offset);
 
     /// Reads the three entries at these distances into a new ifd0. Throws VisitingBeyondException for an

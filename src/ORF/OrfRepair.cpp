@@ -21,7 +21,7 @@ void read_sample(ORF& sample) {
     sample.read_ifh();
     const std::uint32_t ifd0 = sample.first_ifd_offset();
     const auto [next_ifd, ifd0_end] = sample.read_ifd0(ifd0);
-    if (next_ifd != 0) {
+    if (next_ifd != 0) { // See docs/compatibility.md, ORF.
         throw IllegalException("ifd 0 end flag illegal");
     }
     sample.read_sample_tags(ifd0, ifd0_end);
@@ -49,7 +49,7 @@ void read_damaged(ORF& damaged, std::uint8_t big_endian) {
 //    tags StripOffsets, RowsPerStrip and StripByteCounts.
 // 3. Blank the first 30 bytes of every JPEG (FF D8 FF DB) in the clone.
 // 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
-//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else of it is parsed.
+//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else in it is parsed.
 // 5. Patch the clone: its StripByteCounts gets the damaged file's value.
 // 6. Join the clone up to its image and the damaged file from its image to its end.
 // 7. Remove the clone.
@@ -75,7 +75,7 @@ std::int32_t OrfRepair::AdvanceRepair(const char* damaged_file, const char* samp
     }
     try {
         read_sample(*sample);
-    } catch (const IllegalException& e) {
+    } catch (const IllegalException& e) { // The only one with its own code: see docs/compatibility.md, ORF.
         PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "sample data illegal, error is %s", e.what());
         return PLATE_MEND_ORF_SAMPLE_ILLEGAL;
     } catch (const std::exception& e) {

@@ -77,7 +77,8 @@ std::uint32_t RAF::search_order_tag_in_range(const Pattern& pattern, std::uint32
     return search_tag_in_range(in_file_order(pattern), start, end);
 }
 
-// By value: see docs/compatibility.md, All formats. NOLINTNEXTLINE(performance-unnecessary-value-param)
+// By value: see docs/compatibility.md, All formats.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void RAF::read_ifh(std::vector<std::uint32_t> offsets) {
     require_inside(offsets[0], "first ifh offset out of range");
     first_ifh = read_header(offsets[0]);

@@ -105,9 +105,9 @@ class RAF {
     /// stored.
     void read_ifh(std::vector<std::uint32_t> offsets);
 
-    /// The offset of IFD 1 in the file. IFD 0 is assumed to follow the first header immediately. A next link
-    /// of 0 returns the header's own position. Throws VisitingBeyondException when IFD 0 or its next link
-    /// begins past the last byte.
+    /// The offset of IFD 1 in the file. IFD 0 is assumed to follow the first header immediately, and a next
+    /// link of 0 returns the header's own position: see docs/compatibility.md, RAF. Throws
+    /// VisitingBeyondException when IFD 0 or its next link begins past the last byte.
     [[nodiscard]] std::uint32_t ifd1_offset() const;
 
     // What the repair does with the two files (RafTools.cpp).
@@ -117,8 +117,8 @@ class RAF {
     /// the last byte.
     void read_thumb_tags(std::uint32_t ifd1);
 
-    /// Finds tags 0xF007 and 0xF008, of any type, after the second header and stores them as "StripOffsets",
-    /// made absolute, and "StripByteCounts", with its position.
+    /// Finds tags 0xF007 and 0xF008, of any type (see docs/compatibility.md, RAF), after the second header
+    /// and stores them as "StripOffsets", made absolute, and "StripByteCounts", with its position.
     void read_sample_strip_tags();
 
     /// Zeroes the thumbnail. Throws OutRangeException when it begins past the last byte and is not empty, or

@@ -104,7 +104,7 @@ void RAF::deal_high_jpg_data() {
         require_inside(xpacket, "xpakcet offset out of range");
         clear_to_next_dqt(search_tag(kDht, xpacket));
         return;
-    } catch (const NotFoundException&) {
+    } catch (const NotFoundException&) { // Logged as an error: see docs/compatibility.md, RAF.
         PLATE_MEND_LOG_ERROR("RAF::deal_high_jpg_data", "sample file has no xpacket, continue next step");
     }
     try {

@@ -85,7 +85,7 @@ void merge_data(const std::shared_ptr<SR2>& damaged, const std::shared_ptr<SR2>&
 //    those of the strip in the Sub IFD, those of a preview in the others.
 // 3. Blank the first 30 bytes of the two previews in the clone.
 // 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
-//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else of it is parsed.
+//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else in it is parsed.
 // 5. Patch the clone: its StripByteCounts gets the damaged file's value.
 // 6. Join the clone up to its image and the damaged file from its image to its end.
 // 7. Remove the clone.
@@ -148,6 +148,7 @@ std::int32_t Sr2Repair::AdvanceRepair(const char* damaged_file, const char* samp
         merge_data(damaged, sample, paths.output);
         remove_path(temporary);
     } catch (const std::exception& e) {
+        // Two spaces: see docs/compatibility.md, ARW and SR2.
         PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sr2  merge data error: %s", e.what());
         return PLATE_MEND_SR2_MERGE_FAILED;
     }

@@ -12,9 +12,10 @@ namespace plate_mend {
 /// of the format's block (see plate_mend.h).
 class AbstractRepair {
   public:
-    /// Rebuilds damaged_file into output_file, with the structure of sample_file. Throws what no stage turns
-    /// into a code: std::system_error for an ill-formed path, std::filesystem::filesystem_error,
-    /// std::bad_alloc, and what the repairer's own header names.
+    /// Rebuilds damaged_file into output_file, with the structure of sample_file. The old output is removed
+    /// before the inputs are checked, and a missing input is not logged: see docs/compatibility.md, The
+    /// interface. Throws what no stage turns into a code: std::system_error for an ill-formed path,
+    /// std::filesystem::filesystem_error, std::bad_alloc, and what the repairer's own header names.
     virtual std::int32_t AdvanceRepair(const char* damaged_file, const char* sample_file,
                                        const char* output_file) = 0;
 

@@ -27,16 +27,19 @@ std::shared_ptr<AbstractRepair> repairer_for(const char* file) {
 
 } // namespace
 
+// The exports catch nothing: see docs/compatibility.md, The interface.
+
 std::int32_t MndRawInit(const char* log_directory, const char* config_directory, const char* work_directory) {
     const auto config = util::path_from_utf8(config_directory);
     const auto log = util::path_from_utf8(log_directory);
     const unsigned char started = util::log::initLog(config, log);
     PLATE_MEND_LOG_INFORMATION("MndRawInit", "lib_PlateMend_sdk version is %s", kVersion);
     set_work_directory(util::path_from_utf8(work_directory));
+    // Only 1, though any result but 0 is logged as success: see docs/compatibility.md, The log.
     return started == 1 ? PLATE_MEND_OK : PLATE_MEND_LOG_FAILED;
 }
 
-void MndRawDestroy(void) {}
+void MndRawDestroy(void) {} // See docs/compatibility.md, The interface.
 
 std::int32_t MndRawGeneralRepair(const char* damaged_file, const char* output_file) {
     const auto repairer = repairer_for(damaged_file);

@@ -35,11 +35,13 @@ void clear_path(const std::filesystem::path& path);
 [[nodiscard]] bool inputs_exist(const RepairPaths& paths);
 
 /// The path of a temporary file in the work directory; the name alone when that is empty. It has a form that
-/// the system accepts at any length.
+/// the system accepts at any length. Each format has one fixed name: see docs/compatibility.md, The
+/// interface.
 [[nodiscard]] std::filesystem::path temporary_path(const char* file_name);
 
 /// Copies a file with streams. Returns false when either stream could not be opened, or when the source is a
-/// directory; there may then be an empty target. Failed writes go unnoticed.
+/// directory; there may then be an empty target. Failed writes go unnoticed: see docs/compatibility.md, All
+/// formats.
 [[nodiscard]] bool clone_file(const std::filesystem::path& from, const std::filesystem::path& to);
 
 /// The general repair of every format: decodes both paths, encodes them back, and passes them to

@@ -7,6 +7,7 @@
 // Log lines have two forms, one per level. The macros fill in the module name, the line number and, in an
 // error line, the source path relative to the repository; the function's name is a literal such as
 // "ArwRepair::AdvanceRepair".
+// Texts are fixed, misspellings included: see docs/compatibility.md, The log.
 //
 //   level 1, information   [function](line): text
 //   level 3, error         ---src/FOLDER/File.cpp---
