@@ -147,7 +147,7 @@ class CR3 {
     std::uint32_t corrupt_track1_offset = 0;
 
   public:
-    bool mapped = false; ///< Whether there was anything to map. Not asked: see docs/compatibility.md, CR3.
+    bool mapped = false; ///< Whether there was anything to map. Not checked: see docs/compatibility.md, CR3.
 
   private:
     /// Whose tables give the place of a track.

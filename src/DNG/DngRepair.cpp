@@ -144,7 +144,7 @@ void merge_data(const std::shared_ptr<DNG>& sample, const Tiles& sample_tiles,
 // 6. Join the clone up to its first tile and the damaged file from its first tile to the end of its last.
 // 7. Remove the clone.
 //
-// Neither file is asked whether it is mapped, and five failures share one text: see docs/compatibility.md,
+// Whether the files are mapped is not checked, and five failures share one text: see docs/compatibility.md,
 // DNG.
 std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
