@@ -254,8 +254,8 @@ PLATE_MEND_API int32_t MndRawGeneralRepair(const char* damaged_file, const char*
  *   output_file   WARNING: whatever is at this path is deleted first, A DIRECTORY WITH ALL ITS CONTENTS.
  *                 This happens before the inputs are checked, so an output that is also an input is lost.
  *
- * Returns PLATE_MEND_OK, PLATE_MEND_UNKNOWN when the extension is none of the nine, or a code of the
- * format's block above.
+ * Returns PLATE_MEND_OK, PLATE_MEND_UNKNOWN when the extension is none of the nine (nothing is deleted
+ * then), or a code of the format's block above.
  *
  * After a failure the old output is gone; what was written of the new one stays; the temporary file stays
  * in the work directory, and the next repair of the format removes it. After a success the output is
