@@ -100,7 +100,7 @@ class DinfBox : public Box {
 /// The sample descriptions.
 ///
 ///   8   4  header, raw bytes: version and flags
-///   12  4  entry_count: kept, not used
+///   12  4  entry_count: kept, not used (see docs/compatibility.md, CR3)
 ///   16     one sample entry
 class StsdBox : public Box {
   public:

@@ -32,7 +32,7 @@ class CCDTBox : public Box {
 /// The kinds of the tracks.
 ///
 ///   8   8  reserved: not a plain number, see CR3::parse_cctp
-///   16  4  line_count: kept, not used
+///   16  4  line_count: kept, not used (see docs/compatibility.md, CR3)
 ///   20     three "CCDT" boxes
 class CCTPBox : public Box {
   public:

@@ -201,7 +201,7 @@ void ORF::read_damaged_tags(std::uint32_t offset) {
     ifd0 = ifd;
 }
 
-// By value: the copy is made, and may fail, inside the caller's try block.
+// By value: the copy may fail inside the caller's try block. See docs/compatibility.md, All formats.
 void ORF::merge_data(const std::shared_ptr<ORF>& damaged, const std::shared_ptr<ORF>& sample,
                      std::filesystem::path output) { // NOLINT(performance-unnecessary-value-param)
     clear_path(output);

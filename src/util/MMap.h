@@ -33,7 +33,7 @@ class MMAP {
     explicit MMAP(std::filesystem::path path);
 
     /// Maps read-only, or, with false, writable with writes that stay in the process. Windows refuses that
-    /// view, so nothing is mapped there. No repair passes false.
+    /// view, so nothing is mapped there. Kept without a caller: see docs/compatibility.md, All formats.
     MMAP(std::filesystem::path path, bool read_only);
 
     MMAP(const MMAP&) = delete;
@@ -59,7 +59,7 @@ class MMAP {
     std::uint32_t advance(std::uint64_t count);
 
     /// Moves the cursor backward and returns it. Before the start it leaves the cursor, writes to std::cerr
-    /// and returns 0xFFFFFFFF. No repair calls it.
+    /// and returns 0xFFFFFFFF. Kept without a caller: see docs/compatibility.md, All formats.
     std::uint64_t back(std::uint64_t count);
 
     /// The mapped bytes; empty when nothing is mapped, and after close. Writable only where the mode is.
