@@ -20,8 +20,7 @@ namespace {
 constexpr int kFiles = 1000;
 constexpr int kRounds = 7;
 
-/// A photograph of about 0.1 MB. It is a real one to its end: the host calls a repair of anything else
-/// partial.
+/// A photograph of about 0.1 MB. It is complete: the host would call a repair of anything less partial.
 test::ArwPhoto photo(unsigned number) {
     return test::ArwPhoto({.number = number, .width = 240, .height = 180});
 }
@@ -29,7 +28,7 @@ test::ArwPhoto photo(unsigned number) {
 /// The rows of the table: what is done, and its times.
 struct Row {
     const char* name;
-    std::function<bool()> action; ///< Whether it was done.
+    std::function<bool()> action; ///< Returns whether it succeeded.
     std::vector<double> times;
 };
 
@@ -98,7 +97,7 @@ void print_batch(const fs::path& folder, const fs::path& programs) {
         print(row);
     }
     if (std::any_of(rows.begin(), rows.end(), [](const Row& row) { return row.times.empty(); })) {
-        throw std::runtime_error("a batch was not repaired whole");
+        throw std::runtime_error("a batch was not repaired completely");
     }
 }
 

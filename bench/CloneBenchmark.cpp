@@ -7,8 +7,8 @@
 #include <fstream>
 #include <memory>
 
-// The clone of a sample, stream to stream, with buffers of several sizes. 24 MB, which the system has in
-// memory.
+// The clone of a sample, stream to stream, with buffers of several sizes: 24 MB, which the system has in its
+// cache.
 
 namespace {
 
@@ -32,7 +32,7 @@ void Clone(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kSize));
     state.SetLabel(std::to_string(size / 1024) + " KiB");
 }
-// The library's own size first: the others are shares of it.
+// The library's own size first: the others are relative to it.
 BENCHMARK(Clone)->Arg(1 << 20)->RangeMultiplier(4)->Range(1 << 13, 1 << 19)->Arg(1 << 21)->UseRealTime();
 
 } // namespace

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-// A host in its smallest form: loads the library, initialises it with the folder, makes one repair. Without
-// arguments it does nothing at all.
+// The smallest host: loads the library, initialises it with the folder, makes one repair. Without arguments
+// it does nothing.
 //
 //   first_repair [FOLDER [DAMAGED SAMPLE OUTPUT]]
 

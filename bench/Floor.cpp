@@ -64,7 +64,7 @@ void copy(const File& from, std::size_t offset, std::size_t size, const File& to
 } // namespace
 
 void copy_as_the_machine_can(const Pair& pair, const PairFiles& files) {
-    static std::vector<char> buffer(kBuffer); // Its pages are there before the first measured copy ends.
+    static std::vector<char> buffer(kBuffer); // In memory before the first measured copy ends.
     const bool clones = pair.extension != "cr3";
     const auto& sample_path = clones ? files.temporary : files.sample;
     if (clones) {

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/// Where the files of a pair lie, and where the output and the temporary file go.
+/// The files of a pair, and of a repair of it.
 struct PairFiles {
     std::filesystem::path sample;
     std::filesystem::path damaged;
@@ -14,10 +14,10 @@ struct PairFiles {
     std::filesystem::path temporary;
 };
 
-/// What the machine itself needs for the bytes of a repair: the sample is copied to the temporary file, the
-/// pieces are copied to the output (those of the sample from the temporary file), and the temporary file is
-/// removed. All in this process, with reads and writes of 1 MiB. A CR3 repair has no temporary file: its
-/// pieces come from the sample itself.
+/// The least that the machine has to do for the bytes of a repair: the sample is copied to the temporary
+/// file, the pieces are copied to the output (those of the sample from the temporary file), and the temporary
+/// file is removed; all in this process, with reads and writes of 1 MiB. A CR3 repair has no temporary file:
+/// its pieces come from the sample itself.
 void copy_as_the_machine_can(const Pair& pair, const PairFiles& files);
 
 } // namespace bench

@@ -7,8 +7,8 @@
 
 namespace bench {
 
-/// Prints the medians of benchmarks that process bytes as a Markdown table: one row each, in the order in
-/// which they were registered, with its label, its speed, and its speed as a share of the first.
+/// Prints the medians of benchmarks that process bytes as a Markdown table: one row each, in the order of
+/// registration, with its label, its speed, and its speed relative to the first.
 class MarkdownReporter : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context& context) override;
@@ -18,9 +18,9 @@ class MarkdownReporter : public benchmark::BenchmarkReporter {
   private:
     struct Row {
         std::string label;
-        double speed = 0; ///< In GB a second.
+        double speed = 0; ///< In GB per second.
     };
-    std::map<std::int64_t, Row> rows_; ///< By the index that Google Benchmark gives.
+    std::map<std::int64_t, Row> rows_; ///< By the index in Google Benchmark.
 };
 
 } // namespace bench

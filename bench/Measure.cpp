@@ -47,7 +47,7 @@ std::uint64_t peak_of_anonymous_memory(const std::function<void()>& action) {
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
     });
-    while (peak == 0) { // The watcher's own memory is there now.
+    while (peak == 0) { // Until the watcher has allocated its own memory.
         std::this_thread::yield();
     }
     const std::uint64_t before = anonymous_memory();
@@ -62,7 +62,7 @@ int run(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
     for (const std::string& word : command) {
-        arguments.push_back(const_cast<char*>(word.c_str())); // The interface is that of C.
+        arguments.push_back(const_cast<char*>(word.c_str())); // The C interface wants it.
     }
     arguments.push_back(nullptr);
     ::posix_spawn_file_actions_t actions{};

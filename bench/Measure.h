@@ -9,22 +9,22 @@
 
 namespace bench {
 
-/// How long the action takes, in milliseconds.
+/// The time the action takes, in milliseconds.
 [[nodiscard]] double milliseconds(const std::function<void()>& action);
 
 /// The median. The values must not be empty.
 [[nodiscard]] double median(std::vector<double> values);
 
-/// Anonymous memory of this process that is resident now, in bytes.
+/// The resident anonymous memory of this process, in bytes.
 [[nodiscard]] std::uint64_t anonymous_memory();
 
-/// How far the action raises anonymous_memory at most, looked at some thousand times a second.
+/// The most by which the action raises anonymous_memory, sampled some thousand times per second.
 [[nodiscard]] std::uint64_t peak_of_anonymous_memory(const std::function<void()>& action);
 
-/// Runs a program to its end, with its output thrown away, and gives its exit status.
+/// Runs a program to its end, discards its output, and returns its exit status.
 int run(const std::vector<std::string>& command);
 
-/// A folder that is removed with all that is in it.
+/// A folder that the destructor removes with its contents.
 class Folder {
   public:
     explicit Folder(const std::filesystem::path& parent);

@@ -21,7 +21,7 @@ using test::Bytes;
 constexpr std::uint16_t kNewSubfileType = 254;
 constexpr std::uint16_t kStripOffsets = 273;
 
-/// More image data at the end of a photograph, up to the size. Gives their length.
+/// Appends image data to a photograph, up to the size. Returns their length.
 std::size_t grow(Bytes& photo, std::size_t size, std::uint32_t seed) {
     const std::size_t more = size - photo.size();
     const Bytes data = test::noise(more, seed);
@@ -33,13 +33,13 @@ void destroy_front(Bytes& photo, std::size_t end) {
     test::put_bytes(photo, 0, Bytes(end));
 }
 
-/// The splice that most repairs make: the sample up to its image, the damaged file from its image on.
+/// The output of most repairs: the sample up to its image, the damaged file from its image on.
 std::vector<Piece> splice(const Bytes& damaged, std::size_t sample_image, std::size_t damaged_image) {
     return {{Piece::From::kSample, 0, sample_image},
             {Piece::From::kDamaged, damaged_image, damaged.size() - damaged_image}};
 }
 
-/// For photographs whose image goes on to the end of the file.
+/// For photographs whose image extends to the end of the file.
 Pair simple_pair(const std::string& extension, Bytes sample, Bytes damaged, std::size_t size,
                  std::size_t needed_from, std::size_t image) {
     grow(sample, size, 1);
@@ -91,7 +91,7 @@ Pair make_raf(std::size_t size) {
 }
 
 Pair make_dng(std::size_t size) {
-    // The main image is the last in the file, so that its last tile ends it.
+    // The main image is the last in the file, so that the file ends with its last tile.
     const test::DngPhoto photo(test::DngPhoto::Options{.main_index = 2});
     Pair pair{"dng", photo.bytes, photo.bytes, {}};
     for (Bytes* file : {&pair.sample, &pair.damaged}) {
@@ -106,7 +106,7 @@ Pair make_dng(std::size_t size) {
 
 Pair make_cr3(std::size_t size) {
     // A large JPEG, a small picture, the raw picture, and metadata, in about the proportions of a camera.
-    const std::size_t rest = 20000; // For all but the pictures.
+    const std::size_t rest = 20000; // For everything except the pictures.
     test::Cr3Photo::Options options;
     options.tracks = {size / 8, size / 16, size - size / 8 - size / 16 - rest, 4000};
     const test::Cr3Photo sample(options);

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// A stretch of one of the two files.
+/// A range of bytes of one of the two files.
 struct Piece {
     enum class From { kSample, kDamaged };
 
@@ -17,8 +17,8 @@ struct Piece {
     std::size_t size = 0;
 };
 
-/// A sample and a damaged photograph of one format, and what the output is made of but for a few patched
-/// bytes. Everything in front of what the repair needs of the damaged file is zero.
+/// A sample and a damaged photograph of one format, and the pieces of the output except for a few patched
+/// bytes. Everything before what the repair needs from the damaged file is zero.
 struct Pair {
     std::string extension;
     test::Bytes sample;
@@ -29,8 +29,8 @@ struct Pair {
 /// The formats, by their extensions.
 [[nodiscard]] const std::vector<std::string>& formats();
 
-/// Two photographs of about size bytes each. What a photograph of the tests lacks is made up by image data
-/// that look like nothing.
+/// Two photographs of about size bytes each. Noise as image data makes up what a photograph of the tests
+/// lacks in size.
 [[nodiscard]] Pair make_pair(const std::string& extension, std::size_t size);
 
 } // namespace bench

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// Runs the benchmarks that a filter names, repeated and in mixed order, and prints the medians:
+// Runs the benchmarks selected by a filter, repeatedly and in mixed order, and prints the medians:
 // part_benchmarks --benchmark_filter=Scan
 
 int main(int count, char** given) {

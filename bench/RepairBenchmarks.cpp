@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-// Prints tables of whole repairs: their time against what the machine needs to copy the same bytes, and their
-// memory; the first repair of a process; a batch of small files.
+// Prints tables of whole repairs: their time compared with what the machine needs to copy the same bytes, and
+// their memory; the first repair of a process; a batch of small files.
 
 namespace {
 
@@ -49,8 +49,8 @@ struct Times {
     double ratio = 0;
 };
 
-/// Medians of pairs of runs, the two of a pair close together and in turn first. The output of a run is
-/// removed in front of the next.
+/// Medians of pairs of runs: the two of a pair follow each other closely, and take turns in coming first. The
+/// output of a run is removed before the next.
 Times measure(const Pair& pair, const PairFiles& files, int rounds) {
     std::vector<double> floors;
     std::vector<double> repairs;
@@ -59,7 +59,7 @@ Times measure(const Pair& pair, const PairFiles& files, int rounds) {
         fs::remove(files.output);
         return bench::milliseconds(action);
     };
-    for (int round = -1; round < rounds; ++round) { // The first is not counted.
+    for (int round = -1; round < rounds; ++round) { // The first does not count.
         double floor = 0;
         double time = 0;
         for (const bool floor_now : {round % 2 == 0, round % 2 != 0}) {
@@ -79,7 +79,7 @@ Times measure(const Pair& pair, const PairFiles& files, int rounds) {
     return {bench::median(floors), bench::median(repairs), bench::median(ratios)};
 }
 
-/// What a repair in a process of its own raises anonymous memory by. That process is this program with the
+/// How much a repair in a separate process raises anonymous memory. That process is this program with the
 /// verb below.
 double private_mebibytes(const PairFiles& files, const fs::path& folder) {
     const fs::path report = folder / "memory";
@@ -105,7 +105,7 @@ void report_memory(char** arguments) {
     std::fclose(stream);
 }
 
-/// More rounds for small files: about as long for each size, for a scale.
+/// More rounds for small files, so that each size takes about as long at a given scale.
 void print_repairs(const fs::path& folder, const Sizes& sizes, int scale) {
     std::printf("| Format | Size, MB | Floor, ms | Repair, ms | Ratio | Private memory, MiB |\n"
                 "|---|---:|---:|---:|---:|---:|\n");
@@ -166,7 +166,7 @@ int main(int count, char** arguments) {
         }
         const Folder folder(arguments[2]);
         const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
-        const bool quick = count > 3; // 24 MB alone, and fewer rounds.
+        const bool quick = count > 3; // Only 24 MB, and fewer rounds.
         if (verb == "repairs") {
             start_library(folder.path());
             print_repairs(folder.path(), quick ? Sizes{24} : Sizes{24, 64, 200}, quick ? 1 : 2);

@@ -12,7 +12,8 @@
 #include <span>
 #include <stdexcept>
 
-// A pattern that is absent, in a warm mapping of 64 MB of noise. Its first byte is as frequent as any other.
+// An absent pattern in a mapping of 64 MB of noise that is in memory. Its first byte is as frequent as any
+// other.
 
 namespace {
 
@@ -22,7 +23,7 @@ constexpr std::size_t kSize = 64'000'000;
 constexpr std::array<unsigned char, 2> kPattern{0x11, 0x01};
 constexpr unsigned char kAbsentByte = 0xFB;
 
-/// The mapped file. Its pages stay mapped once they were read.
+/// The mapped file. Its pages stay in memory once they have been read.
 Bytes haystack() {
     static const test::TempDir folder;
     static const plate_mend::MMAP map = [] {
@@ -39,7 +40,7 @@ Bytes haystack() {
     return map.bytes();
 }
 
-/// Whether what the search gives tells that there is no match.
+/// The search returns whether there is no match.
 void run(benchmark::State& state, const char* label, bool (*is_absent)(Bytes)) {
     const Bytes bytes = haystack();
     for (auto _ : state) { // NOLINT(clang-analyzer-deadcode.DeadStores): the library's own idiom

@@ -18,8 +18,8 @@
 #include <typeinfo>
 #include <vector>
 
-// The repairer that a path leads to, by its last bytes alone; and that the path reaches the salvager
-// unchanged, or nobody.
+// A path leads to the repairer given by its last bytes alone, and reaches the salvager unchanged or not at
+// all.
 
 namespace {
 
@@ -38,7 +38,7 @@ const std::vector<Row>& rows() {
     return all;
 }
 
-/// The last four bytes with A to Z lowered, byte by byte.
+/// The last four bytes, with A to Z in lower case.
 std::string lowered_end(const std::string& path) {
     std::string end = path.size() < 4 ? path : path.substr(path.size() - 4);
     for (char& letter : end) {
@@ -49,7 +49,7 @@ std::string lowered_end(const std::string& path) {
     return end;
 }
 
-/// What the salvager was asked for.
+/// The arguments of the last call of the salvager.
 std::vector<std::string> salvaged;
 
 std::string complaint(const std::string& path) {
@@ -87,7 +87,7 @@ std::string complaint(const std::string& path) {
     if (refused) {
         return salvaged.empty() ? "" : "a salvage of a path that was refused";
     }
-    return reached && code == kAnswer ? "" : "the path was not handed on as it is";
+    return reached && code == kAnswer ? "" : "the path was not passed on unchanged";
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 
 namespace fuzz {
 
-/// Tells what is wrong and stops the program, unless the complaint is empty.
+/// Prints what is wrong and aborts the program, unless the complaint is empty.
 void stop_on(const std::string& complaint);
 
 } // namespace fuzz

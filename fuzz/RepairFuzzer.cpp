@@ -6,10 +6,10 @@
 
 #include <iostream>
 
-// The advanced repair of one format, FUZZ_FORMAT: see RepairTrial for what each repair must fulfil.
+// The advanced repair of one format, FUZZ_FORMAT: see RepairTrial for what each repair must satisfy.
 
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    std::cerr.rdbuf(nullptr); // One repairer tells of a bad sample there.
+    std::cerr.rdbuf(nullptr); // One repairer reports an unusable sample there.
     return 0;
 }
 

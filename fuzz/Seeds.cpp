@@ -35,7 +35,7 @@ Bytes bytes_of(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-/// The pairs that are nothing but what a repair looks at.
+/// The pairs with nothing but what a repair reads.
 void write_small_pairs(const fs::path& folder) {
     for (const test::SmallPair& pair : test::small_pairs()) {
         write_seed(folder, std::string(pair.extension), "small_" + pair.name,
@@ -43,7 +43,7 @@ void write_small_pairs(const fs::path& folder) {
     }
 }
 
-/// Whole photographs, as small as they can be; the second has lost its first bytes.
+/// Complete photographs, as small as possible; the second has lost its first bytes.
 void write_photographs(const fs::path& folder) {
     const auto write_pair = [&folder](const std::string& format, const std::string& name, const Bytes& sample,
                                       const Bytes& damaged) {
@@ -119,8 +119,8 @@ void write_photographs(const fs::path& folder) {
     write_pair("cr3", "tracks", test::Cr3Photo({.number = 1}).bytes, test::Cr3Photo({.number = 2}).bytes);
 }
 
-/// A progressive grey picture of 8200 x 8200 pixels, whose blocks are two in four bytes: each 2047 brighter
-/// than the last.
+/// A progressive grey picture of 8200 x 8200 pixels with two blocks in four bytes, each 2047 brighter than
+/// the one before.
 Bytes growing_brightness() {
     Bytes file{0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
     file.insert(file.end(), 64, 1);

@@ -4,11 +4,11 @@
 
 #include <system_error>
 
-// A path is taken exactly where its bytes are well-formed UTF-8, and comes back as the same bytes.
+// A path is accepted exactly when its bytes are well-formed UTF-8, and is returned as the same bytes.
 
 namespace {
 
-/// By the numbers that the bytes stand for: each must be a Unicode scalar value in its shortest form.
+/// By the decoded numbers: each must be a Unicode scalar value in its shortest form.
 bool is_well_formed(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
         const auto lead = static_cast<unsigned char>(text[at]);
@@ -57,9 +57,9 @@ std::string complaint(const std::string& text) {
         taken = false;
     }
     if (taken != is_well_formed(text)) {
-        return taken ? "ill-formed text is taken" : "well-formed text is not taken";
+        return taken ? "ill-formed text is accepted" : "well-formed text is refused";
     }
-    return taken && back != text ? "the path comes back as other bytes" : "";
+    return taken && back != text ? "the path is returned as other bytes" : "";
 }
 
 } // namespace
@@ -69,7 +69,7 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // To the first NUL, as the interface takes it.
+    // Up to the first NUL, as in the interface.
     const std::string text(reinterpret_cast<const char*>(data), size);
     fuzz::stop_on(complaint(text.substr(0, text.find('\0'))));
     return 0;

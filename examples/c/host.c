@@ -11,7 +11,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
-/* A sentence for the codes that a host meets most; the header names all of them. */
+/* A sentence for the most frequent codes; the header lists all of them. */
 static const char* meaning(int32_t code) {
     switch (code) {
     case PLATE_MEND_OK:
@@ -27,7 +27,7 @@ static const char* meaning(int32_t code) {
     case PLATE_MEND_ARW_NOT_FOUND:
         return "the damaged file has lost the entries that lead to its image";
     default:
-        return "the repair failed; the header tells why";
+        return "the repair failed; the header explains the code";
     }
 }
 
@@ -46,20 +46,20 @@ int main(int argc, char** argv) {
         fputs("usage: host_in_c DAMAGED SAMPLE OUTPUT\n", stderr);
         return 64;
     }
-    /* The library removes what stands at the output path, a folder with all its contents, even where the
-     * repair then fails. A host that cares asks first. */
+    /* Warning: the library first deletes whatever is at the output path, a folder with all its contents, even
+     * if the repair then fails. So this host refuses an output that exists. */
     if (file_exists(argv[3])) {
         fprintf(stderr, "%s: exists already\n", argv[3]);
         return 1;
     }
-    /* Log, configuration and temporary files: here all in the current directory. Once in a process. */
+    /* Log, configuration and temporary files: all in the current directory here. Once per process. */
     if (MndRawInit(".", ".", ".") != PLATE_MEND_OK) {
         fputs("no log will be written\n", stderr);
     }
     code = MndRawAdvanceRepair(argv[1], argv[2], argv[3]);
     printf("%s: %s (code %d)\n", argv[1], meaning(code), (int)code);
     if (code == PLATE_MEND_OK && CheckRawFile(argv[3]) != PLATE_MEND_OK) {
-        /* 0 says that the steps were carried out, not that the picture decodes. */
+        /* 0 means that the steps were carried out, not that the picture decodes. */
         printf("%s: written, but LibRaw does not open it\n", argv[3]);
         code = PLATE_MEND_UNKNOWN;
     }

@@ -3,14 +3,14 @@ using System.Runtime.InteropServices;
 namespace PlateMendExample;
 
 /// <summary>
-/// The five exports of lib_plate_mend.dll. Put it, lib_still_mend.dll and QuillLogSDK.dll beside the program,
-/// which must be a 64-bit one. The documentation of each function and code is in plate_mend/plate_mend.h.
+/// The five exports of lib_plate_mend.dll. Put it, lib_still_mend.dll and QuillLogSDK.dll into the folder of the
+/// program, which must be 64-bit. Every function and code is documented in plate_mend/plate_mend.h.
 /// </summary>
 /// <remarks>
-/// Strings go over as UTF-8. The marshaller turns what has no UTF-8 form (half a surrogate pair) into U+FFFD,
-/// so the library never sees an ill-formed path. An exception of the library (an old output that another
-/// program holds open, a path that cannot be examined) is a C++ one, which .NET cannot catch in a way to rely
-/// on: clear the output before the call, as Program.cs does, or repair in a process of its own.
+/// Strings are passed as UTF-8. The marshaller replaces what has no UTF-8 form (half a surrogate pair) by U+FFFD,
+/// so the library never receives an ill-formed path. An exception of the library (for an old output that another
+/// program holds open, or a path that cannot be examined) is a C++ exception, which .NET cannot catch reliably:
+/// make sure that there is no output before the call, as Program.cs does, or repair in a separate process.
 /// </remarks>
 internal static partial class PlateMend
 {

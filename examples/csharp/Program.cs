@@ -17,7 +17,7 @@ internal static class Program
         string sample = Path.GetFullPath(arguments[1]);
         string output = Path.GetFullPath(arguments[2]);
 
-        // The library removes what stands at the output path, a folder with all its contents.
+        // Warning: the library first deletes whatever is at the output path, a folder with all its contents.
         if (Directory.Exists(output) || File.Exists(output))
         {
             Console.Error.WriteLine($"{output}: exists already");
@@ -26,7 +26,7 @@ internal static class Program
         string folder = Directory.CreateTempSubdirectory("plate-mend-").FullName;
         try
         {
-            // A log directory that does not exist means no log: an open one would keep the folder alive.
+            // No log: an open log file would keep the folder from being deleted.
             string noLog = Path.Combine(folder, "none");
             int started = PlateMend.MndRawInit(noLog, folder, folder);
             if (started != PlateMend.Ok && started != PlateMend.LogFailed)
@@ -39,7 +39,7 @@ internal static class Program
             {
                 return 1;
             }
-            // 0 says that the steps were carried out, not that the picture decodes.
+            // 0 means that the steps were carried out, not that the picture decodes.
             if (PlateMend.CheckRawFile(output) != PlateMend.Ok)
             {
                 Console.Error.WriteLine($"{output}: written, but LibRaw does not open it");

@@ -11,11 +11,11 @@
 #include <vector>
 
 // demo make FOLDER       writes sample.arw, original.arw and damaged.arw
-// demo opens RAW         tells whether LibRaw opens the file and decodes its image; status 0 if so
-// demo same RAW RAW      tells whether both decode to the same pixels; status 0 if so
-// demo render RAW JPEG   writes a picture that a person can look at
+// demo opens RAW         checks whether LibRaw opens the file and decodes its image; status 0 if so
+// demo same RAW RAW      checks whether both decode to the same pixels; status 0 if so
+// demo render RAW JPEG   renders the photograph
 // demo beside DAMAGED REPAIRED JPEG
-//                        writes one of before and after: the bytes of the damaged file, and the repaired one
+//                        draws the bytes of the damaged file beside the repaired photograph
 
 namespace {
 
@@ -83,8 +83,8 @@ test::Rendering halved(const test::Rendering& picture) {
     return half;
 }
 
-/// The bytes of a file as a grey picture: from top to bottom the file, from left to right what one row of the
-/// sensor takes. Of two bytes the high one is shown, which has six bits.
+/// The bytes of a file as a grey picture: each row of it a row of the sensor. Of every two bytes the high one
+/// is drawn, which holds six bits.
 test::Rendering drawn_bytes(const test::Bytes& file, unsigned width, unsigned height, std::size_t row_bytes) {
     test::Rendering drawing{width, height, {}};
     const std::size_t rows = file.size() / row_bytes;

@@ -64,7 +64,7 @@ void ARW::parse_header() {
     if (header.byte_order != kBigEndian && header.byte_order != kLittleEndian) {
         throw IllegalException();
     }
-    // The two spellings of 42 are not tied to the byte order.
+    // Either spelling of 42 passes with either byte order: see docs/compatibility.md, All formats.
     if (header.version != kVersion && header.version != kSwappedVersion) {
         throw IllegalException();
     }
@@ -84,8 +84,8 @@ std::shared_ptr<ARW_IFD> ARW::read_ifd(std::uint32_t offset) {
     map->seek(offset);
     auto ifd = std::make_shared<ARW_IFD>();
     ifd->count = read_u16(*map);
-    // The cursor stands on the count's last byte, so the next read begins right behind the entries. The sum
-    // is one of 32 bits; a count that leads past the end shows in that read.
+    // The cursor is on the count's last byte, so the next read begins right after the entries. The sum wraps
+    // at 32 bits; a count that leads past the end of the file makes that read throw.
     const std::uint32_t entries = native(ifd->count) * kEntrySize;
     map->seek(static_cast<std::uint32_t>(map->position() + entries));
     ifd->next = read_next_u32(*map);
@@ -126,7 +126,8 @@ bool ARW::has_valid_type(std::uint32_t match) {
 std::uint32_t ARW::find_tag_in_range(Pattern pattern, std::uint32_t start, std::uint32_t end) {
     require_inside(end);
     const FilePattern bytes = in_file_order(pattern);
-    // The length is a difference of 32 bits: an end below the start wraps to a range without a bound.
+    // The length is a 32-bit difference: an end below the start wraps to an unbounded range (see
+    // docs/compatibility.md, ARW and SR2).
     const std::uint64_t range_end = std::uint64_t{start} + static_cast<std::uint32_t>(end - start);
     std::uint64_t from = start;
     while (const auto match = find_in_file(*map, bytes, from, range_end)) {
@@ -148,7 +149,7 @@ std::uint32_t ARW::find_tag(Pattern pattern, std::uint32_t start) {
         if (has_valid_type(*match)) {
             return *match;
         }
-        from = std::uint64_t{*match} + 2; // An overlapping second match is passed over.
+        from = std::uint64_t{*match} + 2; // Two bytes: see docs/compatibility.md, ARW and SR2.
     }
     throw NotFoundException();
 }

@@ -11,17 +11,17 @@
 // A small model of a Sony ARW file, a TIFF file (TIFF 6.0). It serves the repair and nothing else.
 //
 // It reads the header and the frame of each directory (entry count, next directory), and finds the few
-// entries it needs by searching the bytes for their tag numbers, with the type field as the only test of
-// plausibility. The same model serves the sample's clone, which it patches, and the damaged file, of which
-// it reads one group of entries.
+// entries it needs by searching the bytes for their tags; the field type is the only plausibility check. The
+// same model serves the sample's clone, which it patches, and the damaged file, from which it reads one group
+// of entries.
 //
-// What an ARW looks like, as far as the repair goes:
+// What an ARW looks like, as far as the repair is concerned:
 //
 //   IFD 0 ── next ──> IFD 1 ── next ──> IFD 2        each: a preview JPEG (0x0201 offset, 0x0202 length)
 //     └── SubIFDs (0x014A) ──> Sub IFD               the raw image's strip entries
 //
-// A value "as stored" holds the file's bytes in file order, first byte in the high position. In a file with
-// byte order "II" it is swapped against the number that it means; native() gives the number.
+// A value "as stored" holds the file's bytes in file order, the first byte most significant. In a file with
+// byte order "II" it is byte-swapped relative to the number it means; native() returns the number.
 
 namespace plate_mend {
 
@@ -34,31 +34,32 @@ struct ARW_IFH {
 
 /// A directory entry: 12 bytes.
 struct ARW_DE {
-    std::uint32_t position = 0; ///< Offset of the entry, set only for the sample's StripByteCounts; else 0.
-    std::uint16_t tag = 0;      ///< As stored.
-    std::uint16_t type = 0;     ///< As stored.
-    std::uint32_t count = 0;    ///< As stored.
-    std::uint32_t value = 0;    ///< As stored: the value or the offset of the values.
+    std::uint32_t position =
+        0;                   ///< Offset of the entry, set only for the sample's StripByteCounts, otherwise 0.
+    std::uint16_t tag = 0;   ///< As stored.
+    std::uint16_t type = 0;  ///< As stored.
+    std::uint32_t count = 0; ///< As stored.
+    std::uint32_t value = 0; ///< As stored: the value or the offset of the values.
 };
 
 /// A directory.
 struct ARW_IFD {
-    std::vector<std::shared_ptr<ARW_DE>> entries; ///< Those that were searched for, in that order.
-    std::uint16_t count = 0;                      ///< As stored: the number of entries the file claims.
+    std::vector<std::shared_ptr<ARW_DE>> entries; ///< Those searched for, in that order.
+    std::uint16_t count = 0;                      ///< As stored: the number of entries according to the file.
     std::uint32_t next = 0;                       ///< As stored: offset of the next directory.
 };
 
-/// The file. Offsets are native and 32-bit. Calling operations out of the order told at each is undefined.
+/// The file. Offsets are native and 32-bit. Calling operations out of the order given here is undefined.
 ///
 /// The sample is read by parse_header, first_ifd_offset (A), read_ifd0(A) (B), read_ifd0_tags(A, B),
 /// read_sub_ifd (C), read_sub_ifd_tags(C), read_ifd1(B) (D), read_ifd1_tags(B, D), read_ifd2(D),
-/// read_ifd2_tags(D), clear_previews. The damaged file by set_big_endian, find_bytes and is_strip_triple in
-/// a loop, read_strip_triple. Both must be mapped.
+/// read_ifd2_tags(D), clear_previews; the damaged file by set_big_endian, find_bytes and is_strip_triple in a
+/// loop, read_strip_triple. Both must be mapped.
 class ARW {
   public:
     using Pattern = std::array<unsigned char, 2>; ///< A tag number, high byte first.
 
-    /// Maps the file for reading and writing. No file problem throws; see is_mapped.
+    /// Maps the file for reading and writing. A file that cannot be mapped does not throw; see is_mapped.
     explicit ARW(std::filesystem::path path);
 
     /// Maps the file as MMAP(path, read_only) does.
@@ -68,66 +69,69 @@ class ARW {
     [[nodiscard]] bool is_big_endian() const { return big_endian; }
     void set_big_endian(bool flag) { big_endian = flag; }
 
-    /// Reads and judges the header, and takes the byte order from it. Throws IllegalException, with nothing
-    /// stored, when it is not one of an ARW; OutRangeException when it is cut.
+    /// Reads and checks the header, and takes the byte order from it. Throws IllegalException, with nothing
+    /// stored, when it is not the header of an ARW; OutRangeException when it is truncated.
     void parse_header();
 
     /// The header's offset of IFD 0.
     [[nodiscard]] std::uint32_t first_ifd_offset() const;
 
-    /// Read the frame of a directory; give the offset of the next one. Throw VisitingBeyondException when
-    /// the offset lies past the end of the file, OutRangeException when the frame does.
+    /// Read the frame of a directory; return the offset of the next one. Throw VisitingBeyondException when
+    /// the offset is past the end of the file, OutRangeException when the frame extends past it.
     std::uint32_t read_ifd0(std::uint32_t offset);
     std::uint32_t read_ifd1(std::uint32_t offset);
     void read_ifd2(std::uint32_t offset);
 
-    /// Reads the frame of the directory that IFD 0's SubIFDs entry names, and gives its offset. The entry's
-    /// value is taken for that offset whatever its count. Throws as the three above.
+    /// Reads the frame of the directory that IFD 0's SubIFDs entry points to, and returns its offset. The
+    /// entry's value is taken as that offset whatever its count: see docs/compatibility.md, ARW and SR2.
+    /// Throws as the three above.
     std::uint32_t read_sub_ifd();
 
     /// Find the directory's entries in [start, end) and append them to it: in IFD 0 preview offset, preview
     /// length, SubIFDs; in IFD 1 preview offset, preview length. Throw VisitingBeyondException for an end
-    /// past the last byte; else as find_tag_in_range, and OutRangeException when an entry is cut.
+    /// past the last byte; otherwise as find_tag_in_range, and OutRangeException when an entry is truncated.
     void read_ifd0_tags(std::uint32_t start, std::uint32_t end);
     void read_ifd1_tags(std::uint32_t start, std::uint32_t end);
 
     /// Find the directory's entries from start to the end of the file and append them to it: in the Sub IFD
-    /// StripOffsets, RowsPerStrip, StripByteCounts (whose position is kept); in IFD 2 preview offset,
-    /// preview length. Throw VisitingBeyondException for a start past the last byte; else as find_tag, and
-    /// OutRangeException when an entry is cut.
+    /// StripOffsets, RowsPerStrip (required but not used), StripByteCounts (with its position); in IFD 2
+    /// preview offset, preview length. Throw VisitingBeyondException for a start past the last byte;
+    /// otherwise as find_tag, and OutRangeException when an entry is truncated.
     void read_sub_ifd_tags(std::uint32_t start);
     void read_ifd2_tags(std::uint32_t start);
 
-    /// Zeroes the first 30 bytes of the previews of IFD 0, IFD 1 and IFD 2, in this order, in the mapping.
-    /// Throws OutRangeException when a preview's first 31 bytes do not lie in the file; what was zeroed
-    /// before stays.
+    /// Zeroes the first 30 bytes of the previews of IFD 0, IFD 1 and IFD 2, in this order, through the
+    /// mapping. Throws OutRangeException when the first 31 bytes of a preview are not all inside the file
+    /// (see docs/compatibility.md, All formats); what has been zeroed by then stays.
     void clear_previews();
 
-    /// The first place in [start, end) where the tag stands with a field type behind it. An end below the
-    /// start makes a range without a bound, equal ones an empty range. Throws VisitingBeyondException for
-    /// an end past the last byte or a tag on the file's last two bytes; NotFoundException;
-    /// OutRangeException when the type is cut.
+    /// The offset of the first place in [start, end) where the tag is followed by a field type. An end below
+    /// the start makes an unbounded range, equal ones make an empty one. Throws VisitingBeyondException for
+    /// an end past the last byte or a tag in the last two bytes of the file; NotFoundException;
+    /// OutRangeException when the type is truncated. For what is odd in the searches see
+    /// docs/compatibility.md, ARW and SR2.
     std::uint32_t find_tag_in_range(Pattern pattern, std::uint32_t start, std::uint32_t end);
 
-    /// The same from start to the end of the file; a start past it is OutRangeException. Behind a tag
-    /// without a field type the search goes on two bytes further, not one.
+    /// The same from start to the end of the file; a start past it throws OutRangeException. After a tag
+    /// without a field type the search resumes two bytes later, not one: see docs/compatibility.md, ARW and
+    /// SR2.
     std::uint32_t find_tag(Pattern pattern, std::uint32_t start);
 
-    /// The first place from start on where the tag stands, whatever follows. Throws OutRangeException for a
-    /// start past the end of the file, NotFoundException.
+    /// The offset of the first place from start on where the tag is, whatever follows it. Throws
+    /// OutRangeException for a start past the end of the file, NotFoundException.
     [[nodiscard]] std::uint32_t find_bytes(Pattern pattern, std::uint32_t start) const;
 
-    /// The same in [start, end). Throws OutRangeException for an end past the end of the file. No caller in
-    /// the repair.
+    /// The same in [start, end). Throws OutRangeException for an end past the end of the file. Kept without a
+    /// caller: see docs/compatibility.md, All formats.
     [[nodiscard]] std::uint32_t find_bytes_in_range(Pattern pattern, std::uint32_t start,
                                                     std::uint32_t end) const;
 
     /// Whether the number is a field type of TIFF 6.0: 1 to 12.
     [[nodiscard]] static bool is_valid_type(std::uint16_t type);
 
-    /// Whether entries with the tags 273, 278, 279 stand side by side at the offset. Throws
+    /// Whether entries with the tags 273, 278, 279 follow one another at the offset. Throws
     /// VisitingBeyondException for an offset past the last byte, OutRangeException when fewer than 26 bytes
-    /// are left, whatever stands there.
+    /// are left, whatever they are: see docs/compatibility.md, ARW and SR2.
     bool is_strip_triple(std::uint32_t offset);
 
     /// Reads the three entries at the offset into a new sub_ifd. Throws VisitingBeyondException for an

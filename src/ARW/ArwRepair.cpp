@@ -18,7 +18,7 @@ namespace plate_mend {
 
 namespace {
 
-// One helper for both keys: a file named .raw is read as an ARW.
+// One factory for both keys: a .raw file is read as an ARW (see docs/compatibility.md, All formats).
 std::shared_ptr<AbstractRepair> make_arw_repair() {
     return std::make_shared<ArwRepair>();
 }
@@ -31,9 +31,9 @@ constexpr ARW::Pattern kStripOffsets{0x01, 0x11}; // 273
 // Positions in sub_ifd->entries, the same in the sample and in the damaged file.
 constexpr std::size_t kStripOffsetsEntry = 0;
 constexpr std::size_t kStripByteCountsEntry = 2;
-constexpr std::uint64_t kValueInEntry = 8; // Behind tag, type and count.
+constexpr std::uint64_t kValueInEntry = 8; // After tag, type and count.
 
-/// Reads what the repair needs of the sample, then blanks the previews of the clone.
+/// Reads what the repair needs from the clone, then blanks its previews.
 void read_sample(ARW& sample) {
     sample.parse_header();
     const std::uint32_t ifd0 = sample.first_ifd_offset();
@@ -48,7 +48,7 @@ void read_sample(ARW& sample) {
     sample.clear_previews();
 }
 
-/// Finds the first group of strip entries, wherever it lies. The file is taken to have the sample's byte
+/// Finds the first group of strip entries, wherever it is. The file is assumed to have the sample's byte
 /// order.
 void read_damaged(ARW& damaged, bool big_endian) {
     damaged.set_big_endian(big_endian);
@@ -59,8 +59,8 @@ void read_damaged(ARW& damaged, bool big_endian) {
     damaged.read_strip_triple(triple);
 }
 
-/// Writes the output. A failed write is not noticed. Throws VisitingBeyondException when the output does not
-/// open, OutRangeException when a slice would leave its file; what was written before stays.
+/// Writes the output. Failed writes go unnoticed. Throws VisitingBeyondException when the output cannot be
+/// opened, OutRangeException when a slice is not inside its file; what has been written by then stays.
 void merge_data(const std::shared_ptr<ARW>& damaged, const std::shared_ptr<ARW>& sample,
                 const std::filesystem::path& output_path) {
     clear_path(output_path);
@@ -71,7 +71,7 @@ void merge_data(const std::shared_ptr<ARW>& damaged, const std::shared_ptr<ARW>&
     const ARW_IFD& sample_strip = *sample->sub_ifd;
     const ARW_IFD& damaged_strip = *damaged->sub_ifd;
 
-    // As stored, so no conversion: both files have the same byte order.
+    // Copied as stored, without conversion: both files have the same byte order.
     const std::uint64_t byte_count = sample_strip.entries[kStripByteCountsEntry]->position;
     sample->map->seek(byte_count + kValueInEntry);
     write_u32(*sample->map, damaged_strip.entries[kStripByteCountsEntry]->value);
@@ -82,11 +82,22 @@ void merge_data(const std::shared_ptr<ARW>& damaged, const std::shared_ptr<ARW>&
     insert_bytes(output, slice_to_end(*damaged->map, damaged_image));
 
     output.close();
-    sample->map->close(); // Else its file could not be removed.
+    sample->map->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.arw": the clone.
+// 2. Read the clone: header, IFD 0, Sub IFD, IFD 1 and IFD 2. Each directory's entries are found by their
+//    tags: those of the strip in the Sub IFD, those of a preview in the others.
+// 3. Blank the first 30 bytes of the three previews in the clone.
+// 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
+//    RowsPerStrip 12 bytes and StripByteCounts 24 bytes after it. Nothing else in it is parsed.
+// 5. Patch the clone: its StripByteCounts gets the damaged file's value.
+// 6. Join the clone up to its image and the damaged file from its image to its end.
+// 7. Remove the clone.
 std::int32_t ArwRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
@@ -116,7 +127,8 @@ std::int32_t ArwRepair::AdvanceRepair(const char* damaged_file, const char* samp
         PLATE_MEND_LOG_ERROR("ArwRepair::AdvanceRepair", "sample offset error is %s", e.what());
         return PLATE_MEND_ARW_OUT_OF_RANGE;
     } catch (const std::exception& e) {
-        std::cerr << e.what() << std::endl; // This one alone does not go to the log.
+        // The only one that is not logged: see docs/compatibility.md, ARW and SR2.
+        std::cerr << e.what() << std::endl;
         return PLATE_MEND_ARW_SAMPLE_UNUSABLE;
     }
 
@@ -138,7 +150,7 @@ std::int32_t ArwRepair::AdvanceRepair(const char* damaged_file, const char* samp
         return PLATE_MEND_ARW_OUT_OF_RANGE;
     } catch (const std::exception& e) {
         PLATE_MEND_LOG_ERROR("ArwRepair::AdvanceRepair", "corrupt file error: %s", e.what());
-        return PLATE_MEND_ARW_SAMPLE_UNUSABLE;
+        return PLATE_MEND_ARW_SAMPLE_UNUSABLE; // See docs/compatibility.md, ARW and SR2.
     }
 
     try {

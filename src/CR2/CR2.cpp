@@ -110,7 +110,8 @@ CR2_DE CR2::read_entry(std::uint32_t offset) {
 }
 
 void CR2::require_room_to_blank(std::uint32_t value) const {
-    // In 64 bits, where it wraps for a file of fewer than 30 bytes and lets every value pass.
+    // Wraps at 64 bits for a file of fewer than 30 bytes, so that every value passes: see
+    // docs/compatibility.md, CR2.
     if (mmap->size() - kBlankedBytes < value) {
         throw VisitingBeyondException();
     }
@@ -127,13 +128,13 @@ void CR2::blank_entry_data(const std::shared_ptr<CR2_DE>& entry, std::uint32_t o
 std::uint32_t CR2::read_next_ifd_link(const std::shared_ptr<CR2_DE>& entry, std::uint32_t offset) {
     *entry = read_entry(offset);
     ifd->entries.push_back(entry);
-    return native(read_next_u32(*mmap)); // The cursor stands on the entry's last byte.
+    return native(read_next_u32(*mmap)); // The cursor is on the entry's last byte.
 }
 
 void CR2::blank_strip(const std::shared_ptr<CR2_DE>& offsets_entry,
                       const std::shared_ptr<CR2_DE>& counts_entry, std::uint32_t offsets_offset,
                       std::uint32_t counts_offset) {
-    // Each guard stands between the reading of an entry and its check.
+    // Each guard is between the reading of an entry and its check: see docs/compatibility.md, CR2.
     const CR2_DE offsets = read_fields(offsets_offset);
     if (mmap->size() < counts_offset) {
         throw VisitingBeyondException();

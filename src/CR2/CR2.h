@@ -12,12 +12,12 @@
 // A small model of a Canon CR2 file, a TIFF file (TIFF 6.0) with a longer header. It serves the repair and
 // nothing else.
 //
-// It is no TIFF reader. An entry is found by searching the bytes for its tag number: the first hit is taken
-// for the start of an entry, and a check of its fields is the only protection against a false one. The way
-// to the next directory leads over the four bytes behind an entry that is known to be the last of its
-// directory. The same model serves the sample's clone, which it patches, and the damaged file.
+// It is not a TIFF reader. An entry is found by searching the bytes for its tag: the first match is taken as
+// the start of an entry, and a check of its fields is the only protection against a false one. The next
+// directory is found by the four bytes after an entry that is known to be the last of its directory. The same
+// model serves the sample's clone, which it patches, and the damaged file.
 //
-// What a CR2 looks like, as far as the repair goes:
+// What a CR2 looks like, as far as the repair is concerned:
 //
 //   header ── first directory ──> IFD 0   full-size JPEG in a strip; GPSInfo is the last entry
 //     │                             └── next ──> IFD 1   thumbnail JPEG; its length is the last entry
@@ -26,7 +26,7 @@
 
 namespace plate_mend {
 
-/// The CR2 header: 16 bytes at offset 0. Numbers are native, but for the two that spell letters.
+/// The CR2 header: 16 bytes at offset 0. Numbers are native, except the two that spell letters.
 struct CR2_IFH {
     std::uint16_t byte_order = 0;       ///< 0x4949 "II", 0x4D4D "MM".
     std::uint16_t version = 0;          ///< 42, or 0x2A00: 42 in the other byte order.
@@ -42,28 +42,28 @@ struct CR2_DE {
     std::uint16_t tag = 0;
     std::uint16_t type = 0;  ///< A field type of TIFF 6.0, 1 to 12. Checked, but never interpreted.
     std::uint32_t count = 0; ///< Of values.
-    std::uint32_t value = 0; ///< The last four bytes as one number, whatever type and count say: a SHORT of a
-                             ///< big-endian file stands in the high half.
+    std::uint32_t value = 0; ///< The last four bytes as one number, whatever type and count are: a SHORT of a
+                             ///< big-endian file is in the upper half.
 };
 
-/// A bag of entries, not a directory of the file.
+/// The entries read so far, whichever directory they belong to. A repair never reads them back, and never
+/// fills the other two members: see docs/compatibility.md, All formats.
 struct CR2_IFD {
     std::uint16_t entry_count = 0;                ///< Never filled.
-    std::vector<std::shared_ptr<CR2_DE>> entries; ///< Those accepted so far, whatever directory they are of.
+    std::vector<std::shared_ptr<CR2_DE>> entries; ///< Those that passed the check.
     std::uint32_t next_ifd_offset = 0;            ///< Never filled.
 };
 
 /// The file. Offsets are 32-bit. An operation leaves the cursor of the mapping wherever it stopped, and
 /// throws OutRangeException where it runs past the last byte.
 ///
-/// The operations that read an entry throw IllegalException, and leave the entry as it was given, when its
-/// tag or its count is 0 or its type is not 1 to 12; an accepted one is filled and appended to ifd. Nobody
-/// reads ifd back in a repair.
+/// The operations that read an entry throw IllegalException, and leave the given entry unchanged, when its
+/// tag or its count is 0 or its type is not 1 to 12; an entry that passes is filled and appended to ifd.
 class CR2 {
   public:
     using Pattern = std::array<unsigned char, 2>; ///< A tag number, high byte first.
 
-    /// Maps the file for reading and writing. No file problem throws; see is_valid.
+    /// Maps the file for reading and writing. A file that cannot be mapped does not throw; see is_valid.
     explicit CR2(std::filesystem::path path);
 
     /// Whether the file is mapped; an empty one is not.
@@ -71,14 +71,15 @@ class CR2 {
     [[nodiscard]] bool is_big_endian() const { return big_endian; }
     void set_big_endian(bool flag) { big_endian = flag; }
 
-    /// Of the file, in bytes.
+    /// The size of the file in bytes.
     [[nodiscard]] std::uint64_t size() const { return mmap->size(); }
 
     /// Reads the header into a new ifh, and takes the byte order from it. Throws IllegalException at the
-    /// first field that is not one of a CR2; those in front of it are stored then.
+    /// first field that is not one of a CR2; the fields before it are stored then (see docs/compatibility.md,
+    /// CR2).
     void parse_header();
 
-    /// The header's offsets of IFD 0 and of the raw image's directory. To be called behind parse_header.
+    /// The header's offsets of IFD 0 and of the raw image's directory. Only valid after parse_header.
     [[nodiscard]] std::uint32_t first_ifd_offset() const { return ifh->first_ifd_offset; }
     [[nodiscard]] std::uint32_t raw_ifd_offset() const { return ifh->raw_ifd_offset; }
 
@@ -86,38 +87,39 @@ class CR2 {
     [[nodiscard]] std::uint32_t get_raw_offset() const { return raw_offset; }
     void set_raw_offset(std::uint32_t offset) { raw_offset = offset; }
 
-    /// The first place from start on where the tag's two bytes stand in the order of the file, be it in an
-    /// entry or anywhere. The cursor is not used. Throws NotFoundException, for a start past the end too.
+    /// The offset of the first place from start on where the tag's two bytes are, in file order, in an entry
+    /// or anywhere else. The cursor is not used. Throws NotFoundException, also for a start past the end.
     [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
 
     /// Reads the entry at the offset and zeroes 30 bytes from its value on. Throws VisitingBeyondException,
-    /// with the entry filled but not appended, for a value above size - 30 (a size below 30 has no such
-    /// bound); OutRangeException when the 30th byte is the file's last or lies behind it: what lies inside
-    /// is zeroed then.
+    /// with the entry filled but not appended, for a value above size - 30 (for a size below 30 there is no
+    /// such bound); OutRangeException when the 30th byte is the last of the file or past it: the bytes inside
+    /// are zeroed then. See docs/compatibility.md, CR2.
     void blank_entry_data(const std::shared_ptr<CR2_DE>& entry, std::uint32_t offset);
 
-    /// Reads the entry at the offset and gives the four bytes behind it as a number. That is the offset of
-    /// the next directory where the entry is the last of its own.
+    /// Reads the entry at the offset and returns the four bytes after it as a number: the offset of the next
+    /// directory where the entry is the last of its own.
     std::uint32_t read_next_ifd_link(const std::shared_ptr<CR2_DE>& entry, std::uint32_t offset);
 
-    /// Reads two entries and zeroes as many bytes as the value of the second from the value of the first on.
+    /// Reads two entries and zeroes as many bytes as the value of the second, from the value of the first on.
     /// Throws VisitingBeyondException for a counts_offset above size, before the first entry is checked, and
     /// for a value of the first above size - 30, before the second is; OutRangeException when the last byte
-    /// is the file's last or lies behind it: what lies inside is zeroed then.
+    /// to be zeroed is the last of the file or past it: the bytes inside are zeroed then. See
+    /// docs/compatibility.md, CR2.
     void blank_strip(const std::shared_ptr<CR2_DE>& offsets_entry,
                      const std::shared_ptr<CR2_DE>& counts_entry, std::uint32_t offsets_offset,
                      std::uint32_t counts_offset);
 
-    /// Reads the entry at the offset and gives its value.
+    /// Reads the entry at the offset and returns its value.
     std::uint32_t read_entry_value(const std::shared_ptr<CR2_DE>& entry, std::uint32_t offset);
 
-    /// Whether a StripOffsets hit is followed, 12 bytes on, by a StripByteCounts entry of type LONG whose
-    /// count and value are not 0. That marks the raw image's directory: in the others something stands
-    /// between the two. Throws OutRangeException for a hit among the last 23 bytes, whatever stands there.
+    /// Whether a StripOffsets match is followed, 12 bytes later, by a StripByteCounts entry of type LONG
+    /// whose count and value are not 0. That identifies the raw image's directory: in the others there are
+    /// entries between the two. Throws OutRangeException for a match in the last 23 bytes, whatever they are.
     bool is_raw_strip_entry(std::uint32_t offset);
 
-    /// Opens the file at the path anew, made where it is missing, and writes the bytes at its end. A failure
-    /// is not noticed.
+    /// Appends to the file at the path, which is opened for that, and created where it is missing. A failure
+    /// is not reported: see docs/compatibility.md, CR2.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     std::shared_ptr<MMAP> mmap;

@@ -12,7 +12,7 @@
 // What all CR3 code shares: the box, and how its fields are read and written.
 //
 // A CR3 file is an ISO BMFF container (ISO/IEC 14496-12). Every number in it is big-endian, and every box
-// opens with the same header:
+// begins with the same header:
 //
 //   offset  width
 //   0       4      size, of the whole box with its header
@@ -20,7 +20,7 @@
 
 namespace plate_mend {
 
-/// A box type as the number that its four characters make: "ftyp" is 0x66747970.
+/// A box type as a number: "ftyp" is 0x66747970.
 consteval std::uint32_t four_cc(const char (&code)[5]) {
     std::uint32_t number = 0;
     for (std::size_t index = 0; index < 4; ++index) {
@@ -32,12 +32,12 @@ consteval std::uint32_t four_cc(const char (&code)[5]) {
 /// The identifier of a "uuid" box, as four big-endian words.
 using BoxUuid = std::array<std::uint32_t, 4>;
 
-/// A box as it stands in memory. A raw box keeps all that follows its header in data; other classes have
-/// fields or children of their own, and data stays empty.
+/// A box in memory. A raw box keeps everything after its header in data; other classes have fields or
+/// children of their own, and their data stays empty.
 ///
-/// Sizes are kept as read and written back so, whatever they say. Vectors pass by value through every
-/// accessor of every box: who wants to change a payload takes the copy, changes it and sets it back. A child
-/// is owned by its parent through a std::shared_ptr, of which the getter gives a copy.
+/// Sizes are kept as read and written back unchanged, whatever they are. All accessors pass vectors by value:
+/// to change a payload, take the copy, change it and set it. A parent owns its children through
+/// std::shared_ptr; a getter returns a copy of that pointer.
 class Box {
   public:
     [[nodiscard]] std::uint32_t get_size() const { return size; }
@@ -49,27 +49,27 @@ class Box {
 
   protected:
     std::uint32_t size = 0; ///< In bytes, header included.
-    std::uint32_t type = 0; ///< The four characters, see four_cc.
+    std::uint32_t type = 0; ///< See four_cc.
     std::vector<unsigned char> data;
 };
 
-// Reading. The cursor always stands on the last byte that was read, so each of these begins behind it, as
-// read_next_u16 and read_next_u32 do. All throw OutRangeException at the end of the file.
+// Reading. The cursor is always on the last byte read, so each of these begins after it, as read_next_u16 and
+// read_next_u32 do. All throw OutRangeException at the end of the file.
 
 /// The next four words.
 [[nodiscard]] BoxUuid read_next_uuid(MMAP& map);
 
-/// The next four bytes as they stand.
+/// The next four bytes, unchanged.
 [[nodiscard]] std::array<unsigned char, 4> read_next_four(MMAP& map);
 
-/// The next count bytes, in one copy. More than are left is OutRangeException before any memory is taken for
-/// them; the cursor then stays. None at all is an empty vector wherever the cursor stands.
+/// The next count bytes, in one copy. When fewer are left, throws OutRangeException before any memory is
+/// allocated for them; the cursor then stays. A count of 0 returns an empty vector wherever the cursor is.
 [[nodiscard]] std::vector<unsigned char> read_next_bytes(MMAP& map, std::uint32_t count);
 
-/// Passes over the next count bytes, with the errors of read_next_bytes, and the cursor on the last of them.
+/// Skips the next count bytes, with the errors of read_next_bytes, and leaves the cursor on the last of them.
 void skip_next_bytes(MMAP& map, std::uint32_t count);
 
-// Writing. A failed write is not noticed; the stream keeps its state.
+// Writing. Failed writes go unnoticed here; the stream keeps its state.
 
 void write_u16(std::ostream& stream, std::uint16_t value);
 void write_u32(std::ostream& stream, std::uint32_t value);

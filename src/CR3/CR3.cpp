@@ -12,7 +12,7 @@ namespace plate_mend {
 namespace {
 
 constexpr std::size_t kBlankedBytes = 30;
-constexpr std::uint64_t kFirstTableEntry = 16; // Behind the type: in "stsz" the size, in "co64" the low word.
+constexpr std::uint64_t kFirstTableEntry = 16; // After the type: in "stsz" the size, in "co64" the low word.
 
 std::vector<unsigned char> with_blank_head(std::vector<unsigned char> jpeg) {
     std::fill_n(jpeg.begin(), std::min(jpeg.size(), kBlankedBytes), static_cast<unsigned char>(0));
@@ -92,8 +92,8 @@ CR3::TrackCursor CR3::enter_corrupt_track(std::uint32_t offset, std::uint32_t si
     if (offset >= mmap->size() || end >= mmap->size()) {
         throw VisitingBeyondException();
     }
-    // In front of a track at offset 0 there is no place; the 32-bit difference lies behind any file, and only
-    // an empty track reads nothing from there.
+    // Before a track at offset 0 there is no byte; the 32-bit difference is past the end of any file, so that
+    // only an empty track can be read from there.
     mmap->seek(offset - 1);
     return {.offset = offset, .gap = 0};
 }

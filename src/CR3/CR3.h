@@ -9,11 +9,11 @@
 #include <memory>
 #include <vector>
 
-// The model of a Canon CR3 file. It serves the repair and nothing else, and is no general reader of ISO BMFF:
-// every parent knows its children, their number and their order.
+// The model of a Canon CR3 file. It serves the repair and nothing else, and is not a general reader of ISO
+// BMFF: every parent expects certain children, in a fixed number and order.
 //
 //   ftyp
-//   moov             opens with the header of a "uuid" box, which is not a box of its own here
+//   moov             begins with the header of a "uuid" box, which is not a box of its own here
 //     CNCV  CCTP (three CCDT)  CTBO  free (all zero)  CMT1  CMT2  CMT3  CMT4  THMB  mvhd
 //     trak           four times: the large JPEG, a small picture, the raw picture, metadata
 //       tkhd
@@ -27,77 +27,79 @@
 //   uuid (PRVW)      the preview
 //   mdat             the bytes of the four tracks, in this order
 //
-// Boxes follow one another without a gap, and none may be missing. Each track has one chunk of one sample:
-// the one entry of its stsz is the length of its bytes, that of its co64 their offset in the file.
+// Boxes follow one another without gaps, and none may be missing. Each track has one chunk of one sample: the
+// only entry of its stsz is the length of its bytes, that of its co64 their offset in the file.
 
 namespace plate_mend {
 
-/// One file. Offsets and lengths are unsigned and of 32 bits, and sums of them wrap; the high words of 64-bit
-/// offsets are kept and not used. Calling operations out of the order told at each is undefined.
+/// One file. Offsets and lengths are unsigned 32-bit numbers, and sums of them wrap; the high words of 64-bit
+/// offsets are kept and not used. Calling operations out of the order given here is undefined.
 ///
 /// The sample is read by parse_ftyp, parse_moov, parse_xpacket, parse_preview, parse_mdat, blank_previews:
-/// each begins where the last one stopped. Of the damaged file no box is read. It is searched by find_data
+/// each begins where the last one stopped. No box of the damaged file is read. It is searched by find_data
 /// and find_data_in_range, the places found are set as corrupt_track..., and read_corrupt_track1 and then
 /// read_corrupt_track3 take the bytes. write_repaired makes one file of both.
 ///
-/// All reading throws OutRangeException at the end of the file, and with nothing mapped at once.
+/// Every read throws OutRangeException at the end of the file, and at once where nothing is mapped.
 class CR3 {
   public:
     using Pattern = std::vector<unsigned char>;
 
-    /// Maps the file for reading and writing, and reads nothing. No file problem throws.
+    /// Maps the file for reading and writing, and reads nothing. A file that cannot be mapped does not throw;
+    /// the first read does.
     explicit CR3(std::filesystem::path path);
 
-    /// Read the boxes of the top level, and all that stands in them. Throw IllegalException for a box of
-    /// another type than the one that belongs there, a wrong identifier, a non-zero byte in moov's own "free"
-    /// and a line of "CCTP" that is refused. What was read before stays.
+    /// Read the boxes of the top level, with everything in them. Throw IllegalException for a box of another
+    /// type than the one expected, a wrong identifier, a non-zero byte in moov's own "free" and a line of
+    /// "CCTP" that is refused. What has been read by then stays.
     void parse_ftyp();
     void parse_moov();
     void parse_xpacket();
     void parse_preview();
 
-    /// Reads the bytes of the four tracks, which must stand in this order. Bytes between them are dropped,
-    /// and the stored offsets corrected as if they had never been there; from then on they do not describe
-    /// the file on disk. Throws MismatchingException for a track that begins before the end of the one in
-    /// front of it, or before the payload; IllegalException for a box that is no "mdat".
+    /// Reads the bytes of the four tracks, which must be in this order. Bytes between them are dropped, and
+    /// the stored offsets corrected as if those bytes had never been there; from then on the offsets do not
+    /// describe the file on disk. Throws MismatchingException for a track that begins before the end of the
+    /// one before it, or before the payload; IllegalException for a box that is not "mdat".
     void parse_mdat();
 
     /// Zeroes the first 30 bytes of the thumbnail and of the preview, or as many as there are.
     void blank_previews();
 
-    /// Take the bytes of tracks 1 and 3 from the places that corrupt_track... tell. Throw
-    /// VisitingBeyondException when a track begins at or behind the last byte of the file, or ends there (its
-    /// end as a number of 32 bits); MismatchingException never, though the reading is that of the sample.
+    /// Take the bytes of tracks 1 and 3 from the places given by corrupt_track... Throw
+    /// VisitingBeyondException when a track begins or ends (its end as a 32-bit number) at or past the end of
+    /// the file: see docs/compatibility.md, CR3. They never throw MismatchingException, though they share
+    /// their code with the reading of the sample.
     void read_corrupt_track1();
     void read_corrupt_track3();
 
-    /// The offset of the first place from start on where the pattern stands. Leaves the cursor. Throws
-    /// OutRangeException for a start behind the end of the file, NotFoundException.
+    /// The offset of the first place from start on where the pattern is. The cursor is not used. Throws
+    /// OutRangeException for a start past the end of the file, NotFoundException.
     [[nodiscard]] std::uint32_t find_data(Pattern pattern, std::uint32_t start) const;
 
-    /// The same in [start, end). Throws OutRangeException for an end behind the end of the file,
-    /// NotFoundException also when the end lies in front of the start.
+    /// The same in [start, end). Throws OutRangeException for an end past the end of the file,
+    /// NotFoundException also when the end is before the start.
     [[nodiscard]] std::uint32_t find_data_in_range(Pattern pattern, std::uint32_t start,
                                                    std::uint32_t end) const;
 
-    /// Whether the box whose type stands at pos has this size. Throw OutRangeException below offset 4, where
+    /// Whether the box whose type is at pos has this size. Throw OutRangeException below offset 4, where
     /// there is no room for a size.
     [[nodiscard]] bool has_box_size_112(std::uint32_t pos);
     [[nodiscard]] bool has_box_size_228(std::uint32_t pos);
 
-    /// The low word of the first chunk offset, of the "co64" whose type stands at pos.
+    /// The low word of the first chunk offset in the "co64" whose type is at pos.
     [[nodiscard]] std::uint32_t read_chunk_offset(std::uint32_t pos);
 
-    /// The first entry of the table, of the "stsz" whose type stands at pos.
+    /// The first entry of the table in the "stsz" whose type is at pos.
     [[nodiscard]] std::uint32_t read_sample_size(std::uint32_t pos);
 
-    /// Offset (the low word) and length of track n, 1 to 4, as its co64 and its stsz have them.
+    /// Offset (the low word) and length of track n, 1 to 4, as in its co64 and its stsz.
     [[nodiscard]] std::uint32_t get_track_offset(unsigned n) const;
     [[nodiscard]] std::uint32_t get_track_size(unsigned n) const;
     void set_track_offset(unsigned n, std::uint32_t value);
     void set_track_size(unsigned n, std::uint32_t value);
 
-    // The same for each track.
+    // The same for each track: see docs/compatibility.md, CR3.
     [[nodiscard]] std::uint32_t get_track1_offset() const { return get_track_offset(1); }
     [[nodiscard]] std::uint32_t get_track2_offset() const { return get_track_offset(2); }
     [[nodiscard]] std::uint32_t get_track3_offset() const { return get_track_offset(3); }
@@ -124,9 +126,9 @@ class CR3 {
     void set_corrupt_track3_size(std::uint32_t value) { corrupt_track3_size = value; }
     void set_corrupt_track3_offset(std::uint32_t value) { corrupt_track3_offset = value; }
 
-    /// Brings the sample's numbers into line with the damaged file's two tracks, and writes the sample's tree
-    /// with their bytes to the output, appending to what stands there. A failed write is not noticed. Throws
-    /// VisitingBeyondException when the output does not open.
+    /// Corrects the sample's numbers for the damaged file's two tracks, and writes the sample's tree with
+    /// their bytes to the output, appending to what is there. Failed writes go unnoticed. Throws
+    /// VisitingBeyondException when the output cannot be opened.
     static void write_repaired(const std::shared_ptr<CR3>& damaged, const std::shared_ptr<CR3>& sample,
                                const std::filesystem::path& output_path);
 
@@ -138,26 +140,26 @@ class CR3 {
     std::shared_ptr<MdatBox> mdat;
 
   private:
-    // Of the damaged file: where its two pictures lie.
+    // Where the two pictures of the damaged file are.
     std::uint32_t corrupt_track3_size = 0;
     std::uint32_t corrupt_track3_offset = 0;
     std::uint32_t corrupt_track1_size = 0;
     std::uint32_t corrupt_track1_offset = 0;
 
   public:
-    bool mapped = false; ///< Whether there was anything to map. The repair does not ask: reading tells.
+    bool mapped = false; ///< Whether there was anything to map. Not checked: see docs/compatibility.md, CR3.
 
   private:
-    /// Which tables say where a track lies.
+    /// Whose tables give the place of a track.
     enum class Source { kSample, kDamaged };
 
     /// How far the reading of the tracks has come.
     struct TrackCursor {
-        std::uint32_t offset = 0; ///< Of the next unread byte.
+        std::uint32_t offset = 0; ///< That of the next unread byte.
         std::uint32_t gap = 0;    ///< Bytes skipped so far.
     };
 
-    // Each box is read from where the last one stopped, and handed to its parent when it is whole. Tracks
+    // Each box is read from where the last one stopped, and handed to its parent when it is complete. Tracks
     // count from 0 here.
     template <typename BoxClass>
     std::shared_ptr<BoxClass> parse_header();

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-// The readers of the boxes. CR3Writer.cpp is their mirror.
+// The readers of the boxes. CR3Writer.cpp mirrors them.
 
 namespace plate_mend {
 
@@ -36,7 +36,7 @@ std::shared_ptr<BoxClass> CR3::parse_header() {
 template <typename BoxClass>
 void CR3::parse_raw(BoxClass& box) {
     parse_header(box);
-    // A size below that of the header wraps to more bytes than any file has.
+    // A size smaller than the header wraps to more bytes than any file has.
     box.set_data(read_next_bytes(*mmap, box.get_size() - kHeaderSize));
 }
 
@@ -50,7 +50,7 @@ std::shared_ptr<BoxClass> CR3::parse_raw() {
 void CR3::parse_ftyp() {
     ftyp = std::make_shared<FtypBox>();
     mmap->seek(0);
-    ftyp->set_size(read_u32(*mmap)); // The only number that begins at the cursor and not behind it.
+    ftyp->set_size(read_u32(*mmap)); // The only number that begins at the cursor, not after it.
     ftyp->set_type(read_next_u32(*mmap));
     if (!ftyp->check_type()) {
         throw IllegalException();
@@ -60,8 +60,8 @@ void CR3::parse_ftyp() {
 
 void CR3::parse_cctp(const std::shared_ptr<MoovBox>& parent) {
     const auto cctp = parse_header<CCTPBox>();
-    // The eight bytes of reserved make a number in which byte 3 has lost its high four bits, and its low
-    // four stand in their place: bits 39 to 36, with zeros below.
+    // Byte 3 of reserved loses its high four bits, and its low four move into their place, with zeros below:
+    // see docs/compatibility.md, CR3.
     const std::uint32_t high = read_next_u32(*mmap);
     const std::uint32_t low = read_next_u32(*mmap);
     const std::uint32_t kept = (high & 0xFFFFFF00U) | (high & 0x0FU) << 4U;
@@ -95,7 +95,7 @@ void CR3::parse_thmb(const std::shared_ptr<MoovBox>& parent) {
     thmb->set_value3(read_next_u16(*mmap));
     thmb->set_value4(read_next_u16(*mmap));
     thmb->set_jpeg(read_next_bytes(*mmap, thmb->get_jpeg_size()));
-    // The low two bits of the length, not what rounds it up to 4.
+    // The low two bits of the length: see docs/compatibility.md, CR3.
     const std::uint32_t pad = thmb->get_jpeg_size() & 3U;
     if (pad != 0) {
         for (std::uint32_t skipped = 0; skipped < pad; ++skipped) {
@@ -241,7 +241,7 @@ void CR3::parse_preview() {
 void CR3::parse_mdat() {
     mdat = std::make_shared<MdatBox>();
     parse_header(*mdat);
-    if (mdat->get_size() == 1) { // The size is in the two words that follow.
+    if (mdat->get_size() == 1) { // The size is in the next two words.
         mdat->set_large_size_high(read_next_u32(*mmap));
         mdat->set_large_size_low(read_next_u32(*mmap));
     }

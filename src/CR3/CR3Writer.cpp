@@ -4,7 +4,8 @@
 
 #include <fstream>
 
-// The writer of a repaired file: first the numbers, then the tree. It is the mirror of CR3Readers.cpp.
+// The writer of a repaired file: first it corrects the numbers, then it writes the tree. It mirrors
+// CR3Readers.cpp.
 
 namespace plate_mend {
 
@@ -12,8 +13,8 @@ namespace {
 
 constexpr unsigned kTrack4 = 3; // Tracks count from 0 here.
 
-/// Tracks 1 and 3 get the damaged file's lengths; what lies behind them moves, and "mdat" grows or shrinks.
-/// Nothing in front of "mdat" changes its length, so track 1 stays where it is.
+/// Tracks 1 and 3 get the damaged file's lengths; the tracks after them move, and "mdat" grows or shrinks.
+/// Nothing before "mdat" changes its length, so track 1 stays where it is.
 void fit_numbers(const CR3& damaged, CR3& sample) {
     const std::uint32_t new3 = damaged.get_corrupt_track3_size();
     const std::uint32_t old3 = sample.get_track3_size();
@@ -30,7 +31,7 @@ void fit_numbers(const CR3& damaged, CR3& sample) {
 
     const std::uint32_t total = sample.get_track1_size() + sample.get_track2_size() +
                                 sample.get_track3_size() + sample.get_track4_size();
-    const std::uint32_t pad = total & 3U; // The low two bits of the sum, not what rounds it up to 4.
+    const std::uint32_t pad = total & 3U; // The low two bits of the sum: see docs/compatibility.md, CR3.
     sample.mdat->set_padding(std::vector<unsigned char>(pad));
     const std::uint32_t body = total + pad;
     if (sample.mdat->get_size() == 1) {

@@ -16,14 +16,14 @@ namespace {
 
 const RepairRegistrar registrar("cr3", [] { return std::make_shared<Cr3Repair>(); });
 
-/// The sample entries of a damaged file, by which its tracks are told apart: offsets of their types.
+/// The sample entries of a damaged file, which identify its tracks: offsets of their types.
 struct Landmarks {
     std::uint32_t track1 = 0; ///< "CRAW" of 112 bytes.
     std::uint32_t track3 = 0; ///< "CRAW" of 228 bytes.
     std::uint32_t track4 = 0; ///< "CTMD".
 };
 
-/// Reads the sample into objects, and blanks its previews there.
+/// Reads the sample into objects, and blanks its previews in them.
 void read_sample(CR3& sample) {
     sample.parse_ftyp();
     sample.parse_moov();
@@ -33,7 +33,8 @@ void read_sample(CR3& sample) {
     sample.blank_previews();
 }
 
-/// Both searches for "CRAW" begin at offset 1; the order of the two does not matter here.
+/// Both searches for "CRAW" begin at offset 1 (see docs/compatibility.md, CR3), so the two may be in any
+/// order.
 Landmarks find_landmarks(CR3& damaged) {
     const CR3::Pattern craw{'C', 'R', 'A', 'W'};
     const CR3::Pattern ctmd{'C', 'T', 'M', 'D'};
@@ -50,7 +51,7 @@ Landmarks find_landmarks(CR3& damaged) {
     return found;
 }
 
-/// Finds the tables behind the landmarks, and takes from them where the two pictures lie.
+/// Finds the tables after the landmarks, and takes from them where the two pictures are.
 void locate_tracks(CR3& damaged, const Landmarks& found) {
     const CR3::Pattern stsz{'s', 't', 's', 'z'};
     const CR3::Pattern co64{'c', 'o', '6', '4'};
@@ -66,8 +67,20 @@ void locate_tracks(CR3& damaged, const Landmarks& found) {
 
 } // namespace
 
-// The catch lists are uneven on purpose. What locate_tracks does not find, and an output that does not open,
-// reach the host as exceptions.
+// The plan:
+//
+// 1. Clear the output and check that both inputs exist. There is no clone.
+// 2. Read the sample into objects: "ftyp", "moov" with its four tracks, the "uuid" boxes of the XMP packet
+//    and of the preview, and the bytes of the tracks in "mdat". Blank in the objects the first 30 bytes of
+//    thumbnail and preview.
+// 3. Search the damaged file from offset 1 for the landmarks: "CRAW" in a box of 112 bytes, "CRAW" in a box
+//    of 228 bytes, and after the latter "CTMD".
+// 4. Search between the first two landmarks, and between the last two, for "stsz" and "co64". They contain
+//    the lengths and the offsets of tracks 1 and 3, the two pictures; take their bytes.
+// 5. Correct the sample's lengths, offsets and the size of "mdat" for the two tracks, in the objects.
+// 6. Write the objects to the output, with tracks 1 and 3 from the damaged file, 2 and 4 from the sample.
+//
+// Some exceptions pass the catch clauses and reach the host: see docs/compatibility.md, CR3.
 std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
@@ -83,7 +96,7 @@ std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* samp
         Landmarks found;
         try {
             found = find_landmarks(*damaged);
-            if (found.track3 >= found.track4) { // Never so: the last search begins at track3.
+            if (found.track3 >= found.track4) { // Never so: see docs/compatibility.md, CR3.
                 PLATE_MEND_LOG_ERROR("Cr3Repair::AdvanceRepair", "cr3 file repair failed");
                 return PLATE_MEND_CR3_LANDMARKS_MISPLACED;
             }
@@ -97,7 +110,7 @@ std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* samp
         try {
             damaged->read_corrupt_track1();
             damaged->read_corrupt_track3();
-        } catch (const MismatchingException& e) {
+        } catch (const MismatchingException& e) { // Never thrown: see docs/compatibility.md, CR3.
             PLATE_MEND_LOG_ERROR("Cr3Repair::AdvanceRepair",
                                  "corrupt file can not found img data, reason is %s", e.what());
             return PLATE_MEND_CR3_MISMATCH;
@@ -126,7 +139,7 @@ std::int32_t Cr3Repair::AdvanceRepair(const char* damaged_file, const char* samp
 
 std::int32_t Cr3Repair::GeneralRepair(const char* damaged_file, const char* output_file) {
     const std::int32_t result = run_general_repair(damaged_file, output_file);
-    if (result != 0) {
+    if (result != 0) { // Not logged: see docs/compatibility.md, The log.
         return result;
     }
     PLATE_MEND_LOG_INFORMATION("Cr3Repair::GeneralRepair", "cr3 general repair success!");

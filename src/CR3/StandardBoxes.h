@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
-// The boxes of ISO BMFF, as far as a CR3 file has them. Layouts count from the start of the box. A container
-// reads its children in the order of its members, whatever its size says.
+// The ISO BMFF boxes that a CR3 file has. Layouts count from the start of the box. A container reads its
+// children in the order of its members, whatever its size is.
 
 namespace plate_mend {
 
-/// The file type. Raw. Its accessors are its own.
+/// The file type. Raw. It has its own accessors: see docs/compatibility.md, CR3.
 class FtypBox : public Box {
   public:
     [[nodiscard]] bool check_type() const { return get_type() == four_cc("ftyp"); }
@@ -100,7 +100,7 @@ class DinfBox : public Box {
 /// The sample descriptions.
 ///
 ///   8   4  header, raw bytes: version and flags
-///   12  4  entry_count: kept, not used
+///   12  4  entry_count: kept, not used (see docs/compatibility.md, CR3)
 ///   16     one sample entry
 class StsdBox : public Box {
   public:
@@ -119,7 +119,7 @@ class StsdBox : public Box {
     std::shared_ptr<CRAWBox> sample_entry;
 };
 
-/// The sample sizes, of which there is one.
+/// The sample sizes: one.
 ///
 ///            tracks 1 to 3             track 4: a fixed size and no table
 ///   8        8  header, raw bytes      4  header, raw bytes
@@ -142,7 +142,7 @@ class StszBox : public Box {
     std::uint32_t entry_size = 0; ///< The track's length in bytes.
 };
 
-/// The chunk offsets, of which there is one, whatever entry_count says.
+/// The chunk offsets: one, whatever entry_count is.
 ///
 ///   8   4  version_flags            16  4  chunk_offset_high
 ///   12  4  entry_count              20  4  chunk_offset_low
@@ -247,8 +247,8 @@ class TrakBox : public Box {
     std::shared_ptr<MdiaBox> mdia;
 };
 
-/// The movie, with the header of the "uuid" box that Canon's boxes stand in. Nothing of it is judged. Its
-/// accessors of size and type are its own.
+/// The movie, with the header of the "uuid" box that contains Canon's boxes. None of it is checked. It has
+/// its own accessors of size and type: see docs/compatibility.md, CR3.
 ///
 ///   8   4  uuid_size                16  16  uuid
 ///   12  4  uuid_type                32      the children
@@ -347,8 +347,9 @@ class MdatBox : public Box {
     std::uint32_t large_size_high = 0;
     std::uint32_t large_size_low = 0;
     std::array<TrackData, 4> tracks;
-    std::vector<unsigned char>
-        padding; ///< Zeros behind track 4: as many as the low two bits of the sum of the lengths say.
+    /// Zeros after track 4, their number the low two bits of the sum of the lengths: see
+    /// docs/compatibility.md, CR3.
+    std::vector<unsigned char> padding;
 };
 
 } // namespace plate_mend

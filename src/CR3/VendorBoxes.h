@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-// The boxes that are Canon's own, and the two "uuid" boxes of the top level. Layouts count from the start of
-// the box; what a repair does not need to step over or to change stays as bytes.
+// Canon's own boxes, and the two "uuid" boxes of the top level. Layouts count from the start of the box; what
+// a repair neither skips nor changes stays as bytes.
 
 namespace plate_mend {
 
@@ -19,7 +19,7 @@ class CNCVBox : public Box {
     [[nodiscard]] bool check_type() const { return get_type() == four_cc("CNCV"); }
 };
 
-/// A line of "CCTP". Raw, with two bytes that are judged.
+/// A line of "CCTP". Raw, with two bytes that are checked.
 class CCDTBox : public Box {
   public:
     [[nodiscard]] bool check_type() const { return get_type() == four_cc("CCDT"); }
@@ -29,10 +29,10 @@ class CCDTBox : public Box {
     [[nodiscard]] bool check_data() const;
 };
 
-/// The tracks' kinds.
+/// The kinds of the tracks.
 ///
 ///   8   8  reserved: not a plain number, see CR3::parse_cctp
-///   16  4  line_count: kept, not used
+///   16  4  line_count: kept, not used (see docs/compatibility.md, CR3)
 ///   20     three "CCDT" boxes
 class CCTPBox : public Box {
   public:
@@ -87,7 +87,7 @@ class CMT4Box : public Box {
 ///   12  2  value1                   20  2  value3
 ///   14  2  value2                   22  2  value4
 ///   24     jpeg, jpeg_size bytes
-///          pad bytes, which are not kept, where pad is jpeg_size AND 3 (not what rounds up to 4)
+///          pad bytes, which are not kept; pad is jpeg_size AND 3 (see docs/compatibility.md, CR3)
 ///       4  trailer, only when pad is not 0
 class THMBBox : public Box {
   public:
@@ -185,7 +185,7 @@ class PRVWBox : public Box {
     std::vector<unsigned char> jpeg;
 };
 
-/// What the preview stands in.
+/// The box that contains the preview.
 ///
 ///   8   16  uuid                    28  4  word2
 ///   24  4   word1                   32     a "PRVW" box

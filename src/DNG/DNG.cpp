@@ -17,7 +17,7 @@ constexpr DNG::Pattern kTileByteCounts{0x01, 0x45}; // 325
 constexpr std::uint16_t kLittleEndian = 0x4949; // "II"
 constexpr std::uint16_t kBigEndian = 0x4D4D;    // "MM"
 constexpr std::uint16_t kVersion = 42;
-constexpr std::uint16_t kSwappedVersion = 0x2A00; // 42 with its bytes in the other order.
+constexpr std::uint16_t kSwappedVersion = 0x2A00; // 42 in the other byte order.
 
 constexpr std::uint16_t kFirstType = 1; // BYTE
 constexpr std::uint16_t kLastType = 12; // DOUBLE
@@ -112,7 +112,7 @@ void DNG::blank_entry_data(const std::shared_ptr<DE>& de, std::uint32_t offset) 
     write_zeros(*mmap_, kBlankedBytes);
 }
 
-/// What is known of the bytes [first, last) is not to be relied on any more: they are about to be written.
+/// To be called before the bytes [first, last) are written: what is known of them no longer holds.
 void DNG::forget_bytes(std::uint64_t first, std::uint64_t last) {
     tile_offsets_.keep(*mmap_, first, last);
     tile_byte_counts_.keep(*mmap_, first, last);
@@ -126,10 +126,10 @@ std::vector<std::uint32_t> DNG::read_sub_ifd_offsets(const std::shared_ptr<DE>& 
     if (de->count() == 1) {
         return {de->value()};
     }
-    // Each number begins behind an advance(1). In front of value 0 the cursor wraps in 32 bits, and that
-    // advance fails.
+    // Each number is read after an advance(1). Before value 0 the cursor wraps at 32 bits, and that advance
+    // throws.
     mmap_->seek(static_cast<std::uint32_t>(de->value() - 1));
-    std::vector<std::uint32_t> offsets; // It grows as the file yields: the count is not to be trusted.
+    std::vector<std::uint32_t> offsets; // Not reserved: the count is not to be trusted.
     for (std::uint32_t index = 0; index < de->count(); ++index) {
         offsets.push_back(native(read_next_u32(*mmap_)));
     }
@@ -139,7 +139,7 @@ std::vector<std::uint32_t> DNG::read_sub_ifd_offsets(const std::shared_ptr<DE>& 
 TileList DNG::find_list(Pattern pattern, std::uint32_t start) {
     const auto de = std::make_shared<DE>();
     read_entry(de, find_tag(pattern, start));
-    // With one byte more: a list that ends the file is out of range.
+    // One byte more: see docs/compatibility.md, DNG.
     (void)slice(*mmap_, de->value(), std::uint64_t{de->count()} * kNumberSize + 1);
     return {de->value(), de->count()};
 }

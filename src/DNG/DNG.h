@@ -13,12 +13,12 @@
 
 // A small model of a DNG file, a TIFF file (TIFF 6.0, DNG 1.4). It serves the repair and nothing else.
 //
-// The file's structure may be destroyed, so no directory is walked: no entry count is read and no next link
-// followed. A tag number is sought byte by byte, and its first match is taken for the beginning of an entry;
-// the fields of that entry are the only protection against a false match. Patches are made through the
-// writable mapping at positions remembered while reading.
+// The structure of the file may be destroyed, so the model is not a TIFF reader: it reads no entry count and
+// follows no next link. It searches for a tag byte by byte and takes the first match as the beginning of an
+// entry; a check of that entry's fields is the only protection against a false match. Patches are made
+// through the writable mapping at positions remembered while reading.
 //
-// What a DNG looks like, as far as the repair goes:
+// What a DNG looks like, as far as the repair is concerned:
 //
 //   IFD 0   StripOffsets (273) ──> a preview
 //     └── SubIFDs (330), each with NewSubfileType (254):
@@ -26,7 +26,7 @@
 //                        value is the offset of a list of LONGs
 //           another      a reduced image: StripOffsets (273) ──> a preview
 //
-// All numbers that the model gives are native; its offsets are 32-bit.
+// All numbers that the model returns are native; its offsets are 32-bit.
 
 namespace plate_mend {
 
@@ -42,7 +42,7 @@ class IFH {
 
   private:
     std::uint16_t byte_order_ = 0; // 0x4949 "II", 0x4D4D "MM".
-    std::uint16_t version_ = 0;    // 42, or 0x2A00 where its bytes stand in the other order.
+    std::uint16_t version_ = 0;    // 42, or 0x2A00: 42 in the other byte order.
     std::uint32_t first_ifd_offset_ = 0;
 };
 
@@ -62,13 +62,13 @@ class DE {
     std::uint16_t tag_ = 0;
     std::uint16_t type_ = 0;
     std::uint32_t count_ = 0;
-    // The value field as one number of 32 bits, whatever type and count say: a SHORT of a big-endian file
-    // stands in the upper half.
+    // The value field as one 32-bit number, whatever type and count are: a SHORT of a big-endian file is in
+    // the upper half.
     std::uint32_t value_ = 0;
 };
 
-/// All entries met so far, whatever directory of the file they came from. It mirrors none of them; entry
-/// count and next link belong to the layout and are not filled by the repair.
+/// All entries read so far, whichever directory of the file they belong to. The repair never reads them back,
+/// and fills neither entry count nor next link: see docs/compatibility.md, All formats.
 class IFD {
   public:
     [[nodiscard]] std::uint16_t entry_count() const { return entry_count_; }
@@ -86,57 +86,58 @@ class IFD {
 };
 
 /// One open file. Every operation works at the cursor of the mapping and leaves it wherever it stopped. No
-/// offset is tested in front of a seek: a bad one shows in the access that follows, as OutRangeException.
+/// offset is checked before a seek: a bad one makes the access that follows throw OutRangeException.
 ///
-/// However often a repair asks, its searches together look at the file about once for each tag: see
-/// TagSearch, and TileList for the lists. Who writes through mmap() tells neither of the two, and must search
-/// and read lists no more; with mmap() closed there are no lists to be read.
+/// However many searches a repair makes, together they scan the file about once for each tag: see TagSearch,
+/// and TileList for the lists. Neither of the two notices what is written through mmap(), so after that
+/// nothing may be searched and no list read; after mmap() was closed no list can be read.
 class DNG {
   public:
     using Pattern = TagSearch::Pattern; ///< A tag number, high byte first.
 
-    /// Maps the file for reading and writing. No file problem throws; see valid.
+    /// Maps the file for reading and writing. A file that cannot be mapped does not throw; see valid.
     explicit DNG(std::filesystem::path path);
 
-    /// Reads and judges the header, and takes the byte order from it. Throws IllegalException when it is not
-    /// one of a TIFF file; OutRangeException when it is cut in front of a field that must be read.
+    /// Reads and checks the header, and takes the byte order from it. Throws IllegalException when it is not
+    /// the header of a TIFF file; OutRangeException when it is truncated before a field that must be read.
     void parse_header();
 
-    /// The first place from start on where the tag number stands in the file's byte order, at any alignment
-    /// and whatever follows. Does not touch the cursor. Throws NotFoundException, also for a start at or
-    /// past the end of the file.
+    /// The offset of the first place from start on where the tag is in the file's byte order, at any
+    /// alignment and whatever follows it. Does not move the cursor. Throws NotFoundException, also for a
+    /// start at or past the end of the file.
     [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
 
     /// Whether the operations below would accept the entry at the offset. Throws OutRangeException when its
-    /// 12 bytes do not lie in the file.
+    /// 12 bytes are not all inside the file.
     [[nodiscard]] bool is_entry(std::uint32_t offset);
 
-    // The reading operations begin with the entry at the offset: it is judged, put into de, and appended to
-    // the model's IFD. They throw OutRangeException when its 12 bytes do not lie in the file, before any
-    // field is judged; IllegalException, with de untouched, when it has tag 0, a type outside 1 to 12, or
+    // The reading operations read the entry at the offset, check it, put it into de, and append it to the
+    // model's IFD. They throw OutRangeException when its 12 bytes are not all inside the file, before any
+    // field is checked; IllegalException, with de unchanged, when it has tag 0, a type outside 1 to 12, or
     // count 0.
 
     /// Whether the entry's value is zero.
     bool read_entry_is_zero(const std::shared_ptr<DE>& de, std::uint32_t offset);
 
-    /// Zeroes 30 bytes of the mapping from the entry's value on, whatever its count. Throws OutRangeException
-    /// when the 31 bytes from there on do not lie in the file; what lies in it is zeroed all the same.
+    /// Zeroes 30 bytes from the entry's value on, whatever its count. Throws OutRangeException when the 31
+    /// bytes from there on are not all inside the file (see docs/compatibility.md, All formats); those inside
+    /// are zeroed all the same.
     void blank_entry_data(const std::shared_ptr<DE>& de, std::uint32_t offset);
 
-    /// The entry's value where its count is 1, else the count numbers that stand from value on. Throws
-    /// OutRangeException when they do not lie in the file.
+    /// The entry's value where its count is 1, otherwise the count numbers at the offset that value is.
+    /// Throws OutRangeException when they are not all inside the file.
     [[nodiscard]] std::vector<std::uint32_t> read_sub_ifd_offsets(const std::shared_ptr<DE>& de,
                                                                   std::uint32_t offset);
 
     /// Find the first TileOffsets or TileByteCounts entry from start on and replace the list by the numbers
-    /// that stand from its value on. With count 1 too the value is taken for the offset of a list. Throw
-    /// NotFoundException; OutRangeException when the list and one byte behind it do not lie in the file. A
-    /// throw leaves the old list.
+    /// at the offset that its value is, even for a count of 1: see docs/compatibility.md, DNG. Throw
+    /// NotFoundException; OutRangeException when the list and one byte after it are not all inside the file.
+    /// An exception leaves the old list.
     void read_tile_offsets(std::uint32_t start);
     void read_tile_byte_counts(std::uint32_t start);
 
-    /// Opens the file anew for appending, creating it where it is missing. Neither a failed open nor a
-    /// failed write is noticed.
+    /// Appends to the file, which is opened for that, and created where it is missing. Neither a failed open
+    /// nor a failed write is reported: see docs/compatibility.md, DNG.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     /// The number as it is stored: its first byte in the file is the most significant of the result.
@@ -170,7 +171,7 @@ class DNG {
     bool big_endian_ = false;
     TileList tile_offsets_;
     TileList tile_byte_counts_;
-    mutable std::map<Pattern, TagSearch> searches_; ///< By the bytes sought, in the order of the file.
+    mutable std::map<Pattern, TagSearch> searches_; ///< By their patterns, in file order.
 };
 
 } // namespace plate_mend

@@ -29,7 +29,7 @@ struct Tiles {
     std::vector<ValueSlot> byte_counts;
 };
 
-/// Blanks the preview of IFD 0 in the clone. Gives the offsets of the sub-directories.
+/// Blanks the preview of IFD 0 in the clone. Returns the offsets of the sub-directories.
 std::vector<std::uint32_t> read_first_directory(DNG& sample) {
     sample.parse_header();
     const std::uint32_t first_ifd = sample.first_ifd_offset();
@@ -37,8 +37,9 @@ std::vector<std::uint32_t> read_first_directory(DNG& sample) {
     return sample.read_sub_ifd_offsets(std::make_shared<DE>(), sample.find_tag(kSubIfds, first_ifd));
 }
 
-/// Reads the tile lists of the main image and blanks the previews of the other sub-directories. Of several
-/// main images the last one's lists stay; without one they are empty.
+/// Reads the tile lists of the main image and blanks the previews of the other sub-directories. With several
+/// main images the lists of the last one are returned (see docs/compatibility.md, DNG); without one they are
+/// empty.
 Tiles read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offsets) {
     for (const std::uint32_t offset : offsets) {
         const std::uint32_t subfile_type = sample.find_tag(kNewSubfileType, offset);
@@ -52,14 +53,14 @@ Tiles read_sub_directories(DNG& sample, const std::vector<std::uint32_t>& offset
     return {sample.tile_offsets(), sample.tile_byte_counts()};
 }
 
-/// Finds the first NewSubfileType entry of value 0 with two good tile entries behind it, and reads their
-/// lists. Those of an empty file are empty.
+/// Finds the first NewSubfileType entry of value 0 that is followed by two valid tile entries, and reads
+/// their lists. The lists of an empty file are empty.
 Tiles read_damaged(DNG& damaged) {
     std::uint32_t scan_offset = 0;
     while (scan_offset < damaged.file_size()) {
         const std::uint32_t match = damaged.find_tag(kNewSubfileType, scan_offset);
         scan_offset = match + 1;
-        if (!damaged.is_entry(match)) { // A false match. There may be millions, so this is no exception.
+        if (!damaged.is_entry(match)) { // A false match. There may be millions, so it throws nothing.
             continue;
         }
         try {
@@ -69,15 +70,15 @@ Tiles read_damaged(DNG& damaged) {
                 break;
             }
         } catch (const IllegalException&) {
-            // A bad tile entry behind a true match: it costs one more search. What was read of it stays until
-            // a later match replaces it.
+            // An invalid tile entry after a true match: the search goes on. A list read by then stays until a
+            // later match replaces it: see docs/compatibility.md, DNG.
         }
     }
     return {damaged.tile_offsets(), damaged.tile_byte_counts()};
 }
 
-/// Throws MismatchingException unless the lists of both files go together and hold what the merge takes out
-/// of them: a first offset, a last byte count, and a byte count for every tile in front of the last.
+/// Throws MismatchingException unless the lists of both files have the same lengths and hold what the merge
+/// needs: a first offset, a last byte count, and a byte count for every tile before the last.
 void require_matching_tiles(const Tiles& sample, const Tiles& damaged) {
     const std::size_t offsets = sample.offsets.size();
     const std::size_t byte_counts = sample.byte_counts.size();
@@ -94,23 +95,23 @@ void patch_number(DNG& sample, const ValueSlot& slot, std::uint32_t number) {
     write_u32(*sample.mmap(), sample.as_stored(number));
 }
 
-/// Rewrites the clone's tile tables for the damaged file's tiles, which will lie end to end from the sample's
-/// first tile on.
+/// Rewrites the clone's tile tables for the damaged file's tiles, which will follow one another from the
+/// sample's first tile offset on.
 void patch_tables(DNG& sample, const Tiles& sample_tiles, const Tiles& damaged_tiles) {
     const auto& byte_counts = damaged_tiles.byte_counts;
     for (std::size_t tile = 0; tile < sample_tiles.byte_counts.size(); ++tile) {
         patch_number(sample, sample_tiles.byte_counts[tile], byte_counts[tile].value);
     }
-    std::uint32_t offset = sample_tiles.offsets.front().value; // A sum of 32 bits.
+    std::uint32_t offset = sample_tiles.offsets.front().value; // The sum wraps at 32 bits.
     for (std::size_t tile = 0; tile + 1 < sample_tiles.offsets.size(); ++tile) {
         offset += byte_counts[tile].value;
         patch_number(sample, sample_tiles.offsets[tile + 1], offset);
     }
 }
 
-/// Writes the output, which does not exist yet. A failed write is not noticed. Throws MismatchingException
-/// before anything is patched, OutRangeException when a slice would leave its file; what was written before
-/// stays.
+/// Writes the output, which does not exist yet. Failed writes go unnoticed. Throws MismatchingException
+/// before anything is patched, OutRangeException when a slice is not inside its file; what has been written
+/// by then stays.
 void merge_data(const std::shared_ptr<DNG>& sample, const Tiles& sample_tiles,
                 const std::shared_ptr<DNG>& damaged, const Tiles& damaged_tiles,
                 const std::filesystem::path& output_path) {
@@ -121,13 +122,30 @@ void merge_data(const std::shared_ptr<DNG>& sample, const Tiles& sample_tiles,
     DNG::append_to_file(slice(*sample->mmap(), 0, sample_image), output_path);
 
     const std::uint32_t image_size = damaged_tiles.offsets.back().value +
-                                     damaged_tiles.byte_counts.back().value - damaged_image; // Of 32 bits.
+                                     damaged_tiles.byte_counts.back().value - damaged_image; // Wraps, too.
     DNG::append_to_file(slice(*damaged->mmap(), damaged_image, image_size), output_path);
-    sample->mmap()->close(); // Else its file could not be removed.
+    sample->mmap()->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.dng": the clone.
+// 2. Read the clone's header and, found by their tags from IFD 0 on, StripOffsets and SubIFDs. Blank the
+//    first 30 bytes of what StripOffsets points to, a preview.
+// 3. For each sub-directory of the clone: where NewSubfileType is 0, the main image, read the lists of
+//    TileOffsets and TileByteCounts; elsewhere blank the first 30 bytes of what its StripOffsets points to.
+// 4. Search the damaged file from its first byte, in the sample's byte order, for a NewSubfileType entry of
+//    value 0; read the lists of the first TileOffsets and TileByteCounts after it. Where one of these entries
+//    is invalid, search on.
+// 5. Compare the lengths of the lists. Patch the clone: its byte counts become the damaged file's, and its
+//    offsets those of tiles that follow one another from the sample's first offset on.
+// 6. Join the clone up to its first tile and the damaged file from its first tile to the end of its last.
+// 7. Remove the clone.
+//
+// Whether the files are mapped is not checked, and five failures share one text: see docs/compatibility.md,
+// DNG.
 std::int32_t DngRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);

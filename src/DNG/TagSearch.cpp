@@ -9,13 +9,13 @@ namespace plate_mend {
 
 namespace {
 
-// A shorter stretch is searched again in less time than it is looked up, and in a flood of matches there
-// would be millions of them.
+// A shorter range is faster searched again than looked up, and where matches abound there would be millions
+// of them.
 constexpr std::uint64_t kWorthRemembering = 256;
 
 } // namespace
 
-/// The first gap that ends behind the offset.
+/// The first gap that ends after the offset.
 TagSearch::Gaps::iterator TagSearch::first_gap_behind(std::uint64_t offset) {
     const auto next = gaps_.upper_bound(offset);
     if (next != gaps_.begin() && std::prev(next)->second > offset) {

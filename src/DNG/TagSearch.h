@@ -9,19 +9,19 @@
 
 namespace plate_mend {
 
-/// All searches for one tag number in one file. Stretches in which it does not begin are remembered, so that
-/// searches from many places, in any order, cost no more than one pass over the file and a little for each.
+/// All searches for one tag in one file. Ranges in which it does not begin are remembered, so that searches
+/// from many places, in any order, cost no more than one pass over the file and a little for each.
 class TagSearch {
   public:
     using Pattern = std::array<unsigned char, 2>; ///< In the order of the file.
 
     explicit TagSearch(Pattern pattern) : pattern_(pattern) {}
 
-    /// The first place from start on where the pattern stands, as find_in_file gives it. The mapping must be
-    /// the same in every call.
+    /// The offset of the first place from start on where the pattern is, as find_in_file returns it. The
+    /// mapping must be the same in every call.
     [[nodiscard]] std::optional<std::uint32_t> find(const MMAP& map, std::uint32_t start);
 
-    /// To be called where the bytes [first, last) of the file are written, before the next search.
+    /// To be called when the bytes [first, last) of the file are written, before the next search.
     void forget(std::uint64_t first, std::uint64_t last);
 
   private:

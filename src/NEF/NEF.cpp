@@ -109,8 +109,8 @@ std::vector<std::uint32_t> NEF::read_sub_ifd_offsets(const std::shared_ptr<NEF_D
     if (entry->count == 1) {
         return {entry->value};
     }
-    // One byte in front of the list, in 32 bits, since every read begins with a step. The numbers are not
-    // reserved by the count: it may be anything, and the end of the file bounds them.
+    // One byte before the list, at 32 bits, since every read begins with a step. Room is not reserved for the
+    // count: it may be anything, and the end of the file limits the numbers.
     mmap->seek(static_cast<std::uint32_t>(entry->value - 1));
     std::vector<std::uint32_t> offsets;
     for (std::uint32_t index = 0; index < entry->count; ++index) {

@@ -11,12 +11,12 @@
 
 // A small model of a Nikon NEF file, a TIFF file (TIFF 6.0). It serves the repair and nothing else.
 //
-// It is no TIFF reader. An entry is found by searching the bytes for its tag number: the first hit is taken
-// for the start of an entry, and a check of its fields is the only protection against a false one. No offset
-// of the file is tested before a seek: a bad one shows in the read or write that follows. The same model
-// serves the sample's clone, which it patches, and the damaged file.
+// It is not a TIFF reader. An entry is found by searching the bytes for its tag: the first match is taken as
+// the start of an entry, and a check of its fields is the only protection against a false one. No offset is
+// checked before a seek: a bad one makes the read or write that follows throw. The same model serves the
+// sample's clone, which it patches, and the damaged file.
 //
-// What a NEF looks like, as far as the repair goes:
+// What a NEF looks like, as far as the repair is concerned:
 //
 //   header ── first directory ──> IFD 0   thumbnail in a strip
 //                                   └── SubIFDs ──┬──> preview JPEG
@@ -36,28 +36,29 @@ struct NEF_DE {
     std::uint16_t tag = 0;
     std::uint16_t type = 0;  ///< A field type of TIFF 6.0, 1 to 12. Checked, but never interpreted.
     std::uint32_t count = 0; ///< Of values.
-    std::uint32_t value = 0; ///< The last four bytes as one number, whatever type and count say: a SHORT of a
-                             ///< big-endian file stands in the high half.
+    std::uint32_t value = 0; ///< The last four bytes as one number, whatever type and count are: a SHORT of a
+                             ///< big-endian file is in the upper half.
 };
 
-/// A bag of entries, not a directory of the file.
+/// The entries read so far, whichever directory they belong to. A repair never reads them back, and never
+/// fills the other two members: see docs/compatibility.md, All formats.
 struct NEF_IFD {
     std::uint16_t entry_count = 0;                ///< Never filled.
-    std::vector<std::shared_ptr<NEF_DE>> entries; ///< Those accepted so far, whatever directory they are of.
+    std::vector<std::shared_ptr<NEF_DE>> entries; ///< Those that passed the check.
     std::uint32_t next_ifd_offset = 0;            ///< Never filled.
 };
 
 /// The file. Offsets are 32-bit. An operation leaves the cursor of the mapping wherever it stopped, and
 /// throws OutRangeException where it runs past the last byte.
 ///
-/// The operations that read an entry throw IllegalException, and leave the entry as it was given, when its
-/// tag or its count is 0 or its type is not 1 to 12; an accepted one is filled and, but for
-/// read_entry_is_zero, appended to ifd. Nobody reads ifd back in a repair.
+/// The operations that read an entry throw IllegalException, and leave the given entry unchanged, when its
+/// tag or its count is 0 or its type is not 1 to 12; an entry that passes is filled and, except by
+/// read_entry_is_zero, appended to ifd.
 class NEF {
   public:
     using Pattern = std::array<unsigned char, 2>; ///< A tag number, high byte first.
 
-    /// Maps the file for reading and writing. No file problem throws; see is_valid.
+    /// Maps the file for reading and writing. A file that cannot be mapped does not throw; see is_valid.
     explicit NEF(std::filesystem::path path);
 
     /// Whether the file is mapped; an empty one is not.
@@ -65,52 +66,54 @@ class NEF {
     [[nodiscard]] bool is_big_endian() const { return big_endian; }
     void set_big_endian(bool flag) { big_endian = flag; }
 
-    /// Of the file, in bytes.
+    /// The size of the file in bytes.
     [[nodiscard]] std::uint64_t size() const { return mmap->size(); }
 
     /// Reads the header into a new ifh, and takes the byte order from it. Throws IllegalException when it is
-    /// not one of a NEF.
+    /// not the header of a NEF.
     void parse_header();
 
-    /// The header's offset of IFD 0. To be called behind parse_header.
+    /// The header's offset of IFD 0. Only valid after parse_header.
     [[nodiscard]] std::uint32_t first_ifd_offset() const { return ifh->first_ifd_offset; }
 
     /// File offset of the raw image data; 0 until it is set.
     [[nodiscard]] std::uint32_t get_raw_offset() const { return raw_offset; }
     void set_raw_offset(std::uint32_t offset) { raw_offset = offset; }
 
-    /// The first place from start on where the tag's two bytes stand in the order of the file, be it in an
-    /// entry or anywhere. The cursor is not used. Throws NotFoundException, for a start past the end too.
+    /// The offset of the first place from start on where the tag's two bytes are, in file order, in an entry
+    /// or anywhere else. The cursor is not used. Throws NotFoundException, also for a start past the end.
     [[nodiscard]] std::uint32_t find_tag(Pattern pattern, std::uint32_t start) const;
 
     /// Whether the operations below would accept the entry at the offset. Throws OutRangeException when its
-    /// 12 bytes do not lie in the file.
+    /// 12 bytes are not all inside the file.
     [[nodiscard]] bool is_entry(std::uint32_t offset);
 
-    /// Reads the entry at the offset, without appending it, and tells whether its value is 0.
+    /// Reads the entry at the offset, without appending it (see docs/compatibility.md, NEF), and returns
+    /// whether its value is 0.
     bool read_entry_is_zero(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
-    /// Reads the entry at the offset and zeroes 30 bytes from its value on. Throws OutRangeException when
-    /// the 30th byte is the file's last or lies behind it: what lies inside is zeroed then.
+    /// Reads the entry at the offset and zeroes 30 bytes from its value on. Throws OutRangeException when the
+    /// 30th byte is the last of the file or past it (see docs/compatibility.md, All formats): the bytes
+    /// inside are zeroed then.
     void blank_entry_data(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
-    /// Reads the entry at the offset and gives its offsets: the value itself for a count of 1, else the
-    /// numbers of the list that the value points at.
+    /// Reads the entry at the offset and returns its offsets: the value itself for a count of 1, otherwise
+    /// the numbers of the list that the value points to.
     std::vector<std::uint32_t> read_sub_ifd_offsets(const std::shared_ptr<NEF_DE>& entry,
                                                     std::uint32_t offset);
 
-    /// Reads two entries and zeroes as many bytes as the value of the second from the value of the first on.
-    /// Throws OutRangeException when the last byte is the file's last or lies behind it: what lies inside is
-    /// zeroed then.
+    /// Reads two entries and zeroes as many bytes as the value of the second, from the value of the first on.
+    /// Throws OutRangeException when the last byte to be zeroed is the last of the file or past it: the bytes
+    /// inside are zeroed then.
     void blank_strip(const std::shared_ptr<NEF_DE>& offsets_entry,
                      const std::shared_ptr<NEF_DE>& counts_entry, std::uint32_t offsets_offset,
                      std::uint32_t counts_offset);
 
-    /// Reads the entry at the offset and gives its value.
+    /// Reads the entry at the offset and returns its value.
     std::uint32_t read_entry_value(const std::shared_ptr<NEF_DE>& entry, std::uint32_t offset);
 
-    /// Opens the file at the path anew, made where it is missing, and writes the bytes at its end. A failure
-    /// is not noticed.
+    /// Appends to the file at the path, which is opened for that, and created where it is missing. A failure
+    /// is not reported: see docs/compatibility.md, NEF.
     static void append_to_file(std::span<const unsigned char> bytes, const std::filesystem::path& path);
 
     std::shared_ptr<MMAP> mmap;

@@ -28,7 +28,7 @@ std::shared_ptr<NEF_DE> new_entry() {
     return std::make_shared<NEF_DE>();
 }
 
-/// Spoils the pictures of IFD 0 and of the first sub-directory in the clone, and finds its raw data by the
+/// Blanks the pictures of IFD 0 and of the first sub-directory in the clone, and finds its raw data by the
 /// second sub-directory.
 void read_sample(NEF& sample) {
     sample.parse_header();
@@ -40,15 +40,15 @@ void read_sample(NEF& sample) {
     const std::vector<std::uint32_t> sub_ifds =
         sample.read_sub_ifd_offsets(new_entry(), sample.find_tag(kSubIfds, ifd0));
     sample.blank_entry_data(new_entry(), sample.find_tag(kJpegOffset, sub_ifds.front()));
-    if (sub_ifds.size() < 2) {
+    if (sub_ifds.size() < 2) { // Checked only here: see docs/compatibility.md, NEF.
         throw OutRangeException();
     }
     const std::uint32_t raw_entry = sample.find_tag(kStripOffsets, sub_ifds[1]);
     sample.set_raw_offset(sample.read_entry_value(new_entry(), raw_entry));
 }
 
-/// The first NewSubfileType entry of value 0, wherever it lies. False hits are passed over. There may be
-/// millions, so none of them is an exception.
+/// The offset of the first NewSubfileType entry of value 0, wherever it is. False matches are skipped. There
+/// may be millions, so they throw nothing.
 std::uint32_t find_main_image(NEF& damaged) {
     const auto entry = new_entry();
     std::uint32_t hit = damaged.find_tag(kNewSubfileType, 0);
@@ -58,25 +58,36 @@ std::uint32_t find_main_image(NEF& damaged) {
     return hit;
 }
 
-/// Finds the raw data of the damaged file. The file is taken to have the sample's byte order. Behind the
-/// main image's NewSubfileType entry no false hit is survived.
+/// Finds the raw data of the damaged file, which is assumed to have the sample's byte order. A false match
+/// after the main image's NewSubfileType entry ends the repair: see docs/compatibility.md, NEF.
 void read_damaged(NEF& damaged) {
     const std::uint32_t main_image = find_main_image(damaged);
     const std::uint32_t raw_entry = damaged.find_tag(kStripOffsets, main_image);
     damaged.set_raw_offset(damaged.read_entry_value(new_entry(), raw_entry));
 }
 
-/// Writes the output, at the end of what stands there. Throws OutRangeException when a slice would leave its
-/// file; what was written before stays.
+/// Writes the output, appending to what is at the path. Throws OutRangeException when a slice is not inside
+/// its file; what has been written by then stays. A failed open or write goes unnoticed: see
+/// docs/compatibility.md, NEF.
 void merge_data(const std::shared_ptr<NEF>& sample, const std::shared_ptr<NEF>& damaged,
                 const std::filesystem::path& output_path) {
     NEF::append_to_file(slice(*sample->mmap, 0, sample->get_raw_offset()), output_path);
     NEF::append_to_file(slice_to_end(*damaged->mmap, damaged->get_raw_offset()), output_path);
-    sample->mmap->close(); // Else its file could not be removed.
+    sample->mmap->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.nef": the clone.
+// 2. Read the clone: the header; by their tags StripOffsets, StripByteCounts and SubIFDs from IFD 0 on;
+//    JPEGInterchangeFormat from the first sub-directory on, StripOffsets from the second. Blank on the way
+//    the strip of IFD 0 as a whole, and the first 30 bytes of the JPEG of the first sub-directory.
+// 3. Search the damaged file from its first byte, in the sample's byte order, for a NewSubfileType entry of
+//    value 0, and from there for the first StripOffsets.
+// 4. Join the clone up to its raw data and the damaged file from its raw data to its end. Nothing is patched.
+// 5. Remove the clone.
 std::int32_t NefRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);

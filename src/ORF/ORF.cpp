@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::uint16_t kBigEndian = 0x4D4D;    // "MM"
 constexpr std::uint16_t kLittleEndian = 0x4949; // "II"
-constexpr std::uint16_t kFlagRO = 0x524F;       // As "II" files have it.
-constexpr std::uint16_t kFlagOR = 0x4F52;       // As "MM" files have it.
+constexpr std::uint16_t kFlagRO = 0x524F;       // In "II" files.
+constexpr std::uint16_t kFlagOR = 0x4F52;       // In "MM" files.
 
 constexpr std::uint16_t kStripOffsets = 273;
 constexpr std::uint16_t kRowsPerStrip = 278;
@@ -28,7 +28,7 @@ constexpr std::uint64_t kBlankedBytes = 30;
 // Positions in ORF_IFD::entries, the same in the sample and in the damaged file.
 constexpr std::size_t kStripOffsetsEntry = 0;
 constexpr std::size_t kStripByteCountsEntry = 2;
-constexpr std::uint64_t kValueInEntry = 8; // Behind tag, type and count.
+constexpr std::uint64_t kValueInEntry = 8; // After tag, type and count.
 
 ORF::Pattern pattern_of(std::uint16_t tag) {
     return {static_cast<std::uint8_t>(tag >> 8U), static_cast<std::uint8_t>(tag & 0xFFU)};
@@ -66,7 +66,7 @@ void ORF::read_ifh() {
     if (header.byte_order != kBigEndian && header.byte_order != kLittleEndian) {
         throw IllegalException("byte order flag illegal");
     }
-    // The two spellings of the flag are not tied to the byte order.
+    // Either spelling passes with either byte order: see docs/compatibility.md, All formats.
     if (header.flag != kFlagRO && header.flag != kFlagOR) {
         throw IllegalException("orf flag illegal");
     }
@@ -86,8 +86,8 @@ std::pair<std::uint32_t, std::uint32_t> ORF::read_ifd0(std::uint32_t offset) {
     mapped_file->seek(offset);
     auto ifd = std::make_shared<ORF_IFD>();
     ifd->count = read_u16(*mapped_file);
-    // The cursor stands on the count's last byte, so the next read begins right behind the entries. The sum
-    // is one of 32 bits; a count that leads past the end shows in that read.
+    // The cursor is on the count's last byte, so the next read begins right after the entries. The sum wraps
+    // at 32 bits; a count that leads past the end of the file makes that read throw.
     const std::uint32_t entries = native(ifd->count) * kEntrySize;
     const auto entries_end = static_cast<std::uint32_t>(mapped_file->position() + entries);
     mapped_file->seek(entries_end);
@@ -128,7 +128,7 @@ std::shared_ptr<ORF_DE> ORF::read_sample_entry(std::uint32_t offset) {
     auto entry = std::make_shared<ORF_DE>();
     entry->tag = read_u16(*mapped_file);
     entry->type = read_next_u16(*mapped_file);
-    mapped_file->advance(1); // The first two bytes of the count are passed over.
+    mapped_file->advance(1); // Skips the first two bytes of the count: see docs/compatibility.md, ORF.
     mapped_file->advance(1);
     entry->count = read_next_u16(*mapped_file);
     entry->value = read_next_u32(*mapped_file);
@@ -155,7 +155,7 @@ void ORF::blank_jpegs() {
     mapped_file->seek(0);
     auto start = jpeg_start(0);
     while (start) {
-        // Two may lie less than 30 bytes apart. So the next one is found before this one is blanked, and
+        // Two may begin less than 30 bytes apart. So the next one is found before this one is blanked, and
         // none is blanked beyond the start of the next, which does the rest.
         const auto next = jpeg_start(*start + 2);
         mapped_file->seek(*start);
@@ -195,13 +195,13 @@ void ORF::read_damaged_tags(std::uint32_t offset) {
     require_inside(offset, "raw tag offset is out of range");
     auto ifd = std::make_shared<ORF_IFD>();
     ifd->entries.push_back(read_damaged_entry(offset));
-    mapped_file->advance(24); // Two entries lie between.
+    mapped_file->advance(24); // Over the two entries in between.
     ifd->entries.push_back(read_next_damaged_entry());
     ifd->entries.push_back(read_next_damaged_entry());
     ifd0 = ifd;
 }
 
-// The output path is a copy of the caller's: the copy is made, and may fail, in the caller's guard.
+// By value: the copy may fail inside the caller's try block. See docs/compatibility.md, All formats.
 void ORF::merge_data(const std::shared_ptr<ORF>& damaged, const std::shared_ptr<ORF>& sample,
                      std::filesystem::path output) { // NOLINT(performance-unnecessary-value-param)
     clear_path(output);
@@ -212,7 +212,7 @@ void ORF::merge_data(const std::shared_ptr<ORF>& damaged, const std::shared_ptr<
     const ORF_IFD& sample_strip = *sample->ifd0;
     const ORF_IFD& damaged_strip = *damaged->ifd0;
 
-    // As stored, so no conversion: both files have the same byte order.
+    // Copied as stored, without conversion: both files have the same byte order.
     const std::uint64_t byte_count = sample_strip.entries[kStripByteCountsEntry]->position;
     sample->mapped_file->seek(byte_count + kValueInEntry);
     write_u32(*sample->mapped_file, damaged_strip.entries[kStripByteCountsEntry]->value);
@@ -223,7 +223,7 @@ void ORF::merge_data(const std::shared_ptr<ORF>& damaged, const std::shared_ptr<
     insert_bytes(stream, slice_to_end(*damaged->mapped_file, damaged_image));
 
     stream.close();
-    sample->mapped_file->close(); // Else its file could not be removed.
+    sample->mapped_file->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace plate_mend

@@ -16,19 +16,19 @@ namespace {
 
 const RepairRegistrar registrar("orf", [] { return std::make_shared<OrfRepair>(); });
 
-/// Reads what the repair needs of the sample, then blanks the pictures of the clone.
+/// Reads what the repair needs from the clone, then blanks its pictures.
 void read_sample(ORF& sample) {
     sample.read_ifh();
     const std::uint32_t ifd0 = sample.first_ifd_offset();
     const auto [next_ifd, ifd0_end] = sample.read_ifd0(ifd0);
-    if (next_ifd != 0) {
+    if (next_ifd != 0) { // See docs/compatibility.md, ORF.
         throw IllegalException("ifd 0 end flag illegal");
     }
     sample.read_sample_tags(ifd0, ifd0_end);
     sample.blank_jpegs();
 }
 
-/// Finds the first group of strip entries, wherever it lies. The file is taken to have the sample's byte
+/// Finds the first group of strip entries, wherever it is. The file is assumed to have the sample's byte
 /// order.
 void read_damaged(ORF& damaged, std::uint8_t big_endian) {
     const ORF::Pattern strip_offsets{0x01, 0x11}; // 273
@@ -42,6 +42,17 @@ void read_damaged(ORF& damaged, std::uint8_t big_endian) {
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.orf": the clone.
+// 2. Read the clone: header and IFD 0, which must be the only directory of its chain, and in IFD 0 by their
+//    tags StripOffsets, RowsPerStrip and StripByteCounts.
+// 3. Blank the first 30 bytes of every JPEG (FF D8 FF DB) in the clone.
+// 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
+//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else in it is parsed.
+// 5. Patch the clone: its StripByteCounts gets the damaged file's value.
+// 6. Join the clone up to its image and the damaged file from its image to its end.
+// 7. Remove the clone.
 std::int32_t OrfRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
@@ -64,7 +75,7 @@ std::int32_t OrfRepair::AdvanceRepair(const char* damaged_file, const char* samp
     }
     try {
         read_sample(*sample);
-    } catch (const IllegalException& e) {
+    } catch (const IllegalException& e) { // The only one with its own code: see docs/compatibility.md, ORF.
         PLATE_MEND_LOG_ERROR("OrfRepair::AdvanceRepair", "sample data illegal, error is %s", e.what());
         return PLATE_MEND_ORF_SAMPLE_ILLEGAL;
     } catch (const std::exception& e) {

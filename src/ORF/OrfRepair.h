@@ -6,14 +6,14 @@ namespace plate_mend {
 
 /// Repairs Olympus ORF.
 ///
-/// The output is the sample up to its image, with the byte count of the damaged file's strip put in and the
-/// first 30 bytes of every JPEG zeroed, then the damaged file from its image to its end. Of the damaged file
-/// nothing but a run of 60 bytes, StripOffsets to StripByteCounts, and the image must be alive; its header is
-/// not read. A sample with a second directory behind IFD 0 is refused.
+/// The output is the sample up to its image, with the byte count of the damaged file's strip and the first 30
+/// bytes of every JPEG zeroed, followed by the damaged file from its image to its end. The damaged file needs
+/// only the 60 bytes from StripOffsets through StripByteCounts and its image; its header is not read. A
+/// sample with a second directory after IFD 0 is refused.
 class OrfRepair final : public AbstractRepair {
   public:
-    /// Codes: 0, PLATE_MEND_ORF_*. The temporary file is "temp.orf"; it stays after a failure from the
-    /// sample stage on. Throws as AbstractRepair tells.
+    /// Returns 0 or PLATE_MEND_ORF_*. The temporary file is "temp.orf"; it stays when the repair fails after
+    /// the sample was copied. Throws what AbstractRepair lists.
     std::int32_t AdvanceRepair(const char* damaged_file, const char* sample_file,
                                const char* output_file) override;
     std::int32_t GeneralRepair(const char* damaged_file, const char* output_file) override;

@@ -77,7 +77,7 @@ std::uint32_t RAF::search_order_tag_in_range(const Pattern& pattern, std::uint32
     return search_tag_in_range(in_file_order(pattern), start, end);
 }
 
-// By value: the interface hands the offsets over.
+// By value: see docs/compatibility.md, All formats.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void RAF::read_ifh(std::vector<std::uint32_t> offsets) {
     require_inside(offsets[0], "first ifh offset out of range");
@@ -94,11 +94,11 @@ RAF_IFH RAF::read_header(std::uint32_t offset) const {
     header.byte_order = read_u16(*mapped_file);
     header.flag = read_next_u16(*mapped_file);
     header.first_ifd_offset = read_next_u32(*mapped_file);
-    // "MM" is refused, although everything behind this point is written for it too.
+    // "MM" is refused, although all later code handles it: see docs/compatibility.md, RAF.
     if (header.byte_order != kLittleEndian) {
         throw IllegalException("byte order flag illegal");
     }
-    // The two spellings of 42 are not tied to the byte order.
+    // Either spelling of 42 passes with either byte order: see docs/compatibility.md, All formats.
     if (header.flag != kLittleEndianFlag && header.flag != kBigEndianFlag) {
         throw IllegalException("raf flag illegal");
     }

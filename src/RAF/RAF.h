@@ -11,11 +11,11 @@
 
 // A small model of a Fujifilm RAF file. It serves the repair and nothing else.
 //
-// The file's own header and its directory of offsets are never read. The file is a blob in which TIFF
-// structures (TIFF 6.0) stand at unknown places, and they are found by searching for their bytes. The same
-// model serves the sample's clone, which it patches, and the damaged file.
+// The file's own header and its directory of offsets are never read. The file is treated as bytes with TIFF
+// structures (TIFF 6.0) at unknown places, which are found by searching. The same model serves the sample's
+// clone, which it patches, and the damaged file.
 //
-// What a RAF looks like, as far as the repair goes:
+// What a RAF looks like, as far as the repair is concerned:
 //
 //   "FUJIFILMCCD-RAW "     header and offsets
 //   JPEG                   Exif:    first TIFF header, IFD 0 ── next ──> IFD 1: thumbnail (0x0201, 0x0202)
@@ -24,15 +24,15 @@
 //   raw section            second TIFF header, a directory with 0xF007 StripOffsets, 0xF008 StripByteCounts
 //   raw data
 //
-// Offsets in a directory are relative to its TIFF header. A field "as stored" holds the file's bytes in
-// file order, first byte in the high position; in a file of byte order "II" it is swapped against the number
-// that it means.
+// Offsets in a directory are relative to its TIFF header. A field "as stored" holds the file's bytes in file
+// order, the first byte most significant; in a file with byte order "II" it is byte-swapped relative to the
+// number it means.
 
 namespace plate_mend {
 
 /// A TIFF header: 8 bytes.
 struct RAF_IFH {
-    std::uint32_t position = 0;         ///< Where it stands in the file.
+    std::uint32_t position = 0;         ///< Its offset in the file.
     std::uint16_t byte_order = 0;       ///< As stored: 0x4949 "II", 0x4D4D "MM".
     std::uint16_t flag = 0;             ///< As stored: 42 in either byte order.
     std::uint32_t first_ifd_offset = 0; ///< As stored.
@@ -40,37 +40,40 @@ struct RAF_IFH {
 
 /// A directory entry: 12 bytes.
 struct RAF_DE {
-    std::uint32_t position = 0; ///< Offset of the entry, set only for the sample's StripByteCounts; else 0.
-    std::uint16_t tag = 0;      ///< As stored.
-    std::uint16_t type = 0;     ///< As stored.
-    std::uint32_t count = 0;    ///< As stored.
-    std::uint32_t value = 0;    ///< The number, which the operations below may make absolute.
+    std::uint32_t position =
+        0;                   ///< Offset of the entry, set only for the sample's StripByteCounts, otherwise 0.
+    std::uint16_t tag = 0;   ///< As stored.
+    std::uint16_t type = 0;  ///< As stored.
+    std::uint32_t count = 0; ///< As stored.
+    std::uint32_t value = 0; ///< Native; the operations below may make it absolute.
 };
 
-/// The entries that were searched for, by name. The first entry under a name stays.
+/// The entries searched for, by name. The first entry under a name stays. Nothing fills count and next: see
+/// docs/compatibility.md, RAF.
 struct RAF_IFD {
     std::map<std::string, std::shared_ptr<RAF_DE>> entries;
-    std::uint16_t count = 0; ///< Of a directory's frame; not read here, for no directory is walked.
-    std::uint32_t next = 0;  ///< Likewise.
+    std::uint16_t count = 0; ///< Never filled.
+    std::uint32_t next = 0;  ///< Never filled.
 };
 
-/// The file. Offsets are 32-bit. Calling operations out of the order told here is undefined.
+/// The file. Offsets are 32-bit. Calling operations out of the order given here is undefined.
 ///
 /// The sample is read by search_tag for its two headers, read_ifh, ifd1_offset, read_thumb_tags,
-/// read_sample_strip_tags, and then patched by clear_thumb, deal_high_jpg_data. The damaged file by
+/// read_sample_strip_tags, and then patched by clear_thumb, deal_high_jpg_data; the damaged file is read by
 /// set_big_endian, find_tiff_offsets, read_damaged_strip_tags. Both must be mapped. merge_data comes last.
 ///
-/// A search throws OutRangeException for a range that leaves the file, NotFoundException for no match. Every
-/// read throws OutRangeException where the file ends too early.
+/// A search throws OutRangeException for a range that extends past the file, NotFoundException when nothing
+/// matches. Every read throws OutRangeException where the file ends too early. The message given with an
+/// exception is never shown: see docs/compatibility.md, All formats.
 class RAF {
   public:
     using Pattern = std::vector<std::uint8_t>; ///< Bytes in the order of the file.
 
-    /// A TIFF header whose IFD 0 follows at once: byte order, 42, 8.
+    /// A TIFF header with IFD 0 right after it: byte order, 42, 8.
     inline static const Pattern kLittleEndianHeader{0x49, 0x49, 0x2A, 0x00, 0x08, 0x00, 0x00, 0x00};
     inline static const Pattern kBigEndianHeader{0x4D, 0x4D, 0x00, 0x2A, 0x00, 0x00, 0x00, 0x08};
 
-    /// Maps the file for reading and writing. No file problem throws; see is_mapped.
+    /// Maps the file for reading and writing. A file that cannot be mapped does not throw; see is_mapped.
     explicit RAF(std::filesystem::path path);
 
     [[nodiscard]] bool is_mapped() const { return is_mapped_; }
@@ -81,29 +84,30 @@ class RAF {
 
     // Searches and headers (RAF.cpp).
 
-    /// The first place from start on where the pattern stands. A start past the end of the file is out of
-    /// range.
+    /// The offset of the first place from start on where the pattern is. A start past the end of the file is
+    /// out of range.
     [[nodiscard]] std::uint32_t search_tag(const Pattern& pattern, std::uint32_t start) const;
 
-    /// The same in [start, end). Only an end past the end of the file is out of range. No caller in the
-    /// repair.
+    /// The same in [start, end). Only an end past the end of the file is out of range. Kept without a caller:
+    /// see docs/compatibility.md, All formats.
     [[nodiscard]] std::uint32_t search_tag_in_range(const Pattern& pattern, std::uint32_t start,
                                                     std::uint32_t end) const;
 
-    /// The two searches for a pattern that is given high byte first: in a little-endian file it stands back
-    /// to front. No caller of the second in the repair.
+    /// The two searches for a pattern that is given high byte first: in a little-endian file they look for
+    /// its bytes in reverse order. The second is kept without a caller, too.
     [[nodiscard]] std::uint32_t search_order_tag(const Pattern& pattern, std::uint32_t start) const;
     [[nodiscard]] std::uint32_t search_order_tag_in_range(const Pattern& pattern, std::uint32_t start,
                                                           std::uint32_t end) const;
 
-    /// Reads and judges the headers at two offsets, and takes the byte order from the first. Throws
+    /// Reads and checks the headers at two offsets, and takes the byte order from the first. Throws
     /// VisitingBeyondException for an offset past the last byte, IllegalException for a header that is
-    /// refused, which every "MM" header is. What was good before stays stored.
+    /// refused, which every "MM" header is (see docs/compatibility.md, RAF). A first header that passed stays
+    /// stored.
     void read_ifh(std::vector<std::uint32_t> offsets);
 
-    /// The offset of IFD 1 in the file. IFD 0 is taken to follow the first header at once. A next link of 0
-    /// gives the header's own position. Throws VisitingBeyondException when IFD 0 or its next link begins
-    /// past the last byte.
+    /// The offset of IFD 1 in the file. IFD 0 is assumed to follow the first header immediately, and a next
+    /// link of 0 returns the header's own position: see docs/compatibility.md, RAF. Throws
+    /// VisitingBeyondException when IFD 0 or its next link begins past the last byte.
     [[nodiscard]] std::uint32_t ifd1_offset() const;
 
     // What the repair does with the two files (RafTools.cpp).
@@ -113,34 +117,34 @@ class RAF {
     /// the last byte.
     void read_thumb_tags(std::uint32_t ifd1);
 
-    /// Finds tags 0xF007 and 0xF008, whatever their types, behind the second header and stores them as
-    /// "StripOffsets", made absolute, and "StripByteCounts", whose position is kept.
+    /// Finds tags 0xF007 and 0xF008, of any type (see docs/compatibility.md, RAF), after the second header
+    /// and stores them as "StripOffsets", made absolute, and "StripByteCounts", with its position.
     void read_sample_strip_tags();
 
-    /// Zeroes the thumbnail. Throws OutRangeException when it begins past the last byte and has a size, or
-    /// when the file does not go on behind it; what was zeroed before stays.
+    /// Zeroes the thumbnail. Throws OutRangeException when it begins past the last byte and is not empty, or
+    /// when it ends with or past the last byte of the file; what has been zeroed by then stays.
     void clear_thumb();
 
-    /// Zeroes the high jpg data: from a DHT marker to the end of the next DQT marker. The first DHT behind
-    /// the XMP packet is taken; without such a span the first that has a zero in front of it, the zero
-    /// included; without such a span the first in the file. Throws OutRangeException when the file does not
-    /// go on behind the span; it is zeroed then.
+    /// Zeroes the high jpg data: from a DHT marker to the end of the next DQT marker. The first DHT after the
+    /// XMP packet is taken; without such a span the first one preceded by a zero, including that zero;
+    /// without such a span the first in the file. Throws OutRangeException when the span ends with the last
+    /// byte of the file; it is zeroed then.
     void deal_high_jpg_data();
 
     /// Finds every place that looks like a TIFF header. Throws NotFoundException when there is none.
     void find_tiff_offsets();
 
     /// Finds the first tags 0xF007 and 0xF008 of type LONG in the file and stores them as "StripOffsets" and
-    /// "StripByteCounts". The offset is made absolute by the first header at most 136 bytes in front of its
-    /// entry; with no such header it is taken as absolute. Without a 0xF008 the data go on to the end of the
+    /// "StripByteCounts". The offset is made absolute by the first header at most 136 bytes before its entry;
+    /// without such a header it is taken as absolute. Without a 0xF008 the data extend to the end of the
     /// file.
     void read_damaged_strip_tags();
 
-    /// Writes the output: the sample up to its raw data, with the length of the damaged file's put in, then
-    /// the damaged file's raw data, as much of them as are there. Closes the sample's mapping. A failed
-    /// write is not noticed. Throws VisitingBeyondException when the output does not open, OutRangeException
-    /// when the sample's raw data begin past its end or the damaged file's at or past theirs with a length
-    /// above 0; what was written before stays. Throws as clear_path.
+    /// Writes the output: the sample up to its raw data, patched with the length of the damaged file's, then
+    /// the damaged file's raw data, as much of them as there is. Closes the sample's mapping. Failed writes
+    /// go unnoticed. Throws VisitingBeyondException when the output cannot be opened; OutRangeException when
+    /// the sample's raw data begin past its end, or when the damaged file's begin at or past its end with a
+    /// length above 0; what has been written by then stays. Throws as clear_path.
     static void merge_data(const std::shared_ptr<RAF>& damaged, const std::shared_ptr<RAF>& sample,
                            std::filesystem::path output);
 
@@ -148,7 +152,7 @@ class RAF {
     RAF_IFH first_ifh;                       ///< Of the Exif; in a sample.
     RAF_IFH second_ifh;                      ///< Of the raw section; in a sample.
     std::vector<std::uint32_t> tiff_offsets; ///< Ascending; in a damaged file.
-    std::shared_ptr<RAF_IFD> spare_ifd;      ///< Stays empty: room for a directory that no repair needs.
+    std::shared_ptr<RAF_IFD> spare_ifd;      ///< Stays empty: see docs/compatibility.md, RAF.
     std::shared_ptr<RAF_IFD> thumb_ifd;      ///< "thumb_offset", "thumb_size"; in a sample.
     std::shared_ptr<RAF_IFD> strip_ifd;      ///< "StripOffsets", "StripByteCounts"; in both.
 

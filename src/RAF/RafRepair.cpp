@@ -19,14 +19,15 @@ const RepairRegistrar registrar("raf", [] { return std::make_shared<RafRepair>()
 
 constexpr std::uint32_t kHeaderSize = 8;
 
-/// The first two places in the file where the header stands.
+/// The offsets of the first two places where the header is.
 std::vector<std::uint32_t> first_two(const RAF& sample, const RAF::Pattern& header) {
     std::vector<std::uint32_t> offsets{sample.search_tag(header, 0)};
     offsets.push_back(sample.search_tag(header, offsets.front() + kHeaderSize));
     return offsets;
 }
 
-/// The TIFF headers of the Exif and of the raw section. "MM" headers are found here and refused when read.
+/// The TIFF headers of the Exif and of the raw section. "MM" headers are found here and refused when they are
+/// read: see docs/compatibility.md, RAF.
 std::vector<std::uint32_t> find_headers(const RAF& sample) {
     try {
         return first_two(sample, RAF::kLittleEndianHeader);
@@ -35,7 +36,7 @@ std::vector<std::uint32_t> find_headers(const RAF& sample) {
     }
 }
 
-/// Reads what the repair needs of the sample, then blanks the pictures of the clone.
+/// Reads what the repair needs from the clone, then blanks its pictures.
 void read_sample(RAF& sample, const std::vector<std::uint32_t>& headers) {
     sample.read_ifh(headers);
     sample.read_thumb_tags(sample.ifd1_offset());
@@ -44,7 +45,7 @@ void read_sample(RAF& sample, const std::vector<std::uint32_t>& headers) {
     sample.deal_high_jpg_data();
 }
 
-/// Finds the raw data. The file is taken to have the sample's byte order.
+/// Finds the raw data. The file is assumed to have the sample's byte order.
 void read_damaged(RAF& damaged, std::uint8_t big_endian) {
     damaged.set_big_endian(big_endian);
     damaged.find_tiff_offsets();
@@ -53,6 +54,23 @@ void read_damaged(RAF& damaged, std::uint8_t big_endian) {
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.raf": the clone.
+// 2. Read the clone: the first two TIFF headers (of the Exif and of the raw section), by IFD 0 the offset of
+//    IFD 1, by their tags the thumbnail's offset and length after IFD 1, and StripOffsets (0xF007) and
+//    StripByteCounts (0xF008) after the second header.
+// 3. Blank in the clone the thumbnail and the high jpg data, from a DHT marker to the end of the next DQT
+//    marker.
+// 4. Search the damaged file for every TIFF header in the sample's byte order, and for the first 0xF007 and
+//    the first 0xF008 of type LONG. A header at most 136 bytes before the 0xF007 entry is what its value
+//    counts from. Without a 0xF008 the raw data extend to the end of the file.
+// 5. Patch the clone: its StripByteCounts gets the length of the damaged file's raw data.
+// 6. Join the clone up to its raw data and the damaged file's raw data, as much as there is of their length.
+// 7. Remove the clone.
+//
+// Several log texts speak of another format or are misspelled, and a search without a match in the damaged
+// file has the code of an offset out of range: see docs/compatibility.md, RAF.
 std::int32_t RafRepair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
@@ -75,7 +93,7 @@ std::int32_t RafRepair::AdvanceRepair(const char* damaged_file, const char* samp
     }
     try {
         const auto headers = find_headers(*sample);
-        if (headers.size() != 2) { // A safeguard: the searches give two or throw.
+        if (headers.size() != 2) { // Never so: see docs/compatibility.md, RAF.
             PLATE_MEND_LOG_ERROR("RafRepair::AdvanceRepair", "ifh tag not found");
             return PLATE_MEND_RAF_SAMPLE_NOT_FOUND;
         }

@@ -10,15 +10,15 @@
 #include <fstream>
 #include <span>
 
-// The working operations of RAF: four for the sample's clone, two for the damaged file, and the merge. Every
-// offset is judged before it is read at; where it is the match of a search, that cannot fail.
+// The working operations of RAF: four for the clone of the sample, two for the damaged file, and the merge.
+// Every offset is checked before it is read at; for the match of a search that check cannot fail.
 
 namespace plate_mend {
 
 namespace {
 
-// A tag with the type LONG behind it, high bytes first. In a little-endian file each of the two numbers is
-// swapped for itself: 01 02 04 00.
+// A tag followed by the type LONG, high bytes first. In a little-endian file each of the two numbers is
+// swapped by itself: 01 02 04 00.
 const RAF::Pattern kThumbOffset{0x02, 0x01, 0x00, 0x04};
 const RAF::Pattern kThumbOffsetLittle{0x01, 0x02, 0x04, 0x00};
 const RAF::Pattern kThumbSize{0x02, 0x02, 0x00, 0x04};
@@ -39,10 +39,10 @@ const RAF::Pattern kDqt{0xFF, 0xDB}; // JPEG: Define Quantization Table
 
 constexpr std::uint32_t kMarkerSize = 2;
 constexpr std::uint32_t kHeaderSize = 8;
-constexpr std::uint32_t kOwnerReach = 136; // A header owns the entries up to this distance behind it.
-constexpr std::uint32_t kValueInEntry = 8; // Behind tag, type and count.
+constexpr std::uint32_t kOwnerReach = 136; // A header owns the entries up to this distance after it.
+constexpr std::uint32_t kValueInEntry = 8; // After tag, type and count.
 
-/// The damaged file's raw data. Where the file is cut inside them: what is there.
+/// The damaged file's raw data. Where the file is truncated inside them: what is there.
 std::span<const unsigned char> raw_data(const MMAP& map, std::uint32_t offset, std::uint32_t length) {
     if (length == 0) {
         return {};
@@ -104,7 +104,7 @@ void RAF::deal_high_jpg_data() {
         require_inside(xpacket, "xpakcet offset out of range");
         clear_to_next_dqt(search_tag(kDht, xpacket));
         return;
-    } catch (const NotFoundException&) {
+    } catch (const NotFoundException&) { // Logged as an error: see docs/compatibility.md, RAF.
         PLATE_MEND_LOG_ERROR("RAF::deal_high_jpg_data", "sample file has no xpacket, continue next step");
     }
     try {
@@ -136,7 +136,7 @@ void RAF::find_tiff_offsets() {
 
 std::uint32_t RAF::owning_header(std::uint32_t entry) const {
     for (const std::uint32_t header : tiff_offsets) {
-        // The distance is one of 32 bits: a header behind the entry is far away.
+        // The distance wraps at 32 bits: a header after the entry is far away.
         if (static_cast<std::uint32_t>(entry - header) <= kOwnerReach) {
             return header;
         }
@@ -165,7 +165,7 @@ void RAF::read_damaged_strip_tags() {
     }
 }
 
-/// A StripByteCounts entry as if it had been read, with a length that reaches to the end of the file.
+/// A StripByteCounts entry as if it had been read, with a length that extends to the end of the file.
 std::shared_ptr<RAF_DE> RAF::length_to_end() const {
     auto entry = std::make_shared<RAF_DE>();
     entry->tag = native(std::uint16_t{0xF008}); // As stored: native() is its own inverse.
@@ -176,7 +176,7 @@ std::shared_ptr<RAF_DE> RAF::length_to_end() const {
     return entry;
 }
 
-// By value: the interface hands the path over.
+// By value: see docs/compatibility.md, All formats.
 void RAF::merge_data(const std::shared_ptr<RAF>& damaged, const std::shared_ptr<RAF>& sample,
                      std::filesystem::path output) { // NOLINT(performance-unnecessary-value-param)
     clear_path(output);
@@ -186,9 +186,9 @@ void RAF::merge_data(const std::shared_ptr<RAF>& damaged, const std::shared_ptr<
     }
     std::uint32_t length = damaged->strip_ifd->entries["StripByteCounts"]->value;
 
-    // The sample's entry was read whole, so its value field lies inside. The length is stored there
-    // little-endian in either case. With "MM", which no sample passes with, the copy below takes the swapped
-    // length.
+    // The sample's entry was read completely, so its value field is inside the file. The length is stored
+    // there little-endian in either case; for "MM" the copy below takes the swapped length. No sample gets
+    // here with "MM": see docs/compatibility.md, RAF.
     unsigned char* const field =
         sample->mapped_file->base + sample->strip_ifd->entries["StripByteCounts"]->position + kValueInEntry;
     if (damaged->big_endian_ != 0) {
@@ -208,7 +208,7 @@ void RAF::merge_data(const std::shared_ptr<RAF>& damaged, const std::shared_ptr<
     insert_bytes(stream, raw_data(*damaged->mapped_file, damaged_image, length));
 
     stream.close();
-    sample->mapped_file->close(); // Else its file could not be removed.
+    sample->mapped_file->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace plate_mend

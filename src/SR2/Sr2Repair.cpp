@@ -24,9 +24,9 @@ constexpr SR2::Pattern kStripOffsets{0x01, 0x11}; // 273
 // Positions in sub_ifd->entries, the same in the sample and in the damaged file.
 constexpr std::size_t kStripOffsetsEntry = 0;
 constexpr std::size_t kStripByteCountsEntry = 2;
-constexpr std::uint64_t kValueInEntry = 8; // Behind tag, type and count.
+constexpr std::uint64_t kValueInEntry = 8; // After tag, type and count.
 
-/// Reads what the repair needs of the sample, then blanks the previews of the clone.
+/// Reads what the repair needs from the clone, then blanks its previews.
 void read_sample(SR2& sample) {
     sample.parse_header();
     const std::uint32_t ifd0 = sample.first_ifd_offset();
@@ -39,7 +39,7 @@ void read_sample(SR2& sample) {
     sample.clear_previews();
 }
 
-/// Finds the first group of strip entries, wherever it lies. The file is taken to have the sample's byte
+/// Finds the first group of strip entries, wherever it is. The file is assumed to have the sample's byte
 /// order.
 void read_damaged(SR2& damaged, bool big_endian) {
     damaged.set_big_endian(big_endian);
@@ -50,8 +50,8 @@ void read_damaged(SR2& damaged, bool big_endian) {
     damaged.read_strip_triple(triple);
 }
 
-/// Writes the output. A failed write is not noticed. Throws VisitingBeyondException when the output does not
-/// open, OutRangeException when a slice would leave its file; what was written before stays.
+/// Writes the output. Failed writes go unnoticed. Throws VisitingBeyondException when the output cannot be
+/// opened, OutRangeException when a slice is not inside its file; what has been written by then stays.
 void merge_data(const std::shared_ptr<SR2>& damaged, const std::shared_ptr<SR2>& sample,
                 const std::filesystem::path& output_path) {
     clear_path(output_path);
@@ -62,7 +62,7 @@ void merge_data(const std::shared_ptr<SR2>& damaged, const std::shared_ptr<SR2>&
     const SR2_IFD& sample_strip = *sample->sub_ifd;
     const SR2_IFD& damaged_strip = *damaged->sub_ifd;
 
-    // As stored, so no conversion: both files have the same byte order.
+    // Copied as stored, without conversion: both files have the same byte order.
     const std::uint64_t byte_count = sample_strip.entries[kStripByteCountsEntry]->position;
     sample->map->seek(byte_count + kValueInEntry);
     write_u32(*sample->map, damaged_strip.entries[kStripByteCountsEntry]->value);
@@ -73,11 +73,22 @@ void merge_data(const std::shared_ptr<SR2>& damaged, const std::shared_ptr<SR2>&
     insert_bytes(output, slice_to_end(*damaged->map, damaged_image));
 
     output.close();
-    sample->map->close(); // Else its file could not be removed.
+    sample->map->close(); // Otherwise its file could not be removed.
 }
 
 } // namespace
 
+// The plan:
+//
+// 1. Clear the output, check that both inputs exist, and copy the sample to "temp.sr2": the clone.
+// 2. Read the clone: header, IFD 0, Sub IFD and IFD 1. Each directory's entries are found by their tags:
+//    those of the strip in the Sub IFD, those of a preview in the others.
+// 3. Blank the first 30 bytes of the two previews in the clone.
+// 4. Search the damaged file from its first byte, in the sample's byte order, for a StripOffsets tag with
+//    RowsPerStrip 36 bytes and StripByteCounts 48 bytes after it. Nothing else in it is parsed.
+// 5. Patch the clone: its StripByteCounts gets the damaged file's value.
+// 6. Join the clone up to its image and the damaged file from its image to its end.
+// 7. Remove the clone.
 std::int32_t Sr2Repair::AdvanceRepair(const char* damaged_file, const char* sample_file,
                                       const char* output_file) {
     const RepairPaths paths = decode_paths(damaged_file, sample_file, output_file);
@@ -128,7 +139,7 @@ std::int32_t Sr2Repair::AdvanceRepair(const char* damaged_file, const char* samp
         PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file offset is far");
         return PLATE_MEND_SR2_OUT_OF_RANGE;
     } catch (const std::exception&) {
-        // The text of the clause above: only the code tells the two apart.
+        // The text of the clause above, with another code: see docs/compatibility.md, ARW and SR2.
         PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "corrupt file offset is far");
         return PLATE_MEND_SR2_SAMPLE_UNUSABLE;
     }
@@ -137,6 +148,7 @@ std::int32_t Sr2Repair::AdvanceRepair(const char* damaged_file, const char* samp
         merge_data(damaged, sample, paths.output);
         remove_path(temporary);
     } catch (const std::exception& e) {
+        // Two spaces: see docs/compatibility.md, ARW and SR2.
         PLATE_MEND_LOG_ERROR("Sr2Repair::AdvanceRepair", "sr2  merge data error: %s", e.what());
         return PLATE_MEND_SR2_MERGE_FAILED;
     }

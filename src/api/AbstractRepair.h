@@ -6,13 +6,15 @@ namespace plate_mend {
 
 /// The interface of every format's repairer.
 ///
-/// A repairer has no state: it is made for one call and dropped after it, through a std::shared_ptr that
-/// knows the concrete class. That is why there is no virtual destructor. All paths are NUL-terminated
-/// UTF-8; results are 0 or a negative code of the format's block (see plate_mend.h).
+/// A repairer has no state: it is made for one call and destroyed after it, through a std::shared_ptr that
+/// knows its class. So there is no virtual destructor, and the two operations keep their order: see
+/// docs/compatibility.md, The interface. All paths are NUL-terminated UTF-8; results are 0 or a negative code
+/// of the format's block (see plate_mend.h).
 class AbstractRepair {
   public:
-    /// Rebuilds damaged_file into output_file, with the structure of sample_file.
-    /// Throws what no stage turns into a code: std::system_error for an ill-formed path,
+    /// Rebuilds damaged_file into output_file, with the structure of sample_file. The old output is removed
+    /// before the inputs are checked, and a missing input is not logged: see docs/compatibility.md, The
+    /// interface. Throws what no stage turns into a code: std::system_error for an ill-formed path,
     /// std::filesystem::filesystem_error, std::bad_alloc, and what the repairer's own header names.
     virtual std::int32_t AdvanceRepair(const char* damaged_file, const char* sample_file,
                                        const char* output_file) = 0;

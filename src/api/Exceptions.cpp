@@ -2,7 +2,7 @@
 
 namespace plate_mend {
 
-// The texts are literal, with their grammar: hosts read them in the log.
+// The texts are fixed, grammar included: see docs/compatibility.md, The log.
 
 const char* IllegalException::what() const noexcept {
     return "Data is illegal";

@@ -4,10 +4,11 @@
 
 namespace plate_mend {
 
-// The exception family. The models raise them, the repairers turn them into codes.
+// The exception family. The models throw them, the repairers turn them into codes.
 //
-// what() is a constant text of the class, for that is what the log lines show. The message given at a throw
-// says in the source what went wrong, is kept in the object, and is never shown.
+// what() is a constant text of the class, and the log lines show nothing else. The message given at a throw
+// documents it in the source; it is kept in the object and never shown: see docs/compatibility.md, All
+// formats.
 
 /// A field of a header or an entry fails validation.
 class IllegalException : public std::exception {
@@ -16,48 +17,48 @@ class IllegalException : public std::exception {
     explicit IllegalException(const char* text) : message(text) {}
     [[nodiscard]] const char* what() const noexcept override;
 
-    const char* message = nullptr; ///< The text given at the throw, a literal; null without one.
+    const char* message = nullptr; ///< The text given at the throw, a literal; null if none was.
 };
 
-/// A search reached its end without a match.
+/// A search found no match.
 class NotFoundException : public std::exception {
   public:
     NotFoundException() = default;
     explicit NotFoundException(const char* text) : message(text) {}
     [[nodiscard]] const char* what() const noexcept override;
 
-    const char* message = nullptr; ///< The text given at the throw, a literal; null without one.
+    const char* message = nullptr; ///< The text given at the throw, a literal; null if none was.
 };
 
-/// An offset taken from file data lies past the last byte, and no seek was made; or an output stream does
-/// not open in a merge.
+/// An offset taken from file data is past the last byte, and was not seeked to; or a merge could not open its
+/// output.
 class VisitingBeyondException : public std::exception {
   public:
     VisitingBeyondException() = default;
     explicit VisitingBeyondException(const char* text) : message(text) {}
     [[nodiscard]] const char* what() const noexcept override;
 
-    const char* message = nullptr; ///< The text given at the throw, a literal; null without one.
+    const char* message = nullptr; ///< The text given at the throw, a literal; null if none was.
 };
 
-/// A move or an access past the last byte of a mapping, or a search range that lies outside it.
+/// A move or an access past the last byte of a mapping, or a search range that extends past it.
 class OutRangeException : public std::exception {
   public:
     OutRangeException() = default;
     explicit OutRangeException(const char* text) : message(text) {}
     [[nodiscard]] const char* what() const noexcept override;
 
-    const char* message = nullptr; ///< The text given at the throw, a literal; null without one.
+    const char* message = nullptr; ///< The text given at the throw, a literal; null if none was.
 };
 
-/// Sample and damaged file disagree.
+/// Sample and damaged file do not match.
 class MismatchingException : public std::exception {
   public:
     MismatchingException() = default;
     explicit MismatchingException(const char* text) : message(text) {}
     [[nodiscard]] const char* what() const noexcept override;
 
-    const char* message = nullptr; ///< The text given at the throw, a literal; null without one.
+    const char* message = nullptr; ///< The text given at the throw, a literal; null if none was.
 };
 
 } // namespace plate_mend

@@ -17,7 +17,8 @@ using namespace plate_mend;
 
 namespace {
 
-/// The literal that the log shows. It belongs to the interface and does not follow the project's version.
+/// The version shown in the log. It does not follow the version of the project: see docs/compatibility.md,
+/// The log.
 constexpr const char* kVersion = "1, 0, 0, 134-d-f02cf55e";
 
 std::shared_ptr<AbstractRepair> repairer_for(const char* file) {
@@ -26,16 +27,19 @@ std::shared_ptr<AbstractRepair> repairer_for(const char* file) {
 
 } // namespace
 
+// The exports catch nothing: see docs/compatibility.md, The interface.
+
 std::int32_t MndRawInit(const char* log_directory, const char* config_directory, const char* work_directory) {
     const auto config = util::path_from_utf8(config_directory);
     const auto log = util::path_from_utf8(log_directory);
     const unsigned char started = util::log::initLog(config, log);
     PLATE_MEND_LOG_INFORMATION("MndRawInit", "lib_PlateMend_sdk version is %s", kVersion);
     set_work_directory(util::path_from_utf8(work_directory));
+    // Only 1, though any result but 0 is logged as success: see docs/compatibility.md, The log.
     return started == 1 ? PLATE_MEND_OK : PLATE_MEND_LOG_FAILED;
 }
 
-void MndRawDestroy(void) {}
+void MndRawDestroy(void) {} // See docs/compatibility.md, The interface.
 
 std::int32_t MndRawGeneralRepair(const char* damaged_file, const char* output_file) {
     const auto repairer = repairer_for(damaged_file);
@@ -55,6 +59,6 @@ std::int32_t CheckRawFile(const char* file) {
         return PLATE_MEND_OK;
     }
     std::cerr << "Could not open file " << file << std::endl;
-    util::keep_for_life_of_process(raw.release()); // The object of a failed open is never freed.
+    util::keep_for_life_of_process(raw.release()); // See docs/compatibility.md, The interface.
     return PLATE_MEND_UNKNOWN;
 }

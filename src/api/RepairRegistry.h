@@ -9,7 +9,7 @@
 
 namespace plate_mend {
 
-/// The process-wide table from extension to repairer. Filled while the library loads, read-only afterwards.
+/// The process-wide table of repairers by extension. Filled while the library loads, read-only afterwards.
 ///
 ///   key     repairer       key     repairer      key     repairer
 ///   arw     ArwRepair      raf     RafRepair     nef     NefRepair
@@ -19,23 +19,23 @@ class RepairRegistry {
   public:
     using Factory = std::function<std::shared_ptr<AbstractRepair>()>;
 
-    /// The one registry, made on first use so that any static registrar finds it alive.
+    /// The one registry, made on first use so that it exists for every static registrar.
     static RepairRegistry& instance();
 
-    /// Puts a factory under a lower-case extension without its dot. A later one replaces an earlier one.
+    /// Adds a factory for a lower-case extension without its dot. It replaces an earlier one.
     void add(const std::string& extension, Factory factory);
 
-    /// A new repairer for the extension, compared bytewise; empty when there is none.
+    /// A new repairer for the extension, compared bytewise; null when there is none.
     [[nodiscard]] std::shared_ptr<AbstractRepair> create(const std::string& extension) const;
 
-    /// All keys with their factories, in the order of the keys.
+    /// All extensions with their factories, in order of the extension.
     [[nodiscard]] const std::map<std::string, Factory>& factories() const;
 
   private:
     std::map<std::string, Factory> factories_;
 };
 
-/// Registers a factory in its constructor. Each repairer's source file holds one static object a key.
+/// Registers a factory in its constructor. Each repairer's source file has one static object per extension.
 class RepairRegistrar {
   public:
     RepairRegistrar(const char* extension, RepairRegistry::Factory factory);

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A stream reads one byte less than its buffer holds, and the system copies whole MiB the fastest.
+// A stream reads one byte less than its buffer holds, and the system copies whole MiB fastest.
 constexpr std::size_t kCloneBuffer = (std::size_t{1} << 20) + 1;
 
 fs::file_status status_of(const fs::path& path) {
@@ -29,7 +29,7 @@ fs::file_status status_of(const fs::path& path) {
     return status;
 }
 
-bool stands_for_directory(const fs::path& path) {
+bool is_directory_at(const fs::path& path) {
     std::error_code ignored;
     return fs::is_directory(system_path::status(path, ignored));
 }
@@ -83,8 +83,8 @@ bool clone_file(const fs::path& from, const fs::path& to) {
     source.rdbuf()->pubsetbuf(buffer.get(), static_cast<std::streamsize>(kCloneBuffer));
     source.open(from, std::ios::binary);
     std::ofstream target(to, std::ios::binary | std::ios::trunc);
-    // Where a stream opens on a directory, that counts as a failure all the same.
-    if (source.fail() || target.fail() || stands_for_directory(from)) {
+    // Some systems open a stream on a directory; that is a failure, too.
+    if (source.fail() || target.fail() || is_directory_at(from)) {
         return false;
     }
     target << source.rdbuf();

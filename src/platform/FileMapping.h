@@ -4,14 +4,14 @@
 #include <filesystem>
 #include <span>
 
-// The system calls under MMAP, one function a call. None throws or logs; last_error tells why one failed.
-// A path that is too long for Windows is to be given in its form behind \\?\.
+// The system calls under MMAP, one function per call. None throws or logs; last_error returns the reason of a
+// failure. A path that is too long for Windows must be given in its \\?\ form.
 //
 //   mode           file opened for          mapping             writes through the view
 //   kReadWrite     reading and writing      shared, writable    reach the file
 //   kReadOnly      reading and writing      read-only           are not allowed
 //   kCopyOnWrite   reading and writing      private             stay in the process; on Windows map_view
-//   fails
+//                                                               fails
 
 namespace plate_mend::platform {
 
@@ -21,29 +21,29 @@ enum class MapMode { kReadWrite, kReadOnly, kCopyOnWrite };
 using NativeHandle = std::intptr_t;
 inline constexpr NativeHandle kNoHandle = -1;
 
-/// The size in bytes of the regular file at the path; 0 for anything else, and where nothing is.
+/// The size in bytes of the regular file at the path; 0 for anything else, or nothing.
 [[nodiscard]] std::uint64_t file_size(const std::filesystem::path& path) noexcept;
 
 /// Opens the file for a mapping. kNoHandle on failure.
 [[nodiscard]] NativeHandle open_file(const std::filesystem::path& path, MapMode mode) noexcept;
 
-/// Makes a mapping of the whole file. kNoHandle on failure. POSIX has no such object; the descriptor itself
-/// serves as one.
+/// Creates a mapping of the whole file. kNoHandle on failure. POSIX has no such object; the descriptor serves
+/// as one.
 [[nodiscard]] NativeHandle create_mapping(NativeHandle file, MapMode mode) noexcept;
 
 /// Maps the first size bytes. Null on failure.
 [[nodiscard]] unsigned char* map_view(NativeHandle mapping, MapMode mode, std::uint64_t size) noexcept;
 
-/// Asks the system to bring bytes of a view into memory at once, for they will be read now. It may do
+/// Asks the system to load bytes of a view into memory at once, because they are about to be read. It may do
 /// nothing.
 void prefetch(std::span<const unsigned char> bytes) noexcept;
 
-/// Gives back what the three functions above gave: view, then mapping, then file.
+/// Release what the three functions above returned: view, then mapping, then file.
 void unmap_view(unsigned char* view, std::uint64_t size) noexcept;
 void close_mapping(NativeHandle mapping) noexcept;
 void close_file(NativeHandle file) noexcept;
 
-/// The system's number for the failure of the last call: GetLastError, errno.
+/// The system's number for the failure of the last call: GetLastError or errno.
 [[nodiscard]] unsigned int last_error() noexcept;
 
 } // namespace plate_mend::platform

@@ -8,10 +8,10 @@ namespace {
 
 constexpr std::size_t kBlock = 256;
 
-/// Whether the two bytes stand side by side at any of the kBlock positions from start on. Reads kBlock + 1
-/// bytes, with no branch inside, so that compilers turn it into vector code.
+/// Whether the two bytes follow one another at any of the kBlock positions from start on. Reads kBlock + 1
+/// bytes, with no branch in the loop, so that compilers vectorise it.
 bool block_has_pair(const unsigned char* start, unsigned char first, unsigned char second) {
-    unsigned char smallest = 0xFF; // Of the differences at all positions: 0 only where both bytes agree.
+    unsigned char smallest = 0xFF; // The smallest difference at any position; 0 means that both bytes match.
     for (std::size_t index = 0; index < kBlock; ++index) {
         const auto difference =
             static_cast<unsigned char>((start[index] ^ first) | (start[index + 1] ^ second));
@@ -31,7 +31,7 @@ std::optional<std::size_t> find_pattern(std::span<const unsigned char> bytes,
     std::size_t index = 0;
     const auto first_match_before = [&](std::size_t end) -> std::optional<std::size_t> {
         for (; index < end; ++index) {
-            // The first byte by itself: most places end there, and a comparison of ranges is a call.
+            // The first byte by itself: most positions fail there, and comparing ranges is a call.
             if (bytes[index] == pattern[0] &&
                 std::equal(pattern.begin(), pattern.end(), bytes.data() + index)) {
                 return index;
@@ -40,8 +40,8 @@ std::optional<std::size_t> find_pattern(std::span<const unsigned char> bytes,
         return std::nullopt;
     };
     if (pattern.size() >= 2) {
-        // Whole blocks in which the first two bytes of the pattern do not meet are passed over. The byte
-        // behind a block is a candidate's second byte, so it lies inside.
+        // Skips whole blocks in which the pattern's first two bytes never follow one another. The byte after
+        // a block is the second byte of a candidate, so it is inside.
         while (candidates - index >= kBlock) {
             if (!block_has_pair(bytes.data() + index, pattern[0], pattern[1])) {
                 index += kBlock;

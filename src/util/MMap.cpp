@@ -26,7 +26,8 @@ void MMAP::map(platform::MapMode mode) {
     if (size_ == 0) {
         return;
     }
-    // A handle that was got before a later step fails stays open: close passes over a size of 0.
+    // When a later step fails, handles opened by then stay open, since close skips a size of 0: see
+    // docs/compatibility.md, All formats.
     file_ = platform::open_file(file_name_, mode);
     if (file_ == platform::kNoHandle) {
         PLATE_MEND_LOG_ERROR("MMAP::MMAP", "Open File Error %x", platform::last_error());

@@ -14,36 +14,37 @@ namespace plate_mend {
 ///
 ///   not mapped   size() is 0 and nothing is held (after a failed construction a handle may stay open for
 ///                the life of the process)
-///   mapped       base points at size() bytes
-///   closed       view and handles are given back; size() keeps its value, and every access throws
+///   mapped       base points to size() bytes
+///   closed       view and handles are released; size() keeps its value, and every access throws
 ///
-/// A constructor never throws for a file problem: size() == 0 is the only sign of failure. The reason is
-/// logged at level 3, but for a missing or an empty file. Anything but a regular file counts as empty.
+/// A constructor never throws because of the file: size() == 0 is the only sign of failure. The reason is
+/// logged at level 3, except for a missing or an empty file. Anything but a regular file counts as empty.
 ///
-/// The file is opened for reading and writing in every mode, so a file that the process may not write is
-/// not mapped. On Windows the request includes deletion: a file that is open elsewhere without sharing it
-/// is not mapped either.
+/// The file is opened for reading and writing in every mode, so a file that the process may not write is not
+/// mapped. On Windows the access includes deletion: a file that is open elsewhere without sharing deletion is
+/// not mapped either.
 ///
-/// An object belongs to one thread. The cursor can be put anywhere by seek, but reads and writes at the
-/// cursor (see Reading.h) and advance throw OutRangeException past the last byte.
+/// An object belongs to one thread. seek puts the cursor anywhere, but reads and writes at the cursor (see
+/// Reading.h) and advance throw OutRangeException past the last byte. For what is odd in this interface see
+/// docs/compatibility.md, All formats.
 class MMAP {
   public:
     /// Maps for reading and writing; writes reach the file.
     explicit MMAP(std::filesystem::path path);
 
-    /// Maps read-only, or, with false, writable with writes that stay in the process. Windows refuses the
-    /// view of the latter, so that nothing is mapped there; no repair asks for it.
+    /// Maps read-only, or, with false, writable with writes that stay in the process. Windows refuses that
+    /// view, so nothing is mapped there. Kept without a caller: see docs/compatibility.md, All formats.
     MMAP(std::filesystem::path path, bool read_only);
 
     MMAP(const MMAP&) = delete;
     MMAP& operator=(const MMAP&) = delete;
     ~MMAP();
 
-    /// Gives back the view and both handles, so that the file can be removed. May be called twice. Writes
-    /// reach the file through the system; nothing is flushed here.
+    /// Releases the view and both handles, so that the file can be removed. May be called twice. Writes reach
+    /// the file through the system; nothing is flushed here.
     void close();
 
-    /// Puts the cursor at the offset, in bytes, with no test whatever.
+    /// Puts the cursor at the offset, in bytes, without any check.
     void seek(std::uint64_t offset) { cursor_ = offset; }
 
     /// The cursor, in bytes from the start of the file.
@@ -52,20 +53,19 @@ class MMAP {
     /// The file's size in bytes at construction; 0 when nothing is mapped.
     [[nodiscard]] std::uint64_t size() const { return size_; }
 
-    /// Moves the cursor forward and returns the low 32 bits of it. Past the last byte it throws
-    /// OutRangeException and leaves the cursor. A sum beyond 64 bits is told on std::cerr and gives
+    /// Moves the cursor forward and returns its low 32 bits. Past the last byte it throws OutRangeException
+    /// and leaves the cursor. A sum beyond 64 bits leaves the cursor, writes to std::cerr and returns
     /// 0xFFFFFFFF. (With nothing mapped no move is too far.)
     std::uint32_t advance(std::uint64_t count);
 
-    /// Moves the cursor backward and returns it. In front of the start it leaves the cursor, tells that on
-    /// std::cerr and gives 0xFFFFFFFF.
+    /// Moves the cursor backward and returns it. Before the start it leaves the cursor, writes to std::cerr
+    /// and returns 0xFFFFFFFF. Kept without a caller: see docs/compatibility.md, All formats.
     std::uint64_t back(std::uint64_t count);
 
     /// The mapped bytes; empty when nothing is mapped, and after close. Writable only where the mode is.
     [[nodiscard]] std::span<unsigned char> bytes() const;
 
-    /// First byte of the view; null when nothing is mapped. Read bytes() instead where the range is not
-    /// known to be good.
+    /// First byte of the view; null when nothing is mapped. Use bytes() where the range has not been checked.
     unsigned char* base = nullptr;
 
   private:

@@ -58,12 +58,12 @@ void write_zeros(MMAP& map, std::uint64_t count) {
     if (count == 0) {
         return;
     }
-    byte_at_cursor(map); // Throws where there is nothing to write to.
+    byte_at_cursor(map); // Throws if there is nothing to write to.
     const auto rest = map.bytes().subspan(static_cast<std::size_t>(map.position()));
     const auto zeroed = static_cast<std::size_t>(std::min<std::uint64_t>(count, rest.size()));
     std::fill_n(rest.begin(), zeroed, static_cast<unsigned char>(0));
-    map.advance(zeroed - 1); // Onto the last byte written;
-    map.advance(1);          // and behind it, which throws at the end of the file.
+    map.advance(zeroed - 1); // To the last byte written;
+    map.advance(1);          // and past it, which throws at the end of the file.
 }
 
 } // namespace plate_mend

@@ -9,8 +9,8 @@ namespace plate_mend {
 
 namespace {
 
-// The system writes pages that are not mapped yet one by one, or falls back to that in the middle of a large
-// write. So a slice is written in pieces, each of which is mapped at once before.
+// The system writes pages that are not mapped yet one by one, or changes to that in the middle of a large
+// write. So a slice is written in pieces, each of which is mapped as a whole first.
 constexpr std::size_t kPiece = std::size_t{1} << 21;
 constexpr std::size_t kWorthPrefetching = std::size_t{1} << 16;
 

@@ -9,7 +9,7 @@
 namespace plate_mend {
 
 /// count bytes of a mapped file from the offset on, as a view of the mapping. Throws OutRangeException when
-/// the slice would leave the mapping; an empty slice at its very end lies inside.
+/// the slice is not inside the mapping; an empty slice at its very end is.
 [[nodiscard]] std::span<const unsigned char> slice(const MMAP& map, std::uint64_t offset,
                                                    std::uint64_t count);
 
@@ -17,7 +17,7 @@ namespace plate_mend {
 [[nodiscard]] std::span<const unsigned char> slice_to_end(const MMAP& map, std::uint64_t offset);
 
 /// Inserts the bytes into a stream, without a copy in memory. The stream keeps its state; nothing throws
-/// unless it is told to.
+/// unless the stream is set to.
 void insert_bytes(std::ostream& stream, std::span<const unsigned char> bytes);
 
 } // namespace plate_mend

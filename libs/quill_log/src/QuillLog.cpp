@@ -16,8 +16,8 @@ namespace {
 namespace fs = std::filesystem;
 using FileSink = spdlog::sinks::basic_file_sink_st;
 
-/// The open log, empty before the first successful InitLogEx. Never destroyed, so that a line written while
-/// the process ends still finds it.
+/// The open log; there is none before the first successful InitLogEx. Never destroyed, so that it exists for
+/// a line written while the process ends.
 struct Log {
     std::mutex mutex;
     std::unique_ptr<FileSink> sink;
@@ -47,7 +47,7 @@ std::string format_text(const char* format, std::va_list arguments) {
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     if (length < 0) {
-        return format; // A conversion failed; the bare format says more than nothing.
+        return format; // A conversion failed; the bare format is better than nothing.
     }
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
     std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -60,7 +60,7 @@ std::string format_text(const char* format, std::va_list arguments) {
 unsigned char InitLogEx(const char* /*config_directory*/, const char* /*module*/, const char* log_file) {
     try {
         const fs::path path = log_path(log_file);
-        // The sink would make missing folders; a mistyped one shall be told instead.
+        // The sink would create a missing folder; a mistyped one is an error instead.
         if (!is_folder(path.parent_path()) || is_folder(path)) {
             return 0;
         }
@@ -86,7 +86,7 @@ void LogEx(const char* module, int level, const char* format, ...) {
             sink->flush();
         }
     } catch (...) {
-        // The line is lost, and nothing else.
+        // Only the line is lost.
     }
     va_end(arguments);
 }

@@ -36,7 +36,7 @@ unsigned char* map_view(NativeHandle mapping, MapMode mode, std::uint64_t size) 
 
 void prefetch(std::span<const unsigned char> bytes) noexcept {
 #if defined(MADV_POPULATE_READ)
-    constexpr int kAdvice = MADV_POPULATE_READ; // Linux since 5.14: maps the pages, too.
+    constexpr int kAdvice = MADV_POPULATE_READ; // Linux since 5.14; also maps the pages.
 #else
     constexpr int kAdvice = MADV_WILLNEED;
 #endif

@@ -42,7 +42,7 @@ bool is_first_trail(unsigned char lead, unsigned char trail) {
     return trail >= low && trail <= high;
 }
 
-/// The length of the well-formed sequence that the text begins with, 0 if there is none.
+/// The length of the well-formed sequence at the beginning of the text, 0 if there is none.
 std::size_t well_formed_prefix(std::string_view text) {
     const auto byte = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
     const std::size_t length = sequence_length(byte(0));

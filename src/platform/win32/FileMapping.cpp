@@ -19,8 +19,8 @@ namespace plate_mend::platform {
 //   kReadOnly      reading                 PAGE_READONLY      FILE_MAP_READ
 //   kCopyOnWrite   writing                 PAGE_WRITECOPY     FILE_MAP_WRITE
 //
-// The system gives no view with FILE_MAP_WRITE of a PAGE_WRITECOPY mapping, so the last mode never maps. No
-// repair asks for it.
+// The system creates no view with FILE_MAP_WRITE of a PAGE_WRITECOPY mapping, so the last mode never maps. No
+// repair uses it. See docs/compatibility.md, All formats.
 
 namespace {
 
@@ -46,7 +46,7 @@ HANDLE to_handle(NativeHandle handle) noexcept {
     return reinterpret_cast<HANDLE>(handle);
 }
 
-// The run-time library may hold the ? of a long path's form for a wildcard.
+// The run-time library may take the ? in the \\?\ form of a path for a wildcard.
 bool has_long_form(const std::filesystem::path& path) noexcept {
     return std::wstring_view(path.c_str()).starts_with(LR"(\\?\)");
 }

@@ -21,8 +21,8 @@ int open_bytes(LibRaw& raw, const std::filesystem::path& path) {
 
 int open_raw(LibRaw& raw, const std::filesystem::path& path) {
     const std::filesystem::path reachable = system_path::reachable(path);
-    // LibRaw asks the run-time library for the file's size, and that may hold the ? of a long path's form
-    // for a wildcard.
+    // LibRaw asks the run-time library for the file's size, and that may take the ? in the \\?\ form of a
+    // path for a wildcard.
     return reachable == path ? raw.open_file(path.c_str()) : open_bytes(raw, reachable);
 }
 

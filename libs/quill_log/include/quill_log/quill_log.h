@@ -18,7 +18,7 @@
 #define QUILL_LOG_API __attribute__((visibility("default")))
 #endif
 
-/** Has the compiler compare a format with its arguments, where it can. */
+/** Makes the compiler check a format against its arguments, where it can. */
 #if defined(__GNUC__) && defined(__MINGW32__)
 #define QUILL_LOG_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
@@ -37,14 +37,14 @@ enum { QUILL_LOG_INFORMATION = 1, QUILL_LOG_ERROR = 3 };
 /**
  * Opens the log file, for appending.
  *
- *   config_directory  not read; part of the interface for log libraries that keep settings.
+ *   config_directory  not read; part of the interface for log libraries that have settings.
  *   module            not kept; every line names its own module.
  *   log_file          path of the log file. Its folder must exist. The last backslash is turned into the
- *                     platform's own separator. A relative path is bound to the current directory now, so
+ *                     platform's own separator. A relative path is resolved in the current directory now, so
  *                     that a later change of directory does not move the log.
  *
- * Returns 1, or 0 when the file cannot be opened or log_file is not well-formed UTF-8; then an earlier log
- * goes on as it was. A second successful call moves the log: later lines go to the new file.
+ * Returns 1, or 0 when the file cannot be opened or log_file is not well-formed UTF-8; an earlier log then
+ * stays open. A second successful call moves the log: later lines go to the new file.
  */
 QUILL_LOG_API unsigned char InitLogEx(const char* config_directory, const char* module, const char* log_file);
 
@@ -53,10 +53,10 @@ QUILL_LOG_API unsigned char InitLogEx(const char* config_directory, const char* 
  *
  *   2026-11-21 09:30:00.125 [info] [PlateMend] [MndRawInit](42): text
  *
- * A text with line breaks stays together. The line is handed to the system before the call returns, so that
- * a crash of the process loses nothing. Before a successful InitLogEx the line is lost, and nothing else.
+ * A text with line breaks stays together. The line is passed to the system before the call returns, so that
+ * a crash of the process loses nothing. Before a successful InitLogEx the line is discarded.
  *
- *   module  named in the line.
+ *   module  the name in the line.
  *   level   QUILL_LOG_INFORMATION ("info") or QUILL_LOG_ERROR ("error").
  */
 QUILL_LOG_API void LogEx(const char* module, int level, const char* format, ...) QUILL_LOG_PRINTF(3, 4);

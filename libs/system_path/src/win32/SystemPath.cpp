@@ -12,15 +12,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A folder's path may be so long, and a file's 11 characters longer: room for a name of 8.3 is kept.
+// The limit for folders: 12 characters below that for files, which leaves room for an 8.3 name.
 constexpr std::size_t kLimit = MAX_PATH - 12;
 
 bool starts_with_device(std::wstring_view path) {
     return path.starts_with(LR"(\\?\)") || path.starts_with(LR"(\\.\)");
 }
 
-/// The whole path, with backslashes and without dots; the path itself where there is none.
-std::wstring whole(const fs::path& path) {
+/// The absolute path, with backslashes and without dots; the path itself where there is none.
+std::wstring absolute_form(const fs::path& path) {
     const DWORD room = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
     std::wstring text(room, L'\0');
     const DWORD length = ::GetFullPathNameW(path.c_str(), room, text.data(), nullptr);
@@ -33,22 +33,22 @@ std::wstring whole(const fs::path& path) {
 
 //   C:\folder\file          \\?\C:\folder\file
 //   \\server\share\file     \\?\UNC\server\share\file
-std::wstring prefixed(const std::wstring& whole_path) {
-    if (whole_path.empty() || starts_with_device(whole_path)) {
-        return whole_path;
+std::wstring prefixed(const std::wstring& absolute_path) {
+    if (absolute_path.empty() || starts_with_device(absolute_path)) {
+        return absolute_path;
     }
-    if (whole_path.starts_with(LR"(\\)")) {
-        return LR"(\\?\UNC)" + whole_path.substr(1);
+    if (absolute_path.starts_with(LR"(\\)")) {
+        return LR"(\\?\UNC)" + absolute_path.substr(1);
     }
-    return LR"(\\?\)" + whole_path;
+    return LR"(\\?\)" + absolute_path;
 }
 
 std::error_code system_error(DWORD error) {
     return {static_cast<int>(error), std::system_category()};
 }
 
-/// Whether the error says that nothing stands at a path.
-bool means_nothing_there(DWORD error) {
+/// Whether the error means that there is nothing at a path.
+bool means_not_found(DWORD error) {
     switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
@@ -63,14 +63,14 @@ bool means_nothing_there(DWORD error) {
     }
 }
 
-/// The last error, unless it says that nothing stands at the path.
+/// The last error, unless it means that there is nothing at the path.
 std::error_code error_of_last_call() {
     const DWORD error = ::GetLastError();
-    return means_nothing_there(error) ? std::error_code{} : system_error(error);
+    return means_not_found(error) ? std::error_code{} : system_error(error);
 }
 
-/// Whether a link leads to something. The last error tells why not.
-bool leads_somewhere(const std::wstring& link) {
+/// Whether the target of a link exists. If not, the last error is the reason.
+bool target_exists(const std::wstring& link) {
     const HANDLE target = ::CreateFileW(link.c_str(), FILE_READ_ATTRIBUTES,
                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -87,7 +87,7 @@ std::error_code remove_entry(const std::wstring& path, DWORD attributes) {
     return removed != 0 ? std::error_code{} : error_of_last_call();
 }
 
-/// A search in a folder, ended with its life.
+/// A search in a folder, closed by the destructor.
 struct Search {
     explicit Search(const std::wstring& folder)
         : handle(::FindFirstFileW((folder + LR"(\*)").c_str(), &entry)) {}
@@ -136,17 +136,17 @@ fs::path reachable(const fs::path& path) {
     if (path.empty() || starts_with_device(path.native())) {
         return path;
     }
-    const std::wstring whole_path = whole(path);
-    return whole_path.size() < kLimit ? path : fs::path(prefixed(whole_path));
+    const std::wstring absolute_path = absolute_form(path);
+    return absolute_path.size() < kLimit ? path : fs::path(prefixed(absolute_path));
 }
 
 fs::file_status status(const fs::path& path, std::error_code& error) {
     error.clear();
-    const std::wstring name = prefixed(whole(path));
+    const std::wstring name = prefixed(absolute_form(path));
     const DWORD attributes = ::GetFileAttributesW(name.c_str());
     const bool is_link =
         attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (attributes == INVALID_FILE_ATTRIBUTES || (is_link && !leads_somewhere(name))) {
+    if (attributes == INVALID_FILE_ATTRIBUTES || (is_link && !target_exists(name))) {
         error = error_of_last_call();
         return fs::file_status(error ? fs::file_type::none : fs::file_type::not_found);
     }
@@ -155,7 +155,7 @@ fs::file_status status(const fs::path& path, std::error_code& error) {
 }
 
 void remove(const fs::path& path, std::error_code& error) {
-    remove_reachable(fs::path(prefixed(whole(path))), error);
+    remove_reachable(fs::path(prefixed(absolute_form(path))), error);
 }
 
 void remove_reachable(const fs::path& path, std::error_code& error) noexcept {
@@ -165,7 +165,7 @@ void remove_reachable(const fs::path& path, std::error_code& error) noexcept {
 }
 
 void remove_all(const fs::path& path, std::error_code& error) {
-    const std::wstring name = prefixed(whole(path));
+    const std::wstring name = prefixed(absolute_form(path));
     const DWORD attributes = ::GetFileAttributesW(name.c_str());
     error = attributes == INVALID_FILE_ATTRIBUTES ? error_of_last_call() : remove_tree(name, attributes);
 }
