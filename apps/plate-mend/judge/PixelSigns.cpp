@@ -46,7 +46,7 @@ class Search {
     }
 
     PixelSigns run() {
-        if (view_.rows == 0 || view_.columns < 2 * window_) {
+        if (view_.rows <= view_.dy || view_.columns < 2 * window_) {
             signs_.findings.emplace_back("too small a picture to look for damage in it");
             return std::move(signs_);
         }
@@ -414,7 +414,7 @@ class Search {
 
     /// Levels change no more across the borders of tiles than within them.
     void look_for_seams() {
-        if (view_.tile_columns == 0 || view_.tile_columns + view_.dx >= view_.columns) {
+        if (view_.tile_columns <= view_.dx || view_.tile_columns + view_.dx >= view_.columns) {
             return;
         }
         double across = 0;

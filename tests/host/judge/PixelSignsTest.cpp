@@ -181,5 +181,17 @@ TEST(SignsOfSmallPictures, AreNotLookedFor) {
     EXPECT_THAT(find_signs({}).findings, Contains(HasSubstr("too small")));
 }
 
+TEST(SignsOfSmallPictures, NothingIsReadOutsideOfFewRowsAndNarrowTiles) {
+    const std::vector<std::uint16_t> samples(64 * 3, 600);
+    for (const std::size_t rows : {1U, 2U, 3U}) {
+        const SensorView view{
+            .samples = samples.data(), .stride = 64, .columns = 64, .rows = rows, .dx = 6, .dy = 6};
+        EXPECT_THAT(find_signs(view).findings, Contains(HasSubstr("too small"))) << rows << " rows";
+    }
+    const SensorView tiled{
+        .samples = samples.data(), .stride = 64, .columns = 64, .rows = 3, .tile_columns = 1};
+    EXPECT_THAT(find_signs(tiled).findings, ::testing::Not(Contains(HasSubstr("tiles"))));
+}
+
 } // namespace
 } // namespace test
