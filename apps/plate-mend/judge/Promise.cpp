@@ -96,7 +96,7 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
         promise.broken.push_back("the file ends " + counted(damaged.size() - *found - length, "byte") +
                                  " too early: was the disk full?");
     } else if (in_one_piece && !damaged.only_slack_behind(*found + length)) {
-        promise.behind = damaged.size() - *found - length;
+        promise.bytes_after = damaged.size() - *found - length;
     }
     return promise;
 }

@@ -34,7 +34,7 @@ class Promises : public ::testing::Test {
 
 TEST_F(Promises, KeptOne) {
     EXPECT_THAT(compared(kept).broken, IsEmpty());
-    EXPECT_EQ(compared(kept).behind, 0U);
+    EXPECT_EQ(compared(kept).bytes_after, 0U);
 }
 
 TEST_F(Promises, BlankedAndPatchedBytesInFrontAreKept) {
@@ -73,14 +73,14 @@ TEST_F(Promises, FilledBytesArePartOfNoPromise) {
 
 TEST_F(Promises, BytesBehindAPartOfTheDamagedFileAreCounted) {
     const Bytes result = joined(part(sample, 0, 400), part(damaged, 700, 1900));
-    EXPECT_EQ(compared(result, "raf").behind, 100U);
+    EXPECT_EQ(compared(result, "raf").bytes_after, 100U);
     EXPECT_THAT(compared(result, "raf").broken, IsEmpty());
 }
 
 TEST_F(Promises, SlackIsNotCounted) {
     damaged = joined(part(damaged, 0, 1900), Bytes(2048 - 1900)); // Zeros up to a sector's end.
     const Bytes result = joined(part(sample, 0, 400), part(damaged, 700, 1900));
-    EXPECT_EQ(compared(result, "raf").behind, 0U);
+    EXPECT_EQ(compared(result, "raf").bytes_after, 0U);
 }
 
 TEST_F(Promises, TracksOfACr3MayStandInAnotherOrder) {
