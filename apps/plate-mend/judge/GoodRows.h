@@ -11,7 +11,7 @@ namespace plate_mend::host {
 struct RowEvidence {
     const PixelSigns& signs;
     /// Rows of the picture for which there are bytes, where each takes the same number; nothing elsewhere.
-    std::optional<double> rows_there;
+    std::optional<double> rows_there = std::nullopt;
     bool in_row_order = true;   ///< Of compressed data: a place in them gives a row.
     bool data_errors = false;   ///< LibRaw counted some.
     bool place_unknown = false; ///< Something is wrong, and nothing shows from which row on.

@@ -16,6 +16,10 @@ struct Leap {
     double times_usual;    ///< and than so many times what is usual there.
 };
 
+// Measured: in a row of ten whole camera files, up to 0.58 of all windows have a large leap. In the tests'
+// scenes all may have, at a level border of the picture: hence calm is asked for as well. With these limits
+// no whole scene is displaced, and one that is brighter by a tenth of the range from the middle of a row on
+// is.
 constexpr Leap kLarge{1.0 / 200, 3};
 constexpr Leap kSmall{1.0 / 400, 2};
 constexpr double kNearlyAll = 0.8; ///< Share of windows with a large leap from which a part of a row leaps.

@@ -7,7 +7,8 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Impossible values that make a row bad.
+/// Impossible values that make a row bad. Measured: no row of ten whole camera files or of the tests' scenes
+/// has any. Up to 31 are taken for hot pixels, as a test holds.
 constexpr std::ptrdiff_t kFewest = 32;
 
 } // namespace

@@ -7,10 +7,13 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Mean step of noise, as a share of the range. Uniform noise has 0.33.
+/// Mean step of noise, as a share of the range. Uniform noise has 0.33. Measured, the highest of each
+/// picture: up to 0.11 in the tests' scenes; in ten whole camera files, up to 0.10 in eight and 0.18 in one.
+/// The tenth has 0.21: twelve of its rows are called noise, wrongly.
 constexpr double kRough = 0.2;
 
-/// Samples that are rough together; fine detail may be rough for a few.
+/// Samples that are rough together; fine detail may be rough for a few. A block of 512 random bytes, as the
+/// tests put one into every format, is longer.
 constexpr std::size_t kTogether = 48;
 
 /// The longest run of rough windows in a row, in samples.

@@ -7,8 +7,13 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Samples of one value from which a run is looked at.
+/// Samples of one value from which a run is examined. Measured: in ten whole camera files no run has more
+/// than 7, except where they are overexposed; in the tests' scenes, 118.
 constexpr std::size_t kShortest = 128;
+
+// The next two have no measurement of their own. The tests show that with them an overexposed disc and 120
+// whole scenes have no bad run, while a run of zeros, a lost tail and blocks of 512 bytes in every format
+// have.
 
 /// Share of the range within which two values are alike.
 constexpr double kAlike = 0.02;

@@ -6,6 +6,9 @@ namespace plate_mend::host {
 
 namespace {
 
+// None of these limits has a measurement of its own. The tests show that with them 120 whole scenes are not
+// shifted, and that a scene without 50 of its samples is, where there is doubt.
+
 /// Rows at the end of the picture that are looked at first.
 constexpr std::size_t kBand = 32;
 
