@@ -35,9 +35,8 @@ void find_filler(const std::vector<unsigned char>& bytes, unsigned char filler, 
                  std::vector<std::string>& findings) {
     const auto run = std::search_n(bytes.begin(), bytes.end(), fewest, filler);
     if (run != bytes.end()) {
-        findings.push_back(std::string(filler == 0 ? "zeros" : "ones") +
-                           " stand in the compressed data from byte " + std::to_string(run - bytes.begin()) +
-                           " on");
+        findings.push_back(std::string("a run of ") + (filler == 0 ? "zeros" : "ones") +
+                           " in the compressed data begins at byte " + std::to_string(run - bytes.begin()));
     }
 }
 

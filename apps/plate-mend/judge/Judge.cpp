@@ -94,7 +94,7 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty();
     if (view.samples == nullptr || view.rows == 0) {
-        judgement.findings.emplace_back("samples of a kind that is not looked at");
+        judgement.findings.emplace_back("the samples are of a kind that is not checked");
         return;
     }
     const PixelSigns signs = find_signs(view);

@@ -23,8 +23,8 @@ constexpr double kRoomForRows = 1.01;
 constexpr double kMoreRows = 16;
 
 std::string describe_filled(std::uint64_t filled) {
-    return filled == 1 ? "1 byte is lost; a zero stands for it at the end"
-                       : counted(filled, "byte") + " are lost; zeros stand for them at the end";
+    return filled == 1 ? "1 byte is lost; a zero takes its place at the end"
+                       : counted(filled, "byte") + " are lost; zeros take their place at the end";
 }
 
 /// How many bytes of the sample follow the start of its image. Nothing when its image is not of the result's
@@ -70,8 +70,8 @@ void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder,
 } // namespace
 
 std::string describe_bytes_after_image(std::uint64_t count) {
-    return counted(count, "byte") + (count == 1 ? " stands" : " stand") +
-           " behind the image data of the damaged file";
+    return counted(count, "byte") + (count == 1 ? " follows" : " follow") +
+           " the image data of the damaged file";
 }
 
 std::vector<std::string> compare_with_tables(const fs::path& damaged) {

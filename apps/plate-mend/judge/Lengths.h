@@ -10,7 +10,7 @@
 
 namespace plate_mend::host {
 
-/// "2 bytes stand behind the image data of the damaged file".
+/// "2 bytes follow the image data of the damaged file".
 [[nodiscard]] std::string describe_bytes_after_image(std::uint64_t count);
 
 /// Compares the length of a damaged CR3 with its own tables. Returns what differs, in words; nothing for

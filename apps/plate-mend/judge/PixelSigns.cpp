@@ -36,7 +36,7 @@ PixelSigns find_signs(const SensorView& view) {
     PixelSigns signs;
     signs.bad_rows.assign(view.rows, false);
     if (view.rows <= view.dy || view.columns < 2 * Windows::width_for(view.columns)) {
-        signs.findings.emplace_back("too small a picture to look for damage in it");
+        signs.findings.emplace_back("the picture is too small to be checked for damage");
         return signs;
     }
     add(find_impossible_values(view), signs);

@@ -75,13 +75,13 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
     const auto format = format_of(damaged_path);
     Promise promise;
     if (image + filled >= result.size()) {
-        promise.broken.emplace_back("the file ends in front of its image");
+        promise.broken.emplace_back("the file ends before its image");
         return promise;
     }
     // A CR3 is written box by box, and its tracks are in another order than in the damaged file.
     const bool in_one_piece = format != RawFormat::kCr3;
     if (in_one_piece && !starts_like_sample(result, sample, image)) {
-        promise.broken.emplace_back("what stands in front of the image is not the sample's");
+        promise.broken.emplace_back("what precedes the image is not the sample's");
     }
     const std::uint64_t length = result.size() - image - filled;
     const bool to_the_end = in_one_piece && format != RawFormat::kDng && format != RawFormat::kRaf;

@@ -14,7 +14,7 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-/// A photograph with harm done to its samples.
+/// A photograph whose samples are damaged by the tests.
 class Signs : public ::testing::Test {
   protected:
     static constexpr std::size_t kColumns = 640;
@@ -37,7 +37,7 @@ class Signs : public ::testing::Test {
         return &samples[row * kColumns + column];
     }
 
-    /// Values of any size the sensor can give.
+    /// Any value that the sensor can give.
     static std::uint16_t random(std::uint32_t& state) {
         state = state * 1664525U + 1013904223U;
         return static_cast<std::uint16_t>(state >> 18U);
@@ -79,7 +79,7 @@ TEST_F(Signs, ShortRunsAreNone) {
     EXPECT_THAT(found().findings, IsEmpty());
 }
 
-TEST_F(Signs, OverexposedPlaceIsNone) {
+TEST_F(Signs, OverexposedDiscIsNone) {
     // A bright disc, its edge in steps as an edge is.
     for (std::size_t y = 100; y < 300; ++y) {
         const auto off = static_cast<double>(y) - 200;

@@ -6,8 +6,8 @@
 
 namespace plate_mend::host {
 
-/// Sensor data as rows of samples. Neighbours of one colour are dx samples and dy rows apart: 2 and 2 behind
-/// a Bayer filter, 6 and 6 behind an X-Trans filter, the number of colours and 1 where each pixel has all.
+/// Sensor data as rows of samples. Neighbours of one colour are dx samples and dy rows apart: 2 and 2 with
+/// a Bayer filter, 6 and 6 with an X-Trans filter, the number of colours and 1 where each pixel has all.
 struct SensorView {
     const std::uint16_t* samples = nullptr; ///< Null for data of another kind.
     std::size_t stride = 0;                 ///< Samples from row to row.

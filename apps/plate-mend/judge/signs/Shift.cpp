@@ -9,10 +9,10 @@ namespace {
 // None of these limits has a measurement of its own. The tests show that with them 120 whole scenes are not
 // shifted, and that a scene without 50 of its samples is, where there is doubt.
 
-/// Rows at the end of the picture that are looked at first.
+/// Rows at the end of the picture that are examined first.
 constexpr std::size_t kBand = 32;
 
-/// Rows by which the search then goes up.
+/// Rows by which the search then moves up.
 constexpr std::size_t kStep = 4;
 
 /// Rows go on where the step into the next one is less than so many times that between neighbours, plus one

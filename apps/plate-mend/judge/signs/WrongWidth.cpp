@@ -14,11 +14,11 @@ namespace {
 // None of these limits has a measurement of its own. The tests show that with them 120 whole scenes have the
 // right width, and that a scene of 640 columns read as 480 has not.
 
-/// Pairs of rows that are tried, spread over the picture.
+/// Pairs of rows that are compared, spread over the picture.
 constexpr std::size_t kTrials = 64;
 
-/// Pairs that must tell something: by one part in so many of the range they differ as they are. Pairs that
-/// are alike whatever the shift, as in the sky, tell nothing.
+/// Pairs count whose unshifted rows differ by more than one part in so many of the range. Rows that are alike
+/// whatever the shift, as in the sky, show nothing.
 constexpr double kRangeParts = 400;
 
 /// A shift must reduce the misfit of a pair below this share.
@@ -77,7 +77,7 @@ std::ptrdiff_t best_shift(const RowPair& pair) {
     return where;
 }
 
-std::vector<RowPair> telling_pairs(const SensorView& view, const std::vector<bool>& bad_rows) {
+std::vector<RowPair> differing_pairs(const SensorView& view, const std::vector<bool>& bad_rows) {
     const std::size_t samples_per_step =
         view.dx * std::max<std::size_t>(1, view.columns / (kSteps * view.dx));
     std::vector<RowPair> pairs;
@@ -103,7 +103,7 @@ bool fits_most(const std::vector<RowPair>& pairs, std::ptrdiff_t shift) {
 } // namespace
 
 Sign find_wrong_width(const SensorView& view, const std::vector<bool>& bad_rows) {
-    const auto pairs = telling_pairs(view, bad_rows);
+    const auto pairs = differing_pairs(view, bad_rows);
     std::set<std::ptrdiff_t> shifts;
     for (const RowPair& pair : pairs) {
         shifts.insert(best_shift(pair));
