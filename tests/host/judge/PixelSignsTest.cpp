@@ -182,7 +182,7 @@ TEST(SignsOfSmallPictures, AreNotLookedFor) {
 }
 
 TEST(SignsOfSmallPictures, NothingIsReadOutsideOfFewRowsAndNarrowTiles) {
-    const std::vector<std::uint16_t> samples(64 * 3, 600);
+    const std::vector<std::uint16_t> samples(std::size_t{64} * 3, 600);
     for (const std::size_t rows : {1U, 2U, 3U}) {
         const SensorView view{
             .samples = samples.data(), .stride = 64, .columns = 64, .rows = rows, .dx = 6, .dy = 6};
