@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Interleaved RGB rows, 8 bits a sample.
+/// Interleaved RGB rows, 8 bits per sample.
 struct Image {
     std::size_t width = 0;
     std::size_t height = 0;
@@ -31,8 +31,8 @@ struct Image {
     }
 };
 
-/// Each pixel the mean of those it stands for.
-Image shrunk(const Image& image) {
+/// The image in the size for contact sheets: each pixel is the mean of those it replaces.
+Image shrink(const Image& image) {
     const std::size_t side = std::max(image.width, image.height);
     if (side <= kPictureSide) {
         return image;
@@ -61,8 +61,8 @@ Image shrunk(const Image& image) {
     return small;
 }
 
-/// Turned by an Exif orientation, 1 to 8. Others leave it as it is.
-Image turned(const Image& image, unsigned orientation) {
+/// The image upright, by its Exif orientation, 1 to 8. Other values leave it as it is.
+Image turn_upright(const Image& image, unsigned orientation) {
     if (orientation < 2 || orientation > 8) {
         return image;
     }
@@ -192,7 +192,7 @@ class Decoder {
     JumpingErrors errors_;
 };
 
-/// libjpeg's compressor and what it wrote, freed on every way out.
+/// libjpeg's compressor and its output, freed on every way out.
 class Encoder {
   public:
     Encoder() { codec_.err = &errors_; }
@@ -239,7 +239,7 @@ class Encoder {
 void write(const Image& image, const fs::path& path) {
     Encoder encoder;
     if (!image.rgb.empty() && encoder.encode(image)) {
-        fs::remove(path); // Of the sample before.
+        fs::remove(path); // An earlier attempt may have left one.
         platform::NewFile(path).write(encoder.data(), encoder.size());
     }
 }
@@ -258,21 +258,21 @@ void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {
         return;
     }
     int error = 0;
-    const std::unique_ptr<libraw_processed_image_t, decltype(&LibRaw::dcraw_clear_mem)> made(
+    const std::unique_ptr<libraw_processed_image_t, decltype(&LibRaw::dcraw_clear_mem)> rendered(
         unpacked.dcraw_make_mem_image(&error), &LibRaw::dcraw_clear_mem);
-    if (made == nullptr || made->type != LIBRAW_IMAGE_BITMAP || made->bits != 8 ||
-        (made->colors != 3 && made->colors != 1)) {
+    if (rendered == nullptr || rendered->type != LIBRAW_IMAGE_BITMAP || rendered->bits != 8 ||
+        (rendered->colors != 3 && rendered->colors != 1)) {
         return;
     }
-    Image image{made->width, made->height, {}};
-    const std::size_t colours = made->colors;
+    Image image{rendered->width, rendered->height, {}};
+    const std::size_t colours = rendered->colors;
     image.rgb.reserve(3 * image.width * image.height);
     for (std::size_t index = 0; index < image.width * image.height; ++index) {
         for (std::size_t colour = 0; colour < 3; ++colour) {
-            image.rgb.push_back(made->data[index * colours + (colours == 3 ? colour : 0)]);
+            image.rgb.push_back(rendered->data[index * colours + (colours == 3 ? colour : 0)]);
         }
     }
-    write(shrunk(image), picture);
+    write(shrink(image), picture);
 }
 
 void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {
@@ -280,7 +280,7 @@ void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {
     Image image;
     unsigned orientation = 1;
     if (Decoder().decode(file.read(0, static_cast<std::size_t>(file.size())), image, orientation)) {
-        write(turned(shrunk(image), orientation), picture);
+        write(turn_upright(shrink(image), orientation), picture);
     }
 }
 

@@ -11,10 +11,10 @@ namespace plate_mend::host {
 inline constexpr unsigned kPictureSide = 480;
 
 /// Renders unpacked sensor data upright with the camera's white balance into a small JPEG. Nothing is written
-/// where the data cannot be rendered: a contact sheet does without.
+/// where the data cannot be rendered: a contact sheet can do without.
 void write_raw_picture(LibRaw& unpacked, const std::filesystem::path& picture);
 
-/// The same of a JPEG, turned upright by its Exif orientation.
+/// The same for a JPEG, turned upright by its Exif orientation.
 void write_jpeg_picture(const std::filesystem::path& jpeg, const std::filesystem::path& picture);
 
 /// Whether libjpeg decodes a JPEG to its end without a warning.

@@ -9,4 +9,9 @@ namespace plate_mend::host {
 /// hostile files, so this runs in a worker.
 [[nodiscard]] bool is_preview_whole(const std::filesystem::path& photograph);
 
+/// Whether a damaged file shows that bytes are missing before the end of its preview: LibRaw opens the file,
+/// and the preview does not end where its tables say. LibRaw may crash or hang on hostile files, so this runs
+/// in a worker.
+[[nodiscard]] bool is_lost_in_preview(const std::filesystem::path& damaged);
+
 } // namespace plate_mend::host

@@ -14,11 +14,11 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kBlock = std::size_t{1} << 20U;
-constexpr std::size_t kNeedle = 256; ///< Bytes by which image data are found again.
+constexpr std::size_t kNeedle = 256; ///< Bytes by which image data are found in the damaged file.
 
-/// How many bytes of both files are the same from two places on, at most limit.
-std::uint64_t same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& other, std::uint64_t at_other,
-                         std::uint64_t limit) {
+/// How many bytes are the same in both files from these offsets on, at most limit.
+std::uint64_t count_same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& other, std::uint64_t at_other,
+                               std::uint64_t limit) {
     std::uint64_t same = 0;
     while (same < limit) {
         const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, limit - same));
@@ -35,8 +35,8 @@ std::uint64_t same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& other,
     return same;
 }
 
-/// Where the needle stands in the file; nothing when it does not.
-std::optional<std::uint64_t> find(FileBytes& file, const std::vector<unsigned char>& needle) {
+/// The offset of the needle in the file; nothing when it is not there.
+std::optional<std::uint64_t> find_bytes(FileBytes& file, const std::vector<unsigned char>& needle) {
     for (std::uint64_t at = 0; at + needle.size() <= file.size(); at += kBlock) {
         const auto block = file.read(at, kBlock + needle.size() - 1);
         const auto found = std::search(block.begin(), block.end(), needle.begin(), needle.end());
@@ -47,8 +47,9 @@ std::optional<std::uint64_t> find(FileBytes& file, const std::vector<unsigned ch
     return std::nullopt;
 }
 
-/// Bytes in front of the image are the sample's, but for what a repair blanks and patches there.
-bool front_is_the_samples(FileBytes& result, FileBytes& sample, std::uint64_t image) {
+/// Whether the bytes before the image are the sample's, except what a repair blanks and patches there.
+bool starts_like_sample(FileBytes& result, FileBytes& sample, std::uint64_t image) {
+    constexpr std::uint64_t kMostPatched = 65536;
     std::uint64_t others = 0;
     for (std::uint64_t at = 0; at < image; at += kBlock) {
         const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, image - at));
@@ -61,7 +62,7 @@ bool front_is_the_samples(FileBytes& result, FileBytes& sample, std::uint64_t im
             others += ours[index] != theirs[index] && ours[index] != 0 ? 1U : 0U;
         }
     }
-    return others <= 65536;
+    return others <= kMostPatched;
 }
 
 } // namespace
@@ -74,29 +75,29 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
     const auto format = format_of(damaged_path);
     Promise promise;
     if (image + filled >= result.size()) {
-        promise.broken.emplace_back("the file ends in front of its image");
+        promise.broken.emplace_back("the file ends before its image");
         return promise;
     }
-    // A CR3 is written box by box, and its tracks stand in another order than in the damaged file.
+    // A CR3 is written box by box, and its tracks are in another order than in the damaged file.
     const bool in_one_piece = format != RawFormat::kCr3;
-    if (in_one_piece && !front_is_the_samples(result, sample, image)) {
-        promise.broken.emplace_back("what stands in front of the image is not the sample's");
+    if (in_one_piece && !starts_like_sample(result, sample, image)) {
+        promise.broken.emplace_back("what precedes the image is not the sample's");
     }
     const std::uint64_t length = result.size() - image - filled;
     const bool to_the_end = in_one_piece && format != RawFormat::kDng && format != RawFormat::kRaf;
     if (to_the_end && length <= damaged.size() &&
-        same_bytes(result, image, damaged, damaged.size() - length, length) == length) {
+        count_same_bytes(result, image, damaged, damaged.size() - length, length) == length) {
         return promise;
     }
-    const auto found = find(damaged, result.read(image, kNeedle));
+    const auto found = find_bytes(damaged, result.read(image, kNeedle));
     const std::uint64_t proved = in_one_piece ? length : std::min<std::uint64_t>(length, kNeedle);
-    if (!found || same_bytes(result, image, damaged, *found, proved) < proved) {
+    if (!found || count_same_bytes(result, image, damaged, *found, proved) < proved) {
         promise.broken.emplace_back("the image data are not those of the damaged file");
     } else if (to_the_end && *found + length < damaged.size()) {
         promise.broken.push_back("the file ends " + counted(damaged.size() - *found - length, "byte") +
                                  " too early: was the disk full?");
     } else if (in_one_piece && !damaged.only_slack_behind(*found + length)) {
-        promise.behind = damaged.size() - *found - length;
+        promise.bytes_after = damaged.size() - *found - length;
     }
     return promise;
 }

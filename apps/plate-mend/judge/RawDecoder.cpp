@@ -1,8 +1,13 @@
 #include "judge/RawDecoder.h"
 
+#include "files/ByteReader.h"
+
+#include <libraw/libraw.h>
+
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <ctime>
 
 static_assert(
     plate_mend::host::is_known_libraw(LIBRAW_VERSION),
@@ -19,6 +24,28 @@ std::string version_text(int version) {
            std::to_string(version & 0xFF);
 }
 
+std::string date_text(std::time_t time) {
+    std::array<char, 32> text{};
+    const std::tm* parts = time > 0 ? std::localtime(&time) : nullptr; // One thread in a worker.
+    return parts != nullptr && std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", parts) > 0
+               ? text.data()
+               : "";
+}
+
+/// The lowest value of the form 2^n - 1 that is no lower, from 255 on.
+unsigned highest_of_bits(unsigned maximum) {
+    unsigned highest = 255;
+    while (highest < maximum) {
+        highest = highest * 2 + 1;
+    }
+    return highest;
+}
+
+/// What LibRaw keeps for its decoders. It has no constant access to it.
+const unpacker_data_t& unpacker_data(LibRaw& raw) {
+    return raw.get_internal_data_pointer()->unpacker_data;
+}
+
 } // namespace
 
 std::string explain_other_libraw(int loaded, int built) {
@@ -28,6 +55,8 @@ std::string explain_other_libraw(int loaded, int built) {
                      version_text(built) + ": nothing is decoded";
 }
 
+RawDecoder::RawDecoder() : RawDecoder(LibRaw::versionNumber()) {}
+
 RawDecoder::RawDecoder(int loaded_version)
     : version_problem_(explain_other_libraw(loaded_version, LIBRAW_VERSION)) {
     if (version_problem_.empty()) {
@@ -36,56 +65,110 @@ RawDecoder::RawDecoder(int loaded_version)
     }
 }
 
+RawDecoder::~RawDecoder() = default;
+
 bool RawDecoder::open(const std::filesystem::path& file) {
     return raw_ != nullptr && raw_->open_file(file.c_str()) == LIBRAW_SUCCESS;
 }
 
-std::uint32_t RawDecoder::errors() {
+std::string RawDecoder::unpack() {
+    const int result = raw_->unpack();
+    return result == LIBRAW_SUCCESS ? "" : libraw_strerror(result);
+}
+
+EmbeddedPreview RawDecoder::unpack_preview() {
+    const auto& thumbnail = raw_->imgdata.thumbnail;
+    if (thumbnail.tlength == 0) {
+        return {};
+    }
+    const int result = raw_->unpack_thumb();
+    if (result == LIBRAW_NO_THUMBNAIL || result == LIBRAW_UNSUPPORTED_THUMBNAIL) {
+        return {};
+    }
+    if (result != LIBRAW_SUCCESS || thumbnail.thumb == nullptr) {
+        return {false, std::nullopt};
+    }
+    if (thumbnail.tformat != LIBRAW_THUMBNAIL_JPEG) { // Known only now.
+        return {};
+    }
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): LibRaw has char for bytes.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(thumbnail.thumb);
+    return {true, std::span(bytes, thumbnail.tlength)};
+}
+
+PhotoFacts RawDecoder::facts() const {
+    const libraw_data_t& data = raw_->imgdata;
+    const bool turned = (static_cast<unsigned>(data.sizes.flip) & 4U) != 0;
+    return {turned ? data.sizes.height : data.sizes.width, turned ? data.sizes.width : data.sizes.height,
+            std::string(data.idata.make) + " " + data.idata.model, date_text(data.other.timestamp)};
+}
+
+std::uint32_t RawDecoder::sensor_columns() const {
+    return raw_->imgdata.sizes.raw_width;
+}
+
+std::uint32_t RawDecoder::sensor_rows() const {
+    return raw_->imgdata.sizes.raw_height;
+}
+
+std::uint32_t RawDecoder::rows_above_picture() const {
+    return raw_->imgdata.sizes.top_margin;
+}
+
+std::uint32_t RawDecoder::data_errors() const {
     return static_cast<std::uint32_t>(std::max(0, raw_->error_count()));
 }
 
 /// The function that decodes, which shows how the image is coded.
-std::string_view RawDecoder::method() {
+std::string_view RawDecoder::method() const {
     const char* name = raw_->unpack_function_name();
     return name == nullptr ? "" : name;
 }
 
-bool RawDecoder::method_begins_with(std::string_view text) {
+bool RawDecoder::method_begins_with(std::string_view text) const {
     return method().starts_with(text);
 }
 
-bool RawDecoder::has_a_fixed_rate() {
+bool RawDecoder::has_fixed_rate() const {
     constexpr std::array kMethods = {"unpacked_load_raw",  "packed_load_raw",      "packed_dng_load_raw",
                                      "sony_arw2_load_raw", "nikon_14bit_load_raw", "fuji_14bit_load_raw"};
     return std::any_of(kMethods.begin(), kMethods.end(),
                        [this](const char* name) { return method_begins_with(name); });
 }
 
-bool RawDecoder::is_lossless_jpeg() {
+double RawDecoder::rows_in(std::uint64_t bytes) const {
+    const double bits = method_begins_with("unpacked_load") ? 16
+                        : method_begins_with("sony_arw2")   ? 8
+                                                            : std::max(1U, unpacker_data(*raw_).tiff_bps);
+    return static_cast<double>(bytes) * 8 / (bits * std::max(1U, sensor_columns()));
+}
+
+bool RawDecoder::is_lossless_jpeg() const {
     return method_begins_with("lossless_jpeg") || method_begins_with("lossless_dng");
 }
 
-bool RawDecoder::is_crx() {
+bool RawDecoder::is_crx() const {
     return method_begins_with("crx");
 }
 
-std::vector<std::uint64_t> RawDecoder::parts(FileBytes& file) {
-    const auto& inner = raw_->get_internal_data_pointer()->unpacker_data;
-    const auto offset = static_cast<std::uint64_t>(std::max<INT64>(0, inner.data_offset));
+bool RawDecoder::is_in_row_order() const {
+    return unpacker_data(*raw_).cr2_slice[0] == 0 && tiles() <= 1 && !is_crx();
+}
+
+std::vector<std::uint64_t> RawDecoder::part_offsets(FileBytes& file) const {
+    const auto& unpacker = unpacker_data(*raw_);
+    const auto offset = static_cast<std::uint64_t>(std::max<INT64>(0, unpacker.data_offset));
     const std::uint64_t count = tiles();
     if (count == 1) {
         return {offset};
     }
-    // With several tiles LibRaw keeps the place of their table.
-    const bool little = inner.order == 0x4949;
-    const auto table = file.read(offset, static_cast<std::size_t>(4 * count));
+    // With several tiles LibRaw keeps the offset of the table of their offsets.
+    constexpr std::size_t kEntry = 4;
+    const auto table = file.read(offset, static_cast<std::size_t>(kEntry * count));
+    const ByteReader reader(table, unpacker.order == 0x4949 ? std::endian::little : std::endian::big);
     std::vector<std::uint64_t> offsets;
-    for (std::size_t at = 0; at + 4 <= table.size(); at += 4) {
-        std::uint64_t value = 0;
-        for (std::size_t index = 0; index < 4; ++index) {
-            value = value * 256 + table[at + (little ? 3 - index : index)];
-        }
-        offsets.push_back(value);
+    for (std::size_t at = 0; const auto entry = reader.u32(at); at += kEntry) {
+        offsets.push_back(*entry);
     }
     if (offsets.empty()) {
         return {offset};
@@ -95,57 +178,81 @@ std::vector<std::uint64_t> RawDecoder::parts(FileBytes& file) {
     return offsets;
 }
 
-std::uint64_t RawDecoder::image_length() {
-    return raw_->get_internal_data_pointer()->unpacker_data.data_size;
+std::uint64_t RawDecoder::image_length() const {
+    return unpacker_data(*raw_).data_size;
 }
 
-bool RawDecoder::preview_ends_in_its_place(FileBytes& file) {
-    constexpr std::array<unsigned char, 2> kStart{0xFF, 0xD8};
-    constexpr std::array<unsigned char, 2> kEnd{0xFF, 0xD9};
-    constexpr std::uint64_t kMostFilled = std::uint64_t{1} << 16U;
+bool RawDecoder::preview_ends_in_its_place(FileBytes& file) const {
+    constexpr std::uint16_t kSoi = 0xFFD8;
+    constexpr std::uint16_t kEoi = 0xFFD9;
+    constexpr std::uint64_t kMarker = 2;
+    constexpr std::uint64_t kMostZeros = std::uint64_t{1} << 16U; // Searched for the EOI.
     const INT64 offset = raw_->get_internal_data_pointer()->internal_data.toffset;
     const std::uint64_t length = raw_->imgdata.thumbnail.tlength;
-    if (offset <= 0 || length < kStart.size() + kEnd.size()) {
+    if (offset <= 0 || length < 2 * kMarker) {
         return true;
     }
     const auto first = static_cast<std::uint64_t>(offset);
-    const auto start = file.read(first, kStart.size());
-    if (!std::equal(start.begin(), start.end(), kStart.begin(), kStart.end())) {
+    const auto start = file.read(first, kMarker);
+    if (ByteReader(start, std::endian::big).u16(0) != kSoi) {
         return true;
     }
-    const std::uint64_t tail = std::min(length, kMostFilled);
-    auto bytes = file.read(first + length - tail, static_cast<std::size_t>(tail));
-    while (!bytes.empty() && bytes.back() == 0) {
-        bytes.pop_back();
+    const std::uint64_t searched = std::min(length, kMostZeros);
+    auto tail = file.read(first + length - searched, static_cast<std::size_t>(searched));
+    while (!tail.empty() && tail.back() == 0) {
+        tail.pop_back();
     }
-    return bytes.size() >= kEnd.size() && std::equal(kEnd.rbegin(), kEnd.rend(), bytes.rbegin());
+    return tail.size() >= kMarker && ByteReader(tail, std::endian::big).u16(tail.size() - kMarker) == kEoi;
 }
 
-bool RawDecoder::is_in_slices() {
-    return raw_->get_internal_data_pointer()->unpacker_data.cr2_slice[0] != 0 || tiles() > 1 || is_crx();
+unsigned RawDecoder::black_level() const {
+    // The lowest of the cameras that write CR3, where LibRaw does not always know it.
+    constexpr unsigned kLowestOfCr3 = 512;
+    const auto& color = raw_->imgdata.color;
+    const unsigned black = color.black + *std::min_element(color.cblack, color.cblack + 4);
+    return black == 0 && is_crx() ? kLowestOfCr3 : black;
 }
 
-std::size_t RawDecoder::tile_width() {
-    return tiles() > 1 ? raw_->get_internal_data_pointer()->unpacker_data.tile_width : 0;
+SensorView RawDecoder::sensor_view() const {
+    const libraw_data_t& data = raw_->imgdata;
+    const auto& sizes = data.sizes;
+    SensorView view;
+    view.columns = sizes.width;
+    view.rows = sizes.height;
+    view.whole_rows = sizes.width == sizes.raw_width;
+    view.stride = sizes.raw_pitch / 2;
+    view.black = black_level();
+    view.white = std::min(65535U, highest_of_bits(data.color.maximum));
+    view.tile_columns = tiles() > 1 ? unpacker_data(*raw_).tile_width : 0;
+    std::size_t margin = sizes.left_margin;
+    if (data.rawdata.raw_image != nullptr) {
+        constexpr unsigned kXTrans = 9;
+        view.samples = data.rawdata.raw_image;
+        view.dx = view.dy = data.idata.filters == kXTrans ? 6 : 2;
+    } else {
+        const std::size_t colours = data.rawdata.color3_image != nullptr ? 3 : 4;
+        view.samples = colours == 3                           ? &(*data.rawdata.color3_image)[0]
+                       : data.rawdata.color4_image != nullptr ? &(*data.rawdata.color4_image)[0]
+                                                              : nullptr;
+        view.columns *= colours;
+        margin *= colours;
+        view.dx = colours;
+        view.dy = 1;
+    }
+    if (view.samples != nullptr) {
+        view.samples += sizes.top_margin * view.stride + margin;
+    }
+    return view;
 }
 
-double RawDecoder::rows_in(std::uint64_t bytes) {
-    const auto& inner = raw_->get_internal_data_pointer()->unpacker_data;
-    const double bits = method_begins_with("unpacked_load") ? 16
-                        : method_begins_with("sony_arw2")   ? 8
-                                                            : std::max(1U, inner.tiff_bps);
-    return static_cast<double>(bytes) * 8 / (bits * std::max<unsigned>(1, raw_->imgdata.sizes.raw_width));
-}
-
-std::uint64_t RawDecoder::tiles() {
-    const auto& inner = raw_->get_internal_data_pointer()->unpacker_data;
-    const auto& sizes = raw_->imgdata.sizes;
-    if (inner.tile_length == 0 || inner.tile_length >= INT_MAX || inner.tile_width == 0 ||
-        inner.tile_width >= INT_MAX) {
+std::uint64_t RawDecoder::tiles() const {
+    const auto& unpacker = unpacker_data(*raw_);
+    if (unpacker.tile_length == 0 || unpacker.tile_length >= INT_MAX || unpacker.tile_width == 0 ||
+        unpacker.tile_width >= INT_MAX) {
         return 1;
     }
     const auto count = [](std::uint64_t whole, std::uint64_t part) { return (whole + part - 1) / part; };
-    return count(sizes.raw_width, inner.tile_width) * count(sizes.raw_height, inner.tile_length);
+    return count(sensor_columns(), unpacker.tile_width) * count(sensor_rows(), unpacker.tile_length);
 }
 
 } // namespace plate_mend::host

@@ -1,16 +1,19 @@
 #pragma once
 
 #include "files/FileBytes.h"
-
-#include <libraw/libraw.h>
+#include "judge/signs/SensorView.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+class LibRaw;
 
 namespace plate_mend::host {
 
@@ -24,11 +27,32 @@ namespace plate_mend::host {
 /// Why a LibRaw with which the program was not built must not be used, in words; empty when it is the one.
 [[nodiscard]] std::string explain_other_libraw(int loaded, int built);
 
-/// LibRaw, with what it knows about its input. It alone reads LibRaw's inside.
+/// A photograph as its file describes it.
+struct PhotoFacts {
+    std::uint32_t width = 0; ///< As the picture is shown, upright, in pixels.
+    std::uint32_t height = 0;
+    std::string camera; ///< Maker and model; may be empty.
+    std::string taken;  ///< "2026-05-01 12:30:00", local time; may be empty.
+};
+
+/// The preview in a RAW file, unpacked.
+struct EmbeddedPreview {
+    bool unpacks = true; ///< LibRaw can unpack it, or there is nothing to unpack.
+    /// Its bytes if it is a JPEG. Valid as long as the decoder.
+    std::optional<std::span<const unsigned char>> jpeg;
+};
+
+/// LibRaw, with what it knows about its input. It alone reads LibRaw's inside. LibRaw may crash or hang on
+/// hostile files, so this is used in a worker.
 class RawDecoder {
   public:
-    /// With a library of another version than that of the headers nothing opens. The number is for tests.
-    explicit RawDecoder(int loaded_version = LibRaw::versionNumber());
+    /// With a library of another version than that of the headers nothing opens.
+    RawDecoder();
+    /// The number, as LibRaw has it, is for tests.
+    explicit RawDecoder(int loaded_version);
+    RawDecoder(const RawDecoder&) = delete;
+    RawDecoder& operator=(const RawDecoder&) = delete;
+    ~RawDecoder();
 
     /// Why nothing opens, in words; empty when the library is the right one.
     [[nodiscard]] const std::string& version_problem() const { return version_problem_; }
@@ -37,47 +61,63 @@ class RawDecoder {
 
     // Only after a successful open:
 
-    [[nodiscard]] int unpack() { return raw_->unpack(); }
+    /// Decodes the image. Why LibRaw cannot, in words; empty on success.
+    [[nodiscard]] std::string unpack();
+
+    /// Unpacks the preview.
+    [[nodiscard]] EmbeddedPreview unpack_preview();
+
     [[nodiscard]] LibRaw& raw() { return *raw_; }
-    [[nodiscard]] const libraw_data_t& data() const { return raw_->imgdata; }
+
+    [[nodiscard]] PhotoFacts facts() const;
+
+    /// Size of the whole sensor, in pixels.
+    [[nodiscard]] std::uint32_t sensor_columns() const;
+    [[nodiscard]] std::uint32_t sensor_rows() const;
+
+    /// Rows of the sensor above the picture.
+    [[nodiscard]] std::uint32_t rows_above_picture() const;
 
     /// Data errors so far. LibRaw counts one for each row and more.
-    [[nodiscard]] std::uint32_t errors();
+    [[nodiscard]] std::uint32_t data_errors() const;
 
     /// Whether each row takes the same number of bytes.
-    [[nodiscard]] bool has_a_fixed_rate();
-
-    [[nodiscard]] bool is_lossless_jpeg();
-
-    /// Coded as CR3 files are.
-    [[nodiscard]] bool is_crx();
-
-    /// Where the parts of the image begin: its tiles, or its one strip. In order, each once; not empty.
-    [[nodiscard]] std::vector<std::uint64_t> parts(FileBytes& file);
-
-    /// Where the image data begin.
-    [[nodiscard]] std::uint64_t image(FileBytes& file) { return parts(file).front(); }
-
-    /// The length of the image data in bytes, where LibRaw knows it; 0 otherwise.
-    [[nodiscard]] std::uint64_t image_length();
-
-    /// Whether the embedded preview, if it is a JPEG, ends where the file's tables say; zeros may fill it up.
-    [[nodiscard]] bool preview_ends_in_its_place(FileBytes& file);
-
-    /// Whether a place in the data does not give a row: rows are side by side in slices or tiles, or each
-    /// colour is by itself.
-    [[nodiscard]] bool is_in_slices();
-
-    /// Of the tiles, in pixels; 0 for no tiles.
-    [[nodiscard]] std::size_t tile_width();
+    [[nodiscard]] bool has_fixed_rate() const;
 
     /// How many rows of the image so many bytes are, where each row takes the same number.
-    [[nodiscard]] double rows_in(std::uint64_t bytes);
+    [[nodiscard]] double rows_in(std::uint64_t bytes) const;
+
+    [[nodiscard]] bool is_lossless_jpeg() const;
+
+    /// Coded as CR3 files are.
+    [[nodiscard]] bool is_crx() const;
+
+    /// Whether the image is coded row by row, so that a place in the data gives a row. Otherwise rows are
+    /// side by side in slices or tiles, or each colour is by itself.
+    [[nodiscard]] bool is_in_row_order() const;
+
+    /// Offsets of the parts of the image: its tiles, or its one strip. Ascending, each once; not empty.
+    [[nodiscard]] std::vector<std::uint64_t> part_offsets(FileBytes& file) const;
+
+    /// Offset of the image data.
+    [[nodiscard]] std::uint64_t image_offset(FileBytes& file) const { return part_offsets(file).front(); }
+
+    /// Length of the image data in bytes, where LibRaw knows it; 0 otherwise.
+    [[nodiscard]] std::uint64_t image_length() const;
+
+    /// Whether the embedded preview, if it is a JPEG, ends where the file's tables say. Zeros may follow its
+    /// EOI.
+    [[nodiscard]] bool preview_ends_in_its_place(FileBytes& file) const;
+
+    /// The part of the sensor that is the picture; no samples for data of another kind. Only after unpack().
+    /// Valid as long as the decoder.
+    [[nodiscard]] SensorView sensor_view() const;
 
   private:
-    [[nodiscard]] std::string_view method();
-    [[nodiscard]] bool method_begins_with(std::string_view text);
-    [[nodiscard]] std::uint64_t tiles();
+    [[nodiscard]] std::string_view method() const;
+    [[nodiscard]] bool method_begins_with(std::string_view text) const;
+    [[nodiscard]] std::uint64_t tiles() const;
+    [[nodiscard]] unsigned black_level() const;
 
     std::string version_problem_;
     std::unique_ptr<LibRaw> raw_; ///< Null where the versions differ: not even its size is known then.

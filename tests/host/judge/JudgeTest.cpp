@@ -37,16 +37,16 @@ class TilesOfADng : public ::testing::Test {
     TempDir directory_;
 };
 
-TEST_F(TilesOfADng, AreCompleteInAWholeOne) {
+TEST_F(TilesOfADng, AreCompleteInAnIntactFile) {
     EXPECT_THAT(findings(), IsEmpty());
 }
 
-TEST_F(TilesOfADng, AreJudgedEachForItself) {
+TEST_F(TilesOfADng, AreJudgedOneByOne) {
     overwrite_half_of_the_first_tile();
     EXPECT_THAT(findings(), Contains(StartsWith("1 of 6 parts of the compressed data does not end")));
 }
 
-TEST_F(TilesOfADng, AreReadOnceWhereManyStandInOnePlace) {
+TEST_F(TilesOfADng, AreReadOnceWhereManyHaveOneOffset) {
     overwrite_half_of_the_first_tile();
     for (std::size_t tile = 1; tile < photo_.tiles(); ++tile) {
         put_u32(photo_.bytes, photo_.offset_slot(tile), photo_.tile_offsets[0], photo_.order);
@@ -54,7 +54,7 @@ TEST_F(TilesOfADng, AreReadOnceWhereManyStandInOnePlace) {
     EXPECT_THAT(findings(), Contains(StartsWith("1 of 1 parts of the compressed data does not end")));
 }
 
-/// The findings of a result that was made from a file of some bytes fewer or more than its sample has.
+/// The findings in a result whose damaged file has some bytes fewer or more than its sample.
 std::vector<std::string> findings_of(const std::string& extension, const Bytes& sample, const Bytes& result) {
     const TempDir folder;
     const auto put = [&](const char* name, const Bytes& bytes) {
@@ -66,19 +66,19 @@ std::vector<std::string> findings_of(const std::string& extension, const Bytes& 
         .findings;
 }
 
-TEST(JudgedCr3, TellsOneByteAndMoreInProperWords) {
+TEST(JudgedCr3, CountsBytesInTheSingularAndThePlural) {
     const Bytes photo = Cr3Photo({.pictures = true}).bytes;
     EXPECT_THAT(findings_of(".cr3", photo, part(photo, 0, photo.size() - 1)),
                 Contains("the damaged file is 1 byte shorter than its tables say"));
     EXPECT_THAT(findings_of(".cr3", photo, part(photo, 0, photo.size() - 2)),
                 Contains("the damaged file is 2 bytes shorter than its tables say"));
     EXPECT_THAT(findings_of(".cr3", photo, joined(photo, {1})),
-                Contains("1 byte stands behind the image data of the damaged file"));
+                Contains("1 byte follows the image data of the damaged file"));
     EXPECT_THAT(findings_of(".cr3", photo, joined(photo, {1, 1})),
-                Contains("2 bytes stand behind the image data of the damaged file"));
+                Contains("2 bytes follow the image data of the damaged file"));
 }
 
-TEST(JudgedArw, TellsOneByteAndMoreInProperWords) {
+TEST(JudgedArw, CountsBytesInTheSingularAndThePlural) {
     const TempDir folder;
     const Bytes photo = ArwPhoto().bytes;
     const auto result = folder / "result.arw";
@@ -88,8 +88,8 @@ TEST(JudgedArw, TellsOneByteAndMoreInProperWords) {
         write_file(result, part(photo, 0, photo.size() - fewer));
         return plate_mend::host::judge_raw({result, {}, sample, {}, filled}).findings;
     };
-    EXPECT_THAT(findings(0, 1), Contains("1 byte is lost; a zero stands for it at the end"));
-    EXPECT_THAT(findings(0, 2), Contains("2 bytes are lost; zeros stand for them at the end"));
+    EXPECT_THAT(findings(0, 1), Contains("1 byte is lost; a zero takes its place at the end"));
+    EXPECT_THAT(findings(0, 2), Contains("2 bytes are lost; zeros take their place at the end"));
 }
 
 } // namespace

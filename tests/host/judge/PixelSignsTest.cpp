@@ -14,7 +14,7 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-/// A photograph with harm done to its samples.
+/// A photograph whose samples are damaged by the tests.
 class Signs : public ::testing::Test {
   protected:
     static constexpr std::size_t kColumns = 640;
@@ -37,7 +37,7 @@ class Signs : public ::testing::Test {
         return &samples[row * kColumns + column];
     }
 
-    /// Values of any size the sensor can give.
+    /// Any value that the sensor can give.
     static std::uint16_t random(std::uint32_t& state) {
         state = state * 1664525U + 1013904223U;
         return static_cast<std::uint16_t>(state >> 18U);
@@ -79,7 +79,7 @@ TEST_F(Signs, ShortRunsAreNone) {
     EXPECT_THAT(found().findings, IsEmpty());
 }
 
-TEST_F(Signs, OverexposedPlaceIsNone) {
+TEST_F(Signs, OverexposedDiscIsNone) {
     // A bright disc, its edge in steps as an edge is.
     for (std::size_t y = 100; y < 300; ++y) {
         const auto off = static_cast<double>(y) - 200;
@@ -179,6 +179,18 @@ TEST(SignsOfSmallPictures, AreNotLookedFor) {
     EXPECT_THAT(find_signs({.samples = samples.data(), .stride = 10, .columns = 10, .rows = 10}).findings,
                 Contains(HasSubstr("too small")));
     EXPECT_THAT(find_signs({}).findings, Contains(HasSubstr("too small")));
+}
+
+TEST(SignsOfSmallPictures, NothingIsReadOutsideOfFewRowsAndNarrowTiles) {
+    const std::vector<std::uint16_t> samples(std::size_t{64} * 3, 600);
+    for (const std::size_t rows : {1U, 2U, 3U}) {
+        const SensorView view{
+            .samples = samples.data(), .stride = 64, .columns = 64, .rows = rows, .dx = 6, .dy = 6};
+        EXPECT_THAT(find_signs(view).findings, Contains(HasSubstr("too small"))) << rows << " rows";
+    }
+    const SensorView tiled{
+        .samples = samples.data(), .stride = 64, .columns = 64, .rows = 3, .tile_columns = 1};
+    EXPECT_THAT(find_signs(tiled).findings, ::testing::Not(Contains(HasSubstr("tiles"))));
 }
 
 } // namespace

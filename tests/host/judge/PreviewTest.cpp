@@ -34,9 +34,8 @@ TEST_P(Preview, IsNotWholeWithZerosInIt) {
     EXPECT_FALSE(is_whole());
 }
 
-// In the photographs of the other two formats, ORF and DNG, LibRaw does not take this picture for the
-// preview.
-INSTANTIATE_TEST_SUITE_P(Of, Preview, ::testing::Values("ARW", "SR2", "RAF", "CR2", "CR3", "NEF"),
+// In the ORF and DNG photographs LibRaw does not take this picture for the preview.
+INSTANTIATE_TEST_SUITE_P(Formats, Preview, ::testing::Values("ARW", "SR2", "RAF", "CR2", "CR3", "NEF"),
                          [](const auto& format) { return std::string(format.param); });
 
 } // namespace

@@ -34,10 +34,10 @@ class Promises : public ::testing::Test {
 
 TEST_F(Promises, KeptOne) {
     EXPECT_THAT(compared(kept).broken, IsEmpty());
-    EXPECT_EQ(compared(kept).behind, 0U);
+    EXPECT_EQ(compared(kept).bytes_after, 0U);
 }
 
-TEST_F(Promises, BlankedAndPatchedBytesInFrontAreKept) {
+TEST_F(Promises, BlankedAndPatchedBytesBeforeTheImageKeepIt) {
     Bytes result = zeroed(kept, 100, 200);
     put_bytes(result, 300, {1, 2, 3, 4});
     EXPECT_THAT(compared(result).broken, IsEmpty());
@@ -46,8 +46,8 @@ TEST_F(Promises, BlankedAndPatchedBytesInFrontAreKept) {
 TEST_F(Promises, ResultThatEndsTooEarlyIsNoticed) {
     EXPECT_THAT(compared(part(kept, 0, 1600)).broken,
                 ElementsAre("the file ends 100 bytes too early: was the disk full?"));
-    EXPECT_THAT(compared(part(kept, 0, 400)).broken, ElementsAre("the file ends in front of its image"));
-    EXPECT_THAT(compared({}).broken, ElementsAre("the file ends in front of its image"));
+    EXPECT_THAT(compared(part(kept, 0, 400)).broken, ElementsAre("the file ends before its image"));
+    EXPECT_THAT(compared({}).broken, ElementsAre("the file ends before its image"));
 }
 
 TEST_F(Promises, ForeignImageDataAreNoticed) {
@@ -56,7 +56,7 @@ TEST_F(Promises, ForeignImageDataAreNoticed) {
     EXPECT_THAT(compared(result).broken, ElementsAre("the image data are not those of the damaged file"));
 }
 
-TEST_F(Promises, ForeignFrontIsNoticed) {
+TEST_F(Promises, ForeignBytesBeforeTheImageAreNoticed) {
     sample = noise(200000, 1);
     const Bytes result = joined(noise(150000, 3), part(damaged, 700, 2000));
     write_file(folder / "sample", sample);
@@ -71,19 +71,19 @@ TEST_F(Promises, FilledBytesArePartOfNoPromise) {
     EXPECT_THAT(compared(joined(kept, Bytes(50)), "arw", 50).broken, IsEmpty());
 }
 
-TEST_F(Promises, BytesBehindAPartOfTheDamagedFileAreCounted) {
+TEST_F(Promises, BytesAfterAPartOfTheDamagedFileAreCounted) {
     const Bytes result = joined(part(sample, 0, 400), part(damaged, 700, 1900));
-    EXPECT_EQ(compared(result, "raf").behind, 100U);
+    EXPECT_EQ(compared(result, "raf").bytes_after, 100U);
     EXPECT_THAT(compared(result, "raf").broken, IsEmpty());
 }
 
 TEST_F(Promises, SlackIsNotCounted) {
     damaged = joined(part(damaged, 0, 1900), Bytes(2048 - 1900)); // Zeros up to a sector's end.
     const Bytes result = joined(part(sample, 0, 400), part(damaged, 700, 1900));
-    EXPECT_EQ(compared(result, "raf").behind, 0U);
+    EXPECT_EQ(compared(result, "raf").bytes_after, 0U);
 }
 
-TEST_F(Promises, TracksOfACr3MayStandInAnotherOrder) {
+TEST_F(Promises, TracksOfACr3MayBeInAnotherOrder) {
     const Bytes result =
         joined(joined(part(sample, 0, 400), part(damaged, 1200, 2000)), part(damaged, 700, 1200));
     EXPECT_THAT(compared(result, "cr3").broken, IsEmpty());

@@ -4,6 +4,7 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
+#include <libraw/libraw.h>
 
 namespace test {
 namespace {
@@ -42,7 +43,7 @@ TEST(RawDecoder, OpensNothingWithAnotherLibrary) {
     RawDecoder right;
     EXPECT_EQ(right.version_problem(), "");
     EXPECT_TRUE(right.open(file));
-    EXPECT_EQ(right.data().sizes.raw_width, ArwPhoto::Options{}.width);
+    EXPECT_EQ(right.sensor_columns(), ArwPhoto::Options{}.width);
 
     RawDecoder wrong(version(0, 21, 0));
     EXPECT_NE(wrong.version_problem(), "");

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "judge/signs/SensorView.h"
+#include "judge/signs/Sign.h"
+#include "judge/signs/Windows.h"
+
+namespace plate_mend::host {
+
+/// The first place from which all levels are displaced. Where that begins in the middle of a row, the right
+/// part of the row leaps, and the left part dy rows further down; a border in the picture does not do that.
+[[nodiscard]] Sign find_displacement(const SensorView& view, const Windows& windows);
+
+} // namespace plate_mend::host
