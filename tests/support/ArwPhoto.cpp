@@ -102,4 +102,19 @@ ArwPhoto::ArwPhoto(const Options& options) {
     bytes = tiff.bytes();
 }
 
+Bytes blanked(Bytes bytes, const ArwPhoto& photo) {
+    for (const std::uint32_t preview : photo.preview_offsets) {
+        bytes = zeroed(bytes, preview, preview + 30);
+    }
+    return bytes;
+}
+
+Bytes expected_output(const ArwPhoto& sample, const ArwPhoto& original, const Bytes& damaged) {
+    constexpr std::uint32_t kByteCount = 24 + 8; // Behind the start of the three entries.
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image_offset);
+    const std::uint32_t byte_count = original.strip_entries + kByteCount;
+    put_bytes(head, sample.strip_entries + kByteCount, part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image_offset, damaged.size()));
+}
+
 } // namespace test

@@ -32,4 +32,12 @@ struct ArwPhoto {
     std::uint32_t image_size = 0;
 };
 
+/// The same bytes, laid out as the photograph's, with the starts of its three pictures blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const ArwPhoto& photo);
+
+/// What a repair must write: the sample up to its image, blanked, with the byte count of the original, then
+/// the damaged file from the original's image on.
+[[nodiscard]] Bytes expected_output(const ArwPhoto& sample, const ArwPhoto& original, const Bytes& damaged);
+
 } // namespace test

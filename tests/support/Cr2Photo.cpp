@@ -4,6 +4,7 @@
 #include "support/Scene.h"
 
 #include <cmath>
+#include <utility>
 
 namespace test {
 
@@ -220,6 +221,17 @@ Cr2Photo::Cr2Photo(const Options& options) {
     small_offset = place(ifd2, kStripOffsets, kStripByteCounts, small);
     raw_offset = place(raw_ifd, kStripOffsets, kStripByteCounts, raw);
     bytes = tiff.bytes();
+}
+
+Bytes blanked(Bytes bytes, const Cr2Photo& photo) {
+    bytes = zeroed(std::move(bytes), photo.preview_offset, photo.preview_offset + 30);
+    bytes = zeroed(std::move(bytes), photo.thumbnail_offset, photo.thumbnail_offset + 30);
+    return zeroed(std::move(bytes), photo.small_offset, photo.small_offset + photo.small_size);
+}
+
+Bytes expected_output(const Cr2Photo& sample, const Cr2Photo& original, const Bytes& damaged) {
+    return joined(part(blanked(sample.bytes, sample), 0, sample.raw_offset),
+                  part(damaged, original.raw_offset, damaged.size()));
 }
 
 } // namespace test

@@ -40,4 +40,12 @@ struct Cr2Photo {
 [[nodiscard]] Bytes make_lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned columns,
                                        unsigned rows, unsigned bits);
 
+/// The same bytes, laid out as the photograph's, with the starts of its JPEGs and its small picture blanked:
+/// what a repair leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const Cr2Photo& photo);
+
+/// What a repair must write: the sample up to its raw data, blanked, then the damaged file from the
+/// original's raw data on.
+[[nodiscard]] Bytes expected_output(const Cr2Photo& sample, const Cr2Photo& original, const Bytes& damaged);
+
 } // namespace test

@@ -445,4 +445,8 @@ Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& tra
     return joined(joined(out, header), body);
 }
 
+Bytes expected_output(const Cr3Photo& sample, const Cr3Photo& original) {
+    return expected_cr3(sample, original.track(1), original.track(3));
+}
+
 } // namespace test

@@ -66,7 +66,9 @@ struct Cr3Photo {
     [[nodiscard]] std::size_t offset_entry(unsigned n) const;
 };
 
-/// What a repair must write with this sample and these bytes of tracks 1 and 3.
+/// What a repair must write with this sample and these bytes of tracks 1 and 3; and with those of the
+/// original.
 [[nodiscard]] Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& track3);
+[[nodiscard]] Bytes expected_output(const Cr3Photo& sample, const Cr3Photo& original);
 
 } // namespace test

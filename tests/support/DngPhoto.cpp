@@ -3,6 +3,8 @@
 #include "support/Jpeg.h"
 #include "support/Scene.h"
 
+#include <utility>
+
 namespace test {
 
 namespace {
@@ -245,6 +247,33 @@ std::uint32_t DngPhoto::offset_slot(std::size_t tile) const {
 
 std::uint32_t DngPhoto::byte_count_slot(std::size_t tile) const {
     return list_of(*this, main_ifd, kTileByteCounts) + 4 * static_cast<std::uint32_t>(tile);
+}
+
+Bytes blanked(Bytes bytes, const DngPhoto& photo) {
+    for (const std::uint32_t preview : photo.preview_offsets) {
+        bytes = zeroed(std::move(bytes), preview, preview + 30);
+    }
+    return bytes;
+}
+
+Bytes patched(const DngPhoto& sample, const DngPhoto& original) {
+    Bytes bytes = blanked(sample.bytes, sample);
+    std::uint32_t offset = sample.tile_offsets[0];
+    for (std::size_t tile = 0; tile < sample.tiles(); ++tile) {
+        put_u32(bytes, sample.offset_slot(tile), offset, sample.order);
+        put_u32(bytes, sample.byte_count_slot(tile), original.tile_byte_counts[tile], sample.order);
+        offset += original.tile_byte_counts[tile];
+    }
+    return bytes;
+}
+
+std::size_t end_of_tiles(const DngPhoto& photo) {
+    return photo.tile_offsets.back() + photo.tile_byte_counts.back();
+}
+
+Bytes expected_output(const DngPhoto& sample, const DngPhoto& original, const Bytes& damaged) {
+    return joined(part(patched(sample, original), 0, sample.tile_offsets[0]),
+                  part(damaged, original.tile_offsets[0], end_of_tiles(original)));
 }
 
 } // namespace test

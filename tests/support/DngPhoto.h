@@ -49,4 +49,19 @@ struct DngPhoto {
     std::vector<std::uint32_t> tile_byte_counts;
 };
 
+/// The same bytes, laid out as the photograph's, with the starts of its previews blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const DngPhoto& photo);
+
+/// The working copy before it is copied: blanked, with tables of the original's tiles end to end from the
+/// sample's first tile on.
+[[nodiscard]] Bytes patched(const DngPhoto& sample, const DngPhoto& original);
+
+/// Where the last tile ends.
+[[nodiscard]] std::size_t end_of_tiles(const DngPhoto& photo);
+
+/// What a repair must write: the patched sample up to its first tile, then the damaged file's bytes at the
+/// place of the original's tiles.
+[[nodiscard]] Bytes expected_output(const DngPhoto& sample, const DngPhoto& original, const Bytes& damaged);
+
 } // namespace test

@@ -3,6 +3,8 @@
 #include "support/Jpeg.h"
 #include "support/Scene.h"
 
+#include <utility>
+
 namespace test {
 
 namespace {
@@ -126,6 +128,16 @@ NefPhoto::NefPhoto(const Options& options) {
     preview_offset = place(preview_ifd, kJpegOffset, kJpegLength, preview);
     raw_offset = place(raw_ifd, kStripOffsets, kStripByteCounts, raw);
     bytes = tiff.bytes();
+}
+
+Bytes blanked(Bytes bytes, const NefPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumbnail_offset, photo.thumbnail_offset + photo.thumbnail_size);
+    return zeroed(std::move(bytes), photo.preview_offset, photo.preview_offset + 30);
+}
+
+Bytes expected_output(const NefPhoto& sample, const NefPhoto& original, const Bytes& damaged) {
+    return joined(part(blanked(sample.bytes, sample), 0, sample.raw_offset),
+                  part(damaged, original.raw_offset, damaged.size()));
 }
 
 } // namespace test

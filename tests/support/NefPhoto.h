@@ -34,4 +34,12 @@ struct NefPhoto {
     std::uint32_t raw_size = 0;
 };
 
+/// The same bytes, laid out as the photograph's, with its thumbnail and the start of its preview blanked:
+/// what a repair leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const NefPhoto& photo);
+
+/// What a repair must write: the sample up to its raw data, blanked, then the damaged file from the
+/// original's raw data on.
+[[nodiscard]] Bytes expected_output(const NefPhoto& sample, const NefPhoto& original, const Bytes& damaged);
+
 } // namespace test

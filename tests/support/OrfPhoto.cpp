@@ -4,6 +4,7 @@
 #include "support/Scene.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace test {
 
@@ -97,6 +98,18 @@ OrfPhoto make_orf(const OrfOptions& options) {
     photo.bytes = file.bytes();
     put_text(photo.bytes, 2, options.order == ByteOrder::kLittle ? "RO" : "OR");
     return photo;
+}
+
+Bytes blanked(Bytes bytes, const OrfPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
+    return zeroed(std::move(bytes), photo.preview, photo.preview + 30);
+}
+
+Bytes expected_output(const OrfPhoto& sample, const OrfPhoto& original, const Bytes& damaged) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
+    const std::uint32_t byte_count = original.ifd0.value(279);
+    put_bytes(head, sample.ifd0.value(279), part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

@@ -40,4 +40,12 @@ struct OrfPhoto {
 
 [[nodiscard]] OrfPhoto make_orf(const OrfOptions& options = {});
 
+/// The same bytes, laid out as the photograph's, with the starts of its two pictures blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const OrfPhoto& photo);
+
+/// What a repair must write: the sample up to its image, blanked, with the byte count of the original, then
+/// the damaged file from the original's image on.
+[[nodiscard]] Bytes expected_output(const OrfPhoto& sample, const OrfPhoto& original, const Bytes& damaged);
+
 } // namespace test

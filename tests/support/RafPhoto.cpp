@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace test {
 
@@ -210,6 +211,21 @@ RafPhoto::RafPhoto(const Options& options) {
     strip_byte_counts_entry = second_header + raw_ifd.entry(kRawLength);
     image_offset = second_header + image_in_raw;
     put_header_offset(2, second_header, raw.bytes().size());
+}
+
+Bytes blanked(Bytes bytes, const RafPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumb, photo.thumb + photo.thumb_size);
+    return zeroed(std::move(bytes), photo.dht, photo.dqt + 2);
+}
+
+Bytes expected_output(const RafPhoto& sample, std::uint32_t length, const Bytes& raw_data) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image_offset);
+    put_u32(head, sample.strip_byte_counts_entry + 8, length, ByteOrder::kLittle);
+    return joined(head, raw_data);
+}
+
+Bytes expected_output(const RafPhoto& sample, const RafPhoto& original, const Bytes& damaged) {
+    return expected_output(sample, original.image_size, part(damaged, original.image_offset, damaged.size()));
 }
 
 } // namespace test

@@ -43,4 +43,13 @@ struct RafPhoto {
     std::uint32_t image_size = 0;
 };
 
+/// The same bytes, laid out as the photograph's, with its thumbnail and its Huffman tables blanked: what a
+/// repair leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const RafPhoto& photo);
+
+/// What a repair must write: the sample up to its raw data, blanked, with this length, then the raw data; and
+/// the same with the length and the raw data of the original.
+[[nodiscard]] Bytes expected_output(const RafPhoto& sample, std::uint32_t length, const Bytes& raw_data);
+[[nodiscard]] Bytes expected_output(const RafPhoto& sample, const RafPhoto& original, const Bytes& damaged);
+
 } // namespace test

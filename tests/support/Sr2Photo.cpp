@@ -3,6 +3,8 @@
 #include "support/Jpeg.h"
 #include "support/Scene.h"
 
+#include <utility>
+
 namespace test {
 
 namespace {
@@ -84,6 +86,18 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     file.set_value(photo.sub_ifd, 273, photo.image);
     photo.bytes = file.bytes();
     return photo;
+}
+
+Bytes blanked(Bytes bytes, const Sr2Photo& photo) {
+    bytes = zeroed(std::move(bytes), photo.preview, photo.preview + 30);
+    return zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
+}
+
+Bytes expected_output(const Sr2Photo& sample, const Sr2Photo& original, const Bytes& damaged) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
+    const std::uint32_t byte_count = original.sub_ifd.value(279);
+    put_bytes(head, sample.sub_ifd.value(279), part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

@@ -41,4 +41,12 @@ struct Sr2Photo {
 
 [[nodiscard]] Sr2Photo make_sr2(const Sr2Options& options = {});
 
+/// The same bytes, laid out as the photograph's, with the starts of its two pictures blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const Sr2Photo& photo);
+
+/// What a repair must write: the sample up to its image, blanked, with the byte count of the original, then
+/// the damaged file from the original's image on.
+[[nodiscard]] Bytes expected_output(const Sr2Photo& sample, const Sr2Photo& original, const Bytes& damaged);
+
 } // namespace test

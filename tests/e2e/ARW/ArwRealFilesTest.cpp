@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
@@ -12,10 +13,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/ARW/ArwRepair.cpp";
-constexpr const char* kFunction = "ArwRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "arw file clone success");
+const RepairLog kLog = repair_log("arw");
 
 // The A330's head. IFD 0 and IFD 1 are its whole chain; its Sub IFD stands at 92704.
 constexpr std::size_t kA330StripEntries = 92922;
@@ -56,31 +54,28 @@ TEST_F(ArwRealFiles, SonyA330HeadAloneIsNoSample) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a330-head.arw");
     // All directories are there, but IFD 0's preview lies behind the end.
     EXPECT_EQ(advance("arw", head, head), -1123);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "sample offset error is Access out of range")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("sample offset error is Access out of range")));
 }
 
 TEST_F(ArwRealFiles, SonyA7M3HeadEndsInFrontOfItsIfd1) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a7m3-head.arw");
     EXPECT_EQ(advance("arw", head, head), -1123); // IFD 1 would bound the search in IFD 0.
-    EXPECT_THAT(lines(),
-                ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                               "sample parameter error is Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned,
+                                     kLog.failed("sample parameter error is Visiting beyond boundaries")));
 }
 
 TEST_F(ArwRealFiles, SonyA7M3FilledWithZerosHasNoStripEntries) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a7m3-head.arw");
     // Long enough for all that IFD 0 names: the Sub IFD at 133316 is found, empty, and nothing behind it.
     EXPECT_EQ(advance("arw", head, joined(head, Bytes(200000))), -1126);
-    EXPECT_THAT(lines(), ElementsAre(kCloned));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned));
 }
 
 TEST_F(ArwRealFiles, SonyZvE10HeadEndsInFrontOfItsSubIfd) {
     REAL_FILE_OR_SKIP(head, "arw/sony-zv-e10-head.arw");
     EXPECT_EQ(advance("arw", head, head), -1123);
-    EXPECT_THAT(lines(),
-                ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                               "sample parameter error is Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned,
+                                     kLog.failed("sample parameter error is Visiting beyond boundaries")));
 }
 
 TEST_F(ArwRealFiles, SonyZvE10WithASubIfdOfItsKindIsASample) {

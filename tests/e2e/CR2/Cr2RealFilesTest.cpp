@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/Cr2Photo.h"
 #include "support/RawDecode.h"
@@ -14,10 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/CR2/Cr2Repair.cpp";
-constexpr const char* kFunction = "Cr2Repair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "cr2 file clone success");
+const RepairLog kLog = repair_log("cr2");
 
 // Where the S90's directories put things.
 constexpr std::size_t kExifEntry = 186; // The last of IFD 0: this camera writes no GPSInfo.
@@ -95,9 +93,8 @@ TEST_F(Cr2RealFiles, CanonS90WithoutGpsInfoIsNoSample) {
     // The tag's bytes stand in the thumbnail, and what follows them is no entry.
     const Bytes sample = completed(head, 1);
     EXPECT_EQ(advance("cr2", sample, sample), -1052);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 sample repaired failed, reason is "
-                                                        "Data is illegal")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
+                                                              "Data is illegal")));
     EXPECT_EQ(work_file("temp.cr2"), zeroed(sample, kPreview, kPreview + 30));
 }
 
@@ -105,18 +102,16 @@ TEST_F(Cr2RealFiles, CanonS90HeadAloneIsNoSample) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
     // IFD 2's picture lies behind the end.
     EXPECT_EQ(advance("cr2", head, with_gps(head)), -1052);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 sample repaired failed, reason is "
-                                                        "Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
+                                                              "Visiting beyond boundaries")));
 }
 
 TEST_F(Cr2RealFiles, CanonS90HeadAloneHasNoRawData) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
     const Bytes sample = completed(with_gps(head), 1);
     EXPECT_EQ(advance("cr2", head, sample), -1054);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 merge data failed, reason is "
-                                                        "Access out of range")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 merge data failed, reason is "
+                                                              "Access out of range")));
     EXPECT_EQ(output(), part(spoiled(sample), 0, kRaw));
 }
 

@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/Cr3Photo.h"
 #include "support/RealFiles.h"
@@ -13,15 +14,12 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/CR3/Cr3Repair.cpp";
-constexpr const char* kFunction = "Cr3Repair::AdvanceRepair";
+const RepairLog kLog = repair_log("cr3");
 constexpr ByteOrder kBig = ByteOrder::kBig;
 
-const auto kRepaired = InformationLine(kFunction, "cr3 file advanced repair successfully");
-const auto kIllegalSample =
-    ErrorLine(kSource, kFunction, "sample file data corrupted, reason is Data is illegal");
-const auto kNoImage = ErrorLine(kSource, kFunction,
-                                "corrupt file can not found img data, reason is Visiting beyond boundaries");
+const auto kIllegalSample = kLog.failed("sample file data corrupted, reason is Data is illegal");
+const auto kNoImage =
+    kLog.failed("corrupt file can not found img data, reason is Visiting beyond boundaries");
 
 class Cr3RealFiles : public RepairFixture {
   protected:
@@ -84,7 +82,7 @@ TEST_F(Cr3RealFiles, CanonR6CompletedGivesItsTracks) {
     const Cr3Photo r6 = completed_r6(head, 3);
     EXPECT_EQ(advance("cr3", r6.bytes, photo.bytes), 0);
     EXPECT_EQ(output(), expected_cr3(photo, r6.track(1), r6.track(3)));
-    EXPECT_THAT(lines(), ElementsAre(kRepaired));
+    EXPECT_THAT(lines(), ElementsAre(kLog.repaired));
 }
 
 TEST_F(Cr3RealFiles, CanonEosRAsADamagedFileHasNoImageData) {
@@ -113,7 +111,7 @@ TEST_F(Cr3RealFiles, CanonM50GivesFifteenBytesOfEachTrack) {
     EXPECT_EQ(advance("cr3", file, photo.bytes), 0);
     EXPECT_EQ(output(),
               expected_cr3(photo, part(file, kTrack1, kTrack1 + 15), part(file, kTrack3, kTrack3 + 15)));
-    EXPECT_THAT(lines(), ElementsAre(kRepaired));
+    EXPECT_THAT(lines(), ElementsAre(kLog.repaired));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/DngPhoto.h"
 #include "support/Jpeg.h"
@@ -17,13 +18,10 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/DNG/DngRepair.cpp";
-constexpr const char* kFunction = "DngRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "dng file clone success");
+const RepairLog kLog = repair_log("dng");
 
 auto failed(const std::string& reason) {
-    return ElementsAre(kCloned, ErrorLine(kSource, kFunction, "DNG repaired failed, reason is " + reason));
+    return ElementsAre(kLog.cloned, kLog.failed("DNG repaired failed, reason is " + reason));
 }
 
 /// Two tiles, and where the two lists of them stand.

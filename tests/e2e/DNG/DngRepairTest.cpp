@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/DngPhoto.h"
 #include "support/Jpeg.h"
@@ -10,19 +11,13 @@
 namespace test {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-constexpr const char* kSource = "src/DNG/DngRepair.cpp";
-constexpr const char* kFunction = "DngRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "dng file clone success");
-const auto kRepaired = InformationLine(kFunction, "DNG repaired success");
+const RepairLog kLog = repair_log("dng");
 
 /// The lines of a repair that failed behind the clone. The reasons are the constant texts of the exceptions.
 auto failed(const std::string& reason) {
-    return ElementsAre(kCloned, ErrorLine(kSource, kFunction, "DNG repaired failed, reason is " + reason));
+    return ElementsAre(kLog.cloned, kLog.failed("DNG repaired failed, reason is " + reason));
 }
 constexpr const char* kIllegal = "Data is illegal";
 constexpr const char* kNotFound = "Data can not found";
@@ -34,31 +29,6 @@ std::string name_of(const ::testing::TestParamInfo<ByteOrder>& order) {
 }
 
 // Photographs. The picture is the judge.
-
-/// The sample with its previews blanked, and with the tables of the damaged photograph's tiles when they lie
-/// end to end from the sample's first tile on.
-Bytes patched_clone(const DngPhoto& sample, const DngPhoto& damaged_photo) {
-    Bytes clone = sample.bytes;
-    for (const std::uint32_t preview : sample.preview_offsets) {
-        clone = zeroed(clone, preview, preview + 30);
-    }
-    std::uint32_t offset = sample.tile_offsets[0];
-    for (std::size_t tile = 0; tile < sample.tiles(); ++tile) {
-        put_u32(clone, sample.offset_slot(tile), offset, sample.order);
-        put_u32(clone, sample.byte_count_slot(tile), damaged_photo.tile_byte_counts[tile], sample.order);
-        offset += damaged_photo.tile_byte_counts[tile];
-    }
-    return clone;
-}
-
-std::size_t end_of_tiles(const DngPhoto& photo) {
-    return photo.tile_offsets.back() + photo.tile_byte_counts.back();
-}
-
-Bytes expected_output(const DngPhoto& sample, const DngPhoto& damaged_photo, const Bytes& damaged) {
-    return joined(part(patched_clone(sample, damaged_photo), 0, sample.tile_offsets[0]),
-                  part(damaged, damaged_photo.tile_offsets[0], end_of_tiles(damaged_photo)));
-}
 
 class DngPicture : public RepairFixture, public ::testing::WithParamInterface<ByteOrder> {
   protected:
@@ -207,19 +177,6 @@ class DngRepairs : public RepairFixture {
     DngPhoto damaged_photo{DngPhoto::Options{.number = 2, .private_data = 4096}};
 };
 
-TEST_F(DngRepairs, SuccessLogsTwoLinesAndRemovesTheClone) {
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
-TEST_F(DngRepairs, InputsAreNotChanged) {
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(read_file(damaged_path), damaged_photo.bytes);
-    EXPECT_EQ(read_file(sample_path), sample_photo.bytes);
-}
-
 TEST_F(DngRepairs, WhatFollowsTheLastTileIsLostInBothFiles) {
     EXPECT_EQ(advance("dng", joined(damaged_photo.bytes, noise(1000, 1)),
                       joined(sample_photo.bytes, noise(1000, 2))),
@@ -232,91 +189,6 @@ TEST_F(DngRepairs, SampleOfAnotherSizeButAsManyTilesIsNotNoticed) {
         DngPhoto::Options{.number = 3, .width = 96, .height = 64, .tile_width = 32, .tile_height = 32});
     EXPECT_EQ(advance("dng", damaged_photo.bytes, other.bytes), 0);
     EXPECT_EQ(output(), expected_output(other, damaged_photo, damaged_photo.bytes));
-}
-
-// Inputs that are missing or empty.
-
-TEST_F(DngRepairs, MissingDamagedFileIsSilentAndTheOldOutputIsGone) {
-    write_file(folder / "output.dng", {1});
-    write_file(work / "temp.dng", {2});
-    EXPECT_EQ(advance("dng", std::nullopt, sample_photo.bytes), -1021);
-    EXPECT_EQ(output(), std::nullopt);
-    EXPECT_THAT(lines(), IsEmpty());
-    EXPECT_EQ(work_file("temp.dng"), Bytes{2}) << "an older temporary file is not touched";
-}
-
-TEST_F(DngRepairs, MissingSampleIsSilentAndTheOldOutputIsGone) {
-    write_file(folder / "output.dng", {1});
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, std::nullopt), -1021);
-    EXPECT_EQ(output(), std::nullopt);
-    EXPECT_THAT(lines(), IsEmpty());
-}
-
-TEST_F(DngRepairs, OutputThatIsTheDamagedFileAndTheSampleIsRemovedAndThenMissing) {
-    const fs::path same = folder / "photo.dng";
-    write_file(same, sample_photo.bytes);
-    EXPECT_EQ(advance(same, same, same), -1021);
-    EXPECT_FALSE(fs::exists(same));
-}
-
-TEST_F(DngRepairs, OutputThatIsADirectoryIsRemovedWithItsContents) {
-    fs::create_directories(folder / "output.dng" / "below");
-    write_file(folder / "output.dng" / "below" / "file", {1});
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
-}
-
-TEST_F(DngRepairs, EmptySampleFailsInItsHeader) {
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, Bytes{}), -1023);
-    EXPECT_THAT(lines(), failed(kOutOfRange));
-    EXPECT_THAT(work_files(), ElementsAre("temp.dng"));
-}
-
-TEST_F(DngRepairs, EmptyDamagedFileIsMismatchingAndNothingIsPatched) {
-    EXPECT_EQ(advance("dng", Bytes{}, sample_photo.bytes), -1026);
-    EXPECT_THAT(lines(), failed(kMismatching));
-    EXPECT_EQ(output(), std::nullopt);
-    EXPECT_EQ(work_file("temp.dng"), patched_clone(sample_photo, sample_photo)) << "only blanked";
-}
-
-TEST_F(DngRepairs, DamagedFileThatIsADirectoryIsTakenForAnEmptyOne) {
-    fs::create_directory(folder / "damaged.dng");
-    EXPECT_EQ(advance("dng", std::nullopt, sample_photo.bytes), -1026);
-    EXPECT_THAT(lines(), failed(kMismatching));
-}
-
-TEST_F(DngRepairs, SampleStagesAreWholeBeforeTheDamagedFileIsLookedAt) {
-    EXPECT_EQ(advance("dng", Bytes{}, Bytes{1, 2, 3}), -1023);
-    EXPECT_THAT(lines(), failed(kIllegal));
-}
-
-// The clone.
-
-TEST_F(DngRepairs, SampleThatIsADirectoryFailsToClone) {
-    fs::create_directory(folder / "sample.dng");
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, std::nullopt), -1022);
-    EXPECT_THAT(lines(), ElementsAre(ErrorLine(kSource, kFunction, "dng file clone faild")));
-}
-
-TEST_F(DngRepairs, MissingWorkDirectoryFailsToClone) {
-    fs::remove(work);
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), -1022);
-    EXPECT_THAT(lines(), ElementsAre(ErrorLine(kSource, kFunction, "dng file clone faild")));
-    EXPECT_FALSE(fs::exists(work)) << "the library does not make it";
-}
-
-TEST_F(DngRepairs, StaleCloneIsClearedAndTheRepairWorks) {
-    EXPECT_EQ(advance("dng", Bytes{}, sample_photo.bytes), -1026);
-    ASSERT_THAT(work_files(), ElementsAre("temp.dng"));
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
-TEST_F(DngRepairs, StaleCloneThatIsADirectoryIsClearedToo) {
-    fs::create_directories(work / "temp.dng" / "below");
-    EXPECT_EQ(advance("dng", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_THAT(work_files(), IsEmpty());
 }
 
 // Files of a few hundred bytes, of which every field can be set.
@@ -555,31 +427,9 @@ TEST_P(DngTables, EndOfTheBlockDoesNotWrap) {
     EXPECT_THAT(lines(), failed(kOutOfRange));
 }
 
-TEST_P(DngTables, OutputThatDoesNotOpenGoesUnnoticed) {
-    write_file(folder / "damaged.dng", damaged.bytes);
-    write_file(folder / "sample.dng", sample.bytes);
-    EXPECT_EQ(advance(folder / "damaged.dng", folder / "sample.dng", folder / "missing" / "output.dng"), 0);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
 // Failures in the sample.
 
-TEST_P(DngTables, SampleWithABadHeader) {
-    for (const std::size_t damaged_byte : {0U, 2U, 3U}) {
-        reset_stand_ins();
-        Bytes bad = sample.bytes;
-        bad[damaged_byte] = 0x77;
-        EXPECT_EQ(advance("dng", damaged.bytes, bad), -1023);
-        EXPECT_THAT(lines(), failed(kIllegal));
-        EXPECT_EQ(work_file("temp.dng"), bad);
-    }
-}
-
-TEST_P(DngTables, SampleThatEndsInItsHeader) {
-    EXPECT_EQ(advance("dng", damaged.bytes, part(sample.bytes, 0, 7)), -1023);
-    EXPECT_THAT(lines(), failed(kOutOfRange));
-    reset_stand_ins();
+TEST_P(DngTables, SampleThatEndsWithItsHeader) {
     EXPECT_EQ(advance("dng", damaged.bytes, part(sample.bytes, 0, 8)), -1023);
     EXPECT_THAT(lines(), failed(kNotFound)) << "the first directory is at the end";
 }
@@ -820,7 +670,7 @@ TEST_P(DngScan, FalseHitWithABadTypeIsPassedOverSilently) {
     put_entry(50, 254, 99, 1, 0);
     put_good_entries(200);
     expect_repaired();
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired));
 }
 
 TEST_P(DngScan, EntryOfAReducedImageIsPassedOver) {

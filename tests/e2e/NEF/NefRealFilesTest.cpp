@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/NefPhoto.h"
 #include "support/RawDecode.h"
@@ -14,11 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* kSource = "src/NEF/NefRepair.cpp";
-constexpr const char* kFunction = "NefRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "nef file clone success");
-const auto kRepaired = InformationLine(kFunction, "nef repaired success");
+const RepairLog kLog = repair_log("nef");
 
 // Where the D1's directories put things.
 constexpr std::size_t kSubIfdsEntry = 238;
@@ -86,7 +83,7 @@ class NefRealFiles : public RepairFixture {
         const Bytes damaged = zeroed(original, 0, kMainEntry);
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
         ASSERT_EQ(advance("nef", damaged, sample), 0);
-        EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
+        EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired));
         EXPECT_THAT(work_files(), IsEmpty());
         EXPECT_EQ(output(),
                   joined(part(spoiled(sample), 0, raw_offset), part(original, raw_offset, original.size())));
@@ -120,9 +117,8 @@ TEST_F(NefRealFiles, NikonD1AsItStandsIsNoSample) {
     REAL_FILE_OR_SKIP(photo, "nef/nikon-d1.nef");
     // Its one sub-directory holds no JPEG, and the bytes that look like the tag are no entry.
     EXPECT_EQ(advance("nef", photo, photo), -1062);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "nef sample repaired failed, reason is "
-                                                        "Data is illegal")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("nef sample repaired failed, reason is "
+                                                              "Data is illegal")));
     EXPECT_EQ(work_file("temp.nef"), spoiled(photo));
 }
 

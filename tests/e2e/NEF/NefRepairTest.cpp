@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/Jpeg.h"
 #include "support/NefPhoto.h"
@@ -9,39 +10,18 @@
 namespace test {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-constexpr const char* kSource = "src/NEF/NefRepair.cpp";
-constexpr const char* kFunction = "NefRepair::AdvanceRepair";
+const RepairLog kLog = repair_log("nef");
 
-const auto kCloned = InformationLine(kFunction, "nef file clone success");
-const auto kRepaired = InformationLine(kFunction, "nef repaired success");
-
-auto failed(const std::string& text) {
-    return ErrorLine(kSource, kFunction, text);
-}
 auto sample_failed(const std::string& reason) {
-    return ElementsAre(kCloned, failed("nef sample repaired failed, reason is " + reason));
+    return ElementsAre(kLog.cloned, kLog.failed("nef sample repaired failed, reason is " + reason));
 }
 auto damaged_failed(const std::string& reason) {
-    return ElementsAre(kCloned, failed("nef damaged repaired failed, reason is " + reason));
+    return ElementsAre(kLog.cloned, kLog.failed("nef damaged repaired failed, reason is " + reason));
 }
 auto raw_not_found() {
-    return ElementsAre(kCloned, failed("nef cannot find raw offset, reason is Data can not found"));
-}
-
-/// The sample with its two pictures spoiled.
-Bytes spoiled(Bytes bytes, const NefPhoto& photo) {
-    bytes = zeroed(bytes, photo.thumbnail_offset, photo.thumbnail_offset + photo.thumbnail_size);
-    return zeroed(bytes, photo.preview_offset, photo.preview_offset + 30);
-}
-
-/// What a repair must write: the spoiled sample up to its raw data, then the damaged file from its own on.
-Bytes expected_output(const NefPhoto& sample, const NefPhoto& damaged_photo, const Bytes& damaged) {
-    return joined(part(spoiled(sample.bytes, sample), 0, sample.raw_offset),
-                  part(damaged, damaged_photo.raw_offset, damaged.size()));
+    return ElementsAre(kLog.cloned, kLog.failed("nef cannot find raw offset, reason is Data can not found"));
 }
 
 /// A big-endian entry.
@@ -113,19 +93,6 @@ TEST_P(NefPicture, IsWholeAgainWithEverythingInFrontOfTheSecondSubDirectoryDestr
     }
 }
 
-TEST_F(NefRepairs, SuccessLogsTwoLinesAndRemovesTheClone) {
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
-TEST_F(NefRepairs, InputsAreNotChanged) {
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(read_file(damaged_path), damaged_photo.bytes);
-    EXPECT_EQ(read_file(sample_path), sample_photo.bytes);
-}
-
 TEST_F(NefRepairs, PreviewOfTheSampleIsSpoiled) {
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
     ASSERT_TRUE(output().has_value());
@@ -168,7 +135,7 @@ TEST_F(NefRepairs, FalseHitsInFrontOfTheTrueOneAreSurvived) {
     put_bytes(damaged, main_entry - 2, {0, 0xFE});           // Right in front of the true one.
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired)) << "silently";
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired)) << "silently";
 }
 
 TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItStands) {
@@ -176,7 +143,7 @@ TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItStands) {
     put_bytes(damaged, 0, entry_bytes(254, 12, 0xFFFFFFFF, 0));
     put_bytes(damaged, 500, entry_bytes(273, 1, 2, 5000));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), joined(part(spoiled(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
+    EXPECT_EQ(output(), joined(part(blanked(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
                                part(damaged, 5000, damaged.size())));
 }
 
@@ -186,7 +153,7 @@ TEST_F(NefRepairs, DamagedFileWithoutAnEntryOfValueZeroIsNotFound) {
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
     EXPECT_THAT(lines(), raw_not_found());
     EXPECT_EQ(output(), std::nullopt);
-    EXPECT_EQ(work_file("temp.nef"), spoiled(sample_photo.bytes, sample_photo));
+    EXPECT_EQ(work_file("temp.nef"), blanked(sample_photo.bytes, sample_photo));
 }
 
 TEST_F(NefRepairs, DamagedFileWithoutTheTagIsNotFound) {
@@ -267,77 +234,11 @@ TEST_F(NefRepairs, ShortValueOfABigEndianFileIsShifted) {
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1065) << "65536 lies past the end";
     damaged.resize(65536 + 10);
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), joined(part(spoiled(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
+    EXPECT_EQ(output(), joined(part(blanked(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
                                part(damaged, 65536, damaged.size())));
 }
 
-// Inputs that are missing or empty, and the clone.
-
-TEST_F(NefRepairs, MissingInputIsSilentAndTheOldOutputIsGone) {
-    write_file(folder / "output.nef", {1});
-    write_file(work / "temp.nef", {2});
-    EXPECT_EQ(advance("nef", std::nullopt, sample_photo.bytes), -1060);
-    EXPECT_EQ(output(), std::nullopt);
-    EXPECT_EQ(work_file("temp.nef"), Bytes{2}) << "an older temporary file is not touched";
-
-    write_file(folder / "output.nef", {1});
-    fs::remove(sample_path);
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, std::nullopt), -1060);
-    EXPECT_EQ(output(), std::nullopt);
-    EXPECT_THAT(lines(), IsEmpty());
-}
-
-TEST_F(NefRepairs, EmptySampleIsToldWithoutAReason) {
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, Bytes{}), -1062);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, failed("nef sample repaired failed")));
-    EXPECT_EQ(work_file("temp.nef"), Bytes{});
-}
-
-TEST_F(NefRepairs, EmptyDamagedFileIsToldWithoutAReason) {
-    EXPECT_EQ(advance("nef", Bytes{}, sample_photo.bytes), -1064);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, failed("nef damaged repaired failed")));
-    EXPECT_EQ(work_file("temp.nef"), spoiled(sample_photo.bytes, sample_photo));
-}
-
-TEST_F(NefRepairs, SampleStageIsWholeBeforeTheDamagedFileIsMapped) {
-    EXPECT_EQ(advance("nef", Bytes{}, Bytes{1, 2, 3}), -1062);
-    EXPECT_THAT(lines(), sample_failed("Data is illegal"));
-}
-
-TEST_F(NefRepairs, SampleThatIsADirectoryFailsToClone) {
-    fs::create_directory(folder / "sample.nef");
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, std::nullopt), -1061);
-    EXPECT_THAT(lines(), ElementsAre(failed("nef file clone faild")));
-}
-
-TEST_F(NefRepairs, MissingWorkDirectoryFailsToClone) {
-    fs::remove(work);
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), -1061);
-    EXPECT_THAT(lines(), ElementsAre(failed("nef file clone faild")));
-}
-
-TEST_F(NefRepairs, StaleCloneIsClearedAndTheRepairWorks) {
-    EXPECT_EQ(advance("nef", Bytes{}, sample_photo.bytes), -1064);
-    ASSERT_THAT(work_files(), ElementsAre("temp.nef"));
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
 // Failures in the sample.
-
-TEST_F(NefRepairs, SampleThatIsNoTiffIsIllegal) {
-    for (const std::size_t offset : {0U, 2U, 4U}) { // Byte order, version, first directory.
-        reset_stand_ins();
-        EXPECT_EQ(advance("nef", damaged_photo.bytes, zeroed(sample_photo.bytes, offset, offset + 4)), -1062);
-        EXPECT_THAT(lines(), sample_failed("Data is illegal"));
-    }
-}
-
-TEST_F(NefRepairs, SampleThatEndsInItsHeaderIsOutOfRange) {
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, part(sample_photo.bytes, 0, 7)), -1062);
-    EXPECT_THAT(lines(), sample_failed("Access out of range"));
-}
 
 TEST_F(NefRepairs, SampleWithItsFirstDirectoryPastItsEndHasNoStrip) {
     EXPECT_EQ(advance_with_sample(4, sample_size), -1062);
@@ -358,7 +259,7 @@ TEST_F(NefRepairs, SampleWithOneSubDirectoryIsOutOfRangeAndItsPreviewIsBlanked) 
     put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 1, sample_photo.preview_ifd.offset));
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
     EXPECT_THAT(lines(), sample_failed("Access out of range"));
-    EXPECT_EQ(work_file("temp.nef"), spoiled(sample, sample_photo));
+    EXPECT_EQ(work_file("temp.nef"), blanked(sample, sample_photo));
     EXPECT_EQ(read_file(sample_path), sample) << "the user's file is not touched";
 }
 
@@ -371,7 +272,7 @@ TEST_F(NefRepairs, SampleWithThreeSubDirectoriesIsReadByItsSecond) {
     put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 3, list));
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), 0);
     EXPECT_EQ(output(),
-              joined(part(spoiled(sample, sample_photo), 0, sample_photo.raw_offset),
+              joined(part(blanked(sample, sample_photo), 0, sample_photo.raw_offset),
                      part(damaged_photo.bytes, damaged_photo.raw_offset, damaged_photo.bytes.size())));
 }
 
@@ -437,12 +338,12 @@ class NefMerge : public NefRepairs {
         damaged = damaged_photo.bytes;
         put_u32(sample, sample_photo.raw_ifd.value(273), sample_raw, ByteOrder::kBig);
         put_u32(damaged, strip_entry + 8, damaged_raw, ByteOrder::kBig);
-        patched = spoiled(sample, sample_photo);
+        patched = blanked(sample, sample_photo);
         return advance("nef", damaged, sample);
     }
 
     [[nodiscard]] static auto merge_failed() {
-        return ElementsAre(kCloned, failed("nef merge data failed, reason is Access out of range"));
+        return ElementsAre(kLog.cloned, kLog.failed("nef merge data failed, reason is Access out of range"));
     }
 
     std::uint32_t damaged_size = static_cast<std::uint32_t>(damaged_photo.bytes.size());
@@ -492,21 +393,6 @@ TEST_F(NefMerge, DamagedOffsetPastItsEndLeavesTheSamplesPart) {
         EXPECT_EQ(output(), part(patched, 0, sample_photo.raw_offset));
         EXPECT_EQ(work_file("temp.nef"), patched);
     }
-}
-
-TEST_F(NefMerge, OutputThatDoesNotOpenGoesUnnoticed) {
-    write_file(folder / "damaged.nef", damaged_photo.bytes);
-    write_file(folder / "sample.nef", sample_photo.bytes);
-    EXPECT_EQ(advance(folder / "damaged.nef", folder / "sample.nef", folder / "missing" / "output.nef"), 0);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
-    EXPECT_FALSE(fs::exists(folder / "missing"));
-    EXPECT_THAT(work_files(), IsEmpty());
-}
-
-TEST_F(NefMerge, OldOutputIsReplacedAndNotAppendedTo) {
-    write_file(folder / "output.nef", noise(100, 1));
-    EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
-    EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
 }
 
 } // namespace
