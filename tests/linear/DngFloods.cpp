@@ -1,5 +1,9 @@
 #include "linear/DngFloods.h"
 
+#include "support/TiffWriter.h"
+
+#include <utility>
+
 #include <functional>
 
 namespace test {
@@ -127,18 +131,12 @@ DngBytes& DngBytes::header(std::uint32_t first_ifd) {
 }
 
 DngBytes& DngBytes::entry(std::uint16_t tag, std::uint32_t count, std::uint32_t value, std::uint16_t type) {
-    const std::size_t offset = bytes_.size();
-    bytes_.resize(offset + kEntrySize);
-    put_u16(bytes_, offset, tag, order_);
-    put_u16(bytes_, offset + 2, type, order_);
-    put_u32(bytes_, offset + 4, count, order_);
-    put_u32(bytes_, offset + 8, value, order_);
+    bytes_ = joined(std::move(bytes_), entry_bytes(tag, type, count, value, order_));
     return *this;
 }
 
 DngBytes& DngBytes::number(std::uint32_t value) {
-    bytes_.resize(bytes_.size() + 4);
-    put_u32(bytes_, bytes_.size() - 4, value, order_);
+    bytes_ = joined(std::move(bytes_), u32_bytes({value}, order_));
     return *this;
 }
 

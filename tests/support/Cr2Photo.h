@@ -35,11 +35,6 @@ struct Cr2Photo {
     std::uint32_t raw_size = 0;
 };
 
-/// A lossless JPEG (ITU T.81, process 14) with two interleaved components: predictor 1, one Huffman table.
-/// The samples are rows of 2 * columns numbers of the given bits, the components in turn.
-[[nodiscard]] Bytes make_lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned columns,
-                                       unsigned rows, unsigned bits);
-
 /// The same bytes, laid out as the photograph's, with the starts of its JPEGs and its small picture blanked:
 /// what a repair leaves of the sample's working copy before the merge.
 [[nodiscard]] Bytes blanked(Bytes bytes, const Cr2Photo& photo);

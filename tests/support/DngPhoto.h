@@ -5,10 +5,6 @@
 
 namespace test {
 
-/// A lossless JPEG of one component (ITU-T T.81, SOF3), as DNG tiles hold it. The samples have 14 bits at
-/// most.
-[[nodiscard]] Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height);
-
 /// A DNG photograph (DNG 1.4), laid out as a converter writes it: IFD 0 with a preview, a block of private
 /// data, the sub-directories (the main image among further previews), the JPEGs of the previews, and the main
 /// image at the end: tiles of lossless JPEG (14 bits), end to end, each as long as its content needs. LibRaw

@@ -91,7 +91,7 @@ OrfPhoto make_orf(const OrfOptions& options) {
     file.pad_to(1024);
     photo.thumbnail = file.append(thumbnail);
     photo.preview = file.append(preview);
-    file.pad_to((std::size_t{file.offset()} + 511) / 512 * 512);
+    file.pad_to_sector();
     photo.image = file.append(image);
     file.set_value(photo.ifd0, 273, photo.image);
 

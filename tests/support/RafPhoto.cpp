@@ -2,6 +2,7 @@
 
 #include "support/Jpeg.h"
 #include "support/Scene.h"
+#include "support/TiffTags.h"
 #include "support/TiffWriter.h"
 
 #include <stdexcept>
@@ -14,21 +15,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Tags of TIFF 6.0 and Exif, and of the raw section.
-enum Tag : std::uint16_t {
-    kCompression = 259,
-    kMake = 271,
-    kModel = 272,
-    kOrientation = 274,
-    kXResolution = 282,
-    kYResolution = 283,
-    kSoftware = 305,
-    kDateTime = 306,
-    kJpegOffset = 0x0201,
-    kJpegLength = 0x0202,
-    kExposureTime = 33434,
-    kExifIfd = 34665,
-    kIso = 34855,
+// Tags of the raw section.
+enum RawTag : std::uint16_t {
     kRawIfd = 0xF000,
     kRawWidth = 0xF001,
     kRawHeight = 0xF002,
@@ -39,8 +27,6 @@ enum Tag : std::uint16_t {
     kRawOffset = 0xF007,
     kRawLength = 0xF008,
 };
-
-constexpr std::uint32_t kLater = 0; // Patched when the place is known.
 
 // The file's own header, numbers high byte first:
 //
@@ -145,9 +131,7 @@ RafPhoto::RafPhoto(const Options& options) {
                               exif.longs(kJpegLength, {kLater})});
     exif.set_next(exif_ifd0, exif_ifd1.offset);
     const Bytes thumbnail = make_preview(scene, 80, 60);
-    const std::uint32_t thumb_in_exif = exif.append(thumbnail);
-    exif.set_value(exif_ifd1, kJpegOffset, thumb_in_exif);
-    exif.set_value(exif_ifd1, kJpegLength, static_cast<std::uint32_t>(thumbnail.size()));
+    const std::uint32_t thumb_in_exif = exif.place(exif_ifd1, kJpegOffset, kJpegLength, thumbnail);
 
     // The JPEG.
     const Bytes picture = make_preview(scene, options.width, options.height);
@@ -187,11 +171,7 @@ RafPhoto::RafPhoto(const Options& options) {
     put_header_offset(1, add(geometry), geometry.size());
 
     // The raw section. IFD 0 leads to a directory at 26, whose seventh entry stands at 100.
-    const auto samples = scene.bayer(options.width, options.height, 14);
-    Bytes image(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(image, 2 * index, samples[index], ByteOrder::kLittle);
-    }
+    const Bytes image = u16_bytes(scene.bayer(options.width, options.height, 14), ByteOrder::kLittle);
     image_size = static_cast<std::uint32_t>(image.size());
     TiffWriter raw(ByteOrder::kLittle);
     raw.write_header();

@@ -7,23 +7,11 @@
 
 namespace test {
 
-namespace {
-
-Bytes pack_samples(const std::vector<std::uint16_t>& samples, ByteOrder order) {
-    Bytes packed(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(packed, 2 * index, samples[index], order);
-    }
-    return packed;
-}
-
-} // namespace
-
 Sr2Photo make_sr2(const Sr2Options& options) {
     const Scene scene(options.scene);
     Sr2Photo photo;
     photo.samples = scene.bayer(options.width, options.height, 14, 512);
-    const Bytes image = pack_samples(photo.samples, options.order);
+    const Bytes image = u16_bytes(photo.samples, options.order);
     const Bytes preview = options.preview.empty()
                               ? make_preview(scene, options.preview_width, options.preview_height)
                               : options.preview;
@@ -81,7 +69,7 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     photo.thumbnail = file.append(thumbnail);
     file.set_value(photo.ifd0, 513, photo.preview);
     file.set_value(photo.ifd1, 513, photo.thumbnail);
-    file.pad_to((std::size_t{file.offset()} + 511) / 512 * 512);
+    file.pad_to_sector();
     photo.image = file.append(image);
     file.set_value(photo.sub_ifd, 273, photo.image);
     photo.bytes = file.bytes();

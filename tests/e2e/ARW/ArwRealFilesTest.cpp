@@ -3,6 +3,7 @@
 
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -90,10 +91,7 @@ TEST_F(ArwRealFiles, SonyZvE10WithASubIfdOfItsKindIsASample) {
         std::size_t entry = kSubIfd + 2;
         for (const auto& [tag, value] :
              {std::pair{273U, static_cast<unsigned>(kImage)}, {278U, 100U}, {279U, 1000U}}) {
-            put_u16(photo, entry, static_cast<std::uint16_t>(tag), ByteOrder::kLittle);
-            put_u16(photo, entry + 2, 4, ByteOrder::kLittle);
-            put_u32(photo, entry + 4, 1, ByteOrder::kLittle);
-            put_u32(photo, entry + 8, value, ByteOrder::kLittle);
+            put_bytes(photo, entry, entry_bytes(static_cast<std::uint16_t>(tag), 4, 1, value));
             entry += 12;
         }
         return joined(photo, noise(1000, seed));

@@ -1,7 +1,7 @@
 #include "e2e/RepairFixture.h"
 #include "e2e/RepairLog.h"
 
-#include "support/Cr2Photo.h"
+#include "support/LosslessJpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 #include "support/Scene.h"
@@ -44,7 +44,7 @@ std::vector<std::uint16_t> large_bayer(const Scene& scene) {
 
 /// Filler up to the raw data, then raw data of a lower picture than the camera's.
 Bytes completed(const Bytes& head, unsigned number) {
-    const Bytes raw = make_lossless_jpeg(large_bayer(Scene(number)), kWidth / 2, kHeight, 12);
+    const Bytes raw = lossless_jpeg(large_bayer(Scene(number)), kWidth / 2, kHeight, 12, 2);
     return joined(joined(head, noise(kRaw - head.size(), number)), raw);
 }
 

@@ -24,16 +24,7 @@ auto damaged_failed(const std::string& reason) {
 /// Two little-endian entries side by side.
 Bytes entry_pair(std::uint16_t first_tag, std::uint16_t first_type, std::uint32_t first_value,
                  std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value) {
-    Bytes bytes(24);
-    put_u16(bytes, 0, first_tag, ByteOrder::kLittle);
-    put_u16(bytes, 2, first_type, ByteOrder::kLittle);
-    put_u32(bytes, 4, 1, ByteOrder::kLittle);
-    put_u32(bytes, 8, first_value, ByteOrder::kLittle);
-    put_u16(bytes, 12, tag, ByteOrder::kLittle);
-    put_u16(bytes, 14, type, ByteOrder::kLittle);
-    put_u32(bytes, 16, count, ByteOrder::kLittle);
-    put_u32(bytes, 20, value, ByteOrder::kLittle);
-    return bytes;
+    return joined(entry_bytes(first_tag, first_type, 1, first_value), entry_bytes(tag, type, count, value));
 }
 
 /// A sample and a damaged photograph from one camera, with different offsets of the raw data.

@@ -1,8 +1,8 @@
 #include "e2e/RepairFixture.h"
 #include "e2e/RepairLog.h"
 
-#include "support/DngPhoto.h"
 #include "support/Jpeg.h"
+#include "support/LosslessJpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 #include "support/Scene.h"
@@ -123,10 +123,7 @@ Bytes tiled_x4_head(const Bytes& file, std::uint32_t tile_width, std::uint32_t t
     Bytes head = part(file, 0, kX4Image);
     const auto put_entry = [&head](std::size_t at, std::uint16_t tag, std::uint32_t count,
                                    std::uint32_t value) {
-        put_u16(head, at, tag, ByteOrder::kLittle);
-        put_u16(head, at + 2, 4, ByteOrder::kLittle);
-        put_u32(head, at + 4, count, ByteOrder::kLittle);
-        put_u32(head, at + 8, value, ByteOrder::kLittle);
+        put_bytes(head, at, entry_bytes(tag, 4, count, value));
     };
     put_u32(head, 58 + 8, 7, ByteOrder::kLittle); // Compression
     put_entry(106, 324, 2, kX4.offset_list);      // In place of StripOffsets,

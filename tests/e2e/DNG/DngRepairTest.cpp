@@ -559,10 +559,7 @@ TEST_P(DngTables, LastOfSeveralMainImagesInTheSampleWins) {
     // A second directory at 700 with its own lists, and a list of both at 800.
     const auto put_entry = [&](std::size_t offset, std::uint16_t tag, std::uint32_t count,
                                std::uint32_t value) {
-        put_u16(sample.bytes, offset, tag, order);
-        put_u16(sample.bytes, offset + 2, 4, order);
-        put_u32(sample.bytes, offset + 4, count, order);
-        put_u32(sample.bytes, offset + 8, value, order);
+        put_bytes(sample.bytes, offset, entry_bytes(tag, 4, count, value, order));
     };
     put_entry(702, 254, 1, 0);
     put_entry(714, 324, 3, 750);
@@ -606,10 +603,7 @@ class DngScan : public DngTables {
 
     void put_entry(std::size_t offset, std::uint16_t tag, std::uint16_t type, std::uint32_t count,
                    std::uint32_t value) {
-        put_u16(silent, offset, tag, order);
-        put_u16(silent, offset + 2, type, order);
-        put_u32(silent, offset + 4, count, order);
-        put_u32(silent, offset + 8, value, order);
+        put_bytes(silent, offset, entry_bytes(tag, type, count, value, order));
     }
 
     /// The three entries side by side, the lists at 4000 and 4100.

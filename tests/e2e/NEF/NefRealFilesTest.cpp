@@ -33,10 +33,7 @@ constexpr std::uint32_t kHeight = 1324;
 
 void put_entry(Bytes& bytes, std::size_t offset, std::uint16_t tag, std::uint32_t count,
                std::uint32_t value) {
-    put_u16(bytes, offset, tag, ByteOrder::kBig);
-    put_u16(bytes, offset + 2, 4, ByteOrder::kBig);
-    put_u32(bytes, offset + 4, count, ByteOrder::kBig);
-    put_u32(bytes, offset + 8, value, ByteOrder::kBig);
+    put_bytes(bytes, offset, entry_bytes(tag, 4, count, value, ByteOrder::kBig));
 }
 
 /// The file as a later camera would write it: in front of the raw image's directory one with a preview,

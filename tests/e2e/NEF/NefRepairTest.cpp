@@ -25,13 +25,8 @@ auto raw_not_found() {
 }
 
 /// A big-endian entry.
-Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value) {
-    Bytes bytes(12);
-    put_u16(bytes, 0, tag, ByteOrder::kBig);
-    put_u16(bytes, 2, type, ByteOrder::kBig);
-    put_u32(bytes, 4, count, ByteOrder::kBig);
-    put_u32(bytes, 8, value, ByteOrder::kBig);
-    return bytes;
+Bytes big_entry(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value) {
+    return entry_bytes(tag, type, count, value, ByteOrder::kBig);
 }
 
 /// A sample and a damaged photograph from one camera, with different offsets of the raw data.
@@ -127,10 +122,10 @@ TEST_F(NefRepairs, PreviewDirectoriesArePassedOver) {
 
 TEST_F(NefRepairs, FalseHitsInFrontOfTheTrueOneAreSurvived) {
     Bytes damaged = headless;
-    put_bytes(damaged, 100, entry_bytes(254, 0, 1, 0));      // No type.
-    put_bytes(damaged, 200, entry_bytes(254, 13, 1, 0));     // Above the types.
-    put_bytes(damaged, 300, entry_bytes(254, 4, 0, 0));      // No values.
-    put_bytes(damaged, 400, entry_bytes(254, 4, 1, 1));      // A preview.
+    put_bytes(damaged, 100, big_entry(254, 0, 1, 0));        // No type.
+    put_bytes(damaged, 200, big_entry(254, 13, 1, 0));       // Above the types.
+    put_bytes(damaged, 300, big_entry(254, 4, 0, 0));        // No values.
+    put_bytes(damaged, 400, big_entry(254, 4, 1, 1));        // A preview.
     put_bytes(damaged, 501, {0, 0xFE, 0, 0xFE, 0, 0xFE, 0}); // The tag alone, at odd places.
     put_bytes(damaged, main_entry - 2, {0, 0xFE});           // Right in front of the true one.
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
@@ -140,8 +135,8 @@ TEST_F(NefRepairs, FalseHitsInFrontOfTheTrueOneAreSurvived) {
 
 TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItStands) {
     Bytes damaged = headless;
-    put_bytes(damaged, 0, entry_bytes(254, 12, 0xFFFFFFFF, 0));
-    put_bytes(damaged, 500, entry_bytes(273, 1, 2, 5000));
+    put_bytes(damaged, 0, big_entry(254, 12, 0xFFFFFFFF, 0));
+    put_bytes(damaged, 500, big_entry(273, 1, 2, 5000));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), joined(part(blanked(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),
                                part(damaged, 5000, damaged.size())));
@@ -166,8 +161,8 @@ TEST_F(NefRepairs, DamagedFileWithoutTheTagIsNotFound) {
 
 TEST_F(NefRepairs, GoodEntryWithoutStripOffsetsBehindItIsNotFound) {
     Bytes damaged(1000);
-    put_bytes(damaged, 100, entry_bytes(273, 4, 1, 500)); // In front of it does not count.
-    put_bytes(damaged, 200, entry_bytes(254, 4, 1, 0));
+    put_bytes(damaged, 100, big_entry(273, 4, 1, 500)); // In front of it does not count.
+    put_bytes(damaged, 200, big_entry(254, 4, 1, 0));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
     EXPECT_THAT(lines(), raw_not_found());
 }
@@ -176,8 +171,8 @@ TEST_F(NefRepairs, FalseStripOffsetsBehindAGoodEntryEndTheRepair) {
     // A whole pair behind it is not looked for.
     for (const auto& [type, count] : {std::pair{13U, 1U}, {0U, 1U}, {4U, 0U}}) {
         Bytes damaged = headless;
-        put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
-        put_bytes(damaged, 200, entry_bytes(273, static_cast<std::uint16_t>(type), count, 5000));
+        put_bytes(damaged, 100, big_entry(254, 4, 1, 0));
+        put_bytes(damaged, 200, big_entry(273, static_cast<std::uint16_t>(type), count, 5000));
         reset_stand_ins();
         EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1064);
         EXPECT_THAT(lines(), damaged_failed("Data is illegal"));
@@ -204,15 +199,15 @@ TEST_F(NefRepairs, HitTwelveBytesBeforeTheEndIsJudged) {
 TEST_F(NefRepairs, StripOffsetsWithinTheLastElevenBytesAreOutOfRange) {
     for (std::size_t left = 2; left < 12; ++left) {
         Bytes damaged(1000);
-        put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
+        put_bytes(damaged, 100, big_entry(254, 4, 1, 0));
         put_bytes(damaged, damaged.size() - left, {0x01, 0x11});
         reset_stand_ins();
         EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1064) << left;
         EXPECT_THAT(lines(), damaged_failed("Access out of range")) << left;
     }
     Bytes damaged(1000);
-    put_bytes(damaged, 100, entry_bytes(254, 4, 1, 0));
-    put_bytes(damaged, damaged.size() - 12, entry_bytes(273, 4, 1, 990));
+    put_bytes(damaged, 100, big_entry(254, 4, 1, 0));
+    put_bytes(damaged, damaged.size() - 12, big_entry(273, 4, 1, 990));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
 }
 
@@ -230,7 +225,7 @@ TEST_F(NefRepairs, DamagedFileIsReadInTheSamplesByteOrder) {
 
 TEST_F(NefRepairs, ShortValueOfABigEndianFileIsShifted) {
     Bytes damaged = headless;
-    put_bytes(damaged, strip_entry, entry_bytes(273, 3, 1, 1U << 16U));
+    put_bytes(damaged, strip_entry, big_entry(273, 3, 1, 1U << 16U));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1065) << "65536 lies past the end";
     damaged.resize(65536 + 10);
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
@@ -256,7 +251,7 @@ TEST_F(NefRepairs, SampleWithoutSubIfdsIsNotFoundAndItsThumbnailIsBlanked) {
 
 TEST_F(NefRepairs, SampleWithOneSubDirectoryIsOutOfRangeAndItsPreviewIsBlanked) {
     Bytes sample = sample_photo.bytes;
-    put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 1, sample_photo.preview_ifd.offset));
+    put_bytes(sample, sample_photo.ifd0.entry(330), big_entry(330, 4, 1, sample_photo.preview_ifd.offset));
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), -1062);
     EXPECT_THAT(lines(), sample_failed("Access out of range"));
     EXPECT_EQ(work_file("temp.nef"), blanked(sample, sample_photo));
@@ -269,7 +264,7 @@ TEST_F(NefRepairs, SampleWithThreeSubDirectoriesIsReadByItsSecond) {
     ASSERT_EQ(part(sample, list, list + 12), Bytes(12, 0x20)) << "maker notes stand there";
     put_u32(sample, list, sample_photo.preview_ifd.offset, ByteOrder::kBig);
     put_u32(sample, list + 4, sample_photo.raw_ifd.offset, ByteOrder::kBig);
-    put_bytes(sample, sample_photo.ifd0.entry(330), entry_bytes(330, 4, 3, list));
+    put_bytes(sample, sample_photo.ifd0.entry(330), big_entry(330, 4, 3, list));
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample), 0);
     EXPECT_EQ(output(),
               joined(part(blanked(sample, sample_photo), 0, sample_photo.raw_offset),

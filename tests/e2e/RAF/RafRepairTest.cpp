@@ -26,12 +26,6 @@ const auto kNoSpecialFlag = ErrorLine("src/RAF/RafTools.cpp", "RAF::deal_high_jp
 const Bytes kHeader{'I', 'I', 0x2A, 0x00, 0x08, 0x00, 0x00, 0x00};
 const Bytes kBigHeader{'M', 'M', 0x00, 0x2A, 0x00, 0x00, 0x00, 0x08};
 
-/// The bytes with others put in at an offset.
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    put_bytes(bytes, offset, value);
-    return bytes;
-}
-
 /// A sample and a damaged photograph from one camera, with different image offsets.
 class RafRepairs : public RepairFixture {
   protected:

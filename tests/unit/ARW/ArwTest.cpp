@@ -13,6 +13,7 @@ namespace {
 using test::ArwPhoto;
 using test::ByteOrder;
 using test::Bytes;
+using test::with;
 
 // Tag numbers in the order of a little-endian file: 0x0201 as 01 02, and so on.
 constexpr ARW::Pattern kJpegOffset{0x02, 0x01};
@@ -44,11 +45,6 @@ class Arw : public ::testing::Test {
 /// 64 bytes of FF, in which no tag and no field type stands.
 Bytes blank(std::size_t size = 64) {
     return Bytes(size, 0xFF);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
 }
 
 // Header.

@@ -3,6 +3,7 @@
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -14,6 +15,7 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::joined;
 using test::part;
 using test::zeroed;
@@ -22,17 +24,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr CR2::Pattern kStripOffsets{0x01, 0x11};
-
-/// The 12 bytes of an entry.
-Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-                  ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
 
 /// The 16 bytes of a header.
 Bytes header_bytes(ByteOrder order, std::uint16_t version = 42) {

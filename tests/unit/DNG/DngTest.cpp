@@ -11,6 +11,7 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::with;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -64,11 +65,6 @@ INSTANTIATE_TEST_SUITE_P(ByteOrders, DngInBothOrders, ::testing::Values(ByteOrde
 /// Bytes of FF, in which no tag and no field type stands.
 Bytes blank(std::size_t size = 64) {
     return Bytes(size, 0xFF);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
 }
 
 std::vector<std::uint32_t> values_of(const std::vector<ValueSlot>& slots) {

@@ -3,6 +3,7 @@
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -14,8 +15,10 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::joined;
 using test::part;
+using test::u32_bytes;
 using test::zeroed;
 using Shorts = std::vector<std::uint16_t>;
 using ::testing::ElementsAre;
@@ -23,32 +26,12 @@ using ::testing::IsEmpty;
 
 constexpr NEF::Pattern kNewSubfileType{0x00, 0xFE};
 
-/// The 12 bytes of an entry.
-Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-                  ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
 /// The 8 bytes of a header.
 Bytes header_bytes(ByteOrder order, std::uint16_t version = 42, std::uint32_t first_ifd = 0x10203040) {
     const unsigned char mark = order == ByteOrder::kLittle ? 'I' : 'M';
     Bytes bytes{mark, mark, 0, 0, 0, 0, 0, 0};
     test::put_u16(bytes, 2, version, order);
     test::put_u32(bytes, 4, first_ifd, order);
-    return bytes;
-}
-
-/// Numbers of four bytes.
-Bytes list_bytes(const std::vector<std::uint32_t>& numbers, ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(4 * numbers.size());
-    for (std::size_t index = 0; index < numbers.size(); ++index) {
-        test::put_u32(bytes, 4 * index, numbers[index], order);
-    }
     return bytes;
 }
 
@@ -289,7 +272,7 @@ TEST_F(NefModel, SubIfdsOfCountOneIsTheValueItself) {
 TEST_F(NefModel, SubIfdsOfCountTwoAndMoreIsAListInTheOrderOfTheFile) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
         Bytes bytes = joined(entry_bytes(330, 4, 2, 15, order), Bytes(3));
-        bytes = joined(bytes, list_bytes({0x11223344, 0x55667788, 9}, order));
+        bytes = joined(bytes, u32_bytes({0x11223344, 0x55667788, 9}, order));
         EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0), ElementsAre(0x11223344U, 0x55667788U));
         test::put_u32(bytes, 4, 3, order);
         EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0),
@@ -298,7 +281,7 @@ TEST_F(NefModel, SubIfdsOfCountTwoAndMoreIsAListInTheOrderOfTheFile) {
 }
 
 TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
-    const Bytes bytes = joined(entry_bytes(330, 4, 2, 12), list_bytes({1, 2}));
+    const Bytes bytes = joined(entry_bytes(330, 4, 2, 12), u32_bytes({1, 2}, ByteOrder::kLittle));
     EXPECT_THAT(open(bytes).read_sub_ifd_offsets(entry, 0), ElementsAre(1U, 2U));
     for (std::size_t cut = 1; cut <= 8; ++cut) {
         EXPECT_THROW(open(part(bytes, 0, bytes.size() - cut)).read_sub_ifd_offsets(entry, 0),

@@ -4,6 +4,7 @@
 #include "support/Bytes.h"
 #include "support/OrfPhoto.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 #include "util/Reading.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +28,9 @@ using ::testing::Throws;
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::OrfPhoto;
+using test::strip_group;
 
 constexpr auto kBothOrders = {ByteOrder::kLittle, ByteOrder::kBig};
 
@@ -64,26 +67,6 @@ class OrfModel : public ::testing::Test {
     std::filesystem::path path;
     int files = 0;
 };
-
-/// A directory entry, as it stands in a file.
-Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-            ByteOrder order) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
-/// StripOffsets, two entries between, RowsPerStrip, StripByteCounts: 60 bytes.
-Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order) {
-    Bytes bytes = entry(273, 4, 1, offset, order);
-    bytes = test::joined(bytes, entry(274, 3, 1, 0x55555555, order));
-    bytes = test::joined(bytes, entry(277, 3, 1, 0x66666666, order));
-    bytes = test::joined(bytes, entry(278, 4, 1, 0x01020304, order));
-    return test::joined(bytes, entry(279, 4, 1, byte_count, order));
-}
 
 // ---- the mapping
 
@@ -380,7 +363,7 @@ TEST_F(OrfModel, ReadsTheThreeEntriesOfASampleAsStored) {
 TEST_F(OrfModel, KeepsOnlyTheLastTwoBytesOfASamplesCount) {
     Bytes bytes(2);
     for (const std::uint16_t tag : std::vector<std::uint16_t>{273, 278, 279}) {
-        bytes = test::joined(bytes, entry(tag, 4, 0x01020304, 0x0A0B0C0D, ByteOrder::kBig));
+        bytes = test::joined(bytes, entry_bytes(tag, 4, 0x01020304, 0x0A0B0C0D, ByteOrder::kBig));
     }
     bytes.resize(bytes.size() + 4);
     const auto orf = model(bytes, ByteOrder::kBig);
@@ -408,7 +391,7 @@ TEST_F(OrfModel, ADirectoryEndPastTheFileIsVisitingBeyond) {
 
 TEST_F(OrfModel, AHitInsideAnEntrysValueIsTakenAsTheTag) {
     for (const ByteOrder order : kBothOrders) {
-        Bytes bytes = test::joined(entry(256, 4, 1, 0, order), strip_group(0x1000, 0x2000, order));
+        Bytes bytes = test::joined(entry_bytes(256, 4, 1, 0, order), strip_group(0x1000, 0x2000, order));
         test::put_u16(bytes, 9, 273, order); // Inside the first entry's value, at an odd offset.
         const auto orf = model(bytes, order);
         orf->ifd0 = std::make_shared<ORF_IFD>();
@@ -421,7 +404,7 @@ TEST_F(OrfModel, AHitInsideAnEntrysValueIsTakenAsTheTag) {
 }
 
 TEST_F(OrfModel, ByteCountsFoundAtAnOddOffsetKeepThatPosition) {
-    Bytes bytes = test::joined(entry(256, 4, 1, 0, ByteOrder::kLittle),
+    Bytes bytes = test::joined(entry_bytes(256, 4, 1, 0, ByteOrder::kLittle),
                                strip_group(0x1000, 0x2000, ByteOrder::kLittle));
     test::put_u16(bytes, 5, 279, ByteOrder::kLittle);
     const auto orf = model(bytes);
@@ -588,9 +571,9 @@ TEST_F(OrfModel, TheEntriesBetweenAndAllButTheTagsAreNotLookedAt) {
 }
 
 TEST_F(OrfModel, EntriesSideBySideAreNoGroup) {
-    Bytes bytes = entry(273, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(279, 4, 1, 1, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(273, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(279, 4, 1, 1, ByteOrder::kLittle));
     bytes.resize(60);
     EXPECT_FALSE(model(bytes)->is_raw_tag(0));
 }

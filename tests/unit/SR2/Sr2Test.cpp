@@ -4,6 +4,7 @@
 #include "support/Bytes.h"
 #include "support/Sr2Photo.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +21,9 @@ using ::testing::SizeIs;
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::Sr2Photo;
+using test::strip_group;
 
 constexpr auto kBothOrders = {ByteOrder::kLittle, ByteOrder::kBig};
 constexpr SR2::Pattern kSubIfds{0x01, 0x4A};
@@ -47,26 +50,6 @@ class Sr2Model : public ::testing::Test {
     std::filesystem::path path;
     int files = 0;
 };
-
-/// A directory entry, as it stands in a file.
-Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-            ByteOrder order) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
-/// StripOffsets, two entries between, RowsPerStrip, StripByteCounts: 60 bytes.
-Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order) {
-    Bytes bytes = entry(273, 4, 1, offset, order);
-    bytes = test::joined(bytes, entry(274, 3, 1, 0x55555555, order));
-    bytes = test::joined(bytes, entry(277, 3, 1, 0x66666666, order));
-    bytes = test::joined(bytes, entry(278, 4, 1, 0x01020304, order));
-    return test::joined(bytes, entry(279, 4, 1, byte_count, order));
-}
 
 /// A tag with a type behind it, in bytes of 0xEE.
 Bytes tag_at(std::size_t size, std::size_t offset, std::uint16_t tag, std::uint16_t type,
@@ -346,9 +329,9 @@ TEST_F(Sr2Model, ReadsASampleInTheOrderOfItsCalls) {
 }
 
 TEST_F(Sr2Model, TagsOfIfd0AreSoughtUpToTheNextDirectory) {
-    Bytes bytes = entry(513, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(514, 4, 1, 2, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(330, 4, 1, 3, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(513, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(514, 4, 1, 2, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(330, 4, 1, 3, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->ifd0 = std::make_shared<SR2_IFD>();
     EXPECT_THROW(sr2->read_ifd0_tags(0, 36), VisitingBeyondException);
@@ -360,8 +343,8 @@ TEST_F(Sr2Model, TagsOfIfd0AreSoughtUpToTheNextDirectory) {
 }
 
 TEST_F(Sr2Model, TagsOfIfd1AndTheSubIfdAreSoughtToTheEndOfTheFile) {
-    Bytes bytes = test::joined(Bytes(1000), entry(513, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(514, 4, 1, 2, ByteOrder::kLittle));
+    Bytes bytes = test::joined(Bytes(1000), entry_bytes(513, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(514, 4, 1, 2, ByteOrder::kLittle));
     bytes = test::joined(bytes, strip_group(3, 4, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->ifd1 = std::make_shared<SR2_IFD>();
@@ -378,9 +361,9 @@ TEST_F(Sr2Model, TagsOfIfd1AndTheSubIfdAreSoughtToTheEndOfTheFile) {
 }
 
 TEST_F(Sr2Model, EachTagIsSoughtFromTheStartNotFromTheLastHit) {
-    Bytes bytes = entry(279, 4, 1, 7, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 6, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(273, 4, 1, 5, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(279, 4, 1, 7, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 6, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(273, 4, 1, 5, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->sub_ifd = std::make_shared<SR2_IFD>();
     sr2->read_sub_ifd_tags(0);
@@ -456,9 +439,9 @@ TEST_F(Sr2Model, EachOfTheThreeTagsMustBeRight) {
 }
 
 TEST_F(Sr2Model, StripEntriesSideBySideAreNotRecognised) {
-    Bytes bytes = entry(273, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(279, 4, 1, 1, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(273, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(279, 4, 1, 1, ByteOrder::kLittle));
     bytes.resize(60);
     EXPECT_FALSE(model(bytes)->is_strip_triple(0));
 }
