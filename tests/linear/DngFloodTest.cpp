@@ -56,7 +56,7 @@ TEST_F(DngFloods, CostNoMoreForEachByteWhenTheyGrow) {
     }
 }
 
-/// A file of random entries and, behind them, of small numbers. Much goes wrong in it, and not too much.
+/// A file of random entries and, after them, of small numbers. Much goes wrong in it, and not too much.
 class RandomDng {
   public:
     RandomDng(ByteOrder order, std::mt19937& random) : order_(order), random_(random) {}

@@ -74,7 +74,7 @@ Bytes blanked(Bytes bytes, const ArwPhoto& photo) {
 }
 
 Bytes expected_output(const ArwPhoto& sample, const ArwPhoto& original, const Bytes& damaged) {
-    constexpr std::uint32_t kByteCount = 24 + 8; // Behind the start of the three entries.
+    constexpr std::uint32_t kByteCount = 24 + 8; // After the start of the three entries.
     Bytes head = part(blanked(sample.bytes, sample), 0, sample.image_offset);
     const std::uint32_t byte_count = original.strip_entries + kByteCount;
     put_bytes(head, sample.strip_entries + kByteCount, part(original.bytes, byte_count, byte_count + 4));

@@ -7,7 +7,7 @@ namespace test {
 
 /// A Sony ARW photograph, laid out as a camera writes it: IFD 0 with a preview, a block of maker notes, IFD 1
 /// with a thumbnail, the Sub IFD with the raw strip, IFD 2 with a second preview, the three JPEGs, and the
-/// raw data at the end, 14 bits in two bytes a pixel. LibRaw opens and decodes it.
+/// raw data at the end, 14 bits in two bytes per pixel. LibRaw opens and decodes it.
 struct ArwPhoto {
     struct Options {
         ByteOrder order = ByteOrder::kLittle;

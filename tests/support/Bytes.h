@@ -15,13 +15,13 @@ using Bytes = std::vector<unsigned char>;
 enum class ByteOrder { kLittle, kBig };
 std::ostream& operator<<(std::ostream& stream, ByteOrder order);
 
-/// Numbers at an offset of bytes, which must lie inside.
+/// Numbers at an offset of bytes, which must be inside.
 void put_u16(Bytes& bytes, std::size_t offset, std::uint16_t value, ByteOrder order);
 void put_u32(Bytes& bytes, std::size_t offset, std::uint32_t value, ByteOrder order);
 [[nodiscard]] std::uint16_t get_u16(const Bytes& bytes, std::size_t offset, ByteOrder order);
 [[nodiscard]] std::uint32_t get_u32(const Bytes& bytes, std::size_t offset, ByteOrder order);
 
-/// Overwrites bytes from the offset on; they must lie inside.
+/// Overwrites bytes from the offset on; they must be inside.
 void put_bytes(Bytes& bytes, std::size_t offset, const Bytes& value);
 void put_text(Bytes& bytes, std::size_t offset, std::string_view text);
 

@@ -16,7 +16,7 @@ constexpr unsigned kBits = 14;
 constexpr unsigned kSmallWidth = 24;
 constexpr unsigned kSmallHeight = 18;
 
-/// The rows of the sensor as the camera stores them: slice behind slice, each row by row.
+/// The rows of the sensor as the camera stores them: slice after slice, each row by row.
 std::vector<std::uint16_t> in_slices(const std::vector<std::uint16_t>& samples, unsigned width,
                                      unsigned height, unsigned first_slice) {
     std::vector<std::uint16_t> sliced;

@@ -15,7 +15,7 @@ struct Cr2Photo {
         unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
         unsigned width = 160; ///< A multiple of 4.
         unsigned height = 120;
-        std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets behind them.
+        std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets after them.
         Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
     };
 

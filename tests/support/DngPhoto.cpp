@@ -28,7 +28,7 @@ Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsig
     return lossless_jpeg(tile, options.tile_width, options.tile_height, kBits);
 }
 
-/// Where a list of LONGs stands: in the value field when it has one.
+/// Where a list of LONGs is: in the value field when it has one.
 std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std::uint16_t tag) {
     const std::uint32_t entry = directory.entry(tag);
     return get_u32(photo.bytes, entry + 4, photo.order) == 1 ? entry + 8

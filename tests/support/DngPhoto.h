@@ -28,7 +28,7 @@ struct DngPhoto {
 
     [[nodiscard]] std::size_t tiles() const { return tile_offsets.size(); }
 
-    /// The file offsets of the two lists' numbers: four bytes a tile.
+    /// The file offsets of the two lists' numbers: four bytes per tile.
     [[nodiscard]] std::uint32_t offset_slot(std::size_t tile) const;
     [[nodiscard]] std::uint32_t byte_count_slot(std::size_t tile) const;
 

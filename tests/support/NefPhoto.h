@@ -15,7 +15,7 @@ struct NefPhoto {
         unsigned bits = 12;  ///< 12: packed, two samples in three bytes. 14: in two bytes each.
         unsigned width = 160;
         unsigned height = 120;
-        std::size_t maker_notes = 2048; ///< Bytes behind IFD 0: they set the offsets behind them.
+        std::size_t maker_notes = 2048; ///< Bytes after IFD 0: they set the offsets after them.
         Bytes preview{};                ///< The JPEG of the first sub-directory; the scene's if empty.
     };
 

@@ -45,7 +45,7 @@ constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/\0"
                                   "<?xpacket begin='' id='W5M0MpCehiHzreSzNTczkc9d'?>"
                                   "<x:xmpmeta xmlns:x='adobe:ns:meta/'/><?xpacket end='w'?>"sv;
 constexpr std::string_view kXpacketEnd = "xpacket end";
-constexpr std::size_t kExifPrefix = 10; // Marker, length, "Exif" and two zeros in front of the TIFF header.
+constexpr std::size_t kExifPrefix = 10; // Marker, length, "Exif" and two zeros before the TIFF header.
 constexpr std::size_t kAlignment = 512; // The raw section and the raw data begin on a sector.
 
 constexpr unsigned char kSof0 = 0xC0;
@@ -170,7 +170,7 @@ RafPhoto::RafPhoto(const Options& options) {
     }
     put_header_offset(1, add(geometry), geometry.size());
 
-    // The raw section. IFD 0 leads to a directory at 26, whose seventh entry stands at 100.
+    // The raw section. IFD 0 leads to a directory at 26, whose seventh entry is at 100.
     const Bytes image = u16_bytes(scene.bayer(options.width, options.height, 14), ByteOrder::kLittle);
     image_size = static_cast<std::uint32_t>(image.size());
     TiffWriter raw(ByteOrder::kLittle);

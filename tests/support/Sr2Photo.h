@@ -18,12 +18,12 @@ struct Sr2Options {
     Bytes preview{}; ///< The JPEG of IFD 0; the scene's if empty.
 };
 
-/// A Sony SR2, and where its parts lie. LibRaw decodes both byte orders.
+/// A Sony SR2, and where its parts are. LibRaw decodes both byte orders.
 ///
 ///   header   IFD 0   IFD 1   Sub IFD   (each with its values)   preview   thumbnail   raw image
 ///
-/// IFD 0 names the preview, IFD 1 the thumbnail. In the Sub IFD, Orientation and SamplesPerPixel lie between
-/// StripOffsets and RowsPerStrip, so the strip entries stand at distances 0, 36 and 48. The raw image is one
+/// IFD 0 names the preview, IFD 1 the thumbnail. In the Sub IFD, Orientation and SamplesPerPixel are between
+/// StripOffsets and RowsPerStrip, so the strip entries are at distances 0, 36 and 48. The raw image is one
 /// strip of 16-bit samples without compression, in the file's byte order.
 struct Sr2Photo {
     Bytes bytes;

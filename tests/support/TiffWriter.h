@@ -26,7 +26,7 @@ struct TiffEntry {
 /// Where a directory was written.
 struct TiffDirectory {
     std::uint32_t offset;            ///< Of the entry count.
-    std::uint32_t next_link;         ///< Of the four bytes behind the last entry.
+    std::uint32_t next_link;         ///< Of the four bytes after the last entry.
     std::vector<std::uint16_t> tags; ///< In file order.
 
     /// The offset of an entry, and of its value field. The tag must be there.
@@ -52,13 +52,13 @@ class TiffWriter {
     void write_header(std::uint32_t first_ifd = 8);
 
     /// Writes a directory here, in the order given, with a next link of 0, and values of more than four
-    /// bytes behind it.
+    /// bytes after it.
     TiffDirectory write_directory(const std::vector<TiffEntry>& entries);
 
-    /// Appends bytes and gives their offset.
+    /// Appends bytes and returns their offset.
     std::uint32_t append(const Bytes& bytes);
 
-    /// Appends bytes, sets their offset and their length in two entries of the directory, and gives the
+    /// Appends bytes, sets their offset and their length in two entries of the directory, and returns the
     /// offset.
     std::uint32_t place(const TiffDirectory& directory, std::uint16_t offset_tag, std::uint16_t length_tag,
                         const Bytes& bytes);

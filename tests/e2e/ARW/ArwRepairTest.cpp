@@ -24,13 +24,13 @@ class ArwRepairs : public RepairFixture {
 
 class ArwPicture : public RepairFixture, public ::testing::WithParamInterface<ByteOrder> {};
 
-TEST_P(ArwPicture, IsWholeAgainWithEverythingInFrontOfTheStripEntriesDestroyed) {
+TEST_P(ArwPicture, IsRepairedWithEverythingBeforeTheStripEntriesDestroyed) {
     const ArwPhoto sample(ArwPhoto::Options{.order = GetParam(), .number = 1});
     const ArwPhoto original(ArwPhoto::Options{.order = GetParam(), .number = 2, .maker_notes = 4096});
     for (const Bytes& head : {Bytes(original.strip_entries), noise(original.strip_entries, 7)}) {
         Bytes damaged = original.bytes;
         put_bytes(damaged, 0, head);
-        // Behind the three entries only the image must be alive.
+        // After the three entries only the image must survive.
         put_bytes(damaged, original.strip_entries + 36,
                   noise(original.image_offset - original.strip_entries - 36, 8));
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
@@ -58,8 +58,8 @@ TEST_F(ArwRepairs, WhatFollowsTheImageIsKept) {
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
 }
 
-TEST_F(ArwRepairs, FirstTripleInTheFileDecidesWhereverItLies) {
-    // A triple of another image stands in front of the true one.
+TEST_F(ArwRepairs, FirstTripleInTheFileDecidesWhereverItIs) {
+    // A triple of another image comes before the true one.
     Bytes damaged = damaged_photo.bytes;
     put_bytes(damaged, 1001, part(damaged, damaged_photo.strip_entries, damaged_photo.strip_entries + 36));
     put_u32(damaged, 1001 + 8, 5000, ByteOrder::kLittle);
@@ -71,7 +71,7 @@ TEST_F(ArwRepairs, FirstTripleInTheFileDecidesWhereverItLies) {
     EXPECT_EQ(output(), joined(expected, part(damaged, 5000, damaged.size())));
 }
 
-TEST_F(ArwRepairs, FalseHitsInFrontOfTheTripleArePassedOver) {
+TEST_F(ArwRepairs, FalseHitsBeforeTheTripleAreSkipped) {
     Bytes damaged = zeroed(damaged_photo.bytes, 0, damaged_photo.strip_entries);
     for (std::size_t offset = 3; offset + 2 < damaged_photo.strip_entries; offset += 7) {
         put_bytes(damaged, offset, {0x11, 0x01});
@@ -120,7 +120,7 @@ TEST_F(ArwRepairs, SampleWithAPreviewPastItsEndKeepsWhatWasBlankedInTheClone) {
 TEST_F(ArwRepairs, PreviewsOfTheCloneAreBlankedOnlyAfterAllTagsAreRead) {
     Bytes sample = sample_photo.bytes;
     put_u16(sample, sample_photo.ifd2.entry(514), 515, ByteOrder::kLittle);
-    sample.resize(sample_photo.ifd2.offset + 200); // So that no other 514 is found behind it.
+    sample.resize(sample_photo.ifd2.offset + 200); // So that no other 514 is found after it.
     put_u32(sample, sample_photo.ifd2.next_link, 0, ByteOrder::kLittle);
     const std::string text =
         standard_error_of([&] { EXPECT_EQ(advance("arw", damaged_photo.bytes, sample), -1126); });
@@ -164,7 +164,7 @@ TEST_F(ArwRepairs, LoneTagTwentySixBytesBeforeTheEndIsNotFound) {
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("corrupt file not found tag")));
 }
 
-TEST_F(ArwRepairs, TripleCutBehindItsTagsIsOutOfRange) {
+TEST_F(ArwRepairs, TripleCutAfterItsTagsIsOutOfRange) {
     const Bytes damaged = part(damaged_photo.bytes, 0, damaged_photo.strip_entries + 35);
     EXPECT_EQ(advance("arw", damaged, sample_photo.bytes), -1123);
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("corrupt file offset is far")));
@@ -195,7 +195,7 @@ class ArwMerge : public ArwRepairs {
 
     Bytes sample;
     Bytes damaged;
-    Bytes patched; ///< What the clone holds after all patches.
+    Bytes patched; ///< What the working copy holds after all patches.
 };
 
 TEST_F(ArwMerge, SampleOffsetOneBeforeItsEnd) {
@@ -277,7 +277,7 @@ TEST_F(ArwMerge, PatchOfAnEntryThatIsTheSamplesLastTwelveBytesThrows) {
         << "all four bytes are written before the cursor fails";
 
     reset_stand_ins();
-    sample.push_back(0); // With one byte behind the entry it passes.
+    sample.push_back(0); // With one byte after the entry it passes.
     EXPECT_EQ(advance("arw", damaged_photo.bytes, sample), 0);
 }
 

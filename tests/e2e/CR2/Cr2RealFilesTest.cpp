@@ -62,7 +62,7 @@ Bytes spoiled(Bytes sample) {
 
 using Cr2RealFiles = RepairFixture;
 
-TEST_F(Cr2RealFiles, CanonS90IsWholeAgain) {
+TEST_F(Cr2RealFiles, CanonS90IsRepaired) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
     const Bytes sample = completed(with_gps(head), 1);
     const Bytes original = completed(head, 2);
@@ -79,9 +79,9 @@ TEST_F(Cr2RealFiles, CanonS90IsWholeAgain) {
     EXPECT_EQ(output(), joined(part(spoiled(sample), 0, kRaw), part(original, kRaw, original.size())));
 }
 
-TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnWholeHead) {
+TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnIntactHead) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // The strip entries of IFD 0 and IFD 2 come first and are passed over.
+    // The strip entries of IFD 0 and IFD 2 come first and are skipped.
     const Bytes sample = completed(with_gps(head), 1);
     const Bytes original = completed(head, 2);
     ASSERT_EQ(advance("cr2", original, sample), 0);
@@ -90,7 +90,7 @@ TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnWholeHead) {
 
 TEST_F(Cr2RealFiles, CanonS90WithoutGpsInfoIsNoSample) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // The tag's bytes stand in the thumbnail, and what follows them is no entry.
+    // The tag's bytes are in the thumbnail, and what follows them is no entry.
     const Bytes sample = completed(head, 1);
     EXPECT_EQ(advance("cr2", sample, sample), -1052);
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
@@ -100,7 +100,7 @@ TEST_F(Cr2RealFiles, CanonS90WithoutGpsInfoIsNoSample) {
 
 TEST_F(Cr2RealFiles, CanonS90HeadAloneIsNoSample) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // IFD 2's picture lies behind the end.
+    // IFD 2's picture is after the end.
     EXPECT_EQ(advance("cr2", head, with_gps(head)), -1052);
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
                                                               "Visiting beyond boundaries")));

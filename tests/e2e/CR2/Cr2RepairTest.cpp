@@ -35,7 +35,7 @@ class Cr2Repairs : public RepairFixture {
     std::uint32_t raw_entry = damaged_photo.raw_ifd.entry(273);
     std::uint32_t sample_size = static_cast<std::uint32_t>(sample_photo.bytes.size());
 
-    /// The damaged photograph with nothing alive but its raw image's directory from StripOffsets on and
+    /// The damaged photograph with nothing left but its raw image's directory from StripOffsets on and
     /// the raw data.
     Bytes headless = zeroed(damaged_photo.bytes, 0, raw_entry);
 
@@ -54,14 +54,14 @@ class Cr2Picture : public RepairFixture, public ::testing::WithParamInterface<By
 INSTANTIATE_TEST_SUITE_P(ByteOrders, Cr2Picture, ::testing::Values(ByteOrder::kLittle, ByteOrder::kBig),
                          [](const auto& order) { return order.param == ByteOrder::kBig ? "MM" : "II"; });
 
-TEST_P(Cr2Picture, IsWholeAgainWithEverythingInFrontOfTheRawStripEntriesDestroyed) {
+TEST_P(Cr2Picture, IsRepairedWithEverythingBeforeTheRawStripEntriesDestroyed) {
     const Cr2Photo sample(Cr2Photo::Options{.order = GetParam(), .number = 1});
     const Cr2Photo original(Cr2Photo::Options{.order = GetParam(), .number = 2, .maker_notes = 4096});
     const std::uint32_t raw_entry = original.raw_ifd.entry(273);
     for (const Bytes& head : {Bytes(raw_entry), noise(raw_entry, 7)}) {
         Bytes damaged = original.bytes;
         put_bytes(damaged, 0, head);
-        // Behind the two entries only the raw data must be alive.
+        // After the two entries only the raw data must survive.
         put_bytes(damaged, raw_entry + 24, noise(original.raw_offset - raw_entry - 24, 8));
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
         ASSERT_EQ(advance("cr2", damaged, sample.bytes), 0);
@@ -94,7 +94,7 @@ TEST_F(Cr2Repairs, ByteCountInTheOutputStaysTheSamples) {
     EXPECT_EQ(get_u32(*output(), sample_photo.raw_ifd.value(279), ByteOrder::kLittle), sample_photo.raw_size);
 }
 
-TEST_F(Cr2Repairs, WhateverFollowsTheRawDataStandsInTheOutput) {
+TEST_F(Cr2Repairs, WhateverFollowsTheRawDataIsInTheOutput) {
     const Bytes damaged = joined(headless, noise(5000, 3));
     EXPECT_EQ(advance("cr2", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
@@ -109,15 +109,15 @@ TEST_F(Cr2Repairs, RawDataCutShortAreCarriedAsFarAsTheyGo) {
 
 // The scan of the damaged file.
 
-TEST_F(Cr2Repairs, StripEntriesOfTheOtherDirectoriesArePassedOver) {
-    // Other entries stand between the two strip entries of IFD 0 and IFD 2, which both come first.
+TEST_F(Cr2Repairs, StripEntriesOfTheOtherDirectoriesAreSkipped) {
+    // Other entries are between the two strip entries of IFD 0 and IFD 2, which both come first.
     ASSERT_LT(damaged_photo.ifd0.entry(273), damaged_photo.ifd2.entry(273));
     ASSERT_LT(damaged_photo.ifd2.entry(273), raw_entry);
     EXPECT_EQ(advance("cr2", damaged_photo.bytes, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
 }
 
-TEST_F(Cr2Repairs, FalseHitsInFrontOfTheTrueOneArePassedOver) {
+TEST_F(Cr2Repairs, FalseHitsBeforeTheTrueOneAreSkipped) {
     Bytes damaged = headless;
     put_bytes(damaged, 100, entry_pair(273, 4, 1, 279, 3, 1, 9));  // A SHORT.
     put_bytes(damaged, 200, entry_pair(273, 4, 1, 279, 5, 1, 9));  // A RATIONAL.
@@ -130,14 +130,14 @@ TEST_F(Cr2Repairs, FalseHitsInFrontOfTheTrueOneArePassedOver) {
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
 }
 
-TEST_F(Cr2Repairs, TrueHitRightBehindAFalseOneIsFound) {
+TEST_F(Cr2Repairs, TrueHitRightAfterAFalseOneIsFound) {
     Bytes damaged = headless;
     put_bytes(damaged, raw_entry - 2, {0x11, 0x01});
     EXPECT_EQ(advance("cr2", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
 }
 
-TEST_F(Cr2Repairs, FirstPairOfTheRightKindIsTakenWhereverItStands) {
+TEST_F(Cr2Repairs, FirstPairOfTheRightKindIsTakenWhereverItIs) {
     Bytes damaged = headless;
     put_bytes(damaged, 0, entry_pair(273, 4, 5000, 279, 4, 1, 1));
     EXPECT_EQ(advance("cr2", damaged, sample_photo.bytes), 0);
@@ -162,7 +162,7 @@ TEST_F(Cr2Repairs, BadStripOffsetsEntryOfARightPairEndsTheRepair) {
             -1053);
         EXPECT_THAT(lines(), damaged_failed("Data is illegal"));
     }
-    // A good pair behind a bad one is not looked for.
+    // A good pair after a bad one is not looked for.
     Bytes damaged = headless;
     put_bytes(damaged, 100, entry_pair(273, 13, 1, 279, 4, 1, 9));
     reset_stand_ins();
@@ -229,7 +229,7 @@ TEST_F(Cr2Repairs, SampleWithoutGpsInfoIsNotFound) {
 TEST_F(Cr2Repairs, SampleWithoutGpsInfoFollowsALaterHitOfItsBytes) {
     Bytes sample = sample_photo.bytes;
     put_u16(sample, sample_photo.ifd0.entry(34853), 34854, ByteOrder::kLittle);
-    // In the maker notes stands what looks like the entry, and its link leads on.
+    // The maker notes hold what looks like the entry, and its link leads on.
     const std::uint32_t planted = sample_photo.ifd1.offset - 100;
     put_bytes(sample, planted, entry_pair(34853, 4, 0, 0, 0, 0, 0));
     put_u32(sample, planted + 12, sample_photo.ifd1.offset, ByteOrder::kLittle);
@@ -249,7 +249,7 @@ TEST_F(Cr2Repairs, GpsInfoThatIsNotTheLastEntryLeadsAstray) {
 }
 
 TEST_F(Cr2Repairs, FirstHitInTheSampleMustBeGood) {
-    // Bytes of the tag inside a text of IFD 0, in front of the entry.
+    // Bytes of the tag inside a text of IFD 0, before the entry.
     Bytes sample = sample_photo.bytes;
     const std::uint32_t size_entry = sample_photo.ifd0.entry(256);
     put_bytes(sample, size_entry + 8, {0x11, 0x01, 0xFF, 0xFF});
@@ -259,7 +259,7 @@ TEST_F(Cr2Repairs, FirstHitInTheSampleMustBeGood) {
 }
 
 TEST_F(Cr2Repairs, BigEndianCountOfTwoInIfd1IsTakenForATag) {
-    // 00 02 and 02 01: with 02 02 one byte behind the directory's start, no entry stands there.
+    // 00 02 and 02 01: with 02 02 one byte after the directory's start, no entry is there.
     const Cr2Photo photo(Cr2Photo::Options{.order = ByteOrder::kBig});
     Bytes sample = photo.bytes;
     put_u16(sample, photo.ifd1.offset, 2, ByteOrder::kBig);
@@ -318,7 +318,7 @@ TEST_F(Cr2Repairs, SampleWithItsRawDirectoryPastItsEndIsNotFound) {
 }
 
 TEST_F(Cr2Repairs, RawDirectoryIsTheHeadersAndNotTheChains) {
-    // The header names a directory of its own behind the photograph, with a strip that lies elsewhere.
+    // The header names a directory of its own after the photograph, whose strip is elsewhere.
     Bytes sample = joined(sample_photo.bytes, entry_pair(273, 4, 7000, 279, 4, 1, 1));
     put_u32(sample, 12, sample_size, ByteOrder::kLittle);
     EXPECT_EQ(advance("cr2", damaged_photo.bytes, sample), 0);
@@ -327,7 +327,7 @@ TEST_F(Cr2Repairs, RawDirectoryIsTheHeadersAndNotTheChains) {
                      part(damaged_photo.bytes, damaged_photo.raw_offset, damaged_photo.bytes.size())));
 }
 
-TEST_F(Cr2Repairs, VisitingBeyondIsToldOnALineOfItsOwn) {
+TEST_F(Cr2Repairs, VisitingBeyondIsReportedOnALineOfItsOwn) {
     const auto logged_line = [] {
         const std::string text = lines().back().text;
         const std::size_t begin = text.find("](") + 2;
@@ -362,7 +362,7 @@ class Cr2Merge : public Cr2Repairs {
 
     std::uint32_t damaged_size = static_cast<std::uint32_t>(damaged_photo.bytes.size());
     Bytes damaged;
-    Bytes patched; ///< What the clone holds after all patches.
+    Bytes patched; ///< What the working copy holds after all patches.
 };
 
 TEST_F(Cr2Merge, SampleOffsetOneBeforeItsEndAndAtItsEndSucceeds) {

@@ -51,7 +51,7 @@ Bytes only_what_is_needed(const Cr3Photo& photo, std::uint32_t seed) {
     return damaged;
 }
 
-/// A sample and a damaged photograph from one camera, whose tracks lie elsewhere and have other lengths.
+/// A sample and a damaged photograph from one camera, whose tracks are elsewhere and have other lengths.
 class Cr3Repairs : public RepairFixture {
   protected:
     Cr3Photo sample_photo{Cr3Photo::Options{.number = 1}};
@@ -102,7 +102,7 @@ TEST_F(Cr3Repairs, EverythingButTheLandmarksTheirTablesAndTheTracksMayBeDestroye
     }
 }
 
-TEST_F(Cr3Repairs, PictureIsWholeAgain) {
+TEST_F(Cr3Repairs, PictureIsRepaired) {
     const Cr3Photo sample(Cr3Photo::Options{.number = 1, .pictures = true});
     const Cr3Photo original(Cr3Photo::Options{.number = 2, .maker_notes = 1500, .pictures = true});
     ASSERT_NE(original.tracks[0].size, sample.tracks[0].size);
@@ -121,7 +121,7 @@ TEST_F(Cr3Repairs, PictureIsWholeAgain) {
     EXPECT_NE(decode_raw(sample.bytes), wanted);
 }
 
-TEST_F(Cr3Repairs, LargeJpegIsWholeAgain) {
+TEST_F(Cr3Repairs, LargeJpegIsRepaired) {
     const Cr3Photo sample(Cr3Photo::Options{.number = 1, .pictures = true});
     const Cr3Photo original(Cr3Photo::Options{.number = 2, .pictures = true});
     ASSERT_EQ(advance("cr3", zeroed(original.bytes, 0, original.at("trak1/entry")), sample.bytes), 0);
@@ -143,7 +143,7 @@ TEST_F(Cr3Repairs, OutputIsASampleInItsTurn) {
 }
 
 TEST_F(Cr3Repairs, OutputIsADamagedFileInItsTurn) {
-    // Track 4 stands behind track 3, so the byte behind the image is there.
+    // Track 4 is after track 3, so the byte after the image is there.
     expect_repaired(damaged_photo.bytes);
     const Bytes first = *output();
     expect_repaired(first);
@@ -184,7 +184,7 @@ TEST_F(Cr3Repairs, SampleWithFreeBytesUnderStblIsASample) {
 // Landmarks of the damaged file.
 
 TEST_F(Cr3Repairs, SampleEntriesOfOtherSizesAreSteppedOver) {
-    // Between the two that count stands that of track 2, with 212; more of them in front of all.
+    // That of track 2, of 212, is between the two that count; more of them come before all.
     expect_repaired(damaged_with([&](Bytes& bytes) {
         put_text(bytes, 10, "CRAW");
         put_text(bytes, 14, "CRAWCRAW");
@@ -217,7 +217,7 @@ TEST_F(Cr3Repairs, FirstHitOfEachSizeCounts) {
     }));
 }
 
-TEST_F(Cr3Repairs, EntryOf228InFrontOfThatOf112ReachesTheHostAsAnException) {
+TEST_F(Cr3Repairs, EntryOf228BeforeThatOf112ReachesTheHostAsAnException) {
     const Bytes damaged = damaged_with([](Bytes& bytes) {
         put_u32(bytes, 40, 228, kBig);
         put_text(bytes, 44, "CRAW");
@@ -246,7 +246,7 @@ TEST_F(Cr3Repairs, EntrySizesOneOffAreNoLandmarks) {
     }
 }
 
-TEST_F(Cr3Repairs, MetadataEntryInFrontOfTheSecondLandmarkDoesNotCount) {
+TEST_F(Cr3Repairs, MetadataEntryBeforeTheSecondLandmarkDoesNotCount) {
     Bytes damaged = damaged_without("trak4/entry");
     put_text(damaged, damaged_photo.at("trak3/entry") - 8, "CTMD");
     EXPECT_EQ(advance("cr3", damaged, sample_photo.bytes), -1092);
@@ -261,7 +261,7 @@ TEST_F(Cr3Repairs, MetadataEntryMayHaveAnySize) {
 // Tables of the damaged file.
 
 TEST_F(Cr3Repairs, MissingTableReachesTheHostAsAnException) {
-    // Behind track 1's tables stand those of track 2, which would be taken for them: they go too.
+    // Track 2's tables follow and would be taken for those of track 1: they go too.
     const auto without_both = [&](const std::string& table) {
         Bytes bytes = damaged_without("trak1/" + table);
         put_text(bytes, damaged_photo.at("trak2/" + table) + 4, "????");
@@ -276,7 +276,7 @@ TEST_F(Cr3Repairs, MissingTableReachesTheHostAsAnException) {
 }
 
 TEST_F(Cr3Repairs, FirstTablesOfARangeCountWhoseverTheyAre) {
-    // The bytes "co64" in a box of another kind, with track 2's place behind them.
+    // The bytes "co64" in a box of another kind, with track 2's place after them.
     const std::size_t place = damaged_photo.at("trak1/entry") + 40;
     const Bytes damaged = damaged_with([&](Bytes& bytes) {
         put_text(bytes, place, "co64");
@@ -289,7 +289,7 @@ TEST_F(Cr3Repairs, FirstTablesOfARangeCountWhoseverTheyAre) {
 }
 
 TEST_F(Cr3Repairs, TableCutByTheEndOfTheFileIsOutOfRange) {
-    // The last landmark stands right behind a "co64", and the file ends there.
+    // The last landmark is right after a "co64", and the file ends there.
     const std::size_t co64 = damaged_photo.at("trak3/co64") + 4;
     for (const std::size_t size : {co64 + 8, co64 + 19}) {
         Bytes damaged = part(damaged_photo.bytes, 0, size);
@@ -302,7 +302,7 @@ TEST_F(Cr3Repairs, TableCutByTheEndOfTheFileIsOutOfRange) {
 
 // Image data of the damaged file.
 
-TEST_F(Cr3Repairs, OneByteMustStandBehindTrack3) {
+TEST_F(Cr3Repairs, OneByteMustBeAfterTrack3) {
     const auto cut = [&](std::size_t more) {
         const auto& track = damaged_photo.tracks[2];
         return part(damaged_photo.bytes, 0, track.offset + track.size + more);
@@ -357,8 +357,8 @@ TEST_F(Cr3Repairs, HighWordsOfOffsetsAreNotRead) {
     }));
 }
 
-TEST_F(Cr3Repairs, Track3MayStandInFrontOfTrack1) {
-    // The damaged file's tracks are taken from where they lie, in any order.
+TEST_F(Cr3Repairs, Track3MayBeBeforeTrack1) {
+    // The damaged file's tracks are taken from where they are, in any order.
     const Bytes damaged = damaged_with([&](Bytes& bytes) {
         put_u32(bytes, damaged_photo.offset_entry(1),
                 static_cast<std::uint32_t>(damaged_photo.tracks[2].offset), kBig);

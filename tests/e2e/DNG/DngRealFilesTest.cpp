@@ -24,7 +24,7 @@ auto failed(const std::string& reason) {
     return ElementsAre(kLog.cloned, kLog.failed("DNG repaired failed, reason is " + reason));
 }
 
-/// Two tiles, and where the two lists of them stand.
+/// Two tiles, and where the two lists of them are.
 struct TwoTiles {
     ByteOrder order;
     std::uint32_t offset_list;
@@ -40,7 +40,7 @@ struct TwoTiles {
         return part(file, offset(file, tile), offset(file, tile) + byte_count(file, tile));
     }
 
-    /// The file's bytes up to the end of head, then these tiles end to end, and nothing behind.
+    /// The file's bytes up to the end of head, then these tiles end to end, and nothing after.
     [[nodiscard]] Bytes with_tiles(const Bytes& head, const Bytes& first, const Bytes& second) const {
         Bytes file = head;
         put_u32(file, offset_list, static_cast<std::uint32_t>(head.size()), order);
@@ -74,7 +74,7 @@ Bytes with_first_directory(const Bytes& file, std::size_t at, ByteOrder order) {
 
 class DngRealFiles : public RepairFixture {
   protected:
-    /// Repairs the original with everything in front of an offset destroyed.
+    /// Repairs the original with everything before an offset destroyed.
     void expect_picture(const Bytes& sample, const Bytes& original, std::size_t destroyed) {
         const auto picture = decode_raw(original);
         ASSERT_TRUE(picture.has_value());
@@ -94,7 +94,7 @@ class DngRealFiles : public RepairFixture {
 constexpr TwoTiles kBlackmagic{ByteOrder::kBig, 434, 442};
 constexpr std::size_t kBlackmagicTiles = 9216;
 
-TEST_F(DngRealFiles, BlackmagicIsWholeAgain) {
+TEST_F(DngRealFiles, BlackmagicIsRepaired) {
     REAL_FILE_OR_SKIP(original, "dng/blackmagic-pocket.dng");
     const Bytes head = with_first_directory(original, kBlackmagicTiles, ByteOrder::kBig);
     const Bytes sample =
@@ -106,7 +106,7 @@ TEST_F(DngRealFiles, BlackmagicIsWholeAgain) {
 
 TEST_F(DngRealFiles, BlackmagicHasNoPreviewAndIsNoSample) {
     REAL_FILE_OR_SKIP(file, "dng/blackmagic-pocket.dng");
-    // Without a StripOffsets entry the first bytes of that kind stand in its linearisation table, at 1294.
+    // Without a StripOffsets entry the first bytes of that kind are in its linearisation table, at 1294.
     EXPECT_EQ(advance("dng", file, file), -1023);
     EXPECT_THAT(lines(), failed("Data is illegal"));
     EXPECT_EQ(work_file("temp.dng"), file);
@@ -114,7 +114,7 @@ TEST_F(DngRealFiles, BlackmagicHasNoPreviewAndIsNoSample) {
 
 // Canon EOS Kiss X4: little-endian, one directory at 8, the raw data in one uncompressed strip.
 
-constexpr TwoTiles kX4{ByteOrder::kLittle, 968, 976}; // Behind the directory's last values.
+constexpr TwoTiles kX4{ByteOrder::kLittle, 968, 976}; // After the directory's last values.
 constexpr std::size_t kX4Image = 1536;
 
 /// The file's first 1536 bytes, with the entries of two tiles of lossless JPEG in place of those of the
@@ -133,7 +133,7 @@ Bytes tiled_x4_head(const Bytes& file, std::uint32_t tile_width, std::uint32_t t
     return head;
 }
 
-TEST_F(DngRealFiles, CanonX4InTwoTilesIsWholeAgain) {
+TEST_F(DngRealFiles, CanonX4InTwoTilesIsRepaired) {
     REAL_FILE_OR_SKIP(file, "dng/canon-x4-colorchart.dng");
     const auto picture = decode_raw(file);
     ASSERT_TRUE(picture.has_value());
@@ -157,7 +157,7 @@ TEST_F(DngRealFiles, CanonX4InTwoTilesIsWholeAgain) {
 
 TEST_F(DngRealFiles, CanonX4HasNoSubDirectoriesAndIsNoSample) {
     REAL_FILE_OR_SKIP(file, "dng/canon-x4-colorchart.dng");
-    // The first bytes that look like SubIFDs stand in the raw data, at 91465.
+    // The first bytes that look like SubIFDs are in the raw data, at 91465.
     EXPECT_EQ(advance("dng", file, file), -1023);
     EXPECT_THAT(lines(), failed("Data is illegal"));
     EXPECT_EQ(work_file("temp.dng"), zeroed(file, kX4Image, kX4Image + 30))
@@ -193,7 +193,7 @@ TEST_F(DngRealFiles, LgH815IsRepairedByteForByte) {
     EXPECT_EQ(output(), joined(expected, part(original, kLgTiles, end)));
 }
 
-TEST_F(DngRealFiles, LgH815WithItsTilesEndToEndIsWholeAgain) {
+TEST_F(DngRealFiles, LgH815WithItsTilesEndToEndIsRepaired) {
     REAL_FILE_OR_SKIP(file, "dng/lg-h815-lossy.dng");
     const Bytes original = kLg.with_tiles(part(file, 0, kLgTiles), kLg.tile(file, 0), kLg.tile(file, 1));
     if (!decode_raw(original)) {

@@ -15,7 +15,8 @@ using ::testing::ElementsAre;
 
 const RepairLog kLog = repair_log("dng");
 
-/// The lines of a repair that failed behind the clone. The reasons are the constant texts of the exceptions.
+/// The lines of a repair that failed once the working copy was made. The reasons are the constant texts of
+/// the exceptions.
 auto failed(const std::string& reason) {
     return ElementsAre(kLog.cloned, kLog.failed("DNG repaired failed, reason is " + reason));
 }
@@ -50,7 +51,7 @@ class DngPicture : public RepairFixture, public ::testing::WithParamInterface<By
 INSTANTIATE_TEST_SUITE_P(ByteOrders, DngPicture, ::testing::Values(ByteOrder::kLittle, ByteOrder::kBig),
                          name_of);
 
-TEST_P(DngPicture, OfThePhotographsIsWhatTheyWereMadeOf) {
+TEST_P(DngPicture, PhotographsDecodeToTheirSamples) {
     const DngPhoto photo(DngPhoto::Options{.order = order});
     const auto picture = decode_raw(photo.bytes);
     ASSERT_TRUE(picture.has_value());
@@ -65,7 +66,7 @@ TEST_P(DngPicture, OfThePhotographsIsWhatTheyWereMadeOf) {
     }
 }
 
-TEST_P(DngPicture, IsWholeAgainWithEverythingInFrontOfTheMainImagesEntryDestroyed) {
+TEST_P(DngPicture, IsRepairedWithEverythingBeforeTheMainImagesEntryDestroyed) {
     const DngPhoto sample(DngPhoto::Options{.order = order, .number = 1});
     const DngPhoto original(DngPhoto::Options{.order = order, .number = 2, .private_data = 5001});
     ASSERT_NE(sample.tile_byte_counts, original.tile_byte_counts) << "the tables must be rewritten";
@@ -96,7 +97,7 @@ TEST_P(DngPicture, NeedsThreeEntriesTwoListsAndTheTiles) {
     expect_picture(sample, original, damaged);
 }
 
-TEST_P(DngPicture, IsFoundWhereverItsDirectoryStandsAmongTheOthers) {
+TEST_P(DngPicture, IsFoundWhereverItsDirectoryIsAmongTheOthers) {
     for (std::size_t place = 0; place < 4; ++place) {
         const DngPhoto sample(
             DngPhoto::Options{.order = order, .number = 1, .sub_previews = 3, .main_index = place});
@@ -112,7 +113,7 @@ TEST_P(DngPicture, IsFoundInTheOnlySubDirectory) {
     expect_picture(sample, original, zeroed(original.bytes, 0, original.main_entry));
 }
 
-TEST_P(DngPicture, OfManyTilesWithIncompleteOnesAtTheEdges) {
+TEST_P(DngPicture, IsRepairedInManyTilesWithIncompleteOnesAtTheEdges) {
     const auto options = [this](unsigned number) {
         return DngPhoto::Options{.order = order,
                                  .number = number,
@@ -194,7 +195,7 @@ TEST_F(DngRepairs, SampleOfAnotherSizeButAsManyTilesIsNotNoticed) {
 // Files of a few hundred bytes, of which every field can be set.
 
 /// A file with the structure of a DNG: IFD 0 with a preview and SubIFDs, one sub-directory, the two lists
-/// wherever the count, then filler up to the size in which no tag stands.
+/// whatever the count, then filler without a tag up to the size.
 struct TinyDng {
     ByteOrder order = ByteOrder::kLittle;
     Bytes bytes;
@@ -215,7 +216,7 @@ struct TinyDng {
                                          {324, 4, static_cast<std::uint32_t>(offsets.size()), later},
                                          {325, 4, static_cast<std::uint32_t>(byte_counts.size()), later}});
         tiff.set_value(ifd0, 330, main_ifd.offset);
-        // The values of the lists as they stand in the file.
+        // The values of the lists as they are in the file.
         offset_list = tiff.append(tiff.longs(324, offsets).values);
         byte_count_list = tiff.append(tiff.longs(325, byte_counts).values);
         tiff.set_value(main_ifd, 324, offset_list);
@@ -272,7 +273,7 @@ TEST_P(DngTables, AreRewrittenForTilesOfOtherSizes) {
                                part(damaged.bytes, 5000, 6800)));
 }
 
-TEST_P(DngTables, OfDifferentTileCountsAreMismatchingAndNothingIsPatched) {
+TEST_P(DngTables, DifferentTileCountsAreMismatchingAndNothingIsPatched) {
     // Offsets and byte counts of the damaged file; the sample has three of each.
     for (const auto& [offsets, byte_counts] :
          {std::pair{std::vector<std::uint32_t>{5000, 5500}, std::vector<std::uint32_t>{500, 600}},
@@ -290,7 +291,7 @@ TEST_P(DngTables, OfDifferentTileCountsAreMismatchingAndNothingIsPatched) {
     }
 }
 
-TEST_P(DngTables, WithFewerByteCountsThanOffsetsLessOneAreMismatchingAndNothingIsPatched) {
+TEST_P(DngTables, FewerByteCountsThanOffsetsLessOneAreMismatchingAndNothingIsPatched) {
     sample = TinyDng({1000, 1111, 1222}, {111}, 1400, 0xE1, order);
     damaged = TinyDng({5000, 5500, 6100}, {500}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
@@ -299,7 +300,7 @@ TEST_P(DngTables, WithFewerByteCountsThanOffsetsLessOneAreMismatchingAndNothingI
     EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
 }
 
-TEST_P(DngTables, WithOneByteCountLessThanOffsetsEndWithTheLastOfEach) {
+TEST_P(DngTables, OneByteCountLessThanOffsetsEndsWithTheLastOfEach) {
     sample = TinyDng({1000, 1111, 1222}, {111, 111}, 1400, 0xE1, order);
     damaged = TinyDng({5000, 5500, 6100}, {500, 600}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
@@ -307,7 +308,7 @@ TEST_P(DngTables, WithOneByteCountLessThanOffsetsEndWithTheLastOfEach) {
               joined(part(clone({1000, 1500, 2100}, {500, 600}), 0, 1000), part(damaged.bytes, 5000, 6700)));
 }
 
-TEST_P(DngTables, WithMoreByteCountsThanOffsetsEndWithTheLastOfEach) {
+TEST_P(DngTables, MoreByteCountsThanOffsetsEndWithTheLastOfEach) {
     sample = TinyDng({1000, 1111}, {111, 111, 111}, 1400, 0xE1, order);
     damaged = TinyDng({5000, 5500}, {500, 600, 700}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
@@ -315,7 +316,7 @@ TEST_P(DngTables, WithMoreByteCountsThanOffsetsEndWithTheLastOfEach) {
               joined(part(clone({1000, 1500}, {500, 600, 700}), 0, 1000), part(damaged.bytes, 5000, 6200)));
 }
 
-TEST_P(DngTables, OfOneTileAreReadAndWrittenAsLists) {
+TEST_P(DngTables, OneTileIsReadAndWrittenAsAList) {
     sample = TinyDng({1000}, {111}, 1400, 0xE1, order);
     damaged = TinyDng({5000}, {500}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
@@ -372,7 +373,7 @@ TEST_P(DngTables, FirstOffsetZeroTakesNothingOfTheSample) {
     EXPECT_EQ(output(), part(damaged.bytes, 5000, 6800));
 }
 
-TEST_P(DngTables, FirstOffsetZeroCreatesAnOutputAllTheSame) {
+TEST_P(DngTables, FirstOffsetZeroStillCreatesAnOutput) {
     put_u32(sample.bytes, sample.offset_list, 0, order);
     damaged.bytes.resize(6000);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
@@ -405,7 +406,7 @@ TEST_P(DngTables, EmptyBlockOfTilesIsCopiedFromAnywhereInTheFile) {
     }
 }
 
-TEST_P(DngTables, LastTileInFrontOfTheFirstMakesABlockThatLeavesTheFile) {
+TEST_P(DngTables, LastTileBeforeTheFirstMakesABlockThatLeavesTheFile) {
     damaged = TinyDng({5000, 5500, 4000}, {500, 600, 999}, 6900, 0xD1, order); // L is 2^32 - 1.
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
     EXPECT_THAT(lines(), failed(kOutOfRange));
@@ -421,7 +422,7 @@ TEST_P(DngTables, LengthOfTheBlockWrapsInThirtyTwoBits) {
 }
 
 TEST_P(DngTables, EndOfTheBlockDoesNotWrap) {
-    // D is 2^32 - 256 and L 512: their sum of 32 bits, 256, would lie in the file.
+    // D is 2^32 - 256 and L 512: their sum of 32 bits, 256, would be in the file.
     damaged = TinyDng({0xFFFFFF00, 5500, 0}, {500, 600, 256}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
     EXPECT_THAT(lines(), failed(kOutOfRange));
@@ -471,7 +472,7 @@ TEST_P(DngTables, SampleWithAnIllegalEntryIsNotSearchedFurther) {
                                          {&sample.main_ifd, 325}}) {
         reset_stand_ins();
         TinyDng bad = sample;
-        // A good copy of the entry stands at the end.
+        // A good copy of the entry is at the end.
         const std::uint32_t entry = directory->entry(static_cast<std::uint16_t>(tag));
         put_bytes(bad.bytes, 1300, part(sample.bytes, entry, entry + 12));
         bad.set_type(*directory, static_cast<std::uint16_t>(tag), 13);
@@ -480,8 +481,8 @@ TEST_P(DngTables, SampleWithAnIllegalEntryIsNotSearchedFurther) {
     }
 }
 
-TEST_P(DngTables, SampleWithAFalseHitInFrontOfAnEntryFails) {
-    // The tag number stands in the count of the entry in front of it.
+TEST_P(DngTables, SampleWithAFalseHitBeforeAnEntryFails) {
+    // The tag number is in the count of the entry before it.
     const std::uint32_t count = sample.ifd0.entry(254) + 4;
     put_u16(sample.bytes, count + 1, 273, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1023);
@@ -500,7 +501,7 @@ TEST_P(DngTables, PreviewOfTheSampleMustHaveThirtyOneBytes) {
 }
 
 TEST_P(DngTables, ShortStripOffsetsOfABigEndianSampleAreNotCorrected) {
-    // Two bytes of value in front and two of nothing behind: the value of a little-endian file reads well.
+    // Two bytes of value, then two zeros: the value of a little-endian file reads well.
     sample.set_type(sample.ifd0, 273, 3);
     sample.set(sample.ifd0, 273, 0);
     put_u16(sample.bytes, sample.ifd0.value(273), static_cast<std::uint16_t>(sample.preview), order);
@@ -542,7 +543,7 @@ TEST_P(DngTables, SampleWhoseTileListEndsTheFile) {
 }
 
 TEST_P(DngTables, SampleWithoutAMainImageIsMismatching) {
-    // The sub-directory is one of a reduced image, with its StripOffsets behind.
+    // The sub-directory is one of a reduced image, with its StripOffsets after.
     sample.set(sample.main_ifd, 254, 1);
     put_bytes(sample.bytes, 1300, part(sample.bytes, sample.ifd0.entry(273), sample.ifd0.entry(330)));
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
@@ -578,8 +579,8 @@ TEST_P(DngTables, LastOfSeveralMainImagesInTheSampleWins) {
     }
 }
 
-TEST_P(DngTables, TilesAreSoughtFromTheDirectoryInTheSampleAndFromTheEntryInTheDamagedFile) {
-    // In both files the tile entries stand in front of NewSubfileType.
+TEST_P(DngTables, TilesAreSearchedForFromTheDirectoryInTheSampleAndFromTheEntryInTheDamagedFile) {
+    // In both files the tile entries are before NewSubfileType.
     const auto reorder = [](TinyDng& dng) {
         const std::uint32_t first = dng.main_ifd.entry(254);
         const Bytes subfile_type = part(dng.bytes, first, first + 12);
@@ -654,27 +655,27 @@ TEST_P(DngScan, FileOfTheOtherByteOrderIsNotFound) {
     const ByteOrder own = order;
     order = own == ByteOrder::kBig ? ByteOrder::kLittle : ByteOrder::kBig;
     put_good_entries(100);
-    silent[99] = 0xFF; // Not 00 in front of the tag, which would make the pattern of the other order.
+    silent[99] = 0xFF; // Not 00 before the tag, which would make the pattern of the other order.
     put_u32(silent, 100 + 4, 0x11111111, order);
     order = own;
     expect_failure(-1024, kNotFound);
 }
 
-TEST_P(DngScan, FalseHitWithABadTypeIsPassedOverSilently) {
+TEST_P(DngScan, FalseHitWithABadTypeIsSkippedSilently) {
     put_entry(50, 254, 99, 1, 0);
     put_good_entries(200);
     expect_repaired();
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired));
 }
 
-TEST_P(DngScan, EntryOfAReducedImageIsPassedOver) {
+TEST_P(DngScan, EntryOfAReducedImageIsSkipped) {
     put_entry(50, 254, 4, 1, 1);
     put_entry(62, 324, 4, 3, 5); // Its tiles are not looked at.
     put_good_entries(200);
     expect_repaired();
 }
 
-TEST_P(DngScan, SearchGoesOnOneByteBehindTheHit) {
+TEST_P(DngScan, SearchGoesOnOneByteAfterTheHit) {
     // The false hits begin inside one another and inside the true entry's twelve bytes.
     for (std::size_t distance = 2; distance <= 12; ++distance) {
         silent = Bytes(6900, 0xFF);
@@ -695,7 +696,7 @@ TEST_P(DngScan, BadTileEntryCostsOneMoreSearch) {
     }
 }
 
-TEST_P(DngScan, BadTileEntryBehindTheLastHitIsNotFound) {
+TEST_P(DngScan, BadTileEntryAfterTheLastHitIsNotFound) {
     put_good_entries(200);
     put_u16(silent, 212 + 2, 13, order);
     expect_failure(-1024, kNotFound);
@@ -704,7 +705,7 @@ TEST_P(DngScan, BadTileEntryBehindTheLastHitIsNotFound) {
     expect_failure(-1024, kNotFound);
 }
 
-TEST_P(DngScan, HitWithoutTileEntriesBehindItIsNotFound) {
+TEST_P(DngScan, HitWithoutTileEntriesAfterItIsNotFound) {
     put_good_entries(200);
     put_u16(silent, 212, 0xC000, order);
     expect_failure(-1024, kNotFound);
@@ -713,14 +714,14 @@ TEST_P(DngScan, HitWithoutTileEntriesBehindItIsNotFound) {
     expect_failure(-1024, kNotFound);
 }
 
-TEST_P(DngScan, TileEntriesInFrontOfTheHitAreNotSought) {
+TEST_P(DngScan, TileEntriesBeforeTheHitAreNotSearchedFor) {
     put_entry(100, 324, 4, 3, 0xFFFFFFFF);
     put_entry(112, 325, 4, 3, 0xFFFFFFFF);
     put_good_entries(200);
     expect_repaired();
 }
 
-TEST_P(DngScan, TileEntriesMayStandInEitherOrderAndApart) {
+TEST_P(DngScan, TileEntriesMayBeInEitherOrderAndApart) {
     put_good_entries(200);
     put_entry(212, 325, 4, 3, 4100);
     put_entry(224, 0xC000, 4, 3, 4000);
@@ -757,7 +758,7 @@ TEST_P(DngScan, TileEntryWithinTheLastElevenBytesIsOutOfRange) {
     }
 }
 
-TEST_P(DngScan, TileListsMustEndInFrontOfTheLastByte) {
+TEST_P(DngScan, TileListsMustEndBeforeTheLastByte) {
     for (const std::size_t entry : {212U, 224U}) {
         for (const auto& [list, good] : {std::pair{6900U - 13U, true},
                                          {6900U - 12U, false},
@@ -787,7 +788,7 @@ TEST_P(DngScan, AbsurdTileCountIsOutOfRange) {
     }
 }
 
-TEST_P(DngScan, OutOfRangeIsNotSurvivedThoughATrueEntryFollows) {
+TEST_P(DngScan, OutOfRangeEndsTheRepairThoughATrueEntryFollows) {
     put_entry(100, 254, 4, 1, 0);
     put_entry(112, 324, 4, 1, 0xFFFFFFFF);
     put_good_entries(200);

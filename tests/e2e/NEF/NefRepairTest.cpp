@@ -38,7 +38,7 @@ class NefRepairs : public RepairFixture {
     std::uint32_t strip_entry = damaged_photo.raw_ifd.entry(273);
     std::uint32_t sample_size = static_cast<std::uint32_t>(sample_photo.bytes.size());
 
-    /// The damaged photograph with nothing alive but its raw image's directory and the raw data.
+    /// The damaged photograph with nothing left but its raw image's directory and the raw data.
     Bytes headless = zeroed(damaged_photo.bytes, 0, main_entry);
 
     /// Repairs with a sample in which a number of four bytes is another.
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, NefPicture,
                                     std::to_string(std::get<1>(kind.param));
                          });
 
-TEST_P(NefPicture, IsWholeAgainWithEverythingInFrontOfTheSecondSubDirectoryDestroyed) {
+TEST_P(NefPicture, IsRepairedWithEverythingBeforeTheSecondSubDirectoryDestroyed) {
     const NefPhoto sample(NefPhoto::Options{.order = order, .number = 1, .bits = bits});
     const NefPhoto original(
         NefPhoto::Options{.order = order, .number = 2, .bits = bits, .maker_notes = 4096});
@@ -75,7 +75,7 @@ TEST_P(NefPicture, IsWholeAgainWithEverythingInFrontOfTheSecondSubDirectoryDestr
     for (const Bytes& head : {Bytes(main_entry), noise(main_entry, 7)}) {
         Bytes damaged = original.bytes;
         put_bytes(damaged, 0, head);
-        // Only the two entries and the raw data must be alive.
+        // Only the two entries and the raw data must survive.
         damaged = zeroed(damaged, main_entry + 12, strip_entry);
         put_bytes(damaged, strip_entry + 12, noise(original.raw_offset - strip_entry - 12, 8));
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
@@ -105,7 +105,7 @@ TEST_F(NefRepairs, ByteCountInTheOutputStaysTheSamples) {
     EXPECT_EQ(get_u32(*output(), sample_photo.raw_ifd.value(279), ByteOrder::kBig), sample_photo.raw_size);
 }
 
-TEST_F(NefRepairs, WhateverFollowsTheRawDataStandsInTheOutput) {
+TEST_F(NefRepairs, WhateverFollowsTheRawDataIsInTheOutput) {
     const Bytes damaged = joined(headless, noise(5000, 3));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
@@ -114,26 +114,26 @@ TEST_F(NefRepairs, WhateverFollowsTheRawDataStandsInTheOutput) {
 
 // The scan of the damaged file.
 
-TEST_F(NefRepairs, PreviewDirectoriesArePassedOver) {
+TEST_F(NefRepairs, PreviewDirectoriesAreSkipped) {
     // IFD 0 and the first sub-directory begin with a NewSubfileType of 1.
     EXPECT_EQ(advance("nef", damaged_photo.bytes, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged_photo.bytes));
 }
 
-TEST_F(NefRepairs, FalseHitsInFrontOfTheTrueOneAreSurvived) {
+TEST_F(NefRepairs, FalseHitsBeforeTheTrueOneAreSkipped) {
     Bytes damaged = headless;
     put_bytes(damaged, 100, big_entry(254, 0, 1, 0));        // No type.
     put_bytes(damaged, 200, big_entry(254, 13, 1, 0));       // Above the types.
     put_bytes(damaged, 300, big_entry(254, 4, 0, 0));        // No values.
     put_bytes(damaged, 400, big_entry(254, 4, 1, 1));        // A preview.
     put_bytes(damaged, 501, {0, 0xFE, 0, 0xFE, 0, 0xFE, 0}); // The tag alone, at odd places.
-    put_bytes(damaged, main_entry - 2, {0, 0xFE});           // Right in front of the true one.
+    put_bytes(damaged, main_entry - 2, {0, 0xFE});           // Right before the true one.
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), expected_output(sample_photo, damaged_photo, damaged));
     EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired)) << "silently";
 }
 
-TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItStands) {
+TEST_F(NefRepairs, FirstWellFormedEntryOfValueZeroIsTakenWhereverItIs) {
     Bytes damaged = headless;
     put_bytes(damaged, 0, big_entry(254, 12, 0xFFFFFFFF, 0));
     put_bytes(damaged, 500, big_entry(273, 1, 2, 5000));
@@ -159,16 +159,16 @@ TEST_F(NefRepairs, DamagedFileWithoutTheTagIsNotFound) {
     }
 }
 
-TEST_F(NefRepairs, GoodEntryWithoutStripOffsetsBehindItIsNotFound) {
+TEST_F(NefRepairs, GoodEntryWithoutStripOffsetsAfterItIsNotFound) {
     Bytes damaged(1000);
-    put_bytes(damaged, 100, big_entry(273, 4, 1, 500)); // In front of it does not count.
+    put_bytes(damaged, 100, big_entry(273, 4, 1, 500)); // Before it does not count.
     put_bytes(damaged, 200, big_entry(254, 4, 1, 0));
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1063);
     EXPECT_THAT(lines(), raw_not_found());
 }
 
-TEST_F(NefRepairs, FalseStripOffsetsBehindAGoodEntryEndTheRepair) {
-    // A whole pair behind it is not looked for.
+TEST_F(NefRepairs, FalseStripOffsetsAfterAGoodEntryEndTheRepair) {
+    // A whole pair after it is not looked for.
     for (const auto& [type, count] : {std::pair{13U, 1U}, {0U, 1U}, {4U, 0U}}) {
         Bytes damaged = headless;
         put_bytes(damaged, 100, big_entry(254, 4, 1, 0));
@@ -343,7 +343,7 @@ class NefMerge : public NefRepairs {
 
     std::uint32_t damaged_size = static_cast<std::uint32_t>(damaged_photo.bytes.size());
     Bytes damaged;
-    Bytes patched; ///< What the clone holds after all patches.
+    Bytes patched; ///< What the working copy holds after all patches.
 };
 
 TEST_F(NefMerge, SampleOffsetOneBeforeItsEndAndAtItsEndSucceeds) {

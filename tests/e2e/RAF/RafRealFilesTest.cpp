@@ -18,7 +18,7 @@ const RepairLog kLog = repair_log("raf");
 // Its Exif.
 constexpr std::size_t kThumbnail = 0xA90;
 constexpr std::size_t kThumbnailSize = 9362;
-// Its first DHT behind the thumbnail, and the next DQT, which is that of a further preview.
+// Its first DHT after the thumbnail, and the next DQT, which is that of a further preview.
 constexpr std::size_t kDht = 0x2FBB;
 constexpr std::size_t kDqt = 0x59DE;
 

@@ -42,7 +42,7 @@ class RafRepairs : public RepairFixture {
 
 // The picture is the judge.
 
-TEST_F(RafRepairs, PictureIsWholeAgainWithEverythingInFrontOfTheSecondHeaderDestroyed) {
+TEST_F(RafRepairs, PictureIsRepairedWithEverythingBeforeTheSecondHeaderDestroyed) {
     ASSERT_NE(sample_photo.image_offset, damaged_photo.image_offset);
     const auto original = decode_raw(damaged_photo.bytes);
     ASSERT_TRUE(original.has_value());
@@ -50,7 +50,7 @@ TEST_F(RafRepairs, PictureIsWholeAgainWithEverythingInFrontOfTheSecondHeaderDest
     ASSERT_NE(original, decode_raw(sample_photo.bytes));
     for (const Bytes& head : {Bytes(damaged_photo.second_header), noise(damaged_photo.second_header, 7)}) {
         Bytes damaged = with(damaged_photo.bytes, 0, head);
-        // Of the raw section only the header and two entries must be alive, and the raw data behind it.
+        // Only the header and two entries of the raw section must survive, and the raw data.
         damaged = zeroed(damaged, damaged_photo.second_header + 8, damaged_photo.strip_offsets_entry);
         damaged = zeroed(damaged, damaged_photo.strip_byte_counts_entry + 12, damaged_photo.image_offset);
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
@@ -60,7 +60,7 @@ TEST_F(RafRepairs, PictureIsWholeAgainWithEverythingInFrontOfTheSecondHeaderDest
     }
 }
 
-TEST_F(RafRepairs, PictureIsWholeAgainWithTheLengthLostToo) {
+TEST_F(RafRepairs, PictureIsRepairedWithTheLengthLostToo) {
     Bytes damaged = zeroed(damaged_photo.bytes, 0, damaged_photo.second_header);
     damaged = zeroed(damaged, damaged_photo.strip_byte_counts_entry, damaged_photo.image_offset);
     ASSERT_EQ(advance("raf", damaged, sample_photo.bytes), 0);
@@ -111,7 +111,7 @@ TEST_F(RafRepairs, SampleOfAnotherSizeIsNotNoticed) {
     EXPECT_EQ(output(), expected_output(other, damaged_photo.image_size, raw_data()));
 }
 
-TEST_F(RafRepairs, WhatStandsBehindTheRawDataIsLeftOutOfBothFiles) {
+TEST_F(RafRepairs, WhatIsAfterTheRawDataIsLeftOutOfBothFiles) {
     EXPECT_EQ(advance("raf", joined(damaged_photo.bytes, {1, 2, 3}), joined(sample_photo.bytes, {4, 5, 6})),
               0);
     EXPECT_EQ(output(), expected());
@@ -133,7 +133,7 @@ const auto kSampleIllegal = "sample file catch Exception, reason is Data is ille
 
 class RafSample : public RafRepairs {
   protected:
-    /// Repairs with this sample and expects the code and one line, the clone to stay and no output.
+    /// Repairs with this sample and expects the code and one line, the working copy to stay and no output.
     void expect_refused(const Bytes& sample, std::int32_t code, const std::string& line) {
         reset_stand_ins();
         EXPECT_EQ(advance("raf", damaged_photo.bytes, sample), code);
@@ -171,7 +171,7 @@ TEST_F(RafSample, WithTwoHeadersOfEachByteOrderIsLittleEndian) {
     EXPECT_EQ(output(), expected());
 }
 
-TEST_F(RafSample, OfAFewBytesIsNotFound) {
+TEST_F(RafSample, FewBytesAreNotFound) {
     expect_refused({1}, -1154, kSampleNotFound);
     expect_refused(kHeader, -1154, kSampleNotFound);
     expect_refused(joined(kHeader, part(kHeader, 0, 7)), -1154, kSampleNotFound);
@@ -188,7 +188,7 @@ TEST_F(RafSample, WithIfd1PastItsEnd) {
     put_u32(sample, sample_photo.ifd0_next_link, size - sample_photo.first_header, kLittle);
     expect_refused(sample, -1153, kSampleBeyond);
     put_u32(sample, sample_photo.ifd0_next_link, size - sample_photo.first_header - 1, kLittle);
-    expect_refused(sample, -1154, kSampleNotFound); // On the last byte: nothing is found behind it.
+    expect_refused(sample, -1154, kSampleNotFound); // On the last byte: nothing is found after it.
 }
 
 TEST_F(RafSample, WithoutANextLinkIsSearchedFromItsFirstHeader) {
@@ -296,7 +296,7 @@ TEST_F(RafSample, WithASpanThatEndsTheFileIsOutOfRange) {
     }
     sample = joined(sample, {0xFF, 0xDB});
     expect_refused(sample, -1153, kSampleOutOfRange);
-    sample.push_back(0); // With one byte behind the span it passes, though all in front of it is gone.
+    sample.push_back(0); // With one byte after the span it passes, though all before it is gone.
     EXPECT_EQ(advance("raf", damaged_photo.bytes, sample), 0);
 }
 
@@ -307,7 +307,7 @@ const auto kDamagedNotFound = "corrupted file catch NotFoundExcepton, reason is 
 
 class RafDamaged : public RafRepairs {
   protected:
-    /// Repairs this file and expects -1153 and one line, the clone to stay and no output.
+    /// Repairs this file and expects -1153 and one line, the working copy to stay and no output.
     void expect_refused(const Bytes& damaged, const std::string& line) {
         reset_stand_ins();
         EXPECT_EQ(advance("raf", damaged, sample_photo.bytes), -1153);
@@ -378,7 +378,7 @@ TEST_F(RafDamaged, WithNoHeaderInReachHasAnAbsoluteOffset) {
     EXPECT_EQ(advance("raf", with(damaged, far + 1, kHeader), sample_photo.bytes), -1155);
 }
 
-TEST_F(RafDamaged, OfTwoHeadersInReachTheFirstInTheFileWins) {
+TEST_F(RafDamaged, FirstOfTwoHeadersInReachWins) {
     const std::uint32_t decoy = damaged_photo.strip_offsets_entry - 136;
     Bytes damaged = with(damaged_photo.bytes, decoy, kHeader);
     put_u32(damaged, damaged_photo.strip_offsets_entry + 8, damaged_photo.image_offset - decoy, kLittle);
@@ -399,7 +399,7 @@ class RafMerges : public RafRepairs {
         put_u32(damaged, damaged_photo.strip_offsets_entry + 8, damaged_image - damaged_photo.second_header,
                 kLittle);
         put_u32(damaged, damaged_photo.strip_byte_counts_entry + 8, length, kLittle);
-        // The clone as the merge leaves it.
+        // The working copy as the merge leaves it.
         patched = part(sample, 0, sample.size());
         patched = zeroed(patched, sample_photo.thumb, sample_photo.thumb + sample_photo.thumb_size);
         patched = zeroed(patched, sample_photo.dht, sample_photo.dqt + 2);

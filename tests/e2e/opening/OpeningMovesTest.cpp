@@ -200,7 +200,7 @@ TEST_P(WorkingCopy, DirectoryInItsPlaceIsReplaced) {
     expect_repaired(photos.damaged, photos.sample);
 }
 
-TEST_P(WorkingCopy, OfASampleThatIsADirectoryFails) {
+TEST_P(WorkingCopy, IsNotMadeFromADirectory) {
     fs::create_directory(path_of("sample"));
     EXPECT_EQ(repair(photos.damaged, std::nullopt), format.copy_failed.code);
     EXPECT_THAT(lines(), ElementsAre(log.failed(format.copy_failed.log)));
@@ -214,7 +214,7 @@ TEST_P(WorkingCopy, NeedsTheWorkDirectory) {
     EXPECT_FALSE(fs::exists(work)) << "the library does not make it";
 }
 
-TEST_P(WorkingCopy, StaysOnlyIfTheOutputIsKnownNotToOpen) {
+TEST_P(WorkingCopy, StaysIfTheOutputIsSeenNotToOpen) {
     write_file(path_of("damaged"), photos.damaged);
     write_file(path_of("sample"), photos.sample);
     const Failure& failure = format.unopened_output;

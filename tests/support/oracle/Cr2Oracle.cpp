@@ -12,7 +12,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const std::uint64_t raw_ifd = sample.u32(12);
     require(raw_ifd != 0);
 
-    // The number behind an entry leads to the next directory where the entry is the last of its own.
+    // The number after an entry leads to the next directory where the entry is the last of its own.
     const auto link_behind = [&](std::uint16_t tag, std::uint64_t from) {
         const std::uint64_t at = sample.find_tag(tag, from);
         (void)sample.legal_entry(at);

@@ -10,7 +10,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const std::uint64_t ifd0 = sample.take_header();
     const std::uint64_t ifd1 = sample.next_directory(ifd0);
 
-    // An end in front of the start is no bound at all.
+    // An end before the start is no bound at all.
     const auto bound = [](std::uint64_t start, std::uint64_t end) { return end < start ? kAnywhere : end; };
     require(ifd1 < sample.size());
     const std::uint64_t preview0 = sample.entry(sample.typed_tag(0x0201, ifd0, bound(ifd0, ifd1), 1)).value;

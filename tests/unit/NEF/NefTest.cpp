@@ -199,7 +199,7 @@ TEST_F(NefModel, ReadsAnEntryInBothByteOrders) {
     }
 }
 
-TEST_F(NefModel, ShortOfABigEndianFileStandsInTheHighHalf) {
+TEST_F(NefModel, ShortOfABigEndianFileIsInTheHighHalf) {
     Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
     test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
     EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
@@ -230,7 +230,7 @@ TEST_F(NefModel, RefusedEntryIsNeitherFilledNorKept) {
     EXPECT_THAT(nef.ifd->entries, IsEmpty());
 }
 
-TEST_F(NefModel, EntryIsReadWholeBeforeItIsJudged) {
+TEST_F(NefModel, EntryIsReadInFullBeforeItIsJudged) {
     const Bytes bad = entry_bytes(0, 0, 0, 0);
     for (std::size_t length = 1; length < 12; ++length) {
         EXPECT_THROW(open(part(bad, 0, length)).read_entry_value(entry, 0), OutRangeException) << length;
@@ -242,7 +242,7 @@ TEST_F(NefModel, EntryIsReadWholeBeforeItIsJudged) {
 
 // Whether an entry's value is zero.
 
-TEST_F(NefModel, TellsWhetherTheValueIsZeroAndKeepsNothing) {
+TEST_F(NefModel, ReportsWhetherTheValueIsZeroAndKeepsNothing) {
     NEF& nef = open(joined(entry_bytes(254, 4, 1, 0), entry_bytes(254, 4, 1, 1)));
     EXPECT_TRUE(nef.read_entry_is_zero(entry, 0));
     EXPECT_EQ(entry->tag, 254U);
@@ -263,7 +263,7 @@ TEST_F(NefModel, AllFourBytesOfTheValueCount) {
 // Sub-directories.
 
 TEST_F(NefModel, SubIfdsOfCountOneIsTheValueItself) {
-    // Nothing stands at the value, and nothing is read there.
+    // Nothing is at the value, and nothing is read there.
     NEF& nef = open(entry_bytes(330, 4, 1, 0x7FFFFFFF));
     EXPECT_THAT(nef.read_sub_ifd_offsets(entry, 0), ElementsAre(0x7FFFFFFFU));
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
@@ -290,7 +290,7 @@ TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
     }
 }
 
-TEST_F(NefModel, SubIfdsListAtZeroWrapsInFrontOfTheFile) {
+TEST_F(NefModel, SubIfdsListAtZeroWrapsBeforeTheFile) {
     NEF& nef = open(joined(entry_bytes(330, 4, 2, 0), Bytes(100)));
     EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), OutRangeException);
     EXPECT_EQ(nef.mmap->position(), 0xFFFFFFFFU) << "in 32 bits";
@@ -336,7 +336,7 @@ TEST_F(NefBlanking, ZeroesThirtyBytes) {
     }
 }
 
-TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatLiesInsideZeroed) {
+TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatIsInsideZeroed) {
     for (const std::uint32_t value : {70U, 71U, 99U}) {
         const Bytes bytes = file_with(100, value);
         NEF& nef = open(bytes);
@@ -372,7 +372,7 @@ class NefStrip : public NefModel {
     static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
 };
 
-TEST_F(NefStrip, IsZeroedWhole) {
+TEST_F(NefStrip, IsZeroedInFull) {
     const Bytes bytes = file_with(50, 77);
     NEF& nef = open(bytes);
     nef.blank_strip(entry, counts, kOffsets, kCounts);
@@ -380,7 +380,7 @@ TEST_F(NefStrip, IsZeroedWhole) {
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, counts));
 }
 
-TEST_F(NefStrip, IsZeroedWholeInABigEndianFileToo) {
+TEST_F(NefStrip, IsZeroedInFullInABigEndianFileToo) {
     Bytes bytes(200, 0xFF);
     test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
     test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
@@ -395,7 +395,7 @@ TEST_F(NefStrip, LengthIsTheValueWhateverTheCount) {
     EXPECT_EQ(content(), zeroed(bytes, 50, 53));
 }
 
-TEST_F(NefStrip, OfLengthZeroWritesNothingWhereverItLies) {
+TEST_F(NefStrip, LengthZeroWritesNothingWhereverItIs) {
     for (const std::uint32_t offset : {50U, 200U, 0xFFFFFFFFU}) {
         const Bytes bytes = file_with(offset, 0);
         NEF& nef = open(bytes);

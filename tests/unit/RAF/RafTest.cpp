@@ -65,7 +65,8 @@ TEST_F(Raf, PatternThatEndsOnTheLastByteIsFound) {
     EXPECT_EQ(raf.search_tag(kPattern, 61), 61U);
     EXPECT_EQ(raf.search_tag_in_range(kPattern, 0, 64), 61U);
     EXPECT_EQ(open(kPattern).search_tag(kPattern, 0), 0U) << "the whole file";
-    EXPECT_THROW((void)open(with(blank_bytes(64), 62, {0x07, 0xF0})).search_tag(kPattern, 0), NotFoundException)
+    EXPECT_THROW((void)open(with(blank_bytes(64), 62, {0x07, 0xF0})).search_tag(kPattern, 0),
+                 NotFoundException)
         << "cut by the end";
 }
 
@@ -120,7 +121,8 @@ TEST_F(Raf, OrderedSearchTakesThePatternBackToFrontInALittleEndianFile) {
 const Bytes kHeader{'I', 'I', 0x2A, 0x00, 0x08, 0x00, 0x00, 0x00};
 
 TEST_F(Raf, ReadsTwoHeadersAsStored) {
-    RAF raf = open(with(with(blank_bytes(64), 5, kHeader), 40, {'I', 'I', 0x2A, 0x00, 0x34, 0x12, 0x00, 0x00}));
+    RAF raf =
+        open(with(with(blank_bytes(64), 5, kHeader), 40, {'I', 'I', 0x2A, 0x00, 0x34, 0x12, 0x00, 0x00}));
     raf.read_ifh({5, 40});
     EXPECT_EQ(raf.first_ifh_offset(), 5U);
     EXPECT_EQ(raf.first_ifh.byte_order, 0x4949);
@@ -191,7 +193,7 @@ TEST_F(Raf, HeaderCutByTheEndIsOutOfRange) {
 
 // From IFD 0 to IFD 1.
 
-/// A header at the offset with an IFD 0 of two entries behind it, and the next link.
+/// A header at the offset with an IFD 0 of two entries after it, and the next link.
 Bytes file_with_ifd0(std::uint32_t header, std::uint32_t next, ByteOrder order) {
     Bytes file = blank_bytes(128);
     test::put_u16(file, header + 8, 2, order);
@@ -209,7 +211,7 @@ TEST_F(Raf, Ifd1IsRelativeToTheFirstHeader) {
     EXPECT_EQ(big.ifd1_offset(), 0x1234U + 13);
 }
 
-TEST_F(Raf, NextLinkOfZeroGivesTheFirstHeader) {
+TEST_F(Raf, NextLinkOfZeroReturnsTheFirstHeader) {
     RAF raf = open(file_with_ifd0(13, 0, ByteOrder::kLittle));
     raf.first_ifh.position = 13;
     EXPECT_EQ(raf.ifd1_offset(), 13U);
@@ -230,7 +232,7 @@ TEST_F(Raf, Ifd0PastTheEndIsVisitingBeyond) {
 }
 
 TEST_F(Raf, NextLinkPastTheEndIsVisitingBeyond) {
-    // Count 1: the link stands at 8 + 2 + 12.
+    // Count 1: the link is at 8 + 2 + 12.
     Bytes file = with(Bytes(22), 8, {1, 0});
     EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(file).ifd1_offset(); }),
               "ifd 0 to 1 offset out of range");

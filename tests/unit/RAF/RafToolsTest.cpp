@@ -46,8 +46,8 @@ Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t value,
 
 TEST_F(RafTools, ReadsTheThumbnailTagsInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000, order)), 62, entry(0x0202, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000, order)), 62,
+                            entry(0x0202, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.first_ifh.position = 7;
         raf.read_thumb_tags(20);
@@ -70,7 +70,7 @@ TEST_F(RafTools, TagTypeAndCountOfAnEntryStayAsStored) {
     EXPECT_EQ(offset.count, 0x01000000U);
 }
 
-TEST_F(RafTools, ThumbnailTagsAreSoughtWithTypeLongOnly) {
+TEST_F(RafTools, ThumbnailTagsAreSearchedForWithTypeLongOnly) {
     const Bytes file = with(with(blank_bytes(400), 50, entry(0x0201, 3, 1)), 62, entry(0x0202, 4, 2000));
     EXPECT_THROW(open(file).read_thumb_tags(0), NotFoundException);
     RAF raf = open(with(file, 100, entry(0x0201, 4, 1000)));
@@ -78,22 +78,23 @@ TEST_F(RafTools, ThumbnailTagsAreSoughtWithTypeLongOnly) {
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_offset"]->value, 1000U);
 }
 
-TEST_F(RafTools, ThumbnailSizeIsSoughtFromIfd1AndNotFromTheOffset) {
+TEST_F(RafTools, ThumbnailSizeIsSearchedForFromIfd1AndNotFromTheOffset) {
     RAF raf = open(with(with(blank_bytes(400), 62, entry(0x0201, 4, 1000)), 50, entry(0x0202, 4, 2000)));
     raf.read_thumb_tags(50);
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_size"]->value, 2000U);
     EXPECT_THROW(raf.read_thumb_tags(51), NotFoundException);
 }
 
-TEST_F(RafTools, ThumbnailTagsInFrontOfIfd1AreNotSeen) {
+TEST_F(RafTools, ThumbnailTagsBeforeIfd1AreNotSeen) {
     RAF raf = open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000)));
     EXPECT_NO_THROW(raf.read_thumb_tags(50));
     EXPECT_EQ(message_of<NotFoundException>([&] { raf.read_thumb_tags(51); }), "not found order tag");
     EXPECT_TRUE(raf.thumb_ifd->entries.empty()) << "what was read before is gone";
 }
 
-TEST_F(RafTools, ThumbnailTagsMayStandFarBehindIfd1UpToTheEndOfTheFile) {
-    RAF raf = open(with(with(blank_bytes(40000), 39976, entry(0x0201, 4, 1000)), 39988, entry(0x0202, 4, 2000)));
+TEST_F(RafTools, ThumbnailTagsMayBeFarAfterIfd1UpToTheEndOfTheFile) {
+    RAF raf =
+        open(with(with(blank_bytes(40000), 39976, entry(0x0201, 4, 1000)), 39988, entry(0x0202, 4, 2000)));
     raf.read_thumb_tags(1);
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_size"]->value, 2000U);
 }
@@ -123,8 +124,8 @@ TEST_F(RafTools, Ifd1PastTheEndIsVisitingBeyond) {
 
 TEST_F(RafTools, ReadsTheSamplesStripTagsInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113, entry(0xF008, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113,
+                            entry(0xF008, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.second_ifh.position = 20;
         raf.read_sample_strip_tags();
@@ -139,13 +140,14 @@ TEST_F(RafTools, ReadsTheSamplesStripTagsInEitherByteOrder) {
 }
 
 TEST_F(RafTools, SamplesStripTagsMayHaveAnyType) {
-    RAF raf = open(with(with(blank_bytes(400), 100, entry(0xF007, 0xA5A5, 1000)), 150, entry(0xF008, 3, 2000)));
+    RAF raf =
+        open(with(with(blank_bytes(400), 100, entry(0xF007, 0xA5A5, 1000)), 150, entry(0xF008, 3, 2000)));
     raf.read_sample_strip_tags();
     EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 1000U);
     EXPECT_EQ(raf.strip_ifd->entries["StripByteCounts"]->value, 2000U);
 }
 
-TEST_F(RafTools, SamplesStripTagsAreSoughtFromTheSecondHeaderOn) {
+TEST_F(RafTools, SamplesStripTagsAreSearchedForFromTheSecondHeaderOn) {
     RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000)), 50, entry(0xF008, 4, 2000)));
     raf.second_ifh.position = 50;
     EXPECT_NO_THROW(raf.read_sample_strip_tags()) << "each search begins at the header";
@@ -193,7 +195,7 @@ TEST_F(RafThumbnail, IsZeroedInTheFile) {
     EXPECT_EQ(test::read_file(path), test::zeroed(blank_bytes(64), 10, 30));
 }
 
-TEST_F(RafThumbnail, SizeOfZeroWritesNothingWhereverItLies) {
+TEST_F(RafThumbnail, SizeOfZeroWritesNothingWhereverItIs) {
     for (const std::uint32_t offset : {0U, 63U, 64U, 0xFFFFFFFFU}) {
         RAF raf = with_thumbnail(offset, 0);
         EXPECT_NO_THROW(raf.clear_thumb());
@@ -238,7 +240,7 @@ class RafHighJpg : public RafTools {
     }
 };
 
-TEST_F(RafHighJpg, SpanBehindTheXmpPacketIsZeroed) {
+TEST_F(RafHighJpg, SpanAfterTheXmpPacketIsZeroed) {
     Bytes file = with(with(with(blank_bytes(400), 100, kXpacketEnd), 150, kDht), 200, kDqt);
     file = with(with(with(file, 20, kZeroAndDht), 50, kDqt), 300, kDht); // These stay.
     file = with(file, 350, kDqt);
@@ -257,20 +259,20 @@ TEST_F(RafHighJpg, SpanHasNoLimitInLength) {
     EXPECT_EQ(blanked(file), test::zeroed(file, 11, 199002));
 }
 
-TEST_F(RafHighJpg, WithoutAPacketTheDhtBehindAZeroIsTakenWithItsZero) {
+TEST_F(RafHighJpg, WithoutAPacketTheDhtAfterAZeroIsTakenWithItsZero) {
     Bytes file = with(with(with(blank_bytes(400), 100, kZeroAndDht), 200, kDqt), 50, kDht);
-    file = with(file, 60, kDqt); // A span in front of it stays.
+    file = with(file, 60, kDqt); // A span before it stays.
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket));
 }
 
-TEST_F(RafHighJpg, PacketWithNoDhtBehindItCountsAsNone) {
+TEST_F(RafHighJpg, PacketWithNoDhtAfterItCountsAsNone) {
     const Bytes file = with(with(with(blank_bytes(400), 300, kXpacketEnd), 100, kZeroAndDht), 350, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 352));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket));
 }
 
-TEST_F(RafHighJpg, PacketWithNoDqtBehindItsDhtCountsAsNone) {
+TEST_F(RafHighJpg, PacketWithNoDqtAfterItsDhtCountsAsNone) {
     const Bytes file =
         with(with(with(with(blank_bytes(400), 300, kXpacketEnd), 350, kDht), 100, kZeroAndDht), 200, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202)) << "the first way changed nothing";
@@ -283,7 +285,7 @@ TEST_F(RafHighJpg, WithNeitherTheFirstDhtInTheFileIsTaken) {
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket, kNoSpecialFlag));
 }
 
-TEST_F(RafHighJpg, DhtBehindAZeroWithNoDqtBehindItLeavesTheFirstDht) {
+TEST_F(RafHighJpg, DhtAfterAZeroWithNoDqtAfterItLeavesTheFirstDht) {
     const Bytes file = with(with(with(blank_bytes(400), 100, kDht), 200, kDqt), 300, kZeroAndDht);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket, kNoSpecialFlag));
@@ -292,7 +294,7 @@ TEST_F(RafHighJpg, DhtBehindAZeroWithNoDqtBehindItLeavesTheFirstDht) {
 TEST_F(RafHighJpg, NoDhtAtAllIsNotFoundAndNothingIsChanged) {
     for (const Bytes& file : {with(blank_bytes(400), 200, kDqt),                     // No DHT.
                               with(blank_bytes(400), 200, kDht),                     // No DQT.
-                              with(with(blank_bytes(400), 100, kDqt), 200, kDht)}) { // DQT in front of it.
+                              with(with(blank_bytes(400), 100, kDqt), 200, kDht)}) { // DQT before it.
         test::reset_stand_ins();
         RAF raf = open(file);
         EXPECT_EQ(message_of<NotFoundException>([&] { raf.deal_high_jpg_data(); }), "not found order tag");
@@ -303,7 +305,8 @@ TEST_F(RafHighJpg, NoDhtAtAllIsNotFoundAndNothingIsChanged) {
 
 TEST_F(RafHighJpg, SpanThatEndsTheFileIsZeroedAndThenOutOfRangeInEveryWay) {
     const Bytes packet = with(with(blank_bytes(400), 100, kXpacketEnd), 150, kDht);
-    for (const Bytes& start : {packet, with(blank_bytes(400), 149, kZeroAndDht), with(blank_bytes(400), 150, kDht)}) {
+    for (const Bytes& start :
+         {packet, with(blank_bytes(400), 149, kZeroAndDht), with(blank_bytes(400), 150, kDht)}) {
         const std::size_t first = start[149] == 0 ? 149 : 150;
         const Bytes passes = with(start, 397, kDqt);
         EXPECT_EQ(blanked(passes), test::zeroed(passes, first, 399));
@@ -315,7 +318,7 @@ TEST_F(RafHighJpg, SpanThatEndsTheFileIsZeroedAndThenOutOfRangeInEveryWay) {
     }
 }
 
-TEST_F(RafHighJpg, OfAPhotographIsItsPreviewsHuffmanTables) {
+TEST_F(RafHighJpg, BlanksTheHuffmanTablesOfAPhotographsPreview) {
     const RafPhoto photo;
     EXPECT_EQ(blanked(photo.bytes), test::zeroed(photo.bytes, photo.dht, photo.dqt + 2));
     EXPECT_THAT(test::logged_lines(), IsEmpty());
@@ -357,8 +360,8 @@ class RafDamagedTags : public RafTools {
 
 TEST_F(RafDamagedTags, AreReadInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113, entry(0xF008, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113,
+                            entry(0xF008, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.read_damaged_strip_tags();
         EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 1000U);
@@ -369,7 +372,7 @@ TEST_F(RafDamagedTags, AreReadInEitherByteOrder) {
     }
 }
 
-TEST_F(RafDamagedTags, HeaderAtMost136BytesInFrontOwnsTheOffset) {
+TEST_F(RafDamagedTags, HeaderAtMost136BytesBeforeItOwnsTheOffset) {
     EXPECT_EQ(offset_with({300 - 100}), 1200U);
     EXPECT_EQ(offset_with({300 - 136}), 1164U);
     EXPECT_EQ(offset_with({300 - 137}), 1000U) << "taken as absolute";
@@ -377,12 +380,12 @@ TEST_F(RafDamagedTags, HeaderAtMost136BytesInFrontOwnsTheOffset) {
     EXPECT_EQ(offset_with({300}), 1300U) << "a distance of 0";
 }
 
-TEST_F(RafDamagedTags, HeaderBehindTheTagIsPassedOver) {
+TEST_F(RafDamagedTags, HeaderAfterTheTagIsSkipped) {
     EXPECT_EQ(offset_with({301}), 1000U);
     EXPECT_EQ(offset_with({308, 380}), 1000U);
 }
 
-TEST_F(RafDamagedTags, OfTwoHeadersInReachTheFirstInTheFileWins) {
+TEST_F(RafDamagedTags, FirstOfTwoHeadersInReachWins) {
     EXPECT_EQ(offset_with({200, 280}), 1200U);
     EXPECT_EQ(offset_with({10, 163, 164, 280, 350}), 1164U) << "the first that is in reach";
 }
@@ -401,7 +404,7 @@ TEST_F(RafDamagedTags, SumWithTheHeaderWraps) {
     EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 199U);
 }
 
-TEST_F(RafDamagedTags, AreSoughtInTheWholeFileAndTheFirstWins) {
+TEST_F(RafDamagedTags, AreSearchedForInTheWholeFileAndTheFirstWins) {
     Bytes file = with(with(blank_bytes(400), 300, entry(0xF007, 4, 1000)), 200, entry(0xF008, 4, 2000));
     file = with(with(file, 0, entry(0xF007, 4, 77)), 30, entry(0xF008, 4, 88));
     RAF raf = open(file);
@@ -451,7 +454,7 @@ TEST_F(RafDamagedTags, LengthToTheEndFromAnOffsetPastItWraps) {
     EXPECT_EQ(length_from(401), 0xFFFFFFFFU);
 }
 
-TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRangeAndNotSurvived) {
+TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRange) {
     for (const std::uint16_t tag : {std::uint16_t{0xF007}, std::uint16_t{0xF008}}) {
         const Bytes file = with(with(blank_bytes(100), 10, entry(0xF007, 4, 50)), 88, entry(tag, 4, 20));
         const Bytes start = tag == 0xF007 ? with(file, 10, Bytes(12)) : file;
@@ -474,7 +477,7 @@ TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRangeAndNotSurvived) {
 class RafMerge : public RafTools {
   protected:
     /// A file of 64 bytes with raw data at the offset and of the length given, whose StripByteCounts entry
-    /// stands at 20.
+    /// is at 20.
     std::shared_ptr<RAF> with_raw_data(const Bytes& bytes, std::uint32_t offset, std::uint32_t length,
                                        std::uint8_t big_endian) {
         auto raf = std::make_shared<RAF>(open(bytes));
@@ -504,7 +507,7 @@ TEST_F(RafMerge, LengthIsPatchedLittleEndianAndTheRawDataFollowTheSamplesHead) {
     EXPECT_EQ(damaged->mapped_file->bytes().size(), damaged_bytes.size());
 }
 
-TEST_F(RafMerge, InABigEndianFileTheFieldIsLittleEndianAllTheSameAndTheCopyTakesTheSwappedLength) {
+TEST_F(RafMerge, BigEndianFileHasALittleEndianFieldAndTheCopyTakesTheSwappedLength) {
     const auto sample = with_raw_data(sample_bytes, 40, 9, 1);
     const auto damaged = with_raw_data(damaged_bytes, 5, 0x02010000, 1); // Swapped: 0x0102.
     RAF::merge_data(damaged, sample, folder / "output");
