@@ -5,7 +5,7 @@
 namespace test {
 
 /// While it lives, one allocation fails, by operator new with std::bad_alloc: the one with this number,
-/// counted from 1 on. Those before and behind it succeed. One object at a time, for code that runs on one
+/// counted from 1 on. Those before and after it succeed. One object at a time, for code that runs on one
 /// thread.
 class FailingAllocation {
   public:

@@ -83,7 +83,7 @@ class RepairAllocation : public ::testing::Test {
     TempDir folder;
 };
 
-TEST_F(RepairAllocation, AnOrfRepairEndsInItsCodes) {
+TEST_F(RepairAllocation, OrfRepairEndsInItsCodes) {
     const auto line = [](const std::string& text) {
         return ErrorLine("src/ORF/OrfRepair.cpp", "OrfRepair::AdvanceRepair", text);
     };
@@ -95,7 +95,7 @@ TEST_F(RepairAllocation, AnOrfRepairEndsInItsCodes) {
     EXPECT_THAT(all, Contains(EndsIn(-1146, line("orf merge data error is std::bad_alloc"))));
 }
 
-TEST_F(RepairAllocation, AnSr2RepairEndsInItsCodes) {
+TEST_F(RepairAllocation, Sr2RepairEndsInItsCodes) {
     const auto line = [](const std::string& text) {
         return ErrorLine("src/SR2/Sr2Repair.cpp", "Sr2Repair::AdvanceRepair", text);
     };
@@ -103,16 +103,17 @@ TEST_F(RepairAllocation, AnSr2RepairEndsInItsCodes) {
         outcomes<plate_mend::Sr2Repair>(make_sr2({.scene = 2}).bytes, make_sr2({.scene = 1}).bytes);
     EXPECT_THAT(all, Each(Field("code", &Outcome::code, AllOf(Ge(-1136), Le(-1131)))));
     EXPECT_THAT(all, Contains(EndsIn(-1136, line("sample catch exception is std::bad_alloc"))));
-    // In the damaged stage the cause is not told, and only the code differs from that of an offset.
+    // In the damaged stage the cause is not logged, and only the code differs from that of an offset.
     EXPECT_THAT(all, Contains(EndsIn(-1136, line("corrupt file offset is far"))));
     EXPECT_THAT(all, Contains(EndsIn(-1135, line("sr2  merge data error: std::bad_alloc"))));
 }
 
-/// All formats, with small pairs. The codes are those of a repair whose input stands there and whose clone
-/// opens; and of a clone that does not, as a stream takes a failed allocation for a failure of its own.
+/// All formats, with small pairs. The codes are those of a repair whose input is there and whose working copy
+/// opens; and of a working copy that does not, as a stream takes a failed allocation for a failure of its
+/// own.
 class AnyRepairAllocation : public ::testing::TestWithParam<SmallPair> {
   private:
-    QuietErrors quiet_; // One repairer tells of it there.
+    QuietErrors quiet_; // One repairer reports it there.
 };
 
 TEST_P(AnyRepairAllocation, EndsInACodeOrReachesTheCallerAndHarmsNothing) {

@@ -64,7 +64,7 @@ class SalvageAllocation : public ::testing::TestWithParam<Damaged> {
         return MndJpegGeneralRepairReport(input.c_str(), output.c_str(), &report);
     }
 
-    /// What stands in the folder beside the damaged file.
+    /// What is in the folder beside the damaged file.
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> found;
         for (const auto& entry : fs::directory_iterator(folder.path())) {
@@ -81,7 +81,7 @@ class SalvageAllocation : public ::testing::TestWithParam<Damaged> {
     StillMendReport report{};
 };
 
-TEST_P(SalvageAllocation, ThatFailsIsToldAndLeavesTheOldOutput) {
+TEST_P(SalvageAllocation, FailureIsReportedAndLeavesTheOldOutput) {
     write_file(folder / "damaged", GetParam().file);
     const std::int32_t undisturbed = salvage();
     const bool delivers = undisturbed != STILL_MEND_NOTHING_FOUND;

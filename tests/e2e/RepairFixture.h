@@ -42,6 +42,14 @@ class RepairFixture : public ::testing::Test {
     [[nodiscard]] std::vector<std::string> work_files() const;
     [[nodiscard]] Bytes work_file(const std::string& name) const;
 
+    /// What the body writes to the standard error output.
+    template <typename Body>
+    static std::string standard_error_of(Body body) {
+        ::testing::internal::CaptureStderr();
+        body();
+        return ::testing::internal::GetCapturedStderr();
+    }
+
     TempDir folder;
     std::filesystem::path work = folder / "work";
     std::filesystem::path damaged_path;

@@ -43,10 +43,10 @@ class EveryByte : public ::testing::TestWithParam<SmallPair> {
     RepairTrial trial{format, folder.path()};
 
   private:
-    QuietErrors quiet_; // One repairer tells of a bad sample there.
+    QuietErrors quiet_; // One repairer reports a bad sample there.
 };
 
-TEST_P(EveryByte, TheUndamagedPairIsRepaired) {
+TEST_P(EveryByte, UndamagedPairIsRepaired) {
     const SmallPair& pair = GetParam();
     const oracle::Expected expected = format.repaired(pair.sample, pair.damaged);
     ASSERT_TRUE(expected);

@@ -32,7 +32,7 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 
 /// How the repairs of a format end in trouble.
 struct Endings {
-    Outcome clone_not_opened; ///< A CR3 repair needs no clone.
+    Outcome clone_not_opened; ///< A CR3 repair needs no working copy.
     Outcome sample_not_mapped;
     Outcome damaged_not_mapped;
     Outcome output_not_opened; ///< Three formats do not look.
@@ -47,7 +47,7 @@ class Fault : public ::testing::TestWithParam<SmallPair> {
 
     [[nodiscard]] Outcome repair() const;
 
-    /// What stands at the output; nothing where nothing does.
+    /// The output; nothing where there is none.
     [[nodiscard]] std::optional<Bytes> output_bytes() const;
 
     /// What the repair must write when nothing is in its way.
@@ -72,13 +72,13 @@ class Fault : public ::testing::TestWithParam<SmallPair> {
     std::filesystem::path temporary = work / ("temp." + std::string(pair.extension));
 
   private:
-    QuietErrors quiet_; ///< One repairer tells of a bad sample there.
+    QuietErrors quiet_; ///< One repairer reports a bad sample there.
 };
 
 /// The name of a test's pair.
 [[nodiscard]] std::string pair_name(const ::testing::TestParamInfo<SmallPair>& pair);
 
-/// One pair a format.
+/// One pair per format.
 [[nodiscard]] std::vector<SmallPair> one_pair_a_format();
 
 } // namespace test

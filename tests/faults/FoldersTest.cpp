@@ -72,7 +72,7 @@ TEST_P(Folders, DamagedFileThatCannotBeWritten) {
 TEST_P(Folders, SampleThatCannotBeWritten) {
     fs::permissions(sample, kReadable);
     const WithoutPrivileges user;
-    // It is cloned; only a CR3 is mapped where it stands.
+    // It is cloned; only a CR3 is mapped where it is.
     EXPECT_EQ(repair(), is("cr3") ? endings.sample_not_mapped : code(0));
 }
 

@@ -12,9 +12,9 @@ Bytes cut(const Bytes& bytes, std::size_t size) {
     return part(bytes, 0, std::min(bytes.size(), size));
 }
 
-// The disk is full after so many bytes of each file, for every number of bytes. The clone is cut short, which
-// is not noticed; so is the output.
-TEST_P(FullDisk, IsNotNoticedUnlessTheCloneLacksWhatIsSought) {
+// The disk is full after so many bytes of each file, for every number of bytes. The working copy is cut
+// short, which is not noticed; so is the output.
+TEST_P(FullDisk, IsNotNoticedUnlessTheCloneLacksWhatIsSearchedFor) {
     const std::size_t largest = std::max(pair.sample.size(), expected().size());
     const std::size_t step = is("cr3") ? 13 : 1; // Many times larger than the others.
     std::size_t unnoticed = 0;
@@ -24,7 +24,7 @@ TEST_P(FullDisk, IsNotNoticedUnlessTheCloneLacksWhatIsSought) {
             const FileSizeLimit limit(room);
             outcome = repair();
         }
-        // There is no clone of a CR3.
+        // There is no working copy of a CR3.
         const Bytes clone = is("cr3") ? pair.sample : cut(pair.sample, room);
         const oracle::Expected whole = format.repaired(clone, pair.damaged);
         if (!whole) {
@@ -59,7 +59,7 @@ class SmallFileSystem : public Fault {
         });
     }
 
-    /// Bytes behind the image, in both files.
+    /// Bytes after the image, in both files.
     void add_tail() const {
         write_file(sample, joined(pair.sample, noise(2 * room, 1)));
         write_file(damaged, joined(pair.damaged, noise(2 * room, 2)));
@@ -76,7 +76,7 @@ TEST_P(SmallFileSystem, ForTheOutputIsNotNoticed) {
     EXPECT_EQ(result, 0);
 }
 
-TEST_P(SmallFileSystem, ForTheCloneIsNotNoticedWhereTheCloneHasWhatIsSought) {
+TEST_P(SmallFileSystem, ForTheCloneIsNotNoticedWhereTheCloneHasWhatIsSearchedFor) {
     add_tail();
     const Bytes whole = *format.repaired(cut(read_file(sample), room), read_file(damaged));
     const auto result = repair_on(work, code(0), whole);

@@ -20,7 +20,7 @@ class LargeFile : public Fault {
         }
     }
 
-    /// Puts a hole into the damaged file, so that the bytes from hole on stand at the end of size bytes.
+    /// Puts a hole into the damaged file, so that the bytes from hole on are at the end of size bytes.
     void stretch_damaged(const Bytes& bytes, std::uint64_t hole, std::uint64_t size) const {
         write_file(damaged, part(bytes, 0, hole));
         fs::resize_file(damaged, size);
@@ -31,7 +31,7 @@ class LargeFile : public Fault {
         ASSERT_TRUE(stream.flush());
     }
 
-    /// The damaged file's head with each 32-bit number in it that lies in [first, last) moved.
+    /// The damaged file's head with each 32-bit number in it that is in [first, last) moved.
     [[nodiscard]] Bytes with_offsets_moved(std::uint32_t first, std::uint32_t last, std::uint64_t by) const {
         Bytes bytes = pair.damaged;
         const ByteOrder order = is("cr3") ? ByteOrder::kBig : ByteOrder::kLittle;
@@ -45,12 +45,12 @@ class LargeFile : public Fault {
         return bytes;
     }
 
-    /// Repairs a damaged file of so many bytes, whose image stands at its very end.
+    /// Repairs a damaged file of so many bytes, whose image is at its very end.
     void repair_image_at_the_end_of(std::uint64_t size) {
         const auto length = static_cast<std::uint32_t>(pair.damaged.size());
         const std::uint64_t by = size - length;
         if (is("cr3")) {
-            const auto payload = length - 80; // The tracks and what stands between them.
+            const auto payload = length - 80; // The tracks and what is between them.
             ASSERT_NO_FATAL_FAILURE(stretch_damaged(with_offsets_moved(payload, length, by), payload, size));
         } else {
             // Offsets of image data; a RAF counts them from its second header.
@@ -68,7 +68,7 @@ class LargeFile : public Fault {
         EXPECT_EQ(output_bytes(), expected());
     }
 
-    /// Repairs a damaged file with zeros behind its image, up to so many bytes. The disk is full soon, so
+    /// Repairs a damaged file with zeros after its image, up to so many bytes. The disk is full soon, so
     /// that they are not all copied.
     void repair_image_with_a_tail_up_to(std::uint64_t size) {
         constexpr std::size_t kRoom = 1 << 16;
@@ -85,11 +85,11 @@ class LargeFile : public Fault {
     }
 };
 
-TEST_P(LargeFile, ImageInFrontOf2GiB) {
+TEST_P(LargeFile, ImageBefore2GiB) {
     repair_image_at_the_end_of(2 * kGigabyte);
 }
 
-TEST_P(LargeFile, ImageInFrontOf4GiBAnd1Byte) {
+TEST_P(LargeFile, ImageBefore4GiBAnd1Byte) {
     repair_image_at_the_end_of(4 * kGigabyte + 1);
 }
 
@@ -105,7 +105,7 @@ TEST_P(LargeFile, SampleWithATailUpTo4GiBAnd1Byte) {
     fs::resize_file(sample, 4 * kGigabyte + 1);
     Outcome outcome;
     {
-        const FileSizeLimit limit(1 << 20); // The clone need not have all of it.
+        const FileSizeLimit limit(1 << 20); // The working copy need not have all of it.
         outcome = repair();
     }
     EXPECT_EQ(outcome, code(0));

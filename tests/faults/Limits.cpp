@@ -20,7 +20,7 @@ namespace {
 constexpr ::uid_t kNobody = 65534;
 constexpr int kNotMounted = 77;
 
-/// Sets the soft limit, and gives the limits from before.
+/// Sets the soft limit, and returns the limits from before.
 ::rlimit limited(int resource, std::uint64_t bytes) {
     ::rlimit old{};
     ::getrlimit(static_cast<__rlimit_resource>(resource), &old);

@@ -64,7 +64,7 @@ class WithoutPrivileges {
     ::uid_t old_;
 };
 
-/// Calls the function in a child process and gives how that ended, as waitpid tells it.
+/// Calls the function in a child process and returns how that ended, as waitpid reports it.
 [[nodiscard]] int status_of_child(const std::function<void()>& function);
 
 /// The bytes of a small file system: some pages.

@@ -7,7 +7,7 @@
 #include <utility>
 
 // Takes the place of the system's mapping in a program that is linked with --wrap for mmap and munmap. The
-// pages in front of a mapped file and behind it cannot be read, so that a look past its pages stops the
+// pages before a mapped file and after it cannot be read, so that a look past its pages stops the
 // program.
 
 // The linker makes these names.

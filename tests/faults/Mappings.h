@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// Is called behind each mapping of a file, with its number from 1 on: those of this process, counted from
-/// the call of this function on. Null: nobody is told any more.
+/// Is called after each mapping of a file, with its number from 1 on: those of this process, counted from
+/// the call of this function on. Null: no more calls.
 void on_mapping(std::function<void(std::size_t number)> listener);
 
 } // namespace test

@@ -23,7 +23,7 @@ class Memory : public Fault {
     }
 };
 
-// The clone takes a buffer; then its mapping does not fit.
+// The working copy takes a buffer; then its mapping does not fit.
 TEST_P(Memory, NoRoomToMapTheSample) {
     fs::resize_file(sample, 64 * kMegabyte);
     EXPECT_EQ(repair_within(16 * kMegabyte), endings.sample_not_mapped);
@@ -62,12 +62,12 @@ class MemoryOfALongList : public Memory {
 };
 
 // Inside a guarded stage the lack of memory is one more exception.
-TEST_P(MemoryOfALongList, OfTheSampleEndsInACode) {
+TEST_P(MemoryOfALongList, InTheSampleEndsInACode) {
     make_long_list(sample, pair.sample);
     EXPECT_EQ(repair_within(160 * kMegabyte), code(-1023));
 }
 
-TEST_P(MemoryOfALongList, OfTheDamagedFileEndsInACode) {
+TEST_P(MemoryOfALongList, InTheDamagedFileEndsInACode) {
     make_long_list(damaged, pair.damaged);
     EXPECT_EQ(repair_within(160 * kMegabyte), code(-1025));
 }

@@ -39,7 +39,7 @@ class SalvageFault : public ::testing::Test {
     /// What a salvage writes when nothing is in its way. The output is not left there.
     [[nodiscard]] Bytes undisturbed();
 
-    /// Names of all that stands in the output's folder, sorted.
+    /// Names of all that is in the output's folder, sorted.
     [[nodiscard]] std::vector<std::string> names() const;
 
     /// Fails the test unless the output's folder holds nothing, and the report too.

@@ -107,7 +107,7 @@ TEST_F(SalvagePlaces, WhatIsNoFileIsLeftAloneAtTheOutputAndBesideIt) {
     EXPECT_FALSE(fs::exists(folder / "nothing"));
 }
 
-TEST_F(SalvagePlaces, AFileThatADeadProcessLeftBesideTheOutputIsReplaced) {
+TEST_F(SalvagePlaces, FileThatADeadProcessLeftBesideTheOutputIsReplaced) {
     const Bytes wanted = undisturbed();
     write_file(beside, noise(100000, 1));
     EXPECT_EQ(salvage(), STILL_MEND_OK);
@@ -115,7 +115,7 @@ TEST_F(SalvagePlaces, AFileThatADeadProcessLeftBesideTheOutputIsReplaced) {
     EXPECT_EQ(names(), std::vector<std::string>{"output.jpg"});
 }
 
-TEST_F(SalvagePlaces, DamagedFileThatCannotBeReadIsToldApart) {
+TEST_F(SalvagePlaces, DamagedFileThatCannotBeReadHasItsOwnCode) {
     fs::permissions(damaged, fs::perms::none);
     {
         const WithoutPrivileges user;
@@ -127,7 +127,7 @@ TEST_F(SalvagePlaces, DamagedFileThatCannotBeReadIsToldApart) {
     EXPECT_EQ(salvage(), STILL_MEND_OK);
 }
 
-TEST_F(SalvagePlaces, DamagedFileThatIsNoFileIsToldApart) {
+TEST_F(SalvagePlaces, DamagedFileThatIsNoFileHasItsOwnCode) {
     fs::remove(damaged);
     EXPECT_EQ(salvage(), STILL_MEND_INPUT_UNREADABLE);
     fs::create_directory(damaged);

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kGigabyte = std::uint64_t{1} << 30U;
 
-/// Files of so many bytes, most of them a hole. Their mappings stand between pages that cannot be read.
+/// Files of so many bytes, most of them a hole. Their mappings are between pages that cannot be read.
 class SalvageLargeFile : public SalvageFault, public ::testing::WithParamInterface<std::uint64_t> {
   protected:
     void SetUp() override {
@@ -35,7 +35,7 @@ class SalvageLargeFile : public SalvageFault, public ::testing::WithParamInterfa
 };
 
 // One file throughout: the system fills gigabytes of memory with its zeros once.
-TEST_P(SalvageLargeFile, IsLookedThroughFromItsFrontToItsEnd) {
+TEST_P(SalvageLargeFile, IsScannedFromItsFrontToItsEnd) {
     fs::resize_file(damaged, GetParam());
     EXPECT_EQ(salvage(), STILL_MEND_NOTHING_FOUND);
     expect_nothing_written();

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20U;
 
-/// A stack does not grow where there is no memory, and nobody can be told of it: so it grows before.
+/// A stack does not grow where there is no memory, and nobody can be notified of it: so it grows before.
 void grow_stack() {
     volatile unsigned char room[kMegabyte];
     for (std::size_t at = 0; at < kMegabyte; at += 1024) {
@@ -52,8 +52,9 @@ TEST_F(SalvageMemory, NoRoomToMapTheDamagedFileIsALackOfMemory) {
     EXPECT_EQ(code_within(192 * kMegabyte), STILL_MEND_OK);
 }
 
-// From no room at all up to enough of it: the lack is told as such, wherever it comes, and nothing is left.
-TEST_F(SalvageMemory, ThatRunsOutAnywhereIsToldAndLeavesNothing) {
+// From no room at all up to enough of it: the lack is reported as such, wherever it comes, and nothing is
+// left.
+TEST_F(SalvageMemory, RunningOutAnywhereIsReportedAndLeavesNothing) {
     const Bytes picture = make_preview(Scene(1), 640, 480);
     const auto raise_room = [this](const Bytes& file, std::uint64_t step) {
         damage(file);

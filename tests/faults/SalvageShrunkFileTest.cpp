@@ -12,7 +12,7 @@ namespace {
 
 using SalvageShrunkFile = EachSalvage;
 
-// A mapped file that is cut short by somebody else takes the process with it, as the header tells.
+// A mapped file that is cut short by somebody else takes the process with it, as the header says.
 TEST_P(SalvageShrunkFile, EndsTheProcessAndLeavesNothing) {
     on_mapping([this](std::size_t number) {
         if (number == 1) {

@@ -12,7 +12,7 @@ namespace {
 using ShrunkFile = Fault;
 
 // A mapped file that is cut short by somebody else takes the process with it, with SIGBUS. Nothing else can
-// be had: the header tells so. The RAF repair logs a line while its clone is mapped.
+// be had: the header says so. The RAF repair logs a line while its working copy is mapped.
 TEST_P(ShrunkFile, EndsTheProcess) {
     Bytes without_packet = pair.sample;
     const std::string_view packet = "xpacket end";

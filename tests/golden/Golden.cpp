@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-// golden                prints one line a format: its extension, the hashes of a damaged photograph, of a
+// golden                prints one line per format: its extension, the hashes of a damaged photograph, of a
 //                       sample and of the repaired photograph
 // golden check TABLE    compares them with a table of such lines; status 0 when all are the same
 //

@@ -1,7 +1,7 @@
 #include "e2e/RepairFixture.h"
 #include "linear/DngFloods.h"
 #include "linear/Steps.h"
-#include "linear/StraightDngRepair.h"
+#include "support/oracle/DngOracle.h"
 
 #include <gmock/gmock.h>
 
@@ -11,13 +11,13 @@
 namespace test {
 namespace {
 
-/// Repairs by the library, and step by step.
+/// Repairs by the library; the oracle repairs step by step.
 class DngFloods : public RepairFixture {
   protected:
-    DngOutcome repair(const Bytes& damaged, const Bytes& sample) {
+    oracle::DngOutcome repair(const Bytes& damaged, const Bytes& sample) {
         reset_stand_ins();
         std::filesystem::remove(work / "temp.dng");
-        DngOutcome outcome;
+        oracle::DngOutcome outcome;
         outcome.code = advance("dng", damaged, sample);
         outcome.output = output();
         if (!work_files().empty()) {
@@ -31,9 +31,9 @@ class DngFloods : public RepairFixture {
     }
 };
 
-TEST_F(DngFloods, EndAsAStraightRepairOfThemEnds) {
+TEST_F(DngFloods, EndAsTheOracleSays) {
     for (const DngFlood& flood : dng_floods(6000)) {
-        EXPECT_EQ(repair(flood.damaged, flood.sample), straight_dng_repair(flood.damaged, flood.sample))
+        EXPECT_EQ(repair(flood.damaged, flood.sample), oracle::dng_outcome(flood.sample, flood.damaged))
             << flood.name;
     }
 }
@@ -56,7 +56,7 @@ TEST_F(DngFloods, CostNoMoreForEachByteWhenTheyGrow) {
     }
 }
 
-/// A file of random entries and, behind them, of small numbers. Much goes wrong in it, and not too much.
+/// A file of random entries and, after them, of small numbers. Much goes wrong in it, and not too much.
 class RandomDng {
   public:
     RandomDng(ByteOrder order, std::mt19937& random) : order_(order), random_(random) {}
@@ -116,14 +116,14 @@ class RandomDng {
     std::mt19937& random_;
 };
 
-TEST_F(DngFloods, OfRandomEntriesEndAsAStraightRepairOfThemEnds) {
+TEST_F(DngFloods, RandomEntriesEndAsTheOracleSays) {
     std::mt19937 random(20240501);
     std::map<std::int32_t, int> codes;
     for (int round = 0; round < 1000; ++round) {
         RandomDng files(round % 2 == 0 ? ByteOrder::kLittle : ByteOrder::kBig, random);
         const Bytes sample = files.sample();
         const Bytes damaged = files.damaged();
-        const DngOutcome expected = straight_dng_repair(damaged, sample);
+        const oracle::DngOutcome expected = oracle::dng_outcome(sample, damaged);
         ASSERT_EQ(repair(damaged, sample), expected) << round;
         ++codes[expected.code];
     }

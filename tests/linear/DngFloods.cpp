@@ -1,5 +1,9 @@
 #include "linear/DngFloods.h"
 
+#include "support/TiffWriter.h"
+
+#include <utility>
+
 #include <functional>
 
 namespace test {
@@ -24,7 +28,7 @@ Bytes plain() {
     return file.number(200).number(50).fill(300, 0x77).bytes();
 }
 
-/// Main images' entries, one behind the other, up to the size.
+/// Main images' entries, one after the other, up to the size.
 DngBytes main_entries(std::size_t size) {
     DngBytes file(kOrder);
     while (file.size() + kEntrySize <= size) {
@@ -67,7 +71,7 @@ Bytes tag_numbers(std::size_t size) {
     return bytes;
 }
 
-/// A sample with a long list of sub-directories, from 32 on: half of its bytes. Behind it come the entries
+/// A sample with a long list of sub-directories, from 32 on: half of its bytes. After it come the entries
 /// that a test writes.
 DngBytes with_sub_directories(std::size_t size,
                               const std::function<std::uint32_t(std::uint32_t)>& offset_of) {
@@ -81,7 +85,7 @@ DngBytes with_sub_directories(std::size_t size,
 }
 
 Bytes sub_directories_of_far_previews(std::size_t size) {
-    // From places in front of each of two far entries in turn, each time a little further on or back.
+    // From places before each of two far entries in turn, each time a little further on or back.
     const auto half = static_cast<std::uint32_t>(size / 2);
     DngBytes file = with_sub_directories(size, [half](std::uint32_t index) {
         return index % 2 == 0 ? half + 3 * (index % 512) : half + half / 2 - 3 * (index % 512);
@@ -101,8 +105,8 @@ Bytes sub_directories_with_long_lists(std::size_t size) {
 }
 
 Bytes previews_inside_the_list_of_the_main_image(std::size_t size) {
-    // A main image whose list is long, and in turn a preview whose first bytes lie inside that list. The
-    // entries stand behind the numbers of the directories, 48 bytes for each of 16 previews.
+    // A main image whose list is long, and in turn a preview whose first bytes are inside that list. The
+    // entries are after the numbers of the directories, 48 bytes for each of 16 previews.
     const auto half = static_cast<std::uint32_t>(size / 2);
     const std::uint32_t entries = half + 32;
     DngBytes file = with_sub_directories(size, [entries](std::uint32_t index) {
@@ -127,18 +131,12 @@ DngBytes& DngBytes::header(std::uint32_t first_ifd) {
 }
 
 DngBytes& DngBytes::entry(std::uint16_t tag, std::uint32_t count, std::uint32_t value, std::uint16_t type) {
-    const std::size_t offset = bytes_.size();
-    bytes_.resize(offset + kEntrySize);
-    put_u16(bytes_, offset, tag, order_);
-    put_u16(bytes_, offset + 2, type, order_);
-    put_u32(bytes_, offset + 4, count, order_);
-    put_u32(bytes_, offset + 8, value, order_);
+    bytes_ = joined(std::move(bytes_), entry_bytes(tag, type, count, value, order_));
     return *this;
 }
 
 DngBytes& DngBytes::number(std::uint32_t value) {
-    bytes_.resize(bytes_.size() + 4);
-    put_u32(bytes_, bytes_.size() - 4, value, order_);
+    bytes_ = joined(std::move(bytes_), u32_bytes({value}, order_));
     return *this;
 }
 

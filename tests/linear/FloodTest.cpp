@@ -27,7 +27,7 @@ Bytes repeated(const Bytes& pattern, std::size_t size) {
     return bytes;
 }
 
-/// Files of about size bytes in which one pattern stands everywhere. It is what a repair of the format seeks.
+/// Files of about size bytes full of one pattern, which is what a repair of the format searches for.
 struct Flood {
     const char* name;
     const char* extension;

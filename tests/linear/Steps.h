@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// How many bytes the library has looked at: a search counts those in front of its match and the match, a
+/// How many bytes the library has looked at: a search counts those before its match and the match, a
 /// read through the cursor its own.
 inline std::uint64_t steps = 0;
 

@@ -2,41 +2,13 @@
 
 #include "support/Jpeg.h"
 #include "support/Scene.h"
+#include "support/TiffTags.h"
 
 namespace test {
 
 namespace {
 
-// Tags of TIFF 6.0 and of Sony's Sub IFD.
-enum Tag : std::uint16_t {
-    kNewSubfileType = 254,
-    kImageWidth = 256,
-    kImageLength = 257,
-    kBitsPerSample = 258,
-    kCompression = 259,
-    kPhotometric = 262,
-    kDescription = 270,
-    kMake = 271,
-    kModel = 272,
-    kStripOffsets = 273,
-    kOrientation = 274,
-    kRowsPerStrip = 278,
-    kStripByteCounts = 279,
-    kXResolution = 282,
-    kYResolution = 283,
-    kSoftware = 305,
-    kDateTime = 306,
-    kSubIfds = 330,
-    kJpegOffset = 513,
-    kJpegLength = 514,
-    kCfaPatternDim = 33421,
-    kCfaPattern = 33422,
-};
-
-constexpr std::uint32_t kLater = 0;       // Patched when the place is known.
 constexpr std::uint16_t kSonyRaw = 32767; // Sony's own compression number.
-constexpr std::uint16_t kCfa = 32803;     // A colour filter array.
-constexpr std::size_t kAlignment = 512;   // The image begins on a sector.
 
 } // namespace
 
@@ -83,23 +55,30 @@ ArwPhoto::ArwPhoto(const Options& options) {
         const bool given = preview_offsets.empty() && !options.preview.empty();
         const Bytes jpeg =
             given ? options.preview : make_preview(scene, preview_width, preview_width * 3 / 4);
-        preview_offsets.push_back(tiff.append(jpeg));
-        tiff.set_value(ifd, kJpegOffset, preview_offsets.back());
-        tiff.set_value(ifd, kJpegLength, static_cast<std::uint32_t>(jpeg.size()));
+        preview_offsets.push_back(tiff.place(ifd, kJpegOffset, kJpegLength, jpeg));
         preview_width = preview_width / 2 + 16;
     }
 
-    tiff.pad_to((tiff.offset() + kAlignment - 1) / kAlignment * kAlignment);
-    const auto samples = scene.bayer(options.width, options.height, 14);
-    Bytes image(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(image, 2 * index, samples[index], options.order);
-    }
+    tiff.pad_to_sector();
+    const Bytes image = u16_bytes(scene.bayer(options.width, options.height, 14), options.order);
     image_size = static_cast<std::uint32_t>(image.size());
-    image_offset = tiff.append(image);
-    tiff.set_value(sub_ifd, kStripOffsets, image_offset);
-    tiff.set_value(sub_ifd, kStripByteCounts, image_size);
+    image_offset = tiff.place(sub_ifd, kStripOffsets, kStripByteCounts, image);
     bytes = tiff.bytes();
+}
+
+Bytes blanked(Bytes bytes, const ArwPhoto& photo) {
+    for (const std::uint32_t preview : photo.preview_offsets) {
+        bytes = zeroed(bytes, preview, preview + 30);
+    }
+    return bytes;
+}
+
+Bytes expected_output(const ArwPhoto& sample, const ArwPhoto& original, const Bytes& damaged) {
+    constexpr std::uint32_t kByteCount = 24 + 8; // After the start of the three entries.
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image_offset);
+    const std::uint32_t byte_count = original.strip_entries + kByteCount;
+    put_bytes(head, sample.strip_entries + kByteCount, part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image_offset, damaged.size()));
 }
 
 } // namespace test

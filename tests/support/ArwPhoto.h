@@ -7,7 +7,7 @@ namespace test {
 
 /// A Sony ARW photograph, laid out as a camera writes it: IFD 0 with a preview, a block of maker notes, IFD 1
 /// with a thumbnail, the Sub IFD with the raw strip, IFD 2 with a second preview, the three JPEGs, and the
-/// raw data at the end, 14 bits in two bytes a pixel. LibRaw opens and decodes it.
+/// raw data at the end, 14 bits in two bytes per pixel. LibRaw opens and decodes it.
 struct ArwPhoto {
     struct Options {
         ByteOrder order = ByteOrder::kLittle;
@@ -31,5 +31,13 @@ struct ArwPhoto {
     std::uint32_t image_offset = 0;             ///< The raw data; they go on to the end of the file.
     std::uint32_t image_size = 0;
 };
+
+/// The same bytes, laid out as the photograph's, with the starts of its three pictures blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const ArwPhoto& photo);
+
+/// What a repair must write: the sample up to its image, blanked, with the byte count of the original, then
+/// the damaged file from the original's image on.
+[[nodiscard]] Bytes expected_output(const ArwPhoto& sample, const ArwPhoto& original, const Bytes& damaged);
 
 } // namespace test

@@ -85,6 +85,27 @@ Bytes zeroed(Bytes bytes, std::size_t first, std::size_t last) {
     return bytes;
 }
 
+Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
+    put_bytes(bytes, offset, value);
+    return bytes;
+}
+
+Bytes u16_bytes(const std::vector<std::uint16_t>& values, ByteOrder order) {
+    Bytes bytes(2 * values.size());
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        put_u16(bytes, 2 * index, values[index], order);
+    }
+    return bytes;
+}
+
+Bytes u32_bytes(const std::vector<std::uint32_t>& values, ByteOrder order) {
+    Bytes bytes(4 * values.size());
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        put_u32(bytes, 4 * index, values[index], order);
+    }
+    return bytes;
+}
+
 Bytes read_file(const std::filesystem::path& path) {
     std::ifstream stream(path, std::ios::binary);
     Bytes bytes(static_cast<std::size_t>(std::filesystem::file_size(path)));

@@ -15,7 +15,7 @@ struct Cr2Photo {
         unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
         unsigned width = 160; ///< A multiple of 4.
         unsigned height = 120;
-        std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets behind them.
+        std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets after them.
         Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
     };
 
@@ -35,9 +35,12 @@ struct Cr2Photo {
     std::uint32_t raw_size = 0;
 };
 
-/// A lossless JPEG (ITU T.81, process 14) with two interleaved components: predictor 1, one Huffman table.
-/// The samples are rows of 2 * columns numbers of the given bits, the components in turn.
-[[nodiscard]] Bytes make_lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned columns,
-                                       unsigned rows, unsigned bits);
+/// The same bytes, laid out as the photograph's, with the starts of its JPEGs and its small picture blanked:
+/// what a repair leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const Cr2Photo& photo);
+
+/// What a repair must write: the sample up to its raw data, blanked, then the damaged file from the
+/// original's raw data on.
+[[nodiscard]] Bytes expected_output(const Cr2Photo& sample, const Cr2Photo& original, const Bytes& damaged);
 
 } // namespace test

@@ -39,7 +39,7 @@ class BoxWriter {
     void run(const Bytes& value) { bytes_.insert(bytes_.end(), value.begin(), value.end()); }
     void uuid(const std::array<unsigned char, 16>& value) { run({value.begin(), value.end()}); }
 
-    /// What stands within a sample entry has no name.
+    /// The content of a sample entry has no name.
     void begin(std::string_view type, const std::string& name = {}) {
         if (!name.empty()) {
             photo_.boxes[name] = bytes_.size();
@@ -98,7 +98,7 @@ constexpr std::array<TrackKind, 4> kTracks{{{"vide", "vmhd", 128, 96},
 ///   33  1  planes (4), and the filter (0: RGGB)
 ///   34  1  coding (0: lossless), and wavelet levels (0)
 ///   35  1  flags of the tiles: 0
-///   36  4  length of the headers in front of the planes
+///   36  4  length of the headers before the planes
 ///   40     0, and four times 01010000
 void write_cmp1(BoxWriter& boxes, const TrackKind& kind) {
     boxes.begin("CMP1");
@@ -418,7 +418,7 @@ std::size_t Cr3Photo::offset_entry(unsigned n) const {
 }
 
 Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& track3) {
-    // All in front of mdat, with the heads of both previews blank and the filler of the thumbnail lost.
+    // All before mdat, with the heads of both previews blank and the filler of the thumbnail lost.
     const std::size_t mdat = sample.at("mdat");
     Bytes out = part(sample.bytes, 0, mdat);
     const auto& small = sample.thumbnail;
@@ -429,7 +429,7 @@ Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& tra
     unsigned char& byte3 = out[sample.at("CCTP") + 11];
     byte3 = static_cast<unsigned char>(byte3 % 16 * 16);
 
-    // The tracks, one behind the other.
+    // The tracks, one after the other.
     const std::array<Bytes, 4> tracks{track1, sample.track(2), track3, sample.track(4)};
     Bytes body;
     for (unsigned n = 1; n <= 4; ++n) {
@@ -443,6 +443,10 @@ Bytes expected_cr3(const Cr3Photo& sample, const Bytes& track1, const Bytes& tra
     const std::size_t size_word = header.size() == 16 ? 12 : 0;
     put_u32(header, size_word, static_cast<std::uint32_t>(header.size() + body.size()), kBig);
     return joined(joined(out, header), body);
+}
+
+Bytes expected_output(const Cr3Photo& sample, const Cr3Photo& original) {
+    return expected_cr3(sample, original.track(1), original.track(3));
 }
 
 } // namespace test

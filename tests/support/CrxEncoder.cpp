@@ -23,7 +23,7 @@
 // and its table are those of JPEG-LS (ITU-T T.87, A.4.1 and A.7); what the prediction missed is written in
 // an adaptive Rice code. x is the sample, a to d are its neighbours:
 //
-//     c b d    Above the first line stand zeros. In front of a line stands the first sample of the one
+//     c b d    Above the first line are zeros. Before a line is the first sample of the one
 //     a x      above it.
 //
 // Runs: where a, b and d are the same, and x is not the last of its line, the number of samples equal to a
@@ -31,9 +31,9 @@
 //
 // Prediction elsewhere: the median of a, b and a + b - c.
 //
-// Errors: e is coded as the number 2e, or -2e - 1 when e < 0. All of it but the low k bits stands as that
-// many zeros and a one, then come these k bits. More than 40 zeros are written as 41, a one, and the number
-// in 21 bits.
+// Errors: e is coded as the number 2e, or -2e - 1 when e < 0. All of it except the low k bits is written as
+// that many zeros and a one, then come these k bits. More than 40 zeros are written as 41, a one, and the
+// number in 21 bits.
 //
 // k begins at 0 and is at most 15. What moves it is the number; on all lines but the first, and for all
 // samples but the last of a line, the mean of the number and 2 |b - d|. Below half of 2^k it goes down by
@@ -168,7 +168,7 @@ class PlaneEncoder {
         0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
     std::size_t width_;
-    std::vector<int> line_; ///< Sample x stands at x + 1.
+    std::vector<int> line_; ///< Sample x is at x + 1.
     std::vector<int> above_;
     BitWriter bits_;
     bool first_line_ = true;

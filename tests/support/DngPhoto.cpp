@@ -1,89 +1,20 @@
 #include "support/DngPhoto.h"
 
 #include "support/Jpeg.h"
+#include "support/LosslessJpeg.h"
 #include "support/Scene.h"
+#include "support/TiffTags.h"
+
+#include <utility>
 
 namespace test {
 
 namespace {
 
-// Tags of TIFF 6.0, TIFF/EP and DNG.
-enum Tag : std::uint16_t {
-    kNewSubfileType = 254,
-    kImageWidth = 256,
-    kImageLength = 257,
-    kBitsPerSample = 258,
-    kCompression = 259,
-    kPhotometric = 262,
-    kMake = 271,
-    kModel = 272,
-    kStripOffsets = 273,
-    kOrientation = 274,
-    kSamplesPerPixel = 277,
-    kRowsPerStrip = 278,
-    kStripByteCounts = 279,
-    kPlanarConfiguration = 284,
-    kSoftware = 305,
-    kDateTime = 306,
-    kTileWidth = 322,
-    kTileLength = 323,
-    kTileOffsets = 324,
-    kTileByteCounts = 325,
-    kSubIfds = 330,
-    kCfaPatternDim = 33421,
-    kCfaPattern = 33422,
-    kDngVersion = 50706,
-    kUniqueCameraModel = 50708,
-    kBlackLevel = 50714,
-    kWhiteLevel = 50717,
-    kColorMatrix1 = 50721,
-    kAsShotNeutral = 50728,
-    kCalibrationIlluminant1 = 50778,
-};
-
-constexpr std::uint32_t kLater = 0;     // Patched when the place is known.
 constexpr std::uint16_t kJpeg = 7;      // JPEG in the sense of DNG: baseline or lossless.
 constexpr std::uint16_t kYCbCr = 6;     // Photometric interpretation of the previews.
-constexpr std::uint16_t kCfa = 32803;   // A colour filter array.
 constexpr std::uint16_t kDaylight = 21; // D65
-constexpr std::size_t kAlignment = 512; // The image begins on a sector.
 constexpr unsigned kBits = 14;          // A sample.
-constexpr unsigned kCategories = 15;    // Of differences: 0 to 14 bits.
-
-/// Bits of a JPEG scan, high bit first, with a zero behind each FF.
-class BitWriter {
-  public:
-    void put(std::uint32_t value, unsigned count) {
-        while (count-- > 0) {
-            current_ = static_cast<unsigned char>(unsigned{current_} << 1U | (value >> count & 1U));
-            if (++filled_ == 8) {
-                flush();
-            }
-        }
-    }
-
-    /// All bytes, the last one filled up with ones.
-    Bytes finish() {
-        while (filled_ != 0) {
-            put(1, 1);
-        }
-        return bytes_;
-    }
-
-  private:
-    void flush() {
-        bytes_.push_back(current_);
-        if (current_ == 0xFF) {
-            bytes_.push_back(0);
-        }
-        current_ = 0;
-        filled_ = 0;
-    }
-
-    Bytes bytes_;
-    unsigned char current_ = 0;
-    unsigned filled_ = 0;
-};
 
 /// The tile at a column and a row, filled up at the edges with zeros.
 Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsigned left, unsigned top) {
@@ -94,10 +25,10 @@ Bytes encode_tile(const DngPhoto& photo, const DngPhoto::Options& options, unsig
                 photo.samples[std::size_t{top + row} * options.width + left + column];
         }
     }
-    return lossless_jpeg(tile, options.tile_width, options.tile_height);
+    return lossless_jpeg(tile, options.tile_width, options.tile_height, kBits);
 }
 
-/// Where a list of LONGs stands: in the value field when it has one.
+/// Where a list of LONGs is: in the value field when it has one.
 std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std::uint16_t tag) {
     const std::uint32_t entry = directory.entry(tag);
     return get_u32(photo.bytes, entry + 4, photo.order) == 1 ? entry + 8
@@ -105,40 +36,6 @@ std::uint32_t list_of(const DngPhoto& photo, const TiffDirectory& directory, std
 }
 
 } // namespace
-
-// The predictor is the left neighbour. All categories of differences have codes of four bits.
-Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height) {
-    const auto high = [](unsigned value) { return static_cast<unsigned char>(value >> 8U); };
-    const auto low = [](unsigned value) { return static_cast<unsigned char>(value); };
-    Bytes jpeg{0xFF, 0xD8};
-    jpeg = joined(
-        jpeg, {0xFF, 0xC4, 0, 19 + kCategories, 0, 0, 0, 0, kCategories, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    for (unsigned category = 0; category < kCategories; ++category) {
-        jpeg.push_back(low(category));
-    }
-    jpeg = joined(
-        jpeg, {0xFF, 0xC3, 0, 11, kBits, high(height), low(height), high(width), low(width), 1, 1, 0x11, 0});
-    jpeg = joined(jpeg, {0xFF, 0xDA, 0, 8, 1, 1, 0, 1, 0, 0});
-
-    BitWriter bits;
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        int predicted = 1 << (kBits - 1);
-        if (index % width != 0) {
-            predicted = samples[index - 1];
-        } else if (index != 0) {
-            predicted = samples[index - width];
-        }
-        const int difference = samples[index] - predicted;
-        auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
-        unsigned category = 0;
-        for (; magnitude != 0; magnitude >>= 1U) {
-            ++category;
-        }
-        bits.put(category, 4);
-        bits.put(static_cast<std::uint32_t>(difference < 0 ? difference - 1 : difference), category);
-    }
-    return joined(joined(jpeg, bits.finish()), {0xFF, 0xD9});
-}
 
 DngPhoto::DngPhoto(const Options& options) : order(options.order) {
     const Scene scene(options.number);
@@ -213,13 +110,11 @@ DngPhoto::DngPhoto(const Options& options) : order(options.order) {
         const bool given = preview + 1 == with_preview.size() && !options.preview.empty();
         const Bytes jpeg =
             given ? options.preview : make_preview(scene, preview_width(preview), preview_height(preview));
-        preview_offsets.push_back(tiff.append(jpeg));
+        preview_offsets.push_back(tiff.place(with_preview[preview], kStripOffsets, kStripByteCounts, jpeg));
         preview_sizes.push_back(static_cast<std::uint32_t>(jpeg.size()));
-        tiff.set_value(with_preview[preview], kStripOffsets, preview_offsets.back());
-        tiff.set_value(with_preview[preview], kStripByteCounts, preview_sizes.back());
     }
 
-    tiff.pad_to((tiff.offset() + kAlignment - 1) / kAlignment * kAlignment);
+    tiff.pad_to_sector();
     for (unsigned top = 0; top < options.height; top += options.tile_height) {
         for (unsigned left = 0; left < options.width; left += options.tile_width) {
             const Bytes tile = encode_tile(*this, options, left, top);
@@ -245,6 +140,33 @@ std::uint32_t DngPhoto::offset_slot(std::size_t tile) const {
 
 std::uint32_t DngPhoto::byte_count_slot(std::size_t tile) const {
     return list_of(*this, main_ifd, kTileByteCounts) + 4 * static_cast<std::uint32_t>(tile);
+}
+
+Bytes blanked(Bytes bytes, const DngPhoto& photo) {
+    for (const std::uint32_t preview : photo.preview_offsets) {
+        bytes = zeroed(std::move(bytes), preview, preview + 30);
+    }
+    return bytes;
+}
+
+Bytes patched(const DngPhoto& sample, const DngPhoto& original) {
+    Bytes bytes = blanked(sample.bytes, sample);
+    std::uint32_t offset = sample.tile_offsets[0];
+    for (std::size_t tile = 0; tile < sample.tiles(); ++tile) {
+        put_u32(bytes, sample.offset_slot(tile), offset, sample.order);
+        put_u32(bytes, sample.byte_count_slot(tile), original.tile_byte_counts[tile], sample.order);
+        offset += original.tile_byte_counts[tile];
+    }
+    return bytes;
+}
+
+std::size_t end_of_tiles(const DngPhoto& photo) {
+    return photo.tile_offsets.back() + photo.tile_byte_counts.back();
+}
+
+Bytes expected_output(const DngPhoto& sample, const DngPhoto& original, const Bytes& damaged) {
+    return joined(part(patched(sample, original), 0, sample.tile_offsets[0]),
+                  part(damaged, original.tile_offsets[0], end_of_tiles(original)));
 }
 
 } // namespace test

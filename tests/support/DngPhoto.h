@@ -5,10 +5,6 @@
 
 namespace test {
 
-/// A lossless JPEG of one component (ITU-T T.81, SOF3), as DNG tiles hold it. The samples have 14 bits at
-/// most.
-[[nodiscard]] Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height);
-
 /// A DNG photograph (DNG 1.4), laid out as a converter writes it: IFD 0 with a preview, a block of private
 /// data, the sub-directories (the main image among further previews), the JPEGs of the previews, and the main
 /// image at the end: tiles of lossless JPEG (14 bits), end to end, each as long as its content needs. LibRaw
@@ -32,7 +28,7 @@ struct DngPhoto {
 
     [[nodiscard]] std::size_t tiles() const { return tile_offsets.size(); }
 
-    /// The file offsets of the two lists' numbers: four bytes a tile.
+    /// The file offsets of the two lists' numbers: four bytes per tile.
     [[nodiscard]] std::uint32_t offset_slot(std::size_t tile) const;
     [[nodiscard]] std::uint32_t byte_count_slot(std::size_t tile) const;
 
@@ -48,5 +44,20 @@ struct DngPhoto {
     std::vector<std::uint32_t> tile_offsets;
     std::vector<std::uint32_t> tile_byte_counts;
 };
+
+/// The same bytes, laid out as the photograph's, with the starts of its previews blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const DngPhoto& photo);
+
+/// The working copy before it is copied: blanked, with tables of the original's tiles end to end from the
+/// sample's first tile on.
+[[nodiscard]] Bytes patched(const DngPhoto& sample, const DngPhoto& original);
+
+/// Where the last tile ends.
+[[nodiscard]] std::size_t end_of_tiles(const DngPhoto& photo);
+
+/// What a repair must write: the patched sample up to its first tile, then the damaged file's bytes at the
+/// place of the original's tiles.
+[[nodiscard]] Bytes expected_output(const DngPhoto& sample, const DngPhoto& original, const Bytes& damaged);
 
 } // namespace test

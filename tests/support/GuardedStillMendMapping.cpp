@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 // Takes the place of the salvager's own mapping when a program is linked. The last byte of a file is the last
-// one in front of a page that cannot be read, so that one byte too far stops the program.
+// one before a page that cannot be read, so that one byte too far stops the program.
 
 namespace still_mend {
 

@@ -24,7 +24,7 @@ std::ostream& operator<<(std::ostream& stream, const LogLine& line);
 /// Forgets all recorded calls of both stand-ins, and lets them answer success again.
 void reset_stand_ins();
 
-/// Match one whole line, but for the number of the source line, which must be a positive number:
+/// Match one whole line, except the number of the source line, which must be a positive number:
 /// EXPECT_THAT(logged_lines(), ElementsAre(InformationLine("ArwRepair::AdvanceRepair", "text"), ...)).
 [[nodiscard]] ::testing::Matcher<const LogLine&> InformationLine(const std::string& function,
                                                                  const std::string& text);

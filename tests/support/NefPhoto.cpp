@@ -2,42 +2,14 @@
 
 #include "support/Jpeg.h"
 #include "support/Scene.h"
+#include "support/TiffTags.h"
+
+#include <utility>
 
 namespace test {
 
 namespace {
 
-// Tags of TIFF 6.0 and TIFF/EP.
-enum Tag : std::uint16_t {
-    kNewSubfileType = 254,
-    kImageWidth = 256,
-    kImageLength = 257,
-    kBitsPerSample = 258,
-    kCompression = 259,
-    kPhotometric = 262,
-    kMake = 271,
-    kModel = 272,
-    kStripOffsets = 273,
-    kOrientation = 274,
-    kSamplesPerPixel = 277,
-    kRowsPerStrip = 278,
-    kStripByteCounts = 279,
-    kXResolution = 282,
-    kYResolution = 283,
-    kPlanarConfiguration = 284,
-    kResolutionUnit = 296,
-    kSoftware = 305,
-    kDateTime = 306,
-    kSubIfds = 330,
-    kJpegOffset = 513,
-    kJpegLength = 514,
-    kCfaPatternDim = 33421,
-    kCfaPattern = 33422,
-    kSensingMethod = 37399,
-};
-
-constexpr std::uint32_t kLater = 0;   // Patched when the place is known.
-constexpr std::uint16_t kCfa = 32803; // A colour filter array.
 constexpr unsigned kThumbnailWidth = 40;
 constexpr unsigned kThumbnailHeight = 30;
 
@@ -50,14 +22,6 @@ Bytes packed(const std::vector<std::uint16_t>& samples) {
         for (const unsigned shift : {16U, 8U, 0U}) {
             image.push_back(static_cast<unsigned char>(pair >> shift));
         }
-    }
-    return image;
-}
-
-Bytes in_words(const std::vector<std::uint16_t>& samples, ByteOrder order) {
-    Bytes image(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(image, 2 * index, samples[index], order);
     }
     return image;
 }
@@ -109,23 +73,27 @@ NefPhoto::NefPhoto(const Options& options) {
     tiff.patch_u32(sub_ifds_list, preview_ifd.offset);
     tiff.patch_u32(sub_ifds_list + 4, raw_ifd.offset);
 
-    const auto place = [&](const TiffDirectory& ifd, Tag offset_tag, Tag size_tag, const Bytes& picture) {
-        const std::uint32_t offset = tiff.append(picture);
-        tiff.set_value(ifd, offset_tag, offset);
-        tiff.set_value(ifd, size_tag, static_cast<std::uint32_t>(picture.size()));
-        return offset;
-    };
     const Bytes thumbnail = scene.rgb8(kThumbnailWidth, kThumbnailHeight);
     const auto samples = scene.bayer(options.width, options.height, options.bits);
-    const Bytes raw = options.bits == 12 ? packed(samples) : in_words(samples, options.order);
+    const Bytes raw = options.bits == 12 ? packed(samples) : u16_bytes(samples, options.order);
     thumbnail_size = static_cast<std::uint32_t>(thumbnail.size());
     raw_size = static_cast<std::uint32_t>(raw.size());
-    thumbnail_offset = place(ifd0, kStripOffsets, kStripByteCounts, thumbnail);
+    thumbnail_offset = tiff.place(ifd0, kStripOffsets, kStripByteCounts, thumbnail);
     const Bytes preview =
         options.preview.empty() ? make_preview(scene, options.width, options.height) : options.preview;
-    preview_offset = place(preview_ifd, kJpegOffset, kJpegLength, preview);
-    raw_offset = place(raw_ifd, kStripOffsets, kStripByteCounts, raw);
+    preview_offset = tiff.place(preview_ifd, kJpegOffset, kJpegLength, preview);
+    raw_offset = tiff.place(raw_ifd, kStripOffsets, kStripByteCounts, raw);
     bytes = tiff.bytes();
+}
+
+Bytes blanked(Bytes bytes, const NefPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumbnail_offset, photo.thumbnail_offset + photo.thumbnail_size);
+    return zeroed(std::move(bytes), photo.preview_offset, photo.preview_offset + 30);
+}
+
+Bytes expected_output(const NefPhoto& sample, const NefPhoto& original, const Bytes& damaged) {
+    return joined(part(blanked(sample.bytes, sample), 0, sample.raw_offset),
+                  part(damaged, original.raw_offset, damaged.size()));
 }
 
 } // namespace test

@@ -15,7 +15,7 @@ struct NefPhoto {
         unsigned bits = 12;  ///< 12: packed, two samples in three bytes. 14: in two bytes each.
         unsigned width = 160;
         unsigned height = 120;
-        std::size_t maker_notes = 2048; ///< Bytes behind IFD 0: they set the offsets behind them.
+        std::size_t maker_notes = 2048; ///< Bytes after IFD 0: they set the offsets after them.
         Bytes preview{};                ///< The JPEG of the first sub-directory; the scene's if empty.
     };
 
@@ -33,5 +33,13 @@ struct NefPhoto {
     std::uint32_t raw_offset = 0;     ///< The raw data; they go on to the end of the file.
     std::uint32_t raw_size = 0;
 };
+
+/// The same bytes, laid out as the photograph's, with its thumbnail and the start of its preview blanked:
+/// what a repair leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const NefPhoto& photo);
+
+/// What a repair must write: the sample up to its raw data, blanked, then the damaged file from the
+/// original's raw data on.
+[[nodiscard]] Bytes expected_output(const NefPhoto& sample, const NefPhoto& original, const Bytes& damaged);
 
 } // namespace test

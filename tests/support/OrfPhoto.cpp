@@ -4,6 +4,7 @@
 #include "support/Scene.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace test {
 
@@ -90,13 +91,25 @@ OrfPhoto make_orf(const OrfOptions& options) {
     file.pad_to(1024);
     photo.thumbnail = file.append(thumbnail);
     photo.preview = file.append(preview);
-    file.pad_to((std::size_t{file.offset()} + 511) / 512 * 512);
+    file.pad_to_sector();
     photo.image = file.append(image);
     file.set_value(photo.ifd0, 273, photo.image);
 
     photo.bytes = file.bytes();
     put_text(photo.bytes, 2, options.order == ByteOrder::kLittle ? "RO" : "OR");
     return photo;
+}
+
+Bytes blanked(Bytes bytes, const OrfPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
+    return zeroed(std::move(bytes), photo.preview, photo.preview + 30);
+}
+
+Bytes expected_output(const OrfPhoto& sample, const OrfPhoto& original, const Bytes& damaged) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
+    const std::uint32_t byte_count = original.ifd0.value(279);
+    put_bytes(head, sample.ifd0.value(279), part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

@@ -4,8 +4,8 @@
 
 namespace test {
 
-/// While it lives, nothing comes out of std::cerr, where the library tells a few things that do not go to the
-/// log.
+/// While it lives, nothing comes out of std::cerr, where the library reports a few things that do not go to
+/// the log.
 class QuietErrors {
   public:
     QuietErrors() : buffer_(std::cerr.rdbuf(nullptr)) {}

@@ -2,10 +2,12 @@
 
 #include "support/Jpeg.h"
 #include "support/Scene.h"
+#include "support/TiffTags.h"
 #include "support/TiffWriter.h"
 
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace test {
 
@@ -13,21 +15,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Tags of TIFF 6.0 and Exif, and of the raw section.
-enum Tag : std::uint16_t {
-    kCompression = 259,
-    kMake = 271,
-    kModel = 272,
-    kOrientation = 274,
-    kXResolution = 282,
-    kYResolution = 283,
-    kSoftware = 305,
-    kDateTime = 306,
-    kJpegOffset = 0x0201,
-    kJpegLength = 0x0202,
-    kExposureTime = 33434,
-    kExifIfd = 34665,
-    kIso = 34855,
+// Tags of the raw section.
+enum RawTag : std::uint16_t {
     kRawIfd = 0xF000,
     kRawWidth = 0xF001,
     kRawHeight = 0xF002,
@@ -38,8 +27,6 @@ enum Tag : std::uint16_t {
     kRawOffset = 0xF007,
     kRawLength = 0xF008,
 };
-
-constexpr std::uint32_t kLater = 0; // Patched when the place is known.
 
 // The file's own header, numbers high byte first:
 //
@@ -58,7 +45,7 @@ constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/\0"
                                   "<?xpacket begin='' id='W5M0MpCehiHzreSzNTczkc9d'?>"
                                   "<x:xmpmeta xmlns:x='adobe:ns:meta/'/><?xpacket end='w'?>"sv;
 constexpr std::string_view kXpacketEnd = "xpacket end";
-constexpr std::size_t kExifPrefix = 10; // Marker, length, "Exif" and two zeros in front of the TIFF header.
+constexpr std::size_t kExifPrefix = 10; // Marker, length, "Exif" and two zeros before the TIFF header.
 constexpr std::size_t kAlignment = 512; // The raw section and the raw data begin on a sector.
 
 constexpr unsigned char kSof0 = 0xC0;
@@ -144,9 +131,7 @@ RafPhoto::RafPhoto(const Options& options) {
                               exif.longs(kJpegLength, {kLater})});
     exif.set_next(exif_ifd0, exif_ifd1.offset);
     const Bytes thumbnail = make_preview(scene, 80, 60);
-    const std::uint32_t thumb_in_exif = exif.append(thumbnail);
-    exif.set_value(exif_ifd1, kJpegOffset, thumb_in_exif);
-    exif.set_value(exif_ifd1, kJpegLength, static_cast<std::uint32_t>(thumbnail.size()));
+    const std::uint32_t thumb_in_exif = exif.place(exif_ifd1, kJpegOffset, kJpegLength, thumbnail);
 
     // The JPEG.
     const Bytes picture = make_preview(scene, options.width, options.height);
@@ -185,12 +170,8 @@ RafPhoto::RafPhoto(const Options& options) {
     }
     put_header_offset(1, add(geometry), geometry.size());
 
-    // The raw section. IFD 0 leads to a directory at 26, whose seventh entry stands at 100.
-    const auto samples = scene.bayer(options.width, options.height, 14);
-    Bytes image(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(image, 2 * index, samples[index], ByteOrder::kLittle);
-    }
+    // The raw section. IFD 0 leads to a directory at 26, whose seventh entry is at 100.
+    const Bytes image = u16_bytes(scene.bayer(options.width, options.height, 14), ByteOrder::kLittle);
     image_size = static_cast<std::uint32_t>(image.size());
     TiffWriter raw(ByteOrder::kLittle);
     raw.write_header();
@@ -210,6 +191,21 @@ RafPhoto::RafPhoto(const Options& options) {
     strip_byte_counts_entry = second_header + raw_ifd.entry(kRawLength);
     image_offset = second_header + image_in_raw;
     put_header_offset(2, second_header, raw.bytes().size());
+}
+
+Bytes blanked(Bytes bytes, const RafPhoto& photo) {
+    bytes = zeroed(std::move(bytes), photo.thumb, photo.thumb + photo.thumb_size);
+    return zeroed(std::move(bytes), photo.dht, photo.dqt + 2);
+}
+
+Bytes expected_output(const RafPhoto& sample, std::uint32_t length, const Bytes& raw_data) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image_offset);
+    put_u32(head, sample.strip_byte_counts_entry + 8, length, ByteOrder::kLittle);
+    return joined(head, raw_data);
+}
+
+Bytes expected_output(const RafPhoto& sample, const RafPhoto& original, const Bytes& damaged) {
+    return expected_output(sample, original.image_size, part(damaged, original.image_offset, damaged.size()));
 }
 
 } // namespace test

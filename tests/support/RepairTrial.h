@@ -12,7 +12,7 @@ namespace test {
 /// Advanced repairs of one format, each judged in full.
 class RepairTrial {
   public:
-    /// All files of the repairs stand in the folder, the temporary ones too.
+    /// All files of the repairs are in the folder, the temporary ones too.
     RepairTrial(const oracle::Format& format, const std::filesystem::path& folder);
 
     /// Repairs the damaged file with the sample. Empty when all is as it must be:

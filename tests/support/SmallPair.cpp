@@ -27,7 +27,7 @@ Bytes image(unsigned number) {
     return bytes;
 }
 
-/// What stands between the parts of a photograph; its length differs from one to the next.
+/// What is between the parts of a photograph; its length differs from one to the next.
 Bytes notes(unsigned number) {
     return Bytes(std::size_t{6} * number, 0x20);
 }
@@ -117,7 +117,7 @@ Bytes small_dng(ByteOrder order, unsigned number) {
     const auto ifd0 = tiff.write_directory({tiff.longs(273, {kLater}), tiff.longs(330, {kLater, kLater})});
     tiff.append(notes(number));
     const auto preview_ifd = tiff.write_directory({tiff.longs(254, {1}), tiff.longs(273, {kLater})});
-    // The lists stand behind their directory.
+    // The lists are after their directory.
     const auto main_ifd = tiff.write_directory({tiff.longs(254, {0}), tiff.longs(324, {kLater, kLater}),
                                                 tiff.longs(325, {kTile - number, kTile + number})});
     const std::uint32_t sub_ifds = get_u32(tiff.bytes(), ifd0.value(330), order);

@@ -10,7 +10,7 @@
 namespace test {
 
 /// A sample and a damaged file of a few hundred bytes (CR3: of a few thousand) which a repair mends: what the
-/// repair looks at, and nothing else. The two differ in length in front of the image. The damaged file has
+/// repair looks at, and nothing else. The two differ in length before the image. The damaged file has
 /// lost its first bytes.
 struct SmallPair {
     std::string name; ///< The extension, and the byte order where there are two: "arw_MM".
@@ -21,7 +21,7 @@ struct SmallPair {
 };
 std::ostream& operator<<(std::ostream& stream, const SmallPair& pair);
 
-/// One pair a format and byte order.
+/// One pair per format and byte order.
 [[nodiscard]] const std::vector<SmallPair>& small_pairs();
 
 } // namespace test

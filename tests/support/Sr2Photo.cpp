@@ -3,25 +3,15 @@
 #include "support/Jpeg.h"
 #include "support/Scene.h"
 
+#include <utility>
+
 namespace test {
-
-namespace {
-
-Bytes pack_samples(const std::vector<std::uint16_t>& samples, ByteOrder order) {
-    Bytes packed(2 * samples.size());
-    for (std::size_t index = 0; index < samples.size(); ++index) {
-        put_u16(packed, 2 * index, samples[index], order);
-    }
-    return packed;
-}
-
-} // namespace
 
 Sr2Photo make_sr2(const Sr2Options& options) {
     const Scene scene(options.scene);
     Sr2Photo photo;
     photo.samples = scene.bayer(options.width, options.height, 14, 512);
-    const Bytes image = pack_samples(photo.samples, options.order);
+    const Bytes image = u16_bytes(photo.samples, options.order);
     const Bytes preview = options.preview.empty()
                               ? make_preview(scene, options.preview_width, options.preview_height)
                               : options.preview;
@@ -79,11 +69,23 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     photo.thumbnail = file.append(thumbnail);
     file.set_value(photo.ifd0, 513, photo.preview);
     file.set_value(photo.ifd1, 513, photo.thumbnail);
-    file.pad_to((std::size_t{file.offset()} + 511) / 512 * 512);
+    file.pad_to_sector();
     photo.image = file.append(image);
     file.set_value(photo.sub_ifd, 273, photo.image);
     photo.bytes = file.bytes();
     return photo;
+}
+
+Bytes blanked(Bytes bytes, const Sr2Photo& photo) {
+    bytes = zeroed(std::move(bytes), photo.preview, photo.preview + 30);
+    return zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
+}
+
+Bytes expected_output(const Sr2Photo& sample, const Sr2Photo& original, const Bytes& damaged) {
+    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
+    const std::uint32_t byte_count = original.sub_ifd.value(279);
+    put_bytes(head, sample.sub_ifd.value(279), part(original.bytes, byte_count, byte_count + 4));
+    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

@@ -18,12 +18,12 @@ struct Sr2Options {
     Bytes preview{}; ///< The JPEG of IFD 0; the scene's if empty.
 };
 
-/// A Sony SR2, and where its parts lie. LibRaw decodes both byte orders.
+/// A Sony SR2, and where its parts are. LibRaw decodes both byte orders.
 ///
 ///   header   IFD 0   IFD 1   Sub IFD   (each with its values)   preview   thumbnail   raw image
 ///
-/// IFD 0 names the preview, IFD 1 the thumbnail. In the Sub IFD, Orientation and SamplesPerPixel lie between
-/// StripOffsets and RowsPerStrip, so the strip entries stand at distances 0, 36 and 48. The raw image is one
+/// IFD 0 names the preview, IFD 1 the thumbnail. In the Sub IFD, Orientation and SamplesPerPixel are between
+/// StripOffsets and RowsPerStrip, so the strip entries are at distances 0, 36 and 48. The raw image is one
 /// strip of 16-bit samples without compression, in the file's byte order.
 struct Sr2Photo {
     Bytes bytes;
@@ -40,5 +40,13 @@ struct Sr2Photo {
 };
 
 [[nodiscard]] Sr2Photo make_sr2(const Sr2Options& options = {});
+
+/// The same bytes, laid out as the photograph's, with the starts of its two pictures blanked: what a repair
+/// leaves of the sample's working copy before the merge.
+[[nodiscard]] Bytes blanked(Bytes bytes, const Sr2Photo& photo);
+
+/// What a repair must write: the sample up to its image, blanked, with the byte count of the original, then
+/// the damaged file from the original's image on.
+[[nodiscard]] Bytes expected_output(const Sr2Photo& sample, const Sr2Photo& original, const Bytes& damaged);
 
 } // namespace test

@@ -27,6 +27,19 @@ Bytes encode_longs(const std::vector<std::uint32_t>& values, ByteOrder order) {
 
 } // namespace
 
+Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
+                  ByteOrder order) {
+    return joined(u16_bytes({tag, type}, order), u32_bytes({count, value}, order));
+}
+
+Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order) {
+    Bytes bytes = entry_bytes(273, 4, 1, offset, order);
+    bytes = joined(bytes, entry_bytes(274, 3, 1, 0x55555555, order));
+    bytes = joined(bytes, entry_bytes(277, 3, 1, 0x66666666, order));
+    bytes = joined(bytes, entry_bytes(278, 4, 1, 0x01020304, order));
+    return joined(bytes, entry_bytes(279, 4, 1, byte_count, order));
+}
+
 std::uint32_t TiffDirectory::entry(std::uint16_t tag) const {
     const auto found = std::find(tags.begin(), tags.end(), tag);
     if (found == tags.end()) {
@@ -108,6 +121,14 @@ TiffDirectory TiffWriter::write_directory(const std::vector<TiffEntry>& entries)
 std::uint32_t TiffWriter::append(const Bytes& bytes) {
     const std::uint32_t at = offset();
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    return at;
+}
+
+std::uint32_t TiffWriter::place(const TiffDirectory& directory, std::uint16_t offset_tag,
+                                std::uint16_t length_tag, const Bytes& bytes) {
+    const std::uint32_t at = append(bytes);
+    set_value(directory, offset_tag, at);
+    set_value(directory, length_tag, static_cast<std::uint32_t>(bytes.size()));
     return at;
 }
 

@@ -16,10 +16,17 @@ struct TiffEntry {
     Bytes values; ///< In the order of the file.
 };
 
+/// The 12 bytes of a directory entry with its value field.
+[[nodiscard]] Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count,
+                                std::uint32_t value, ByteOrder order = ByteOrder::kLittle);
+
+/// StripOffsets, two other entries, RowsPerStrip and StripByteCounts: 60 bytes.
+[[nodiscard]] Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order);
+
 /// Where a directory was written.
 struct TiffDirectory {
     std::uint32_t offset;            ///< Of the entry count.
-    std::uint32_t next_link;         ///< Of the four bytes behind the last entry.
+    std::uint32_t next_link;         ///< Of the four bytes after the last entry.
     std::vector<std::uint16_t> tags; ///< In file order.
 
     /// The offset of an entry, and of its value field. The tag must be there.
@@ -45,14 +52,21 @@ class TiffWriter {
     void write_header(std::uint32_t first_ifd = 8);
 
     /// Writes a directory here, in the order given, with a next link of 0, and values of more than four
-    /// bytes behind it.
+    /// bytes after it.
     TiffDirectory write_directory(const std::vector<TiffEntry>& entries);
 
-    /// Appends bytes and gives their offset.
+    /// Appends bytes and returns their offset.
     std::uint32_t append(const Bytes& bytes);
 
-    /// Appends zeros up to the offset, which must not be behind the end.
+    /// Appends bytes, sets their offset and their length in two entries of the directory, and returns the
+    /// offset.
+    std::uint32_t place(const TiffDirectory& directory, std::uint16_t offset_tag, std::uint16_t length_tag,
+                        const Bytes& bytes);
+
+    /// Appends zeros up to the offset, which must not be before the end, and up to the next sector of 512
+    /// bytes.
     void pad_to(std::size_t offset);
+    void pad_to_sector() { pad_to((std::size_t{offset()} + 511) / 512 * 512); }
 
     void set_next(const TiffDirectory& directory, std::uint32_t offset) {
         patch_u32(directory.next_link, offset);

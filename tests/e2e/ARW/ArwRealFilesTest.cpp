@@ -1,7 +1,9 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -12,12 +14,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/ARW/ArwRepair.cpp";
-constexpr const char* kFunction = "ArwRepair::AdvanceRepair";
+const RepairLog kLog = repair_log("arw");
 
-const auto kCloned = InformationLine(kFunction, "arw file clone success");
-
-// The A330's head. IFD 0 and IFD 1 are its whole chain; its Sub IFD stands at 92704.
+// The A330's head. IFD 0 and IFD 1 are its whole chain; its Sub IFD is at 92704.
 constexpr std::size_t kA330StripEntries = 92922;
 constexpr std::size_t kA330Image = 688128;
 constexpr std::size_t kA330ImageSize = 8883620;
@@ -32,7 +31,7 @@ Bytes completed(const Bytes& head, std::size_t image, std::size_t image_size, st
 
 using ArwRealFiles = RepairFixture;
 
-TEST_F(ArwRealFiles, SonyA330IsWholeAgain) {
+TEST_F(ArwRealFiles, SonyA330IsRepaired) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a330-head.arw");
     const Bytes sample = completed(head, kA330Image, kA330ImageSize, 1);
     const Bytes original = completed(head, kA330Image, kA330ImageSize, 2);
@@ -54,33 +53,30 @@ TEST_F(ArwRealFiles, SonyA330IsWholeAgain) {
 
 TEST_F(ArwRealFiles, SonyA330HeadAloneIsNoSample) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a330-head.arw");
-    // All directories are there, but IFD 0's preview lies behind the end.
+    // All directories are there, but IFD 0's preview is after the end.
     EXPECT_EQ(advance("arw", head, head), -1123);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "sample offset error is Access out of range")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("sample offset error is Access out of range")));
 }
 
-TEST_F(ArwRealFiles, SonyA7M3HeadEndsInFrontOfItsIfd1) {
+TEST_F(ArwRealFiles, SonyA7M3HeadEndsBeforeItsIfd1) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a7m3-head.arw");
     EXPECT_EQ(advance("arw", head, head), -1123); // IFD 1 would bound the search in IFD 0.
-    EXPECT_THAT(lines(),
-                ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                               "sample parameter error is Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned,
+                                     kLog.failed("sample parameter error is Visiting beyond boundaries")));
 }
 
 TEST_F(ArwRealFiles, SonyA7M3FilledWithZerosHasNoStripEntries) {
     REAL_FILE_OR_SKIP(head, "arw/sony-a7m3-head.arw");
-    // Long enough for all that IFD 0 names: the Sub IFD at 133316 is found, empty, and nothing behind it.
+    // Long enough for all that IFD 0 names: the Sub IFD at 133316 is found, empty, and nothing after it.
     EXPECT_EQ(advance("arw", head, joined(head, Bytes(200000))), -1126);
-    EXPECT_THAT(lines(), ElementsAre(kCloned));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned));
 }
 
-TEST_F(ArwRealFiles, SonyZvE10HeadEndsInFrontOfItsSubIfd) {
+TEST_F(ArwRealFiles, SonyZvE10HeadEndsBeforeItsSubIfd) {
     REAL_FILE_OR_SKIP(head, "arw/sony-zv-e10-head.arw");
     EXPECT_EQ(advance("arw", head, head), -1123);
-    EXPECT_THAT(lines(),
-                ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                               "sample parameter error is Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned,
+                                     kLog.failed("sample parameter error is Visiting beyond boundaries")));
 }
 
 TEST_F(ArwRealFiles, SonyZvE10WithASubIfdOfItsKindIsASample) {
@@ -95,10 +91,7 @@ TEST_F(ArwRealFiles, SonyZvE10WithASubIfdOfItsKindIsASample) {
         std::size_t entry = kSubIfd + 2;
         for (const auto& [tag, value] :
              {std::pair{273U, static_cast<unsigned>(kImage)}, {278U, 100U}, {279U, 1000U}}) {
-            put_u16(photo, entry, static_cast<std::uint16_t>(tag), ByteOrder::kLittle);
-            put_u16(photo, entry + 2, 4, ByteOrder::kLittle);
-            put_u32(photo, entry + 4, 1, ByteOrder::kLittle);
-            put_u32(photo, entry + 8, value, ByteOrder::kLittle);
+            put_bytes(photo, entry, entry_bytes(static_cast<std::uint16_t>(tag), 4, 1, value));
             entry += 12;
         }
         return joined(photo, noise(1000, seed));

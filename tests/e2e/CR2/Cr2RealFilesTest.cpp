@@ -1,6 +1,7 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
-#include "support/Cr2Photo.h"
+#include "support/LosslessJpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 #include "support/Scene.h"
@@ -14,10 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/CR2/Cr2Repair.cpp";
-constexpr const char* kFunction = "Cr2Repair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "cr2 file clone success");
+const RepairLog kLog = repair_log("cr2");
 
 // Where the S90's directories put things.
 constexpr std::size_t kExifEntry = 186; // The last of IFD 0: this camera writes no GPSInfo.
@@ -46,7 +44,7 @@ std::vector<std::uint16_t> large_bayer(const Scene& scene) {
 
 /// Filler up to the raw data, then raw data of a lower picture than the camera's.
 Bytes completed(const Bytes& head, unsigned number) {
-    const Bytes raw = make_lossless_jpeg(large_bayer(Scene(number)), kWidth / 2, kHeight, 12);
+    const Bytes raw = lossless_jpeg(large_bayer(Scene(number)), kWidth / 2, kHeight, 12, 2);
     return joined(joined(head, noise(kRaw - head.size(), number)), raw);
 }
 
@@ -64,7 +62,7 @@ Bytes spoiled(Bytes sample) {
 
 using Cr2RealFiles = RepairFixture;
 
-TEST_F(Cr2RealFiles, CanonS90IsWholeAgain) {
+TEST_F(Cr2RealFiles, CanonS90IsRepaired) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
     const Bytes sample = completed(with_gps(head), 1);
     const Bytes original = completed(head, 2);
@@ -81,9 +79,9 @@ TEST_F(Cr2RealFiles, CanonS90IsWholeAgain) {
     EXPECT_EQ(output(), joined(part(spoiled(sample), 0, kRaw), part(original, kRaw, original.size())));
 }
 
-TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnWholeHead) {
+TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnIntactHead) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // The strip entries of IFD 0 and IFD 2 come first and are passed over.
+    // The strip entries of IFD 0 and IFD 2 come first and are skipped.
     const Bytes sample = completed(with_gps(head), 1);
     const Bytes original = completed(head, 2);
     ASSERT_EQ(advance("cr2", original, sample), 0);
@@ -92,31 +90,28 @@ TEST_F(Cr2RealFiles, CanonS90IsFoundThroughItsOwnWholeHead) {
 
 TEST_F(Cr2RealFiles, CanonS90WithoutGpsInfoIsNoSample) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // The tag's bytes stand in the thumbnail, and what follows them is no entry.
+    // The tag's bytes are in the thumbnail, and what follows them is no entry.
     const Bytes sample = completed(head, 1);
     EXPECT_EQ(advance("cr2", sample, sample), -1052);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 sample repaired failed, reason is "
-                                                        "Data is illegal")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
+                                                              "Data is illegal")));
     EXPECT_EQ(work_file("temp.cr2"), zeroed(sample, kPreview, kPreview + 30));
 }
 
 TEST_F(Cr2RealFiles, CanonS90HeadAloneIsNoSample) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
-    // IFD 2's picture lies behind the end.
+    // IFD 2's picture is after the end.
     EXPECT_EQ(advance("cr2", head, with_gps(head)), -1052);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 sample repaired failed, reason is "
-                                                        "Visiting beyond boundaries")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 sample repaired failed, reason is "
+                                                              "Visiting beyond boundaries")));
 }
 
 TEST_F(Cr2RealFiles, CanonS90HeadAloneHasNoRawData) {
     REAL_FILE_OR_SKIP(head, "cr2/canon-s90-head.cr2");
     const Bytes sample = completed(with_gps(head), 1);
     EXPECT_EQ(advance("cr2", head, sample), -1054);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "CR2 merge data failed, reason is "
-                                                        "Access out of range")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("CR2 merge data failed, reason is "
+                                                              "Access out of range")));
     EXPECT_EQ(output(), part(spoiled(sample), 0, kRaw));
 }
 

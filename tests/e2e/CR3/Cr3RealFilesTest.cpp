@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/Cr3Photo.h"
 #include "support/RealFiles.h"
@@ -13,15 +14,12 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/CR3/Cr3Repair.cpp";
-constexpr const char* kFunction = "Cr3Repair::AdvanceRepair";
+const RepairLog kLog = repair_log("cr3");
 constexpr ByteOrder kBig = ByteOrder::kBig;
 
-const auto kRepaired = InformationLine(kFunction, "cr3 file advanced repair successfully");
-const auto kIllegalSample =
-    ErrorLine(kSource, kFunction, "sample file data corrupted, reason is Data is illegal");
-const auto kNoImage = ErrorLine(kSource, kFunction,
-                                "corrupt file can not found img data, reason is Visiting beyond boundaries");
+const auto kIllegalSample = kLog.failed("sample file data corrupted, reason is Data is illegal");
+const auto kNoImage =
+    kLog.failed("corrupt file can not found img data, reason is Visiting beyond boundaries");
 
 class Cr3RealFiles : public RepairFixture {
   protected:
@@ -40,7 +38,7 @@ TEST_F(Cr3RealFiles, NoneIsASampleAsItIs) {
     }
 }
 
-/// The R6's head with a 64-bit mdat behind it, whose tracks lie where its tables say: with gaps between them.
+/// The R6's head with a 64-bit mdat after it, whose tracks are where its tables say: with gaps between them.
 Cr3Photo completed_r6(const Bytes& head, std::uint32_t seed) {
     Cr3Photo r6;
     r6.boxes = {{"CCTP", 94},           {"mdat", 492016},       {"trak1/stsz", 34844}, {"trak2/stsz", 35444},
@@ -58,7 +56,7 @@ Cr3Photo completed_r6(const Bytes& head, std::uint32_t seed) {
 TEST_F(Cr3RealFiles, CanonR6WithItsFillerCountedAsPicturesIsASample) {
     REAL_FILE_OR_SKIP(head, "cr3/canon-r6-pruned.cr3");
     Cr3Photo sample = completed_r6(head, 1);
-    // The filler behind both JPEGs, and the box "free" behind the second one, told as part of them.
+    // The filler after both JPEGs, and the box "free" after the second one, counted as part of them.
     sample.thumbnail = {18264 + 24, 16008};
     sample.preview = {102152 + 24, 389456 + 384};
     put_u32(sample.bytes, sample.at("THMB") + 16, 16008, kBig);
@@ -79,12 +77,12 @@ TEST_F(Cr3RealFiles, CanonR6AsADamagedFileHasNoImageData) {
     EXPECT_THAT(lines(), ElementsAre(kNoImage));
 }
 
-TEST_F(Cr3RealFiles, CanonR6CompletedGivesItsTracks) {
+TEST_F(Cr3RealFiles, CanonR6CompletedYieldsItsTracks) {
     REAL_FILE_OR_SKIP(head, "cr3/canon-r6-pruned.cr3");
     const Cr3Photo r6 = completed_r6(head, 3);
     EXPECT_EQ(advance("cr3", r6.bytes, photo.bytes), 0);
     EXPECT_EQ(output(), expected_cr3(photo, r6.track(1), r6.track(3)));
-    EXPECT_THAT(lines(), ElementsAre(kRepaired));
+    EXPECT_THAT(lines(), ElementsAre(kLog.repaired));
 }
 
 TEST_F(Cr3RealFiles, CanonEosRAsADamagedFileHasNoImageData) {
@@ -94,9 +92,9 @@ TEST_F(Cr3RealFiles, CanonEosRAsADamagedFileHasNoImageData) {
 }
 
 // These two have the length of a track as the fixed size of "stsz" and no table. The word that is read as the
-// table's first entry is the size of the box behind it, a "free" of 15 bytes: so much is taken of each track.
+// table's first entry is the size of the box after it, a "free" of 15 bytes: so much is taken of each track.
 
-TEST_F(Cr3RealFiles, CanonEosRCompletedGivesFifteenBytesOfEachTrack) {
+TEST_F(Cr3RealFiles, CanonEosRCompletedReturnsFifteenBytesOfEachTrack) {
     REAL_FILE_OR_SKIP(head, "cr3/canon-eos-r-head.cr3");
     constexpr std::size_t kTrack1 = 0x6273A;
     constexpr std::size_t kTrack3 = 0x3B1A72;
@@ -106,14 +104,14 @@ TEST_F(Cr3RealFiles, CanonEosRCompletedGivesFifteenBytesOfEachTrack) {
               expected_cr3(photo, part(whole, kTrack1, kTrack1 + 15), part(whole, kTrack3, kTrack3 + 15)));
 }
 
-TEST_F(Cr3RealFiles, CanonM50GivesFifteenBytesOfEachTrack) {
+TEST_F(Cr3RealFiles, CanonM50ReturnsFifteenBytesOfEachTrack) {
     REAL_FILE_OR_SKIP(file, "cr3/canon-m50-stripped.cr3");
     constexpr std::size_t kTrack1 = 0x2CAD;
     constexpr std::size_t kTrack3 = 0x2CCA;
     EXPECT_EQ(advance("cr3", file, photo.bytes), 0);
     EXPECT_EQ(output(),
               expected_cr3(photo, part(file, kTrack1, kTrack1 + 15), part(file, kTrack3, kTrack3 + 15)));
-    EXPECT_THAT(lines(), ElementsAre(kRepaired));
+    EXPECT_THAT(lines(), ElementsAre(kLog.repaired));
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
-#include "support/DngPhoto.h"
 #include "support/Jpeg.h"
+#include "support/LosslessJpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 #include "support/Scene.h"
@@ -17,16 +18,13 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/DNG/DngRepair.cpp";
-constexpr const char* kFunction = "DngRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "dng file clone success");
+const RepairLog kLog = repair_log("dng");
 
 auto failed(const std::string& reason) {
-    return ElementsAre(kCloned, ErrorLine(kSource, kFunction, "DNG repaired failed, reason is " + reason));
+    return ElementsAre(kLog.cloned, kLog.failed("DNG repaired failed, reason is " + reason));
 }
 
-/// Two tiles, and where the two lists of them stand.
+/// Two tiles, and where the two lists of them are.
 struct TwoTiles {
     ByteOrder order;
     std::uint32_t offset_list;
@@ -42,7 +40,7 @@ struct TwoTiles {
         return part(file, offset(file, tile), offset(file, tile) + byte_count(file, tile));
     }
 
-    /// The file's bytes up to the end of head, then these tiles end to end, and nothing behind.
+    /// The file's bytes up to the end of head, then these tiles end to end, and nothing after.
     [[nodiscard]] Bytes with_tiles(const Bytes& head, const Bytes& first, const Bytes& second) const {
         Bytes file = head;
         put_u32(file, offset_list, static_cast<std::uint32_t>(head.size()), order);
@@ -76,7 +74,7 @@ Bytes with_first_directory(const Bytes& file, std::size_t at, ByteOrder order) {
 
 class DngRealFiles : public RepairFixture {
   protected:
-    /// Repairs the original with everything in front of an offset destroyed.
+    /// Repairs the original with everything before an offset destroyed.
     void expect_picture(const Bytes& sample, const Bytes& original, std::size_t destroyed) {
         const auto picture = decode_raw(original);
         ASSERT_TRUE(picture.has_value());
@@ -96,7 +94,7 @@ class DngRealFiles : public RepairFixture {
 constexpr TwoTiles kBlackmagic{ByteOrder::kBig, 434, 442};
 constexpr std::size_t kBlackmagicTiles = 9216;
 
-TEST_F(DngRealFiles, BlackmagicIsWholeAgain) {
+TEST_F(DngRealFiles, BlackmagicIsRepaired) {
     REAL_FILE_OR_SKIP(original, "dng/blackmagic-pocket.dng");
     const Bytes head = with_first_directory(original, kBlackmagicTiles, ByteOrder::kBig);
     const Bytes sample =
@@ -108,7 +106,7 @@ TEST_F(DngRealFiles, BlackmagicIsWholeAgain) {
 
 TEST_F(DngRealFiles, BlackmagicHasNoPreviewAndIsNoSample) {
     REAL_FILE_OR_SKIP(file, "dng/blackmagic-pocket.dng");
-    // Without a StripOffsets entry the first bytes of that kind stand in its linearisation table, at 1294.
+    // Without a StripOffsets entry the first bytes of that kind are in its linearisation table, at 1294.
     EXPECT_EQ(advance("dng", file, file), -1023);
     EXPECT_THAT(lines(), failed("Data is illegal"));
     EXPECT_EQ(work_file("temp.dng"), file);
@@ -116,7 +114,7 @@ TEST_F(DngRealFiles, BlackmagicHasNoPreviewAndIsNoSample) {
 
 // Canon EOS Kiss X4: little-endian, one directory at 8, the raw data in one uncompressed strip.
 
-constexpr TwoTiles kX4{ByteOrder::kLittle, 968, 976}; // Behind the directory's last values.
+constexpr TwoTiles kX4{ByteOrder::kLittle, 968, 976}; // After the directory's last values.
 constexpr std::size_t kX4Image = 1536;
 
 /// The file's first 1536 bytes, with the entries of two tiles of lossless JPEG in place of those of the
@@ -125,10 +123,7 @@ Bytes tiled_x4_head(const Bytes& file, std::uint32_t tile_width, std::uint32_t t
     Bytes head = part(file, 0, kX4Image);
     const auto put_entry = [&head](std::size_t at, std::uint16_t tag, std::uint32_t count,
                                    std::uint32_t value) {
-        put_u16(head, at, tag, ByteOrder::kLittle);
-        put_u16(head, at + 2, 4, ByteOrder::kLittle);
-        put_u32(head, at + 4, count, ByteOrder::kLittle);
-        put_u32(head, at + 8, value, ByteOrder::kLittle);
+        put_bytes(head, at, entry_bytes(tag, 4, count, value));
     };
     put_u32(head, 58 + 8, 7, ByteOrder::kLittle); // Compression
     put_entry(106, 324, 2, kX4.offset_list);      // In place of StripOffsets,
@@ -138,7 +133,7 @@ Bytes tiled_x4_head(const Bytes& file, std::uint32_t tile_width, std::uint32_t t
     return head;
 }
 
-TEST_F(DngRealFiles, CanonX4InTwoTilesIsWholeAgain) {
+TEST_F(DngRealFiles, CanonX4InTwoTilesIsRepaired) {
     REAL_FILE_OR_SKIP(file, "dng/canon-x4-colorchart.dng");
     const auto picture = decode_raw(file);
     ASSERT_TRUE(picture.has_value());
@@ -162,7 +157,7 @@ TEST_F(DngRealFiles, CanonX4InTwoTilesIsWholeAgain) {
 
 TEST_F(DngRealFiles, CanonX4HasNoSubDirectoriesAndIsNoSample) {
     REAL_FILE_OR_SKIP(file, "dng/canon-x4-colorchart.dng");
-    // The first bytes that look like SubIFDs stand in the raw data, at 91465.
+    // The first bytes that look like SubIFDs are in the raw data, at 91465.
     EXPECT_EQ(advance("dng", file, file), -1023);
     EXPECT_THAT(lines(), failed("Data is illegal"));
     EXPECT_EQ(work_file("temp.dng"), zeroed(file, kX4Image, kX4Image + 30))
@@ -198,7 +193,7 @@ TEST_F(DngRealFiles, LgH815IsRepairedByteForByte) {
     EXPECT_EQ(output(), joined(expected, part(original, kLgTiles, end)));
 }
 
-TEST_F(DngRealFiles, LgH815WithItsTilesEndToEndIsWholeAgain) {
+TEST_F(DngRealFiles, LgH815WithItsTilesEndToEndIsRepaired) {
     REAL_FILE_OR_SKIP(file, "dng/lg-h815-lossy.dng");
     const Bytes original = kLg.with_tiles(part(file, 0, kLgTiles), kLg.tile(file, 0), kLg.tile(file, 1));
     if (!decode_raw(original)) {

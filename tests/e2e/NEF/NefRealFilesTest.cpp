@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/NefPhoto.h"
 #include "support/RawDecode.h"
@@ -14,11 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* kSource = "src/NEF/NefRepair.cpp";
-constexpr const char* kFunction = "NefRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "nef file clone success");
-const auto kRepaired = InformationLine(kFunction, "nef repaired success");
+const RepairLog kLog = repair_log("nef");
 
 // Where the D1's directories put things.
 constexpr std::size_t kSubIfdsEntry = 238;
@@ -31,18 +28,15 @@ constexpr std::size_t kStripEntry = 58954;
 constexpr std::size_t kRowsPerStripEntry = kStripEntry + 24;
 constexpr std::size_t kByteCountsEntry = kStripEntry + 36;
 constexpr std::uint32_t kStripList = 59090; // Of 67 offsets.
-constexpr std::uint32_t kRaw = 59642;       // The strips lie end to end up to the end of the file.
+constexpr std::uint32_t kRaw = 59642;       // The strips are end to end up to the end of the file.
 constexpr std::uint32_t kHeight = 1324;
 
 void put_entry(Bytes& bytes, std::size_t offset, std::uint16_t tag, std::uint32_t count,
                std::uint32_t value) {
-    put_u16(bytes, offset, tag, ByteOrder::kBig);
-    put_u16(bytes, offset + 2, 4, ByteOrder::kBig);
-    put_u32(bytes, offset + 4, count, ByteOrder::kBig);
-    put_u32(bytes, offset + 8, value, ByteOrder::kBig);
+    put_bytes(bytes, offset, entry_bytes(tag, 4, count, value, ByteOrder::kBig));
 }
 
-/// The file as a later camera would write it: in front of the raw image's directory one with a preview,
+/// The file as a later camera would write it: a directory with a preview before the raw image's,
 /// whose picture is the thumbnail's start. The list and the directory take the place of the user comment.
 Bytes with_preview_directory(Bytes photo) {
     const auto list = static_cast<std::uint32_t>(kUserComment);
@@ -71,14 +65,14 @@ Bytes with_other_image(Bytes photo) {
     return photo;
 }
 
-/// The preview lies inside the thumbnail, which is zeroed whole.
+/// The preview is inside the thumbnail, which is zeroed whole.
 Bytes spoiled(const Bytes& sample) {
     return zeroed(sample, kThumbnail, kThumbnail + kThumbnailSize);
 }
 
 class NefRealFiles : public RepairFixture {
   protected:
-    /// Repairs original, with all in front of its raw directory's entries destroyed, and expects its picture.
+    /// Repairs original, with all before its raw directory's entries destroyed, and expects its picture.
     void expect_whole_again(const Bytes& original, const Bytes& sample, std::uint32_t raw_offset) {
         const auto picture = decode_raw(original);
         ASSERT_TRUE(picture.has_value());
@@ -86,7 +80,7 @@ class NefRealFiles : public RepairFixture {
         const Bytes damaged = zeroed(original, 0, kMainEntry);
         ASSERT_EQ(decode_raw(damaged), std::nullopt);
         ASSERT_EQ(advance("nef", damaged, sample), 0);
-        EXPECT_THAT(lines(), ElementsAre(kCloned, kRepaired));
+        EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.repaired));
         EXPECT_THAT(work_files(), IsEmpty());
         EXPECT_EQ(output(),
                   joined(part(spoiled(sample), 0, raw_offset), part(original, raw_offset, original.size())));
@@ -94,20 +88,20 @@ class NefRealFiles : public RepairFixture {
     }
 };
 
-TEST_F(NefRealFiles, NikonD1IsWholeAgain) {
+TEST_F(NefRealFiles, NikonD1IsRepaired) {
     REAL_FILE_OR_SKIP(photo, "nef/nikon-d1.nef");
     // What the entry of many strips names is the list of their offsets: it is carried over with the image.
     expect_whole_again(photo, with_other_image(with_preview_directory(photo)), kStripList);
 }
 
-TEST_F(NefRealFiles, NikonD1InOneStripIsWholeAgain) {
+TEST_F(NefRealFiles, NikonD1InOneStripIsRepaired) {
     REAL_FILE_OR_SKIP(photo, "nef/nikon-d1.nef");
     const Bytes original = with_one_strip(photo);
     ASSERT_EQ(decode_raw(original), decode_raw(photo));
     expect_whole_again(original, with_other_image(with_preview_directory(original)), kRaw);
 }
 
-TEST_F(NefRealFiles, NikonD1AsItStandsIsFoundBehindItsIfd0) {
+TEST_F(NefRealFiles, NikonD1AsItIsIsFoundAfterItsIfd0) {
     REAL_FILE_OR_SKIP(photo, "nef/nikon-d1.nef");
     // IFD 0 begins with a NewSubfileType of 1.
     const NefPhoto sample;
@@ -116,13 +110,12 @@ TEST_F(NefRealFiles, NikonD1AsItStandsIsFoundBehindItsIfd0) {
     EXPECT_EQ(part(*output(), sample.raw_offset, output()->size()), part(photo, kStripList, photo.size()));
 }
 
-TEST_F(NefRealFiles, NikonD1AsItStandsIsNoSample) {
+TEST_F(NefRealFiles, NikonD1AsItIsIsNoSample) {
     REAL_FILE_OR_SKIP(photo, "nef/nikon-d1.nef");
     // Its one sub-directory holds no JPEG, and the bytes that look like the tag are no entry.
     EXPECT_EQ(advance("nef", photo, photo), -1062);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "nef sample repaired failed, reason is "
-                                                        "Data is illegal")));
+    EXPECT_THAT(lines(), ElementsAre(kLog.cloned, kLog.failed("nef sample repaired failed, reason is "
+                                                              "Data is illegal")));
     EXPECT_EQ(work_file("temp.nef"), spoiled(photo));
 }
 

@@ -1,4 +1,5 @@
 #include "e2e/RepairFixture.h"
+#include "e2e/RepairLog.h"
 
 #include "support/RafPhoto.h"
 #include "support/RealFiles.h"
@@ -12,15 +13,12 @@ namespace {
 
 using ::testing::ElementsAre;
 
-constexpr const char* kSource = "src/RAF/RafRepair.cpp";
-constexpr const char* kFunction = "RafRepair::AdvanceRepair";
-
-const auto kCloned = InformationLine(kFunction, "orf file clone success");
+const RepairLog kLog = repair_log("raf");
 
 // Its Exif.
 constexpr std::size_t kThumbnail = 0xA90;
 constexpr std::size_t kThumbnailSize = 9362;
-// Its first DHT behind the thumbnail, and the next DQT, which is that of a further preview.
+// Its first DHT after the thumbnail, and the next DQT, which is that of a further preview.
 constexpr std::size_t kDht = 0x2FBB;
 constexpr std::size_t kDqt = 0x59DE;
 
@@ -29,18 +27,18 @@ using RafRealFiles = RepairFixture;
 TEST_F(RafRealFiles, FujifilmS5ProHasOneTiffHeaderAndIsNoSample) {
     REAL_FILE_OR_SKIP(photo, "raf/fuji-s5pro-stripped.raf");
     EXPECT_EQ(advance("raf", RafPhoto().bytes, photo), -1154);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "sample file catch NotFoundException, reason is "
-                                                        "Data can not found")));
+    EXPECT_THAT(lines(),
+                ElementsAre(kLog.cloned, kLog.failed("sample file catch NotFoundException, reason is "
+                                                     "Data can not found")));
     EXPECT_EQ(work_file("temp.raf"), photo);
 }
 
 TEST_F(RafRealFiles, FujifilmS5ProHasNoStripEntriesToBeRepairedBy) {
     REAL_FILE_OR_SKIP(photo, "raf/fuji-s5pro-stripped.raf");
     EXPECT_EQ(advance("raf", photo, RafPhoto().bytes), -1153);
-    EXPECT_THAT(lines(), ElementsAre(kCloned, ErrorLine(kSource, kFunction,
-                                                        "corrupted file catch NotFoundExcepton, reason is "
-                                                        "Data can not found")));
+    EXPECT_THAT(lines(),
+                ElementsAre(kLog.cloned, kLog.failed("corrupted file catch NotFoundExcepton, reason is "
+                                                     "Data can not found")));
 }
 
 TEST_F(RafRealFiles, FujifilmS5ProWithARawSectionOfTheNewerKindIsASample) {
@@ -59,9 +57,10 @@ TEST_F(RafRealFiles, FujifilmS5ProWithARawSectionOfTheNewerKindIsASample) {
     const auto tools_line = [](const char* text) {
         return ErrorLine("src/RAF/RafTools.cpp", "RAF::deal_high_jpg_data", text);
     };
-    EXPECT_THAT(lines(), ElementsAre(kCloned, tools_line("sample file has no xpacket, continue next step"),
-                                     tools_line("sample file has no special flag, continue next step"),
-                                     InformationLine(kFunction, "raf advanced repair success!")));
+    EXPECT_THAT(lines(),
+                ElementsAre(kLog.cloned, tools_line("sample file has no xpacket, continue next step"),
+                            tools_line("sample file has no special flag, continue next step"),
+                            kLog.repaired));
 }
 
 } // namespace

@@ -30,7 +30,7 @@ TEST_F(CheckRaw, OpensAPhotographSilently) {
     EXPECT_THAT(logged_lines(), IsEmpty());
 }
 
-TEST_F(CheckRaw, TellsOnStandardErrorAloneWhatItCannotOpen) {
+TEST_F(CheckRaw, ReportsOnStandardErrorAloneWhatItCannotOpen) {
     write_file(folder / "photo.arw", noise(1000, 1));
     for (const char* name : {"photo.arw", "missing.arw", "f\xC3\xBCr.arw"}) {
         const std::string path = utf8(folder.path()) + "/" + name;

@@ -13,7 +13,6 @@
 namespace test {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -113,48 +112,6 @@ TEST_F(Dispatch, FirstPathAloneChooses) {
     EXPECT_EQ(MndRawGeneralRepair("photo.jpg", "out.arw"), -1);
     EXPECT_EQ(MndRawAdvanceRepair("photo.jpg", "sample.arw", "out.arw"), -1);
 }
-
-/// A format as its advanced repair refuses missing inputs.
-struct MissingInput {
-    const char* extension;
-    std::int32_t code;
-};
-
-std::ostream& operator<<(std::ostream& stream, const MissingInput& format) {
-    return stream << format.extension;
-}
-
-class AdvancedRepairOfEveryFormat : public RepairFixture,
-                                    public ::testing::WithParamInterface<MissingInput> {};
-
-TEST_P(AdvancedRepairOfEveryFormat, MissingInputsHaveACodeOfTheirOwnAndTheOutputIsGone) {
-    const auto& [extension, code] = GetParam();
-    for (const bool damaged_exists : {false, true}) {
-        write_file(folder / ("output." + std::string(extension)), {1});
-        EXPECT_EQ(advance(extension, damaged_exists ? std::optional(Bytes{1}) : std::nullopt, std::nullopt),
-                  code);
-        EXPECT_EQ(output(), std::nullopt);
-        EXPECT_THAT(lines(), IsEmpty());
-    }
-}
-
-TEST_P(AdvancedRepairOfEveryFormat, IllFormedPathsReachTheHostAsASystemErrorAndNothingIsRemoved) {
-    const std::string name = std::string("photo.") + GetParam().extension;
-    write_file(folder / "output", {1});
-    const std::string output = utf8(folder / "output");
-    EXPECT_THROW(MndRawAdvanceRepair(("\xFF" + name).c_str(), "b", output.c_str()), std::system_error);
-    EXPECT_THROW(MndRawAdvanceRepair(name.c_str(), "\xFF", output.c_str()), std::system_error);
-    EXPECT_THROW(MndRawAdvanceRepair(name.c_str(), "b", "\xFF"), std::system_error);
-    EXPECT_TRUE(fs::exists(folder / "output"));
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryKey, AdvancedRepairOfEveryFormat,
-                         ::testing::Values(MissingInput{"arw", -1120}, MissingInput{"raw", -1120},
-                                           MissingInput{"sr2", -1130}, MissingInput{"raf", -1150},
-                                           MissingInput{"dng", -1021}, MissingInput{"cr2", -1050},
-                                           MissingInput{"nef", -1060}, MissingInput{"orf", -1140},
-                                           MissingInput{"cr3", -1090}),
-                         [](const auto& format) { return format.param.extension; });
 
 } // namespace
 } // namespace test

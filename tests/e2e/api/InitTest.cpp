@@ -53,7 +53,7 @@ TEST_F(Init, StartsTheLogInTheLogDirectoryAndLogsTheVersion) {
                     kVersion));
 }
 
-TEST_F(Init, FailingLogIsReportedAndTheWorkDirectoryIsStoredAllTheSame) {
+TEST_F(Init, FailingLogIsReportedAndTheWorkDirectoryIsStillStored) {
     QuillStandInSetInitResult(0);
     const std::string work = make_directory("work");
     EXPECT_EQ(MndRawInit("logs", "config", work.c_str()), -1020);
@@ -97,7 +97,7 @@ TEST_F(Init, EmptyWorkDirectoryIsTheCurrentDirectoryOfTheProcess) {
     const fs::path before = fs::current_path();
     MndRawInit("", "", "");
     fs::current_path(make_directory("current"));
-    write_file("sample.arw", Bytes{1}); // A sample that fails, so that the clone stays.
+    write_file("sample.arw", Bytes{1}); // A sample that fails, so that the working copy stays.
     EXPECT_EQ(MndRawAdvanceRepair(utf8(folder / "damaged.arw").c_str(), "sample.arw",
                                   utf8(folder / "output.arw").c_str()),
               -1123);

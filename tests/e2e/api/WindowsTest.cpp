@@ -82,8 +82,8 @@ TEST_F(OnWindows, SampleThatIsReadOnlyOrOpenElsewhereIsCloned) {
     ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-// The same file twice: a clone of the sample makes two files of it, and CR3, which has no clone, cannot open
-// it a second time.
+// The same file twice: a working copy of the sample makes two files of it, and CR3, which has no working
+// copy, cannot open it a second time.
 
 TEST_F(OnWindows, OneFileAsDamagedFileAndSampleIsRepairedByTheWayOfAClone) {
     const fs::path path = folder / "photo.arw";

@@ -1,6 +1,6 @@
 #include "judge/LosslessJpeg.h"
 
-#include "support/DngPhoto.h"
+#include "support/LosslessJpeg.h"
 #include "support/Scene.h"
 
 #include <gtest/gtest.h>

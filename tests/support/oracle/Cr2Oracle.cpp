@@ -5,43 +5,28 @@ namespace test::oracle {
 
 namespace {
 
-Entry legal_entry(const Draft& file, std::uint64_t at) {
-    const Entry entry = file.entry(at);
-    require(entry.legal());
-    return entry;
-}
-
-/// The entry of a tag at or behind from.
-Entry find_entry(const Draft& file, std::uint16_t tag, std::uint64_t from) {
-    return legal_entry(file, file.find_tag(tag, from));
-}
-
 Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     Draft sample{sample_bytes};
-    sample.take_order();
-    const std::uint16_t version = sample.u16(2);
-    require(version == 42 || version == 0x2A00);
-    const std::uint64_t ifd0 = sample.u32(4);
-    require(ifd0 != 0);
+    const std::uint64_t ifd0 = sample.take_header();
     require(sample.run(8, 4) == Bytes{'C', 'R', 2, 0});
     const std::uint64_t raw_ifd = sample.u32(12);
     require(raw_ifd != 0);
 
-    // The number behind an entry leads to the next directory where the entry is the last of its own.
+    // The number after an entry leads to the next directory where the entry is the last of its own.
     const auto link_behind = [&](std::uint16_t tag, std::uint64_t from) {
         const std::uint64_t at = sample.find_tag(tag, from);
-        (void)legal_entry(sample, at);
+        (void)sample.legal_entry(at);
         return std::uint64_t{sample.u32(at + 12)};
     };
-    sample.blank(find_entry(sample, 273, ifd0).value, 30);
+    sample.blank(sample.find_entry(273, ifd0).value, 30);
     const std::uint64_t ifd1 = link_behind(0x8825, ifd0);
-    sample.blank(find_entry(sample, 0x0201, ifd1).value, 30);
+    sample.blank(sample.find_entry(0x0201, ifd1).value, 30);
     const std::uint64_t ifd2 = link_behind(0x0202, ifd1);
-    const Entry strip = find_entry(sample, 273, ifd2);
-    const Entry strip_size = find_entry(sample, 279, ifd2);
+    const Entry strip = sample.find_entry(273, ifd2);
+    const Entry strip_size = sample.find_entry(279, ifd2);
     require(sample.size() < 30 || strip.value <= sample.size() - 30);
     sample.blank(strip.value, strip_size.value);
-    const std::uint64_t image = find_entry(sample, 273, raw_ifd).value;
+    const std::uint64_t image = sample.find_entry(273, raw_ifd).value;
 
     const Draft damaged{damaged_bytes, sample.order};
     std::uint64_t offset_entry = damaged.find_tag(273, 0);
@@ -52,9 +37,8 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
         }
         offset_entry = damaged.find_tag(273, offset_entry + 1);
     }
-    const std::uint64_t damaged_image = legal_entry(damaged, offset_entry).value;
-    require(damaged_image <= damaged.size());
-    return joined(sample.run(0, image), damaged.run(damaged_image, damaged.size() - damaged_image));
+    const std::uint64_t damaged_image = damaged.legal_entry(offset_entry).value;
+    return merged(sample, image, damaged, damaged_image);
 }
 
 } // namespace

@@ -40,7 +40,7 @@ struct Walk {
         copy(4);
         return value;
     }
-    /// Copies size and type, and gives the size.
+    /// Copies size and type, and returns the size.
     std::uint32_t header(std::initializer_list<std::string_view> types) {
         const std::uint32_t size = file.u32(at);
         const Bytes type = file.run(at + 4, 4);
@@ -49,7 +49,7 @@ struct Walk {
         copy(8);
         return size;
     }
-    /// Copies a whole box, and gives where its payload begins in the output.
+    /// Copies a whole box, and returns where its payload begins in the output.
     std::size_t box(std::initializer_list<std::string_view> types) {
         const std::uint32_t size = header(types);
         require(size >= 8);
@@ -59,7 +59,7 @@ struct Walk {
     }
 };
 
-/// Where a track's numbers stand in the output, and what the sample says.
+/// Where a track's numbers are in the output, and what the sample says.
 struct Track {
     std::size_t size_field;
     std::size_t offset_field;
@@ -141,7 +141,7 @@ Track copy_trak(Walk& walk, int number) {
     return track;
 }
 
-/// The first "CRAW" behind offset 0 with this size in front of it.
+/// The first "CRAW" after offset 0 with this size before it.
 std::uint64_t find_craw(const Draft& damaged, std::uint32_t size) {
     std::uint64_t at = damaged.find(text("CRAW"), 1);
     while (true) {
@@ -153,7 +153,7 @@ std::uint64_t find_craw(const Draft& damaged, std::uint32_t size) {
     }
 }
 
-/// The picture whose tables stand in [first, last). It must not reach the last byte of the file.
+/// The picture whose tables are in [first, last). It must not reach the last byte of the file.
 Bytes damaged_track(const Draft& damaged, std::uint64_t first, std::uint64_t last) {
     const auto stsz = damaged.seek(text("stsz"), first, last);
     const auto co64 = damaged.seek(text("co64"), first, last);
@@ -205,7 +205,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     walk.copy(large ? 8 : 0);
     const std::uint64_t payload = walk.at;
 
-    // The tracks stand one behind the other; what lies between them is dropped.
+    // The tracks are one after the other; what is between them is dropped.
     std::array<Bytes, 4> data;
     for (std::size_t index = 0; index < 4; ++index) {
         require(tracks[index].offset >= walk.at);

@@ -5,32 +5,21 @@ namespace test::oracle {
 
 namespace {
 
-/// The entry of a tag at or behind from.
-Entry find_entry(const Draft& file, std::uint16_t tag, std::uint64_t from) {
-    const Entry entry = file.entry(file.find_tag(tag, from));
-    require(entry.legal());
-    return entry;
-}
-
 Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     Draft sample{sample_bytes};
-    sample.take_order();
-    const std::uint16_t version = sample.u16(2);
-    require(version == 42 || version == 0x2A00);
-    const std::uint64_t ifd0 = sample.u32(4);
-    require(ifd0 != 0);
-    const Entry strip = find_entry(sample, 273, ifd0);
-    const Entry strip_size = find_entry(sample, 279, ifd0);
+    const std::uint64_t ifd0 = sample.take_header();
+    const Entry strip = sample.find_entry(273, ifd0);
+    const Entry strip_size = sample.find_entry(279, ifd0);
     sample.blank(strip.value, strip_size.value);
 
     // A list of one has no second sub-directory, and that of the raw image is the second.
-    const Entry sub_ifds = find_entry(sample, 330, ifd0);
+    const Entry sub_ifds = sample.find_entry(330, ifd0);
     require(sub_ifds.count > 1 && sub_ifds.value != 0);
     (void)sample.run(sub_ifds.value, 4 * std::uint64_t{sub_ifds.count});
     const std::uint64_t preview_ifd = sample.u32(sub_ifds.value);
     const std::uint64_t raw_ifd = sample.u32(std::uint64_t{sub_ifds.value} + 4);
-    sample.blank(find_entry(sample, 0x0201, preview_ifd).value, 30);
-    const std::uint64_t image = find_entry(sample, 273, raw_ifd).value;
+    sample.blank(sample.find_entry(0x0201, preview_ifd).value, 30);
+    const std::uint64_t image = sample.find_entry(273, raw_ifd).value;
 
     const Draft damaged{damaged_bytes, sample.order};
     std::uint64_t main_entry = damaged.find_tag(254, 0);
@@ -41,9 +30,8 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
         }
         main_entry = damaged.find_tag(254, main_entry + 1);
     }
-    const std::uint64_t damaged_image = find_entry(damaged, 273, main_entry).value;
-    require(damaged_image <= damaged.size());
-    return joined(sample.run(0, image), damaged.run(damaged_image, damaged.size() - damaged_image));
+    const std::uint64_t damaged_image = damaged.find_entry(273, main_entry).value;
+    return merged(sample, image, damaged, damaged_image);
 }
 
 } // namespace

@@ -5,7 +5,8 @@
 namespace test::oracle {
 
 const std::vector<Format>& formats() {
-    // The two codes at the head of each block are for a missing input and for a clone that does not open.
+    // The two codes at the head of each block are for a missing input and for a working copy that does not
+    // open.
     static const std::vector<Format> all{
         {"arw", -1122, -1126, repaired_arw}, {"sr2", -1132, -1136, repaired_sr2},
         {"raf", -1152, -1156, repaired_raf}, {"orf", -1142, -1147, repaired_orf},

@@ -24,7 +24,7 @@ using Expected = std::optional<Bytes>;
 [[nodiscard]] Expected repaired_nef(const Bytes& sample, const Bytes& damaged);
 [[nodiscard]] Expected repaired_cr3(const Bytes& sample, const Bytes& damaged);
 
-/// One row a format.
+/// One row per format.
 struct Format {
     std::string_view extension;
     /// The codes of a repair that fails although both files exist and the work directory can be written:

@@ -39,22 +39,12 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     }
 
     const Draft damaged{damaged_bytes, sample.order};
-    std::uint64_t strip = damaged.find_tag(273, 0);
-    while (true) {
-        const std::uint16_t rows = damaged.u16(strip + 36);
-        const std::uint16_t counts = damaged.u16(strip + 48);
-        if (rows == 278 && counts == 279) {
-            break;
-        }
-        strip = damaged.find_tag(273, strip + 1);
-    }
-    (void)damaged.entry(strip + 48);
+    const std::uint64_t strip = damaged.find_strip_group(36, 48);
 
     require(byte_count + 12 < sample.size()); // A byte must follow the field that is patched.
     sample.put(byte_count + 8, damaged.u32(strip + 48 + 8));
     const std::uint64_t damaged_image = damaged.u32(strip + 8);
-    require(damaged_image <= damaged.size());
-    return joined(sample.run(0, image), damaged.run(damaged_image, damaged.size() - damaged_image));
+    return merged(sample, image, damaged, damaged_image);
 }
 
 } // namespace

@@ -14,8 +14,8 @@ const Bytes kXpacketEnd{'x', 'p', 'a', 'c', 'k', 'e', 't', ' ', 'e', 'n', 'd'};
 const Bytes kHuffmanTable{0xFF, 0xC4};
 const Bytes kQuantTable{0xFF, 0xDB};
 
-/// Blanks from the first Huffman table at or behind from, marked by the pattern, to the quantisation table
-/// behind it. False when one of the two is not there.
+/// Blanks from the first Huffman table at or after from, marked by the pattern, to the quantisation table
+/// after it. False when one of the two is not there.
 bool blank_tables(Draft& sample, const Bytes& pattern, std::uint64_t from) {
     const auto first = sample.seek(pattern, from, sample.size());
     const auto last = first ? sample.seek(kQuantTable, *first, sample.size()) : std::nullopt;
@@ -73,7 +73,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
         return head;
     }
     require(damaged_image < damaged.size());
-    // A file that ends inside the raw data gives what it has of them.
+    // A file that ends inside the raw data yields what it has of them.
     return joined(std::move(head), damaged.run(damaged_image, std::min<std::uint64_t>(
                                                                   length, damaged.size() - damaged_image)));
 }

@@ -13,6 +13,7 @@ namespace {
 using test::ArwPhoto;
 using test::ByteOrder;
 using test::Bytes;
+using test::with;
 
 // Tag numbers in the order of a little-endian file: 0x0201 as 01 02, and so on.
 constexpr ARW::Pattern kJpegOffset{0x02, 0x01};
@@ -41,14 +42,9 @@ class Arw : public ::testing::Test {
     int files = 0;
 };
 
-/// 64 bytes of FF, in which no tag and no field type stands.
+/// 64 bytes of FF, without a tag or a field type.
 Bytes blank(std::size_t size = 64) {
     return Bytes(size, 0xFF);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
 }
 
 // Header.
@@ -136,8 +132,8 @@ TEST_F(Arw, DirectoryAtOrPastTheEndIsVisitingBeyond) {
     EXPECT_THROW(arw.read_ifd0(0xFFFFFFFF), VisitingBeyondException);
 }
 
-TEST_F(Arw, NextLinkMustLieInTheFile) {
-    Bytes file(2 + 4, 0); // Count 0, and the link right behind it.
+TEST_F(Arw, NextLinkMustBeInTheFile) {
+    Bytes file(2 + 4, 0); // Count 0, and the link right after it.
     EXPECT_EQ(open(file).read_ifd0(0), 0U);
     file.pop_back();
     EXPECT_THROW(open(file).read_ifd0(0), OutRangeException);
@@ -174,7 +170,7 @@ TEST_F(Arw, FieldTypesAreOneToTwelve) {
     EXPECT_FALSE(ARW::is_valid_type(0x0400));
 }
 
-// Searches. In a little-endian file tag 0x0201 stands as 01 02 and type 4 as 04 00.
+// Searches. In a little-endian file tag 0x0201 is stored as 01 02 and type 4 as 04 00.
 
 TEST_F(Arw, FindsATagInEitherByteOrderAtAnyAlignment) {
     ARW little = open_little(with(blank(), 13, {0x01, 0x02, 0x04, 0x00}));
@@ -187,7 +183,7 @@ TEST_F(Arw, FindsATagInEitherByteOrderAtAnyAlignment) {
     EXPECT_EQ(big.find_bytes(kJpegOffset, 0), 13U);
 }
 
-TEST_F(Arw, TagWithoutAFieldTypeIsPassedOver) {
+TEST_F(Arw, TagWithoutAFieldTypeIsSkipped) {
     const Bytes file = with(with(blank(), 10, {0x01, 0x02, 0x0D, 0x00}), 20, {0x01, 0x02, 0x0C, 0x00});
     ARW arw = open(file);
     EXPECT_EQ(arw.find_tag(kJpegOffset, 0), 20U);
@@ -333,7 +329,7 @@ TEST_F(Arw, KeepsThePositionOfTheByteCountsAlone) {
 }
 
 TEST_F(Arw, EverySearchRestartsAtTheOperationsOwnStart) {
-    // The second tag of each collection stands in front of the first.
+    // The second tag of each collection is before the first.
     ARW arw = open(with_entries(blank(96), 20, {279, 278, 273}));
     arw.sub_ifd = std::make_shared<ARW_IFD>();
     arw.read_sub_ifd_tags(8);
@@ -410,7 +406,7 @@ TEST_F(Arw, PreviewThirtyOneBytesBeforeTheEndPasses) {
     EXPECT_EQ(test::read_file(path), test::zeroed(Bytes(100, 0xAA), 69, 99));
 }
 
-TEST_F(Arw, PreviewThirtyBytesBeforeTheEndIsBlankedWholeAndFails) {
+TEST_F(Arw, PreviewThirtyBytesBeforeTheEndIsBlankedInFullAndFails) {
     ARW arw = open(Bytes(100, 0xAA));
     name_previews(arw, 70, 0, 0);
     EXPECT_THROW(arw.clear_previews(), OutRangeException);
@@ -456,7 +452,7 @@ TEST_F(Arw, RecognisesABigEndianTriple) {
     EXPECT_FALSE(open_little(file).is_strip_triple(20));
 }
 
-TEST_F(Arw, TripleNeedsTwentySixBytesWhateverStandsThere) {
+TEST_F(Arw, TripleNeedsTwentySixBytesWhateverIsThere) {
     for (const Bytes& file : {with_entries(blank(96), 20, {273, 278, 279}), blank(96)}) {
         EXPECT_NO_THROW((void)open(test::part(file, 0, 20 + 27)).is_strip_triple(20));
         EXPECT_NO_THROW((void)open(test::part(file, 0, 20 + 26)).is_strip_triple(20));

@@ -3,6 +3,7 @@
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -14,6 +15,7 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::joined;
 using test::part;
 using test::zeroed;
@@ -22,17 +24,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr CR2::Pattern kStripOffsets{0x01, 0x11};
-
-/// The 12 bytes of an entry.
-Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-                  ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
 
 /// The 16 bytes of a header.
 Bytes header_bytes(ByteOrder order, std::uint16_t version = 42) {
@@ -166,7 +157,7 @@ TEST_P(Cr2Header, NeedsARawDirectory) {
     expect_illegal_with(12, {0, 0, 0, 0});
 }
 
-TEST_P(Cr2Header, OfAPlainTiffIsIllegal) {
+TEST_P(Cr2Header, PlainTiffIsIllegal) {
     Bytes bytes = header_bytes(GetParam());
     test::put_bytes(bytes, 8, {0x0F, 0, 0, 1, 3, 0, 1, 0});
     EXPECT_THROW(open(bytes).parse_header(), IllegalException);
@@ -180,7 +171,7 @@ TEST_P(Cr2Header, CutAtAnyLengthIsOutOfRange) {
     EXPECT_NO_THROW(open(bytes).parse_header());
 }
 
-TEST_P(Cr2Header, IsReadWholeBeforeAnyFieldBehindTheByteOrderIsJudged) {
+TEST_P(Cr2Header, IsReadInFullBeforeAnyFieldAfterTheByteOrderIsJudged) {
     for (std::size_t length = 4; length < 16; ++length) {
         EXPECT_THROW(open(part(header_bytes(GetParam(), 41), 0, length)).parse_header(), OutRangeException);
     }
@@ -235,7 +226,7 @@ TEST_F(Cr2Model, FindsATagOnTheLastTwoBytesAndNotHalfOfIt) {
     EXPECT_THROW((void)open({0, 0, 0x11}).find_tag(kStripOffsets, 0), NotFoundException);
 }
 
-TEST_F(Cr2Model, FindsNothingFromTheEndOrBehindIt) {
+TEST_F(Cr2Model, FindsNothingFromTheEndOrAfterIt) {
     const CR2& cr2 = open({0x11, 0x01, 0x11, 0x01});
     EXPECT_EQ(cr2.find_tag(kStripOffsets, 2), 2U);
     for (const std::uint32_t start : {3U, 4U, 5U, 0xFFFFFFFFU}) {
@@ -271,7 +262,7 @@ TEST_F(Cr2Model, KeepsAcceptedEntriesInTheOrderRead) {
     EXPECT_THAT(cr2.ifd->entries, ElementsAre(counts, entry));
 }
 
-TEST_F(Cr2Model, ShortOfABigEndianFileStandsInTheHighHalf) {
+TEST_F(Cr2Model, ShortOfABigEndianFileIsInTheHighHalf) {
     Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
     test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
     EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
@@ -301,7 +292,7 @@ TEST_F(Cr2Model, RefusedEntryIsNeitherFilledNorKept) {
     EXPECT_THAT(cr2.ifd->entries, IsEmpty());
 }
 
-TEST_F(Cr2Model, EntryIsReadWholeBeforeItIsJudged) {
+TEST_F(Cr2Model, EntryIsReadInFullBeforeItIsJudged) {
     const Bytes bad = entry_bytes(0, 0, 0, 0);
     for (std::size_t length = 1; length < 12; ++length) {
         EXPECT_THROW(open(part(bad, 0, length)).read_entry_value(entry, 0), OutRangeException) << length;
@@ -322,7 +313,7 @@ TEST_F(Cr2Model, HitWithinTheLastElevenBytesIsOutOfRange) {
 
 // The link to the next directory.
 
-TEST_F(Cr2Model, LinkIsTheFourBytesBehindTheEntry) {
+TEST_F(Cr2Model, LinkIsTheFourBytesAfterTheEntry) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
         Bytes link(4);
         test::put_u32(link, 0, 0x0A0B0C0D, order);
@@ -382,7 +373,7 @@ TEST_F(Cr2Blanking, AtSizeMinus30PassesTheGuardAndFailsOnTheLastMove) {
     EXPECT_THAT(cr2.ifd->entries, ElementsAre(entry));
 }
 
-TEST_F(Cr2Blanking, FromSizeMinus29OnTheGuardStandsBetweenFillingAndKeeping) {
+TEST_F(Cr2Blanking, FromSizeMinus29OnTheGuardIsBetweenFillingAndKeeping) {
     for (const std::uint32_t value : {71U, 99U, 100U, 101U, 0xFFFFFFFFU}) {
         const Bytes bytes = file_with(100, value);
         CR2& cr2 = open(bytes);
@@ -431,7 +422,7 @@ class Cr2Strip : public Cr2Model {
     static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
 };
 
-TEST_F(Cr2Strip, IsZeroedWhole) {
+TEST_F(Cr2Strip, IsZeroedInFull) {
     const Bytes bytes = file_with(50, 77);
     CR2& cr2 = open(bytes);
     cr2.blank_strip(entry, counts, kOffsets, kCounts);
@@ -441,7 +432,7 @@ TEST_F(Cr2Strip, IsZeroedWhole) {
     EXPECT_EQ(counts->value, 77U);
 }
 
-TEST_F(Cr2Strip, IsZeroedWholeInABigEndianFileToo) {
+TEST_F(Cr2Strip, IsZeroedInFullInABigEndianFileToo) {
     Bytes bytes(200, 0xFF);
     test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
     test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
@@ -456,7 +447,7 @@ TEST_F(Cr2Strip, LengthIsTheValueWhateverTheCount) {
     EXPECT_EQ(content(), zeroed(bytes, 50, 53));
 }
 
-TEST_F(Cr2Strip, OfLengthZeroWritesNothing) {
+TEST_F(Cr2Strip, LengthZeroWritesNothing) {
     const Bytes bytes = file_with(50, 0);
     CR2& cr2 = open(bytes);
     EXPECT_NO_THROW(cr2.blank_strip(entry, counts, kOffsets, kCounts));
@@ -494,7 +485,7 @@ TEST_F(Cr2Strip, FirstEntryIsReadBeforeTheSecondOffsetIsGuarded) {
     EXPECT_THROW(open(file_with(50, 5)).blank_strip(entry, counts, 189, 201), OutRangeException);
 }
 
-TEST_F(Cr2Strip, SecondOffsetPastTheEndIsToldBeforeTheFirstEntryIsJudged) {
+TEST_F(Cr2Strip, SecondOffsetPastTheEndIsReportedBeforeTheFirstEntryIsJudged) {
     Bytes bytes = file_with(50, 5);
     bytes[kOffsets + kTypeLow] = 13;
     CR2& cr2 = open(bytes);
@@ -533,7 +524,7 @@ TEST_F(Cr2Strip, GuardOfTheValueWrapsInAFileOfFewerThanThirtyBytes) {
     const Bytes bytes = joined(entry_bytes(0x0111, 4, 1, 24), entry_bytes(0x0117, 4, 1, 2));
     open(joined(bytes, Bytes(5, 0xFF))).blank_strip(entry, counts, 0, 12);
     EXPECT_EQ(content(), joined(bytes, {0, 0, 0xFF, 0xFF, 0xFF}));
-    // One byte more, and 24 lies less than 30 bytes before the end.
+    // One byte more, and 24 is less than 30 bytes before the end.
     EXPECT_THROW(open(joined(bytes, Bytes(6, 0xFF))).blank_strip(entry, counts, 0, 12),
                  VisitingBeyondException);
 }
@@ -551,7 +542,7 @@ class Cr2RawStrip : public Cr2Model {
     }
 };
 
-TEST_F(Cr2RawStrip, IsAStripByteCountsEntryOfTypeLongBehindTheHit) {
+TEST_F(Cr2RawStrip, IsAStripByteCountsEntryOfTypeLongAfterTheHit) {
     EXPECT_TRUE(marks(entry_bytes(279, 4, 1, 1)));
     EXPECT_TRUE(marks(entry_bytes(279, 4, 1, 1, ByteOrder::kBig), ByteOrder::kBig));
     EXPECT_TRUE(marks(entry_bytes(279, 4, 0xFFFFFFFF, 0x80000000)));
@@ -587,7 +578,7 @@ TEST_F(Cr2RawStrip, HitWithinTheLastTwentyThreeBytesIsOutOfRange) {
 }
 
 TEST_F(Cr2RawStrip, NextEntrysOffsetDoesNotWrap) {
-    // In 32 bits the next entry of the last offset would stand at 11.
+    // In 32 bits the next entry of the last offset would be at 11.
     CR2& cr2 = open(joined(Bytes(11), entry_bytes(279, 4, 1, 1)));
     EXPECT_THROW((void)cr2.is_raw_strip_entry(0xFFFFFFFF), OutRangeException);
 }

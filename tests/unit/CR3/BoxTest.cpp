@@ -36,7 +36,7 @@ TEST(Box, StartsEmptyAndKeepsWhatIsSet) {
     EXPECT_THAT(box.get_data(), ElementsAre(1, 2));
 }
 
-/// That a vector accessor takes and gives copies.
+/// That a vector accessor takes and returns copies.
 template <typename BoxClass>
 void expect_copies(void (BoxClass::*set)(Bytes), Bytes (BoxClass::*get)() const) {
     BoxClass box;
@@ -195,7 +195,7 @@ class BoxPrimitives : public ::testing::Test {
     test::TempDir folder;
 };
 
-TEST_F(BoxPrimitives, ReadingBeginsBehindTheCursorAndEndsOnTheLastByte) {
+TEST_F(BoxPrimitives, ReadingBeginsAfterTheCursorAndEndsOnTheLastByte) {
     Bytes file{0};
     for (unsigned char byte = 1; byte <= 24; ++byte) {
         file.push_back(byte);
@@ -226,7 +226,7 @@ TEST_F(BoxPrimitives, MoreBytesThanAnyFileHasAreOutOfRange) {
     }
 }
 
-TEST_F(BoxPrimitives, NoBytesAreReadWhereverTheCursorStands) {
+TEST_F(BoxPrimitives, NoBytesAreReadWhereverTheCursorIs) {
     const auto bytes = map({1, 2});
     bytes->seek(0xFFFFFFFF);
     EXPECT_THAT(read_next_bytes(*bytes, 0), IsEmpty());

@@ -16,7 +16,7 @@ constexpr ByteOrder kBig = ByteOrder::kBig;
 /// What a box makes of its size.
 enum class Kind {
     kRaw,    ///< It bounds the payload.
-    kPacket, ///< It bounds the payload behind an identifier.
+    kPacket, ///< It bounds the payload after an identifier.
     kOther,  ///< It is read, kept and written back.
     kMdat,   ///< It is read, and written anew.
 };
@@ -142,7 +142,7 @@ TEST_F(Cr3BoxTable, SizeEightOfARawBoxTakesItsPayloadForTheNextBox) {
     }
 }
 
-TEST_F(Cr3BoxTable, SizeOneOffIsNoticedInTheBoxBehindARawBox) {
+TEST_F(Cr3BoxTable, SizeOneOffIsNoticedInTheBoxAfterARawBox) {
     for (const BoxCase& box : all_boxes()) {
         SCOPED_TRACE(box.name);
         if (box.kind == Kind::kRaw || box.kind == Kind::kPacket) {
@@ -160,7 +160,7 @@ TEST_F(Cr3BoxTable, RawBoxOfSizeEightIsEmptyAndWritesEightBytes) {
             continue; // A line needs its 16 bytes.
         }
         SCOPED_TRACE(box.name);
-        // The payload taken out. All behind it has moved, so the tracks hold other bytes; that is all the
+        // The payload taken out. All after it has moved, so the tracks hold other bytes; that is all the
         // same.
         const std::size_t place = photo.at(box.name);
         const std::uint32_t size = test::get_u32(photo.bytes, place, kBig);
@@ -198,11 +198,11 @@ TEST_F(Cr3BoxTable, SizeOfMdatIsWrittenAnew) {
 }
 
 TEST_F(Cr3BoxTable, SizeOneOfMdatBringsTwoMoreWords) {
-    // Here the words are the first bytes of track 1, which then begins in front of the payload.
+    // Here the words are the first bytes of track 1, which then begins before the payload.
     EXPECT_THROW(read_with_size({"mdat", Kind::kMdat}, 1), MismatchingException);
 }
 
-TEST_F(Cr3BoxTable, SizeOfTheXmpBoxBoundsWhatStandsBehindItsIdentifier) {
+TEST_F(Cr3BoxTable, SizeOfTheXmpBoxBoundsWhatIsAfterItsIdentifier) {
     const BoxCase xmp{"xmp", Kind::kPacket};
     for (const std::uint32_t size : {8U, 16U, 23U}) {
         EXPECT_THROW(read_with_size(xmp, size), OutRangeException) << size;

@@ -56,7 +56,7 @@ class Cr3ModelFixture : public ::testing::Test {
         return cr3;
     }
 
-    /// Writes a repair of two objects, and gives the file.
+    /// Writes a repair of two objects, and returns the file.
     Bytes write(const std::shared_ptr<CR3>& damaged, const std::shared_ptr<CR3>& sample) {
         const auto path = folder / ("output" + std::to_string(++files) + ".cr3");
         CR3::write_repaired(damaged, sample, path);

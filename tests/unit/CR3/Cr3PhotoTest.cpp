@@ -76,8 +76,8 @@ TEST(Cr3PhotoBuilder, WritesTheSteepestEdgesThatAreDecoded) {
 }
 
 TEST(Cr3PhotoBuilder, WritesLonePointsThatAreDecoded) {
-    // One point on each line of a plane, at each column in turn: runs of all lengths in front of it and
-    // behind it.
+    // One point on each line of a plane, at each column in turn: runs of all lengths before it and
+    // after it.
     for (const unsigned point : {kMiddle + 1, kMiddle - 1, kMiddle + 40, kWhite, 0U}) {
         expect_decoded(picture_of([&](unsigned column, unsigned row) {
             return column / 2 == (row / 2 * 7) % (Cr3Photo::kWidth / 2) ? point : kMiddle;

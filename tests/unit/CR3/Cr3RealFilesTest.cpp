@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 
 // Real files of Canon cameras, and where the reading of each as a sample stops. Only one layout is read, and
-// these differ from it: their thumbnails are filled up to a multiple of 4 with no word behind that, two of
-// them have no "free" in front of "stsz" in tracks 1 to 3, and one has a "free" in front of "mdat".
+// these differ from it: their thumbnails are filled up to a multiple of 4 with no word after that, two of
+// them have no "free" before "stsz" in tracks 1 to 3, and one has a "free" before "mdat".
 
 namespace plate_mend {
 namespace {
@@ -32,13 +32,13 @@ class Cr3RealSamples : public Cr3ModelFixture {
     }
 };
 
-TEST_F(Cr3RealSamples, CanonR6StopsBehindItsThumbnail) {
+TEST_F(Cr3RealSamples, CanonR6StopsAfterItsThumbnail) {
     REAL_FILE_OR_SKIP(file, "cr3/canon-r6-pruned.cr3");
     // 16005 bytes with 3 of filler, where 1 and a word are skipped: "mvhd" begins at 34296.
     expect_stop(file, 34298);
 }
 
-TEST_F(Cr3RealSamples, CanonR6WithItsFillerCountedAsThumbnailStopsBehindItsPreview) {
+TEST_F(Cr3RealSamples, CanonR6WithItsFillerCountedAsThumbnailStopsAfterItsPreview) {
     REAL_FILE_OR_SKIP(file, "cr3/canon-r6-pruned.cr3");
     const Bytes counted = with_number(file, 18264 + 16, 16008);
     expect_stop(counted, 491626); // 6 bytes of filler, which are none of "PRVW".
@@ -54,12 +54,12 @@ TEST_F(Cr3RealSamples, CanonR6WithItsFillerCountedAsThumbnailStopsBehindItsPrevi
     EXPECT_EQ(cr3->get_track4_size(), 0x1D056U);
 }
 
-TEST_F(Cr3RealSamples, CanonR6WithAllFillerCountedStopsAtTheFreeInFrontOfMdat) {
+TEST_F(Cr3RealSamples, CanonR6WithAllFillerCountedStopsAtTheFreeBeforeMdat) {
     REAL_FILE_OR_SKIP(file, "cr3/canon-r6-pruned.cr3");
     expect_stop(with_number(with_number(file, 18264 + 16, 16008), 102152 + 20, 389456), 491632);
 }
 
-TEST_F(Cr3RealSamples, CanonEosRStopsBehindItsThumbnail) {
+TEST_F(Cr3RealSamples, CanonEosRStopsAfterItsThumbnail) {
     REAL_FILE_OR_SKIP(file, "cr3/canon-eos-r-head.cr3");
     expect_stop(file, 29030); // 1 byte of filler, where 3 and a word are skipped: "mvhd" begins at 29024.
 }

@@ -37,7 +37,7 @@ TEST_F(Cr3Model, NothingMappedIsOutOfRangeAtTheFirstRead) {
 
 // Boxes.
 
-TEST_F(Cr3Model, FileOfOneByteIsOutOfRangeBehindIt) {
+TEST_F(Cr3Model, FileOfOneByteIsOutOfRangeAfterIt) {
     const auto cr3 = open({'f'});
     EXPECT_THROW(cr3->parse_ftyp(), OutRangeException);
     EXPECT_EQ(cr3->mmap->position(), 0U);
@@ -61,7 +61,7 @@ TEST_F(Cr3Model, FtypMayReachToTheEndOfTheFileAndNoFurther) {
     EXPECT_EQ(empty->mmap->position(), 7U);
 }
 
-TEST_F(Cr3Model, ParseFtypBeginsAtTheStartWhereverTheCursorStands) {
+TEST_F(Cr3Model, ParseFtypBeginsAtTheStartWhereverTheCursorIs) {
     const auto cr3 = open({0, 0, 0, 8, 'f', 't', 'y', 'p'});
     cr3->mmap->seek(5);
     EXPECT_NO_THROW(cr3->parse_ftyp());
@@ -227,7 +227,7 @@ TEST_F(Cr3Model, SecondSampleSizeIsTakenForTheNextBox) {
     EXPECT_EQ(cr3->mmap->position(), end + 7);
 }
 
-TEST_F(Cr3Model, FreeInFrontOfTheSampleSizesOfTrack4IsIllegal) {
+TEST_F(Cr3Model, FreeBeforeTheSampleSizesOfTrack4IsIllegal) {
     const Cr3Photo photo;
     const std::size_t place = photo.at("trak4/stsz");
     const Bytes free{0, 0, 0, 8, 'f', 'r', 'e', 'e'};
@@ -236,14 +236,14 @@ TEST_F(Cr3Model, FreeInFrontOfTheSampleSizesOfTrack4IsIllegal) {
         IllegalException);
 }
 
-TEST_F(Cr3Model, FreeMissingInFrontOfTheSampleSizesOfTrack1IsIllegal) {
+TEST_F(Cr3Model, FreeMissingBeforeTheSampleSizesOfTrack1IsIllegal) {
     const Cr3Photo photo;
     EXPECT_THROW(read(joined(part(photo.bytes, 0, photo.at("trak1/free1")),
                              part(photo.bytes, photo.at("trak1/stsz"), photo.bytes.size()))),
                  IllegalException);
 }
 
-TEST_F(Cr3Model, SampleSizesOfTrack4HaveTheLengthInFrontOfTheCount) {
+TEST_F(Cr3Model, SampleSizesOfTrack4HaveTheLengthBeforeTheCount) {
     Cr3Photo photo(Cr3Photo::Options{.tracks = {4, 4, 4, 5}});
     put_u32(photo.bytes, photo.at("trak4/stsz") + 8, 0x01020304, kBig);
     put_u32(photo.bytes, photo.at("trak4/stsz") + 16, 0x77, kBig);
@@ -328,7 +328,7 @@ TEST_F(Cr3Model, UuidBoxesInTheOtherOrderAreIllegal) {
 
 // Stored JPEGs.
 
-TEST_F(Cr3Model, ThumbnailHasATrailerOnlyBehindALengthThatIsNoMultipleOfFour) {
+TEST_F(Cr3Model, ThumbnailHasATrailerOnlyAfterALengthThatIsNoMultipleOfFour) {
     for (const std::size_t size : {0U, 4U, 8U, 9U, 10U, 11U, 12U}) {
         const Cr3Photo photo(Cr3Photo::Options{.thumbnail = size});
         const auto cr3 = read(photo.bytes);
@@ -393,7 +393,7 @@ TEST_F(Cr3Model, TracksBackToBackKeepTheirOffsets) {
     }
 }
 
-TEST_F(Cr3Model, GapBetweenTracks2And3MovesTheTracksBehindIt) {
+TEST_F(Cr3Model, GapBetweenTracks2And3MovesTheTracksAfterIt) {
     const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .gaps = {0, 0, 16, 0}});
     const auto cr3 = read(photo.bytes);
     EXPECT_THAT(offsets_in_payload(*cr3, photo), ElementsAre(0, 10, 30, 60));
@@ -401,7 +401,7 @@ TEST_F(Cr3Model, GapBetweenTracks2And3MovesTheTracksBehindIt) {
     EXPECT_EQ(cr3->mdat->get_track4_data(), photo.track(4));
 }
 
-TEST_F(Cr3Model, GapsInFrontOfAllTracksAddUp) {
+TEST_F(Cr3Model, GapsBeforeAllTracksAddUp) {
     const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .gaps = {1, 2, 400, 8}, .behind = 99});
     const auto cr3 = read(photo.bytes);
     EXPECT_THAT(offsets_in_payload(*cr3, photo), ElementsAre(0, 10, 30, 60));
@@ -410,7 +410,7 @@ TEST_F(Cr3Model, GapsInFrontOfAllTracksAddUp) {
     EXPECT_EQ(repaired_with_itself(photo), expected_cr3(photo, photo.track(1), photo.track(3)));
 }
 
-TEST_F(Cr3Model, TrackInFrontOfTheEndOfTheOneBeforeIsMismatching) {
+TEST_F(Cr3Model, TrackBeforeTheEndOfTheOneBeforeIsMismatching) {
     const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}});
     for (unsigned n = 1; n <= 4; ++n) {
         const auto offset = static_cast<std::uint32_t>(photo.tracks[n - 1].offset);
@@ -422,7 +422,7 @@ TEST_F(Cr3Model, TrackInFrontOfTheEndOfTheOneBeforeIsMismatching) {
     }
 }
 
-TEST_F(Cr3Model, EmptyTrackInFrontOfTheEndOfTheOneBeforeIsMismatchingToo) {
+TEST_F(Cr3Model, EmptyTrackBeforeTheEndOfTheOneBeforeIsMismatchingToo) {
     for (unsigned n = 1; n <= 4; ++n) {
         Cr3Photo::Options options{.tracks = {10, 20, 30, 40}};
         options.tracks[n - 1] = 0;
@@ -445,7 +445,7 @@ TEST_F(Cr3Model, TrackPastTheFileIsOutOfRange) {
             EXPECT_THROW(read(bytes), OutRangeException) << n << " " << size;
         }
         bytes = photo.bytes;
-        put_u32(bytes, photo.size_entry(n), 0, kBig); // Not even an empty track may lie behind the end.
+        put_u32(bytes, photo.size_entry(n), 0, kBig); // Not even an empty track may be after the end.
         for (const std::uint32_t offset : {static_cast<std::uint32_t>(bytes.size()) + 1, 0xFFFFFFFFU}) {
             put_u32(bytes, photo.offset_entry(n), offset, kBig);
             EXPECT_THROW(read(bytes), OutRangeException) << n << " " << offset;
@@ -460,7 +460,7 @@ TEST_F(Cr3Model, PaddingIsTheLowTwoBitsOfTheSum) {
                                      {{3, 2, 1, 1}, 3U},
                                      {{5, 1, 1, 1}, 0U},
                                      {{0, 0, 0, 0}, 0U}}) {
-        // What stands behind track 4 is not read.
+        // What is after track 4 is not read.
         const Cr3Photo photo(Cr3Photo::Options{.tracks = sizes, .behind = 10});
         EXPECT_EQ(read(photo.bytes)->mdat->get_padding(), Bytes(pad));
         const Cr3Photo ending(Cr3Photo::Options{.tracks = sizes});
@@ -468,7 +468,7 @@ TEST_F(Cr3Model, PaddingIsTheLowTwoBitsOfTheSum) {
     }
 }
 
-TEST_F(Cr3Model, WhatStandsBehindTrack4IsNotRead) {
+TEST_F(Cr3Model, WhatIsAfterTrack4IsNotRead) {
     const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .behind = 1000});
     const auto cr3 = read(photo.bytes);
     EXPECT_EQ(cr3->mmap->position(), photo.tracks[3].offset + 39);
@@ -608,7 +608,7 @@ Bytes text(std::string_view characters) {
     return {characters.begin(), characters.end()};
 }
 
-TEST_F(Cr3Model, FindDataGivesTheEarliestHitFromTheStartOn) {
+TEST_F(Cr3Model, FindDataReturnsTheEarliestHitFromTheStartOn) {
     const auto cr3 = open(text("xABCDxxABCD"));
     EXPECT_EQ(cr3->find_data(kAbcd, 0), 1U);
     EXPECT_EQ(cr3->find_data(kAbcd, 1), 1U);
@@ -625,7 +625,7 @@ TEST_F(Cr3Model, FindDataStartMayBeTheEndOfTheFileAndNoFurther) {
     EXPECT_THROW((void)cr3->find_data(kAbcd, 0xFFFFFFFF), OutRangeException);
 }
 
-TEST_F(Cr3Model, FindDataInRangeTakesAMatchThatLiesWhollyInside) {
+TEST_F(Cr3Model, FindDataInRangeTakesAMatchThatIsWhollyInside) {
     const auto cr3 = open(text("xABCDxxABCD"));
     EXPECT_EQ(cr3->find_data_in_range(kAbcd, 0, 5), 1U);
     EXPECT_THROW((void)cr3->find_data_in_range(kAbcd, 0, 4), NotFoundException);
@@ -641,7 +641,7 @@ TEST_F(Cr3Model, FindDataInRangeChecksItsEndAlone) {
     EXPECT_THROW((void)cr3->find_data_in_range(kAbcd, 0xFFFFFFFF, 5), NotFoundException);
 }
 
-TEST_F(Cr3Model, FindDataInRangeFindsNothingWhenTheEndLiesInFrontOfTheStart) {
+TEST_F(Cr3Model, FindDataInRangeFindsNothingWhenTheEndIsBeforeTheStart) {
     EXPECT_THROW((void)open(text("xABCDxxABCD"))->find_data_in_range(kAbcd, 7, 6), NotFoundException);
 }
 
@@ -653,7 +653,7 @@ TEST_F(Cr3Model, SearchesLeaveTheCursor) {
     EXPECT_EQ(cr3->mmap->position(), 3U);
 }
 
-TEST_F(Cr3Model, BoxSizeIsReadInFrontOfTheHit) {
+TEST_F(Cr3Model, BoxSizeIsReadBeforeTheHit) {
     Bytes bytes(12);
     put_u32(bytes, 0, 112, kBig);
     put_u32(bytes, 4, 228, kBig);
@@ -692,7 +692,7 @@ TEST_F(Cr3Model, HitBelowOffsetFourIsOutOfRange) {
     EXPECT_FALSE(cr3->has_box_size_112(4));
 }
 
-TEST_F(Cr3Model, TableEntriesStandSixteenBytesBehindTheType) {
+TEST_F(Cr3Model, TableEntriesAreSixteenBytesAfterTheType) {
     Bytes bytes(24);
     put_u32(bytes, 20, 0x01020304, kBig);
     const auto cr3 = open(bytes);
@@ -704,7 +704,7 @@ TEST_F(Cr3Model, TableEntriesStandSixteenBytesBehindTheType) {
     EXPECT_THROW((void)cr3->read_sample_size(0xFFFFFFFF), OutRangeException);
 }
 
-TEST_F(Cr3Model, TableEntriesOfAPhotographTellWhereItsTracksLie) {
+TEST_F(Cr3Model, TableEntriesOfAPhotographLeadToItsTracks) {
     const Cr3Photo photo;
     const auto cr3 = open(photo.bytes);
     for (const unsigned n : {1U, 3U}) {

@@ -37,7 +37,7 @@ TEST_F(Cr3Writer, TracksOfTheSampleLengthsLeaveAllNumbers) {
     EXPECT_EQ(out, expected);
 }
 
-TEST_F(Cr3Writer, LongerTrack1AndShorterTrack3MoveWhatStandsBehindThem) {
+TEST_F(Cr3Writer, LongerTrack1AndShorterTrack3MoveWhatIsAfterThem) {
     const Cr3Photo photo;
     const auto sample = read(photo.bytes);
     std::array<std::uint32_t, 5> before{};
@@ -129,7 +129,7 @@ TEST_F(Cr3Writer, NumbersWrapAt32Bits) {
     EXPECT_EQ(sample->mdat->get_size(), 57U + 1 + 8);
 }
 
-TEST_F(Cr3Writer, AppendsToWhatStandsThere) {
+TEST_F(Cr3Writer, AppendsToWhatIsThere) {
     const Cr3Photo photo;
     const auto sample = read(photo.bytes);
     test::write_file(folder / "there.cr3", {1, 2, 3});

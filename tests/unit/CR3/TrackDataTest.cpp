@@ -28,7 +28,7 @@ class TrackDataOfAFile : public ::testing::Test {
     test::TempDir folder;
 };
 
-TEST_F(TrackDataOfAFile, IsTheBytesBehindTheCursor) {
+TEST_F(TrackDataOfAFile, IsTheBytesAfterTheCursor) {
     const auto file = std::make_shared<MMAP>(folder / "file");
     file->seek(1);
     const TrackData track(file, 2);
@@ -54,7 +54,7 @@ TEST_F(TrackDataOfAFile, ThatIsTooShortIsOutOfRangeAndLeavesTheCursor) {
     EXPECT_NO_THROW(TrackData(file, 3));
 }
 
-TEST_F(TrackDataOfAFile, WithoutBytesReadsNothingWhereverTheCursorStands) {
+TEST_F(TrackDataOfAFile, WithoutBytesReadsNothingWhereverTheCursorIs) {
     const auto file = std::make_shared<MMAP>(folder / "file");
     file->seek(1000);
     EXPECT_THAT(TrackData(file, 0).bytes(), IsEmpty());
@@ -72,7 +72,7 @@ TEST_F(TrackDataOfAFile, CannotBeHadWhenItIsClosed) {
     EXPECT_THROW(written(track), OutRangeException);
 }
 
-TEST(TrackData, OfItsOwnIsACopy) {
+TEST(TrackData, OwnDataIsACopy) {
     Bytes bytes{1, 2};
     const TrackData track(bytes);
     bytes[0] = 9;

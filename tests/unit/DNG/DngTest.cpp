@@ -11,6 +11,7 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::with;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -61,14 +62,9 @@ class DngInBothOrders : public Dng, public ::testing::WithParamInterface<ByteOrd
 INSTANTIATE_TEST_SUITE_P(ByteOrders, DngInBothOrders, ::testing::Values(ByteOrder::kLittle, ByteOrder::kBig),
                          [](const auto& order) { return order.param == ByteOrder::kBig ? "MM" : "II"; });
 
-/// Bytes of FF, in which no tag and no field type stands.
+/// Bytes of FF, without a tag or a field type.
 Bytes blank(std::size_t size = 64) {
     return Bytes(size, 0xFF);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
 }
 
 std::vector<std::uint32_t> values_of(const std::vector<ValueSlot>& slots) {
@@ -117,7 +113,7 @@ TEST(DngPieces, HeaderKeepsItsFields) {
     EXPECT_EQ(ifh.first_ifd_offset(), 0x89ABCDEFU);
 }
 
-TEST(DngPieces, DirectoryKeepsItsFieldsAndGivesACopyOfItsEntries) {
+TEST(DngPieces, DirectoryKeepsItsFieldsAndReturnsACopyOfItsEntries) {
     IFD ifd;
     ifd.set_entry_count(7);
     ifd.set_next_ifd_offset(0x1234);
@@ -174,7 +170,7 @@ TEST_F(Dng, ReadsABigEndianHeader) {
     EXPECT_TRUE(dng.big_endian());
 }
 
-TEST_F(Dng, VersionBytesMayStandInTheOtherOrder) {
+TEST_F(Dng, VersionBytesMayBeInTheOtherOrder) {
     DNG little = open({'I', 'I', 0x00, 0x2A, 8, 0, 0, 0});
     little.parse_header();
     EXPECT_EQ(little.ifh()->version(), 0x2A00);
@@ -272,7 +268,7 @@ TEST_F(Dng, HitOnTheLastTwoBytesIsFoundAndThenCut) {
 }
 
 TEST_F(Dng, FalseHitInAnUnrelatedValueIsReadAsAnEntry) {
-    // A value with the bytes 11 01 inside, in front of the true entry at 32.
+    // A value with the bytes 11 01 inside, before the true entry at 32.
     Bytes file = with(blank(), 7, {0x11, 0x01});
     file = with(file, 32, {0x11, 0x01, 0x04, 0x00, 0x01, 0x00, 0x00, 0x00});
     DNG dng = open(file);
@@ -295,7 +291,7 @@ TEST_P(DngInBothOrders, ReadsAnEntryAndKeepsIt) {
     EXPECT_THAT(dng.ifd()->entries(), ElementsAre(de));
 }
 
-TEST_P(DngInBothOrders, TellsAValueOfZero) {
+TEST_P(DngInBothOrders, RecognisesAValueOfZero) {
     EXPECT_TRUE(open(with_entry(blank(), 0, 254, 4, 1, 0)).read_entry_is_zero(std::make_shared<DE>(), 0));
     for (const std::uint32_t value : {1U, 0x100U, 0x10000U, 0x80000000U}) {
         EXPECT_FALSE(
@@ -362,7 +358,7 @@ TEST_P(DngInBothOrders, EntryPastTheEndIsOutOfRange) {
     }
 }
 
-TEST_F(Dng, ShortOfABigEndianFileStandsInTheUpperHalf) {
+TEST_F(Dng, ShortOfABigEndianFileIsInTheUpperHalf) {
     const Bytes entry{0x01, 0x11, 0, 3, 0, 0, 0, 1, 0x12, 0x34, 0, 0};
     const auto de = std::make_shared<DE>();
     EXPECT_FALSE(open(entry, ByteOrder::kBig).read_entry_is_zero(de, 0));
@@ -435,12 +431,12 @@ TEST_P(DngInBothOrders, ThirtiethByteMustNotBeTheFilesLast) {
 
 // Sub-directories.
 
-TEST_P(DngInBothOrders, OneSubDirectoryStandsInTheEntryItself) {
+TEST_P(DngInBothOrders, OneSubDirectoryIsInTheEntryItself) {
     DNG dng = open(with_entry(blank(12), 0, 330, 4, 1, 0xFFFFFFF0));
     EXPECT_THAT(dng.read_sub_ifd_offsets(std::make_shared<DE>(), 0), ElementsAre(0xFFFFFFF0U));
 }
 
-TEST_P(DngInBothOrders, TwoSubDirectoriesStandInAList) {
+TEST_P(DngInBothOrders, TwoSubDirectoriesAreInAList) {
     Bytes file = with_entry(blank(), 0, 330, 4, 2, 41);
     file = with_numbers(file, 41, {0x01020304, 7});
     DNG dng = open(file);
@@ -465,7 +461,7 @@ TEST_P(DngInBothOrders, SubDirectoryListOutsideTheFileIsOutOfRange) {
     }
 }
 
-TEST_P(DngInBothOrders, SubDirectoryListAtOffsetZeroBeginsBehindAWrappedOffset) {
+TEST_P(DngInBothOrders, SubDirectoryListAtOffsetZeroBeginsAfterAWrappedOffset) {
     DNG wrapped = open(with_entry(blank(64), 20, 330, 4, 2, 0));
     ::testing::internal::CaptureStderr();
     EXPECT_THROW((void)wrapped.read_sub_ifd_offsets(std::make_shared<DE>(), 20), OutRangeException);
@@ -515,7 +511,7 @@ TEST_P(DngInBothOrders, TileEntryWithCountOneStillPointsAtAList) {
     EXPECT_THAT(values_of(dng.tile_byte_counts()), ElementsAre(88U));
 }
 
-TEST_P(DngInBothOrders, TileListsNeedOneByteBehindThem) {
+TEST_P(DngInBothOrders, TileListsNeedOneByteAfterThem) {
     Bytes file = with_entry(blank(49), 0, 324, 4, 2, 40);
     file = with_entry(file, 12, 325, 4, 2, 40);
     file = with_numbers(file, 40, {5, 6});
@@ -546,7 +542,7 @@ TEST_P(DngInBothOrders, AbsurdCountOfTilesIsOutOfRange) {
     }
 }
 
-TEST_P(DngInBothOrders, TilesAreSoughtFromTheStartOn) {
+TEST_P(DngInBothOrders, TilesAreSearchedForFromTheStartOn) {
     Bytes file = with_entry(blank(128), 5, 324, 4, 1, 100);
     file = with_entry(file, 20, 324, 4, 1, 104);
     file = with_entry(file, 40, 325, 4, 1, 100);
@@ -586,7 +582,7 @@ TEST_P(DngInBothOrders, ThrowLeavesTheOldTileLists) {
     EXPECT_THAT(values_of(dng.tile_byte_counts()), ElementsAre(2U));
 }
 
-TEST_F(Dng, GivesCopiesOfItsTileLists) {
+TEST_F(Dng, ReturnsCopiesOfItsTileLists) {
     DNG dng = open({0x44, 0x01, 4, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0xFF});
     dng.read_tile_offsets(0);
     dng.tile_offsets().front().value = 99;

@@ -77,7 +77,7 @@ TEST_F(TagSearchInAFile, FindsTheSameFromAnyPlacesInAnyOrderAsAPlainSearch) {
     }
 }
 
-TEST_F(TagSearchInAFile, SeesWhatIsWrittenWhenItIsTold) {
+TEST_F(TagSearchInAFile, SeesWhatIsWrittenOnceItIsNotified) {
     std::mt19937 random(4);
     for (int round = 0; round < 30; ++round) {
         const auto file = map(with_tags(random));
@@ -94,7 +94,7 @@ TEST_F(TagSearchInAFile, SeesWhatIsWrittenWhenItIsTold) {
     }
 }
 
-TEST_F(TagSearchInAFile, SeesAMatchThatBeginsWithTheByteInFrontOfWhatIsWritten) {
+TEST_F(TagSearchInAFile, SeesAMatchThatBeginsWithTheByteBeforeWhatIsWritten) {
     Bytes bytes(2000, 0x5A);
     bytes[999] = 0xFE;
     const auto file = map(bytes);

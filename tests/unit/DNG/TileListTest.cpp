@@ -42,11 +42,11 @@ class TileListInAFile : public ::testing::Test {
     std::unique_ptr<MMAP> file;
 };
 
-TEST_F(TileListInAFile, IsEmptyUnlessItIsToldWhereToLie) {
+TEST_F(TileListInAFile, IsEmptyUnlessItsPlaceIsGiven) {
     EXPECT_THAT(TileList().read(*file), IsEmpty());
 }
 
-TEST_F(TileListInAFile, GivesNumbersAndPlaces) {
+TEST_F(TileListInAFile, ReturnsNumbersAndPlaces) {
     EXPECT_THAT(TileList(5, 2).read(*file), ElementsAre(Slot(5, 0x05060708), Slot(9, 0x090A0B0C)));
 }
 
@@ -66,7 +66,7 @@ TEST_F(TileListInAFile, TakesNoNoticeOfBytesBesideIt) {
     EXPECT_THAT(list.read(*file), ElementsAre(Slot(5, 0x05060708), Slot(9, 0x090A0B0C)));
 }
 
-TEST_F(TileListInAFile, OfAClosedFileCannotBeRead) {
+TEST_F(TileListInAFile, CannotBeReadFromAClosedFile) {
     const TileList list(5, 2);
     file->close();
     EXPECT_THROW((void)list.read(*file), OutRangeException);

@@ -3,6 +3,7 @@
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 
@@ -14,8 +15,10 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::joined;
 using test::part;
+using test::u32_bytes;
 using test::zeroed;
 using Shorts = std::vector<std::uint16_t>;
 using ::testing::ElementsAre;
@@ -23,32 +26,12 @@ using ::testing::IsEmpty;
 
 constexpr NEF::Pattern kNewSubfileType{0x00, 0xFE};
 
-/// The 12 bytes of an entry.
-Bytes entry_bytes(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-                  ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
 /// The 8 bytes of a header.
 Bytes header_bytes(ByteOrder order, std::uint16_t version = 42, std::uint32_t first_ifd = 0x10203040) {
     const unsigned char mark = order == ByteOrder::kLittle ? 'I' : 'M';
     Bytes bytes{mark, mark, 0, 0, 0, 0, 0, 0};
     test::put_u16(bytes, 2, version, order);
     test::put_u32(bytes, 4, first_ifd, order);
-    return bytes;
-}
-
-/// Numbers of four bytes.
-Bytes list_bytes(const std::vector<std::uint32_t>& numbers, ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(4 * numbers.size());
-    for (std::size_t index = 0; index < numbers.size(); ++index) {
-        test::put_u32(bytes, 4 * index, numbers[index], order);
-    }
     return bytes;
 }
 
@@ -216,7 +199,7 @@ TEST_F(NefModel, ReadsAnEntryInBothByteOrders) {
     }
 }
 
-TEST_F(NefModel, ShortOfABigEndianFileStandsInTheHighHalf) {
+TEST_F(NefModel, ShortOfABigEndianFileIsInTheHighHalf) {
     Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
     test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
     EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
@@ -247,7 +230,7 @@ TEST_F(NefModel, RefusedEntryIsNeitherFilledNorKept) {
     EXPECT_THAT(nef.ifd->entries, IsEmpty());
 }
 
-TEST_F(NefModel, EntryIsReadWholeBeforeItIsJudged) {
+TEST_F(NefModel, EntryIsReadInFullBeforeItIsJudged) {
     const Bytes bad = entry_bytes(0, 0, 0, 0);
     for (std::size_t length = 1; length < 12; ++length) {
         EXPECT_THROW(open(part(bad, 0, length)).read_entry_value(entry, 0), OutRangeException) << length;
@@ -259,7 +242,7 @@ TEST_F(NefModel, EntryIsReadWholeBeforeItIsJudged) {
 
 // Whether an entry's value is zero.
 
-TEST_F(NefModel, TellsWhetherTheValueIsZeroAndKeepsNothing) {
+TEST_F(NefModel, ReportsWhetherTheValueIsZeroAndKeepsNothing) {
     NEF& nef = open(joined(entry_bytes(254, 4, 1, 0), entry_bytes(254, 4, 1, 1)));
     EXPECT_TRUE(nef.read_entry_is_zero(entry, 0));
     EXPECT_EQ(entry->tag, 254U);
@@ -280,7 +263,7 @@ TEST_F(NefModel, AllFourBytesOfTheValueCount) {
 // Sub-directories.
 
 TEST_F(NefModel, SubIfdsOfCountOneIsTheValueItself) {
-    // Nothing stands at the value, and nothing is read there.
+    // Nothing is at the value, and nothing is read there.
     NEF& nef = open(entry_bytes(330, 4, 1, 0x7FFFFFFF));
     EXPECT_THAT(nef.read_sub_ifd_offsets(entry, 0), ElementsAre(0x7FFFFFFFU));
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
@@ -289,7 +272,7 @@ TEST_F(NefModel, SubIfdsOfCountOneIsTheValueItself) {
 TEST_F(NefModel, SubIfdsOfCountTwoAndMoreIsAListInTheOrderOfTheFile) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
         Bytes bytes = joined(entry_bytes(330, 4, 2, 15, order), Bytes(3));
-        bytes = joined(bytes, list_bytes({0x11223344, 0x55667788, 9}, order));
+        bytes = joined(bytes, u32_bytes({0x11223344, 0x55667788, 9}, order));
         EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0), ElementsAre(0x11223344U, 0x55667788U));
         test::put_u32(bytes, 4, 3, order);
         EXPECT_THAT(open(bytes, order).read_sub_ifd_offsets(entry, 0),
@@ -298,7 +281,7 @@ TEST_F(NefModel, SubIfdsOfCountTwoAndMoreIsAListInTheOrderOfTheFile) {
 }
 
 TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
-    const Bytes bytes = joined(entry_bytes(330, 4, 2, 12), list_bytes({1, 2}));
+    const Bytes bytes = joined(entry_bytes(330, 4, 2, 12), u32_bytes({1, 2}, ByteOrder::kLittle));
     EXPECT_THAT(open(bytes).read_sub_ifd_offsets(entry, 0), ElementsAre(1U, 2U));
     for (std::size_t cut = 1; cut <= 8; ++cut) {
         EXPECT_THROW(open(part(bytes, 0, bytes.size() - cut)).read_sub_ifd_offsets(entry, 0),
@@ -307,7 +290,7 @@ TEST_F(NefModel, SubIfdsListMayEndOnTheLastByte) {
     }
 }
 
-TEST_F(NefModel, SubIfdsListAtZeroWrapsInFrontOfTheFile) {
+TEST_F(NefModel, SubIfdsListAtZeroWrapsBeforeTheFile) {
     NEF& nef = open(joined(entry_bytes(330, 4, 2, 0), Bytes(100)));
     EXPECT_THROW(nef.read_sub_ifd_offsets(entry, 0), OutRangeException);
     EXPECT_EQ(nef.mmap->position(), 0xFFFFFFFFU) << "in 32 bits";
@@ -353,7 +336,7 @@ TEST_F(NefBlanking, ZeroesThirtyBytes) {
     }
 }
 
-TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatLiesInsideZeroed) {
+TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatIsInsideZeroed) {
     for (const std::uint32_t value : {70U, 71U, 99U}) {
         const Bytes bytes = file_with(100, value);
         NEF& nef = open(bytes);
@@ -389,7 +372,7 @@ class NefStrip : public NefModel {
     static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
 };
 
-TEST_F(NefStrip, IsZeroedWhole) {
+TEST_F(NefStrip, IsZeroedInFull) {
     const Bytes bytes = file_with(50, 77);
     NEF& nef = open(bytes);
     nef.blank_strip(entry, counts, kOffsets, kCounts);
@@ -397,7 +380,7 @@ TEST_F(NefStrip, IsZeroedWhole) {
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, counts));
 }
 
-TEST_F(NefStrip, IsZeroedWholeInABigEndianFileToo) {
+TEST_F(NefStrip, IsZeroedInFullInABigEndianFileToo) {
     Bytes bytes(200, 0xFF);
     test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
     test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
@@ -412,7 +395,7 @@ TEST_F(NefStrip, LengthIsTheValueWhateverTheCount) {
     EXPECT_EQ(content(), zeroed(bytes, 50, 53));
 }
 
-TEST_F(NefStrip, OfLengthZeroWritesNothingWhereverItLies) {
+TEST_F(NefStrip, LengthZeroWritesNothingWhereverItIs) {
     for (const std::uint32_t offset : {50U, 200U, 0xFFFFFFFFU}) {
         const Bytes bytes = file_with(offset, 0);
         NEF& nef = open(bytes);

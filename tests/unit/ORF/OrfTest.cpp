@@ -4,6 +4,7 @@
 #include "support/Bytes.h"
 #include "support/OrfPhoto.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 #include "util/Reading.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +28,9 @@ using ::testing::Throws;
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::OrfPhoto;
+using test::strip_group;
 
 constexpr auto kBothOrders = {ByteOrder::kLittle, ByteOrder::kBig};
 
@@ -54,7 +57,7 @@ class OrfModel : public ::testing::Test {
         return orf;
     }
 
-    /// Closes the last model's file, which may not be open elsewhere when it is read, and gives its bytes.
+    /// Closes the last model's file, which may not be open elsewhere when it is read, and returns its bytes.
     [[nodiscard]] Bytes on_disk(const std::shared_ptr<ORF>& orf) const {
         orf->mapped_file->close();
         return test::read_file(path);
@@ -65,35 +68,15 @@ class OrfModel : public ::testing::Test {
     int files = 0;
 };
 
-/// A directory entry, as it stands in a file.
-Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-            ByteOrder order) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
-/// StripOffsets, two entries between, RowsPerStrip, StripByteCounts: 60 bytes.
-Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order) {
-    Bytes bytes = entry(273, 4, 1, offset, order);
-    bytes = test::joined(bytes, entry(274, 3, 1, 0x55555555, order));
-    bytes = test::joined(bytes, entry(277, 3, 1, 0x66666666, order));
-    bytes = test::joined(bytes, entry(278, 4, 1, 0x01020304, order));
-    return test::joined(bytes, entry(279, 4, 1, byte_count, order));
-}
-
 // ---- the mapping
 
-TEST_F(OrfModel, AMissingOrAnEmptyFileIsNotMapped) {
+TEST_F(OrfModel, MissingOrAnEmptyFileIsNotMapped) {
     EXPECT_FALSE(ORF(folder / "missing.orf").is_mapped());
     EXPECT_FALSE(model({})->is_mapped());
     EXPECT_TRUE(model({1})->is_mapped());
 }
 
-TEST_F(OrfModel, ANewModelKnowsNothing) {
+TEST_F(OrfModel, NewModelKnowsNothing) {
     const auto orf = std::make_shared<ORF>(folder / "missing.orf");
     EXPECT_THAT(orf->mapped_file, NotNull());
     EXPECT_THAT(orf->ifh, IsNull());
@@ -102,7 +85,7 @@ TEST_F(OrfModel, ANewModelKnowsNothing) {
     EXPECT_EQ(orf->big_endian(), 0);
 }
 
-TEST_F(OrfModel, TheByteOrderCanBeSet) {
+TEST_F(OrfModel, ByteOrderCanBeSet) {
     const auto orf = model({1, 2}, ByteOrder::kBig);
     EXPECT_EQ(orf->big_endian(), 1);
     EXPECT_EQ(orf->native(std::uint16_t{0x0102}), 0x0102);
@@ -160,14 +143,14 @@ TEST_F(OrfModel, AnyOtherFlagIsIllegalTheNumber42Included) {
     }
 }
 
-TEST_F(OrfModel, AFirstIfdOffsetOfZeroIsIllegal) {
+TEST_F(OrfModel, FirstIfdOffsetOfZeroIsIllegal) {
     const auto zero = model({'I', 'I', 'R', 'O', 0, 0, 0, 0});
     EXPECT_THAT([&] { zero->read_ifh(); }, ThrowsTelling<IllegalException>("first ifd offset illegal"));
     EXPECT_NO_THROW(model({'I', 'I', 'R', 'O', 1, 0, 0, 0})->read_ifh());
     EXPECT_NO_THROW(model({'I', 'I', 'R', 'O', 0, 0, 0, 0x80})->read_ifh());
 }
 
-TEST_F(OrfModel, TheHeaderIsJudgedByteOrderFirstThenFlagThenOffset) {
+TEST_F(OrfModel, HeaderIsJudgedByteOrderFirstThenFlagThenOffset) {
     const auto nothing_good = model(Bytes(8));
     EXPECT_THAT([&] { nothing_good->read_ifh(); },
                 ThrowsTelling<IllegalException>("byte order flag illegal"));
@@ -175,14 +158,14 @@ TEST_F(OrfModel, TheHeaderIsJudgedByteOrderFirstThenFlagThenOffset) {
     EXPECT_THAT([&] { good_order->read_ifh(); }, ThrowsTelling<IllegalException>("orf flag illegal"));
 }
 
-TEST_F(OrfModel, AnIllegalHeaderIsNotStored) {
+TEST_F(OrfModel, IllegalHeaderIsNotStored) {
     const auto orf = model({'M', 'M', 'O', 'R', 0, 0, 0, 0});
     EXPECT_THROW(orf->read_ifh(), IllegalException);
     EXPECT_THAT(orf->ifh, IsNull());
     EXPECT_EQ(orf->big_endian(), 0);
 }
 
-TEST_F(OrfModel, AHeaderOfFewerThanEightBytesIsOutOfRange) {
+TEST_F(OrfModel, HeaderOfFewerThanEightBytesIsOutOfRange) {
     const Bytes header{'I', 'I', 'R', 'O', 8, 0, 0, 0};
     for (std::size_t size = 1; size < header.size(); ++size) {
         const auto orf = model(test::part(header, 0, size));
@@ -191,14 +174,14 @@ TEST_F(OrfModel, AHeaderOfFewerThanEightBytesIsOutOfRange) {
     EXPECT_NO_THROW(model(header)->read_ifh());
 }
 
-TEST_F(OrfModel, AHeaderCutBehindIllegalBytesIsStillOutOfRange) {
+TEST_F(OrfModel, HeaderCutAfterIllegalBytesIsStillOutOfRange) {
     const auto orf = model(Bytes(7));
     EXPECT_THROW(orf->read_ifh(), OutRangeException);
 }
 
 // ---- read_ifd0
 
-TEST_F(OrfModel, GivesTheNextDirectoryAndTheLastByteOfItsPointer) {
+TEST_F(OrfModel, ReturnsTheNextDirectoryAndTheLastByteOfItsPointer) {
     for (const ByteOrder order : kBothOrders) {
         for (const std::uint16_t count : std::vector<std::uint16_t>{0, 1, 3, 300}) {
             Bytes bytes = test::noise(7 + 2 + 12U * count + 4, 1);
@@ -223,7 +206,7 @@ TEST_F(OrfModel, KeepsCountAndPointerOfADirectoryAsStored) {
     EXPECT_EQ(orf->ifd0->next, 0x12000000U);
 }
 
-TEST_F(OrfModel, AnIfd0PastTheEndIsVisitingBeyond) {
+TEST_F(OrfModel, Ifd0PastTheEndIsVisitingBeyond) {
     const auto orf = model(Bytes(20));
     for (const std::uint32_t offset : {20U, 21U, 0xFFFFFFFFU}) {
         EXPECT_THAT([&] { (void)orf->read_ifd0(offset); },
@@ -233,7 +216,7 @@ TEST_F(OrfModel, AnIfd0PastTheEndIsVisitingBeyond) {
     EXPECT_THAT(orf->ifd0, IsNull());
 }
 
-TEST_F(OrfModel, AnIfd0WhosePointerEndsOnTheLastBytePasses) {
+TEST_F(OrfModel, Ifd0WhosePointerEndsOnTheLastBytePasses) {
     const auto whole = model(Bytes(6));
     EXPECT_THAT(whole->read_ifd0(0), Pair(0U, 5U));
     for (std::size_t size = 2; size < 6; ++size) {
@@ -242,7 +225,7 @@ TEST_F(OrfModel, AnIfd0WhosePointerEndsOnTheLastBytePasses) {
     }
 }
 
-TEST_F(OrfModel, ACountOf300ThatPointsPastTheFileIsOutOfRange) {
+TEST_F(OrfModel, CountOf300ThatPointsPastTheFileIsOutOfRange) {
     Bytes bytes(2 + 12 * 300 + 4);
     test::put_u16(bytes, 0, 300, ByteOrder::kLittle);
     EXPECT_NO_THROW((void)model(bytes)->read_ifd0(0));
@@ -276,7 +259,7 @@ TEST_F(OrfModel, FindsAPatternThatEndsOnTheLastByteAndOneAtTheStart) {
         ThrowsTelling<NotFoundException>("not found order tag"));
 }
 
-TEST_F(OrfModel, ASearchFromTheEndFindsNothingAndOneFromPastItIsOutOfRange) {
+TEST_F(OrfModel, SearchFromTheEndFindsNothingAndOneFromPastItIsOutOfRange) {
     for (const ByteOrder order : kBothOrders) {
         const auto orf = model({1, 2, 3, 4}, order);
         EXPECT_THAT(
@@ -302,7 +285,7 @@ TEST_F(OrfModel, ASearchFromTheEndFindsNothingAndOneFromPastItIsOutOfRange) {
     }
 }
 
-TEST_F(OrfModel, APatternLongerThanTheRestIsNotFound) {
+TEST_F(OrfModel, PatternLongerThanTheRestIsNotFound) {
     const auto orf = model({1, 2, 3});
     EXPECT_THROW((void)orf->search_tag({1, 2, 3, 4}, 0), NotFoundException);
     EXPECT_EQ(orf->search_tag({1, 2, 3}, 0), 0U);
@@ -322,7 +305,7 @@ TEST_F(OrfModel, SearchOrderTagComparesBackToFrontInALittleEndianFile) {
     EXPECT_EQ(model(bytes, ByteOrder::kBig)->search_order_tag_in_range({0x01, 0x11}, 0, 5), 2U);
 }
 
-TEST_F(OrfModel, ARangeThatEndsPastTheFileIsOutOfRange) {
+TEST_F(OrfModel, RangeThatEndsPastTheFileIsOutOfRange) {
     const auto orf = model({1, 2, 3, 4}, ByteOrder::kBig);
     EXPECT_EQ(orf->search_order_tag_in_range({3, 4}, 0, 4), 2U);
     EXPECT_THAT(
@@ -332,7 +315,7 @@ TEST_F(OrfModel, ARangeThatEndsPastTheFileIsOutOfRange) {
         ThrowsTelling<OutRangeException>("search tag end offset out of range"));
 }
 
-TEST_F(OrfModel, AMatchMustLieWhollyInsideTheRange) {
+TEST_F(OrfModel, MatchMustBeWhollyInsideTheRange) {
     const auto orf = model({0, 1, 2, 0}, ByteOrder::kBig);
     EXPECT_EQ(orf->search_order_tag_in_range({1, 2}, 1, 3), 1U);
     EXPECT_THAT(
@@ -347,7 +330,7 @@ TEST_F(OrfModel, AMatchMustLieWhollyInsideTheRange) {
         ThrowsTelling<NotFoundException>("not found order tag"));
 }
 
-TEST_F(OrfModel, AnEmptyOrAReversedRangeHoldsNothing) {
+TEST_F(OrfModel, EmptyOrAReversedRangeHoldsNothing) {
     const auto orf = model({1, 2, 1, 2}, ByteOrder::kBig);
     EXPECT_THROW((void)orf->search_order_tag_in_range({1, 2}, 2, 2), NotFoundException);
     EXPECT_THROW((void)orf->search_order_tag_in_range({1, 2}, 2, 0), NotFoundException);
@@ -380,7 +363,7 @@ TEST_F(OrfModel, ReadsTheThreeEntriesOfASampleAsStored) {
 TEST_F(OrfModel, KeepsOnlyTheLastTwoBytesOfASamplesCount) {
     Bytes bytes(2);
     for (const std::uint16_t tag : std::vector<std::uint16_t>{273, 278, 279}) {
-        bytes = test::joined(bytes, entry(tag, 4, 0x01020304, 0x0A0B0C0D, ByteOrder::kBig));
+        bytes = test::joined(bytes, entry_bytes(tag, 4, 0x01020304, 0x0A0B0C0D, ByteOrder::kBig));
     }
     bytes.resize(bytes.size() + 4);
     const auto orf = model(bytes, ByteOrder::kBig);
@@ -395,7 +378,7 @@ TEST_F(OrfModel, KeepsOnlyTheLastTwoBytesOfASamplesCount) {
     EXPECT_EQ(orf->ifd0->entries[2]->position, 2U + 24);
 }
 
-TEST_F(OrfModel, ADirectoryEndPastTheFileIsVisitingBeyond) {
+TEST_F(OrfModel, DirectoryEndPastTheFileIsVisitingBeyond) {
     const Bytes bytes = strip_group(1, 2, ByteOrder::kLittle);
     const auto orf = model(bytes);
     orf->ifd0 = std::make_shared<ORF_IFD>();
@@ -406,9 +389,9 @@ TEST_F(OrfModel, ADirectoryEndPastTheFileIsVisitingBeyond) {
     EXPECT_EQ(orf->ifd0->entries.size(), 3U);
 }
 
-TEST_F(OrfModel, AHitInsideAnEntrysValueIsTakenAsTheTag) {
+TEST_F(OrfModel, HitInsideAnEntrysValueIsTakenAsTheTag) {
     for (const ByteOrder order : kBothOrders) {
-        Bytes bytes = test::joined(entry(256, 4, 1, 0, order), strip_group(0x1000, 0x2000, order));
+        Bytes bytes = test::joined(entry_bytes(256, 4, 1, 0, order), strip_group(0x1000, 0x2000, order));
         test::put_u16(bytes, 9, 273, order); // Inside the first entry's value, at an odd offset.
         const auto orf = model(bytes, order);
         orf->ifd0 = std::make_shared<ORF_IFD>();
@@ -421,7 +404,7 @@ TEST_F(OrfModel, AHitInsideAnEntrysValueIsTakenAsTheTag) {
 }
 
 TEST_F(OrfModel, ByteCountsFoundAtAnOddOffsetKeepThatPosition) {
-    Bytes bytes = test::joined(entry(256, 4, 1, 0, ByteOrder::kLittle),
+    Bytes bytes = test::joined(entry_bytes(256, 4, 1, 0, ByteOrder::kLittle),
                                strip_group(0x1000, 0x2000, ByteOrder::kLittle));
     test::put_u16(bytes, 5, 279, ByteOrder::kLittle);
     const auto orf = model(bytes);
@@ -430,7 +413,7 @@ TEST_F(OrfModel, ByteCountsFoundAtAnOddOffsetKeepThatPosition) {
     EXPECT_EQ(orf->ifd0->entries[2]->position, 5U);
 }
 
-TEST_F(OrfModel, ASampleThatLacksOneOfTheTagsIsNotFound) {
+TEST_F(OrfModel, SampleThatLacksOneOfTheTagsIsNotFound) {
     for (const std::size_t lost : {0U, 36U, 48U}) {
         Bytes bytes = strip_group(0x1000, 0x2000, ByteOrder::kLittle);
         test::put_u16(bytes, lost, 0x7777, ByteOrder::kLittle);
@@ -441,7 +424,7 @@ TEST_F(OrfModel, ASampleThatLacksOneOfTheTagsIsNotFound) {
     }
 }
 
-TEST_F(OrfModel, ATagBehindTheDirectoryIsNotSeen) {
+TEST_F(OrfModel, TagAfterTheDirectoryIsNotSeen) {
     const auto orf = model(strip_group(0x1000, 0x2000, ByteOrder::kLittle));
     orf->ifd0 = std::make_shared<ORF_IFD>();
     EXPECT_NO_THROW(orf->read_sample_tags(0, 50)); // The tag's two bytes end at 50.
@@ -449,7 +432,7 @@ TEST_F(OrfModel, ATagBehindTheDirectoryIsNotSeen) {
     EXPECT_THROW(orf->read_sample_tags(1, 59), NotFoundException);
 }
 
-TEST_F(OrfModel, ASampleEntryCutByTheEndOfTheFileIsOutOfRange) {
+TEST_F(OrfModel, SampleEntryCutByTheEndOfTheFileIsOutOfRange) {
     const Bytes whole = strip_group(0x1000, 0x2000, ByteOrder::kLittle);
     for (std::size_t size = 51; size < whole.size(); ++size) {
         const auto orf = model(test::part(whole, 0, size));
@@ -474,7 +457,7 @@ TEST_F(OrfModel, BlanksThirtyBytesOfEveryJpegAndNothingElse) {
     EXPECT_NE(expected, photo.bytes);
 }
 
-TEST_F(OrfModel, AFileWithoutAJpegStartStaysUnchanged) {
+TEST_F(OrfModel, FileWithoutAJpegStartStaysUnchanged) {
     Bytes bytes(100, 0x5A);
     test::put_bytes(bytes, 10, {0xFF, 0xD8, 0xFF, 0xE0}); // A JFIF picture is none of them.
     test::put_bytes(bytes, 50, {0xFF, 0xD8, 0xFF});
@@ -483,7 +466,7 @@ TEST_F(OrfModel, AFileWithoutAJpegStartStaysUnchanged) {
     EXPECT_EQ(on_disk(orf), bytes);
 }
 
-TEST_F(OrfModel, AFileShorterThanAJpegStartStaysUnchanged) {
+TEST_F(OrfModel, FileShorterThanAJpegStartStaysUnchanged) {
     const auto orf = model({0xFF, 0xD8, 0xFF});
     EXPECT_NO_THROW(orf->blank_jpegs());
     EXPECT_EQ(on_disk(orf), (Bytes{0xFF, 0xD8, 0xFF}));
@@ -532,7 +515,7 @@ TEST_F(OrfModel, JpegStartsAtAnyDistancesAreBlankedAsIfAllHadBeenFoundBefore) {
     }
 }
 
-TEST_F(OrfModel, AJpegStart31BytesBeforeTheEndPassesAnd30Fails) {
+TEST_F(OrfModel, JpegStart31BytesBeforeTheEndPassesAnd30Fails) {
     Bytes bytes(100, 0x5A);
     test::put_bytes(bytes, 69, kJpegStart);
     const auto passing = model(bytes);
@@ -545,7 +528,7 @@ TEST_F(OrfModel, AJpegStart31BytesBeforeTheEndPassesAnd30Fails) {
     EXPECT_EQ(on_disk(failing), test::zeroed(bytes, 69, 99));
 }
 
-TEST_F(OrfModel, AJpegStartNearTheEndIsOutOfRangeWithTheLastBytesZeroed) {
+TEST_F(OrfModel, JpegStartNearTheEndIsOutOfRangeWithTheLastBytesZeroed) {
     for (const std::size_t left : {4U, 5U, 29U}) {
         Bytes bytes(100, 0x5A);
         test::put_bytes(bytes, 10, kJpegStart);
@@ -579,7 +562,7 @@ TEST_F(OrfModel, EachOfTheThreeTagsMustBeRight) {
     }
 }
 
-TEST_F(OrfModel, TheEntriesBetweenAndAllButTheTagsAreNotLookedAt) {
+TEST_F(OrfModel, EntriesBetweenAndAllButTheTagsAreNotLookedAt) {
     Bytes group = test::noise(50, 5);
     test::put_u16(group, 0, 273, ByteOrder::kLittle);
     test::put_u16(group, 36, 278, ByteOrder::kLittle);
@@ -588,14 +571,14 @@ TEST_F(OrfModel, TheEntriesBetweenAndAllButTheTagsAreNotLookedAt) {
 }
 
 TEST_F(OrfModel, EntriesSideBySideAreNoGroup) {
-    Bytes bytes = entry(273, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(279, 4, 1, 1, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(273, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(279, 4, 1, 1, ByteOrder::kLittle));
     bytes.resize(60);
     EXPECT_FALSE(model(bytes)->is_raw_tag(0));
 }
 
-TEST_F(OrfModel, AGroupNeeds50BytesToTheEndWhateverStandsThere) {
+TEST_F(OrfModel, GroupNeeds50BytesToTheEndWhateverIsThere) {
     for (const Bytes& bytes : {strip_group(1, 2, ByteOrder::kLittle), Bytes(60)}) {
         const bool group = bytes[0] != 0;
         EXPECT_EQ(model(test::part(bytes, 0, 50))->is_raw_tag(0), group);
@@ -606,7 +589,7 @@ TEST_F(OrfModel, AGroupNeeds50BytesToTheEndWhateverStandsThere) {
     }
 }
 
-TEST_F(OrfModel, AGroupPastTheEndIsVisitingBeyond) {
+TEST_F(OrfModel, GroupPastTheEndIsVisitingBeyond) {
     const auto orf = model(Bytes(70));
     for (const std::uint32_t offset : {70U, 71U, 0xFFFFFFFFU}) {
         EXPECT_THAT([&] { (void)orf->is_raw_tag(offset); },
@@ -720,28 +703,28 @@ TEST_F(OrfMerge, SlicesMayEndAndBeginExactlyAtTheEndOfTheirFiles) {
     EXPECT_EQ(test::read_file(output), patched_sample(100));
 }
 
-TEST_F(OrfMerge, SlicesMayBeEmptyAndWhole) {
+TEST_F(OrfMerge, SlicesMayBeEmptyAndComplete) {
     ORF::merge_data(damaged_model(0), sample_model(0), output);
     EXPECT_EQ(test::read_file(output), damaged_bytes);
 }
 
-TEST_F(OrfMerge, ASampleSlicePastItsFileIsOutOfRangeBeforeAByteIsWritten) {
+TEST_F(OrfMerge, SampleSlicePastItsFileIsOutOfRangeBeforeAByteIsWritten) {
     for (const std::uint32_t image : {101U, 0xFFFFFFFFU}) {
         EXPECT_THROW(ORF::merge_data(damaged_model(90), sample_model(image), output), OutRangeException);
         EXPECT_THAT(test::read_file(output), IsEmpty());
     }
 }
 
-TEST_F(OrfMerge, ADamagedSlicePastItsFileIsOutOfRangeAndTheSamplesPartStays) {
+TEST_F(OrfMerge, DamagedSlicePastItsFileIsOutOfRangeAndTheSamplesPartStays) {
     for (const std::uint32_t image : {131U, 0xFFFFFFFFU}) {
         EXPECT_THROW(ORF::merge_data(damaged_model(image), sample_model(80), output), OutRangeException);
         EXPECT_EQ(test::read_file(output), patched_sample(80));
     }
 }
 
-TEST_F(OrfMerge, AByteCountOnTheSamplesLastBytesIsOutOfRange) {
+TEST_F(OrfMerge, ByteCountOnTheSamplesLastBytesIsOutOfRange) {
     const auto sample = sample_model(80);
-    sample->ifd0->entries[2]->position = 100 - 13; // One byte behind the value is left.
+    sample->ifd0->entries[2]->position = 100 - 13; // One byte after the value is left.
     EXPECT_NO_THROW(ORF::merge_data(damaged_model(90), sample, output));
     for (const std::uint32_t position : {100U - 12, 100U, 0xFFFFFFFFU}) {
         const auto cut = sample_model(80);
@@ -751,7 +734,7 @@ TEST_F(OrfMerge, AByteCountOnTheSamplesLastBytesIsOutOfRange) {
     }
 }
 
-TEST_F(OrfMerge, AnOutputThatDoesNotOpenIsVisitingBeyond) {
+TEST_F(OrfMerge, OutputThatDoesNotOpenIsVisitingBeyond) {
     const auto sample = sample_model(80);
     const auto damaged = damaged_model(90);
     EXPECT_THAT([&] { ORF::merge_data(damaged, sample, folder / "missing" / "output.orf"); },
@@ -760,7 +743,7 @@ TEST_F(OrfMerge, AnOutputThatDoesNotOpenIsVisitingBeyond) {
     EXPECT_EQ(test::read_file(sample_path), sample_bytes);
 }
 
-TEST_F(OrfMerge, AnOldOutputIsReplacedNotAppendedTo) {
+TEST_F(OrfMerge, OldOutputIsReplacedNotAppendedTo) {
     test::write_file(output, Bytes(500, 7));
     ORF::merge_data(damaged_model(90), sample_model(80), output);
     EXPECT_EQ(test::read_file(output).size(), 80 + damaged_bytes.size() - 90);

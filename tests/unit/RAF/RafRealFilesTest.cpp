@@ -39,8 +39,8 @@ TEST(RafRealFile, FujifilmS5Pro) {
     EXPECT_THROW(raf.read_sample_strip_tags(), NotFoundException);
     EXPECT_THROW(raf.read_damaged_strip_tags(), NotFoundException);
 
-    // No XMP packet and no DHT behind a zero: the first DHT that the thumbnail leaves, and the DQT of
-    // another preview behind it.
+    // No XMP packet and no DHT after a zero: the first DHT that the thumbnail leaves, and the DQT of
+    // another preview after it.
     raf.clear_thumb();
     raf.deal_high_jpg_data();
     const auto line = [](const char* text) {

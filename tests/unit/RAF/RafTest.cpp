@@ -1,9 +1,7 @@
-#include "RAF/RAF.h"
+#include "unit/RAF/RafModel.h"
 
 #include "api/Exceptions.h"
-#include "support/Bytes.h"
 #include "support/RafPhoto.h"
-#include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -12,48 +10,11 @@ namespace {
 
 using test::ByteOrder;
 using test::Bytes;
+using test::with;
 
 const RAF::Pattern kPattern{0x07, 0xF0, 0x04};
 
-/// Files of a few bytes, each opened as a model.
-class Raf : public ::testing::Test {
-  protected:
-    RAF open(const Bytes& bytes) {
-        const auto path = folder / ("file" + std::to_string(++files) + ".raf");
-        test::write_file(path, bytes);
-        return RAF(path);
-    }
-
-    RAF open_big(const Bytes& bytes) {
-        RAF raf = open(bytes);
-        raf.set_big_endian(1);
-        return raf;
-    }
-
-    test::TempDir folder;
-    int files = 0;
-};
-
-/// Bytes of A5, in which nothing that is sought stands.
-Bytes blank(std::size_t size = 64) {
-    return Bytes(size, 0xA5);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
-}
-
-/// The message that the body's exception was given; "none" when nothing of the class is thrown.
-template <typename Exception, typename Body>
-std::string message_of(Body body) {
-    try {
-        body();
-    } catch (const Exception& e) {
-        return e.message == nullptr ? "" : e.message;
-    }
-    return "none";
-}
+using Raf = RafModel;
 
 // The file.
 
@@ -87,7 +48,7 @@ TEST_F(Raf, KeepsTheByteOrderItIsGiven) {
 // Searches.
 
 TEST_F(Raf, FindsTheFirstMatchFromTheStartOn) {
-    const RAF raf = open(with(with(blank(), 11, kPattern), 30, kPattern));
+    const RAF raf = open(with(with(blank_bytes(64), 11, kPattern), 30, kPattern));
     EXPECT_EQ(raf.search_tag(kPattern, 0), 11U);
     EXPECT_EQ(raf.search_tag(kPattern, 11), 11U);
     EXPECT_EQ(raf.search_tag(kPattern, 12), 30U);
@@ -95,21 +56,22 @@ TEST_F(Raf, FindsTheFirstMatchFromTheStartOn) {
 }
 
 TEST_F(Raf, SearchGoesOnOneByteFurtherAfterAFalseStart) {
-    EXPECT_EQ(open(with(blank(), 10, {0x07, 0x07, 0xF0, 0x04})).search_tag(kPattern, 0), 11U);
+    EXPECT_EQ(open(with(blank_bytes(64), 10, {0x07, 0x07, 0xF0, 0x04})).search_tag(kPattern, 0), 11U);
 }
 
 TEST_F(Raf, PatternThatEndsOnTheLastByteIsFound) {
-    const RAF raf = open(with(blank(64), 61, kPattern));
+    const RAF raf = open(with(blank_bytes(64), 61, kPattern));
     EXPECT_EQ(raf.search_tag(kPattern, 0), 61U);
     EXPECT_EQ(raf.search_tag(kPattern, 61), 61U);
     EXPECT_EQ(raf.search_tag_in_range(kPattern, 0, 64), 61U);
     EXPECT_EQ(open(kPattern).search_tag(kPattern, 0), 0U) << "the whole file";
-    EXPECT_THROW((void)open(with(blank(64), 62, {0x07, 0xF0})).search_tag(kPattern, 0), NotFoundException)
+    EXPECT_THROW((void)open(with(blank_bytes(64), 62, {0x07, 0xF0})).search_tag(kPattern, 0),
+                 NotFoundException)
         << "cut by the end";
 }
 
 TEST_F(Raf, StartOfASearchMayEqualTheSize) {
-    const RAF raf = open(blank(64));
+    const RAF raf = open(blank_bytes(64));
     EXPECT_THROW((void)raf.search_tag(kPattern, 63), NotFoundException);
     EXPECT_EQ(message_of<NotFoundException>([&] { (void)raf.search_tag(kPattern, 64); }),
               "not found order tag");
@@ -120,7 +82,7 @@ TEST_F(Raf, StartOfASearchMayEqualTheSize) {
 }
 
 TEST_F(Raf, MatchAcrossTheEndOfTheRangeIsNone) {
-    const RAF raf = open(with(blank(), 10, kPattern));
+    const RAF raf = open(with(blank_bytes(64), 10, kPattern));
     EXPECT_THROW((void)raf.search_tag_in_range(kPattern, 0, 12), NotFoundException);
     EXPECT_EQ(raf.search_tag_in_range(kPattern, 0, 13), 10U);
     EXPECT_EQ(raf.search_tag_in_range(kPattern, 10, 13), 10U);
@@ -133,7 +95,7 @@ TEST_F(Raf, MatchAcrossTheEndOfTheRangeIsNone) {
 }
 
 TEST_F(Raf, EndOfARangeMayEqualTheSize) {
-    const RAF raf = open(blank(64));
+    const RAF raf = open(blank_bytes(64));
     EXPECT_THROW((void)raf.search_tag_in_range(kPattern, 0, 64), NotFoundException);
     EXPECT_EQ(message_of<OutRangeException>([&] { (void)raf.search_tag_in_range(kPattern, 0, 65); }),
               "search tag end offset out of range");
@@ -144,14 +106,14 @@ TEST_F(Raf, EndOfARangeMayEqualTheSize) {
 }
 
 TEST_F(Raf, OrderedSearchTakesThePatternBackToFrontInALittleEndianFile) {
-    const Bytes file = with(with(blank(), 10, {0xF0, 0x07}), 20, {0x07, 0xF0});
+    const Bytes file = with(with(blank_bytes(64), 10, {0xF0, 0x07}), 20, {0x07, 0xF0});
     EXPECT_EQ(open(file).search_order_tag({0xF0, 0x07}, 0), 20U);
     EXPECT_EQ(open_big(file).search_order_tag({0xF0, 0x07}, 0), 10U);
     EXPECT_EQ(open(file).search_order_tag_in_range({0xF0, 0x07}, 0, 64), 20U);
     EXPECT_EQ(open_big(file).search_order_tag_in_range({0xF0, 0x07}, 0, 64), 10U);
     EXPECT_EQ(open(file).search_tag({0xF0, 0x07}, 0), 10U) << "the plain search does not";
-    EXPECT_EQ(open(with(blank(), 5, {3, 2, 1})).search_order_tag({1, 2, 3}, 0), 5U);
-    EXPECT_THROW((void)open(blank()).search_order_tag({0xF0, 0x07}, 0), NotFoundException);
+    EXPECT_EQ(open(with(blank_bytes(64), 5, {3, 2, 1})).search_order_tag({1, 2, 3}, 0), 5U);
+    EXPECT_THROW((void)open(blank_bytes(64)).search_order_tag({0xF0, 0x07}, 0), NotFoundException);
 }
 
 // Headers.
@@ -159,7 +121,8 @@ TEST_F(Raf, OrderedSearchTakesThePatternBackToFrontInALittleEndianFile) {
 const Bytes kHeader{'I', 'I', 0x2A, 0x00, 0x08, 0x00, 0x00, 0x00};
 
 TEST_F(Raf, ReadsTwoHeadersAsStored) {
-    RAF raf = open(with(with(blank(), 5, kHeader), 40, {'I', 'I', 0x2A, 0x00, 0x34, 0x12, 0x00, 0x00}));
+    RAF raf =
+        open(with(with(blank_bytes(64), 5, kHeader), 40, {'I', 'I', 0x2A, 0x00, 0x34, 0x12, 0x00, 0x00}));
     raf.read_ifh({5, 40});
     EXPECT_EQ(raf.first_ifh_offset(), 5U);
     EXPECT_EQ(raf.first_ifh.byte_order, 0x4949);
@@ -176,7 +139,7 @@ TEST_F(Raf, ByteOrderComesFromTheFirstHeader) {
 }
 
 TEST_F(Raf, BigEndianHeadersAreRefusedAlthoughTheyAreFound) {
-    const Bytes file = with(with(blank(), 5, RAF::kBigEndianHeader), 40, RAF::kBigEndianHeader);
+    const Bytes file = with(with(blank_bytes(64), 5, RAF::kBigEndianHeader), 40, RAF::kBigEndianHeader);
     RAF raf = open(file);
     ASSERT_EQ(raf.search_tag(RAF::kBigEndianHeader, 0), 5U);
     EXPECT_EQ(message_of<IllegalException>([&] { raf.read_ifh({5, 40}); }), "byte order flag illegal");
@@ -207,7 +170,7 @@ TEST_F(Raf, HeadersAreJudgedFieldByField) {
 }
 
 TEST_F(Raf, HeaderPastTheEndIsVisitingBeyond) {
-    const Bytes file = with(blank(64), 0, kHeader);
+    const Bytes file = with(blank_bytes(64), 0, kHeader);
     for (const std::uint32_t offset : {64U, 65U, 0xFFFFFFFFU}) {
         EXPECT_EQ(message_of<VisitingBeyondException>([&] {
                       open(file).read_ifh({offset, 0});
@@ -230,9 +193,9 @@ TEST_F(Raf, HeaderCutByTheEndIsOutOfRange) {
 
 // From IFD 0 to IFD 1.
 
-/// A header at the offset with an IFD 0 of two entries behind it, and the next link.
+/// A header at the offset with an IFD 0 of two entries after it, and the next link.
 Bytes file_with_ifd0(std::uint32_t header, std::uint32_t next, ByteOrder order) {
-    Bytes file = blank(128);
+    Bytes file = blank_bytes(128);
     test::put_u16(file, header + 8, 2, order);
     test::put_u32(file, header + 8 + 2 + 24, next, order);
     return file;
@@ -248,7 +211,7 @@ TEST_F(Raf, Ifd1IsRelativeToTheFirstHeader) {
     EXPECT_EQ(big.ifd1_offset(), 0x1234U + 13);
 }
 
-TEST_F(Raf, NextLinkOfZeroGivesTheFirstHeader) {
+TEST_F(Raf, NextLinkOfZeroReturnsTheFirstHeader) {
     RAF raf = open(file_with_ifd0(13, 0, ByteOrder::kLittle));
     raf.first_ifh.position = 13;
     EXPECT_EQ(raf.ifd1_offset(), 13U);
@@ -261,15 +224,15 @@ TEST_F(Raf, SumWithTheHeaderWraps) {
 }
 
 TEST_F(Raf, Ifd0PastTheEndIsVisitingBeyond) {
-    EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(blank(8)).ifd1_offset(); }),
+    EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(blank_bytes(8)).ifd1_offset(); }),
               "ifd 0 offset out of range");
-    EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(blank(7)).ifd1_offset(); }),
+    EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(blank_bytes(7)).ifd1_offset(); }),
               "ifd 0 offset out of range");
-    EXPECT_THROW((void)open(blank(9)).ifd1_offset(), OutRangeException) << "the count is cut";
+    EXPECT_THROW((void)open(blank_bytes(9)).ifd1_offset(), OutRangeException) << "the count is cut";
 }
 
 TEST_F(Raf, NextLinkPastTheEndIsVisitingBeyond) {
-    // Count 1: the link stands at 8 + 2 + 12.
+    // Count 1: the link is at 8 + 2 + 12.
     Bytes file = with(Bytes(22), 8, {1, 0});
     EXPECT_EQ(message_of<VisitingBeyondException>([&] { (void)open(file).ifd1_offset(); }),
               "ifd 0 to 1 offset out of range");
@@ -282,7 +245,7 @@ TEST_F(Raf, NextLinkPastTheEndIsVisitingBeyond) {
 }
 
 TEST_F(Raf, AbsurdCountOfIfd0IsVisitingBeyond) {
-    EXPECT_THROW((void)open(with(blank(), 8, {0xFF, 0xFF})).ifd1_offset(), VisitingBeyondException);
+    EXPECT_THROW((void)open(with(blank_bytes(64), 8, {0xFF, 0xFF})).ifd1_offset(), VisitingBeyondException);
 }
 
 TEST_F(Raf, WalksAPhotographFromItsFirstHeader) {

@@ -1,10 +1,9 @@
-#include "RAF/RAF.h"
+#include "unit/RAF/RafModel.h"
 
 #include "api/Exceptions.h"
-#include "support/Bytes.h"
 #include "support/LogRecord.h"
 #include "support/RafPhoto.h"
-#include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +14,7 @@ namespace {
 using test::ByteOrder;
 using test::Bytes;
 using test::RafPhoto;
+using test::with;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -25,26 +25,9 @@ const auto kNoXpacket = test::ErrorLine(kSource, kFunction, "sample file has no 
 const auto kNoSpecialFlag =
     test::ErrorLine(kSource, kFunction, "sample file has no special flag, continue next step");
 
-/// Files of a few bytes, each opened as a model.
-class RafTools : public ::testing::Test {
+class RafTools : public RafModel {
   protected:
     RafTools() { test::reset_stand_ins(); }
-
-    RAF open(const Bytes& bytes) {
-        path = folder / ("file" + std::to_string(++files) + ".raf");
-        test::write_file(path, bytes);
-        return RAF(path);
-    }
-
-    RAF open_big(const Bytes& bytes) {
-        RAF raf = open(bytes);
-        raf.set_big_endian(1);
-        return raf;
-    }
-
-    test::TempDir folder;
-    std::filesystem::path path; ///< Of the file opened last.
-    int files = 0;
 };
 
 /// What the mapping of the file holds.
@@ -53,44 +36,18 @@ Bytes contents(const RAF& raf) {
     return {bytes.begin(), bytes.end()};
 }
 
-/// Bytes of A5, in which nothing that is sought stands.
-Bytes blank(std::size_t size = 400) {
-    return Bytes(size, 0xA5);
-}
-
-Bytes with(Bytes bytes, std::size_t offset, const Bytes& value) {
-    test::put_bytes(bytes, offset, value);
-    return bytes;
-}
-
 /// An entry with a count of 1.
 Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t value,
             ByteOrder order = ByteOrder::kLittle) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, 1, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
-/// The message that the body's exception was given; "none" when nothing of the class is thrown.
-template <typename Exception, typename Body>
-std::string message_of(Body body) {
-    try {
-        body();
-    } catch (const Exception& e) {
-        return e.message == nullptr ? "" : e.message;
-    }
-    return "none";
+    return test::entry_bytes(tag, type, 1, value, order);
 }
 
 // Thumbnail tags.
 
 TEST_F(RafTools, ReadsTheThumbnailTagsInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank(), 50, entry(0x0201, 4, 1000, order)), 62, entry(0x0202, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000, order)), 62,
+                            entry(0x0202, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.first_ifh.position = 7;
         raf.read_thumb_tags(20);
@@ -105,7 +62,7 @@ TEST_F(RafTools, ReadsTheThumbnailTagsInEitherByteOrder) {
 }
 
 TEST_F(RafTools, TagTypeAndCountOfAnEntryStayAsStored) {
-    RAF raf = open(with(with(blank(), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000)));
+    RAF raf = open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000)));
     raf.read_thumb_tags(0);
     const RAF_DE& offset = *raf.thumb_ifd->entries["thumb_offset"];
     EXPECT_EQ(offset.tag, 0x0102);
@@ -113,36 +70,37 @@ TEST_F(RafTools, TagTypeAndCountOfAnEntryStayAsStored) {
     EXPECT_EQ(offset.count, 0x01000000U);
 }
 
-TEST_F(RafTools, ThumbnailTagsAreSoughtWithTypeLongOnly) {
-    const Bytes file = with(with(blank(), 50, entry(0x0201, 3, 1)), 62, entry(0x0202, 4, 2000));
+TEST_F(RafTools, ThumbnailTagsAreSearchedForWithTypeLongOnly) {
+    const Bytes file = with(with(blank_bytes(400), 50, entry(0x0201, 3, 1)), 62, entry(0x0202, 4, 2000));
     EXPECT_THROW(open(file).read_thumb_tags(0), NotFoundException);
     RAF raf = open(with(file, 100, entry(0x0201, 4, 1000)));
     raf.read_thumb_tags(0);
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_offset"]->value, 1000U);
 }
 
-TEST_F(RafTools, ThumbnailSizeIsSoughtFromIfd1AndNotFromTheOffset) {
-    RAF raf = open(with(with(blank(), 62, entry(0x0201, 4, 1000)), 50, entry(0x0202, 4, 2000)));
+TEST_F(RafTools, ThumbnailSizeIsSearchedForFromIfd1AndNotFromTheOffset) {
+    RAF raf = open(with(with(blank_bytes(400), 62, entry(0x0201, 4, 1000)), 50, entry(0x0202, 4, 2000)));
     raf.read_thumb_tags(50);
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_size"]->value, 2000U);
     EXPECT_THROW(raf.read_thumb_tags(51), NotFoundException);
 }
 
-TEST_F(RafTools, ThumbnailTagsInFrontOfIfd1AreNotSeen) {
-    RAF raf = open(with(with(blank(), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000)));
+TEST_F(RafTools, ThumbnailTagsBeforeIfd1AreNotSeen) {
+    RAF raf = open(with(with(blank_bytes(400), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000)));
     EXPECT_NO_THROW(raf.read_thumb_tags(50));
     EXPECT_EQ(message_of<NotFoundException>([&] { raf.read_thumb_tags(51); }), "not found order tag");
     EXPECT_TRUE(raf.thumb_ifd->entries.empty()) << "what was read before is gone";
 }
 
-TEST_F(RafTools, ThumbnailTagsMayStandFarBehindIfd1UpToTheEndOfTheFile) {
-    RAF raf = open(with(with(blank(40000), 39976, entry(0x0201, 4, 1000)), 39988, entry(0x0202, 4, 2000)));
+TEST_F(RafTools, ThumbnailTagsMayBeFarAfterIfd1UpToTheEndOfTheFile) {
+    RAF raf =
+        open(with(with(blank_bytes(40000), 39976, entry(0x0201, 4, 1000)), 39988, entry(0x0202, 4, 2000)));
     raf.read_thumb_tags(1);
     EXPECT_EQ(raf.thumb_ifd->entries["thumb_size"]->value, 2000U);
 }
 
 TEST_F(RafTools, ThumbnailEntryCutByTheEndIsOutOfRange) {
-    Bytes file = with(with(blank(74), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000));
+    Bytes file = with(with(blank_bytes(74), 50, entry(0x0201, 4, 1000)), 62, entry(0x0202, 4, 2000));
     file.pop_back();
     EXPECT_THROW(open(file).read_thumb_tags(0), OutRangeException);
     file.resize(66); // Tag and type alone.
@@ -154,7 +112,7 @@ TEST_F(RafTools, ThumbnailEntryCutByTheEndIsOutOfRange) {
 }
 
 TEST_F(RafTools, Ifd1PastTheEndIsVisitingBeyond) {
-    RAF raf = open(blank(64));
+    RAF raf = open(blank_bytes(64));
     EXPECT_THROW(raf.read_thumb_tags(63), NotFoundException);
     for (const std::uint32_t ifd1 : {64U, 65U, 0xFFFFFFFFU}) {
         EXPECT_EQ(message_of<VisitingBeyondException>([&] { raf.read_thumb_tags(ifd1); }),
@@ -166,8 +124,8 @@ TEST_F(RafTools, Ifd1PastTheEndIsVisitingBeyond) {
 
 TEST_F(RafTools, ReadsTheSamplesStripTagsInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank(), 101, entry(0xF007, 4, 1000, order)), 113, entry(0xF008, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113,
+                            entry(0xF008, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.second_ifh.position = 20;
         raf.read_sample_strip_tags();
@@ -182,14 +140,15 @@ TEST_F(RafTools, ReadsTheSamplesStripTagsInEitherByteOrder) {
 }
 
 TEST_F(RafTools, SamplesStripTagsMayHaveAnyType) {
-    RAF raf = open(with(with(blank(), 100, entry(0xF007, 0xA5A5, 1000)), 150, entry(0xF008, 3, 2000)));
+    RAF raf =
+        open(with(with(blank_bytes(400), 100, entry(0xF007, 0xA5A5, 1000)), 150, entry(0xF008, 3, 2000)));
     raf.read_sample_strip_tags();
     EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 1000U);
     EXPECT_EQ(raf.strip_ifd->entries["StripByteCounts"]->value, 2000U);
 }
 
-TEST_F(RafTools, SamplesStripTagsAreSoughtFromTheSecondHeaderOn) {
-    RAF raf = open(with(with(blank(), 101, entry(0xF007, 4, 1000)), 50, entry(0xF008, 4, 2000)));
+TEST_F(RafTools, SamplesStripTagsAreSearchedForFromTheSecondHeaderOn) {
+    RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000)), 50, entry(0xF008, 4, 2000)));
     raf.second_ifh.position = 50;
     EXPECT_NO_THROW(raf.read_sample_strip_tags()) << "each search begins at the header";
     raf.second_ifh.position = 51;
@@ -200,7 +159,7 @@ TEST_F(RafTools, SamplesStripTagsAreSoughtFromTheSecondHeaderOn) {
 }
 
 TEST_F(RafTools, SamplesStripEntryCutByTheEndIsOutOfRange) {
-    Bytes file = with(with(blank(24), 0, entry(0xF007, 4, 1000)), 12, entry(0xF008, 4, 2000));
+    Bytes file = with(with(blank_bytes(24), 0, entry(0xF007, 4, 1000)), 12, entry(0xF008, 4, 2000));
     EXPECT_NO_THROW(open(file).read_sample_strip_tags());
     file.pop_back();
     EXPECT_THROW(open(file).read_sample_strip_tags(), OutRangeException);
@@ -218,7 +177,7 @@ TEST_F(RafTools, SamplesStripEntryCutByTheEndIsOutOfRange) {
 class RafThumbnail : public RafTools {
   protected:
     RAF with_thumbnail(std::uint32_t offset, std::uint32_t size) {
-        RAF raf = open(blank(64));
+        RAF raf = open(blank_bytes(64));
         raf.thumb_ifd = std::make_shared<RAF_IFD>();
         for (const auto& [name, value] : {std::pair{"thumb_offset", offset}, {"thumb_size", size}}) {
             raf.thumb_ifd->entries.emplace(name, std::make_shared<RAF_DE>());
@@ -233,34 +192,34 @@ TEST_F(RafThumbnail, IsZeroedInTheFile) {
         RAF raf = with_thumbnail(10, 20);
         raf.clear_thumb();
     }
-    EXPECT_EQ(test::read_file(path), test::zeroed(blank(64), 10, 30));
+    EXPECT_EQ(test::read_file(path), test::zeroed(blank_bytes(64), 10, 30));
 }
 
-TEST_F(RafThumbnail, SizeOfZeroWritesNothingWhereverItLies) {
+TEST_F(RafThumbnail, SizeOfZeroWritesNothingWhereverItIs) {
     for (const std::uint32_t offset : {0U, 63U, 64U, 0xFFFFFFFFU}) {
         RAF raf = with_thumbnail(offset, 0);
         EXPECT_NO_THROW(raf.clear_thumb());
-        EXPECT_EQ(contents(raf), blank(64));
+        EXPECT_EQ(contents(raf), blank_bytes(64));
     }
 }
 
 TEST_F(RafThumbnail, EndOnTheLastByteOfTheFileIsZeroedAndThenOutOfRange) {
     RAF passes = with_thumbnail(43, 20);
     EXPECT_NO_THROW(passes.clear_thumb());
-    EXPECT_EQ(contents(passes), test::zeroed(blank(64), 43, 63));
+    EXPECT_EQ(contents(passes), test::zeroed(blank_bytes(64), 43, 63));
     RAF fails = with_thumbnail(44, 20);
     EXPECT_THROW(fails.clear_thumb(), OutRangeException);
-    EXPECT_EQ(contents(fails), test::zeroed(blank(64), 44, 64));
+    EXPECT_EQ(contents(fails), test::zeroed(blank_bytes(64), 44, 64));
     RAF longer = with_thumbnail(44, 0xFFFFFFFF);
     EXPECT_THROW(longer.clear_thumb(), OutRangeException);
-    EXPECT_EQ(contents(longer), test::zeroed(blank(64), 44, 64));
+    EXPECT_EQ(contents(longer), test::zeroed(blank_bytes(64), 44, 64));
 }
 
 TEST_F(RafThumbnail, OffsetPastTheEndIsOutOfRangeBeforeAnythingIsWritten) {
     for (const std::uint32_t offset : {64U, 65U, 0xFFFFFFFFU}) {
         RAF raf = with_thumbnail(offset, 1);
         EXPECT_THROW(raf.clear_thumb(), OutRangeException);
-        EXPECT_EQ(contents(raf), blank(64));
+        EXPECT_EQ(contents(raf), blank_bytes(64));
     }
 }
 
@@ -281,8 +240,8 @@ class RafHighJpg : public RafTools {
     }
 };
 
-TEST_F(RafHighJpg, SpanBehindTheXmpPacketIsZeroed) {
-    Bytes file = with(with(with(blank(), 100, kXpacketEnd), 150, kDht), 200, kDqt);
+TEST_F(RafHighJpg, SpanAfterTheXmpPacketIsZeroed) {
+    Bytes file = with(with(with(blank_bytes(400), 100, kXpacketEnd), 150, kDht), 200, kDqt);
     file = with(with(with(file, 20, kZeroAndDht), 50, kDqt), 300, kDht); // These stay.
     file = with(file, 350, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 150, 202));
@@ -290,52 +249,52 @@ TEST_F(RafHighJpg, SpanBehindTheXmpPacketIsZeroed) {
 }
 
 TEST_F(RafHighJpg, FirstPacketInTheFileDecides) {
-    Bytes file = with(with(with(blank(), 100, kXpacketEnd), 120, kDht), 130, kDqt);
+    Bytes file = with(with(with(blank_bytes(400), 100, kXpacketEnd), 120, kDht), 130, kDqt);
     file = with(with(with(file, 200, kXpacketEnd), 220, kDht), 230, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 120, 132));
 }
 
 TEST_F(RafHighJpg, SpanHasNoLimitInLength) {
-    const Bytes file = with(with(with(blank(200000), 0, kXpacketEnd), 11, kDht), 199000, kDqt);
+    const Bytes file = with(with(with(blank_bytes(200000), 0, kXpacketEnd), 11, kDht), 199000, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 11, 199002));
 }
 
-TEST_F(RafHighJpg, WithoutAPacketTheDhtBehindAZeroIsTakenWithItsZero) {
-    Bytes file = with(with(with(blank(), 100, kZeroAndDht), 200, kDqt), 50, kDht);
-    file = with(file, 60, kDqt); // A span in front of it stays.
+TEST_F(RafHighJpg, WithoutAPacketTheDhtAfterAZeroIsTakenWithItsZero) {
+    Bytes file = with(with(with(blank_bytes(400), 100, kZeroAndDht), 200, kDqt), 50, kDht);
+    file = with(file, 60, kDqt); // A span before it stays.
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket));
 }
 
-TEST_F(RafHighJpg, PacketWithNoDhtBehindItCountsAsNone) {
-    const Bytes file = with(with(with(blank(), 300, kXpacketEnd), 100, kZeroAndDht), 350, kDqt);
+TEST_F(RafHighJpg, PacketWithNoDhtAfterItCountsAsNone) {
+    const Bytes file = with(with(with(blank_bytes(400), 300, kXpacketEnd), 100, kZeroAndDht), 350, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 352));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket));
 }
 
-TEST_F(RafHighJpg, PacketWithNoDqtBehindItsDhtCountsAsNone) {
+TEST_F(RafHighJpg, PacketWithNoDqtAfterItsDhtCountsAsNone) {
     const Bytes file =
-        with(with(with(with(blank(), 300, kXpacketEnd), 350, kDht), 100, kZeroAndDht), 200, kDqt);
+        with(with(with(with(blank_bytes(400), 300, kXpacketEnd), 350, kDht), 100, kZeroAndDht), 200, kDqt);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202)) << "the first way changed nothing";
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket));
 }
 
 TEST_F(RafHighJpg, WithNeitherTheFirstDhtInTheFileIsTaken) {
-    const Bytes file = with(with(with(blank(), 100, kDht), 200, kDqt), 150, kDht);
+    const Bytes file = with(with(with(blank_bytes(400), 100, kDht), 200, kDqt), 150, kDht);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket, kNoSpecialFlag));
 }
 
-TEST_F(RafHighJpg, DhtBehindAZeroWithNoDqtBehindItLeavesTheFirstDht) {
-    const Bytes file = with(with(with(blank(), 100, kDht), 200, kDqt), 300, kZeroAndDht);
+TEST_F(RafHighJpg, DhtAfterAZeroWithNoDqtAfterItLeavesTheFirstDht) {
+    const Bytes file = with(with(with(blank_bytes(400), 100, kDht), 200, kDqt), 300, kZeroAndDht);
     EXPECT_EQ(blanked(file), test::zeroed(file, 100, 202));
     EXPECT_THAT(test::logged_lines(), ElementsAre(kNoXpacket, kNoSpecialFlag));
 }
 
 TEST_F(RafHighJpg, NoDhtAtAllIsNotFoundAndNothingIsChanged) {
-    for (const Bytes& file : {with(blank(), 200, kDqt),                     // No DHT.
-                              with(blank(), 200, kDht),                     // No DQT.
-                              with(with(blank(), 100, kDqt), 200, kDht)}) { // DQT in front of it.
+    for (const Bytes& file : {with(blank_bytes(400), 200, kDqt),                     // No DHT.
+                              with(blank_bytes(400), 200, kDht),                     // No DQT.
+                              with(with(blank_bytes(400), 100, kDqt), 200, kDht)}) { // DQT before it.
         test::reset_stand_ins();
         RAF raf = open(file);
         EXPECT_EQ(message_of<NotFoundException>([&] { raf.deal_high_jpg_data(); }), "not found order tag");
@@ -345,8 +304,9 @@ TEST_F(RafHighJpg, NoDhtAtAllIsNotFoundAndNothingIsChanged) {
 }
 
 TEST_F(RafHighJpg, SpanThatEndsTheFileIsZeroedAndThenOutOfRangeInEveryWay) {
-    const Bytes packet = with(with(blank(), 100, kXpacketEnd), 150, kDht);
-    for (const Bytes& start : {packet, with(blank(), 149, kZeroAndDht), with(blank(), 150, kDht)}) {
+    const Bytes packet = with(with(blank_bytes(400), 100, kXpacketEnd), 150, kDht);
+    for (const Bytes& start :
+         {packet, with(blank_bytes(400), 149, kZeroAndDht), with(blank_bytes(400), 150, kDht)}) {
         const std::size_t first = start[149] == 0 ? 149 : 150;
         const Bytes passes = with(start, 397, kDqt);
         EXPECT_EQ(blanked(passes), test::zeroed(passes, first, 399));
@@ -358,7 +318,7 @@ TEST_F(RafHighJpg, SpanThatEndsTheFileIsZeroedAndThenOutOfRangeInEveryWay) {
     }
 }
 
-TEST_F(RafHighJpg, OfAPhotographIsItsPreviewsHuffmanTables) {
+TEST_F(RafHighJpg, BlanksTheHuffmanTablesOfAPhotographsPreview) {
     const RafPhoto photo;
     EXPECT_EQ(blanked(photo.bytes), test::zeroed(photo.bytes, photo.dht, photo.dqt + 2));
     EXPECT_THAT(test::logged_lines(), IsEmpty());
@@ -367,7 +327,7 @@ TEST_F(RafHighJpg, OfAPhotographIsItsPreviewsHuffmanTables) {
 // TIFF headers of the damaged file.
 
 TEST_F(RafTools, FindsEveryPlaceThatLooksLikeAHeader) {
-    Bytes file = with(with(blank(), 13, RAF::kLittleEndianHeader), 21, RAF::kLittleEndianHeader);
+    Bytes file = with(with(blank_bytes(400), 13, RAF::kLittleEndianHeader), 21, RAF::kLittleEndianHeader);
     file = with(with(file, 100, RAF::kBigEndianHeader), 392, RAF::kLittleEndianHeader); // The last 8 bytes.
     RAF little = open(file);
     little.find_tiff_offsets();
@@ -378,7 +338,7 @@ TEST_F(RafTools, FindsEveryPlaceThatLooksLikeAHeader) {
 }
 
 TEST_F(RafTools, NoHeaderAtAllIsNotFound) {
-    for (const Bytes& file : {blank(), blank(1), test::part(RAF::kLittleEndianHeader, 0, 7)}) {
+    for (const Bytes& file : {blank_bytes(400), blank_bytes(1), test::part(RAF::kLittleEndianHeader, 0, 7)}) {
         RAF raf = open(file);
         EXPECT_EQ(message_of<NotFoundException>([&] { raf.find_tiff_offsets(); }), "No tiff offsets found");
         EXPECT_THAT(raf.tiff_offsets, IsEmpty());
@@ -391,7 +351,7 @@ class RafDamagedTags : public RafTools {
   protected:
     /// The value of StripOffsets in a file with the tag at 300 and these headers.
     std::uint32_t offset_with(const std::vector<std::uint32_t>& headers) {
-        RAF raf = open(with(blank(), 300, entry(0xF007, 4, 1000)));
+        RAF raf = open(with(blank_bytes(400), 300, entry(0xF007, 4, 1000)));
         raf.tiff_offsets = headers;
         raf.read_damaged_strip_tags();
         return raf.strip_ifd->entries["StripOffsets"]->value;
@@ -400,8 +360,8 @@ class RafDamagedTags : public RafTools {
 
 TEST_F(RafDamagedTags, AreReadInEitherByteOrder) {
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        RAF raf =
-            open(with(with(blank(), 101, entry(0xF007, 4, 1000, order)), 113, entry(0xF008, 4, 2000, order)));
+        RAF raf = open(with(with(blank_bytes(400), 101, entry(0xF007, 4, 1000, order)), 113,
+                            entry(0xF008, 4, 2000, order)));
         raf.set_big_endian(order == ByteOrder::kBig ? 1 : 0);
         raf.read_damaged_strip_tags();
         EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 1000U);
@@ -412,7 +372,7 @@ TEST_F(RafDamagedTags, AreReadInEitherByteOrder) {
     }
 }
 
-TEST_F(RafDamagedTags, HeaderAtMost136BytesInFrontOwnsTheOffset) {
+TEST_F(RafDamagedTags, HeaderAtMost136BytesBeforeItOwnsTheOffset) {
     EXPECT_EQ(offset_with({300 - 100}), 1200U);
     EXPECT_EQ(offset_with({300 - 136}), 1164U);
     EXPECT_EQ(offset_with({300 - 137}), 1000U) << "taken as absolute";
@@ -420,32 +380,32 @@ TEST_F(RafDamagedTags, HeaderAtMost136BytesInFrontOwnsTheOffset) {
     EXPECT_EQ(offset_with({300}), 1300U) << "a distance of 0";
 }
 
-TEST_F(RafDamagedTags, HeaderBehindTheTagIsPassedOver) {
+TEST_F(RafDamagedTags, HeaderAfterTheTagIsSkipped) {
     EXPECT_EQ(offset_with({301}), 1000U);
     EXPECT_EQ(offset_with({308, 380}), 1000U);
 }
 
-TEST_F(RafDamagedTags, OfTwoHeadersInReachTheFirstInTheFileWins) {
+TEST_F(RafDamagedTags, FirstOfTwoHeadersInReachWins) {
     EXPECT_EQ(offset_with({200, 280}), 1200U);
     EXPECT_EQ(offset_with({10, 163, 164, 280, 350}), 1164U) << "the first that is in reach";
 }
 
 TEST_F(RafDamagedTags, BaseIsNeverAddedToTheLength) {
-    RAF raf = open(with(with(blank(), 300, entry(0xF007, 4, 1000)), 312, entry(0xF008, 4, 2000)));
+    RAF raf = open(with(with(blank_bytes(400), 300, entry(0xF007, 4, 1000)), 312, entry(0xF008, 4, 2000)));
     raf.tiff_offsets = {200};
     raf.read_damaged_strip_tags();
     EXPECT_EQ(raf.strip_ifd->entries["StripByteCounts"]->value, 2000U);
 }
 
 TEST_F(RafDamagedTags, SumWithTheHeaderWraps) {
-    RAF raf = open(with(blank(), 300, entry(0xF007, 4, 0xFFFFFFFF)));
+    RAF raf = open(with(blank_bytes(400), 300, entry(0xF007, 4, 0xFFFFFFFF)));
     raf.tiff_offsets = {200};
     raf.read_damaged_strip_tags();
     EXPECT_EQ(raf.strip_ifd->entries["StripOffsets"]->value, 199U);
 }
 
-TEST_F(RafDamagedTags, AreSoughtInTheWholeFileAndTheFirstWins) {
-    Bytes file = with(with(blank(), 300, entry(0xF007, 4, 1000)), 200, entry(0xF008, 4, 2000));
+TEST_F(RafDamagedTags, AreSearchedForInTheWholeFileAndTheFirstWins) {
+    Bytes file = with(with(blank_bytes(400), 300, entry(0xF007, 4, 1000)), 200, entry(0xF008, 4, 2000));
     file = with(with(file, 0, entry(0xF007, 4, 77)), 30, entry(0xF008, 4, 88));
     RAF raf = open(file);
     raf.read_damaged_strip_tags();
@@ -454,17 +414,17 @@ TEST_F(RafDamagedTags, AreSoughtInTheWholeFileAndTheFirstWins) {
 }
 
 TEST_F(RafDamagedTags, OffsetWithoutTypeLongIsNotFoundInTheWordsOfEachByteOrder) {
-    RAF little = open(with(blank(), 300, entry(0xF007, 3, 1000)));
+    RAF little = open(with(blank_bytes(400), 300, entry(0xF007, 3, 1000)));
     EXPECT_EQ(message_of<NotFoundException>([&] { little.read_damaged_strip_tags(); }),
               "StripOfffsets not found");
     EXPECT_TRUE(little.strip_ifd->entries.empty());
-    RAF big = open_big(with(blank(), 300, entry(0xF007, 4, 1000))); // Little-endian bytes.
+    RAF big = open_big(with(blank_bytes(400), 300, entry(0xF007, 4, 1000))); // Little-endian bytes.
     EXPECT_EQ(message_of<NotFoundException>([&] { big.read_damaged_strip_tags(); }),
               "StripOffsets not found");
 }
 
 TEST_F(RafDamagedTags, LengthThatIsNotFoundReachesToTheEndOfTheFile) {
-    RAF little = open(with(with(blank(), 300, entry(0xF007, 4, 100)), 312, entry(0xF008, 3, 2000)));
+    RAF little = open(with(with(blank_bytes(400), 300, entry(0xF007, 4, 100)), 312, entry(0xF008, 3, 2000)));
     little.tiff_offsets = {200};
     little.read_damaged_strip_tags();
     const RAF_DE& length = *little.strip_ifd->entries["StripByteCounts"];
@@ -474,7 +434,7 @@ TEST_F(RafDamagedTags, LengthThatIsNotFoundReachesToTheEndOfTheFile) {
     EXPECT_EQ(length.type, 0x0400);
     EXPECT_EQ(length.count, 0x01000000U);
 
-    RAF big = open_big(with(blank(), 300, entry(0xF007, 4, 100, ByteOrder::kBig)));
+    RAF big = open_big(with(blank_bytes(400), 300, entry(0xF007, 4, 100, ByteOrder::kBig)));
     big.read_damaged_strip_tags();
     const RAF_DE& big_length = *big.strip_ifd->entries["StripByteCounts"];
     EXPECT_EQ(big_length.value, 300U);
@@ -485,7 +445,7 @@ TEST_F(RafDamagedTags, LengthThatIsNotFoundReachesToTheEndOfTheFile) {
 
 TEST_F(RafDamagedTags, LengthToTheEndFromAnOffsetPastItWraps) {
     const auto length_from = [&](std::uint32_t offset) {
-        RAF raf = open(with(blank(), 300, entry(0xF007, 4, offset)));
+        RAF raf = open(with(blank_bytes(400), 300, entry(0xF007, 4, offset)));
         raf.read_damaged_strip_tags();
         return raf.strip_ifd->entries["StripByteCounts"]->value;
     };
@@ -494,9 +454,9 @@ TEST_F(RafDamagedTags, LengthToTheEndFromAnOffsetPastItWraps) {
     EXPECT_EQ(length_from(401), 0xFFFFFFFFU);
 }
 
-TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRangeAndNotSurvived) {
+TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRange) {
     for (const std::uint16_t tag : {std::uint16_t{0xF007}, std::uint16_t{0xF008}}) {
-        const Bytes file = with(with(blank(100), 10, entry(0xF007, 4, 50)), 88, entry(tag, 4, 20));
+        const Bytes file = with(with(blank_bytes(100), 10, entry(0xF007, 4, 50)), 88, entry(tag, 4, 20));
         const Bytes start = tag == 0xF007 ? with(file, 10, Bytes(12)) : file;
         EXPECT_NO_THROW(open(start).read_damaged_strip_tags()) << "whole";
         for (const std::size_t size : {99U, 92U}) {
@@ -505,7 +465,7 @@ TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRangeAndNotSurvived) {
         }
     }
     // Of the length one byte less is no match, and survived; of the offset it is not found.
-    const Bytes whole = with(with(blank(100), 10, entry(0xF007, 4, 50)), 88, entry(0xF008, 4, 20));
+    const Bytes whole = with(with(blank_bytes(100), 10, entry(0xF007, 4, 50)), 88, entry(0xF008, 4, 20));
     RAF raf = open(test::part(whole, 0, 91));
     EXPECT_NO_THROW(raf.read_damaged_strip_tags());
     EXPECT_EQ(raf.strip_ifd->entries["StripByteCounts"]->value, 91U - 50);
@@ -517,7 +477,7 @@ TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRangeAndNotSurvived) {
 class RafMerge : public RafTools {
   protected:
     /// A file of 64 bytes with raw data at the offset and of the length given, whose StripByteCounts entry
-    /// stands at 20.
+    /// is at 20.
     std::shared_ptr<RAF> with_raw_data(const Bytes& bytes, std::uint32_t offset, std::uint32_t length,
                                        std::uint8_t big_endian) {
         auto raf = std::make_shared<RAF>(open(bytes));
@@ -547,7 +507,7 @@ TEST_F(RafMerge, LengthIsPatchedLittleEndianAndTheRawDataFollowTheSamplesHead) {
     EXPECT_EQ(damaged->mapped_file->bytes().size(), damaged_bytes.size());
 }
 
-TEST_F(RafMerge, InABigEndianFileTheFieldIsLittleEndianAllTheSameAndTheCopyTakesTheSwappedLength) {
+TEST_F(RafMerge, BigEndianFileHasALittleEndianFieldAndTheCopyTakesTheSwappedLength) {
     const auto sample = with_raw_data(sample_bytes, 40, 9, 1);
     const auto damaged = with_raw_data(damaged_bytes, 5, 0x02010000, 1); // Swapped: 0x0102.
     RAF::merge_data(damaged, sample, folder / "output");

@@ -4,6 +4,7 @@
 #include "support/Bytes.h"
 #include "support/Sr2Photo.h"
 #include "support/TempDir.h"
+#include "support/TiffWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +21,9 @@ using ::testing::SizeIs;
 
 using test::ByteOrder;
 using test::Bytes;
+using test::entry_bytes;
 using test::Sr2Photo;
+using test::strip_group;
 
 constexpr auto kBothOrders = {ByteOrder::kLittle, ByteOrder::kBig};
 constexpr SR2::Pattern kSubIfds{0x01, 0x4A};
@@ -37,7 +40,7 @@ class Sr2Model : public ::testing::Test {
         return sr2;
     }
 
-    /// Closes the last model's file, which may not be open elsewhere when it is read, and gives its bytes.
+    /// Closes the last model's file, which may not be open elsewhere when it is read, and returns its bytes.
     [[nodiscard]] Bytes on_disk(const std::shared_ptr<SR2>& sr2) const {
         sr2->map->close();
         return test::read_file(path);
@@ -48,27 +51,7 @@ class Sr2Model : public ::testing::Test {
     int files = 0;
 };
 
-/// A directory entry, as it stands in a file.
-Bytes entry(std::uint16_t tag, std::uint16_t type, std::uint32_t count, std::uint32_t value,
-            ByteOrder order) {
-    Bytes bytes(12);
-    test::put_u16(bytes, 0, tag, order);
-    test::put_u16(bytes, 2, type, order);
-    test::put_u32(bytes, 4, count, order);
-    test::put_u32(bytes, 8, value, order);
-    return bytes;
-}
-
-/// StripOffsets, two entries between, RowsPerStrip, StripByteCounts: 60 bytes.
-Bytes strip_group(std::uint32_t offset, std::uint32_t byte_count, ByteOrder order) {
-    Bytes bytes = entry(273, 4, 1, offset, order);
-    bytes = test::joined(bytes, entry(274, 3, 1, 0x55555555, order));
-    bytes = test::joined(bytes, entry(277, 3, 1, 0x66666666, order));
-    bytes = test::joined(bytes, entry(278, 4, 1, 0x01020304, order));
-    return test::joined(bytes, entry(279, 4, 1, byte_count, order));
-}
-
-/// A tag with a type behind it, in bytes of 0xEE.
+/// A tag with a type after it, in bytes of 0xEE.
 Bytes tag_at(std::size_t size, std::size_t offset, std::uint16_t tag, std::uint16_t type,
              ByteOrder order = ByteOrder::kLittle) {
     Bytes bytes(size, 0xEE);
@@ -81,7 +64,7 @@ Bytes tag_at(std::size_t size, std::size_t offset, std::uint16_t tag, std::uint1
 
 // ---- the mapping
 
-TEST_F(Sr2Model, AMissingOrAnEmptyFileIsNotMapped) {
+TEST_F(Sr2Model, MissingOrAnEmptyFileIsNotMapped) {
     EXPECT_FALSE(SR2(folder / "missing.sr2").is_mapped());
     EXPECT_FALSE(SR2(folder / "missing.sr2", true).is_mapped());
     EXPECT_FALSE(model({})->is_mapped());
@@ -89,7 +72,7 @@ TEST_F(Sr2Model, AMissingOrAnEmptyFileIsNotMapped) {
     EXPECT_TRUE(SR2(path, true).is_mapped());
 }
 
-TEST_F(Sr2Model, ANewModelKnowsNothing) {
+TEST_F(Sr2Model, NewModelKnowsNothing) {
     const auto sr2 = std::make_shared<SR2>(folder / "missing.sr2");
     EXPECT_THAT(sr2->map, NotNull());
     EXPECT_THAT(sr2->ifh, IsNull());
@@ -138,7 +121,7 @@ TEST_F(Sr2Model, AnyOtherHeaderIsIllegalAndNotStored) {
     }
 }
 
-TEST_F(Sr2Model, AHeaderOfFewerThanEightBytesIsOutOfRange) {
+TEST_F(Sr2Model, HeaderOfFewerThanEightBytesIsOutOfRange) {
     const Bytes header{'I', 'I', 42, 0, 8, 0, 0, 0};
     for (std::size_t size = 1; size < header.size(); ++size) {
         EXPECT_THROW(model(test::part(header, 0, size))->parse_header(), OutRangeException) << size;
@@ -163,7 +146,7 @@ TEST_F(Sr2Model, ReadsTheFrameOfADirectory) {
     }
 }
 
-TEST_F(Sr2Model, ADirectoryPastTheEndIsVisitingBeyondAndACutOneOutOfRange) {
+TEST_F(Sr2Model, DirectoryPastTheEndIsVisitingBeyondAndACutOneOutOfRange) {
     const auto sr2 = model(Bytes(20));
     for (const std::uint32_t offset : {20U, 21U, 0xFFFFFFFFU}) {
         EXPECT_THROW(sr2->read_ifd0(offset), VisitingBeyondException);
@@ -177,13 +160,13 @@ TEST_F(Sr2Model, ADirectoryPastTheEndIsVisitingBeyondAndACutOneOutOfRange) {
     EXPECT_NO_THROW(sr2->read_ifd1(14));
 }
 
-TEST_F(Sr2Model, AnAbsurdCountIsOutOfRange) {
+TEST_F(Sr2Model, AbsurdCountIsOutOfRange) {
     Bytes bytes(1000);
     test::put_u16(bytes, 0, 0xFFFF, ByteOrder::kLittle);
     EXPECT_THROW(model(bytes)->read_ifd0(0), OutRangeException);
 }
 
-TEST_F(Sr2Model, TheSubIfdIsWhereTheThirdEntryOfIfd0Says) {
+TEST_F(Sr2Model, SubIfdIsWhereTheThirdEntryOfIfd0Says) {
     Bytes bytes(40);
     test::put_u32(bytes, 30 + 2, 0x77, ByteOrder::kLittle);
     const auto sr2 = model(bytes);
@@ -204,13 +187,13 @@ TEST_F(Sr2Model, TheSubIfdIsWhereTheThirdEntryOfIfd0Says) {
 
 // ---- find_tag_in_range
 
-TEST_F(Sr2Model, AnEndPastTheLastByteIsVisitingBeyond) {
+TEST_F(Sr2Model, EndPastTheLastByteIsVisitingBeyond) {
     const auto sr2 = model(tag_at(20, 0, 330, 4));
     EXPECT_EQ(sr2->find_tag_in_range(kSubIfds, 0, 19), 0U);
     EXPECT_THROW(sr2->find_tag_in_range(kSubIfds, 0, 20), VisitingBeyondException);
 }
 
-TEST_F(Sr2Model, AMatchLiesWhollyInTheRangeAtAnyAlignment) {
+TEST_F(Sr2Model, MatchIsWhollyInTheRangeAtAnyAlignment) {
     for (const ByteOrder order : kBothOrders) {
         const auto sr2 = model(tag_at(20, 7, 330, 4, order), order);
         EXPECT_EQ(sr2->find_tag_in_range(kSubIfds, 0, 19), 7U);
@@ -221,7 +204,7 @@ TEST_F(Sr2Model, AMatchLiesWhollyInTheRangeAtAnyAlignment) {
     }
 }
 
-TEST_F(Sr2Model, AnEndBelowTheStartMakesARangeWithoutABound) {
+TEST_F(Sr2Model, EndBelowTheStartMakesARangeWithoutABound) {
     const auto sr2 = model(tag_at(20, 15, 330, 4));
     EXPECT_EQ(sr2->find_tag_in_range(kSubIfds, 3, 0), 15U);
     EXPECT_EQ(sr2->find_tag_in_range(kSubIfds, 3, 2), 15U);
@@ -246,7 +229,7 @@ TEST_F(Sr2Model, OnlyAFieldTypeOfTiffMakesAMatch) {
     }
 }
 
-TEST_F(Sr2Model, AFalseMatchWithAPlausibleTypeInFrontOfTheTrueEntryWins) {
+TEST_F(Sr2Model, FalseMatchWithAPlausibleTypeBeforeTheTrueEntryWins) {
     Bytes bytes = tag_at(60, 40, 513, 4);
     test::put_u16(bytes, 11, 513, ByteOrder::kLittle);
     test::put_u16(bytes, 13, 9, ByteOrder::kLittle);
@@ -255,19 +238,19 @@ TEST_F(Sr2Model, AFalseMatchWithAPlausibleTypeInFrontOfTheTrueEntryWins) {
     EXPECT_EQ(sr2->find_tag({0x02, 0x01}, 0), 11U);
 }
 
-TEST_F(Sr2Model, AMatchOnTheLastTwoBytesIsVisitingBeyond) {
+TEST_F(Sr2Model, MatchOnTheLastTwoBytesIsVisitingBeyond) {
     const auto sr2 = model(tag_at(20, 18, 330, 4));
     EXPECT_THROW(sr2->find_tag(kSubIfds, 0), VisitingBeyondException);
     EXPECT_THROW(sr2->find_tag_in_range(kSubIfds, 3, 0), VisitingBeyondException);
 }
 
-TEST_F(Sr2Model, AMatchWithHalfATypeIsOutOfRange) {
+TEST_F(Sr2Model, MatchWithHalfATypeIsOutOfRange) {
     const auto sr2 = model(tag_at(20, 17, 330, 4));
     EXPECT_THROW(sr2->find_tag(kSubIfds, 0), OutRangeException);
     EXPECT_THROW(sr2->find_tag_in_range(kSubIfds, 0, 19), OutRangeException);
 }
 
-TEST_F(Sr2Model, TheBoundedSearchGoesOnOneByteFurtherAndTheOpenOneTwo) {
+TEST_F(Sr2Model, BoundedSearchGoesOnOneByteFurtherAndTheOpenOneTwo) {
     // 02 02 02 02 00: at 4 the type is 0x0202, at 5 it is 0x0002, good, and that match overlaps the first.
     Bytes bytes(20, 0xEE);
     test::put_bytes(bytes, 4, {0x02, 0x02, 0x02, 0x02, 0x00});
@@ -277,7 +260,7 @@ TEST_F(Sr2Model, TheBoundedSearchGoesOnOneByteFurtherAndTheOpenOneTwo) {
     EXPECT_EQ(sr2->find_tag(kJpegLength, 5), 5U);
 }
 
-TEST_F(Sr2Model, TheTag0x0202ReadsTheSameInBothDirections) {
+TEST_F(Sr2Model, Tag0x0202ReadsTheSameInBothDirections) {
     for (const ByteOrder order : kBothOrders) {
         EXPECT_EQ(model(tag_at(20, 6, 0x0202, 4, order), order)->find_tag(kJpegLength, 0), 6U);
     }
@@ -287,7 +270,7 @@ TEST_F(Sr2Model, TheTag0x0202ReadsTheSameInBothDirections) {
 
 // ---- find_tag and find_bytes
 
-TEST_F(Sr2Model, AnOpenSearchMayStartAtTheEndButNotPastIt) {
+TEST_F(Sr2Model, OpenSearchMayStartAtTheEndButNotPastIt) {
     const auto sr2 = model(tag_at(20, 0, 330, 4));
     EXPECT_EQ(sr2->find_tag(kSubIfds, 0), 0U);
     EXPECT_THROW(sr2->find_tag(kSubIfds, 1), NotFoundException);
@@ -345,10 +328,10 @@ TEST_F(Sr2Model, ReadsASampleInTheOrderOfItsCalls) {
     }
 }
 
-TEST_F(Sr2Model, TagsOfIfd0AreSoughtUpToTheNextDirectory) {
-    Bytes bytes = entry(513, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(514, 4, 1, 2, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(330, 4, 1, 3, ByteOrder::kLittle));
+TEST_F(Sr2Model, TagsOfIfd0AreSearchedForUpToTheNextDirectory) {
+    Bytes bytes = entry_bytes(513, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(514, 4, 1, 2, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(330, 4, 1, 3, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->ifd0 = std::make_shared<SR2_IFD>();
     EXPECT_THROW(sr2->read_ifd0_tags(0, 36), VisitingBeyondException);
@@ -359,9 +342,9 @@ TEST_F(Sr2Model, TagsOfIfd0AreSoughtUpToTheNextDirectory) {
     EXPECT_THAT(sr2->ifd0->entries, SizeIs(3));
 }
 
-TEST_F(Sr2Model, TagsOfIfd1AndTheSubIfdAreSoughtToTheEndOfTheFile) {
-    Bytes bytes = test::joined(Bytes(1000), entry(513, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(514, 4, 1, 2, ByteOrder::kLittle));
+TEST_F(Sr2Model, TagsOfIfd1AndTheSubIfdAreSearchedForToTheEndOfTheFile) {
+    Bytes bytes = test::joined(Bytes(1000), entry_bytes(513, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(514, 4, 1, 2, ByteOrder::kLittle));
     bytes = test::joined(bytes, strip_group(3, 4, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->ifd1 = std::make_shared<SR2_IFD>();
@@ -377,10 +360,10 @@ TEST_F(Sr2Model, TagsOfIfd1AndTheSubIfdAreSoughtToTheEndOfTheFile) {
     EXPECT_THROW(sr2->read_sub_ifd_tags(size - 1), NotFoundException);
 }
 
-TEST_F(Sr2Model, EachTagIsSoughtFromTheStartNotFromTheLastHit) {
-    Bytes bytes = entry(279, 4, 1, 7, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 6, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(273, 4, 1, 5, ByteOrder::kLittle));
+TEST_F(Sr2Model, EachTagIsSearchedForFromTheStartNotFromTheLastHit) {
+    Bytes bytes = entry_bytes(279, 4, 1, 7, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 6, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(273, 4, 1, 5, ByteOrder::kLittle));
     const auto sr2 = model(bytes);
     sr2->sub_ifd = std::make_shared<SR2_IFD>();
     sr2->read_sub_ifd_tags(0);
@@ -390,7 +373,7 @@ TEST_F(Sr2Model, EachTagIsSoughtFromTheStartNotFromTheLastHit) {
     EXPECT_EQ(sr2->sub_ifd->entries[2]->position, 0U);
 }
 
-TEST_F(Sr2Model, AnEntryCutByTheEndOfTheFileIsOutOfRange) {
+TEST_F(Sr2Model, EntryCutByTheEndOfTheFileIsOutOfRange) {
     const Bytes whole = strip_group(1, 2, ByteOrder::kLittle);
     for (const std::size_t size : {52U, 59U}) {
         const auto sr2 = model(test::part(whole, 0, size));
@@ -416,7 +399,7 @@ TEST_F(Sr2Model, ClearsThirtyBytesOfTheTwoPreviewsAndNothingElse) {
     }
 }
 
-TEST_F(Sr2Model, APreviewThatStarts30BytesBeforeTheEndIsOutOfRangeWithItsBytesZeroed) {
+TEST_F(Sr2Model, PreviewThatStarts30BytesBeforeTheEndIsOutOfRangeWithItsBytesZeroed) {
     for (const std::uint32_t start : {170U, 199U, 200U, 0xFFFFFFFFU}) {
         const Bytes bytes = test::noise(200, 1);
         const auto sr2 = model(bytes);
@@ -456,14 +439,14 @@ TEST_F(Sr2Model, EachOfTheThreeTagsMustBeRight) {
 }
 
 TEST_F(Sr2Model, StripEntriesSideBySideAreNotRecognised) {
-    Bytes bytes = entry(273, 4, 1, 1, ByteOrder::kLittle);
-    bytes = test::joined(bytes, entry(278, 4, 1, 1, ByteOrder::kLittle));
-    bytes = test::joined(bytes, entry(279, 4, 1, 1, ByteOrder::kLittle));
+    Bytes bytes = entry_bytes(273, 4, 1, 1, ByteOrder::kLittle);
+    bytes = test::joined(bytes, entry_bytes(278, 4, 1, 1, ByteOrder::kLittle));
+    bytes = test::joined(bytes, entry_bytes(279, 4, 1, 1, ByteOrder::kLittle));
     bytes.resize(60);
     EXPECT_FALSE(model(bytes)->is_strip_triple(0));
 }
 
-TEST_F(Sr2Model, AStripTripleNeeds50BytesToTheEndWhateverStandsThere) {
+TEST_F(Sr2Model, StripTripleNeeds50BytesToTheEndWhateverIsThere) {
     for (const Bytes& bytes : {strip_group(1, 2, ByteOrder::kLittle), Bytes(60)}) {
         EXPECT_EQ(model(test::part(bytes, 0, 50))->is_strip_triple(0), bytes[0] != 0);
         for (const std::size_t size : {1U, 2U, 36U, 37U, 48U, 49U}) {
@@ -472,7 +455,7 @@ TEST_F(Sr2Model, AStripTripleNeeds50BytesToTheEndWhateverStandsThere) {
     }
 }
 
-TEST_F(Sr2Model, AStripTriplePastTheEndIsVisitingBeyond) {
+TEST_F(Sr2Model, StripTriplePastTheEndIsVisitingBeyond) {
     const auto sr2 = model(Bytes(70));
     for (const std::uint32_t offset : {70U, 71U, 0xFFFFFFFFU}) {
         EXPECT_THROW(sr2->is_strip_triple(offset), VisitingBeyondException);
@@ -513,7 +496,7 @@ TEST_F(Sr2Model, ReadingAStripTripleNeeds60BytesToTheEnd) {
     }
 }
 
-TEST_F(Sr2Model, AReadOnlyModelFindsAndReads) {
+TEST_F(Sr2Model, ReadOnlyModelFindsAndReads) {
     path = folder / "read_only.sr2";
     test::write_file(path, strip_group(7, 8, ByteOrder::kLittle));
     SR2 sr2(path, true);

@@ -12,7 +12,7 @@ TEST(Extension, IsLoweredBytewise) {
     EXPECT_EQ(lower_case_extension("photo.CR2"), "cr2");
 }
 
-TEST(Extension, IsEmptyWithoutADotOrBehindATrailingDot) {
+TEST(Extension, IsEmptyWithoutADotOrAfterATrailingDot) {
     EXPECT_EQ(lower_case_extension("photo"), "");
     EXPECT_EQ(lower_case_extension("photo."), "");
     EXPECT_EQ(lower_case_extension(""), "");

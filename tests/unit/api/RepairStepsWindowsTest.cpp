@@ -33,7 +33,7 @@ TEST(RepairStepsWindows, FileThatIsOpenElsewhereIsNotRemovedAndTheFailureIsNamed
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(RepairStepsWindows, NothingStandsAtANameThatIsNone) {
+TEST(RepairStepsWindows, NothingExistsAtANameThatIsNone) {
     EXPECT_FALSE(path_exists(L"a<b"));
     EXPECT_FALSE(path_exists(L"a?b"));
     EXPECT_FALSE(path_exists(std::wstring(5000, L'x')));

@@ -111,7 +111,7 @@ TEST_F(QuillLog, SecondInitMovesTheLog) {
     EXPECT_THAT(lines("Second.log"), ElementsAre(IsStamped("[info] [Module] two")));
 }
 
-TEST_F(QuillLog, FileThatCannotBeOpenedGivesZeroAndTheLogGoesOn) {
+TEST_F(QuillLog, FileThatCannotBeOpenedReturnsZeroAndTheLogGoesOn) {
     ASSERT_EQ(InitLogEx("", "Module", log_name().c_str()), 1);
     fs::create_directory(folder / "Directory.log");
     write_file(folder / "file", {1});
@@ -139,7 +139,7 @@ TEST_F(QuillLog, NameMayBeNonAscii) {
     EXPECT_TRUE(fs::exists(folder / u8"für 写.log"));
 }
 
-TEST_F(QuillLog, LinesOfSeveralThreadsStayWhole) {
+TEST_F(QuillLog, LinesOfSeveralThreadsStayIntact) {
     ASSERT_EQ(InitLogEx("", "Module", log_name().c_str()), 1);
     std::vector<std::thread> threads;
     threads.reserve(4);

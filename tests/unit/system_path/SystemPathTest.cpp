@@ -35,7 +35,7 @@ TEST_F(SystemPath, ShortAndEmptyPathsAreReachableAsTheyAre) {
     }
 }
 
-TEST_F(SystemPath, TellsFilesFoldersAndNothingApart) {
+TEST_F(SystemPath, DistinguishesFilesFoldersAndNothing) {
     write_file(folder / "file", {1});
     EXPECT_EQ(system_path::status(folder / "file", error).type(), fs::file_type::regular);
     EXPECT_FALSE(error);

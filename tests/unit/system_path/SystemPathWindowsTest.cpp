@@ -22,7 +22,7 @@ std::wstring letters(std::size_t count) {
 }
 
 TEST(SystemPathWindows, PathGetsItsLongFormWhenItsFolderMayBeTooLong) {
-    // Three characters for the drive. Folders may have 247, room for a file name of 8.3 behind them.
+    // Three characters for the drive. Folders may have 247, room for a file name of 8.3 after them.
     const std::wstring longest = LR"(C:\)" + letters(244);
     EXPECT_EQ(system_path::reachable(longest).native(), longest);
     EXPECT_EQ(system_path::reachable(longest + L'x').native(), LR"(\\?\)" + longest + L'x');

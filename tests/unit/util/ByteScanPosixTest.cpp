@@ -33,8 +33,8 @@ class UnreadablePage : public ::testing::Test {
 constexpr std::size_t kFarthest =
     260; // A block, and the bytes with which a match may begin in the last of it.
 
-TEST_F(UnreadablePage, IsNotReachedByAScanThatFindsItsMatchABlockInFrontOfIt) {
-    // A search that begins anew behind each match must not pay for more than what lies in front of the next.
+TEST_F(UnreadablePage, IsNotReachedByAScanThatFindsItsMatchABlockBeforeIt) {
+    // A search that begins anew after each match must not pay for more than what is before the next.
     const std::array<unsigned char, 4> pattern{1, 2, 3, 4};
     for (std::size_t match = 0; match + kFarthest <= page; ++match) {
         std::copy(pattern.begin(), pattern.end(), base + match);
@@ -44,7 +44,7 @@ TEST_F(UnreadablePage, IsNotReachedByAScanThatFindsItsMatchABlockInFrontOfIt) {
     }
 }
 
-TEST_F(UnreadablePage, BehindTheBytesIsNotReached) {
+TEST_F(UnreadablePage, AfterTheBytesIsNotReached) {
     const std::array<unsigned char, 2> pattern{1, 2};
     for (std::size_t first = 0; first < page; ++first) {
         EXPECT_EQ(find_pattern({base + first, page - first}, pattern), std::nullopt);

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// MMAP over a platform that fails at the step that a test names, and tells which calls were made.
+// MMAP over a platform that fails at the step that a test names, and reports which calls were made.
 
 namespace {
 
@@ -93,7 +93,7 @@ class MMapFailure : public ::testing::Test {
     }
 };
 
-TEST_F(MMapFailure, NoneMapsAndGivesAllBackInReverse) {
+TEST_F(MMapFailure, NoneMapsAndAllIsReleasedInReverse) {
     EXPECT_EQ(size_with_failing("none"), 1U);
     EXPECT_THAT(the_platform.calls,
                 ElementsAre("size", "open", "create", "view", "unmap", "close mapping", "close file"));

@@ -106,7 +106,7 @@ TEST(MMapPosix, FileThatCannotBeMappedIsLoggedWithErrnoAndItsDescriptorStaysOpen
     ::close(next_descriptor); // What the failed construction left open.
 }
 
-TEST(MMapPosix, CloseGivesTheDescriptorBack) {
+TEST(MMapPosix, CloseClosesTheDescriptor) {
     const test::TempDir folder;
     test::write_file(folder / "file", {1});
     const int next_descriptor = ::dup(0);

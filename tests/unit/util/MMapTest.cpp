@@ -27,7 +27,7 @@ class MMap : public ::testing::Test {
     test::TempDir folder;
 };
 
-/// Runs the body and gives what it wrote to std::cerr.
+/// Runs the body and returns what it wrote to std::cerr.
 template <typename Body>
 std::string standard_error_of(Body body) {
     ::testing::internal::CaptureStderr();
@@ -100,7 +100,7 @@ TEST_F(MMap, AdvanceByZeroReturnsTheCursor) {
     }
 }
 
-TEST_F(MMap, AdvanceRestsOnTheLastByteAndNotBehindIt) {
+TEST_F(MMap, AdvanceRestsOnTheLastByteAndNotAfterIt) {
     MMAP map(file_of({1, 2, 3}));
     EXPECT_EQ(map.advance(2), 2U);
     EXPECT_THROW(map.advance(1), OutRangeException);
@@ -121,7 +121,7 @@ TEST_F(MMap, AdvanceByTheComplementOfTheCursorThrowsAndByOneMoreComplains) {
     EXPECT_THAT(test::logged_lines(), IsEmpty());
 }
 
-TEST_F(MMap, BackLandsOnZeroAndComplainsInFrontOfIt) {
+TEST_F(MMap, BackLandsOnZeroAndComplainsBeforeIt) {
     MMAP map(file_of({1, 2, 3}));
     map.seek(2);
     EXPECT_EQ(map.back(1), 1U);

@@ -82,7 +82,7 @@ TEST_F(MMapWindows, FileCanBeRemovedAfterCloseAndNotBefore) {
     EXPECT_TRUE(fs::remove(file, error));
 }
 
-TEST_F(MMapWindows, DestructorGivesTheFileBackToo) {
+TEST_F(MMapWindows, DestructorClosesTheFileToo) {
     { const MMAP map(file); }
     EXPECT_TRUE(fs::remove(file));
 }

@@ -108,7 +108,7 @@ TEST_F(Reading, FourBytesAtTheEndAreWrittenAndThrow) {
     EXPECT_EQ(file(), (Bytes{0x89, 0xAB, 0xCD, 0xEF}));
 }
 
-TEST_F(Reading, ZerosStandWhereTheyAreAskedFor) {
+TEST_F(Reading, ZerosAreWhereTheyAreAskedFor) {
     MMAP& m = map_of(Bytes(10, 7));
     m.seek(3);
     write_zeros(m, 0);

@@ -26,7 +26,7 @@ Bytes copied(std::span<const unsigned char> bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST_F(Slice, LiesInsideTheMapping) {
+TEST_F(Slice, IsInsideTheMapping) {
     const MMAP map(folder / "file");
     EXPECT_EQ(copied(slice(map, 0, 4)), (Bytes{1, 2, 3, 4}));
     EXPECT_EQ(copied(slice(map, 1, 2)), (Bytes{2, 3}));
@@ -46,7 +46,7 @@ TEST_F(Slice, ToTheEnd) {
     EXPECT_THROW((void)slice_to_end(map, 5), OutRangeException);
 }
 
-TEST_F(Slice, OfNothingMapped) {
+TEST_F(Slice, NothingMapped) {
     const MMAP map(folder / "missing");
     EXPECT_TRUE(slice(map, 0, 0).empty());
     EXPECT_TRUE(slice_to_end(map, 0).empty());
@@ -61,7 +61,7 @@ TEST_F(Slice, IsInsertedIntoAStream) {
     EXPECT_EQ(stream.str(), "\x02\x03\x04");
 }
 
-TEST_F(Slice, OfManyPiecesIsInsertedWhole) {
+TEST_F(Slice, ManyPiecesAreAllInserted) {
     const Bytes bytes = test::noise(5'000'001, 1);
     test::write_file(folder / "large", bytes);
     const MMAP map(folder / "large");

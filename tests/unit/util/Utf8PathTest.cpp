@@ -8,7 +8,7 @@
 namespace plate_mend::util {
 namespace {
 
-TEST(Utf8Path, WellFormedTextComesBackByteForByte) {
+TEST(Utf8Path, WellFormedTextIsRepairedByteForByte) {
     for (const std::string text : {"", "a", "photo.arw", "dir/photo.arw", "\x7F", "\xC2\x80", "\xDF\xBF",
                                    "\xE0\xA0\x80", "\xEC\xBF\xBF", "\xED\x9F\xBF", "\xEE\x80\x80",
                                    "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF3\xBF\xBF\xBF", "\xF4\x8F\xBF\xBF",
