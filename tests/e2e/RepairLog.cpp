@@ -8,7 +8,7 @@ namespace {
 
 struct Texts {
     std::string folder; ///< Below src.
-    std::string name;   ///< Of the source file and of the class.
+    std::string name;   ///< The source file's and the class's.
     std::string cloned;
     std::string repaired;
 };

@@ -10,7 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint64_t kGigabyte = std::uint64_t{1} << 30U;
-constexpr std::uint64_t kImage = 24; // Of a small pair.
+constexpr std::uint64_t kImage = 24; // The length of a small pair's image data.
 
 class LargeFile : public Fault {
   protected:

@@ -25,7 +25,7 @@ namespace {
 /// A mapped file, without the pages around it.
 struct View {
     unsigned char* bytes = nullptr;
-    std::size_t size = 0; ///< Of whole pages.
+    std::size_t size = 0; ///< A multiple of the page size.
 };
 
 View views[4]; // A repair maps two files at once.

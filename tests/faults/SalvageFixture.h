@@ -18,7 +18,7 @@ namespace test {
 struct SalvageCase {
     std::string name;
     Bytes file;
-    std::uint32_t warnings = 0; ///< Of the report, as far as they tell the way.
+    std::uint32_t warnings = 0; ///< The report's warnings that show which way was taken.
 };
 [[nodiscard]] const std::vector<SalvageCase>& salvage_cases();
 [[nodiscard]] std::string salvage_name(const ::testing::TestParamInfo<SalvageCase>& info);

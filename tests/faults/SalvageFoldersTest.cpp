@@ -91,7 +91,7 @@ class SalvagePlaces : public SalvageFault {
         EXPECT_EQ(fs::symlink_status(place).type(), type) << place;
         EXPECT_EQ(names(), std::vector<std::string>{utf8(place.filename())});
         fs::remove(place);
-        EXPECT_EQ(salvage(), STILL_MEND_OK) << "The control: nothing stands there.";
+        EXPECT_EQ(salvage(), STILL_MEND_OK) << "The control: nothing is there.";
         fs::remove(output);
     }
 };

@@ -26,8 +26,8 @@ struct ArwPhoto {
     TiffDirectory sub_ifd;
     TiffDirectory ifd1;
     TiffDirectory ifd2;
-    std::uint32_t strip_entries = 0;            ///< Of the StripOffsets entry; the other two follow it.
-    std::vector<std::uint32_t> preview_offsets; ///< Of IFD 0, IFD 1, IFD 2.
+    std::uint32_t strip_entries = 0;            ///< The StripOffsets entry; the other two follow it.
+    std::vector<std::uint32_t> preview_offsets; ///< The JPEGs of IFD 0, IFD 1, IFD 2.
     std::uint32_t image_offset = 0;             ///< The raw data; they go on to the end of the file.
     std::uint32_t image_size = 0;
 };

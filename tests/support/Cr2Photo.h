@@ -27,9 +27,9 @@ struct Cr2Photo {
     TiffDirectory ifd1;
     TiffDirectory ifd2;
     TiffDirectory raw_ifd;
-    std::uint32_t preview_offset = 0;   ///< Of the picture of IFD 0.
-    std::uint32_t thumbnail_offset = 0; ///< Of IFD 1.
-    std::uint32_t small_offset = 0;     ///< Of IFD 2.
+    std::uint32_t preview_offset = 0;   ///< The picture of IFD 0.
+    std::uint32_t thumbnail_offset = 0; ///< The picture of IFD 1.
+    std::uint32_t small_offset = 0;     ///< The picture of IFD 2.
     std::uint32_t small_size = 0;
     std::uint32_t raw_offset = 0; ///< The raw data; they go on to the end of the file.
     std::uint32_t raw_size = 0;

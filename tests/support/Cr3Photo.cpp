@@ -77,7 +77,7 @@ Bytes words(std::size_t size, const std::map<std::size_t, std::uint32_t>& number
 struct TrackKind {
     std::string_view handler;
     std::string_view header;
-    unsigned width; ///< Of the picture, in pixels.
+    unsigned width; ///< The picture's, in pixels.
     unsigned height;
 };
 

@@ -17,7 +17,7 @@ namespace test {
 /// With pictures, all of it is real, and LibRaw opens and decodes it. Without, the directories, the previews
 /// and the tracks are bytes that look like nothing, of lengths that a test may choose.
 struct Cr3Photo {
-    static constexpr unsigned kWidth = 160; ///< Of the raw picture.
+    static constexpr unsigned kWidth = 160; ///< The raw picture's.
     static constexpr unsigned kHeight = 120;
     static constexpr unsigned kBits = 14;
     static constexpr unsigned kBlack = 1024;
@@ -56,7 +56,7 @@ struct Cr3Photo {
     Run thumbnail;             ///< The JPEG in THMB.
     Run preview;               ///< The JPEG in PRVW.
     std::array<Run, 4> tracks; ///< The bytes in mdat.
-    std::size_t payload = 0;   ///< Of mdat: what is after its header.
+    std::size_t payload = 0;   ///< What is after the header of mdat.
 
     /// The bytes of track n, 1 to 4, as they are in the file now.
     [[nodiscard]] Bytes track(unsigned n) const;

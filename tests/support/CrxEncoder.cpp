@@ -19,7 +19,7 @@
 //
 // Four zeros bring the headers to 112 bytes; the coded planes follow, each filled up to a multiple of 8.
 //
-// How a plane is coded. Of each sample the middle of the range is taken off. The prediction, the run mode
+// How a plane is coded. The middle of the range is subtracted from each sample. The prediction, the run mode
 // and its table are those of JPEG-LS (ITU-T T.87, A.4.1 and A.7); what the prediction missed is written in
 // an adaptive Rice code. x is the sample, a to d are its neighbours:
 //

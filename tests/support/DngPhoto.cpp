@@ -47,7 +47,7 @@ DngPhoto::DngPhoto(const Options& options) : order(options.order) {
 
     TiffWriter tiff(options.order);
     tiff.write_header();
-    const auto preview_width = [&](std::size_t preview) { // Of IFD 0 and of the sub-directories.
+    const auto preview_width = [&](std::size_t preview) { // In IFD 0 and in the sub-directories.
         return options.width / (preview == 0 ? 4U : 2U);
     };
     const auto preview_height = [&](std::size_t preview) {

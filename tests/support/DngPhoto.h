@@ -37,10 +37,10 @@ struct DngPhoto {
     std::vector<std::uint16_t> samples; ///< What the main image holds, row by row.
     TiffDirectory ifd0;
     TiffDirectory main_ifd;
-    std::vector<TiffDirectory> preview_ifds;    ///< Of the sub-directories.
-    std::vector<std::uint32_t> preview_offsets; ///< Of IFD 0 and of preview_ifds.
+    std::vector<TiffDirectory> preview_ifds;    ///< The sub-directories with previews.
+    std::vector<std::uint32_t> preview_offsets; ///< The previews of IFD 0 and of preview_ifds.
     std::vector<std::uint32_t> preview_sizes;
-    std::uint32_t main_entry = 0; ///< Of the main image's NewSubfileType entry.
+    std::uint32_t main_entry = 0; ///< The main image's NewSubfileType entry.
     std::vector<std::uint32_t> tile_offsets;
     std::vector<std::uint32_t> tile_byte_counts;
 };

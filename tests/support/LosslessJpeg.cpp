@@ -6,7 +6,7 @@ namespace test {
 
 namespace {
 
-constexpr unsigned kCategories = 15; // Of differences: 0 to 14 bits. Each has a code of four bits.
+constexpr unsigned kCategories = 15; // Differences of 0 to 14 bits. Each category has a code of four bits.
 
 /// Bits of an entropy-coded segment, high bit first, with a 0 stuffed after each FF.
 class BitWriter {

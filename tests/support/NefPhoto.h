@@ -26,10 +26,10 @@ struct NefPhoto {
     TiffDirectory ifd0;
     TiffDirectory preview_ifd;
     TiffDirectory raw_ifd;
-    std::uint32_t thumbnail_offset = 0; ///< Of the picture of IFD 0.
+    std::uint32_t thumbnail_offset = 0; ///< The picture of IFD 0.
     std::uint32_t thumbnail_size = 0;
-    std::uint32_t preview_offset = 0; ///< Of the JPEG of the first sub-directory.
-    std::uint32_t sub_ifds_list = 0;  ///< Of the two offsets of the sub-directories.
+    std::uint32_t preview_offset = 0; ///< The JPEG of the first sub-directory.
+    std::uint32_t sub_ifds_list = 0;  ///< The two offsets of the sub-directories.
     std::uint32_t raw_offset = 0;     ///< The raw data; they go on to the end of the file.
     std::uint32_t raw_size = 0;
 };

@@ -11,7 +11,7 @@ namespace test {
 
 /// A RAW file's sensor data, decoded by LibRaw. Two files hold the same picture when these are equal.
 struct RawPicture {
-    unsigned width = 0; ///< Of the whole sensor area, in pixels.
+    unsigned width = 0; ///< The whole sensor area's, in pixels.
     unsigned height = 0;
     unsigned errors = 0; ///< What LibRaw counted of data errors.
     std::vector<std::uint16_t> samples;

@@ -17,9 +17,11 @@ class RepairTrial {
 
     /// Repairs the damaged file with the sample. Empty when all is as it must be:
     ///
-    ///   the result is 0 or a code of the format's; a CR3 repair may throw NotFoundException, nothing else
-    ///   does both inputs are unchanged the result is 0 where the oracle expects an output, and only there;
-    ///   then the output is that, byte for byte, and the temporary file is gone
+    /// - The result is 0 or one of the format's codes; a CR3 repair may throw NotFoundException, and nothing
+    ///   else throws.
+    /// - Both inputs are unchanged.
+    /// - The result is 0 where the oracle expects an output, and only there. The output is that, byte for
+    ///   byte, and the temporary file is gone.
     ///
     /// Otherwise a line about what is wrong.
     [[nodiscard]] std::string complaint(const Bytes& sample, const Bytes& damaged);

@@ -17,7 +17,7 @@ struct SmallPair {
     std::string_view extension;
     Bytes sample;
     Bytes damaged;
-    Bytes image; ///< Of the damaged file; of a CR3, track 3. It belongs into the output.
+    Bytes image; ///< The damaged file's; a CR3's track 3. The output must hold it.
 };
 std::ostream& operator<<(std::ostream& stream, const SmallPair& pair);
 

@@ -25,8 +25,8 @@ struct TiffEntry {
 
 /// Where a directory was written.
 struct TiffDirectory {
-    std::uint32_t offset;            ///< Of the entry count.
-    std::uint32_t next_link;         ///< Of the four bytes after the last entry.
+    std::uint32_t offset;            ///< The entry count.
+    std::uint32_t next_link;         ///< The four bytes after the last entry.
     std::vector<std::uint16_t> tags; ///< In file order.
 
     /// The offset of an entry, and of its value field. The tag must be there.

@@ -372,7 +372,7 @@ TEST_F(Cr3Repairs, Track3MayBeBeforeTrack1) {
                                      part(damaged, third, third + damaged_photo.tracks[2].size)));
 }
 
-// Inputs that are missing, empty or cut.
+// Inputs that are directories or one byte long.
 
 TEST_F(Cr3Repairs, SampleThatIsADirectoryIsOutOfRange) {
     fs::create_directory(folder / "sample.cr3");

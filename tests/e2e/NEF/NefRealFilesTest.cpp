@@ -27,7 +27,7 @@ constexpr std::size_t kMainEntry = kRawIfd + 2;
 constexpr std::size_t kStripEntry = 58954;
 constexpr std::size_t kRowsPerStripEntry = kStripEntry + 24;
 constexpr std::size_t kByteCountsEntry = kStripEntry + 36;
-constexpr std::uint32_t kStripList = 59090; // Of 67 offsets.
+constexpr std::uint32_t kStripList = 59090; // A list of 67 offsets.
 constexpr std::uint32_t kRaw = 59642;       // The strips are end to end up to the end of the file.
 constexpr std::uint32_t kHeight = 1324;
 

@@ -226,7 +226,7 @@ TEST_F(NefRepairs, DamagedFileIsReadInTheSamplesByteOrder) {
 TEST_F(NefRepairs, ShortValueOfABigEndianFileIsShifted) {
     Bytes damaged = headless;
     put_bytes(damaged, strip_entry, big_entry(273, 3, 1, 1U << 16U));
-    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1065) << "65536 lies past the end";
+    EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), -1065) << "65536 is past the end";
     damaged.resize(65536 + 10);
     EXPECT_EQ(advance("nef", damaged, sample_photo.bytes), 0);
     EXPECT_EQ(output(), joined(part(blanked(sample_photo.bytes, sample_photo), 0, sample_photo.raw_offset),

@@ -332,7 +332,7 @@ TEST_F(OrfRepairs, SampleImageStartPastTheFileFailsInTheMerge) {
     EXPECT_EQ(advance("orf", damaged, bytes), 0);
 }
 
-// ---- the working copy after failure and success
+// ---- one file twice
 
 TEST_F(OrfRepairs, SampleItselfCanBeTheDamagedFile) {
     write_file(folder / "one.orf", sample.bytes);

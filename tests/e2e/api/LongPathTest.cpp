@@ -31,7 +31,7 @@ class LongPaths : public RepairFixture {
 
     ArwPhoto sample{ArwPhoto::Options{.number = 1}};
     ArwPhoto damaged{ArwPhoto::Options{.number = 2}};
-    fs::path top = folder / "top"; ///< Of the folders that lead down to the deep one.
+    fs::path top = folder / "top"; ///< The first of the folders that lead down to the deep one.
     fs::path deep = top;
     std::error_code error;
 };

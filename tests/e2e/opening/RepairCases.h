@@ -36,7 +36,7 @@ struct PhotoPair {
 /// One format's advanced repair.
 struct RepairCase {
     std::string name{};      ///< The extension, with the byte order where there are two: "arw_MM".
-    std::string extension;   ///< Of the files.
+    std::string extension;   ///< The files' extension.
     std::string format;      ///< The extension that names the format.
     std::string temporary{}; ///< The working copy's name; empty without one.
     PhotoPair (*photos)(ByteOrder order);
@@ -47,7 +47,7 @@ struct RepairCase {
     Failure empty_sample;
     Failure empty_damaged;
     Failure broken_sample; ///< With PhotoPair::broken.
-    Failure cut_header;    ///< With a sample of that many bytes:
+    Failure cut_header;    ///< With a sample cut to each of these sizes:
     std::vector<std::size_t> header_cuts;
     Failure foreign_sample;    ///< With each patch of PhotoPair::foreign.
     Failure unopened_output{}; ///< Code 0 where that goes unnoticed.

@@ -168,7 +168,7 @@ Bytes damaged_track(const Draft& damaged, std::uint64_t first, std::uint64_t las
 Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     Walk walk{{sample_bytes, ByteOrder::kBig}};
     walk.box({"ftyp"});
-    walk.copy(32); // Of moov and the box in it only the length is known.
+    walk.copy(32); // Only the lengths of moov and the box in it are known.
     walk.box({"CNCV"});
     copy_cctp(walk);
     walk.box({"CTBO"});

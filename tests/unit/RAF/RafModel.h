@@ -44,7 +44,7 @@ class RafModel : public ::testing::Test {
     }
 
     test::TempDir folder;
-    std::filesystem::path path; ///< Of the file opened last.
+    std::filesystem::path path; ///< The file opened last.
     int files = 0;
 };
 

@@ -464,7 +464,7 @@ TEST_F(RafDamagedTags, EntryThatIsFoundButCutIsOutOfRange) {
                 << size;
         }
     }
-    // Of the length one byte less is no match, and survived; of the offset it is not found.
+    // A length that lacks one byte is no match and is ignored; an offset that does is not found.
     const Bytes whole = with(with(blank_bytes(100), 10, entry(0xF007, 4, 50)), 88, entry(0xF008, 4, 20));
     RAF raf = open(test::part(whole, 0, 91));
     EXPECT_NO_THROW(raf.read_damaged_strip_tags());
