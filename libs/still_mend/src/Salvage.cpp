@@ -1,8 +1,8 @@
 #include "Salvage.h"
 
-#include "Hypotheses.h"
-#include "Landmarks.h"
-#include "Orphans.h"
+#include "header/HeaderMarkers.h"
+#include "header/Hypotheses.h"
+#include "header/Orphans.h"
 
 #include <algorithm>
 

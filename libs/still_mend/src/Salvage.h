@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Assessment.h"
+#include "assessment/Assessment.h"
 
 #include <optional>
 

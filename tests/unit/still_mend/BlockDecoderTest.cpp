@@ -1,7 +1,7 @@
-#include "BlockDecoder.h"
-#include "BitReader.h"
-#include "McuDecoder.h"
+#include "jpeg/BlockDecoder.h"
 #include "Salvage.h"
+#include "jpeg/BitReader.h"
+#include "jpeg/McuDecoder.h"
 
 #include "support/Bytes.h"
 

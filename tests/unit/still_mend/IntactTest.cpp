@@ -1,7 +1,7 @@
-#include "IntactJpeg.h"
 #include "JpegHabits.h"
 #include "Laboratory.h"
 #include "Work.h"
+#include "assessment/IntactJpeg.h"
 
 #include "support/RealFiles.h"
 #include "support/TempDir.h"

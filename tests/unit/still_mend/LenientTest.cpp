@@ -1,5 +1,5 @@
 #include "JpegHabits.h"
-#include "LenientJpeg.h"
+#include "assessment/LenientJpeg.h"
 
 #include "support/Jpeg.h"
 #include "support/TempDir.h"

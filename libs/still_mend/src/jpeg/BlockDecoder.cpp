@@ -1,0 +1,217 @@
+#include "jpeg/BlockDecoder.h"
+
+#include <algorithm>
+
+namespace still_mend {
+
+namespace {
+
+constexpr std::int32_t kMostPrediction = 32767; // As libjpeg keeps it, in 16 bits.
+constexpr unsigned kNoCode = 17;                // The bits that are no code, and one.
+
+bool needs_dc(const Scan& scan) {
+    return scan.first == 0 && scan.high == 0;
+}
+
+bool needs_ac(const Frame& frame, const Scan& scan) {
+    return !frame.progressive() || scan.first > 0;
+}
+
+} // namespace
+
+bool BlockDecoder::has_tables(const Frame& frame, const Scan& scan, const Tables& tables) {
+    return std::all_of(scan.components.begin(), scan.components.end(), [&](const ScanComponent& each) {
+        return tables.quant[frame.components[each.index].quant] && (!needs_dc(scan) || tables.dc[each.dc]) &&
+               (!needs_ac(frame, scan) || tables.ac[each.ac]);
+    });
+}
+
+BlockDecoder::BlockDecoder(const Frame& frame, const Scan& scan, const Tables& tables) : scan_(scan) {
+    for (const auto& component : scan.components) {
+        const auto& quant = tables.quant[frame.components[component.index].quant]->values;
+        Channel channel;
+        if (needs_dc(scan)) {
+            channel.dc = HuffmanTable(*tables.dc[component.dc]);
+        }
+        if (needs_ac(frame, scan)) {
+            channel.ac = HuffmanTable(*tables.ac[component.ac]);
+        }
+        channel.dc_limit = 1100 / quant[0] + 2;
+        channels_.push_back(channel);
+    }
+    sequential_ = !frame.progressive();
+}
+
+void BlockDecoder::restart() {
+    end_of_band_ = 0;
+    unread_ = 0;
+    for (auto& channel : channels_) {
+        channel.prediction = 0;
+    }
+}
+
+bool BlockDecoder::decode(BitReader& reader, std::size_t channel, Block& block) {
+    bool good = false;
+    if (sequential_) {
+        good = decode_dc(reader, channels_[channel], block) && decode_sequential_ac(reader, channel, block);
+    } else if (scan_.first == 0) {
+        good = scan_.high == 0 ? decode_dc(reader, channels_[channel], block) : refine_dc(reader, block);
+    } else {
+        good = scan_.high == 0 ? decode_ac(reader, channels_[channel].ac, block)
+                               : refine_ac(reader, channels_[channel].ac, block);
+    }
+    return good && !reader.overrun();
+}
+
+void BlockDecoder::step_over(BitReader& reader) {
+    for (; unread_ > 16; unread_ -= 16) {
+        static_cast<void>(reader.get(16));
+    }
+    if (unread_ > 0) {
+        static_cast<void>(reader.get(unread_));
+    }
+    unread_ = 0;
+}
+
+bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) {
+    const int category = channel.dc.decode(reader);
+    if (category < 0 || category > 11) {
+        return fails(category < 0 ? kNoCode : static_cast<unsigned>(category));
+    }
+    channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
+    const std::int32_t limit = (channel.dc_limit >> scan_.low) + 1;
+    if (channel.prediction > limit || channel.prediction < -limit) {
+        // Whoever reads on does so for long: a prediction must not grow without bound.
+        channel.prediction = std::clamp(channel.prediction, -kMostPrediction, kMostPrediction);
+        return false;
+    }
+    block[0] = static_cast<std::int16_t>(channel.prediction * (1 << scan_.low));
+    return true;
+}
+
+bool BlockDecoder::refine_dc(BitReader& reader, Block& block) const {
+    if (reader.get(1) != 0) {
+        block[0] = static_cast<std::int16_t>(block[0] | (1 << scan_.low));
+    }
+    return true;
+}
+
+bool BlockDecoder::decode_sequential_ac(BitReader& reader, std::size_t channel, Block& block) {
+    for (unsigned k = 1; k < 64; ++k) {
+        const int symbol = channels_[channel].ac.decode(reader);
+        if (symbol < 0) {
+            return false;
+        }
+        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned size = static_cast<unsigned>(symbol) & 15U;
+        if (size == 0 && run != 15) {
+            return run == 0;
+        }
+        k += run;
+        if (size == 0) {
+            continue;
+        }
+        if (k > 63 || size > 10) {
+            return false;
+        }
+        block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size));
+    }
+    return true;
+}
+
+bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block& block) {
+    if (end_of_band_ > 0) {
+        --end_of_band_;
+        return true;
+    }
+    for (unsigned k = scan_.first; k <= scan_.last; ++k) {
+        const int symbol = table.decode(reader);
+        if (symbol < 0) {
+            return fails(kNoCode);
+        }
+        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned size = static_cast<unsigned>(symbol) & 15U;
+        if (size == 0 && run != 15) {
+            begin_end_of_band(reader, run);
+            --end_of_band_;
+            return true;
+        }
+        k += run;
+        if (size == 0) {
+            continue;
+        }
+        if (k > scan_.last || size > 10) {
+            return fails(size);
+        }
+        block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size) * (1 << scan_.low));
+    }
+    return true;
+}
+
+void BlockDecoder::begin_end_of_band(BitReader& reader, unsigned run) {
+    end_of_band_ = 1U << run;
+    if (run > 0) {
+        end_of_band_ += reader.get(run);
+    }
+}
+
+/// Adds a bit to a coefficient that is not zero.
+void BlockDecoder::refine(BitReader& reader, std::int16_t& coefficient) const {
+    if (reader.get(1) != 0 && (coefficient & (1 << scan_.low)) == 0) {
+        coefficient =
+            static_cast<std::int16_t>(coefficient + (coefficient > 0 ? 1 << scan_.low : -(1 << scan_.low)));
+    }
+}
+
+bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block& block) {
+    unsigned k = scan_.first;
+    bool good = true;
+    while (end_of_band_ == 0 && k <= scan_.last) {
+        int symbol = table.decode(reader);
+        if (symbol < 0) {
+            fails(kNoCode);
+            step_over(reader);
+            symbol = 0;
+            good = false;
+        }
+        if (reader.overrun()) {
+            return false;
+        }
+        unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned size = static_cast<unsigned>(symbol) & 15U;
+        if (size == 0 && run != 15) {
+            begin_end_of_band(reader, run);
+            break;
+        }
+        const int value = size == 0 ? 0 : (reader.get(1) != 0 ? 1 : -1) * (1 << scan_.low);
+        // Passes over run zeros; every coefficient on the way that is not zero gets its bit.
+        for (; k <= scan_.last; ++k) {
+            std::int16_t& coefficient = block[kNaturalOrder[k]];
+            if (coefficient != 0) {
+                refine(reader, coefficient);
+            } else if (run == 0) {
+                break;
+            } else {
+                --run;
+            }
+        }
+        if (value != 0) {
+            good = good && size == 1 && k <= scan_.last;
+            if (k <= scan_.last) {
+                block[kNaturalOrder[k]] = static_cast<std::int16_t>(value);
+            }
+        }
+        ++k;
+    }
+    if (end_of_band_ > 0) {
+        for (; k <= scan_.last; ++k) {
+            if (std::int16_t& coefficient = block[kNaturalOrder[k]]; coefficient != 0) {
+                refine(reader, coefficient);
+            }
+        }
+        --end_of_band_;
+    }
+    return good;
+}
+
+} // namespace still_mend

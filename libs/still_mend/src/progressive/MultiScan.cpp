@@ -1,0 +1,197 @@
+#include "progressive/MultiScan.h"
+
+#include "jpeg/EntropySegments.h"
+#include "jpeg/Markers.h"
+#include "progressive/ScanReader.h"
+
+#include <algorithm>
+
+namespace still_mend {
+
+namespace {
+
+/// Where the data of a scan end: at the next table or SOS that is plausible; at the first EOI where none
+/// follows.
+std::size_t scan_end(Bytes file, const Frame& frame, std::size_t offset, std::size_t limit) {
+    std::size_t end = limit;
+    while ((offset = next_marker(file, offset, limit)) < limit) {
+        const unsigned char code = file[offset + 1];
+        if (code == marker::kEnd) {
+            end = std::min(end, offset);
+        }
+        if (const auto content = segment_content(file.first(limit), offset)) {
+            Tables tables;
+            if ((code == marker::kHuffmanTables && read_huffman_tables(*content, tables)) ||
+                (code == marker::kScan && read_scan(*content, frame))) {
+                return offset;
+            }
+        }
+        offset += 2;
+    }
+    return end;
+}
+
+/// Reads what stands between two scans: tables, and the next SOS. False at EOI or at the limit.
+class BetweenScans {
+  public:
+    BetweenScans(Bytes file, const Frame& frame, std::size_t limit)
+        : file_(file), frame_(frame), limit_(limit) {}
+
+    bool next(std::size_t offset, Tables& tables) {
+        while ((offset = next_marker(file_, offset, limit_)) < limit_) {
+            const unsigned char code = file_[offset + 1];
+            if (code == marker::kEnd) {
+                end_found = true;
+                end = offset + 2;
+                return false;
+            }
+            const auto content = segment_content(file_.first(limit_), offset);
+            if (content && take(code, *content, tables)) {
+                end = offset + 4 + content->size();
+                offset = end;
+                if (code == marker::kScan) {
+                    return true;
+                }
+                continue;
+            }
+            skipped = true;
+            offset += 2;
+        }
+        return false;
+    }
+
+    Scan scan;
+    std::size_t end = 0; ///< Behind the last segment that was taken.
+    bool end_found = false;
+    bool skipped = false; ///< Some bytes were neither.
+
+  private:
+    bool take(unsigned char code, Bytes content, Tables& tables) {
+        switch (code) {
+        case marker::kHuffmanTables:
+            return read_huffman_tables(content, tables);
+        case marker::kQuantTables:
+            return read_quant_tables(content, tables);
+        case marker::kRestartInterval:
+            return read_restart_interval(content, tables);
+        case marker::kScan:
+            if (auto read = read_scan(content, frame_)) {
+                scan = std::move(*read);
+                return true;
+            }
+            return false;
+        default:
+            return false;
+        }
+    }
+
+    Bytes file_;
+    const Frame& frame_;
+    std::size_t limit_;
+};
+
+/// Whether a scan adds to what another gives.
+bool goes_on_with(const Scan& scan, const Scan& other) {
+    const auto shared = [&](const ScanComponent& component) {
+        return std::any_of(other.components.begin(), other.components.end(),
+                           [&](const ScanComponent& each) { return each.index == component.index; });
+    };
+    return scan.first <= other.last && other.first <= scan.last &&
+           std::any_of(scan.components.begin(), scan.components.end(), shared);
+}
+
+/// Whether a scan refines all coefficients that another gave, as the next one.
+bool refines(const ScanSource& source, const ScanSource& other) {
+    const Scan& scan = source.scan;
+    const Scan& first = other.scan;
+    return first.first > 0 && first.high == 0 && scan.high > 0 && scan.high == first.low && scan.first > 0 &&
+           scan.first <= first.first && scan.last >= first.last &&
+           scan.components[0].index == first.components[0].index &&
+           source.tables.restart_interval == other.tables.restart_interval;
+}
+
+/// Reads the scans of a picture one by one.
+class ScanSequence {
+  public:
+    ScanSequence(Bytes file, const Candidate& candidate, CoefficientStore& store)
+        : file_(file), candidate_(candidate), frame_(*candidate.frame),
+          reader_(file, frame_, store, candidate.limit), whole_(!candidate.damaged_header) {}
+
+    MultiScanResult decode() {
+        BetweenScans between(file_, frame_, candidate_.limit);
+        Tables tables = candidate_.tables;
+        between.scan = *candidate_.scan;
+        between.end = candidate_.entropy;
+        bool more = true;
+        for (unsigned count = 0; more && count < kMaxScans; ++count) {
+            if (BlockDecoder::has_tables(frame_, between.scan, tables)) {
+                const std::size_t limit = scan_end(file_, frame_, between.end, candidate_.limit);
+                between.end = std::max(between.end, take({between.scan, tables, between.end, limit}));
+            } else {
+                fail(between.end);
+            }
+            more = between.next(between.end, tables);
+        }
+        read_waiting();
+        reader_.finish(result_);
+        result_.end_found = between.end_found;
+        result_.end = between.end;
+        result_.whole =
+            whole_ && between.end_found && !between.skipped &&
+            std::none_of(result_.coarse.begin(), result_.coarse.end(), [](bool coarse) { return coarse; });
+        return std::move(result_);
+    }
+
+  private:
+    /// Reads a scan, or lets it wait until all others are read. Gives where it ends.
+    std::size_t take(ScanSource&& source) {
+        const auto builds_on = [&](const ScanSource& other) { return goes_on_with(source.scan, other.scan); };
+        if (std::any_of(waiting_.begin(), waiting_.end(), builds_on) || reader_.has_hidden_loss(source)) {
+            waiting_.push_back(std::move(source));
+            return waiting_.back().limit;
+        }
+        return read(source);
+    }
+
+    /// Brightness first: all else is placed by it.
+    void read_waiting() {
+        std::stable_partition(waiting_.begin(), waiting_.end(), [](const ScanSource& source) {
+            return source.scan.first == 0 && source.scan.high == 0;
+        });
+        for (const auto& source : waiting_) {
+            const auto found = std::find_if(waiting_.begin(), waiting_.end(), [&](const ScanSource& other) {
+                return refines(other, source) && !reader_.has_hidden_loss(other);
+            });
+            read(source, found == waiting_.end() ? nullptr : &*found);
+        }
+    }
+
+    std::size_t read(const ScanSource& source, const ScanSource* refining = nullptr) {
+        const auto outcome = reader_.read(source, refining);
+        if (!outcome.whole) {
+            fail(outcome.first_bad);
+        }
+        return outcome.end;
+    }
+
+    void fail(std::size_t offset) {
+        result_.first_bad = whole_ ? offset : std::min(result_.first_bad, offset);
+        whole_ = false;
+    }
+
+    Bytes file_;
+    const Candidate& candidate_;
+    const Frame& frame_;
+    ScanReader reader_;
+    std::vector<ScanSource> waiting_; // In the order of the file.
+    MultiScanResult result_;
+    bool whole_;
+};
+
+} // namespace
+
+MultiScanResult decode_scans(Bytes file, const Candidate& candidate, CoefficientStore& store) {
+    return ScanSequence(file, candidate, store).decode();
+}
+
+} // namespace still_mend
