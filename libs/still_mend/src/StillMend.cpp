@@ -28,7 +28,7 @@ std::uint32_t warnings_of(const Assessment& assessment, Delivered delivered) {
     warn_if(hypothesis.tables_standard, STILL_MEND_TABLES_STANDARD);
     warn_if(hypothesis.frame_borrowed, STILL_MEND_FRAME_BORROWED);
     warn_if(assessment.interval_inferred, STILL_MEND_INTERVAL_INFERRED);
-    warn_if(!assessment.end_found, STILL_MEND_END_ADDED);
+    warn_if(!assessment.eoi_found, STILL_MEND_END_ADDED);
     warn_if(assessment.own + assessment.guessed < assessment.total, STILL_MEND_PARTS_LOST);
     warn_if(assessment.resynchronised, STILL_MEND_RESYNCHRONISED);
     warn_if(delivered == Delivered::kReencoded, STILL_MEND_REENCODED);

@@ -33,7 +33,7 @@ Frame grey_frame(unsigned char code) {
 Scan grey_scan(unsigned last) {
     Scan scan;
     scan.components.push_back({0, 0, 0});
-    scan.last = last;
+    scan.se = last;
     return scan;
 }
 

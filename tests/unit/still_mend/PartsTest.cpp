@@ -212,7 +212,7 @@ TEST(Segments, TheContentOfASegmentLiesWithinTheFile) {
 TEST(Pieces, BeginOnlyBehindRestartMarkers) {
     //               0  1     2     3  4     5     6  7     8     9  10    11
     const Raw file{1, 0xFF, 0xD0, 2, 0xFF, 0xC4, 3, 0xFF, 0xD2, 4, 0xFF, 0xD9};
-    PieceWalk walk(file, 0, file.size(), true);
+    EntropySegmentWalk walk(file, 0, file.size(), true);
     auto piece = walk.next();
     ASSERT_TRUE(piece);
     EXPECT_EQ(piece->restart, -1);
@@ -226,7 +226,7 @@ TEST(Pieces, BeginOnlyBehindRestartMarkers) {
     ASSERT_TRUE(piece);
     EXPECT_EQ(piece->restart, 2);
     EXPECT_FALSE(piece->adjacent);
-    EXPECT_TRUE(piece->at_end);
+    EXPECT_TRUE(piece->at_eoi);
     EXPECT_FALSE(walk.next());
 }
 
@@ -254,7 +254,7 @@ TEST(Candidates, APictureInAnApplicationSegmentIsNested) {
     Raw file(outer.begin(), outer.begin() + 2);
     file.insert(file.end(), segment.begin(), segment.end());
     file.insert(file.end(), outer.begin() + 2, outer.end());
-    const auto candidates = find_candidates(file, find_landmarks(file));
+    const auto candidates = find_candidates(file, find_header_markers(file));
     ASSERT_EQ(candidates.size(), 2U);
     EXPECT_FALSE(candidates[0].nested);
     EXPECT_EQ(candidates[0].frame->width, 320U);
@@ -265,16 +265,16 @@ TEST(Candidates, APictureInAnApplicationSegmentIsNested) {
 TEST(Candidates, ALosslessStreamIsNoPicture) {
     Raw file = test::make_coded(test::coding_named("baseline 4:2:0"), 1, 320, 240);
     file[test::dissect(file).frame[0].first + 1] = 0xC3;
-    const auto candidates = find_candidates(file, find_landmarks(file));
+    const auto candidates = find_candidates(file, find_header_markers(file));
     ASSERT_FALSE(candidates.empty());
     EXPECT_TRUE(candidates[0].other_process);
-    EXPECT_FALSE(candidates[0].scan_offset);
+    EXPECT_FALSE(candidates[0].sos_offset);
 }
 
 /// The places of the runs of a file with restarts.
 struct Placed {
     explicit Placed(const Raw& file)
-        : candidate(find_candidates(file, find_landmarks(file)).at(0)), frame(candidate.frame.value()),
+        : candidate(find_candidates(file, find_header_markers(file)).at(0)), frame(candidate.frame.value()),
           survey(survey_restarts(data_of(file), McuDecoder(frame, candidate.scan.value(), candidate.tables),
                                  McuTraces(frame, candidate.scan.value(), candidate.tables))),
           canvas(survey.traces, frame.mcus_wide(), frame.mcus()),
@@ -284,7 +284,7 @@ struct Placed {
         return {file, candidate.entropy, candidate.limit, candidate.tables.restart_interval, frame.mcus()};
     }
 
-    Candidate candidate;
+    PictureCandidate candidate;
     Frame frame;
     Survey survey;
     Canvas canvas;
@@ -331,21 +331,21 @@ TEST(Placement, NoRunIsPlacedTwice) {
 
 TEST(Landmarks, AreBoundedWhateverTheBytes) {
     Raw starts;
-    while (starts.size() < 6U * (kMaxLandmarks + 100)) {
+    while (starts.size() < 6U * (kMaxHeaderMarkers + 100)) {
         starts.insert(starts.end(), {0xFF, 0xD8, 0xFF, 0xE0, 0x00, 0x10});
     }
-    EXPECT_EQ(find_landmarks(starts).size(), kMaxLandmarks);
-    EXPECT_TRUE(find_landmarks(Raw(100000, 0xFF)).empty());
-    EXPECT_TRUE(find_landmarks(Raw(100000, 0)).empty());
-    EXPECT_TRUE(find_landmarks({}).empty());
+    EXPECT_EQ(find_header_markers(starts).size(), kMaxHeaderMarkers);
+    EXPECT_TRUE(find_header_markers(Raw(100000, 0xFF)).empty());
+    EXPECT_TRUE(find_header_markers(Raw(100000, 0)).empty());
+    EXPECT_TRUE(find_header_markers({}).empty());
 }
 
 /// Pieces that all close, with nothing that tells of a loss.
-std::vector<PathPiece> seamless_pieces(std::size_t count) {
-    PathPiece piece;
+std::vector<PathInterval> seamless_pieces(std::size_t count) {
+    PathInterval piece;
     piece.seamless = true;
     piece.closing = 0xFF;
-    return std::vector<PathPiece>(count, piece);
+    return std::vector<PathInterval>(count, piece);
 }
 
 /// Pieces fit with these odds in one state, and as badly in all others.

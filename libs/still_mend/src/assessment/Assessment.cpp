@@ -31,7 +31,7 @@ bool is_noise(const Canvas::Roughness& roughness) {
 }
 
 ScanData scan_data(Bytes file, const Hypothesis& hypothesis) {
-    const Candidate& candidate = hypothesis.candidate;
+    const PictureCandidate& candidate = hypothesis.candidate;
     return {file,
             candidate.entropy,
             candidate.limit,
@@ -40,7 +40,7 @@ ScanData scan_data(Bytes file, const Hypothesis& hypothesis) {
             hypothesis.from_start};
 }
 
-bool has_one_scan(const Candidate& candidate) {
+bool has_one_scan(const PictureCandidate& candidate) {
     return !candidate.frame->progressive() &&
            candidate.scan->components.size() == candidate.frame->components.size();
 }
@@ -97,7 +97,7 @@ class OneScan {
     }
 
     void place() {
-        const Candidate& candidate = result_.hypothesis.candidate;
+        const PictureCandidate& candidate = result_.hypothesis.candidate;
         const McuTraces empty(*candidate.frame, *candidate.scan, candidate.tables);
         const Survey survey = data_.interval == 0 ? survey_plain(data_, decoder_, empty)
                                                   : survey_restarts(data_, decoder_, empty);
@@ -136,11 +136,11 @@ class OneScan {
         const bool in_order = data_.from_start && result_.own == result_.total &&
                               placements.size() == intervals && survey.runs.size() >= intervals &&
                               ends_in_order(survey, placements);
-        result_.end_found = !survey.runs.empty() && survey.runs.back().at_end;
+        result_.eoi_found = !survey.runs.empty() && survey.runs.back().at_eoi;
         result_.end = survey.end;
         result_.whole = in_order;
         result_.first_bad = first_bad(survey, placements);
-        if (in_order && !result_.end_found) {
+        if (in_order && !result_.eoi_found) {
             result_.end = end_of_last(placements.back(), survey);
             result_.first_bad = result_.end;
         }
@@ -212,7 +212,7 @@ class OneScan {
 };
 
 /// The roughness of what several scans gave.
-Canvas::Roughness roughness_of(const Candidate& candidate, const CoefficientStore& store,
+Canvas::Roughness roughness_of(const PictureCandidate& candidate, const CoefficientStore& store,
                                const std::vector<bool>& present) {
     const Frame& frame = *candidate.frame;
     Scan interleaved;
@@ -231,7 +231,7 @@ Canvas::Roughness roughness_of(const Candidate& candidate, const CoefficientStor
 }
 
 Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
-    const Candidate& candidate = hypothesis.candidate;
+    const PictureCandidate& candidate = hypothesis.candidate;
     CoefficientStore store(*candidate.frame);
     const auto scans = decode_scans(file, candidate, store);
     Assessment result;
@@ -247,7 +247,7 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
         }
     }
     result.whole = scans.whole;
-    result.end_found = scans.end_found;
+    result.eoi_found = scans.eoi_found;
     result.end = scans.end;
     result.first_bad = candidate.damaged_header ? candidate.offset : scans.first_bad;
     result.noise = !scans.whole && is_noise(roughness_of(candidate, store, scans.present));
@@ -269,7 +269,7 @@ bool is_impossible(const Block& block, const QuantTable& quant) {
 
 /// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible.
 /// The first scan of a progressive one holds too little for that; it must not be rough, nor all alike.
-bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
+bool is_no_picture(const PictureCandidate& candidate, const LenientJpeg& picture) {
     constexpr std::size_t kFew = 64; // One in so many.
     if (candidate.frame->progressive()) {
         std::vector<bool> smooth(candidate.frame->mcus(), false);
@@ -287,7 +287,7 @@ bool is_no_picture(const Candidate& candidate, const LenientJpeg& picture) {
         flat = flat && mcu == first;
         std::size_t block = 0;
         for (const auto& component : candidate.frame->components) {
-            for (unsigned count = 0; count < component.h * component.v; ++count, ++blocks) {
+            for (unsigned count = 0; count < component.h_samp * component.v_samp; ++count, ++blocks) {
                 impossible += is_impossible(mcu[block++], *candidate.tables.quant[component.quant]) ? 1U : 0U;
             }
         }
@@ -312,33 +312,33 @@ Assessment assess(Bytes file, const Hypothesis& hypothesis) {
                                               : assess_scans(file, hypothesis);
 }
 
-std::optional<Assessment> assess_intact(Bytes file, const Candidate& candidate) {
+std::optional<Assessment> assess_intact(Bytes file, const PictureCandidate& candidate) {
     auto picture = read_intact(file.subspan(candidate.offset));
     if (!picture) {
         return std::nullopt;
     }
     Assessment result;
     result.hypothesis.candidate = candidate;
-    result.hypothesis.candidate.has_start = true;
+    result.hypothesis.candidate.has_soi = true;
     result.hypothesis.candidate.damaged_header = false;
     result.total = picture->frame.mcus();
     result.hypothesis.candidate.frame = std::move(picture->frame);
     result.own = result.total;
     result.intact = true;
     result.whole = true;
-    result.end_found = true;
+    result.eoi_found = true;
     result.end = candidate.offset + picture->size;
     result.first_bad = result.end;
     return result;
 }
 
-std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidate) {
+std::optional<Assessment> assess_leniently(Bytes file, const PictureCandidate& candidate) {
     auto picture = read_leniently(file.subspan(candidate.offset));
     if (!picture) {
         return std::nullopt;
     }
     Assessment result;
-    Candidate& filled = result.hypothesis.candidate;
+    PictureCandidate& filled = result.hypothesis.candidate;
     filled = candidate;
     filled.tables = picture->tables;
     filled.frame = std::move(picture->frame);
@@ -346,24 +346,24 @@ std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidat
     result.multi_scan = true;
     result.total = filled.frame->mcus();
     result.guessed = picture->smooth;
-    result.end_found = picture->end_found;
+    result.eoi_found = picture->eoi_found;
     result.end = candidate.offset + picture->end;
     result.first_bad = candidate.offset + picture->first_bad;
     result.noise = !marker::is_arithmetic(filled.frame->code) && is_no_picture(filled, *picture);
     return result;
 }
 
-Developed develop(Bytes file, const Assessment& assessment) {
-    const Candidate& candidate = assessment.hypothesis.candidate;
+DecodedPicture decode_picture(Bytes file, const Assessment& assessment) {
+    const PictureCandidate& candidate = assessment.hypothesis.candidate;
     if (assessment.by_libjpeg) {
         auto picture = read_leniently(file.subspan(candidate.offset));
         return {picture ? std::move(picture->store) : CoefficientStore(*candidate.frame),
                 std::vector<bool>(assessment.total, true)};
     }
-    Developed developed{CoefficientStore(*candidate.frame), std::vector<bool>(assessment.total, false)};
+    DecodedPicture decoded{CoefficientStore(*candidate.frame), std::vector<bool>(assessment.total, false)};
     if (assessment.multi_scan) {
-        developed.present = decode_scans(file, candidate, developed.store).present;
-        return developed;
+        decoded.present = decode_scans(file, candidate, decoded.store).present;
+        return decoded;
     }
     const McuDecoder decoder(*candidate.frame, *candidate.scan, candidate.tables);
     for (const auto& run : assessment.runs) {
@@ -378,17 +378,17 @@ Developed develop(Bytes file, const Assessment& assessment) {
         const std::size_t last = std::min(position + place.count, assessment.total);
         for (; position < last && decoder.decode(reader, dc, mcu); ++position) {
             decoder.shift_dc(mcu, place.level);
-            developed.store.put_mcu(position, mcu);
-            developed.present[position] = true;
+            decoded.store.put_mcu(position, mcu);
+            decoded.present[position] = true;
         }
         // Of the MCU in which the run breaks off some blocks may be good. They are shown, but not counted.
-        if (position < assessment.total && !developed.present[position] && !decoder.decode(reader, dc, mcu)) {
+        if (position < assessment.total && !decoded.present[position] && !decoder.decode(reader, dc, mcu)) {
             decoder.shift_dc(mcu, place.level);
-            developed.store.put_mcu(position, mcu);
-            developed.present[position] = true;
+            decoded.store.put_mcu(position, mcu);
+            decoded.present[position] = true;
         }
     }
-    return developed;
+    return decoded;
 }
 
 } // namespace still_mend

@@ -29,7 +29,7 @@ struct Assessment {
     std::size_t guessed = 0;     ///< MCUs that were decoded and whose place is not sure. None of own.
     std::size_t coarse = 0;      ///< Of these: without all of their detail.
     bool whole = false;          ///< All of them, from the first bit to the last.
-    bool end_found = false;      ///< EOI is there.
+    bool eoi_found = false;      ///< EOI is there.
     bool interval_inferred = false;
     bool resynchronised = false; ///< Some MCUs were found again behind damage without a restart.
     bool noise = false;          ///< What decoded is no picture.
@@ -47,17 +47,17 @@ struct Assessment {
 [[nodiscard]] Assessment assess(Bytes file, const Hypothesis& hypothesis);
 
 /// The picture that begins at the candidate's SOI, if libjpeg decodes it without an error or a warning.
-[[nodiscard]] std::optional<Assessment> assess_intact(Bytes file, const Candidate& candidate);
+[[nodiscard]] std::optional<Assessment> assess_intact(Bytes file, const PictureCandidate& candidate);
 
 /// What libjpeg alone reads of the picture at the candidate's SOI. Huffman coded noise is told apart;
 /// arithmetic coding has no sign of damage, so that it is delivered as libjpeg decodes it.
-[[nodiscard]] std::optional<Assessment> assess_leniently(Bytes file, const Candidate& candidate);
+[[nodiscard]] std::optional<Assessment> assess_leniently(Bytes file, const PictureCandidate& candidate);
 
 /// Decodes what was assessed. present tells which MCUs are the photographer's own.
-struct Developed {
+struct DecodedPicture {
     CoefficientStore store;
     std::vector<bool> present;
 };
-[[nodiscard]] Developed develop(Bytes file, const Assessment& assessment);
+[[nodiscard]] DecodedPicture decode_picture(Bytes file, const Assessment& assessment);
 
 } // namespace still_mend

@@ -75,7 +75,7 @@ std::optional<IntactJpeg> read_intact(Bytes jpeg) {
 }
 
 bool begins_as_jpeg(Bytes bytes) {
-    return bytes.size() > 3 && bytes[0] == 0xFF && bytes[1] == marker::kStart && bytes[2] == 0xFF;
+    return bytes.size() > 3 && bytes[0] == 0xFF && bytes[1] == marker::kSoi && bytes[2] == 0xFF;
 }
 
 } // namespace still_mend

@@ -114,9 +114,9 @@ class LenientReader {
     void copy(const Frame& frame, std::size_t index, jvirt_barray_ptr array, CoefficientStore& store) {
         const auto& component = codec_.info.comp_info[index];
         const auto rows_high = std::min<std::size_t>(
-            component.height_in_blocks, std::size_t{frame.mcus_high()} * frame.components[index].v);
-        const auto wide = std::min<std::size_t>(component.width_in_blocks,
-                                                std::size_t{frame.mcus_wide()} * frame.components[index].h);
+            component.height_in_blocks, std::size_t{frame.mcus_high()} * frame.components[index].v_samp);
+        const auto wide = std::min<std::size_t>(
+            component.width_in_blocks, std::size_t{frame.mcus_wide()} * frame.components[index].h_samp);
         for (std::size_t row = 0; row < rows_high; ++row) {
             auto* const* rows = codec_.info.mem->access_virt_barray(
                 reinterpret_cast<j_common_ptr>(&codec_.info), array, static_cast<JDIMENSION>(row), 1, FALSE);
@@ -132,7 +132,7 @@ class LenientReader {
         picture.smooth = undisturbed ? all : std::min(all, watch_.row * picture.frame.mcus_wide());
         picture.first_bad = codec_.errors.num_warnings == 0 ? codec_.consumed() : watch_.offset;
         picture.end = codec_.consumed();
-        picture.end_found = !codec_.ran_out();
+        picture.eoi_found = !codec_.ran_out();
     }
 
     Bytes jpeg_;

@@ -16,7 +16,7 @@ struct LenientJpeg {
     std::size_t smooth = 0;    ///< MCUs that the first scan gave before libjpeg's first warning.
     std::size_t first_bad = 0; ///< Offset at which libjpeg had arrived before that, about.
     std::size_t end = 0;       ///< One behind the last byte that was read.
-    bool end_found = false;    ///< EOI is there.
+    bool eoi_found = false;    ///< EOI is there.
 };
 
 /// Reads what libjpeg opens, arithmetic coding included, over all its warnings. Where a marker behind the

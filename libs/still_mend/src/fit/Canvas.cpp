@@ -21,14 +21,14 @@ Canvas::Roughness Canvas::roughness() const {
     // order.
     std::vector<std::uint32_t> taken_places;
     for (std::size_t place = 0; place < total(); ++place) {
-        if (taken(place)) {
+        if (is_filled(place)) {
             taken_places.push_back(static_cast<std::uint32_t>(place));
         }
     }
     for (std::size_t nth = 0; nth < taken_places.size(); ++nth) {
         const std::size_t place = taken_places[nth];
         const int level = level_[place][0] * traces_.step_of_dc();
-        if (place >= wide_ && taken(place - wide_)) {
+        if (place >= wide_ && is_filled(place - wide_)) {
             const int above = level_[place - wide_][0] * traces_.step_of_dc();
             sums.down += traces_.step_down(trace_of_[place - wide_], trace_of_[place], level - above);
             ++sums.pairs;
@@ -38,7 +38,7 @@ Canvas::Roughness Canvas::roughness() const {
                                             level - level_[other][0] * traces_.step_of_dc());
             ++apart;
         }
-        if (place % wide_ != 0 && taken(place - 1)) {
+        if (place % wide_ != 0 && is_filled(place - 1)) {
             const int before = level_[place - 1][0] * traces_.step_of_dc();
             sums.right += traces_.step_right(trace_of_[place - 1], trace_of_[place], level - before);
             ++sums.pairs_right;

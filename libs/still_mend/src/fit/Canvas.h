@@ -22,7 +22,7 @@ class Canvas {
     [[nodiscard]] const McuTraces& traces() const { return traces_; }
     [[nodiscard]] std::size_t wide() const { return wide_; }
     [[nodiscard]] std::size_t total() const { return trace_of_.size(); }
-    [[nodiscard]] bool taken(std::size_t position) const { return trace_of_[position] != kNone; }
+    [[nodiscard]] bool is_filled(std::size_t position) const { return trace_of_[position] != kNone; }
     [[nodiscard]] std::uint32_t trace(std::size_t position) const { return trace_of_[position]; }
     [[nodiscard]] const Levels& level(std::size_t position) const { return level_[position]; }
 

@@ -48,13 +48,14 @@ McuTraces::McuTraces(const Frame& frame, const Scan& scan, const Tables& tables)
             plane.quant[kNaturalOrder[k]] = zigzag[k];
         }
         plane.top_block = block;
-        plane.bottom_block = block + (components_ == 1 ? 0 : std::size_t{component.v - 1} * component.h);
-        block += std::size_t{component.h} * component.v;
+        plane.bottom_block =
+            block + (components_ == 1 ? 0 : std::size_t{component.v_samp - 1} * component.h_samp);
+        block += std::size_t{component.h_samp} * component.v_samp;
         planes_.push_back(plane);
     }
     const auto& first = frame.components[scan.components[0].index];
-    blocks_wide_ = components_ == 1 ? 1 : first.h;
-    blocks_high_ = components_ == 1 ? 1 : first.v;
+    blocks_wide_ = components_ == 1 ? 1 : first.h_samp;
+    blocks_high_ = components_ == 1 ? 1 : first.v_samp;
     across_ = 4 * blocks_wide_;
     down_ = 4 * blocks_high_;
     stride_ = 2 * (across_ + down_) + 2 * components_;

@@ -16,7 +16,7 @@ constexpr std::size_t kMostWide = 2048;
 constexpr std::size_t kCompared = 3000;
 
 /// MCUs that decoded one behind the other.
-struct Stretch {
+struct JoinedRuns {
     std::size_t first = 0; // Trace.
     std::size_t count = 0;
 };
@@ -45,20 +45,20 @@ class FrameInference {
         } else {
             survey_ = survey_plain(data_, decoder_, survey_.traces);
         }
-        const Stretch stretch = longest();
+        const JoinedRuns stretch = longest();
         const auto wide = width(stretch);
         return wide ? with_size(*wide) : std::nullopt;
     }
 
   private:
-    [[nodiscard]] Stretch longest() const {
-        Stretch best;
-        Stretch current;
+    [[nodiscard]] JoinedRuns longest() const {
+        JoinedRuns best;
+        JoinedRuns current;
         for (const auto& run : survey_.runs) {
             const bool follows = data_.interval != 0 && run.closes && run.adjacent &&
                                  current.first + current.count == run.trace;
-            current =
-                follows ? Stretch{current.first, current.count + run.count} : Stretch{run.trace, run.count};
+            current = follows ? JoinedRuns{current.first, current.count + run.count}
+                              : JoinedRuns{run.trace, run.count};
             if (current.count > best.count) {
                 best = current;
             }
@@ -67,7 +67,7 @@ class FrameInference {
     }
 
     /// The mean step down when a row has so many MCUs.
-    [[nodiscard]] double step_at(const Stretch& stretch, std::size_t wide) const {
+    [[nodiscard]] double step_at(const JoinedRuns& stretch, std::size_t wide) const {
         const std::size_t last = std::min(stretch.count, wide + kCompared);
         double sum = 0;
         for (std::size_t mcu = wide; mcu < last; ++mcu) {
@@ -76,7 +76,7 @@ class FrameInference {
         return sum / static_cast<double>(last - wide);
     }
 
-    [[nodiscard]] std::optional<std::size_t> width(const Stretch& stretch) const {
+    [[nodiscard]] std::optional<std::size_t> width(const JoinedRuns& stretch) const {
         if (stretch.count < 6 * kLeastWide) {
             return std::nullopt;
         }
@@ -119,7 +119,7 @@ class FrameInference {
 
     /// Every run in its turn to the EOI.
     [[nodiscard]] bool is_whole() const {
-        return !survey_.runs.empty() && survey_.runs.back().at_end &&
+        return !survey_.runs.empty() && survey_.runs.back().at_eoi &&
                std::all_of(survey_.runs.begin(), survey_.runs.end(),
                            [](const Run& run) { return run.closes; });
     }
@@ -127,7 +127,7 @@ class FrameInference {
     /// The number of the last restart marker tells the number of intervals, but for multiples of eight: takes
     /// the nearest height that gives such a number.
     void agree_with_last_restart(Frame& frame, unsigned mcu_height) const {
-        if (data_.interval == 0 || survey_.runs.empty() || !survey_.runs.back().at_end ||
+        if (data_.interval == 0 || survey_.runs.empty() || !survey_.runs.back().at_eoi ||
             survey_.runs.back().restart < 0) {
             return;
         }
@@ -150,7 +150,7 @@ class FrameInference {
     }
 
     const Frame& borrowed_;
-    const Candidate& candidate_;
+    const PictureCandidate& candidate_;
     McuDecoder decoder_;
     ScanData data_;
     Survey survey_;

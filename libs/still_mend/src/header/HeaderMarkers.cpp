@@ -14,20 +14,20 @@ constexpr std::size_t kMaxTableLength =
     std::size_t{4} * 2 * (17 + 256); // Eight Huffman tables in one segment.
 
 bool may_follow_start(unsigned char code) {
-    return marker::is_application(code) || marker::is_picture_frame(code) || code == marker::kComment ||
-           code == marker::kQuantTables || code == marker::kHuffmanTables || code == marker::kRestartInterval;
+    return marker::is_application(code) || marker::is_picture_frame(code) || code == marker::kCom ||
+           code == marker::kDqt || code == marker::kDht || code == marker::kDri;
 }
 
 bool is_plausible(unsigned char code, Bytes content) {
     Tables tables;
     switch (code) {
-    case marker::kQuantTables:
+    case marker::kDqt:
         return content.size() <= kMaxTableLength && read_quant_tables(content, tables);
-    case marker::kHuffmanTables:
+    case marker::kDht:
         return content.size() <= kMaxTableLength && read_huffman_tables(content, tables);
-    case marker::kRestartInterval:
+    case marker::kDri:
         return content.size() == 2;
-    case marker::kScan:
+    case marker::kSos:
         return is_scan(content);
     default:
         return read_frame(code, content).has_value();
@@ -35,25 +35,25 @@ bool is_plausible(unsigned char code, Bytes content) {
 }
 
 bool is_segment_code(unsigned char code) {
-    return marker::is_picture_frame(code) || code == marker::kQuantTables || code == marker::kHuffmanTables ||
-           code == marker::kRestartInterval || code == marker::kScan;
+    return marker::is_picture_frame(code) || code == marker::kDqt || code == marker::kDht ||
+           code == marker::kDri || code == marker::kSos;
 }
 
 } // namespace
 
-std::vector<Landmark> find_landmarks(Bytes file) {
+std::vector<HeaderMarker> find_header_markers(Bytes file) {
     Work::add(file.size());
-    std::vector<Landmark> found;
+    std::vector<HeaderMarker> found;
     std::size_t budget = 16 * file.size();
     std::size_t offset = 0;
-    while (offset + 4 < file.size() && found.size() < kMaxLandmarks) {
+    while (offset + 4 < file.size() && found.size() < kMaxHeaderMarkers) {
         const void* next = std::memchr(file.data() + offset, 0xFF, file.size() - offset - 4);
         if (next == nullptr) {
             break;
         }
         offset = static_cast<std::size_t>(static_cast<const unsigned char*>(next) - file.data());
         const unsigned char code = file[offset + 1];
-        if (code == marker::kStart) {
+        if (code == marker::kSoi) {
             if (file[offset + 2] == 0xFF && may_follow_start(file[offset + 3])) {
                 found.push_back({offset, code});
             }

@@ -9,7 +9,7 @@ namespace still_mend {
 
 namespace {
 
-bool has_quant_tables(const Candidate& candidate) {
+bool has_quant_tables(const PictureCandidate& candidate) {
     return std::all_of(candidate.frame->components.begin(), candidate.frame->components.end(),
                        [&](const Component& each) { return candidate.tables.quant[each.quant].has_value(); });
 }
@@ -37,8 +37,8 @@ Tables standard_tables() {
 }
 
 /// Reads SOS with a frame that was not known when the header was walked.
-void read_first_scan(Bytes file, Candidate& candidate) {
-    if (const auto content = segment_content(file, *candidate.scan_offset)) {
+void read_first_scan(Bytes file, PictureCandidate& candidate) {
+    if (const auto content = segment_content(file, *candidate.sos_offset)) {
         candidate.scan = read_scan(*content, *candidate.frame);
     }
 }
@@ -52,7 +52,7 @@ void add_if_complete(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypo
 } // namespace
 
 void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis) {
-    const Candidate& candidate = hypothesis.candidate;
+    const PictureCandidate& candidate = hypothesis.candidate;
     if (hypothesis.frame_borrowed && !candidate.frame->progressive() &&
         candidate.scan->components.size() == candidate.frame->components.size()) {
         if (const auto frame = infer_frame(file, hypothesis); frame && *frame != *candidate.frame) {
@@ -63,34 +63,35 @@ void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypot
     hypotheses.push_back(hypothesis);
 }
 
-bool has_all_tables(const Candidate& candidate) {
+bool has_all_tables(const PictureCandidate& candidate) {
     if (!has_quant_tables(candidate)) {
         return false;
     }
     if (!candidate.frame->progressive()) {
         return McuDecoder::has_tables(*candidate.frame, *candidate.scan, candidate.tables);
     }
-    return candidate.scan->first != 0 || candidate.scan->high != 0 ||
+    return candidate.scan->ss != 0 || candidate.scan->ah != 0 ||
            std::all_of(candidate.scan->components.begin(), candidate.scan->components.end(),
                        [&](const ScanComponent& each) { return candidate.tables.dc[each.dc].has_value(); });
 }
 
-std::uint64_t claimed_pixels(const Candidate& candidate) {
+std::uint64_t claimed_pixels(const PictureCandidate& candidate) {
     const Frame* frame = candidate.frame ? &*candidate.frame : nullptr;
     return frame == nullptr ? 0 : std::uint64_t{frame->width} * frame->height;
 }
 
-std::vector<Candidate> find_siblings(const std::vector<Candidate>& candidates) {
-    std::vector<Candidate> siblings;
+std::vector<PictureCandidate> find_siblings(const std::vector<PictureCandidate>& candidates) {
+    std::vector<PictureCandidate> siblings;
     for (const auto& candidate : candidates) {
         if (candidate.frame && candidate.scan && has_all_tables(candidate)) {
             siblings.push_back(candidate);
         }
     }
-    std::stable_sort(siblings.begin(), siblings.end(), [](const Candidate& a, const Candidate& b) {
-        return claimed_pixels(a) > claimed_pixels(b);
-    });
-    const auto same = [](const Candidate& a, const Candidate& b) {
+    std::stable_sort(siblings.begin(), siblings.end(),
+                     [](const PictureCandidate& a, const PictureCandidate& b) {
+                         return claimed_pixels(a) > claimed_pixels(b);
+                     });
+    const auto same = [](const PictureCandidate& a, const PictureCandidate& b) {
         return a.tables == b.tables && a.frame == b.frame;
     };
     siblings.erase(std::unique(siblings.begin(), siblings.end(), same), siblings.end());
@@ -100,10 +101,10 @@ std::vector<Candidate> find_siblings(const std::vector<Candidate>& candidates) {
     return siblings;
 }
 
-std::vector<Hypothesis> complete_header(Bytes file, const Candidate& candidate,
-                                        const std::vector<Candidate>& siblings) {
+std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& candidate,
+                                        const std::vector<PictureCandidate>& siblings) {
     std::vector<Hypothesis> hypotheses;
-    if (!candidate.scan_offset || candidate.other_process) {
+    if (!candidate.sos_offset || candidate.other_process) {
         return hypotheses;
     }
     Hypothesis own{candidate};
@@ -114,7 +115,7 @@ std::vector<Hypothesis> complete_header(Bytes file, const Candidate& candidate,
     const Tables standard = standard_tables();
     for (const auto& sibling : siblings) {
         Hypothesis borrowed = own;
-        Candidate& filled = borrowed.candidate;
+        PictureCandidate& filled = borrowed.candidate;
         if (!filled.frame) {
             filled.frame = sibling.frame;
             borrowed.frame_borrowed = true;

@@ -6,7 +6,7 @@ namespace still_mend {
 
 /// A candidate whose header is complete, be it with borrowed parts.
 struct Hypothesis {
-    Candidate candidate;          ///< With frame, scan and all tables.
+    PictureCandidate candidate;   ///< With frame, scan and all tables.
     bool from_start = true;       ///< Its first byte of entropy-coded data is that of the first MCU.
     bool tables_borrowed = false; ///< Of a sibling.
     bool tables_standard = false;

@@ -40,7 +40,7 @@ Range restart_part(Bytes file, const Range& stretch) {
     while ((offset = next_marker(file, offset, stretch.last)) < stretch.last) {
         const unsigned char code = file[offset + 1];
         if (marker::is_restart(code)) {
-            const int number = code - marker::kRestart0;
+            const int number = code - marker::kRst0;
             if (last_number < 0 || number != (last_number + 1) % 8) {
                 if (in_sequence < kLeastRestarts) {
                     first = offset;
@@ -49,7 +49,7 @@ Range restart_part(Bytes file, const Range& stretch) {
             }
             ++in_sequence;
             last_number = number;
-        } else if (code == marker::kEnd && in_sequence >= kLeastRestarts) {
+        } else if (code == marker::kEoi && in_sequence >= kLeastRestarts) {
             return {first, offset + 2};
         }
         offset += 2;
@@ -57,16 +57,16 @@ Range restart_part(Bytes file, const Range& stretch) {
     return in_sequence >= kLeastRestarts ? Range{first, stretch.last} : Range{};
 }
 
-Hypothesis with_header_of(const Candidate& sibling, const Range& part) {
+Hypothesis with_header_of(const PictureCandidate& sibling, const Range& part) {
     Hypothesis hypothesis{sibling};
     hypothesis.from_start = false;
     hypothesis.tables_borrowed = true;
     hypothesis.frame_borrowed = true;
-    Candidate& candidate = hypothesis.candidate;
+    PictureCandidate& candidate = hypothesis.candidate;
     candidate.offset = part.first;
     candidate.entropy = part.first;
     candidate.limit = part.last;
-    candidate.has_start = false;
+    candidate.has_soi = false;
     candidate.nested = false;
     candidate.damaged_header = true;
     candidate.applications.clear();
@@ -77,7 +77,7 @@ Hypothesis with_header_of(const Candidate& sibling, const Range& part) {
 } // namespace
 
 std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
-                                     const std::vector<Candidate>& siblings) {
+                                     const std::vector<PictureCandidate>& siblings) {
     std::vector<Range> parts;
     if (siblings.empty()) {
         return {};

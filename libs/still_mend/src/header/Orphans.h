@@ -11,7 +11,7 @@ namespace still_mend {
 /// that no candidate accounts for and in which restart markers follow one another by number. At most
 /// kMaxOrphans stretches are tried.
 [[nodiscard]] std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
-                                                   const std::vector<Candidate>& siblings);
+                                                   const std::vector<PictureCandidate>& siblings);
 
 inline constexpr std::size_t kMaxOrphans = 4;
 

@@ -9,20 +9,16 @@ namespace {
 constexpr std::int32_t kMostPrediction = 32767; // As libjpeg keeps it, in 16 bits.
 constexpr unsigned kNoCode = 17;                // The bits that are no code, and one.
 
-bool needs_dc(const Scan& scan) {
-    return scan.first == 0 && scan.high == 0;
-}
-
 bool needs_ac(const Frame& frame, const Scan& scan) {
-    return !frame.progressive() || scan.first > 0;
+    return !frame.progressive() || scan.ss > 0;
 }
 
 } // namespace
 
 bool BlockDecoder::has_tables(const Frame& frame, const Scan& scan, const Tables& tables) {
     return std::all_of(scan.components.begin(), scan.components.end(), [&](const ScanComponent& each) {
-        return tables.quant[frame.components[each.index].quant] && (!needs_dc(scan) || tables.dc[each.dc]) &&
-               (!needs_ac(frame, scan) || tables.ac[each.ac]);
+        return tables.quant[frame.components[each.index].quant] &&
+               (!scan.begins_dc() || tables.dc[each.dc]) && (!needs_ac(frame, scan) || tables.ac[each.ac]);
     });
 }
 
@@ -30,7 +26,7 @@ BlockDecoder::BlockDecoder(const Frame& frame, const Scan& scan, const Tables& t
     for (const auto& component : scan.components) {
         const auto& quant = tables.quant[frame.components[component.index].quant]->values;
         Channel channel;
-        if (needs_dc(scan)) {
+        if (scan.begins_dc()) {
             channel.dc = HuffmanTable(*tables.dc[component.dc]);
         }
         if (needs_ac(frame, scan)) {
@@ -54,11 +50,11 @@ bool BlockDecoder::decode(BitReader& reader, std::size_t channel, Block& block) 
     bool good = false;
     if (sequential_) {
         good = decode_dc(reader, channels_[channel], block) && decode_sequential_ac(reader, channel, block);
-    } else if (scan_.first == 0) {
-        good = scan_.high == 0 ? decode_dc(reader, channels_[channel], block) : refine_dc(reader, block);
+    } else if (scan_.ss == 0) {
+        good = scan_.ah == 0 ? decode_dc(reader, channels_[channel], block) : refine_dc(reader, block);
     } else {
-        good = scan_.high == 0 ? decode_ac(reader, channels_[channel].ac, block)
-                               : refine_ac(reader, channels_[channel].ac, block);
+        good = scan_.ah == 0 ? decode_ac(reader, channels_[channel].ac, block)
+                             : refine_ac(reader, channels_[channel].ac, block);
     }
     return good && !reader.overrun();
 }
@@ -79,19 +75,19 @@ bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) 
         return fails(category < 0 ? kNoCode : static_cast<unsigned>(category));
     }
     channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
-    const std::int32_t limit = (channel.dc_limit >> scan_.low) + 1;
+    const std::int32_t limit = (channel.dc_limit >> scan_.al) + 1;
     if (channel.prediction > limit || channel.prediction < -limit) {
         // Whoever reads on does so for long: a prediction must not grow without bound.
         channel.prediction = std::clamp(channel.prediction, -kMostPrediction, kMostPrediction);
         return false;
     }
-    block[0] = static_cast<std::int16_t>(channel.prediction * (1 << scan_.low));
+    block[0] = static_cast<std::int16_t>(channel.prediction * (1 << scan_.al));
     return true;
 }
 
 bool BlockDecoder::refine_dc(BitReader& reader, Block& block) const {
     if (reader.get(1) != 0) {
-        block[0] = static_cast<std::int16_t>(block[0] | (1 << scan_.low));
+        block[0] = static_cast<std::int16_t>(block[0] | (1 << scan_.al));
     }
     return true;
 }
@@ -124,7 +120,7 @@ bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block
         --end_of_band_;
         return true;
     }
-    for (unsigned k = scan_.first; k <= scan_.last; ++k) {
+    for (unsigned k = scan_.ss; k <= scan_.se; ++k) {
         const int symbol = table.decode(reader);
         if (symbol < 0) {
             return fails(kNoCode);
@@ -140,10 +136,10 @@ bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block
         if (size == 0) {
             continue;
         }
-        if (k > scan_.last || size > 10) {
+        if (k > scan_.se || size > 10) {
             return fails(size);
         }
-        block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size) * (1 << scan_.low));
+        block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size) * (1 << scan_.al));
     }
     return true;
 }
@@ -157,16 +153,16 @@ void BlockDecoder::begin_end_of_band(BitReader& reader, unsigned run) {
 
 /// Adds a bit to a coefficient that is not zero.
 void BlockDecoder::refine(BitReader& reader, std::int16_t& coefficient) const {
-    if (reader.get(1) != 0 && (coefficient & (1 << scan_.low)) == 0) {
+    if (reader.get(1) != 0 && (coefficient & (1 << scan_.al)) == 0) {
         coefficient =
-            static_cast<std::int16_t>(coefficient + (coefficient > 0 ? 1 << scan_.low : -(1 << scan_.low)));
+            static_cast<std::int16_t>(coefficient + (coefficient > 0 ? 1 << scan_.al : -(1 << scan_.al)));
     }
 }
 
 bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block& block) {
-    unsigned k = scan_.first;
+    unsigned k = scan_.ss;
     bool good = true;
-    while (end_of_band_ == 0 && k <= scan_.last) {
+    while (end_of_band_ == 0 && k <= scan_.se) {
         int symbol = table.decode(reader);
         if (symbol < 0) {
             fails(kNoCode);
@@ -183,9 +179,9 @@ bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block
             begin_end_of_band(reader, run);
             break;
         }
-        const int value = size == 0 ? 0 : (reader.get(1) != 0 ? 1 : -1) * (1 << scan_.low);
+        const int value = size == 0 ? 0 : (reader.get(1) != 0 ? 1 : -1) * (1 << scan_.al);
         // Passes over run zeros; every coefficient on the way that is not zero gets its bit.
-        for (; k <= scan_.last; ++k) {
+        for (; k <= scan_.se; ++k) {
             std::int16_t& coefficient = block[kNaturalOrder[k]];
             if (coefficient != 0) {
                 refine(reader, coefficient);
@@ -196,15 +192,15 @@ bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block
             }
         }
         if (value != 0) {
-            good = good && size == 1 && k <= scan_.last;
-            if (k <= scan_.last) {
+            good = good && size == 1 && k <= scan_.se;
+            if (k <= scan_.se) {
                 block[kNaturalOrder[k]] = static_cast<std::int16_t>(value);
             }
         }
         ++k;
     }
     if (end_of_band_ > 0) {
-        for (; k <= scan_.last; ++k) {
+        for (; k <= scan_.se; ++k) {
             if (std::int16_t& coefficient = block[kNaturalOrder[k]]; coefficient != 0) {
                 refine(reader, coefficient);
             }

@@ -34,8 +34,8 @@ class CoefficientStore {
   private:
     struct Plane {
         std::size_t wide = 0; // In blocks.
-        unsigned h = 1;
-        unsigned v = 1;
+        unsigned h_samp = 1;
+        unsigned v_samp = 1;
         std::vector<Block> blocks;
     };
 

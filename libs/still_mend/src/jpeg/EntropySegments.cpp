@@ -33,14 +33,14 @@ std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit) {
     return found;
 }
 
-std::optional<Piece> PieceWalk::next() {
+std::optional<EntropySegment> EntropySegmentWalk::next() {
     while (offset_ < limit_) {
         const std::size_t end = next_marker(file_, offset_, limit_);
         const unsigned char code = end < limit_ ? file_[end + 1] : 0;
-        const Piece piece{restart_, adjacent_, offset_, end, code == marker::kEnd};
+        const EntropySegment piece{restart_, adjacent_, offset_, end, code == marker::kEoi};
         const bool usable = usable_;
         usable_ = marker::is_restart(code);
-        restart_ = usable_ ? code - marker::kRestart0 : -1;
+        restart_ = usable_ ? code - marker::kRst0 : -1;
         adjacent_ = usable;
         offset_ = std::min(end + 2, limit_);
         if (usable) {

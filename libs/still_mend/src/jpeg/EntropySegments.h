@@ -11,23 +11,23 @@ namespace still_mend {
 [[nodiscard]] std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit);
 
 /// Entropy-coded data between two markers.
-struct Piece {
+struct EntropySegment {
     int restart = -1;      ///< Number of the restart marker in front; -1 at the first byte of the scan.
     bool adjacent = false; ///< The piece before ended at that marker.
     std::size_t begin = 0;
     std::size_t end = 0; ///< Of the next marker.
-    bool at_end = false; ///< That marker is EOI.
+    bool at_eoi = false; ///< That marker is EOI.
 };
 
 /// Goes from piece to piece of a scan.
-class PieceWalk {
+class EntropySegmentWalk {
   public:
     /// from_start: the first byte is the scan's first, so that a piece begins there.
-    PieceWalk(Bytes file, std::size_t first, std::size_t limit, bool from_start)
+    EntropySegmentWalk(Bytes file, std::size_t first, std::size_t limit, bool from_start)
         : file_(file), offset_(first), limit_(limit), usable_(from_start) {}
 
     /// The next piece that begins at the scan's first byte or behind a restart marker.
-    std::optional<Piece> next();
+    std::optional<EntropySegment> next();
 
   private:
     Bytes file_;

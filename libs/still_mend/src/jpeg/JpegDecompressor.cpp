@@ -18,9 +18,9 @@ constexpr std::uint64_t kVisitsPerByte = 64; // A blank picture in libjpeg's own
 
 unsigned char code_of(const jpeg_decompress_struct& info) {
     if (info.arith_code != FALSE) {
-        return info.progressive_mode != FALSE ? marker::kArithmeticProgressive : marker::kArithmetic;
+        return info.progressive_mode != FALSE ? marker::kSof10 : marker::kSof9;
     }
-    return info.progressive_mode != FALSE ? marker::kProgressive : marker::kExtended;
+    return info.progressive_mode != FALSE ? marker::kSof2 : marker::kSof1;
 }
 
 } // namespace
@@ -51,8 +51,8 @@ Frame JpegDecompressor::frame() const {
              static_cast<unsigned>(from.v_samp_factor), static_cast<unsigned>(from.quant_tbl_no)});
     }
     if (frame.components.size() == 1) {
-        frame.components[0].h = 1;
-        frame.components[0].v = 1;
+        frame.components[0].h_samp = 1;
+        frame.components[0].v_samp = 1;
     }
     return frame;
 }

@@ -37,7 +37,7 @@ class SegmentWriter {
 
 void write_quant_table(std::ostream& stream, unsigned number, const QuantTable& table) {
     const bool wide = *std::max_element(table.values.begin(), table.values.end()) > 255;
-    SegmentWriter segment(stream, marker::kQuantTables);
+    SegmentWriter segment(stream, marker::kDqt);
     segment.u8((wide ? 0x10U : 0U) | number);
     for (const unsigned value : table.values) {
         wide ? segment.u16(value) : segment.u8(value);
@@ -46,7 +46,7 @@ void write_quant_table(std::ostream& stream, unsigned number, const QuantTable& 
 }
 
 void write_huffman_table(std::ostream& stream, unsigned number, const HuffmanCodes& codes) {
-    SegmentWriter segment(stream, marker::kHuffmanTables);
+    SegmentWriter segment(stream, marker::kDht);
     segment.u8(number);
     for (const unsigned count : codes.counts) {
         segment.u8(count);
@@ -145,8 +145,8 @@ class Compressor {
             const auto& from = frame.components[index];
             auto& to = info_.comp_info[index];
             to.component_id = static_cast<int>(from.id);
-            to.h_samp_factor = static_cast<int>(from.h);
-            to.v_samp_factor = static_cast<int>(from.v);
+            to.h_samp_factor = static_cast<int>(from.h_samp);
+            to.v_samp_factor = static_cast<int>(from.v_samp);
             to.quant_tbl_no = static_cast<int>(from.quant);
         }
     }
@@ -167,19 +167,19 @@ class Compressor {
         for (std::size_t index = 0; index < frame.components.size(); ++index) {
             const auto& component = frame.components[index];
             arrays[index] = info_.mem->request_virt_barray(
-                reinterpret_cast<j_common_ptr>(&info_), JPOOL_IMAGE, FALSE, frame.mcus_wide() * component.h,
-                frame.mcus_high() * component.v, component.v);
+                reinterpret_cast<j_common_ptr>(&info_), JPOOL_IMAGE, FALSE,
+                frame.mcus_wide() * component.h_samp, frame.mcus_high() * component.v_samp, component.v_samp);
         }
         return arrays;
     }
 
     void fill(const Frame& frame, std::size_t index, jvirt_barray_ptr array, const CoefficientStore& store) {
         const auto& component = frame.components[index];
-        for (unsigned row = 0; row < frame.mcus_high() * component.v; row += component.v) {
+        for (unsigned row = 0; row < frame.mcus_high() * component.v_samp; row += component.v_samp) {
             auto* const* rows = info_.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info_), array,
-                                                              row, component.v, TRUE);
-            for (unsigned line = 0; line < component.v; ++line) {
-                for (unsigned column = 0; column < frame.mcus_wide() * component.h; ++column) {
+                                                              row, component.v_samp, TRUE);
+            for (unsigned line = 0; line < component.v_samp; ++line) {
+                for (unsigned column = 0; column < frame.mcus_wide() * component.h_samp; ++column) {
                     copy(store.block(index, row + line, column), rows[line][column]);
                 }
             }
@@ -213,7 +213,7 @@ void write_headers(std::ostream& stream, const Frame& frame, const Scan& scan, c
     header.u8(static_cast<unsigned>(frame.components.size()));
     for (const auto& component : frame.components) {
         header.u8(component.id);
-        header.u8(component.h << 4U | component.v);
+        header.u8(component.h_samp << 4U | component.v_samp);
         header.u8(component.quant);
     }
     header.write();
@@ -226,19 +226,19 @@ void write_headers(std::ostream& stream, const Frame& frame, const Scan& scan, c
         }
     }
     if (tables.restart_interval != 0) {
-        SegmentWriter interval(stream, marker::kRestartInterval);
+        SegmentWriter interval(stream, marker::kDri);
         interval.u16(tables.restart_interval);
         interval.write();
     }
-    SegmentWriter scan_header(stream, marker::kScan);
+    SegmentWriter scan_header(stream, marker::kSos);
     scan_header.u8(static_cast<unsigned>(scan.components.size()));
     for (const auto& component : scan.components) {
         scan_header.u8(frame.components[component.index].id);
         scan_header.u8(component.dc << 4U | component.ac);
     }
-    scan_header.u8(scan.first);
-    scan_header.u8(scan.last);
-    scan_header.u8(scan.high << 4U | scan.low);
+    scan_header.u8(scan.ss);
+    scan_header.u8(scan.se);
+    scan_header.u8(scan.ah << 4U | scan.al);
     scan_header.write();
 }
 

@@ -44,13 +44,13 @@ bool are_symbols(const HuffmanCodes& codes, unsigned size, bool ac) {
 } // namespace
 
 bool Frame::progressive() const {
-    return code == marker::kProgressive;
+    return code == marker::kSof2;
 }
 
 unsigned Frame::h_max() const {
     unsigned most = 1;
     for (const auto& component : components) {
-        most = std::max(most, component.h);
+        most = std::max(most, component.h_samp);
     }
     return most;
 }
@@ -58,7 +58,7 @@ unsigned Frame::h_max() const {
 unsigned Frame::v_max() const {
     unsigned most = 1;
     for (const auto& component : components) {
-        most = std::max(most, component.v);
+        most = std::max(most, component.v_samp);
     }
     return most;
 }
@@ -74,17 +74,17 @@ unsigned Frame::mcus_high() const {
 unsigned Frame::blocks_per_mcu() const {
     unsigned sum = 0;
     for (const auto& component : components) {
-        sum += component.h * component.v;
+        sum += component.h_samp * component.v_samp;
     }
     return sum;
 }
 
 unsigned Frame::blocks_wide(const Component& component) const {
-    return ceil_div(width * component.h, 8 * h_max());
+    return ceil_div(width * component.h_samp, 8 * h_max());
 }
 
 unsigned Frame::blocks_high(const Component& component) const {
-    return ceil_div(height * component.v, 8 * v_max());
+    return ceil_div(height * component.v_samp, 8 * v_max());
 }
 
 // DQT (B.2.4.1), repeated:  precision and number | 64 values of 8 or 16 bits, zigzag
@@ -173,15 +173,15 @@ std::optional<Frame> read_frame(unsigned char code, Bytes content) {
         const Component component{entry[0], sampling >> 4U, sampling & 15U, entry[2]};
         const bool known = std::any_of(frame.components.begin(), frame.components.end(),
                                        [&](const Component& other) { return other.id == component.id; });
-        if (known || component.h < 1 || component.h > 4 || component.v < 1 || component.v > 4 ||
-            component.quant > 3) {
+        if (known || component.h_samp < 1 || component.h_samp > 4 || component.v_samp < 1 ||
+            component.v_samp > 4 || component.quant > 3) {
             return std::nullopt;
         }
         frame.components.push_back(component);
     }
     if (count == 1) {
-        frame.components[0].h = 1;
-        frame.components[0].v = 1;
+        frame.components[0].h_samp = 1;
+        frame.components[0].v_samp = 1;
     }
     if (frame.blocks_per_mcu() > 10) {
         return std::nullopt;
@@ -230,17 +230,17 @@ std::optional<Scan> read_scan(Bytes content, const Frame& frame) {
         const unsigned numbers = content[2 + 2 * index];
         scan.components.push_back({place, numbers >> 4U, numbers & 15U});
     }
-    scan.first = content[1 + 2 * count];
-    scan.last = content[2 + 2 * count];
-    scan.high = content[3 + 2 * count] >> 4U;
-    scan.low = content[3 + 2 * count] & 15U;
+    scan.ss = content[1 + 2 * count];
+    scan.se = content[2 + 2 * count];
+    scan.ah = content[3 + 2 * count] >> 4U;
+    scan.al = content[3 + 2 * count] & 15U;
     if (!frame.progressive()) {
         // The last three bytes mean nothing here, and some writers fill them with zeros.
-        scan.first = 0;
-        scan.last = 63;
-        scan.high = 0;
-        scan.low = 0;
-    } else if ((scan.first == 0) != (scan.last == 0) || (scan.first > 0 && count != 1)) {
+        scan.ss = 0;
+        scan.se = 63;
+        scan.ah = 0;
+        scan.al = 0;
+    } else if ((scan.ss == 0) != (scan.se == 0) || (scan.ss > 0 && count != 1)) {
         return std::nullopt;
     }
     return scan;

@@ -31,8 +31,8 @@ struct Tables {
 /// A colour component, as a frame header names it.
 struct Component {
     unsigned id = 0;
-    unsigned h = 1; ///< Sampling factors, 1 to 4; 1 and 1 for the only component of a grey picture.
-    unsigned v = 1;
+    unsigned h_samp = 1; ///< Sampling factors, 1 to 4; 1 and 1 for the only component of a grey picture.
+    unsigned v_samp = 1;
     unsigned quant = 0; ///< Number of its quantisation table, 0 to 3.
     bool operator==(const Component&) const = default;
 };
@@ -62,7 +62,7 @@ struct Frame {
 
 /// A component that a scan carries.
 struct ScanComponent {
-    std::size_t index = 0; ///< Into the components of the frame.
+    std::size_t index = 0; ///< Of the component in the frame.
     unsigned dc = 0;       ///< Numbers of its Huffman tables, 0 to 3.
     unsigned ac = 0;
 };
@@ -70,10 +70,15 @@ struct ScanComponent {
 /// A scan header.
 struct Scan {
     std::vector<ScanComponent> components;
-    unsigned first = 0; ///< Spectral selection, 0 to 63.
-    unsigned last = 63;
-    unsigned high = 0; ///< Successive approximation.
-    unsigned low = 0;
+    unsigned ss = 0;  ///< Spectral selection: the first coefficient in zigzag order, 0 to 63,
+    unsigned se = 63; ///< and the last one.
+    unsigned ah = 0;  ///< Successive approximation: the bit position of the scan before, 0 for none,
+    unsigned al = 0;  ///< and that of this scan.
+
+    /// Whether it is the first scan of the DC coefficients.
+    [[nodiscard]] bool begins_dc() const { return ss == 0 && ah == 0; }
+    /// Whether it adds a bit to AC coefficients that an earlier scan began.
+    [[nodiscard]] bool refines_ac() const { return ss > 0 && ah > 0; }
 };
 
 // Each takes the segment's content behind the length field, and judges all of it. None reads outside.

@@ -37,7 +37,8 @@ McuDecoder::McuDecoder(const Frame& frame, const Scan& scan, const Tables& table
                       limit_of(quant[0]),
                       {}};
         std::transform(quant.begin(), quant.end(), coding.ac_limit.begin(), limit_of);
-        const std::size_t blocks = scan.components.size() == 1 ? 1 : std::size_t{of_frame.h} * of_frame.v;
+        const std::size_t blocks =
+            scan.components.size() == 1 ? 1 : std::size_t{of_frame.h_samp} * of_frame.v_samp;
         for (std::size_t block = 0; block < blocks; ++block) {
             component_of_[blocks_++] = static_cast<std::uint8_t>(codings_.size());
         }

@@ -36,10 +36,11 @@ class UnitGrid {
         for (std::size_t channel = 0; channel < scan_.components.size(); ++channel) {
             const std::size_t index = scan_.components[channel].index;
             const auto& component = frame_.components[index];
-            const std::size_t row = unit / frame_.mcus_wide() * component.v;
-            const std::size_t column = unit % frame_.mcus_wide() * component.h;
-            for (std::size_t block = 0; block < std::size_t{component.h} * component.v; ++block) {
-                if (!visit(channel, index, row + block / component.h, column + block % component.h)) {
+            const std::size_t row = unit / frame_.mcus_wide() * component.v_samp;
+            const std::size_t column = unit % frame_.mcus_wide() * component.h_samp;
+            for (std::size_t block = 0; block < std::size_t{component.h_samp} * component.v_samp; ++block) {
+                if (!visit(channel, index, row + block / component.h_samp,
+                           column + block % component.h_samp)) {
                     return false;
                 }
             }

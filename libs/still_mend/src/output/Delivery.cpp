@@ -57,8 +57,8 @@ void write(std::ostream& stream, Bytes bytes) {
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-constexpr unsigned char kStart[] = {0xFF, marker::kStart};
-constexpr unsigned char kEnd[] = {0xFF, marker::kEnd};
+constexpr unsigned char kSoi[] = {0xFF, marker::kSoi};
+constexpr unsigned char kEoi[] = {0xFF, marker::kEoi};
 
 /// The segments that go in front: those of the picture itself, or a small Exif of what else survived.
 struct Front {
@@ -66,7 +66,7 @@ struct Front {
     std::vector<Bytes> segments;
 };
 
-Front front_of(Bytes file, const Candidate& candidate) {
+Front front_of(Bytes file, const PictureCandidate& candidate) {
     Front front;
     for (const auto& range : candidate.applications) {
         front.segments.push_back(file.subspan(range.first, range.size()));
@@ -81,7 +81,7 @@ Front front_of(Bytes file, const Candidate& candidate) {
 }
 
 bool keeps_header(const Hypothesis& hypothesis) {
-    return hypothesis.candidate.has_start && !hypothesis.candidate.damaged_header &&
+    return hypothesis.candidate.has_soi && !hypothesis.candidate.damaged_header &&
            !hypothesis.tables_borrowed && !hypothesis.tables_standard && !hypothesis.frame_borrowed;
 }
 
@@ -96,7 +96,7 @@ class Writer {
             return Delivered::kReencoded;
         }
         if (keeps_header(assessment_.hypothesis) && !assessment_.interval_inferred) {
-            return assessment_.end_found ? Delivered::kUnchanged : Delivered::kCoded;
+            return assessment_.eoi_found ? Delivered::kUnchanged : Delivered::kCoded;
         }
         return assessment_.multi_scan ? Delivered::kReencoded : Delivered::kCoded;
     }
@@ -118,15 +118,15 @@ class Writer {
         } else {
             write_with_header(stream);
         }
-        if (!assessment_.end_found) {
-            write(stream, kEnd);
+        if (!assessment_.eoi_found) {
+            write(stream, kEoi);
         }
     }
 
   private:
     void write_with_header(std::ostream& stream) const {
         const Front front = front_of(file_, candidate_);
-        write(stream, kStart);
+        write(stream, kSoi);
         for (const Bytes segment : front.segments) {
             write(stream, segment);
         }
@@ -135,15 +135,15 @@ class Writer {
     }
 
     void write_reencoded(std::ostream& stream) const {
-        Developed developed = develop(file_, assessment_);
-        developed.store.bridge_gaps(developed.present);
+        DecodedPicture decoded = decode_picture(file_, assessment_);
+        decoded.store.bridge_gaps(decoded.present);
         const Front front = front_of(file_, candidate_);
-        write_coefficients(stream, *candidate_.frame, candidate_.tables, developed.store, front.segments);
+        write_coefficients(stream, *candidate_.frame, candidate_.tables, decoded.store, front.segments);
     }
 
     Bytes file_;
     const Assessment& assessment_;
-    const Candidate& candidate_;
+    const PictureCandidate& candidate_;
 };
 
 /// Whether the written file is what it should be. Nothing where it cannot be read.

@@ -250,7 +250,7 @@ class TiffBuilder {
 
 bool has_exif(const std::vector<Bytes>& segments) {
     return std::any_of(segments.begin(), segments.end(), [](Bytes segment) {
-        return segment[1] == marker::kApplication1 && segment.size() > 4 + kName.size() &&
+        return segment[1] == marker::kApp1 && segment.size() > 4 + kName.size() &&
                std::equal(kName.begin(), kName.end(), segment.begin() + 4,
                           [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
     });
@@ -263,7 +263,7 @@ std::vector<unsigned char> make_exif(Bytes file, std::size_t picture) {
     }
     const auto tiff = TiffBuilder().build(values);
     const std::size_t length = 2 + kName.size() + tiff.size();
-    std::vector<unsigned char> segment{0xFF, marker::kApplication1, static_cast<unsigned char>(length >> 8U),
+    std::vector<unsigned char> segment{0xFF, marker::kApp1, static_cast<unsigned char>(length >> 8U),
                                        static_cast<unsigned char>(length & 0xFFU)};
     segment.insert(segment.end(), kName.begin(), kName.end());
     segment.insert(segment.end(), tiff.begin(), tiff.end());

@@ -28,7 +28,7 @@ IntervalFit::IntervalFit(const Frame& frame, const Scan& scan, const Tables& tab
     for (auto& traces : traces_) {
         for (const auto& component : scan.components) {
             traces[component.index].resize(progress[component.index].wide *
-                                           frame.components[component.index].v);
+                                           frame.components[component.index].v_samp);
         }
     }
     for (const auto& component : scan.components) {
@@ -52,7 +52,7 @@ IntervalFit::Closing IntervalFit::read(BlockDecoder& decoder, const BitReader& s
     fits_.below.resize(fits_.alone.size());
     fits_.reach = (grid_.units_wide() + interval - 1) / interval;
     Closing closing;
-    const bool refines = scan_.first > 0 && scan_.high > 0;
+    const bool refines = scan_.refines_ac();
     if (!refines) {
         closing.own = read_adding(decoder, start, first, interval);
     }
@@ -153,12 +153,12 @@ void IntervalFit::compare(std::size_t state, std::size_t unit, const Added& adde
 void IntervalFit::compare_block(std::size_t state, std::size_t index, std::size_t row, std::size_t column,
                                 const BlockBorders& added) {
     const std::size_t wide = progress_[index].wide;
-    const std::size_t rows = frame_.components[index].v;
-    if (scan_.first > 0 && !progress_[index].dc[row * wide + column]) {
+    const std::size_t rows = frame_.components[index].v_samp;
+    if (scan_.ss > 0 && !progress_[index].dc[row * wide + column]) {
         return; // Nothing to compare with.
     }
     // Rows that are near one another are of like brightness, so that it goes with many of them.
-    const double down = scan_.first == 0 ? 1.0 / 3 : 1.0;
+    const double down = scan_.ss == 0 ? 1.0 / 3 : 1.0;
     Trace* const traces = traces_[state][index].data();
     Trace& here = traces[row % rows * wide + column];
     const BlockBorders there = borders_of(store_.block(index, row, column), quant_[index]);

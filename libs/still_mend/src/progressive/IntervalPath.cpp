@@ -14,12 +14,12 @@ constexpr double kFittingLoss = 3;    // One of as many intervals as the bytes w
 constexpr double kNotClosing = -4;    // Bits that do not end where they must.
 constexpr double kClear = 6;          // What makes a state sure.
 
-using Row = std::array<double, PathPiece::kMostStates>;
+using Row = std::array<double, PathInterval::kMostStates>;
 
 /// Goes over the pieces forwards, and then backwards with the best that can still follow.
 class PathSearch {
   public:
-    PathSearch(const std::vector<PathPiece>& pieces, const PathFits& fits,
+    PathSearch(const std::vector<PathInterval>& pieces, const PathFits& fits,
                const std::vector<std::size_t>& losses, bool closed_end)
         : pieces_(pieces), fits_(fits), losses_(losses), states_(losses.size()), closed_end_(closed_end),
           best_(pieces.size() * states_), below_((pieces.size() + 1) * states_) {
@@ -119,7 +119,7 @@ class PathSearch {
         return row;
     }
 
-    const std::vector<PathPiece>& pieces_;
+    const std::vector<PathInterval>& pieces_;
     const PathFits& fits_;
     const std::vector<std::size_t>& losses_;
     std::size_t states_;
@@ -130,7 +130,7 @@ class PathSearch {
 
 } // namespace
 
-std::vector<PathStep> find_path(const std::vector<PathPiece>& pieces, const PathFits& fits,
+std::vector<PathStep> find_path(const std::vector<PathInterval>& pieces, const PathFits& fits,
                                 const std::vector<std::size_t>& losses, bool closed_end) {
     return PathSearch(pieces, fits, losses, closed_end).find();
 }

@@ -8,7 +8,7 @@ namespace still_mend {
 
 /// The data between two restart markers, as far as their place is concerned. The number of a marker tells the
 /// place but for a multiple of eight intervals that may be lost in front of it. A state is such a loss.
-struct PathPiece {
+struct PathInterval {
     static constexpr std::size_t kMostStates = 8;
 
     bool seamless = false;  ///< Nothing tells of a loss directly in front: numbers follow, and bits end well.
@@ -34,7 +34,7 @@ struct PathStep {
 /// The likeliest losses. They can only grow from piece to piece, and reach the last state at the end.
 /// losses: of each state, in eights: ascending from 0; 1 to kMostStates of them. closed_end: nothing tells of
 /// a loss behind the last piece.
-[[nodiscard]] std::vector<PathStep> find_path(const std::vector<PathPiece>& pieces, const PathFits& fits,
+[[nodiscard]] std::vector<PathStep> find_path(const std::vector<PathInterval>& pieces, const PathFits& fits,
                                               const std::vector<std::size_t>& losses, bool closed_end);
 
 } // namespace still_mend

@@ -16,13 +16,13 @@ std::size_t scan_end(Bytes file, const Frame& frame, std::size_t offset, std::si
     std::size_t end = limit;
     while ((offset = next_marker(file, offset, limit)) < limit) {
         const unsigned char code = file[offset + 1];
-        if (code == marker::kEnd) {
+        if (code == marker::kEoi) {
             end = std::min(end, offset);
         }
         if (const auto content = segment_content(file.first(limit), offset)) {
             Tables tables;
-            if ((code == marker::kHuffmanTables && read_huffman_tables(*content, tables)) ||
-                (code == marker::kScan && read_scan(*content, frame))) {
+            if ((code == marker::kDht && read_huffman_tables(*content, tables)) ||
+                (code == marker::kSos && read_scan(*content, frame))) {
                 return offset;
             }
         }
@@ -40,8 +40,8 @@ class BetweenScans {
     bool next(std::size_t offset, Tables& tables) {
         while ((offset = next_marker(file_, offset, limit_)) < limit_) {
             const unsigned char code = file_[offset + 1];
-            if (code == marker::kEnd) {
-                end_found = true;
+            if (code == marker::kEoi) {
+                eoi_found = true;
                 end = offset + 2;
                 return false;
             }
@@ -49,7 +49,7 @@ class BetweenScans {
             if (content && take(code, *content, tables)) {
                 end = offset + 4 + content->size();
                 offset = end;
-                if (code == marker::kScan) {
+                if (code == marker::kSos) {
                     return true;
                 }
                 continue;
@@ -62,19 +62,19 @@ class BetweenScans {
 
     Scan scan;
     std::size_t end = 0; ///< Behind the last segment that was taken.
-    bool end_found = false;
+    bool eoi_found = false;
     bool skipped = false; ///< Some bytes were neither.
 
   private:
     bool take(unsigned char code, Bytes content, Tables& tables) {
         switch (code) {
-        case marker::kHuffmanTables:
+        case marker::kDht:
             return read_huffman_tables(content, tables);
-        case marker::kQuantTables:
+        case marker::kDqt:
             return read_quant_tables(content, tables);
-        case marker::kRestartInterval:
+        case marker::kDri:
             return read_restart_interval(content, tables);
-        case marker::kScan:
+        case marker::kSos:
             if (auto read = read_scan(content, frame_)) {
                 scan = std::move(*read);
                 return true;
@@ -96,7 +96,7 @@ bool goes_on_with(const Scan& scan, const Scan& other) {
         return std::any_of(other.components.begin(), other.components.end(),
                            [&](const ScanComponent& each) { return each.index == component.index; });
     };
-    return scan.first <= other.last && other.first <= scan.last &&
+    return scan.ss <= other.se && other.ss <= scan.se &&
            std::any_of(scan.components.begin(), scan.components.end(), shared);
 }
 
@@ -104,16 +104,15 @@ bool goes_on_with(const Scan& scan, const Scan& other) {
 bool refines(const ScanSource& source, const ScanSource& other) {
     const Scan& scan = source.scan;
     const Scan& first = other.scan;
-    return first.first > 0 && first.high == 0 && scan.high > 0 && scan.high == first.low && scan.first > 0 &&
-           scan.first <= first.first && scan.last >= first.last &&
-           scan.components[0].index == first.components[0].index &&
+    return first.ss > 0 && first.ah == 0 && scan.refines_ac() && scan.ah == first.al && scan.ss <= first.ss &&
+           scan.se >= first.se && scan.components[0].index == first.components[0].index &&
            source.tables.restart_interval == other.tables.restart_interval;
 }
 
 /// Reads the scans of a picture one by one.
 class ScanSequence {
   public:
-    ScanSequence(Bytes file, const Candidate& candidate, CoefficientStore& store)
+    ScanSequence(Bytes file, const PictureCandidate& candidate, CoefficientStore& store)
         : file_(file), candidate_(candidate), frame_(*candidate.frame),
           reader_(file, frame_, store, candidate.limit), whole_(!candidate.damaged_header) {}
 
@@ -134,10 +133,10 @@ class ScanSequence {
         }
         read_waiting();
         reader_.finish(result_);
-        result_.end_found = between.end_found;
+        result_.eoi_found = between.eoi_found;
         result_.end = between.end;
         result_.whole =
-            whole_ && between.end_found && !between.skipped &&
+            whole_ && between.eoi_found && !between.skipped &&
             std::none_of(result_.coarse.begin(), result_.coarse.end(), [](bool coarse) { return coarse; });
         return std::move(result_);
     }
@@ -155,9 +154,8 @@ class ScanSequence {
 
     /// Brightness first: all else is placed by it.
     void read_waiting() {
-        std::stable_partition(waiting_.begin(), waiting_.end(), [](const ScanSource& source) {
-            return source.scan.first == 0 && source.scan.high == 0;
-        });
+        std::stable_partition(waiting_.begin(), waiting_.end(),
+                              [](const ScanSource& source) { return source.scan.begins_dc(); });
         for (const auto& source : waiting_) {
             const auto found = std::find_if(waiting_.begin(), waiting_.end(), [&](const ScanSource& other) {
                 return refines(other, source) && !reader_.has_hidden_loss(other);
@@ -180,7 +178,7 @@ class ScanSequence {
     }
 
     Bytes file_;
-    const Candidate& candidate_;
+    const PictureCandidate& candidate_;
     const Frame& frame_;
     ScanReader reader_;
     std::vector<ScanSource> waiting_; // In the order of the file.
@@ -190,7 +188,7 @@ class ScanSequence {
 
 } // namespace
 
-MultiScanResult decode_scans(Bytes file, const Candidate& candidate, CoefficientStore& store) {
+MultiScanResult decode_scans(Bytes file, const PictureCandidate& candidate, CoefficientStore& store) {
     return ScanSequence(file, candidate, store).decode();
 }
 

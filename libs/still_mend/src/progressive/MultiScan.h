@@ -13,7 +13,7 @@ struct MultiScanResult {
     std::vector<bool> guessed; ///< By MCU: that came from data that do not end where they must.
     std::vector<bool> coarse;  ///< By MCU: present, but not for sure with all of its detail.
     bool whole = false; ///< Every scan decoded and closed, up to EOI, with nothing skipped between them.
-    bool end_found = false;
+    bool eoi_found = false;
     std::size_t end = 0;       ///< Behind EOI, or behind the last scan.
     std::size_t first_bad = 0; ///< Offset in the file, about; meaningless for a whole picture.
 };
@@ -21,7 +21,8 @@ struct MultiScanResult {
 /// Decodes scan after scan from the candidate's first SOS on. Tables and SOS between the scans are taken
 /// where they are plausible; damage between them is stepped over. The frame and the first scan must be there;
 /// tables may have been completed by the caller. At most kMaxScans scans are read.
-[[nodiscard]] MultiScanResult decode_scans(Bytes file, const Candidate& candidate, CoefficientStore& store);
+[[nodiscard]] MultiScanResult decode_scans(Bytes file, const PictureCandidate& candidate,
+                                           CoefficientStore& store);
 
 inline constexpr unsigned kMaxScans = 128;
 

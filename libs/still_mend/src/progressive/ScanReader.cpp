@@ -24,7 +24,7 @@ void fail(ScanReader::Outcome& outcome, std::size_t offset) {
 /// or none and the most where that is too much to look at.
 std::vector<std::size_t> losses_up_to(std::size_t eights, std::size_t pieces) {
     constexpr std::size_t kMostFits = 1U << 20U;
-    if (eights >= PathPiece::kMostStates || pieces * (eights + 1) > kMostFits) {
+    if (eights >= PathInterval::kMostStates || pieces * (eights + 1) > kMostFits) {
         return {0, eights};
     }
     std::vector<std::size_t> losses;
@@ -37,7 +37,7 @@ std::vector<std::size_t> losses_up_to(std::size_t eights, std::size_t pieces) {
 /// The mean size of the intervals that are whole.
 class MeanSize {
   public:
-    void add(const Piece& piece) {
+    void add(const EntropySegment& piece) {
         bytes_ += piece.end + 2 - piece.begin;
         ++count_;
     }
@@ -63,8 +63,8 @@ ScanReader::ScanReader(Bytes file, const Frame& frame, CoefficientStore& store, 
     : file_(file), frame_(frame), store_(store), file_end_(file_end) {
     for (const auto& component : frame.components) {
         BlockProgress progress;
-        progress.wide = std::size_t{frame.mcus_wide()} * component.h;
-        const std::size_t blocks = progress.wide * frame.mcus_high() * component.v;
+        progress.wide = std::size_t{frame.mcus_wide()} * component.h_samp;
+        const std::size_t blocks = progress.wide * frame.mcus_high() * component.v_samp;
         progress.dc.assign(blocks, false);
         progress.broken.assign(blocks, false);
         progress.unsure.assign(blocks, false);
@@ -86,7 +86,7 @@ BlockDecoder ScanReader::begin(const ScanSource& source) {
 
 ScanReader::Outcome ScanReader::read(const ScanSource& source, const ScanSource* refining) {
     BlockDecoder decoder = begin(source);
-    if (interval_ < units_ && source.scan.high == 0 && !mostly_closes(decoder)) {
+    if (interval_ < units_ && source.scan.ah == 0 && !mostly_closes(decoder)) {
         // Its tables are not what they were. Nothing of it is taken.
         mark_broken(0, units_);
         return {false, source.limit, source.offset};
@@ -97,8 +97,8 @@ ScanReader::Outcome ScanReader::read(const ScanSource& source, const ScanSource*
     }
     const Outcome outcome = read_pieces(decoder, places);
     for (const auto& component : source.scan.components) {
-        for (std::size_t k = source.scan.first; k <= source.scan.last; ++k) {
-            progress_[component.index].low[k] = static_cast<int>(source.scan.low);
+        for (std::size_t k = source.scan.ss; k <= source.scan.se; ++k) {
+            progress_[component.index].low[k] = static_cast<int>(source.scan.al);
         }
     }
     return outcome;
@@ -107,7 +107,7 @@ ScanReader::Outcome ScanReader::read(const ScanSource& source, const ScanSource*
 ScanReader::Outcome ScanReader::read_pieces(BlockDecoder& decoder, const std::vector<Place>& places) {
     Outcome outcome{true, source_->offset, 0};
     std::size_t next = 0; // Unit.
-    PieceWalk walk = pieces();
+    EntropySegmentWalk walk = pieces();
     for (const Place& place : places) {
         const auto piece = walk.next();
         const std::size_t first = place.interval * interval_;
@@ -155,7 +155,8 @@ void ScanReader::finish(MultiScanResult& result) const {
         for (std::size_t row = 0; row < frame_.blocks_high(component); ++row) {
             for (std::size_t column = 0; column < frame_.blocks_wide(component); ++column) {
                 const std::size_t block = row * progress.wide + column;
-                const std::size_t mcu = row / component.v * frame_.mcus_wide() + column / component.h;
+                const std::size_t mcu =
+                    row / component.v_samp * frame_.mcus_wide() + column / component.h_samp;
                 if (!progress.dc[block]) {
                     result.present[mcu] = false;
                 }
@@ -179,9 +180,9 @@ std::size_t ScanReader::interval_of(BlockDecoder& decoder) {
     if (first >= source_->limit || !marker::is_restart(file_[first + 1])) {
         return units_;
     }
-    if (inferred_interval_ == 0 && source_->scan.high == 0) {
+    if (inferred_interval_ == 0 && source_->scan.ah == 0) {
         std::map<std::size_t, unsigned> votes;
-        PieceWalk walk = pieces();
+        EntropySegmentWalk walk = pieces();
         for (unsigned tried = 0; tried < 32; ++tried) {
             const auto piece = walk.next();
             if (!piece || piece->end >= source_->limit) {
@@ -199,8 +200,8 @@ std::size_t ScanReader::interval_of(BlockDecoder& decoder) {
 
 /// Decodes a piece into nothing, at most so many units. Gives after how many its bits end; 0 if they do not
 /// end with a unit.
-std::size_t ScanReader::units_until_close(BlockDecoder& decoder, const Piece& piece, std::size_t least,
-                                          std::size_t most) const {
+std::size_t ScanReader::units_until_close(BlockDecoder& decoder, const EntropySegment& piece,
+                                          std::size_t least, std::size_t most) const {
     BitReader reader = reader_of(piece);
     decoder.restart();
     const auto skip = [&](std::size_t channel, std::size_t, std::size_t, std::size_t) {
@@ -220,7 +221,7 @@ bool ScanReader::mostly_closes(BlockDecoder& decoder) const {
     constexpr unsigned kPieces = 64;
     unsigned tried = 0;
     unsigned closed = 0;
-    PieceWalk walk = pieces();
+    EntropySegmentWalk walk = pieces();
     for (auto piece = walk.next(); piece && piece->end < source_->limit && tried < kPieces;
          piece = walk.next()) {
         ++tried;
@@ -232,7 +233,7 @@ bool ScanReader::mostly_closes(BlockDecoder& decoder) const {
 /// The intervals that the pieces are, by the numbers of their markers: the first that are possible.
 std::vector<ScanReader::Place> ScanReader::places_by_number() const {
     std::vector<Place> places;
-    PieceWalk walk = pieces();
+    EntropySegmentWalk walk = pieces();
     std::size_t expected = 0;
     while (expected < intervals()) {
         const auto piece = walk.next();
@@ -260,7 +261,7 @@ std::size_t ScanReader::hidden_eights(const std::vector<Place>& places) const {
 /// Where the intervals of a scan begin that has all of them.
 std::vector<BitReader> ScanReader::starts_of(const ScanSource& source) const {
     std::vector<BitReader> starts;
-    PieceWalk walk(file_, source.offset, source.limit, true);
+    EntropySegmentWalk walk(file_, source.offset, source.limit, true);
     while (const auto piece = walk.next()) {
         if (starts.size() == intervals()) {
             return {};
@@ -283,9 +284,9 @@ void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places,
     if (refining != nullptr) {
         fit.check_with({refining->scan, refining->tables, starts_of(*refining)});
     }
-    std::vector<PathPiece> path;
+    std::vector<PathInterval> path;
     MeanSize size;
-    PieceWalk walk = pieces();
+    EntropySegmentWalk walk = pieces();
     std::size_t begin = source_->offset;
     for (std::size_t index = 0; index < places.size(); ++index) {
         const auto piece = walk.next();
@@ -293,7 +294,7 @@ void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places,
             break;
         }
         const std::size_t passed = index == 0 ? 1 : places[index].interval - places[index - 1].interval;
-        PathPiece next;
+        PathInterval next;
         next.seamless = index == 0 || (passed == 1 && piece->adjacent && path.back().closing != 0);
         next.eights = size.eights_besides(piece->begin - begin, passed);
         const auto closing =
@@ -315,7 +316,7 @@ void ScanReader::place_by_fit(BlockDecoder& decoder, std::vector<Place>& places,
 }
 
 /// Decodes an interval up to its end or to what does not decode. Gives how many of its units are good.
-std::size_t ScanReader::read_interval(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+std::size_t ScanReader::read_interval(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
                                       std::size_t count) {
     if (count >= kWorthResuming && ends_behind_damage(decoder, piece, first, count)) {
         read_over_damage(decoder, piece, first, count, true);
@@ -350,23 +351,23 @@ bool ScanReader::has_broken(std::size_t first, std::size_t count) const {
 
 /// Whether the bits of an interval that refines end with its last unit. Where earlier scans are lost nothing
 /// of theirs was then missing: flat parts of a picture have no coefficients.
-bool ScanReader::closes_on_what_is_there(BlockDecoder& decoder, const Piece& piece, std::size_t first,
-                                         std::size_t count) {
+bool ScanReader::closes_on_what_is_there(BlockDecoder& decoder, const EntropySegment& piece,
+                                         std::size_t first, std::size_t count) {
     const Passage passage = read_over_damage(decoder, piece, first, count, false);
     return passage.failed == 0 && passage.closes && decoder.at_rest();
 }
 
 /// Whether an interval has damage, and its bits end with its last unit nevertheless: the units behind the
 /// damage are then most likely in their places.
-bool ScanReader::ends_behind_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+bool ScanReader::ends_behind_damage(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
                                     std::size_t count) {
     const Passage passage = read_over_damage(decoder, piece, first, count, false);
     return passage.failed > 0 && passage.closes;
 }
 
 /// Decodes an interval over all that does not decode, and takes it or not.
-ScanReader::Passage ScanReader::read_over_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first,
-                                                 std::size_t count, bool taking) {
+ScanReader::Passage ScanReader::read_over_damage(BlockDecoder& decoder, const EntropySegment& piece,
+                                                 std::size_t first, std::size_t count, bool taking) {
     Passage passage;
     BitReader reader = reader_of(piece);
     decoder.restart();

@@ -56,11 +56,13 @@ class ScanReader {
 
     BlockDecoder begin(const ScanSource& source);
     [[nodiscard]] std::size_t interval_of(BlockDecoder& decoder);
-    [[nodiscard]] std::size_t units_until_close(BlockDecoder& decoder, const Piece& piece, std::size_t least,
-                                                std::size_t most) const;
+    [[nodiscard]] std::size_t units_until_close(BlockDecoder& decoder, const EntropySegment& piece,
+                                                std::size_t least, std::size_t most) const;
     [[nodiscard]] bool mostly_closes(BlockDecoder& decoder) const;
 
-    [[nodiscard]] PieceWalk pieces() const { return PieceWalk(file_, source_->offset, source_->limit, true); }
+    [[nodiscard]] EntropySegmentWalk pieces() const {
+        return EntropySegmentWalk(file_, source_->offset, source_->limit, true);
+    }
     [[nodiscard]] std::size_t intervals() const { return (units_ - 1) / interval_ + 1; }
     [[nodiscard]] std::vector<Place> places_by_number() const;
     [[nodiscard]] std::size_t hidden_eights(const std::vector<Place>& places) const;
@@ -69,24 +71,25 @@ class ScanReader {
                       const ScanSource* refining) const;
 
     Outcome read_pieces(BlockDecoder& decoder, const std::vector<Place>& places);
-    std::size_t read_interval(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+    std::size_t read_interval(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
                               std::size_t count);
     [[nodiscard]] bool has_broken(std::size_t first, std::size_t count) const;
-    bool closes_on_what_is_there(BlockDecoder& decoder, const Piece& piece, std::size_t first,
+    bool closes_on_what_is_there(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
                                  std::size_t count);
-    bool ends_behind_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count);
-    Passage read_over_damage(BlockDecoder& decoder, const Piece& piece, std::size_t first, std::size_t count,
-                             bool taking);
+    bool ends_behind_damage(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
+                            std::size_t count);
+    Passage read_over_damage(BlockDecoder& decoder, const EntropySegment& piece, std::size_t first,
+                             std::size_t count, bool taking);
     bool read_unit(BlockDecoder& decoder, BitReader& reader, std::size_t unit);
     void mark_unsure(std::size_t first, std::size_t last);
     void mark_broken(std::size_t first, std::size_t last);
 
     [[nodiscard]] UnitGrid grid() const { return {frame_, source_->scan}; }
-    [[nodiscard]] BitReader reader_of(const Piece& piece) const {
+    [[nodiscard]] BitReader reader_of(const EntropySegment& piece) const {
         return {file_.first(source_->limit), piece.begin};
     }
-    [[nodiscard]] bool refines_ac() const { return source_->scan.first > 0 && source_->scan.high > 0; }
-    [[nodiscard]] bool gives_dc() const { return source_->scan.first == 0 && source_->scan.high == 0; }
+    [[nodiscard]] bool refines_ac() const { return source_->scan.refines_ac(); }
+    [[nodiscard]] bool gives_dc() const { return source_->scan.begins_dc(); }
 
     Bytes file_;
     const Frame& frame_;

@@ -46,7 +46,7 @@ double smaller_mean(std::vector<double>& values) {
 /// that it slipped, as an end with some MCUs too many or too few does. A picture has edges that look like
 /// damage, so that no look tells where the first damage is.
 bool is_in_place(const Run& run, std::size_t total) {
-    return run.dc_known && (!run.at_end || run.count == total);
+    return run.dc_known && (!run.at_eoi || run.count == total);
 }
 
 /// Finds the places within runs where noise begins and ends. Damage need not lead to an error: the decoder
@@ -117,7 +117,7 @@ class BreakSearch {
     /// precedes them.
     [[nodiscard]] std::size_t end_in_place(const Run& run) const {
         const std::size_t end = run.trace + run.count;
-        if (run.at_end || run.cut || run.count >= total_) {
+        if (run.at_eoi || run.cut || run.count >= total_) {
             return end;
         }
         if (run.count <= kMostNoise) { // Nothing tells what is usual here.
@@ -353,7 +353,7 @@ class PlainPlacement {
             return parts;
         }
         const Run& run = survey_.runs.front();
-        if (run.at_end && run.count != data_.total) {
+        if (run.at_eoi && run.count != data_.total) {
             const auto slip =
                 static_cast<std::ptrdiff_t>(run.count) - static_cast<std::ptrdiff_t>(data_.total);
             if (const auto cut = slips_.best_cut(parts.front(), slip)) {
@@ -371,7 +371,7 @@ class PlainPlacement {
         }
         const Run& run = survey_.runs[segments.back().run];
         const std::size_t rest = run.trace + run.count - segments.back().first;
-        if (run.at_end && rest <= data_.total && segments.back().last == run.trace + run.count) {
+        if (run.at_eoi && rest <= data_.total && segments.back().last == run.trace + run.count) {
             tail_ = data_.total - rest;
         }
     }
@@ -381,8 +381,8 @@ class PlainPlacement {
         if (segment.run == last_.run) {
             const std::size_t straight = last_position_ + (segment.first - last_.first);
             const auto as_it_is = fit_at(segment, straight, &last_level_);
-            const auto at_end = fit_at(segment, position, nullptr);
-            const bool goes_on = !as_it_is || !at_end || at_end->steps >= 0.7 * as_it_is->steps;
+            const auto at_eoi = fit_at(segment, position, nullptr);
+            const bool goes_on = !as_it_is || !at_eoi || at_eoi->steps >= 0.7 * as_it_is->steps;
             if (goes_on && straight == position) {
                 bridge(segment, true); // Both ends agree.
                 return;
@@ -526,7 +526,7 @@ class PlainPlacement {
             const std::size_t most = run.dc_known ? run.count : kShownBeforeBreak;
             std::size_t count = 0;
             while (count < most && skip + count < run.count && position + count < data_.total &&
-                   !canvas_.taken(position + count)) {
+                   !canvas_.is_filled(position + count)) {
                 ++count;
             }
             if (count > 0) {
@@ -569,7 +569,7 @@ class PlainPlacement {
         std::size_t above = position + mcu;
         for (std::size_t row = 1; row <= rows && above >= wide_ && above < data_.total + wide_; ++row) {
             above -= wide_;
-            if (canvas_.taken(above)) {
+            if (canvas_.is_filled(above)) {
                 return Pair{above, segment.first + mcu, row};
             }
         }
@@ -586,7 +586,7 @@ class PlainPlacement {
         const std::size_t apart = pair.rows * wide_;
         double sum = usual_[1];
         double count = 1;
-        if (pair.above >= apart && canvas_.taken(pair.above - apart)) {
+        if (pair.above >= apart && canvas_.is_filled(pair.above - apart)) {
             const auto& upper = canvas_.level(pair.above - apart);
             const int offset = (canvas_.level(pair.above)[0] - upper[0]) * traces_.step_of_dc();
             sum += traces_.step_down(canvas_.trace(pair.above - apart), canvas_.trace(pair.above), offset);

@@ -53,7 +53,7 @@ class RestartPlacement {
             if (const auto place = find_place(chain, waiting)) {
                 sure_ = place->sure;
                 const std::size_t missing = intervals_ - std::min(intervals_, place->interval + chain.size());
-                if (run(chain.last - 1).at_end && missing > 0 && missing % 8 == 0) {
+                if (run(chain.last - 1).at_eoi && missing > 0 && missing % 8 == 0) {
                     put_parted(chain, place->interval, missing);
                 } else {
                     put_chain(chain, place->interval);
@@ -84,7 +84,7 @@ class RestartPlacement {
         if (lowest == 0) {
             lowest = 8; // No marker stands in front of the first interval.
         }
-        if (run(chain.last - 1).at_end) {
+        if (run(chain.last - 1).at_eoi) {
             // The last marker is there, so the places count from the end.
             const std::size_t place = intervals_ >= chain.size() ? intervals_ - chain.size() : 0;
             if (place >= lowest && place % 8 == phase) {
@@ -161,7 +161,7 @@ class RestartPlacement {
         for (std::size_t mcu = 0; mcu < mcus; ++mcu) {
             const std::size_t position = start + mcu;
             if (position >= canvas_.wide() && position < canvas_.total() &&
-                canvas_.taken(position - canvas_.wide())) {
+                canvas_.is_filled(position - canvas_.wide())) {
                 sum += survey_.traces.step_down(canvas_.trace(position - canvas_.wide()),
                                                 run(chain.first).trace + mcu);
                 ++count;

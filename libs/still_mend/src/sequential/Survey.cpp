@@ -27,7 +27,7 @@ std::size_t most_mcus(const ScanData& data, const BitReader& behind_last) {
         return data.total;
     }
     const std::size_t next = next_marker(data.file, rest.offset(), data.limit);
-    const bool ends_later = next < data.limit && data.file[next + 1] == marker::kEnd;
+    const bool ends_later = next < data.limit && data.file[next + 1] == marker::kEoi;
     return data.total + (ends_later ? kMostTooMany : 0);
 }
 
@@ -37,7 +37,7 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
     Survey survey{std::move(traces), {}, data.first};
     const std::size_t last_count = (data.total - 1) % data.interval + 1; // MCUs of the last interval.
     const std::size_t most = 2 * data.total + 4096;
-    PieceWalk pieces(data.file, data.first, data.limit, data.from_start);
+    EntropySegmentWalk pieces(data.file, data.first, data.limit, data.from_start);
     Mcu mcu;
     while (const auto piece = pieces.next()) {
         if (survey.traces.size() > most || survey.runs.size() > most_runs(data)) {
@@ -56,18 +56,18 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
             BitReader before = reader;
             if (!decoder.decode(reader, dc, mcu)) {
                 // The last interval may be shorter, and then ends here.
-                run.closes = run.count == last_count && piece->at_end && before.closes();
+                run.closes = run.count == last_count && piece->at_eoi && before.closes();
                 break;
             }
             survey.traces.append(mcu);
             ++run.count;
         }
         run.closes = run.closes || (run.count == data.interval && reader.closes());
-        run.at_end = run.closes && piece->at_end;
+        run.at_eoi = run.closes && piece->at_eoi;
         run.cut = run.count < data.interval && reader.overrun() && piece->end == data.limit;
         survey.runs.push_back(run);
         survey.end = piece->end;
-        if (run.at_end) {
+        if (run.at_eoi) {
             survey.end = piece->end + 2;
             break;
         }
@@ -116,11 +116,11 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         run.end = before.offset();
         run.closes = before.closes();
         const std::size_t stop = before.stop();
-        run.at_end = run.closes && stop + 1 < data.limit && data.file[stop + 1] == marker::kEnd;
+        run.at_eoi = run.closes && stop + 1 < data.limit && data.file[stop + 1] == marker::kEoi;
         run.cut = failed && reader.overrun() && stop + 1 >= data.limit;
         survey.end = run.end;
         const bool done =
-            (run.at_end && (first || run.count >= kMinRun)) || (!failed && run.count >= data.total);
+            (run.at_eoi && (first || run.count >= kMinRun)) || (!failed && run.count >= data.total);
         if (first || run.count >= kMinRun) {
             survey.runs.push_back(run);
             dropped = 0;
@@ -130,7 +130,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
         }
         first = false;
         if (done) {
-            survey.end = run.at_end ? stop + 2 : run.end;
+            survey.end = run.at_eoi ? stop + 2 : run.end;
             break;
         }
         if (const auto start = search.find(before); start && start->offset() >= run.begin) {
@@ -155,12 +155,12 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
 unsigned infer_interval(const ScanData& data, const McuDecoder& decoder) {
     constexpr unsigned kPieces = 64;
     constexpr std::size_t kMost = 65535;
-    PieceWalk pieces(data.file, data.first, data.limit, data.from_start);
+    EntropySegmentWalk pieces(data.file, data.first, data.limit, data.from_start);
     std::map<unsigned, unsigned> votes;
     Mcu mcu;
     for (unsigned count = 0; count < kPieces; ++count) {
         const auto piece = pieces.next();
-        if (!piece || piece->end == data.limit || piece->at_end) {
+        if (!piece || piece->end == data.limit || piece->at_eoi) {
             break;
         }
         BitReader reader(data.file.first(data.limit), piece->begin);

@@ -26,7 +26,7 @@ struct Run {
     int restart = -1;      ///< Number of the restart marker in front, -1 for none.
     bool adjacent = false; ///< The run before ended at that marker.
     bool closes = false;   ///< Its bits end with the run, at a marker or at the limit.
-    bool at_end = false;   ///< And that marker is EOI.
+    bool at_eoi = false;   ///< And that marker is EOI.
     bool cut = false;      ///< Its data end with the limit: what is there is good to the end.
     std::size_t trace = 0; ///< Of the first MCU.
     std::size_t count = 0; ///< MCUs.
