@@ -1,5 +1,6 @@
 #include "header/FrameInference.h"
 
+#include "fit/Statistics.h"
 #include "sequential/Survey.h"
 
 #include <algorithm>
@@ -13,7 +14,8 @@ namespace {
 
 constexpr std::size_t kLeastWide = 4; // MCUs.
 constexpr std::size_t kMostWide = 2048;
-constexpr std::size_t kCompared = 3000;
+constexpr std::size_t kCompared = 3000;  // MCUs for each width.
+constexpr double kClearlySmoother = 0.7; // Of the median step of all widths.
 
 /// MCUs that decoded one behind the other.
 struct JoinedRuns {
@@ -87,9 +89,7 @@ class FrameInference {
         const auto best = std::min_element(steps.begin(), steps.end());
         auto wide = kLeastWide + static_cast<std::size_t>(best - steps.begin());
         const double least = *best;
-        const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
-        std::nth_element(steps.begin(), middle, steps.end());
-        return least < 0.7 * *middle ? std::optional(wide) : std::nullopt;
+        return least < kClearlySmoother * median(steps) ? std::optional(wide) : std::nullopt;
     }
 
     [[nodiscard]] std::optional<Frame> with_size(std::size_t wide) const {
