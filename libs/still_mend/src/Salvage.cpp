@@ -1,5 +1,6 @@
 #include "Salvage.h"
 
+#include "assessment/LibjpegAssessment.h"
 #include "header/HeaderMarkers.h"
 #include "header/Hypotheses.h"
 #include "header/Orphans.h"
@@ -19,10 +20,10 @@ bool is_thumbnail(const PictureCandidate& candidate) {
     return candidate.offset > 0 && (size <= kTinyPixels || (candidate.nested && size <= kThumbnailPixels));
 }
 
-/// Keeps the better of what it is shown, thumbnails apart.
+/// Keeps the best picture and the best thumbnail.
 class Ranking {
   public:
-    void show(Assessment&& assessment) {
+    void add(Assessment&& assessment) {
         if (!assessment.deliverable()) {
             return;
         }
@@ -91,11 +92,11 @@ class FileSalvage {
 
     std::optional<BestPicture> best() {
         for (const PictureCandidate* candidate : by_size(candidates_)) {
-            look_at(*candidate);
+            consider(*candidate);
         }
         for (const auto& orphan : find_orphans(file_, covered_, siblings_)) {
             if (ranking_.can_win(orphan.candidate) && budget_.spend(data_size(orphan.candidate))) {
-                ranking_.show(assess(file_, orphan));
+                ranking_.add(assess(file_, orphan));
             }
         }
         auto found = std::move(ranking_).best();
@@ -113,7 +114,7 @@ class FileSalvage {
         return candidate.sos_offset ? candidate.limit - candidate.entropy : file_.size() - candidate.offset;
     }
 
-    void look_at(const PictureCandidate& candidate) {
+    void consider(const PictureCandidate& candidate) {
         std::optional<Assessment> best;
         if (ranking_.can_win(candidate)) {
             best = intact(candidate);
@@ -121,7 +122,7 @@ class FileSalvage {
         }
         if (best && best->deliverable()) {
             covered_.push_back({candidate.offset, best->end});
-            ranking_.show(std::move(*best));
+            ranking_.add(std::move(*best));
         } else if (candidate.sos_offset) {
             covered_.push_back({candidate.offset, candidate.entropy});
         }

@@ -14,7 +14,7 @@ struct IntactJpeg {
 };
 
 /// The intact JPEG that the bytes begin with, if they do. Rows are decoded one by one, and only pictures of
-/// several scans are kept in memory, two bytes a coefficient. Reading ends at the first warning. Pictures
+/// several scans are kept in memory, two bytes per coefficient. Reading ends at the first warning. Pictures
 /// that are larger than their bytes can code, and scans without end, are given up: work stays within a
 /// constant times the size. Throws std::bad_alloc.
 [[nodiscard]] std::optional<IntactJpeg> read_intact(Bytes jpeg);

@@ -23,11 +23,11 @@ bool can_be_written(const Frame& frame) {
 struct Watch : jpeg_progress_mgr {
     explicit Watch(const JpegDecompressor& watched)
         : jpeg_progress_mgr{}, codec(watched), left(watched.most_visits()) {
-        progress_monitor = [](j_common_ptr common) { static_cast<Watch*>(common->progress)->look(common); };
+        progress_monitor = [](j_common_ptr common) { static_cast<Watch*>(common->progress)->check(common); };
     }
 
     /// Called by libjpeg before each step.
-    void look(j_common_ptr common) {
+    void check(j_common_ptr common) {
         if (codec.errors.num_warnings == 0) {
             scan = codec.info.input_scan_number;
             row = codec.info.input_iMCU_row;
@@ -81,7 +81,7 @@ class LenientReader {
         return picture;
     }
 
-    /// Behind a failed read: where the marker is that libjpeg could not go on from, if it was one behind the
+    /// After a failed read: where the marker is that libjpeg could not go on from, if it was one after the
     /// header.
     [[nodiscard]] std::optional<std::size_t> fatal_marker() const {
         const std::size_t end = codec_.consumed();
@@ -103,7 +103,7 @@ class LenientReader {
             const JQUANT_TBL* table = codec_.info.comp_info[index].quant_table;
             component.quant = static_cast<unsigned>(index);
             QuantTable values;
-            values.values.fill(1); // Of a component that no scan brought.
+            values.values.fill(1); // The component was in no scan.
             for (std::size_t k = 0; table != nullptr && k < 64; ++k) {
                 values.values[k] = table->quantval[kNaturalOrder[k]];
             }

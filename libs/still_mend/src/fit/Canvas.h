@@ -26,11 +26,11 @@ class Canvas {
     [[nodiscard]] std::uint32_t trace(std::size_t position) const { return trace_of_[position]; }
     [[nodiscard]] const Levels& level(std::size_t position) const { return level_[position]; }
 
-    /// Puts MCUs from position on, with what is to be added to their DC values. They take the places of those
-    /// that were put there before, as they do in the picture.
+    /// Puts MCUs from position on, with what is to be added to their DC values. They replace those that were
+    /// put there before, as they do in the picture.
     void put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level = {});
 
-    /// Mean steps across all borders between neighbours that are there, in sixteenths of a level; and, to
+    /// Mean steps across all borders between neighbours that are filled, in sixteenths of a level; and, to
     /// compare with, between places that are not neighbours.
     struct Roughness {
         double down = 0;

@@ -13,13 +13,13 @@ namespace still_mend {
 inline constexpr int kLevel = 16;
 
 /// What is kept of each decoded MCU to judge how well it fits its neighbours: brightness along the four
-/// borders of its first component, and the means of the upper and lower border of each. About half a byte a
-/// pixel.
+/// borders of its first component, and the means of the upper and lower border of each. About half a byte
+/// per pixel.
 class McuTraces {
   public:
     McuTraces(const Frame& frame, const Scan& scan, const Tables& tables);
 
-    /// Remembers an MCU behind those before.
+    /// Appends an MCU to those before.
     void append(const Mcu& mcu);
     [[nodiscard]] std::size_t size() const { return count_; }
     /// Forgets all but the first count MCUs.
@@ -52,7 +52,7 @@ class McuTraces {
     using Samples = std::span<const std::int16_t>;
 
     // A record:  top | bottom | left | right | (mean of top, mean of bottom) of each component. Four samples
-    // a block border in the first four.
+    // per block border in the first four.
     [[nodiscard]] Samples part(std::size_t mcu, std::size_t first, std::size_t count) const {
         return Samples(data_).subspan(mcu * stride_ + first, count);
     }

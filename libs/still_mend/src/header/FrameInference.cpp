@@ -17,7 +17,7 @@ constexpr std::size_t kMostWide = 2048;
 constexpr std::size_t kCompared = 3000;  // MCUs for each width.
 constexpr double kClearlySmoother = 0.7; // Of the median step of all widths.
 
-/// MCUs that decoded one behind the other.
+/// Runs that follow one another without a gap.
 struct JoinedRuns {
     std::size_t first = 0; // Trace.
     std::size_t count = 0;
@@ -124,8 +124,8 @@ class FrameInference {
                            [](const Run& run) { return run.closes; });
     }
 
-    /// The number of the last restart marker tells the number of intervals, but for multiples of eight: takes
-    /// the nearest height that gives such a number.
+    /// The number of the last restart marker leaves the number of intervals open by multiples of eight: uses
+    /// the nearest height that agrees.
     void agree_with_last_restart(Frame& frame, unsigned mcu_height) const {
         if (data_.interval == 0 || survey_.runs.empty() || !survey_.runs.back().at_eoi ||
             survey_.runs.back().restart < 0) {

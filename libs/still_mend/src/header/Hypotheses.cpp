@@ -14,17 +14,17 @@ bool has_quant_tables(const PictureCandidate& candidate) {
                        [&](const Component& each) { return candidate.tables.quant[each.quant].has_value(); });
 }
 
-/// Fills what is missing of one kind of table from another's. Whether anything was taken.
+/// Fills what is missing of one kind of table from another's. Returns whether anything was.
 template <typename Array>
 bool fill_missing(Array& tables, const Array& from) {
-    bool taken = false;
+    bool filled = false;
     for (std::size_t number = 0; number < tables.size(); ++number) {
         if (!tables[number] && from[number]) {
             tables[number] = from[number];
-            taken = true;
+            filled = true;
         }
     }
-    return taken;
+    return filled;
 }
 
 Tables standard_tables() {

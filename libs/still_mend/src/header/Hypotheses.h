@@ -12,10 +12,10 @@ namespace still_mend {
 [[nodiscard]] std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& candidate,
                                                       const std::vector<PictureCandidate>& siblings);
 
-/// Adds a hypothesis; one with a borrowed frame also with the size that the data themselves tell.
+/// Adds a hypothesis; one with a borrowed frame also with the size inferred from the data themselves.
 void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis);
 
-/// Candidates that can lend: those with frame, scan and all tables, largest first, at most kMaxSiblings that
+/// Candidates to borrow from: those with frame, scan and all tables, largest first, at most kMaxSiblings that
 /// differ.
 [[nodiscard]] std::vector<PictureCandidate> find_siblings(const std::vector<PictureCandidate>& candidates);
 

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kLeastLength = 256;
 constexpr unsigned kLeastRestarts = 4; // In sequence. By chance: once in 2 * 10^15 places of noise.
 
-/// The stretches between the covered ranges.
+/// What is between the covered ranges.
 std::vector<Range> gaps(Bytes file, std::vector<Range> covered) {
     std::sort(covered.begin(), covered.end(),
               [](const Range& a, const Range& b) { return a.first < b.first; });
@@ -30,14 +30,14 @@ std::vector<Range> gaps(Bytes file, std::vector<Range> covered) {
     return free;
 }
 
-/// The part of a stretch that restart markers in sequence tell to be a scan: from the first of them to the
-/// first EOI behind. Empty where there is no such part.
-Range restart_part(Bytes file, const Range& stretch) {
-    std::size_t first = stretch.first;
+/// The part of a range that is a scan by its restart markers in sequence: from the first of them to the first
+/// EOI after. Empty where there is no such part.
+Range restart_part(Bytes file, const Range& range) {
+    std::size_t first = range.first;
     unsigned in_sequence = 0;
     int last_number = -1;
-    std::size_t offset = stretch.first;
-    while ((offset = next_marker(file, offset, stretch.last)) < stretch.last) {
+    std::size_t offset = range.first;
+    while ((offset = next_marker(file, offset, range.last)) < range.last) {
         const unsigned char code = file[offset + 1];
         if (marker::is_restart(code)) {
             const int number = code - marker::kRst0;
@@ -54,7 +54,7 @@ Range restart_part(Bytes file, const Range& stretch) {
         }
         offset += 2;
     }
-    return in_sequence >= kLeastRestarts ? Range{first, stretch.last} : Range{};
+    return in_sequence >= kLeastRestarts ? Range{first, range.last} : Range{};
 }
 
 Hypothesis with_header_of(const PictureCandidate& sibling, const Range& part) {
@@ -70,7 +70,7 @@ Hypothesis with_header_of(const PictureCandidate& sibling, const Range& part) {
     candidate.nested = false;
     candidate.damaged_header = true;
     candidate.applications.clear();
-    candidate.tables.restart_interval = 0; // The markers tell.
+    candidate.tables.restart_interval = 0; // To be inferred from the markers.
     return hypothesis;
 }
 
@@ -82,8 +82,8 @@ std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
     if (siblings.empty()) {
         return {};
     }
-    for (const auto& stretch : gaps(file, std::move(covered))) {
-        if (const Range part = restart_part(file, stretch); part.size() >= kLeastLength) {
+    for (const auto& range : gaps(file, std::move(covered))) {
+        if (const Range part = restart_part(file, range); part.size() >= kLeastLength) {
             parts.push_back(part);
         }
     }

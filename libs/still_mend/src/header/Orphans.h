@@ -7,9 +7,9 @@
 
 namespace still_mend {
 
-/// Entropy-coded data whose whole header is lost, each with the headers of siblings: stretches of the file
+/// Entropy-coded data whose whole header is lost, each with the headers of siblings: ranges of the file
 /// that no candidate accounts for and in which restart markers follow one another by number. At most
-/// kMaxOrphans stretches are tried.
+/// kMaxOrphans ranges are tried.
 [[nodiscard]] std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
                                                    const std::vector<PictureCandidate>& siblings);
 

@@ -29,7 +29,7 @@ bool has_known_name(Bytes content) {
     });
 }
 
-/// Reads headers one behind the other, and remembers which landmarks were read as part of one.
+/// Reads headers one after the other, and remembers which header markers were part of one.
 class HeaderWalk {
   public:
     HeaderWalk(Bytes file, const std::vector<HeaderMarker>& markers)
@@ -57,7 +57,7 @@ class HeaderWalk {
     }
 
   private:
-    /// Reads the segment at the offset. Gives where the next one is, or nothing at the header's end.
+    /// Reads the segment at the offset. Returns where the next one is, or nothing at the header's end.
     std::optional<std::size_t> step(PictureCandidate& candidate, std::size_t offset) {
         for (unsigned fill = 0;
              fill < 16 && offset + 1 < file_.size() && file_[offset] == 0xFF && file_[offset + 1] == 0xFF;
@@ -83,28 +83,28 @@ class HeaderWalk {
         if (!content) {
             return next_header_marker(candidate, offset + 1);
         }
-        const std::size_t behind = offset + 4 + content->size();
+        const std::size_t next = offset + 4 + content->size();
         if (marker::is_application(code) || code == marker::kCom) {
-            return skip_application(candidate, offset, behind, *content);
+            return skip_application(candidate, offset, next, *content);
         }
-        if (!take(candidate, code, offset, *content)) {
+        if (!read_segment(candidate, code, offset, *content)) {
             return next_header_marker(candidate, offset + 1);
         }
         consume(offset);
-        return code == marker::kSos ? std::nullopt : std::optional(behind);
+        return code == marker::kSos ? std::nullopt : std::optional(next);
     }
 
     std::optional<std::size_t> skip_application(PictureCandidate& candidate, std::size_t offset,
-                                                std::size_t behind, Bytes content) {
-        if (behind < file_.size() && file_[behind] == 0xFF) {
-            candidate.applications.push_back({offset, behind});
-            return behind;
+                                                std::size_t next, Bytes content) {
+        if (next < file_.size() && file_[next] == 0xFF) {
+            candidate.applications.push_back({offset, next});
+            return next;
         }
-        // What stands behind is no segment. A length under a known name is believed, another is not.
-        return next_header_marker(candidate, has_known_name(content) ? behind : offset + 1);
+        // What follows is no segment. A length under a known name is believed, another is not.
+        return next_header_marker(candidate, has_known_name(content) ? next : offset + 1);
     }
 
-    bool take(PictureCandidate& candidate, unsigned char code, std::size_t offset, Bytes content) {
+    bool read_segment(PictureCandidate& candidate, unsigned char code, std::size_t offset, Bytes content) {
         Work::add(content.size());
         switch (code) {
         case marker::kDqt:
@@ -132,7 +132,7 @@ class HeaderWalk {
         }
     }
 
-    /// Where the header goes on behind damage: at the next landmark, unless a picture begins there.
+    /// Where the header goes on after damage: at the next header marker, unless a picture begins there.
     std::optional<std::size_t> next_header_marker(PictureCandidate& candidate, std::size_t offset) {
         candidate.damaged_header = true;
         const auto next = lower_bound(offset);
@@ -161,7 +161,7 @@ class HeaderWalk {
     std::size_t steps_; // That all walks may take together.
 };
 
-/// Whether a picture has more scans than its first, so that tables and SOS behind that are its own.
+/// Whether a picture has more scans than its first, so that tables and SOS after that are its own.
 bool expects_more_scans(const PictureCandidate& candidate) {
     return candidate.frame && (candidate.frame->progressive() || !candidate.scan ||
                                candidate.scan->components.size() < candidate.frame->components.size());
@@ -171,8 +171,8 @@ std::size_t header_end(const PictureCandidate& candidate) {
     return std::max(candidate.offset, candidate.entropy);
 }
 
-/// Whether a header that lost its SOI begins at this landmark: frame or quantisation tables do not stand
-/// between the scans of a picture, and a picture with one scan has nothing behind it.
+/// Whether a header that lost its SOI begins at this header marker: frame or quantisation tables are
+/// never between the scans of a picture, and a picture with one scan has nothing after it.
 bool begins_headless(const HeaderMarker& mark, const PictureCandidate* before) {
     return mark.code == marker::kDqt || marker::is_picture_frame(mark.code) || before == nullptr ||
            !expects_more_scans(*before);
@@ -213,7 +213,7 @@ std::vector<PictureCandidate> find_candidates(Bytes file, const std::vector<Head
     }
     std::vector<PictureCandidate> headless;
     const std::size_t with_start = candidates.size();
-    std::size_t before = 0; // How many candidates with SOI begin before the landmark.
+    std::size_t before = 0; // How many candidates with SOI begin before the header marker.
     const PictureCandidate* open =
         nullptr; // That of them whose header ends last: a thumbnail ends within another's.
     for (std::size_t index = 0; index < markers.size() && headless.size() < kMaxCandidates; ++index) {

@@ -32,7 +32,7 @@ BlockDecoder::BlockDecoder(const Frame& frame, const Scan& scan, const Tables& t
         if (needs_ac(frame, scan)) {
             channel.ac = HuffmanTable(*tables.ac[component.ac]);
         }
-        channel.dc_limit = 1100 / quant[0] + 2;
+        channel.dc_limit = coefficient_limit(quant[0]) + 1;
         channels_.push_back(channel);
     }
     sequential_ = !frame.progressive();
@@ -49,7 +49,8 @@ void BlockDecoder::restart() {
 bool BlockDecoder::decode(BitReader& reader, std::size_t channel, Block& block) {
     bool good = false;
     if (sequential_) {
-        good = decode_dc(reader, channels_[channel], block) && decode_sequential_ac(reader, channel, block);
+        good = decode_dc(reader, channels_[channel], block) &&
+               decode_sequential_ac(reader, channels_[channel].ac, nullptr, block);
     } else if (scan_.ss == 0) {
         good = scan_.ah == 0 ? decode_dc(reader, channels_[channel], block) : refine_dc(reader, block);
     } else {
@@ -88,29 +89,6 @@ bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) 
 bool BlockDecoder::refine_dc(BitReader& reader, Block& block) const {
     if (reader.get(1) != 0) {
         block[0] = static_cast<std::int16_t>(block[0] | (1 << scan_.al));
-    }
-    return true;
-}
-
-bool BlockDecoder::decode_sequential_ac(BitReader& reader, std::size_t channel, Block& block) {
-    for (unsigned k = 1; k < 64; ++k) {
-        const int symbol = channels_[channel].ac.decode(reader);
-        if (symbol < 0) {
-            return false;
-        }
-        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
-        const unsigned size = static_cast<unsigned>(symbol) & 15U;
-        if (size == 0 && run != 15) {
-            return run == 0;
-        }
-        k += run;
-        if (size == 0) {
-            continue;
-        }
-        if (k > 63 || size > 10) {
-            return false;
-        }
-        block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size));
     }
     return true;
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "jpeg/BitReader.h"
-#include "jpeg/HuffmanTable.h"
+#include "jpeg/Bits.h"
+#include "jpeg/Block.h"
 #include "jpeg/MarkerSegments.h"
-#include "jpeg/McuDecoder.h"
+#include "jpeg/SequentialAc.h"
 
 #include <cstdint>
 #include <vector>
@@ -25,7 +25,7 @@ class BlockDecoder {
     /// ended early.
     bool decode(BitReader& reader, std::size_t channel, Block& block);
 
-    /// Goes on behind a block that did not decode, as libjpeg does: without what its last code announced.
+    /// Goes on after a block that did not decode, as libjpeg does: without what its last code announced.
     void step_over(BitReader& reader);
 
     /// Whether no end-of-band run is left over: an interval does not end within one.
@@ -48,7 +48,6 @@ class BlockDecoder {
 
     bool decode_dc(BitReader& reader, Channel& channel, Block& block);
     bool refine_dc(BitReader& reader, Block& block) const;
-    bool decode_sequential_ac(BitReader& reader, std::size_t channel, Block& block);
     bool decode_ac(BitReader& reader, const HuffmanTable& table, Block& block);
     bool refine_ac(BitReader& reader, const HuffmanTable& table, Block& block);
     void begin_end_of_band(BitReader& reader, unsigned run);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "jpeg/Block.h"
 #include "jpeg/MarkerSegments.h"
-#include "jpeg/McuDecoder.h"
 
 #include <vector>
 
@@ -24,11 +24,11 @@ class CoefficientStore {
     void put_mcu(std::size_t position, const Mcu& mcu);
     [[nodiscard]] Mcu mcu(std::size_t position) const;
 
-    /// Gives lost MCUs between two that are there, one above and one below, their colour. What is lost at an
-    /// end of the picture stays grey. present has an entry an MCU.
+    /// Fills lost MCUs between two that are present, one above and one below, with their colours. What is
+    /// lost at an end of the picture stays grey. present has one entry per MCU.
     void bridge_gaps(const std::vector<bool>& present);
 
-    /// Frees a component's plane, which is then not to be used any more.
+    /// Frees a component's plane, which must then not be used any more.
     void release(std::size_t component) { planes_[component].blocks = {}; }
 
   private:

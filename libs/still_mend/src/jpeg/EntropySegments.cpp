@@ -37,14 +37,14 @@ std::optional<EntropySegment> EntropySegmentWalk::next() {
     while (offset_ < limit_) {
         const std::size_t end = next_marker(file_, offset_, limit_);
         const unsigned char code = end < limit_ ? file_[end + 1] : 0;
-        const EntropySegment piece{restart_, adjacent_, offset_, end, code == marker::kEoi};
+        const EntropySegment segment{restart_, adjacent_, offset_, end, code == marker::kEoi};
         const bool usable = usable_;
         usable_ = marker::is_restart(code);
         restart_ = usable_ ? code - marker::kRst0 : -1;
         adjacent_ = usable;
         offset_ = std::min(end + 2, limit_);
         if (usable) {
-            return piece;
+            return segment;
         }
     }
     return std::nullopt;

@@ -10,23 +10,23 @@ namespace still_mend {
 /// there is none.
 [[nodiscard]] std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit);
 
-/// Entropy-coded data between two markers.
+/// An entropy-coded segment: the data between two markers.
 struct EntropySegment {
-    int restart = -1;      ///< Number of the restart marker in front; -1 at the first byte of the scan.
-    bool adjacent = false; ///< The piece before ended at that marker.
+    int restart = -1;      ///< Number of the restart marker before it; -1 at the first byte of the scan.
+    bool adjacent = false; ///< The segment before ended at that marker.
     std::size_t begin = 0;
-    std::size_t end = 0; ///< Of the next marker.
+    std::size_t end = 0; ///< The next marker.
     bool at_eoi = false; ///< That marker is EOI.
 };
 
-/// Goes from piece to piece of a scan.
+/// Goes from segment to segment of a scan.
 class EntropySegmentWalk {
   public:
-    /// from_start: the first byte is the scan's first, so that a piece begins there.
+    /// from_start: the first byte is the scan's first, so that a segment begins there.
     EntropySegmentWalk(Bytes file, std::size_t first, std::size_t limit, bool from_start)
         : file_(file), offset_(first), limit_(limit), usable_(from_start) {}
 
-    /// The next piece that begins at the scan's first byte or behind a restart marker.
+    /// The next segment that begins at the scan's first byte or after a restart marker.
     std::optional<EntropySegment> next();
 
   private:

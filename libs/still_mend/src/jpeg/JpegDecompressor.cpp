@@ -12,7 +12,7 @@ namespace still_mend {
 namespace {
 
 constexpr std::uint64_t kFreeBlocks = std::uint64_t{1} << 20U;
-constexpr std::uint64_t kBlocksPerByte = 8; // A block takes a bit and more, but for arithmetic coding.
+constexpr std::uint64_t kBlocksPerByte = 8; // A block takes a bit and more, except in arithmetic coding.
 constexpr std::uint64_t kFreeVisits = std::uint64_t{1} << 24U;
 constexpr std::uint64_t kVisitsPerByte = 64; // A blank picture in libjpeg's own ten scans takes 20.
 

@@ -21,12 +21,12 @@ class JpegDecompressor {
     /// Reads up to the first SOS. False when libjpeg does not get that far. Throws std::bad_alloc.
     [[nodiscard]] bool read_header();
 
-    /// The frame that was read, arithmetic ones too. Only behind read_header, and before the picture is
+    /// The frame that was read, arithmetic ones too. Only after read_header, and before the picture is
     /// finished.
     [[nodiscard]] Frame frame() const;
 
-    /// Whether the frame may be decoded at all: its blocks are within what the bytes can code, but for small
-    /// pictures, and within kMaxPixels where libjpeg keeps all coefficients.
+    /// Whether the frame may be decoded at all: its blocks are within what the bytes can code, except in
+    /// small pictures, and within kMaxPixels where libjpeg keeps all coefficients.
     [[nodiscard]] bool is_affordable(const Frame& frame);
 
     /// What decoding all scans may cost, in blocks: several times what a picture of so many bytes takes.
@@ -35,7 +35,7 @@ class JpegDecompressor {
     /// Blocks that one step of jpeg_consume_input decodes in the current scan.
     [[nodiscard]] std::uint64_t blocks_of_step() const;
 
-    /// Bytes that libjpeg has consumed; all of them when it looked for more.
+    /// Bytes that libjpeg has consumed; all of them if it looked for more.
     [[nodiscard]] std::size_t consumed() const;
 
     /// Whether libjpeg has looked for more bytes than there are.

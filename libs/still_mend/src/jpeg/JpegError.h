@@ -9,7 +9,7 @@
 
 namespace still_mend {
 
-/// A fatal error of libjpeg, but for a lack of memory: that is std::bad_alloc. Thrown by what calls libjpeg,
+/// A fatal error of libjpeg, except a lack of memory: that is std::bad_alloc. Thrown by what calls libjpeg,
 /// never through it.
 struct JpegError {};
 

@@ -8,22 +8,10 @@ namespace still_mend {
 
 namespace {
 
-constexpr unsigned kMaxSide = 65500; // What libjpeg takes.
+constexpr unsigned kMaxSide = 65500; // The most that libjpeg accepts.
 
 unsigned ceil_div(unsigned value, unsigned by) {
     return (value + by - 1) / by;
-}
-
-/// Whether the counts form a prefix code that leaves the code of all ones free.
-bool is_prefix_code(const HuffmanCodes& codes) {
-    std::uint32_t code = 0;
-    for (unsigned length = 1; length <= 16; ++length) {
-        code = code * 2 + codes.counts[length - 1];
-        if (code > 1U << length) {
-            return false;
-        }
-    }
-    return true;
 }
 
 bool are_symbols(const HuffmanCodes& codes, unsigned size, bool ac) {
@@ -130,7 +118,7 @@ bool read_huffman_tables(Bytes content, Tables& tables) {
         HuffmanCodes codes;
         std::copy_n(content.begin() + 1, 16, codes.counts.begin());
         const unsigned size = codes.size();
-        if (size > 256 || content.size() < 17 + size || !is_prefix_code(codes)) {
+        if (size > 256 || content.size() < 17 + size || !codes.is_prefix_code()) {
             return false;
         }
         std::copy_n(content.begin() + 17, size, codes.symbols.begin());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Bytes.h"
-#include "jpeg/HuffmanTable.h"
+#include "jpeg/Bits.h"
 
 #include <array>
 #include <cstdint>
@@ -81,7 +81,7 @@ struct Scan {
     [[nodiscard]] bool refines_ac() const { return ss > 0 && ah > 0; }
 };
 
-// Each takes the segment's content behind the length field, and judges all of it. None reads outside.
+// Each reads a segment's content, which follows the length field, and judges all of it. None reads outside.
 
 /// Adds the tables of a DQT segment. False, with nothing changed, when the content is no such thing.
 [[nodiscard]] bool read_quant_tables(Bytes content, Tables& tables);
@@ -89,15 +89,15 @@ struct Scan {
 /// at most 15 (which belongs to 12 bits, and to nobody's picture above 11).
 [[nodiscard]] bool read_huffman_tables(Bytes content, Tables& tables);
 [[nodiscard]] bool read_restart_interval(Bytes content, Tables& tables);
-/// Precision 8, one, three or four components, sampling 1 to 4, at most 10 blocks an MCU, sizes of 1 to
+/// Precision 8, one, three or four components, sampling 1 to 4, at most 10 blocks per MCU, sizes of 1 to
 /// 65500 and at most kMaxPixels.
 [[nodiscard]] std::optional<Frame> read_frame(unsigned char code, Bytes content);
-/// What a SOS segment says of itself, without the frame: component ids are not looked up. For a first look.
+/// Whether the content is that of a SOS segment, without the frame: component ids are not looked up.
 [[nodiscard]] bool is_scan(Bytes content);
 /// A scan of this frame.
 [[nodiscard]] std::optional<Scan> read_scan(Bytes content, const Frame& frame);
 
-/// The content of a segment whose FF stands at the offset, if its length lies within the file.
+/// The content of a segment whose FF is at the offset, if all of it is within the file.
 [[nodiscard]] std::optional<Bytes> segment_content(Bytes file, std::size_t offset);
 
 } // namespace still_mend

@@ -2,7 +2,7 @@
 
 namespace still_mend::marker {
 
-// The byte behind FF (ITU T.81, table B.1).
+// The byte after FF (ITU-T T.81, table B.1).
 inline constexpr unsigned char kSof0 = 0xC0;
 inline constexpr unsigned char kSof1 = 0xC1;
 inline constexpr unsigned char kSof2 = 0xC2;

@@ -25,7 +25,7 @@ class UnitGrid {
     }
 
     /// Visits the blocks of a unit, up to the first for which visit(channel, component, row, column) is
-    /// false; gives whether there was none.
+    /// false. Returns whether there was none.
     template <typename Visit>
     bool visit(std::size_t unit, Visit visit) const {
         if (scan_.components.size() == 1) {

@@ -1,5 +1,6 @@
 #include "output/Delivery.h"
 
+#include "assessment/DecodedPicture.h"
 #include "jpeg/JpegDecode.h"
 #include "jpeg/JpegError.h"
 #include "jpeg/JpegWrite.h"
@@ -60,24 +61,24 @@ void write(std::ostream& stream, Bytes bytes) {
 constexpr unsigned char kSoi[] = {0xFF, marker::kSoi};
 constexpr unsigned char kEoi[] = {0xFF, marker::kEoi};
 
-/// The segments that go in front: those of the picture itself, or a small Exif of what else survived.
-struct Front {
+/// The segments that go first: those of the picture itself, or a small Exif of what else survived.
+struct LeadingSegments {
     std::vector<unsigned char> exif;
     std::vector<Bytes> segments;
 };
 
-Front front_of(Bytes file, const PictureCandidate& candidate) {
-    Front front;
+LeadingSegments leading_segments_of(Bytes file, const PictureCandidate& candidate) {
+    LeadingSegments leading;
     for (const auto& range : candidate.applications) {
-        front.segments.push_back(file.subspan(range.first, range.size()));
+        leading.segments.push_back(file.subspan(range.first, range.size()));
     }
-    if (!has_exif(front.segments)) {
-        front.exif = make_exif(file, candidate.offset);
-        if (!front.exif.empty()) {
-            front.segments.insert(front.segments.begin(), front.exif);
+    if (!has_exif(leading.segments)) {
+        leading.exif = make_exif(file, candidate.offset);
+        if (!leading.exif.empty()) {
+            leading.segments.insert(leading.segments.begin(), leading.exif);
         }
     }
-    return front;
+    return leading;
 }
 
 bool keeps_header(const Hypothesis& hypothesis) {
@@ -125,9 +126,9 @@ class Writer {
 
   private:
     void write_with_header(std::ostream& stream) const {
-        const Front front = front_of(file_, candidate_);
+        const LeadingSegments leading = leading_segments_of(file_, candidate_);
         write(stream, kSoi);
-        for (const Bytes segment : front.segments) {
+        for (const Bytes segment : leading.segments) {
             write(stream, segment);
         }
         write_headers(stream, *candidate_.frame, *candidate_.scan, candidate_.tables);
@@ -137,8 +138,8 @@ class Writer {
     void write_reencoded(std::ostream& stream) const {
         DecodedPicture decoded = decode_picture(file_, assessment_);
         decoded.store.bridge_gaps(decoded.present);
-        const Front front = front_of(file_, candidate_);
-        write_coefficients(stream, *candidate_.frame, candidate_.tables, decoded.store, front.segments);
+        const LeadingSegments leading = leading_segments_of(file_, candidate_);
+        write_coefficients(stream, *candidate_.frame, candidate_.tables, decoded.store, leading.segments);
     }
 
     Bytes file_;

@@ -130,7 +130,7 @@ class TiffReader {
     bool little_;
 };
 
-/// Whether a TIFF header stands at the offset: byte order, then 42 or what a maker puts in its place.
+/// Whether a TIFF header is at the offset: byte order, then 42 or what a maker puts in its place.
 std::optional<bool> little_endian_at(Bytes file, std::size_t offset) {
     const unsigned char first = file[offset];
     if ((first != 'I' && first != 'M') || file[offset + 1] != first) {
@@ -165,7 +165,7 @@ Values find_values(Bytes file, std::size_t picture) {
     return found;
 }
 
-/// Writes a small TIFF structure, low byte first: IFD 0, then the Exif directory, each with its texts behind.
+/// Writes a small TIFF structure, low byte first: IFD 0, then the Exif directory, each followed by its texts.
 class TiffBuilder {
   public:
     std::vector<unsigned char> build(const Values& values) {

@@ -1,6 +1,7 @@
 #include "progressive/IntervalFit.h"
 
 #include "Work.h"
+#include "jpeg/ReadingWork.h"
 
 #include <algorithm>
 #include <cmath>
@@ -70,11 +71,13 @@ IntervalFit::Closing IntervalFit::read(BlockDecoder& decoder, const BitReader& s
 
 std::uint8_t IntervalFit::read_adding(BlockDecoder& decoder, BitReader reader, std::size_t first,
                                       std::size_t interval) {
+    ReadingWork work(reader);
     decoder.restart();
     added_.clear();
     unsigned closing = 0;
     Added added;
     for (std::size_t unit = 0; unit < interval; ++unit) {
+        work.count_unit();
         std::size_t blocks = 0;
         const bool good =
             grid_.visit(0, [&](std::size_t channel, std::size_t index, std::size_t, std::size_t) {
@@ -104,9 +107,11 @@ std::uint8_t IntervalFit::read_adding(BlockDecoder& decoder, BitReader reader, s
 
 bool IntervalFit::read_refining(BlockDecoder& decoder, BitReader reader, std::size_t first,
                                 std::size_t interval) const {
+    ReadingWork work(reader);
     decoder.restart();
     const std::size_t units = units_from(first, interval);
     for (std::size_t unit = first; unit < first + units; ++unit) {
+        work.count_unit();
         const bool good = grid_.visit(
             unit, [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
                 Block block = store_.block(index, row, column);
@@ -127,8 +132,10 @@ bool IntervalFit::is_refined(std::size_t first, std::size_t interval) {
         return false;
     }
     BitReader reader = refining_->starts[place];
+    ReadingWork work(reader);
     refiner_->restart();
     for (std::size_t unit = 0; unit < units; ++unit) {
+        work.count_unit();
         const auto refine = [&](std::size_t channel, std::size_t index, std::size_t row, std::size_t column) {
             Block block = store_.block(index, row, column);
             std::transform(block.begin(), block.end(), added_[unit].begin(), block.begin(),

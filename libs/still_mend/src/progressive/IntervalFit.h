@@ -31,11 +31,11 @@ class IntervalFit {
     struct Refining {
         const Scan& scan;
         const Tables& tables;
-        std::vector<BitReader> starts; ///< Of its intervals.
+        std::vector<BitReader> starts; ///< At its intervals.
     };
     void check_with(Refining refining);
 
-    /// What is told of an interval by state, from the lowest bit: whether the bits end where they must, and
+    /// What is known of an interval by state, from the lowest bit: whether the bits end where they must, and
     /// those that refine it.
     struct Closing {
         std::uint8_t own = 0;
@@ -93,7 +93,7 @@ class IntervalFit {
     PathFits fits_;
     std::optional<Refining> refining_;
     std::optional<BlockDecoder> refiner_;
-    std::vector<Block> added_; // Of the interval that is read, where there is such a scan.
+    std::vector<Block> added_; // Blocks of the interval that is read, if there is such a scan.
 };
 
 } // namespace still_mend

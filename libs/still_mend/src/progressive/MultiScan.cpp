@@ -2,7 +2,8 @@
 
 #include "jpeg/EntropySegments.h"
 #include "jpeg/Markers.h"
-#include "progressive/ScanReader.h"
+#include "progressive/PictureInProgress.h"
+#include "progressive/ScanPass.h"
 
 #include <algorithm>
 
@@ -31,7 +32,7 @@ std::size_t scan_end(Bytes file, const Frame& frame, std::size_t offset, std::si
     return end;
 }
 
-/// Reads what stands between two scans: tables, and the next SOS. False at EOI or at the limit.
+/// Reads what is between two scans: tables, and the next SOS. False at EOI or at the limit.
 class BetweenScans {
   public:
     BetweenScans(Bytes file, const Frame& frame, std::size_t limit)
@@ -46,7 +47,7 @@ class BetweenScans {
                 return false;
             }
             const auto content = segment_content(file_.first(limit_), offset);
-            if (content && take(code, *content, tables)) {
+            if (content && read_segment(code, *content, tables)) {
                 end = offset + 4 + content->size();
                 offset = end;
                 if (code == marker::kSos) {
@@ -61,12 +62,12 @@ class BetweenScans {
     }
 
     Scan scan;
-    std::size_t end = 0; ///< Behind the last segment that was taken.
+    std::size_t end = 0; ///< After the last segment that was read.
     bool eoi_found = false;
     bool skipped = false; ///< Some bytes were neither.
 
   private:
-    bool take(unsigned char code, Bytes content, Tables& tables) {
+    bool read_segment(unsigned char code, Bytes content, Tables& tables) {
         switch (code) {
         case marker::kDht:
             return read_huffman_tables(content, tables);
@@ -90,7 +91,7 @@ class BetweenScans {
     std::size_t limit_;
 };
 
-/// Whether a scan adds to what another gives.
+/// Whether a scan adds to what another has begun.
 bool goes_on_with(const Scan& scan, const Scan& other) {
     const auto shared = [&](const ScanComponent& component) {
         return std::any_of(other.components.begin(), other.components.end(),
@@ -109,12 +110,43 @@ bool refines(const ScanSource& source, const ScanSource& other) {
            source.tables.restart_interval == other.tables.restart_interval;
 }
 
+/// Reports which MCUs have what.
+void summarise(const PictureInProgress& picture, MultiScanResult& result) {
+    const Frame& frame = picture.frame;
+    result.present.assign(frame.mcus(), true);
+    result.guessed.assign(frame.mcus(), false);
+    result.coarse.assign(frame.mcus(), false);
+    for (std::size_t index = 0; index < frame.components.size(); ++index) {
+        const auto& component = frame.components[index];
+        const auto& progress = picture.progress[index];
+        const bool refined = std::all_of(progress.missing_bits.begin(), progress.missing_bits.end(),
+                                         [](int bits) { return bits == 0; });
+        // Blocks that only fill up the last MCU of a row or column are in no scan of one component.
+        for (std::size_t row = 0; row < frame.blocks_high(component); ++row) {
+            for (std::size_t column = 0; column < frame.blocks_wide(component); ++column) {
+                const std::size_t block = row * progress.wide + column;
+                const std::size_t mcu =
+                    row / component.v_samp * frame.mcus_wide() + column / component.h_samp;
+                if (!progress.dc[block]) {
+                    result.present[mcu] = false;
+                }
+                if (progress.guessed[block]) {
+                    result.guessed[mcu] = true;
+                }
+                if (!refined || progress.broken[block] || progress.unsure[block]) {
+                    result.coarse[mcu] = true;
+                }
+            }
+        }
+    }
+}
+
 /// Reads the scans of a picture one by one.
 class ScanSequence {
   public:
     ScanSequence(Bytes file, const PictureCandidate& candidate, CoefficientStore& store)
         : file_(file), candidate_(candidate), frame_(*candidate.frame),
-          reader_(file, frame_, store, candidate.limit), whole_(!candidate.damaged_header) {}
+          picture_(file, frame_, store, candidate.limit), whole_(!candidate.damaged_header) {}
 
     MultiScanResult decode() {
         BetweenScans between(file_, frame_, candidate_.limit);
@@ -125,14 +157,15 @@ class ScanSequence {
         for (unsigned count = 0; more && count < kMaxScans; ++count) {
             if (BlockDecoder::has_tables(frame_, between.scan, tables)) {
                 const std::size_t limit = scan_end(file_, frame_, between.end, candidate_.limit);
-                between.end = std::max(between.end, take({between.scan, tables, between.end, limit}));
+                between.end =
+                    std::max(between.end, read_or_defer({between.scan, tables, between.end, limit}));
             } else {
                 fail(between.end);
             }
             more = between.next(between.end, tables);
         }
-        read_waiting();
-        reader_.finish(result_);
+        read_deferred();
+        summarise(picture_, result_);
         result_.eoi_found = between.eoi_found;
         result_.end = between.end;
         result_.whole =
@@ -142,30 +175,31 @@ class ScanSequence {
     }
 
   private:
-    /// Reads a scan, or lets it wait until all others are read. Gives where it ends.
-    std::size_t take(ScanSource&& source) {
+    /// Reads a scan, or defers it until all others are read. Returns where it ends.
+    std::size_t read_or_defer(ScanSource&& source) {
         const auto builds_on = [&](const ScanSource& other) { return goes_on_with(source.scan, other.scan); };
-        if (std::any_of(waiting_.begin(), waiting_.end(), builds_on) || reader_.has_hidden_loss(source)) {
-            waiting_.push_back(std::move(source));
-            return waiting_.back().limit;
+        if (std::any_of(deferred_.begin(), deferred_.end(), builds_on) ||
+            ScanPass(picture_, source).has_hidden_loss()) {
+            deferred_.push_back(std::move(source));
+            return deferred_.back().limit;
         }
         return read(source);
     }
 
-    /// Brightness first: all else is placed by it.
-    void read_waiting() {
-        std::stable_partition(waiting_.begin(), waiting_.end(),
+    /// DC scans first: all else is placed by brightness.
+    void read_deferred() {
+        std::stable_partition(deferred_.begin(), deferred_.end(),
                               [](const ScanSource& source) { return source.scan.begins_dc(); });
-        for (const auto& source : waiting_) {
-            const auto found = std::find_if(waiting_.begin(), waiting_.end(), [&](const ScanSource& other) {
-                return refines(other, source) && !reader_.has_hidden_loss(other);
+        for (const auto& source : deferred_) {
+            const auto found = std::find_if(deferred_.begin(), deferred_.end(), [&](const ScanSource& other) {
+                return refines(other, source) && !ScanPass(picture_, other).has_hidden_loss();
             });
-            read(source, found == waiting_.end() ? nullptr : &*found);
+            read(source, found == deferred_.end() ? nullptr : &*found);
         }
     }
 
     std::size_t read(const ScanSource& source, const ScanSource* refining = nullptr) {
-        const auto outcome = reader_.read(source, refining);
+        const auto outcome = ScanPass(picture_, source).read(refining);
         if (!outcome.whole) {
             fail(outcome.first_bad);
         }
@@ -180,8 +214,8 @@ class ScanSequence {
     Bytes file_;
     const PictureCandidate& candidate_;
     const Frame& frame_;
-    ScanReader reader_;
-    std::vector<ScanSource> waiting_; // In the order of the file.
+    PictureInProgress picture_;
+    std::vector<ScanSource> deferred_; // In the order of the file.
     MultiScanResult result_;
     bool whole_;
 };

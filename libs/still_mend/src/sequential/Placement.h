@@ -9,9 +9,9 @@ namespace still_mend {
 /// Where a part of a run goes in the picture.
 struct Placement {
     std::size_t run = 0;
-    std::size_t skip = 0; ///< MCUs of the run that are not taken from its beginning.
+    std::size_t skip = 0; ///< MCUs at the beginning of the run that are left out.
     std::size_t count = 0;
-    std::size_t position = 0; ///< Of the first MCU, in the order of the scan.
+    std::size_t position = 0; ///< That of the first MCU, in the order of the scan.
     Levels level{};
     bool sure = true; ///< Nothing else fits nearly as well.
 };

@@ -19,10 +19,10 @@ std::size_t most_runs(const ScanData& data) {
 
 constexpr std::size_t kMostTooMany = 256; // MCUs that damage adds to a run.
 
-/// How many MCUs a run may have. Where data are left up to EOI behind the last MCU of the picture, damage
-/// made some too many, and the end tells how many.
-std::size_t most_mcus(const ScanData& data, const BitReader& behind_last) {
-    BitReader rest = behind_last;
+/// How many MCUs a run may have. Where data are left up to EOI after the last MCU of the picture, damage
+/// added some, and the end shows how many.
+std::size_t most_mcus(const ScanData& data, const BitReader& after_last) {
+    BitReader rest = after_last;
     if (rest.closes()) {
         return data.total;
     }
@@ -37,38 +37,38 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
     Survey survey{std::move(traces), {}, data.first};
     const std::size_t last_count = (data.total - 1) % data.interval + 1; // MCUs of the last interval.
     const std::size_t most = 2 * data.total + 4096;
-    EntropySegmentWalk pieces(data.file, data.first, data.limit, data.from_start);
+    EntropySegmentWalk segments(data.file, data.first, data.limit, data.from_start);
     Mcu mcu;
-    while (const auto piece = pieces.next()) {
+    while (const auto segment = segments.next()) {
         if (survey.traces.size() > most || survey.runs.size() > most_runs(data)) {
             break;
         }
         Run run;
-        run.start = BitReader(data.file.first(data.limit), piece->begin);
-        run.restart = piece->restart;
-        run.adjacent = piece->adjacent;
+        run.start = BitReader(data.file.first(data.limit), segment->begin);
+        run.restart = segment->restart;
+        run.adjacent = segment->adjacent;
         run.trace = survey.traces.size();
-        run.begin = piece->begin;
-        run.end = piece->end;
+        run.begin = segment->begin;
+        run.end = segment->end;
         BitReader reader = run.start;
         DcState dc;
         while (run.count < data.interval) {
             BitReader before = reader;
             if (!decoder.decode(reader, dc, mcu)) {
                 // The last interval may be shorter, and then ends here.
-                run.closes = run.count == last_count && piece->at_eoi && before.closes();
+                run.closes = run.count == last_count && segment->at_eoi && before.closes();
                 break;
             }
             survey.traces.append(mcu);
             ++run.count;
         }
         run.closes = run.closes || (run.count == data.interval && reader.closes());
-        run.at_eoi = run.closes && piece->at_eoi;
-        run.cut = run.count < data.interval && reader.overrun() && piece->end == data.limit;
+        run.at_eoi = run.closes && segment->at_eoi;
+        run.cut = run.count < data.interval && reader.overrun() && segment->end == data.limit;
         survey.runs.push_back(run);
-        survey.end = piece->end;
+        survey.end = segment->end;
         if (run.at_eoi) {
-            survey.end = piece->end + 2;
+            survey.end = segment->end + 2;
             break;
         }
     }
@@ -106,10 +106,11 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
                 most_here = most_mcus(data, reader);
             }
             if (first && run.count > 1) {
-                search.learn(survey.traces.step_right(survey.traces.size() - 2, survey.traces.size() - 1));
+                search.add_usual_step(
+                    survey.traces.step_right(survey.traces.size() - 2, survey.traces.size() - 1));
             }
         }
-        const BitReader behind = reader;
+        const BitReader after = reader;
         if (!failed) {
             before = reader;
         }
@@ -137,7 +138,7 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
             reader = *start;
             continue;
         }
-        reader = behind;
+        reader = after;
         if (reader.overrun()) { // At a marker within the data, or at their end.
             if (reader.stop() + 2 >= data.limit) {
                 break;
@@ -153,17 +154,17 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
 }
 
 unsigned infer_interval(const ScanData& data, const McuDecoder& decoder) {
-    constexpr unsigned kPieces = 64;
+    constexpr unsigned kVoters = 64;
     constexpr std::size_t kMost = 65535;
-    EntropySegmentWalk pieces(data.file, data.first, data.limit, data.from_start);
+    EntropySegmentWalk segments(data.file, data.first, data.limit, data.from_start);
     std::map<unsigned, unsigned> votes;
     Mcu mcu;
-    for (unsigned count = 0; count < kPieces; ++count) {
-        const auto piece = pieces.next();
-        if (!piece || piece->end == data.limit || piece->at_eoi) {
+    for (unsigned count = 0; count < kVoters; ++count) {
+        const auto segment = segments.next();
+        if (!segment || segment->end == data.limit || segment->at_eoi) {
             break;
         }
-        BitReader reader(data.file.first(data.limit), piece->begin);
+        BitReader reader(data.file.first(data.limit), segment->begin);
         DcState dc;
         for (unsigned mcus = 1; mcus <= kMost && decoder.decode(reader, dc, mcu); ++mcus) {
             if (BitReader rest = reader; rest.closes()) {

@@ -28,7 +28,7 @@ bool SyncSearch::is_start(BitReader reader) {
 }
 
 std::optional<BitReader> SyncSearch::find(BitReader reader) {
-    if (count_ < kLeastLearnt) {
+    if (count_ < kLeastSteps) {
         return std::nullopt; // What would be found has nothing to be placed by.
     }
     for (; tries_ < kMostTries && !reader.overrun(); ++tries_) {

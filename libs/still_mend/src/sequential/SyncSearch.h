@@ -7,26 +7,26 @@
 
 namespace still_mend {
 
-/// Finds the bit behind damage at which MCUs begin again: the first from which a dozen and more decode, and
+/// Finds the bit after damage at which MCUs begin again: the first from which a dozen and more decode, and
 /// join smoothly. All searches for one picture together try at most kMostTries bits.
 class SyncSearch {
   public:
     SyncSearch(const McuDecoder& decoder, McuTraces empty) : decoder_(decoder), scratch_(std::move(empty)) {}
 
-    /// Tells of a step between two MCUs that belong together, for the measure of what is smooth.
-    void learn(double step) {
+    /// Adds a step between two MCUs that belong together to the measure of what is smooth.
+    void add_usual_step(double step) {
         sum_ += step;
         ++count_;
     }
 
-    /// The place of the next MCU, at or behind the reader's; nothing before the next marker, or when the
+    /// The place of the next MCU, at or after the reader's; nothing before the next marker, or when the
     /// tries are used up.
     [[nodiscard]] std::optional<BitReader> find(BitReader reader);
 
   private:
     static constexpr unsigned kMostTries = 1U << 17U;
     static constexpr unsigned kMcus = 14;
-    static constexpr double kLeastLearnt = 32;
+    static constexpr double kLeastSteps = 32;
 
     [[nodiscard]] bool is_start(BitReader reader);
 

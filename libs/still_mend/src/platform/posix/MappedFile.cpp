@@ -13,7 +13,7 @@ namespace still_mend {
 
 bool MappedFile::open(const std::filesystem::path& path) {
     close();
-    // Not blocking: a named pipe must not hold us up before it is told from a file.
+    // Not blocking: opening a named pipe must not wait before it is recognised as one.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) {
         return false;

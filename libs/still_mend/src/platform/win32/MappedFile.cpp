@@ -37,7 +37,7 @@ bool MappedFile::open(const std::filesystem::path& path) {
             size_ = static_cast<std::size_t>(length.QuadPart);
         }
         if (mapping != nullptr) {
-            ::CloseHandle(mapping); // The view keeps the mapping alive.
+            ::CloseHandle(mapping); // The view keeps the mapping open.
         }
     }
     ::CloseHandle(file);

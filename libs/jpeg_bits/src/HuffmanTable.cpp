@@ -1,6 +1,6 @@
-#include "jpeg/HuffmanTable.h"
+#include <jpeg_bits/HuffmanTable.h>
 
-namespace still_mend {
+namespace jpeg_bits {
 
 namespace {
 
@@ -51,6 +51,17 @@ unsigned HuffmanCodes::size() const {
     return sum;
 }
 
+bool HuffmanCodes::is_prefix_code() const {
+    std::uint32_t code = 0;
+    for (unsigned length = 1; length <= 16; ++length) {
+        code = code * 2 + counts[length - 1];
+        if (code > 1U << length) {
+            return false;
+        }
+    }
+    return true;
+}
+
 HuffmanTable::HuffmanTable(const HuffmanCodes& codes) : symbols_(codes.symbols) {
     std::uint32_t code = 0;
     std::uint32_t index = 0;
@@ -86,4 +97,4 @@ int HuffmanTable::decode_long(BitReader& reader, unsigned bits) const {
     return -1;
 }
 
-} // namespace still_mend
+} // namespace jpeg_bits

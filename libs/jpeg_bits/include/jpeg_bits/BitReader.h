@@ -1,19 +1,19 @@
 #pragma once
 
-#include "Bytes.h"
-#include "Work.h"
-
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
-namespace still_mend {
+namespace jpeg_bits {
 
-/// Reads entropy-coded bits: undoes the stuffing of FF 00, and stops at the first marker or the end of the
-/// data. Behind the stop it gives zeros; overrun() tells when such zeros were consumed. A copy is a place to
-/// come back to.
+/// Reads the bits of an entropy-coded segment: undoes the stuffing of FF 00, and stops at the first marker or
+/// at the end of the data. After the stop it returns zeros; overrun() reports that such zeros were consumed.
+/// A copy is a place to come back to.
 class BitReader {
   public:
     BitReader() = default;
-    BitReader(Bytes data, std::size_t offset) : data_(data), position_(offset) {}
+    /// The data must outlive the reader. The offset is that of the first byte to read.
+    BitReader(std::span<const unsigned char> data, std::size_t offset) : data_(data), position_(offset) {}
 
     /// The next 1 to 16 bits, not consumed.
     [[nodiscard]] unsigned peek(unsigned count) {
@@ -26,22 +26,25 @@ class BitReader {
     /// Consumes what peek has shown.
     void skip(unsigned count) { bits_ -= count; }
 
+    /// The next 1 to 16 bits.
     [[nodiscard]] unsigned get(unsigned count) {
         const unsigned value = peek(count);
         skip(count);
         return value;
     }
 
+    /// Whether more bits were consumed than there are.
     [[nodiscard]] bool overrun() const { return bits_ < padding_; }
 
-    /// Whether fewer than eight bits are left before a marker or the end: an interval ends like this.
+    /// Whether fewer than eight bits are left before a marker or the end, and no more were consumed than
+    /// there are: this is how an entropy-coded segment ends.
     [[nodiscard]] bool closes() {
         refill();
         return padding_ > 0 && bits_ >= padding_ && bits_ - padding_ < 8;
     }
 
-    /// Where reading stopped: the offset of the marker's FF, or the end. Only true behind closes() or an
-    /// overrun.
+    /// The offset of the next byte to be loaded, at most eight bytes ahead of the next bit. After closes() or
+    /// an overrun that is where reading stopped: the marker's FF, or the end.
     [[nodiscard]] std::size_t stop() const { return position_; }
 
     /// The offset of the first byte of which no bit was consumed.
@@ -58,7 +61,6 @@ class BitReader {
 
   private:
     void refill() {
-        Work::add(sizeof(window_));
         while (bits_ <= 56) {
             window_ = window_ << 8U | next_byte();
             bits_ += 8;
@@ -81,14 +83,14 @@ class BitReader {
         return 0;
     }
 
-    Bytes data_;
+    std::span<const unsigned char> data_;
     std::size_t position_ = 0; // Of the next byte that is not in the window.
     std::uint64_t window_ = 0; // The next bits_ bits are its lowest.
     std::uint32_t bits_ = 0;
     std::uint32_t padding_ = 0; // Bits that were made up; bits_ below this is an overrun.
 };
 
-/// The value that a category and its bits mean (ITU T.81, F.2.2.1, EXTEND).
+/// The value that the next bits have in a category of 0 to 16 (ITU-T T.81, F.2.2.1, RECEIVE and EXTEND).
 [[nodiscard]] inline int receive_extend(BitReader& reader, unsigned category) {
     if (category == 0) {
         return 0;
@@ -97,4 +99,4 @@ class BitReader {
     return value < (1 << (category - 1U)) ? value - (1 << category) + 1 : value;
 }
 
-} // namespace still_mend
+} // namespace jpeg_bits
