@@ -57,7 +57,7 @@ class Ranking {
 /// What may be decoded of one file altogether, in bytes of it. Candidates that share bytes spend it.
 class Budget {
   public:
-    explicit Budget(std::size_t size) : left_(16 * size + (1U << 20U)) {}
+    explicit Budget(std::size_t size) : left_(kPerByte * size + kFree) {}
     bool spend(std::size_t bytes) {
         if (bytes > left_) {
             return false;
@@ -67,6 +67,9 @@ class Budget {
     }
 
   private:
+    static constexpr std::size_t kPerByte = 16;
+    static constexpr std::size_t kFree = 1U << 20U; // Bytes.
+
     std::size_t left_;
 };
 

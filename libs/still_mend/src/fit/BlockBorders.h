@@ -1,11 +1,14 @@
 #pragma once
 
-#include "jpeg/McuDecoder.h"
+#include "jpeg/Block.h"
 
 #include <array>
 #include <cstdint>
 
 namespace still_mend {
+
+/// Steps between samples are counted in sixteenths of a level of brightness.
+inline constexpr int kLevel = 16;
 
 using BorderSamples = std::array<float, 4>;
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "jpeg/McuDecoder.h"
+#include "fit/BlockBorders.h"
+#include "jpeg/MarkerSegments.h"
 
 #include <array>
 #include <cstdint>
@@ -8,9 +9,6 @@
 #include <vector>
 
 namespace still_mend {
-
-/// Steps between samples are counted in sixteenths of a level of brightness.
-inline constexpr int kLevel = 16;
 
 /// What is kept of each decoded MCU to judge how well it fits its neighbours: brightness along the four
 /// borders of its first component, and the means of the upper and lower border of each. About half a byte

@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kLeastWide = 4; // MCUs.
 constexpr std::size_t kMostWide = 2048;
+constexpr std::size_t kLeastRows = 6;    // Of the narrowest picture.
 constexpr std::size_t kCompared = 3000;  // MCUs for each width.
 constexpr double kClearlySmoother = 0.7; // Of the median step of all widths.
 
@@ -47,13 +48,13 @@ class FrameInference {
         } else {
             survey_ = survey_plain(data_, decoder_, survey_.traces);
         }
-        const JoinedRuns stretch = longest();
-        const auto wide = width(stretch);
+        const JoinedRuns longest_runs = find_longest();
+        const auto wide = width(longest_runs);
         return wide ? with_size(*wide) : std::nullopt;
     }
 
   private:
-    [[nodiscard]] JoinedRuns longest() const {
+    [[nodiscard]] JoinedRuns find_longest() const {
         JoinedRuns best;
         JoinedRuns current;
         for (const auto& run : survey_.runs) {
@@ -69,22 +70,22 @@ class FrameInference {
     }
 
     /// The mean step down when a row has so many MCUs.
-    [[nodiscard]] double step_at(const JoinedRuns& stretch, std::size_t wide) const {
-        const std::size_t last = std::min(stretch.count, wide + kCompared);
+    [[nodiscard]] double step_at(const JoinedRuns& longest_runs, std::size_t wide) const {
+        const std::size_t last = std::min(longest_runs.count, wide + kCompared);
         double sum = 0;
         for (std::size_t mcu = wide; mcu < last; ++mcu) {
-            sum += survey_.traces.step_down(stretch.first + mcu - wide, stretch.first + mcu);
+            sum += survey_.traces.step_down(longest_runs.first + mcu - wide, longest_runs.first + mcu);
         }
         return sum / static_cast<double>(last - wide);
     }
 
-    [[nodiscard]] std::optional<std::size_t> width(const JoinedRuns& stretch) const {
-        if (stretch.count < 6 * kLeastWide) {
+    [[nodiscard]] std::optional<std::size_t> width(const JoinedRuns& longest_runs) const {
+        if (longest_runs.count < kLeastRows * kLeastWide) {
             return std::nullopt;
         }
         std::vector<double> steps;
-        for (std::size_t wide = kLeastWide; wide < std::min(kMostWide, stretch.count / 2); ++wide) {
-            steps.push_back(step_at(stretch, wide));
+        for (std::size_t wide = kLeastWide; wide < std::min(kMostWide, longest_runs.count / 2); ++wide) {
+            steps.push_back(step_at(longest_runs, wide));
         }
         const auto best = std::min_element(steps.begin(), steps.end());
         auto wide = kLeastWide + static_cast<std::size_t>(best - steps.begin());

@@ -10,6 +10,7 @@ namespace still_mend {
 
 namespace {
 
+constexpr std::size_t kMostReads = 16; // Of each byte, besides the search for FF.
 constexpr std::size_t kMaxTableLength =
     std::size_t{4} * 2 * (17 + 256); // Eight Huffman tables in one segment.
 
@@ -44,7 +45,7 @@ bool is_segment_code(unsigned char code) {
 std::vector<HeaderMarker> find_header_markers(Bytes file) {
     Work::add(file.size());
     std::vector<HeaderMarker> found;
-    std::size_t budget = 16 * file.size();
+    std::size_t budget = kMostReads * file.size();
     std::size_t offset = 0;
     while (offset + 4 < file.size() && found.size() < kMaxHeaderMarkers) {
         const void* next = std::memchr(file.data() + offset, 0xFF, file.size() - offset - 4);

@@ -7,7 +7,7 @@ namespace still_mend {
 
 namespace {
 
-// Logarithms of odds.
+// Logarithms of odds. What they lead to is in the table of cut intervals in docs/salvage.md.
 constexpr double kSeamlessLoss = -12; // A loss that leaves no sign.
 constexpr double kVisibleLoss = 1;    // One where numbers or bits show a loss.
 constexpr double kFittingLoss = 3;    // One of as many intervals as the bytes would hold.

@@ -17,7 +17,13 @@ std::size_t most_runs(const ScanData& data) {
     return 2 * (data.total / interval) + 4096;
 }
 
-constexpr std::size_t kMostTooMany = 256; // MCUs that damage adds to a run.
+/// MCUs that a picture can have with some duplicates, and many more than damage makes of it.
+std::size_t most_traces(const ScanData& data) {
+    return 2 * data.total + 4096;
+}
+
+constexpr std::size_t kMostTooMany = 256;    // MCUs that damage adds to a run.
+constexpr std::size_t kDroppedPerBit = 4096; // Runs of noise after which one more bit is skipped at a time.
 
 /// How many MCUs a run may have. Where data are left up to EOI after the last MCU of the picture, damage
 /// added some, and the end shows how many.
@@ -36,11 +42,10 @@ std::size_t most_mcus(const ScanData& data, const BitReader& after_last) {
 Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTraces traces) {
     Survey survey{std::move(traces), {}, data.first};
     const std::size_t last_count = (data.total - 1) % data.interval + 1; // MCUs of the last interval.
-    const std::size_t most = 2 * data.total + 4096;
     EntropySegmentWalk segments(data.file, data.first, data.limit, data.from_start);
     Mcu mcu;
     while (const auto segment = segments.next()) {
-        if (survey.traces.size() > most || survey.runs.size() > most_runs(data)) {
+        if (survey.traces.size() > most_traces(data) || survey.runs.size() > most_runs(data)) {
             break;
         }
         Run run;
@@ -75,82 +80,121 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
     return survey;
 }
 
-Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces traces) {
-    Survey survey{std::move(traces), {}, data.first};
-    const std::size_t most = 2 * data.total + 4096;
-    const Bytes bytes = data.file.first(data.limit);
-    SyncSearch search(decoder, survey.traces);
-    BitReader reader(bytes, data.first);
-    bool first = data.from_start;
-    std::size_t dropped = 0; // Runs since the last that was kept.
-    Mcu mcu;
-    while (survey.traces.size() < most && survey.runs.size() < most_runs(data)) {
-        Run run;
-        run.start = reader;
-        run.dc_known = first;
-        run.trace = survey.traces.size();
-        run.begin = reader.offset();
+namespace {
+
+/// Reads a scan without restarts, run by run.
+class PlainSurvey {
+  public:
+    PlainSurvey(const ScanData& data, const McuDecoder& decoder, McuTraces traces)
+        : data_(data), decoder_(decoder),
+          bytes_(data.file.first(data.limit)), survey_{std::move(traces), {}, data.first},
+          search_(decoder, survey_.traces), reader_(bytes_, data.first), first_(data.from_start) {}
+
+    Survey read() {
+        while (survey_.traces.size() < most_traces(data_) && survey_.runs.size() < most_runs(data_)) {
+            const RunEnd end = read_run();
+            keep_or_drop();
+            first_ = false;
+            if (end.last_of_scan) {
+                survey_.end = run_.at_eoi ? end.at.stop() + 2 : run_.end;
+                break;
+            }
+            if (!go_on_after(end)) {
+                break;
+            }
+        }
+        return std::move(survey_);
+    }
+
+  private:
+    struct RunEnd {
+        BitReader at; ///< After the last MCU of the run.
+        bool last_of_scan = false;
+    };
+
+    /// Decodes MCUs up to what is none.
+    RunEnd read_run() {
+        run_ = {};
+        run_.start = reader_;
+        run_.dc_known = first_;
+        run_.trace = survey_.traces.size();
+        run_.begin = reader_.offset();
         DcState dc;
-        dc.known = first;
-        BitReader before = reader;
+        dc.known = first_;
+        Mcu mcu;
+        BitReader after_last = reader_;
         bool failed = false;
-        std::size_t most_here = data.total;
-        while (run.count < most_here) {
-            before = reader;
-            if (!decoder.decode(reader, dc, mcu)) {
+        std::size_t most_here = data_.total;
+        while (run_.count < most_here) {
+            if (!decoder_.decode(reader_, dc, mcu)) {
                 failed = true;
                 break;
             }
-            survey.traces.append(mcu);
-            if (++run.count == data.total) {
-                most_here = most_mcus(data, reader);
+            after_last = reader_;
+            survey_.traces.append(mcu);
+            if (++run_.count == data_.total) {
+                most_here = most_mcus(data_, reader_);
             }
-            if (first && run.count > 1) {
-                search.add_usual_step(
-                    survey.traces.step_right(survey.traces.size() - 2, survey.traces.size() - 1));
+            if (first_ && run_.count > 1) {
+                search_.add_usual_step(
+                    survey_.traces.step_right(survey_.traces.size() - 2, survey_.traces.size() - 1));
             }
         }
-        const BitReader after = reader;
-        if (!failed) {
-            before = reader;
-        }
-        run.end = before.offset();
-        run.closes = before.closes();
-        const std::size_t stop = before.stop();
-        run.at_eoi = run.closes && stop + 1 < data.limit && data.file[stop + 1] == marker::kEoi;
-        run.cut = failed && reader.overrun() && stop + 1 >= data.limit;
-        survey.end = run.end;
-        const bool done =
-            (run.at_eoi && (first || run.count >= kMinRun)) || (!failed && run.count >= data.total);
-        if (first || run.count >= kMinRun) {
-            survey.runs.push_back(run);
-            dropped = 0;
+        run_.end = after_last.offset();
+        run_.closes = after_last.closes();
+        const std::size_t stop = after_last.stop();
+        run_.at_eoi = run_.closes && stop + 1 < data_.limit && data_.file[stop + 1] == marker::kEoi;
+        run_.cut = failed && reader_.overrun() && stop + 1 >= data_.limit;
+        survey_.end = run_.end;
+        const bool long_enough = first_ || run_.count >= kMinRun;
+        return {after_last, (run_.at_eoi && long_enough) || (!failed && run_.count >= data_.total)};
+    }
+
+    void keep_or_drop() {
+        if (first_ || run_.count >= kMinRun) {
+            survey_.runs.push_back(run_);
+            dropped_ = 0;
         } else {
-            survey.traces.truncate(run.trace);
-            ++dropped;
-        }
-        first = false;
-        if (done) {
-            survey.end = run.at_eoi ? stop + 2 : run.end;
-            break;
-        }
-        if (const auto start = search.find(before); start && start->offset() >= run.begin) {
-            reader = *start;
-            continue;
-        }
-        reader = after;
-        if (reader.overrun()) { // At a marker within the data, or at their end.
-            if (reader.stop() + 2 >= data.limit) {
-                break;
-            }
-            reader = BitReader(bytes, reader.stop() + (data.file[reader.stop() + 1] == 0xFF ? 1 : 2));
-        } else {
-            // What is no code was not consumed. Far within noise the steps grow.
-            static_cast<void>(
-                reader.get(static_cast<unsigned>(std::min<std::size_t>(1 + dropped / 4096, 16))));
+            survey_.traces.truncate(run_.trace);
+            ++dropped_;
         }
     }
-    return survey;
+
+    /// Moves the reader to where the next run may begin. False at the end of the data.
+    bool go_on_after(const RunEnd& end) {
+        if (const auto start = search_.find(end.at); start && start->offset() >= run_.begin) {
+            reader_ = *start;
+            return true;
+        }
+        if (reader_.overrun()) { // At a marker within the data, or at their end.
+            const std::size_t stop = reader_.stop();
+            if (stop + 2 >= data_.limit) {
+                return false;
+            }
+            reader_ = BitReader(bytes_, stop + (data_.file[stop + 1] == 0xFF ? 1 : 2));
+            return true;
+        }
+        // What is no code was not consumed. Far within noise the steps grow.
+        const std::size_t bits = std::min<std::size_t>(1 + dropped_ / kDroppedPerBit, 16);
+        static_cast<void>(reader_.get(static_cast<unsigned>(bits)));
+        return true;
+    }
+
+    const ScanData& data_;
+    const McuDecoder& decoder_;
+    Bytes bytes_;
+    Survey survey_;
+    SyncSearch search_;
+    BitReader reader_;
+    Run run_;                 // The one that is read.
+    bool first_;              // It begins at the scan's first byte.
+    std::size_t dropped_ = 0; // Runs since the last that was kept.
+};
+
+} // namespace
+
+Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces traces) {
+    return PlainSurvey(data, decoder, std::move(traces)).read();
 }
 
 unsigned infer_interval(const ScanData& data, const McuDecoder& decoder) {

@@ -4,9 +4,17 @@
 
 namespace still_mend {
 
+namespace {
+
+constexpr double kAssumedStep = 3 * kLevel;  // The largest of the laboratory's pictures (docs/salvage.md).
+constexpr double kMostOfMean = 3;            // What is no smoother than this is noise,
+constexpr double kAlwaysSmooth = 4 * kLevel; // unless it is smoother than this.
+
+} // namespace
+
 bool SyncSearch::is_start(BitReader reader) {
-    const double mean = count_ > 0 ? sum_ / count_ : 3 * 16;
-    const double most = std::max(3 * mean, 4.0 * 16); // Of the mean step of what begins here.
+    const double mean = count_ > 0 ? sum_ / count_ : kAssumedStep;
+    const double most = std::max(kMostOfMean * mean, kAlwaysSmooth); // Of the mean step of what begins here.
     scratch_.truncate(0);
     DcState dc;
     dc.known = false;

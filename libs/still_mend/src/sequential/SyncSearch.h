@@ -24,8 +24,8 @@ class SyncSearch {
     [[nodiscard]] std::optional<BitReader> find(BitReader reader);
 
   private:
-    static constexpr unsigned kMostTries = 1U << 17U;
-    static constexpr unsigned kMcus = 14;
+    static constexpr unsigned kMostTries = 1U << 17U; // Bits.
+    static constexpr unsigned kMcus = 14;             // That must decode and join.
     static constexpr double kLeastSteps = 32;
 
     [[nodiscard]] bool is_start(BitReader reader);
