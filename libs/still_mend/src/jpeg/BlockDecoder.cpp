@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::int32_t kMostPrediction = 32767; // As libjpeg keeps it, in 16 bits.
 constexpr unsigned kNoCode = 17;                // The bits that are no code, and one.
+constexpr unsigned kAllZeros = 64;              // More than a band has.
 
 bool needs_ac(const Frame& frame, const Scan& scan) {
     return !frame.progressive() || scan.ss > 0;
@@ -72,7 +73,7 @@ void BlockDecoder::step_over(BitReader& reader) {
 
 bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) {
     const int category = channel.dc.decode(reader);
-    if (category < 0 || category > 11) {
+    if (category < 0 || category > kMostDcCategory) {
         return fails(category < 0 ? kNoCode : static_cast<unsigned>(category));
     }
     channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
@@ -114,7 +115,7 @@ bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block
         if (size == 0) {
             continue;
         }
-        if (k > scan_.se || size > 10) {
+        if (k > scan_.se || size > kMostAcCategory) {
             return fails(size);
         }
         block[kNaturalOrder[k]] = static_cast<std::int16_t>(receive_extend(reader, size) * (1 << scan_.al));
@@ -137,6 +138,22 @@ void BlockDecoder::refine(BitReader& reader, std::int16_t& coefficient) const {
     }
 }
 
+/// Passes over so many zeros from the k-th coefficient on; each on the way that is not zero gets its bit.
+/// Returns the position of the next zero, or one after the band.
+unsigned BlockDecoder::refine_over_zeros(BitReader& reader, unsigned k, unsigned zeros, Block& block) const {
+    for (; k <= scan_.se; ++k) {
+        std::int16_t& coefficient = block[kNaturalOrder[k]];
+        if (coefficient != 0) {
+            refine(reader, coefficient);
+        } else if (zeros == 0) {
+            break;
+        } else {
+            --zeros;
+        }
+    }
+    return k;
+}
+
 bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block& block) {
     unsigned k = scan_.ss;
     bool good = true;
@@ -151,24 +168,14 @@ bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block
         if (reader.overrun()) {
             return false;
         }
-        unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
         const unsigned size = static_cast<unsigned>(symbol) & 15U;
         if (size == 0 && run != 15) {
             begin_end_of_band(reader, run);
             break;
         }
         const int value = size == 0 ? 0 : (reader.get(1) != 0 ? 1 : -1) * (1 << scan_.al);
-        // Passes over run zeros; every coefficient on the way that is not zero gets its bit.
-        for (; k <= scan_.se; ++k) {
-            std::int16_t& coefficient = block[kNaturalOrder[k]];
-            if (coefficient != 0) {
-                refine(reader, coefficient);
-            } else if (run == 0) {
-                break;
-            } else {
-                --run;
-            }
-        }
+        k = refine_over_zeros(reader, k, run, block);
         if (value != 0) {
             good = good && size == 1 && k <= scan_.se;
             if (k <= scan_.se) {
@@ -178,11 +185,7 @@ bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block
         ++k;
     }
     if (end_of_band_ > 0) {
-        for (; k <= scan_.se; ++k) {
-            if (std::int16_t& coefficient = block[kNaturalOrder[k]]; coefficient != 0) {
-                refine(reader, coefficient);
-            }
-        }
+        refine_over_zeros(reader, k, kAllZeros, block);
         --end_of_band_;
     }
     return good;

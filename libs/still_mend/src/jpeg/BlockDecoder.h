@@ -51,6 +51,7 @@ class BlockDecoder {
     bool decode_ac(BitReader& reader, const HuffmanTable& table, Block& block);
     bool refine_ac(BitReader& reader, const HuffmanTable& table, Block& block);
     void begin_end_of_band(BitReader& reader, unsigned run);
+    unsigned refine_over_zeros(BitReader& reader, unsigned k, unsigned zeros, Block& block) const;
     void refine(BitReader& reader, std::int16_t& coefficient) const;
 
     const Scan& scan_;

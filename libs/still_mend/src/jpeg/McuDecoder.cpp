@@ -34,7 +34,7 @@ McuDecoder::McuDecoder(const Frame& frame, const Scan& scan, const Tables& table
 bool McuDecoder::decode_dc(const ComponentCoding& coding, BitReader& reader, DcState& dc,
                            std::size_t component, Block& block) {
     const int category = coding.dc.decode(reader);
-    if (category < 0 || category > 11) {
+    if (category < 0 || category > kMostDcCategory) {
         return false;
     }
     const std::int32_t value = dc.value[component] + receive_extend(reader, static_cast<unsigned>(category));

@@ -20,7 +20,7 @@ bool decode_sequential_ac(BitReader& reader, const HuffmanTable& table, const Co
             continue;
         }
         k += run;
-        if (k > 63 || size > 10) {
+        if (k > 63 || size > kMostAcCategory) {
             return false;
         }
         const std::int32_t value = receive_extend(reader, size);

@@ -16,6 +16,11 @@ namespace still_mend {
     return kTransformLimit / static_cast<std::int32_t>(quant) + 1;
 }
 
+/// The largest categories of a DC difference and of an AC coefficient of 8-bit samples (ITU-T T.81, tables
+/// F.1 and F.2).
+inline constexpr int kMostDcCategory = 11;
+inline constexpr unsigned kMostAcCategory = 10;
+
 /// So many AC coefficients of -1 are a block that no camera writes: zeroed bytes read as this with the
 /// standard tables.
 inline constexpr unsigned kAllMinusOne = 63;
