@@ -20,7 +20,7 @@ struct BlockBorders {
     BorderSamples right{};
 };
 
-/// The inverse transform at the borders only (ITU T.81, A.3.3). The table is in natural order.
+/// The inverse transform at the borders only (ITU-T T.81, A.3.3). The table is in natural order.
 [[nodiscard]] BlockBorders borders_of(const Block& block, const std::array<std::uint16_t, 64>& quant);
 
 } // namespace still_mend

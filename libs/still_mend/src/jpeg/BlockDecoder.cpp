@@ -104,14 +104,14 @@ bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block
         if (symbol < 0) {
             return fails(kNoCode);
         }
-        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned zeros = static_cast<unsigned>(symbol) >> 4U;
         const unsigned size = static_cast<unsigned>(symbol) & 15U;
-        if (size == 0 && run != 15) {
-            begin_end_of_band(reader, run);
+        if (size == 0 && zeros != 15) {
+            begin_end_of_band(reader, zeros);
             --end_of_band_;
             return true;
         }
-        k += run;
+        k += zeros;
         if (size == 0) {
             continue;
         }
@@ -123,10 +123,10 @@ bool BlockDecoder::decode_ac(BitReader& reader, const HuffmanTable& table, Block
     return true;
 }
 
-void BlockDecoder::begin_end_of_band(BitReader& reader, unsigned run) {
-    end_of_band_ = 1U << run;
-    if (run > 0) {
-        end_of_band_ += reader.get(run);
+void BlockDecoder::begin_end_of_band(BitReader& reader, unsigned category) {
+    end_of_band_ = 1U << category;
+    if (category > 0) {
+        end_of_band_ += reader.get(category);
     }
 }
 
@@ -168,14 +168,14 @@ bool BlockDecoder::refine_ac(BitReader& reader, const HuffmanTable& table, Block
         if (reader.overrun()) {
             return false;
         }
-        const unsigned run = static_cast<unsigned>(symbol) >> 4U;
+        const unsigned zeros = static_cast<unsigned>(symbol) >> 4U;
         const unsigned size = static_cast<unsigned>(symbol) & 15U;
-        if (size == 0 && run != 15) {
-            begin_end_of_band(reader, run);
+        if (size == 0 && zeros != 15) {
+            begin_end_of_band(reader, zeros);
             break;
         }
         const int value = size == 0 ? 0 : (reader.get(1) != 0 ? 1 : -1) * (1 << scan_.al);
-        k = refine_over_zeros(reader, k, run, block);
+        k = refine_over_zeros(reader, k, zeros, block);
         if (value != 0) {
             good = good && size == 1 && k <= scan_.se;
             if (k <= scan_.se) {

@@ -10,7 +10,7 @@
 
 namespace still_mend {
 
-/// Decodes the blocks of one scan of a picture with several (ITU T.81, G.1.2 for progressive ones).
+/// Decodes the blocks of one scan of a picture with several (ITU-T T.81, G.1.2 for progressive ones).
 class BlockDecoder {
   public:
     [[nodiscard]] static bool has_tables(const Frame& frame, const Scan& scan, const Tables& tables);
@@ -50,7 +50,7 @@ class BlockDecoder {
     bool refine_dc(BitReader& reader, Block& block) const;
     bool decode_ac(BitReader& reader, const HuffmanTable& table, Block& block);
     bool refine_ac(BitReader& reader, const HuffmanTable& table, Block& block);
-    void begin_end_of_band(BitReader& reader, unsigned run);
+    void begin_end_of_band(BitReader& reader, unsigned category);
     unsigned refine_over_zeros(BitReader& reader, unsigned k, unsigned zeros, Block& block) const;
     void refine(BitReader& reader, std::int16_t& coefficient) const;
 

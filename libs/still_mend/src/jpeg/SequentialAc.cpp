@@ -10,16 +10,16 @@ bool decode_sequential_ac(BitReader& reader, const HuffmanTable& table, const Co
         if (symbol < 0) {
             return false;
         }
-        const auto run = static_cast<unsigned>(symbol) >> 4U;
+        const auto zeros = static_cast<unsigned>(symbol) >> 4U;
         const auto size = static_cast<unsigned>(symbol) & 15U;
         if (size == 0) {
-            if (run != 15) {
-                return run == 0; // End of block.
+            if (zeros != 15) {
+                return zeros == 0; // End of block.
             }
             k += 15;
             continue;
         }
-        k += run;
+        k += zeros;
         if (k > 63 || size > kMostAcCategory) {
             return false;
         }

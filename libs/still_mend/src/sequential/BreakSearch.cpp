@@ -9,9 +9,11 @@ namespace still_mend {
 
 namespace {
 
+// What these lead to is in the tables of docs/salvage.md, in the columns of codings without restarts.
 constexpr std::size_t kMostParts = 512;
 constexpr std::size_t kMostNoise = 256; // MCUs between damage and the error that it leads to.
-constexpr double kChange = 7; // Rough steps in excess of which a part ends, or smooth ones a new begins.
+constexpr double kChange =
+    7; // A part ends when its steps exceed the bound by so many bounds in all; likewise begins.
 
 class BreakSearch {
   public:
