@@ -9,7 +9,9 @@ namespace still_mend {
 
 namespace {
 
-constexpr double kLeastGain = 0.4; // Of what the slip costs where there is none.
+// The share of what the slip costs where there is none. In the trials of PlainPlacement.cpp 0.738 of the MCUs
+// are in place and 0.761 claimed; with 0.2 it is 0.731 and 0.718, with 0.8 it is 0.738 and 0.783.
+constexpr double kLeastGain = 0.4;
 
 } // namespace
 
