@@ -15,7 +15,20 @@ namespace still_mend {
 namespace {
 
 // What these lead to is in the tables of docs/salvage.md, in the columns of codings without restarts. Costs
-// are logarithms of odds.
+// are logarithms of odds. Measured with the laboratory in 96 trials (three scenes of 640 x 480 in 4:2:0,
+// 4:4:4, 4:2:2 optimised and grey; blocks of zeros and of noise, bytes dropped and inserted), none of them
+// doubtful:
+//
+//                      MCUs in place   claimed
+//   as it is                  0.738     0.761
+//   kClearMargin    4         0.738     0.783
+//                  16         0.738     0.756
+//   kMostOfUsual  1.2         0.738     0.756
+//                   3         0.738     0.767
+//   kMostOfAny      2         0.716     0.761
+//                   8         0.738     0.761
+//   kSlipCost       2         0.738     0.761
+//                   8         0.738     0.761
 
 constexpr std::size_t kShownBeforeBreak = 4; // MCUs that look rough before a break, of a run in the middle.
 constexpr double kClearMargin = 8;           // Between the best place and any other, of a sure one.
