@@ -1,4 +1,4 @@
-#include "FileMapping.h"
+#include "platform/MappedFile.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -22,7 +22,7 @@ std::size_t rounded_up(std::size_t size) {
 
 } // namespace
 
-bool FileMapping::open(const std::filesystem::path& path) {
+bool MappedFile::open(const std::filesystem::path& path) {
     close();
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
@@ -49,7 +49,7 @@ bool FileMapping::open(const std::filesystem::path& path) {
     return opened;
 }
 
-void FileMapping::close() {
+void MappedFile::close() {
     if (data_ != nullptr) {
         const std::size_t area = rounded_up(size_);
         ::munmap(const_cast<unsigned char*>(data_) - (area - size_), area + page_size());

@@ -1,102 +1,51 @@
 #include "judge/LosslessJpeg.h"
 
+#include <jpeg_bits/BitReader.h>
+#include <jpeg_bits/HuffmanTable.h>
+
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 
 namespace plate_mend::host {
 
 namespace {
 
-constexpr unsigned kLongestCode = 16;
+using jpeg_bits::BitReader;
+using jpeg_bits::HuffmanCodes;
+using jpeg_bits::HuffmanTable;
 
-/// For each 16 bits that a code may begin: its length, and how many bits of a difference follow.
-struct HuffmanTable {
-    struct Code {
-        std::uint8_t length = 0; ///< 0: no code begins so.
-        std::uint8_t category = 0;
-    };
-    std::vector<Code> codes;
-};
+constexpr unsigned kMostCategory = 16; // Of a difference of 16-bit samples (T.81, table H.2).
 
-/// Bits of entropy-coded data: FF 00 stands for FF, and a marker ends them.
-class BitReader {
-  public:
-    BitReader(const std::vector<unsigned char>& bytes, std::size_t at) : bytes_(bytes), at_(at) {}
-
-    /// The next 16 bits, with ones behind the end.
-    [[nodiscard]] unsigned peek() {
-        while (held_ < kLongestCode) {
-            bits_ = (bits_ << 8U) | next();
-            held_ += 8;
-        }
-        return static_cast<unsigned>(bits_ >> (held_ - kLongestCode)) & 0xFFFFU;
-    }
-
-    /// At most 16.
-    void skip(unsigned count) {
-        static_cast<void>(peek());
-        held_ -= count;
-    }
-
-    /// Whether more bits were taken than there were.
-    [[nodiscard]] bool overdrawn() const { return held_ < 8 * made_up_; }
-
-    /// Whether all but the bits that fill the last byte were taken.
-    [[nodiscard]] bool exhausted() {
-        static_cast<void>(peek());
-        return made_up_ != 0 && held_ - 8 * made_up_ < 8;
-    }
-
-    /// Where the marker stands at which the bits end.
-    [[nodiscard]] std::size_t end() const { return at_; }
-
-    /// Goes on behind a marker.
-    void restart() {
-        at_ += 2;
-        bits_ = 0;
-        held_ = 0;
-        made_up_ = 0;
-    }
-
-  private:
-    std::uint64_t next() {
-        if (at_ >= bytes_.size() ||
-            (bytes_[at_] == 0xFF && (at_ + 1 >= bytes_.size() || bytes_[at_ + 1] != 0))) {
-            ++made_up_;
-            return 0xFF;
-        }
-        const unsigned byte = bytes_[at_];
-        at_ += byte == 0xFF ? 2 : 1;
-        return byte;
-    }
-
-    const std::vector<unsigned char>& bytes_;
-    std::size_t at_;
-    std::uint64_t bits_ = 0;
-    unsigned held_ = 0;
-    unsigned made_up_ = 0; ///< Bytes behind the end.
-};
+// The byte after FF (T.81, table B.1).
+constexpr unsigned kSof3 = 0xC3;
+constexpr unsigned kDht = 0xC4;
+constexpr unsigned kRst0 = 0xD0;
+constexpr unsigned kRst7 = 0xD7;
+constexpr unsigned kSoi = 0xD8;
+constexpr unsigned kEoi = 0xD9;
+constexpr unsigned kSos = 0xDA;
+constexpr unsigned kDri = 0xDD;
 
 class Jpeg {
   public:
     explicit Jpeg(const std::vector<unsigned char>& bytes) : bytes_(bytes) {}
 
-    bool is_complete() { return starts() && read_header() && read_scan(); }
+    bool is_complete() { return skip_soi() && read_header() && read_scan(); }
 
   private:
     [[nodiscard]] bool has(std::size_t count) const { return at_ + count <= bytes_.size(); }
     [[nodiscard]] unsigned byte(std::size_t offset) const { return bytes_[at_ + offset]; }
     [[nodiscard]] unsigned word(std::size_t offset) const { return byte(offset) << 8U | byte(offset + 1); }
 
-    bool starts() {
-        const bool soi = has(2) && byte(0) == 0xFF && byte(1) == 0xD8;
+    bool skip_soi() {
+        const bool soi = has(2) && byte(0) == 0xFF && byte(1) == kSoi;
         at_ += 2;
         return soi;
     }
 
-    /// Segments up to SOS; at_ is behind that then.
+    /// Segments up to SOS; at_ is after that then.
     bool read_header() {
         while (has(4) && byte(0) == 0xFF) {
             const unsigned marker = byte(1);
@@ -108,7 +57,7 @@ class Jpeg {
                 return false;
             }
             at_ += 2 + length;
-            if (marker == 0xDA) {
+            if (marker == kSos) {
                 return width_ != 0;
             }
         }
@@ -117,13 +66,13 @@ class Jpeg {
 
     bool read_segment(unsigned marker, std::size_t length) {
         switch (marker) {
-        case 0xC3:
+        case kSof3:
             return read_frame(length);
-        case 0xC4:
+        case kDht:
             return read_tables(length);
-        case 0xDA:
+        case kSos:
             return read_scan_header(length);
-        case 0xDD:
+        case kDri:
             interval_ = length == 4 ? word(4) : 0;
             return true;
         default:
@@ -131,7 +80,7 @@ class Jpeg {
         }
     }
 
-    /// | FF C3 | length (2) | precision (1) | height (2) | width (2) | components (1) | 3 a component |
+    /// | FF C3 | length (2) | precision (1) | height (2) | width (2) | components (1) | 3 per component |
     bool read_frame(std::size_t length) {
         if (length < 8 || length != 8 + 3 * std::size_t{byte(9)}) {
             return false;
@@ -142,51 +91,36 @@ class Jpeg {
         return width_ != 0 && height_ != 0 && components_ >= 1 && components_ <= 4;
     }
 
-    /// | FF C4 | length (2) | then tables: number (1) | how many codes of 1 to 16 bits (16) | values |
+    /// | FF C4 | length (2) | then tables: number (1) | counts of codes of 1 to 16 bits (16) | categories |
     bool read_tables(std::size_t length) {
         std::size_t offset = 4;
         while (offset + 17 <= 2 + length) {
             const unsigned number = byte(offset) & 3U;
-            std::size_t count = 0;
-            for (std::size_t bits = 1; bits <= kLongestCode; ++bits) {
-                count += byte(offset + bits);
-            }
-            if (offset + 17 + count > 2 + length || !build(tables_[number], offset)) {
+            const unsigned char* table = bytes_.data() + at_ + offset;
+            HuffmanCodes codes;
+            std::copy_n(table + 1, codes.counts.size(), codes.counts.begin());
+            const std::size_t count = codes.size();
+            if (count > codes.symbols.size() || offset + 17 + count > 2 + length || !codes.is_prefix_code()) {
                 return false;
             }
+            std::copy_n(table + 17, count, codes.symbols.begin());
+            if (*std::max_element(codes.symbols.begin(), codes.symbols.end()) > kMostCategory) {
+                return false;
+            }
+            tables_[number].emplace(codes);
             offset += 17 + count;
         }
         return true;
     }
 
-    bool build(HuffmanTable& table, std::size_t offset) {
-        table.codes.assign(std::size_t{1} << kLongestCode, {});
-        std::size_t filled = 0;
-        std::size_t value = offset + 17;
-        for (unsigned bits = 1; bits <= kLongestCode; ++bits) {
-            for (unsigned index = 0; index < byte(offset + bits); ++index, ++value) {
-                const std::size_t share = std::size_t{1} << (kLongestCode - bits);
-                if (filled + share > table.codes.size() || byte(value) > 16) {
-                    return false;
-                }
-                for (std::size_t code = filled; code < filled + share; ++code) {
-                    table.codes[code] = {static_cast<std::uint8_t>(bits),
-                                         static_cast<std::uint8_t>(byte(value))};
-                }
-                filled += share;
-            }
-        }
-        return true;
-    }
-
-    /// | FF DA | length (2) | components (1) | a component: id (1), table (high four bits) | ...
+    /// | FF DA | length (2) | components (1) | per component: id (1), table (high four bits) | ...
     bool read_scan_header(std::size_t length) {
         if (length < 6 || byte(4) != components_ || length != 6 + 2 * std::size_t{components_}) {
             return false;
         }
         for (std::size_t component = 0; component < components_; ++component) {
             const unsigned number = byte(6 + 2 * component) >> 4U;
-            if (number > 3 || tables_[number].codes.empty()) {
+            if (number > 3 || !tables_[number]) {
                 return false;
             }
             of_component_[component] = number;
@@ -199,29 +133,34 @@ class Jpeg {
         const std::size_t pixels = std::size_t{width_} * height_;
         for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
             if (interval_ != 0 && pixel != 0 && pixel % interval_ == 0) {
-                if (!bits.exhausted() || !is_marker(bits.end(), 0xD0, 0xD7)) {
+                if (!bits.closes() || !is_marker(bits.stop(), kRst0, kRst7)) {
                     return false;
                 }
-                bits.restart();
+                bits = BitReader(bytes_, bits.stop() + 2);
             }
             for (std::size_t component = 0; component < components_; ++component) {
-                const auto code = tables_[of_component_[component]].codes[bits.peek()];
-                if (code.length == 0) {
+                if (!skip_difference(bits, *tables_[of_component_[component]])) {
                     return false;
                 }
-                bits.skip(code.length);
-                bits.skip(code.category < 16 ? code.category : 0);
             }
-            if (bits.overdrawn()) {
+            if (bits.overrun()) {
                 return false;
             }
         }
-        return bits.exhausted() && is_marker(bits.end(), 0xD9, 0xD9);
+        return bits.closes() && is_marker(bits.stop(), kEoi, kEoi);
+    }
+
+    static bool skip_difference(BitReader& bits, const HuffmanTable& table) {
+        const int category = table.decode(bits);
+        if (category > 0 && category < 16) { // One of category 16 has no further bits.
+            static_cast<void>(bits.get(static_cast<unsigned>(category)));
+        }
+        return category >= 0;
     }
 
     [[nodiscard]] bool is_marker(std::size_t at, unsigned first, unsigned last) const {
         while (at + 2 < bytes_.size() && bytes_[at] == 0xFF && bytes_[at + 1] == 0xFF) {
-            ++at; // Markers may have more than one FF in front.
+            ++at; // Markers may have more than one FF.
         }
         return at + 2 <= bytes_.size() && bytes_[at] == 0xFF && bytes_[at + 1] >= first &&
                bytes_[at + 1] <= last;
@@ -233,7 +172,7 @@ class Jpeg {
     unsigned height_ = 0;
     unsigned components_ = 0;
     unsigned interval_ = 0; ///< Pixels from restart marker to restart marker; 0 for none.
-    std::array<HuffmanTable, 4> tables_;
+    std::array<std::optional<HuffmanTable>, 4> tables_;
     std::array<std::size_t, 4> of_component_{};
 };
 

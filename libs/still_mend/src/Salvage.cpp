@@ -1,8 +1,9 @@
 #include "Salvage.h"
 
-#include "Hypotheses.h"
-#include "Landmarks.h"
-#include "Orphans.h"
+#include "assessment/LibjpegAssessment.h"
+#include "header/HeaderMarkers.h"
+#include "header/Hypotheses.h"
+#include "header/Orphans.h"
 
 #include <algorithm>
 
@@ -14,15 +15,15 @@ namespace {
 constexpr std::uint64_t kTinyPixels = std::uint64_t{160} * 120;
 constexpr std::uint64_t kThumbnailPixels = std::uint64_t{640} * 480;
 
-bool is_thumbnail(const Candidate& candidate) {
+bool is_thumbnail(const PictureCandidate& candidate) {
     const std::uint64_t size = claimed_pixels(candidate);
     return candidate.offset > 0 && (size <= kTinyPixels || (candidate.nested && size <= kThumbnailPixels));
 }
 
-/// Keeps the better of what it is shown, thumbnails apart.
+/// Keeps the best picture and the best thumbnail.
 class Ranking {
   public:
-    void show(Assessment&& assessment) {
+    void add(Assessment&& assessment) {
         if (!assessment.deliverable()) {
             return;
         }
@@ -33,17 +34,17 @@ class Ranking {
     }
 
     /// Whether a picture of so many pixels could still be the best.
-    [[nodiscard]] bool can_win(const Candidate& candidate) const {
+    [[nodiscard]] bool can_win(const PictureCandidate& candidate) const {
         return !picture_ || !candidate.frame ||
                candidate.frame->mcus() * candidate.frame->mcu_area() > picture_->score();
     }
 
-    [[nodiscard]] std::optional<Find> best() && {
+    [[nodiscard]] std::optional<BestPicture> best() && {
         if (picture_) {
-            return Find{std::move(*picture_), false};
+            return BestPicture{std::move(*picture_), false};
         }
         if (thumbnail_) {
-            return Find{std::move(*thumbnail_), true};
+            return BestPicture{std::move(*thumbnail_), true};
         }
         return std::nullopt;
     }
@@ -56,7 +57,7 @@ class Ranking {
 /// What may be decoded of one file altogether, in bytes of it. Candidates that share bytes spend it.
 class Budget {
   public:
-    explicit Budget(std::size_t size) : left_(16 * size + (1U << 20U)) {}
+    explicit Budget(std::size_t size) : left_(kPerByte * size + kFree) {}
     bool spend(std::size_t bytes) {
         if (bytes > left_) {
             return false;
@@ -66,42 +67,45 @@ class Budget {
     }
 
   private:
+    static constexpr std::size_t kPerByte = 16;
+    static constexpr std::size_t kFree = 1U << 20U; // Bytes.
+
     std::size_t left_;
 };
 
 /// Candidates, largest first.
-std::vector<const Candidate*> by_size(const std::vector<Candidate>& candidates) {
-    std::vector<const Candidate*> order;
+std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>& candidates) {
+    std::vector<const PictureCandidate*> order;
     order.reserve(candidates.size());
     for (const auto& candidate : candidates) {
         order.push_back(&candidate);
     }
-    std::stable_sort(order.begin(), order.end(), [](const Candidate* a, const Candidate* b) {
+    std::stable_sort(order.begin(), order.end(), [](const PictureCandidate* a, const PictureCandidate* b) {
         return claimed_pixels(*a) > claimed_pixels(*b);
     });
     return order;
 }
 
 /// Assesses all that may be a picture in a file.
-class Search {
+class FileSalvage {
   public:
-    explicit Search(Bytes file)
-        : file_(file), candidates_(find_candidates(file, find_landmarks(file))),
+    explicit FileSalvage(Bytes file)
+        : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
           siblings_(find_siblings(candidates_)), intact_budget_(file.size()), budget_(file.size()) {}
 
-    std::optional<Find> best() {
-        for (const Candidate* candidate : by_size(candidates_)) {
-            look_at(*candidate);
+    std::optional<BestPicture> best() {
+        for (const PictureCandidate* candidate : by_size(candidates_)) {
+            consider(*candidate);
         }
         for (const auto& orphan : find_orphans(file_, covered_, siblings_)) {
             if (ranking_.can_win(orphan.candidate) && budget_.spend(data_size(orphan.candidate))) {
-                ranking_.show(assess(file_, orphan));
+                ranking_.add(assess(file_, orphan));
             }
         }
         auto found = std::move(ranking_).best();
         if (!found || found->thumbnail) {
             if (auto lenient = only_libjpeg_reads()) {
-                return Find{std::move(*lenient), false};
+                return BestPicture{std::move(*lenient), false};
             }
         }
         return found;
@@ -109,11 +113,11 @@ class Search {
 
   private:
     /// What reading a candidate may cost, in bytes.
-    [[nodiscard]] std::size_t data_size(const Candidate& candidate) const {
-        return candidate.scan_offset ? candidate.limit - candidate.entropy : file_.size() - candidate.offset;
+    [[nodiscard]] std::size_t data_size(const PictureCandidate& candidate) const {
+        return candidate.sos_offset ? candidate.limit - candidate.entropy : file_.size() - candidate.offset;
     }
 
-    void look_at(const Candidate& candidate) {
+    void consider(const PictureCandidate& candidate) {
         std::optional<Assessment> best;
         if (ranking_.can_win(candidate)) {
             best = intact(candidate);
@@ -121,20 +125,20 @@ class Search {
         }
         if (best && best->deliverable()) {
             covered_.push_back({candidate.offset, best->end});
-            ranking_.show(std::move(*best));
-        } else if (candidate.scan_offset) {
+            ranking_.add(std::move(*best));
+        } else if (candidate.sos_offset) {
             covered_.push_back({candidate.offset, candidate.entropy});
         }
     }
 
     /// libjpeg is the first judge: what it decodes without a warning is kept.
-    std::optional<Assessment> intact(const Candidate& candidate) {
-        const bool readable = candidate.has_start && (candidate.scan_offset || candidate.arithmetic);
+    std::optional<Assessment> intact(const PictureCandidate& candidate) {
+        const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
         return readable && intact_budget_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
                                                                       : std::nullopt;
     }
 
-    std::optional<Assessment> likeliest(const Candidate& candidate) {
+    std::optional<Assessment> likeliest(const PictureCandidate& candidate) {
         std::optional<Assessment> best;
         for (const auto& hypothesis : complete_header(file_, candidate, siblings_)) {
             if ((best && best->whole) || !budget_.spend(data_size(candidate))) {
@@ -150,7 +154,7 @@ class Search {
 
     /// The picture that the file begins with, where nothing else is left of it.
     [[nodiscard]] std::optional<Assessment> only_libjpeg_reads() const {
-        if (candidates_.empty() || candidates_.front().offset != 0 || !candidates_.front().has_start) {
+        if (candidates_.empty() || candidates_.front().offset != 0 || !candidates_.front().has_soi) {
             return std::nullopt;
         }
         auto lenient = assess_leniently(file_, candidates_.front());
@@ -158,8 +162,8 @@ class Search {
     }
 
     Bytes file_;
-    std::vector<Candidate> candidates_;
-    std::vector<Candidate> siblings_;
+    std::vector<PictureCandidate> candidates_;
+    std::vector<PictureCandidate> siblings_;
     Ranking ranking_;
     Budget intact_budget_;
     Budget budget_;
@@ -167,22 +171,22 @@ class Search {
 };
 
 /// The file, where it is an intact JPEG: all of it, as what follows EOI is the maker's.
-std::optional<Find> intact_file(Bytes file) {
-    Candidate candidate;
+std::optional<BestPicture> intact_file(Bytes file) {
+    PictureCandidate candidate;
     candidate.limit = file.size();
     auto assessment = assess_intact(file, candidate);
     if (!assessment) {
         return std::nullopt;
     }
     assessment->end = file.size();
-    return Find{std::move(*assessment), false};
+    return BestPicture{std::move(*assessment), false};
 }
 
 } // namespace
 
-std::optional<Find> find_best(Bytes file) {
+std::optional<BestPicture> find_best(Bytes file) {
     auto intact = intact_file(file);
-    return intact ? std::move(intact) : Search(file).best();
+    return intact ? std::move(intact) : FileSalvage(file).best();
 }
 
 } // namespace still_mend

@@ -1,20 +1,20 @@
 #pragma once
 
-#include "Assessment.h"
+#include "assessment/Assessment.h"
 
 #include <optional>
 
 namespace still_mend {
 
 /// The best picture in a file.
-struct Find {
+struct BestPicture {
     Assessment assessment;
     bool thumbnail = false; ///< Small, and not what the file was about.
 };
 
-/// Looks at everything in the file that may be a picture and gives the one of which the most is left: the
-/// most pixels that decode and hold together. A thumbnail only where there is nothing else. What is read and
+/// Examines everything in the file that may be a picture and returns the one of which the most survives: the
+/// most pixels that decode and hold together. A thumbnail only if there is nothing else. What is read and
 /// decoded together stays within a constant times the size of the file.
-[[nodiscard]] std::optional<Find> find_best(Bytes file);
+[[nodiscard]] std::optional<BestPicture> find_best(Bytes file);
 
 } // namespace still_mend

@@ -1,9 +1,9 @@
 #include <still_mend/still_mend.h>
 #include <system_path/system_path.h>
 
-#include "Delivery.h"
-#include "FileMapping.h"
 #include "Salvage.h"
+#include "output/Delivery.h"
+#include "platform/MappedFile.h"
 
 #include <filesystem>
 #include <string>
@@ -28,7 +28,7 @@ std::uint32_t warnings_of(const Assessment& assessment, Delivered delivered) {
     warn_if(hypothesis.tables_standard, STILL_MEND_TABLES_STANDARD);
     warn_if(hypothesis.frame_borrowed, STILL_MEND_FRAME_BORROWED);
     warn_if(assessment.interval_inferred, STILL_MEND_INTERVAL_INFERRED);
-    warn_if(!assessment.end_found, STILL_MEND_END_ADDED);
+    warn_if(!assessment.eoi_found, STILL_MEND_END_ADDED);
     warn_if(assessment.own + assessment.guessed < assessment.total, STILL_MEND_PARTS_LOST);
     warn_if(assessment.resynchronised, STILL_MEND_RESYNCHRONISED);
     warn_if(delivered == Delivered::kReencoded, STILL_MEND_REENCODED);
@@ -52,7 +52,7 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
 }
 
 std::int32_t repair(const fs::path& damaged, const fs::path& output, StillMendReport& report) {
-    still_mend::FileMapping file;
+    still_mend::MappedFile file;
     if (!file.open(damaged)) {
         return STILL_MEND_INPUT_UNREADABLE;
     }

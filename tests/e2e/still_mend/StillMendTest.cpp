@@ -26,7 +26,7 @@ class StillMend : public ::testing::Test {
         return MndJpegGeneralRepairReport(utf8(damaged).c_str(), utf8(output).c_str(), &report);
     }
 
-    /// What stands in the folder, by name.
+    /// What is in the folder, by name.
     [[nodiscard]] std::vector<std::string> names() const {
         std::vector<std::string> found;
         for (const auto& entry : fs::directory_iterator(folder.path())) {
@@ -83,7 +83,7 @@ TEST_F(StillMend, ReportsWhatACutPictureLost) {
               static_cast<unsigned>(STILL_MEND_END_ADDED | STILL_MEND_PARTS_LOST | STILL_MEND_REENCODED));
 }
 
-TEST_F(StillMend, TakesThePictureOfWhichTheMostIsLeft) {
+TEST_F(StillMend, DeliversThePictureOfWhichTheMostSurvives) {
     const Bytes large = make_preview(Scene(1), 640, 480);
     const Bytes small = make_preview(Scene(2), 320, 240);
     // A fifth of the large one is less than all of the small one; a half is more.
@@ -95,7 +95,7 @@ TEST_F(StillMend, TakesThePictureOfWhichTheMostIsLeft) {
     EXPECT_EQ(report.width, 640U);
 }
 
-TEST_F(StillMend, AThumbnailHasACodeOfItsOwnAndIsTakenOnlyWhereNothingElseLives) {
+TEST_F(StillMend, AThumbnailHasACodeOfItsOwnAndIsDeliveredOnlyIfNothingElseSurvives) {
     const Bytes thumbnail = make_preview(Scene(1), 160, 120);
     EXPECT_EQ(repair(joined(noise(500, 1), thumbnail)), STILL_MEND_ONLY_THUMBNAIL);
     EXPECT_EQ(read_file(output), thumbnail);

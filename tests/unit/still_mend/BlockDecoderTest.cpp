@@ -1,7 +1,7 @@
-#include "BlockDecoder.h"
-#include "BitReader.h"
-#include "McuDecoder.h"
+#include "jpeg/BlockDecoder.h"
 #include "Salvage.h"
+#include "jpeg/Bits.h"
+#include "jpeg/McuDecoder.h"
 
 #include "support/Bytes.h"
 
@@ -33,7 +33,7 @@ Frame grey_frame(unsigned char code) {
 Scan grey_scan(unsigned last) {
     Scan scan;
     scan.components.push_back({0, 0, 0});
-    scan.last = last;
+    scan.se = last;
     return scan;
 }
 
@@ -73,7 +73,7 @@ TEST(McuDecoder, TakesABlockWithoutEndWhoseValuesAddUpToMinus63) {
     EXPECT_FALSE(decoder.decode(other, fresh, mcu));
 }
 
-TEST(BlockDecoder, KeepsThePredictionWithinBoundsWhoeverReadsOnBehindItsFailures) {
+TEST(BlockDecoder, KeepsThePredictionWithinBoundsWhoeverReadsOnAfterItsFailures) {
     // 2047 more for each block: after 2^32 / 2047 of them a sum of 32 bits would be back where it began.
     const Frame frame = grey_frame(0xC2);
     const Scan scan = grey_scan(0);

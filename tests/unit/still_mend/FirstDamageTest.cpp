@@ -1,9 +1,7 @@
 #include "JpegHabits.h"
+#include "Salvaged.h"
 
 #include "support/RealFiles.h"
-#include "support/TempDir.h"
-
-#include <still_mend/still_mend.h>
 
 #include <gtest/gtest.h>
 
@@ -16,16 +14,6 @@
 
 namespace test {
 namespace {
-
-Bytes salvage(const Bytes& file) {
-    const TempDir folder;
-    write_file(folder / "damaged", file);
-    if (MndJpegGeneralRepair(utf8(folder / "damaged").c_str(), utf8(folder / "output").c_str()) !=
-        STILL_MEND_OK) {
-        return {};
-    }
-    return read_file(folder / "output");
-}
 
 std::size_t data_begin(const Bytes& jpeg) {
     const Bytes scan{0xFF, 0xDA, 0x00, 0x0C};
@@ -41,11 +29,11 @@ void expect_cuts_keep_what_precedes_them(const Bytes& jpeg, const std::string& n
         const Bytes cut = part(jpeg, 0, begin + (jpeg.size() - begin) * tenth / 10);
         const std::size_t decided = decided_mcus(cut);
         EXPECT_GT(decided, 0U) << name << ", " << tenth;
-        EXPECT_GE(same_mcus(original, coefficients(salvage(cut))), decided) << name << ", " << tenth;
+        EXPECT_GE(same_mcus(original, coefficients(salvage(cut).output)), decided) << name << ", " << tenth;
     }
 }
 
-/// Damages the data of a picture at a few places, in ways that leave what is behind.
+/// Damages the data of a picture at a few places, in ways that leave what follows.
 void expect_damage_keeps_what_precedes_it(const Bytes& jpeg, const std::string& name) {
     const auto original = coefficients(jpeg);
     const std::size_t begin = data_begin(jpeg);
@@ -56,7 +44,7 @@ void expect_damage_keeps_what_precedes_it(const Bytes& jpeg, const std::string& 
         const Bytes shorter = joined(part(jpeg, 0, at), part(jpeg, at + 1, jpeg.size()));
         const Bytes longer = joined(joined(part(jpeg, 0, at), noise(100, 1)), part(jpeg, at, jpeg.size()));
         for (const Bytes& damaged : {hole, shorter, longer}) {
-            EXPECT_GE(same_mcus(original, coefficients(salvage(damaged))), decided)
+            EXPECT_GE(same_mcus(original, coefficients(salvage(damaged).output)), decided)
                 << name << ", " << tenth << ", " << damaged.size();
         }
     }

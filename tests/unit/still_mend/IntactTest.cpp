@@ -1,12 +1,10 @@
-#include "IntactJpeg.h"
 #include "JpegHabits.h"
 #include "Laboratory.h"
+#include "Salvaged.h"
 #include "Work.h"
+#include "assessment/IntactJpeg.h"
 
 #include "support/RealFiles.h"
-#include "support/TempDir.h"
-
-#include <still_mend/still_mend.h>
 
 #include <gtest/gtest.h>
 
@@ -27,28 +25,9 @@ namespace fs = std::filesystem;
 constexpr unsigned kWidth = 72; // Some blocks and MCUs are not full.
 constexpr unsigned kHeight = 56;
 
-/// A salvage of one file.
-struct Salvaged {
-    std::int32_t code = STILL_MEND_INTERNAL;
-    Bytes output;
-    StillMendReport report{};
-};
-
-Salvaged salvaged(const Bytes& file) {
-    const TempDir folder;
-    write_file(folder / "damaged", file);
-    Salvaged result;
-    result.code = MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(),
-                                             utf8(folder / "output").c_str(), &result.report);
-    if (fs::exists(folder / "output")) {
-        result.output = read_file(folder / "output");
-    }
-    return result;
-}
-
 /// Kept as it is, and all of it the photographer's own.
 void expect_kept(const Bytes& file, const Bytes& wanted, const std::string& what) {
-    const Salvaged kept = salvaged(file);
+    const Salvaged kept = salvage(file);
     EXPECT_EQ(kept.code, STILL_MEND_OK) << what;
     EXPECT_TRUE(kept.output == wanted)
         << what << ": " << kept.output.size() << " of " << wanted.size() << " bytes";

@@ -50,7 +50,7 @@ struct Habit {
 struct Coefficients {
     std::size_t wide = 0; ///< Blocks side by side.
     std::size_t high = 0;
-    unsigned h = 1; ///< Of an MCU.
+    unsigned h = 1; ///< Blocks of an MCU.
     unsigned v = 1;
     std::vector<std::int16_t> values;
 };

@@ -1,4 +1,5 @@
 #include "Laboratory.h"
+#include "Salvaged.h"
 
 #include "support/ArwPhoto.h"
 #include "support/Cr2Photo.h"
@@ -134,7 +135,7 @@ Specimen alone(const Bytes& picture, const Bytes& sibling) {
     return {joined(picture, sibling), 0, picture.size()};
 }
 
-/// A RAW file as most makers lay it out: directories, a preview in IFD 0 and one in IFD 1, raw data behind.
+/// A RAW file as most makers lay it out: directories, a preview in IFD 0 and one in IFD 1, then raw data.
 Specimen tiff(ByteOrder order, const Bytes& picture, const Bytes& sibling) {
     TiffWriter writer(order);
     writer.write_header();
@@ -178,7 +179,7 @@ Specimen sr2(const Bytes& picture, const Bytes& /*sibling*/) {
     return {photo.bytes, photo.preview, picture.size()};
 }
 
-/// The picture gets the Exif and the XMP packet of this maker behind its SOI.
+/// The picture gets the Exif and the XMP packet of this maker after its SOI.
 Specimen raf(const Bytes& picture, const Bytes& /*sibling*/) {
     RafPhoto::Options options;
     options.picture = picture;
@@ -346,7 +347,7 @@ std::size_t in_data(const Specimen& specimen, const Anatomy& anatomy, double sha
     return first + static_cast<std::size_t>(static_cast<double>(specimen.size - first) * share);
 }
 
-/// The head of the file, whatever stands in it.
+/// The head of the file, whatever is in it.
 Damage head_zeroed(std::size_t kib) {
     return {"head zeroed, " + std::to_string(kib) + " KiB",
             [kib](Specimen& specimen, const Anatomy&) {
@@ -643,12 +644,9 @@ double Trial::plain_share() const {
 }
 
 Trial run_trial(const Bytes& original, const Specimen& damaged) {
-    const TempDir folder;
-    write_file(folder / "damaged", damaged.file);
-    StillMendReport report{};
+    const auto [code, output, report] = salvage(damaged.file);
     Trial trial;
-    trial.result = MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(),
-                                              utf8(folder / "output").c_str(), &report);
+    trial.result = code;
     trial.mcus = mcus_in_place(original, original).size();
     const Bytes from_there =
         part(damaged.file, std::min(damaged.offset, damaged.file.size()), damaged.file.size());
@@ -657,8 +655,8 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
     trial.warnings = report.warnings;
     trial.other = trial.result == 0 && (report.picture_offset < damaged.offset ||
                                         report.picture_offset >= damaged.offset + damaged.size);
-    if (std::filesystem::exists(folder / "output")) {
-        trial.output = read_file(folder / "output");
+    if (!output.empty()) {
+        trial.output = output;
         trial.recovered = count_of(mcus_in_place(original, trial.output));
         trial.in_shape = count_of(mcus_in_shape(original, trial.output));
         trial.clean = jpeg_decodes(trial.output);
@@ -671,7 +669,7 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
 Trial run_trial(const Coding& coding, const Container& container, const Damage& damage, bool with_sibling,
                 unsigned width, unsigned height) {
     const Bytes picture = make_coded(coding, 1, width, height);
-    // Of the same camera with the same tables, but smaller, as previews and their small copies are.
+    // From the same camera with the same tables, but smaller, as previews and their small copies are.
     const Bytes sibling = with_sibling ? make_coded(coding, 1, width / 2, height / 2) : Bytes{};
     Specimen specimen = container.build(picture, sibling);
     const Bytes placed = part(specimen.file, specimen.offset, specimen.offset + specimen.size);
@@ -704,7 +702,7 @@ void mark_mcus(const Bytes& jpeg, std::size_t scan, unsigned restart, std::size_
     const auto sampling = [&](std::size_t index) {
         return components == 1 ? 0x11U : unsigned{jpeg.at(frame + 11 + 3 * index)};
     };
-    std::size_t h = 1; // Of the only component of the scan; 1 and 1 for MCUs.
+    std::size_t h = 1; // Sampling factors of the only component of the scan; 1 and 1 for MCUs.
     std::size_t v = 1;
     const std::size_t wide = std::size_t{8} * (sampling(0) >> 4U);
     std::size_t units_wide = (width + wide - 1) / wide;

@@ -8,7 +8,7 @@
 #include <vector>
 
 // The damage laboratory: pictures of every kind, put into containers, damaged in every way, and measured:
-// which share of their MCUs stands in its place afterwards.
+// which share of their MCUs is in place afterwards.
 
 namespace test {
 
@@ -34,7 +34,7 @@ struct Coding {
 /// A file with the picture in it.
 struct Specimen {
     Bytes file;
-    std::size_t offset = 0; ///< Of the picture.
+    std::size_t offset = 0; ///< That of the picture.
     std::size_t size = 0;
 };
 
@@ -47,18 +47,18 @@ struct Container {
 [[nodiscard]] const std::vector<Container>& containers();
 [[nodiscard]] const Container& container_named(const std::string& name);
 
-/// Where things stand in an undamaged JPEG.
+/// Where things are in an undamaged JPEG.
 struct Anatomy {
     struct Part {
         std::size_t first = 0;
-        std::size_t last = 0; ///< One behind.
+        std::size_t last = 0; ///< One after.
     };
     std::vector<Part> quant_tables; ///< Whole segments, from FF on.
     std::vector<Part> huffman_tables;
     std::vector<Part> restart_interval;
     std::vector<Part> frame;
     Part scan_header;            ///< The first one.
-    std::vector<Part> intervals; ///< Of the first scan, each with the marker in front of it.
+    std::vector<Part> intervals; ///< Those of the first scan, each with the marker before it.
     /// The same of every scan, in the order of the file.
     struct Scan {
         Part header;
@@ -73,13 +73,13 @@ struct Anatomy {
 struct Damage {
     std::string name;
     std::function<void(Specimen& specimen, const Anatomy& anatomy)> apply;
-    bool large = false; ///< It takes a picture of 300 KiB and more to outlive it.
+    bool large = false; ///< It takes a picture of 300 KiB and more to survive it.
 };
 [[nodiscard]] const std::vector<Damage>& damages();
 [[nodiscard]] const Damage& damage_named(const std::string& name);
 
 /// For each MCU, whether the picture has it as the original does: within two levels, root mean square, in
-/// every block. Decoded by libjpeg without smoothing; bytes behind the picture and warnings are ignored.
+/// every block. Decoded by libjpeg without smoothing; bytes after the picture and warnings are ignored.
 /// An unbroken run of such MCUs counts if two of them are unlike their neighbours: another is the same by
 /// chance.
 /// Empty when nothing decodes or sizes differ.
@@ -90,7 +90,7 @@ struct Damage {
 
 /// A trial: a picture in a container, damaged and salvaged.
 struct Trial {
-    int result = 0; ///< Of the library.
+    int result = 0; ///< The code that the library returned.
     std::size_t mcus = 0;
     std::size_t recovered = 0; ///< In place in the output.
     std::size_t in_shape = 0;  ///< In place, if perhaps of another brightness or colour.

@@ -1,4 +1,5 @@
 #include "Laboratory.h"
+#include "Salvaged.h"
 
 #include "support/TempDir.h"
 
@@ -144,7 +145,7 @@ TEST(Laboratory, ALostFrameIsRebuiltFromASmallerSiblingAndTheData) {
     }
 }
 
-TEST(Laboratory, DataBehindTheLastRowOfADamagedFrameAreNotCounted) {
+TEST(Laboratory, DataAfterTheLastRowOfADamagedFrameAreNotCounted) {
     for (const auto rows : {std::uint8_t{48}, std::uint8_t{8}}) {
         for (const auto& coding : codings()) {
             Bytes picture = make_coded(coding, 1, kWidth, 240);
@@ -161,7 +162,7 @@ TEST(Laboratory, DataBehindTheLastRowOfADamagedFrameAreNotCounted) {
     }
 }
 
-TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
+TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingAfterIt) {
     for (const auto& coding : codings()) {
         if (!has_restarts(coding)) {
             continue;
@@ -182,7 +183,7 @@ TEST(Laboratory, ARunOfLostRestartIntervalsShiftsNothingBehindIt) {
     }
 }
 
-TEST(Laboratory, RunsAroundEightIntervalsAreToldApart) {
+TEST(Laboratory, RunsAroundEightIntervalsAreDistinguished) {
     for (const char* name : {"baseline 4:2:2, restarts", "progressive 4:4:4, restarts"}) {
         const auto& coding = coding_named(name);
         const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
@@ -196,7 +197,7 @@ TEST(Laboratory, RunsAroundEightIntervalsAreToldApart) {
     }
 }
 
-TEST(Laboratory, IntervalsCutOutOfAnyScanWithoutATraceShiftNothingBehindThem) {
+TEST(Laboratory, IntervalsCutOutOfAnyScanWithoutATraceShiftNothingAfterThem) {
     for (const auto& coding : progressive_codings()) {
         const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
         const Anatomy anatomy = dissect(picture);
@@ -217,7 +218,7 @@ TEST(Laboratory, IntervalsCutOutOfAnyScanWithoutATraceShiftNothingBehindThem) {
     }
 }
 
-TEST(Laboratory, TwoCutsIntoOneScanAreToldApart) {
+TEST(Laboratory, TwoCutsIntoOneScanAreDistinguished) {
     for (const auto& coding : progressive_codings()) {
         const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
         const Anatomy anatomy = dissect(picture);
@@ -246,21 +247,17 @@ TEST(Laboratory, CutsIntoTwoScansAreBothFound) {
     EXPECT_GE(share_unmarked(picture, lost.output, marked), 0.95);
 }
 
-TEST(Laboratory, WhereNothingTellsOfTheirPlaceIntervalsAreNotClaimed) {
-    // Of a progressive picture no more than the first scan: only brightness.
+TEST(Laboratory, IntervalsWithoutASignOfTheirPlaceAreNotClaimed) {
+    // Only the first scan of a progressive picture: brightness.
     const auto& coding = coding_named("progressive 4:4:4, restarts");
     const Bytes picture = make_coded(coding, 1, kWidth, kHeight);
     const Anatomy anatomy = dissect(picture);
     const Bytes first_scan = joined(part(picture, 0, anatomy.scans[0].intervals.back().last), {0xFF, 0xD9});
     const Bytes cut = without_intervals(first_scan, 0, 100, 8);
-    const TempDir folder;
-    write_file(folder / "damaged", cut);
-    StillMendReport report{};
-    EXPECT_EQ(MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(), utf8(folder / "output").c_str(),
-                                         &report),
-              STILL_MEND_OK);
-    EXPECT_EQ(report.own_mcu_count, 0U);
-    EXPECT_EQ(report.guessed_mcu_count, (anatomy.intervals.size() - 8) * coding.restart);
+    const Salvaged salvaged = salvage(cut);
+    EXPECT_EQ(salvaged.code, STILL_MEND_OK);
+    EXPECT_EQ(salvaged.report.own_mcu_count, 0U);
+    EXPECT_EQ(salvaged.report.guessed_mcu_count, (anatomy.intervals.size() - 8) * coding.restart);
 }
 
 TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
@@ -287,7 +284,7 @@ TEST(Laboratory, StrayMarkersInADamagedSpanAreHarmless) {
     }
 }
 
-TEST(Laboratory, AnIntervalThatStandsThereTwiceIsCountedOnce) {
+TEST(Laboratory, ADuplicatedIntervalIsCountedOnce) {
     for (const auto& coding : codings()) {
         if (!has_restarts(coding) || coding.progressive) {
             continue;
@@ -302,7 +299,7 @@ TEST(Laboratory, AnIntervalThatStandsThereTwiceIsCountedOnce) {
     }
 }
 
-TEST(Laboratory, DataBehindALostHeadAreReadWithASiblingsTables) {
+TEST(Laboratory, DataAfterALostHeadAreReadWithASiblingsTables) {
     for (const char* name : {"baseline 4:2:0, restarts", "baseline 4:2:2, restarts"}) {
         const auto& coding = coding_named(name);
         for (const std::size_t kib : {1U, 4U, 12U, 64U, 150U}) {

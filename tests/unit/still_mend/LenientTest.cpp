@@ -1,10 +1,8 @@
 #include "JpegHabits.h"
-#include "LenientJpeg.h"
+#include "Salvaged.h"
+#include "assessment/LenientJpeg.h"
 
 #include "support/Jpeg.h"
-#include "support/TempDir.h"
-
-#include <still_mend/still_mend.h>
 
 #include <gtest/gtest.h>
 
@@ -26,18 +24,6 @@ class Lenient : public ::testing::Test {
     }
 
     static void arithmetic(jpeg_compress_struct& info) { info.arith_code = TRUE; }
-
-    std::int32_t salvage(const Bytes& file) {
-        const TempDir folder;
-        write_file(folder / "damaged", file);
-        const std::int32_t code = MndJpegGeneralRepairReport(utf8(folder / "damaged").c_str(),
-                                                             utf8(folder / "output").c_str(), &report);
-        output = code == STILL_MEND_OK ? read_file(folder / "output") : Bytes{};
-        return code;
-    }
-
-    StillMendReport report{};
-    Bytes output;
 };
 
 TEST_F(Lenient, ADamagedArithmeticPictureIsWhatLibjpegDecodes) {
@@ -45,7 +31,8 @@ TEST_F(Lenient, ADamagedArithmeticPictureIsWhatLibjpegDecodes) {
         const Bytes jpeg = encode(scene_pixels(1, 328, 248, components), arithmetic);
         for (std::size_t tenth = 2; tenth < 10; ++tenth) {
             const Bytes cut = part(jpeg, 0, jpeg.size() * tenth / 10);
-            ASSERT_EQ(salvage(cut), STILL_MEND_OK) << components << ", " << tenth;
+            const auto [code, output, report] = salvage(cut);
+            ASSERT_EQ(code, STILL_MEND_OK) << components << ", " << tenth;
             EXPECT_TRUE(jpeg_decodes(output)) << components << ", " << tenth;
             const auto wanted = coefficients(cut);
             EXPECT_GE(same_mcus(wanted, coefficients(output)), report.guessed_mcu_count)
@@ -64,8 +51,9 @@ TEST_F(Lenient, ADamagedArithmeticPictureIsWhatLibjpegDecodes) {
 
 TEST_F(Lenient, AnArithmeticPictureWithAStrangeMarkerInItsDataIsReadUpToIt) {
     Bytes jpeg = encode(scene_pixels(1, 328, 248, 3), arithmetic);
-    put_bytes(jpeg, jpeg.size() * 2 / 3, {0xFF, 0x42}); // libjpeg gives up at such a marker behind the scan.
-    ASSERT_EQ(salvage(jpeg), STILL_MEND_OK);
+    put_bytes(jpeg, jpeg.size() * 2 / 3, {0xFF, 0x42}); // libjpeg gives up at such a marker after the scan.
+    const auto [code, output, report] = salvage(jpeg);
+    ASSERT_EQ(code, STILL_MEND_OK);
     EXPECT_TRUE(jpeg_decodes(output));
     EXPECT_EQ(report.own_mcu_count, 0U);
     EXPECT_GT(report.guessed_mcu_count, report.mcu_count / 2);
@@ -76,7 +64,8 @@ TEST_F(Lenient, ACutProgressiveArithmeticPictureIsShown) {
         info.arith_code = TRUE;
         jpeg_simple_progression(&info);
     });
-    ASSERT_EQ(salvage(part(jpeg, 0, jpeg.size() / 2)), STILL_MEND_OK);
+    const auto [code, output, report] = salvage(part(jpeg, 0, jpeg.size() / 2));
+    ASSERT_EQ(code, STILL_MEND_OK);
     EXPECT_EQ(same_mcus(coefficients(part(jpeg, 0, jpeg.size() / 2)), coefficients(output)),
               report.mcu_count);
     EXPECT_EQ(report.own_mcu_count, 0U);

@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-// How much the salvager looks at, whatever the bytes: counted, and linear in the size of the file.
+// How much work the salvager does, whatever the bytes: counted, and linear in the size of the file.
 
 namespace test {
 namespace {
@@ -20,7 +20,7 @@ std::uint64_t work_on(const Bytes& file) {
     return still_mend::Work::done() - before;
 }
 
-/// A pattern again and again, up to a size.
+/// A pattern repeated up to a size.
 Bytes repeated(const Bytes& pattern, std::size_t size) {
     Bytes file(size);
     for (std::size_t offset = 0; offset < size; offset += pattern.size()) {
@@ -52,7 +52,7 @@ Bytes restart_flood(std::size_t size) {
     return repeated(pattern, size);
 }
 
-/// One good interval of a picture again and again, behind markers whose numbers never follow one another, in
+/// One good interval of a picture again and again, after markers whose numbers never follow one another, in
 /// a frame with room for all of them.
 Bytes scattered_intervals(std::size_t size) {
     const Bytes picture = make_coded({"", 1, 1, true, false, false, 1}, 1, 64, 48);
@@ -126,7 +126,7 @@ TEST(Work, IsBoundedByAConstantForEachByte) {
 }
 
 TEST(Work, OnIntervalsThatMayHaveManyPlacesGrowsWithThePicture) {
-    // As many losses as are told apart, in the shortest intervals.
+    // As many losses as are distinguished, in the shortest intervals.
     const Coding coding{"", 1, 1, false, true, true, 1};
     const auto work_at = [&](unsigned width, unsigned height) {
         const Bytes picture = make_coded(coding, 1, width, height);
@@ -140,7 +140,7 @@ TEST(Work, OnIntervalsThatMayHaveManyPlacesGrowsWithThePicture) {
     EXPECT_LE(work_at(1280, 960), 5 * work_at(640, 480));
 }
 
-TEST(Work, OnAHundredMegabytesWithoutAPictureIsAFewLooksAtEachByte) {
+TEST(Work, OnAHundredMegabytesWithoutAPictureIsAFewStepsForEachByte) {
     constexpr std::size_t kSize = 100'000'000;
     EXPECT_LE(work_on(Bytes(kSize)), 4 * kSize);
     EXPECT_LE(work_on(repeated({0xFF, 0xD8, 0xFF}, kSize)), 4 * kSize);

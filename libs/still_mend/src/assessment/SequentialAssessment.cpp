@@ -1,0 +1,198 @@
+#include "assessment/SequentialAssessment.h"
+
+#include "assessment/Noise.h"
+#include "jpeg/EntropySegments.h"
+#include "jpeg/Markers.h"
+#include "jpeg/McuDecoder.h"
+#include "sequential/PlainPlacement.h"
+#include "sequential/RestartPlacement.h"
+#include "sequential/Survey.h"
+
+#include <algorithm>
+
+namespace still_mend {
+
+namespace {
+
+ScanData scan_data(Bytes file, const Hypothesis& hypothesis) {
+    const PictureCandidate& candidate = hypothesis.candidate;
+    return {file,
+            candidate.entropy,
+            candidate.limit,
+            candidate.tables.restart_interval,
+            candidate.frame->mcus(),
+            hypothesis.from_start};
+}
+
+bool begins_with_restarts(const ScanData& data) {
+    const std::size_t first = next_marker(data.file, data.first, data.limit);
+    return first < data.limit && marker::is_restart(data.file[first + 1]);
+}
+
+class SequentialAssessment {
+  public:
+    SequentialAssessment(Bytes file, const Hypothesis& hypothesis)
+        : decoder_(*hypothesis.candidate.frame, *hypothesis.candidate.scan, hypothesis.candidate.tables),
+          data_(scan_data(file, hypothesis)) {
+        result_.hypothesis = hypothesis;
+        result_.total = data_.total;
+    }
+
+    Assessment assess() {
+        if (data_.interval == 0 && (!data_.from_start || begins_with_restarts(data_))) {
+            infer(false);
+        }
+        place();
+        if (data_.interval != 0 && !result_.interval_inferred && result_.own * 2 < result_.total) {
+            infer(true);
+        }
+        return std::move(result_);
+    }
+
+  private:
+    /// Uses the interval that the markers suggest. again: instead of one that leads nowhere.
+    void infer(bool again) {
+        const unsigned interval = infer_interval(data_, decoder_);
+        if (interval == 0 || interval == data_.interval) {
+            return;
+        }
+        const Assessment before = result_;
+        const unsigned old = data_.interval;
+        data_.interval = interval;
+        if (!again) {
+            result_.interval_inferred = true;
+            return;
+        }
+        result_.runs.clear();
+        place();
+        if (result_.own <= before.own) {
+            result_ = before;
+            data_.interval = old;
+        } else {
+            result_.interval_inferred = true;
+            result_.hypothesis.candidate.tables.restart_interval = interval;
+        }
+    }
+
+    void place() {
+        const PictureCandidate& candidate = result_.hypothesis.candidate;
+        const McuTraces empty(*candidate.frame, *candidate.scan, candidate.tables);
+        const Survey survey = data_.interval == 0 ? survey_plain(data_, decoder_, empty)
+                                                  : survey_restarts(data_, decoder_, empty);
+        Canvas canvas(survey.traces, candidate.frame->mcus_wide(), data_.total);
+        const auto placements =
+            data_.interval == 0 ? place_plain(data_, survey, canvas) : place_restarts(data_, survey, canvas);
+        result_.hypothesis.candidate.tables.restart_interval = data_.interval;
+        count(placements);
+        for (const auto& placement : placements) {
+            const Run& run = survey.runs[placement.run];
+            result_.runs.push_back({run.start, run.dc_known, placement});
+            result_.resynchronised =
+                result_.resynchronised || !run.dc_known || (data_.interval == 0 && placement.skip > 0);
+        }
+        judge(survey, placements, canvas);
+    }
+
+    /// Where two placements have a place in common, the later one is shown.
+    void count(const std::vector<Placement>& placements) {
+        result_.own = 0;
+        result_.guessed = 0;
+        std::vector<bool> counted(data_.total, false);
+        std::for_each(placements.rbegin(), placements.rend(), [&](const Placement& placement) {
+            const std::size_t last = std::min(placement.position + placement.count, data_.total);
+            for (std::size_t position = placement.position; position < last; ++position) {
+                if (!counted[position]) {
+                    counted[position] = true;
+                    ++(placement.sure ? result_.own : result_.guessed);
+                }
+            }
+        });
+    }
+
+    void judge(const Survey& survey, const std::vector<Placement>& placements, const Canvas& canvas) {
+        const std::size_t intervals = data_.interval == 0 ? 1 : (data_.total - 1) / data_.interval + 1;
+        const bool in_order = data_.from_start && result_.own == result_.total &&
+                              placements.size() == intervals && survey.runs.size() >= intervals &&
+                              ends_in_order(survey, placements);
+        result_.eoi_found = !survey.runs.empty() && survey.runs.back().at_eoi;
+        result_.end = survey.end;
+        result_.whole = in_order;
+        result_.first_bad = first_bad(survey, placements);
+        if (in_order && !result_.eoi_found) {
+            result_.end = end_of_last(placements.back(), survey);
+            result_.first_bad = result_.end;
+        }
+        // Every bit in its place, to the last: no noise does that.
+        result_.noise = !(in_order && survey.runs[placements.back().run].closes) &&
+                        (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
+    }
+
+    /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks
+    /// some; wrong tables break all.
+    [[nodiscard]] bool hardly_closes(const Survey& survey, const std::vector<Placement>& placements) const {
+        std::size_t closing = 0;
+        for (const auto& placement : placements) {
+            closing += survey.runs[placement.run].closes ? placement.count : 0;
+        }
+        return data_.interval != 0 && placements.size() > 4 && closing * 4 < result_.own + result_.guessed;
+    }
+
+    /// Whether every run but perhaps the last ends at its marker, so that the data can be kept as they are.
+    static bool ends_in_order(const Survey& survey, const std::vector<Placement>& placements) {
+        for (std::size_t index = 0; index < placements.size(); ++index) {
+            const bool last = index + 1 == placements.size();
+            if (placements[index].run != index || placements[index].skip != 0 ||
+                (!last && !survey.runs[index].closes)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// One after the last byte that the last MCU uses.
+    [[nodiscard]] std::size_t end_of_last(const Placement& placement, const Survey& survey) const {
+        BitReader reader = survey.runs[placement.run].start;
+        DcState dc;
+        Mcu mcu;
+        for (std::size_t count = 0; count < placement.count; ++count) {
+            if (!decoder_.decode(reader, dc, mcu)) {
+                break;
+            }
+        }
+        return reader.offset();
+    }
+
+    [[nodiscard]] std::size_t first_bad(const Survey& survey,
+                                        const std::vector<Placement>& placements) const {
+        if (result_.hypothesis.candidate.damaged_header) {
+            return result_.hypothesis.candidate.offset;
+        }
+        std::vector<std::size_t> kept(survey.runs.size(), 0);
+        for (const auto& placement : placements) {
+            if (placement.skip == 0) {
+                kept[placement.run] = placement.count;
+            }
+        }
+        for (std::size_t index = 0; index < survey.runs.size(); ++index) {
+            const Run& run = survey.runs[index];
+            if (kept[index] < run.count || !run.closes) {
+                const double share =
+                    run.count == 0 ? 0.0 : static_cast<double>(kept[index]) / static_cast<double>(run.count);
+                return run.begin + static_cast<std::size_t>(static_cast<double>(run.end - run.begin) * share);
+            }
+        }
+        return survey.end;
+    }
+
+    McuDecoder decoder_;
+    ScanData data_;
+    Assessment result_;
+};
+
+} // namespace
+
+Assessment assess_sequential(Bytes file, const Hypothesis& hypothesis) {
+    return SequentialAssessment(file, hypothesis).assess();
+}
+
+} // namespace still_mend

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "jpeg/Bits.h"
+#include "jpeg/Block.h"
+
+#include <array>
+#include <cstdint>
+
+namespace still_mend {
+
+/// The largest magnitude that a quantised coefficient of a picture of 8 bits can have, and a little more. A
+/// dequantised DC coefficient is in -1024..1016, an AC coefficient within 930. Rounding adds half a step; a
+/// whole step and a little is left to careless encoders.
+[[nodiscard]] constexpr std::int32_t coefficient_limit(unsigned quant) {
+    constexpr std::int32_t kTransformLimit = 1100;
+    return kTransformLimit / static_cast<std::int32_t>(quant) + 1;
+}
+
+/// The largest categories of a DC difference and of an AC coefficient of 8-bit samples (ITU-T T.81, tables
+/// F.1 and F.2).
+inline constexpr int kMostDcCategory = 11;
+inline constexpr unsigned kMostAcCategory = 10;
+
+/// So many AC coefficients of -1 are a block that no camera writes: zeroed bytes read as this with the
+/// standard tables.
+inline constexpr unsigned kAllMinusOne = 63;
+
+/// Of AC coefficients, by zigzag position.
+using CoefficientLimits = std::array<std::int32_t, 64>;
+
+/// Decodes the AC coefficients of a block of a sequential scan. The block's are zero before. False for bits
+/// that are no code, and for coefficients beyond the 64th.
+///
+///   limits  makes it strict: it is false also for a coefficient beyond these, and for kAllMinusOne. Null for
+///           whatever decodes.
+[[nodiscard]] bool decode_sequential_ac(BitReader& reader, const HuffmanTable& table,
+                                        const CoefficientLimits* limits, Block& block);
+
+} // namespace still_mend

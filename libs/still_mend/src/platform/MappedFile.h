@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Bytes.h"
+
+#include <filesystem>
+
+namespace still_mend {
+
+/// A regular file mapped whole for reading. The bytes live as long as the object. An empty file has no bytes.
+class MappedFile {
+  public:
+    MappedFile() = default;
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+    ~MappedFile() { close(); }
+
+    /// False when the path names no regular file or the system refuses. Throws std::bad_alloc when the
+    /// address space has no room for it.
+    [[nodiscard]] bool open(const std::filesystem::path& path);
+    void close();
+
+    [[nodiscard]] Bytes bytes() const { return {data_, size_}; }
+
+  private:
+    const unsigned char* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+} // namespace still_mend
