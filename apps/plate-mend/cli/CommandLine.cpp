@@ -1,9 +1,15 @@
 #include "cli/CommandLine.h"
 #include "cli/ExitStatus.h"
 
-#include "cli/Commands.h"
-#include "cli/Manual.h"
-#include "repair/Worker.h"
+#include "cli/CheckCommand.h"
+#include "cli/Completion.h"
+#include "cli/DiagnoseCommand.h"
+#include "cli/ExplainCommand.h"
+#include "cli/ManPage.h"
+#include "cli/ParserTree.h"
+#include "cli/RepairCommand.h"
+#include "cli/SalvageCommand.h"
+#include "repair/WorkerTasks.h"
 #include "text/Paths.h"
 #include "text/Text.h"
 
@@ -182,9 +188,9 @@ class Program {
 
     void add_check() {
         auto* command = app_.add_subcommand("check", "Report whether LibRaw opens each file");
-        command->add_option("FILE", files_, "Photographs")->required();
-        add_limit_options(*command, check_limits_);
-        command->callback([this] { status_ = run_check(files_, check_limits_, program_); });
+        command->add_option("FILE", check_.files, "Photographs")->required();
+        add_limit_options(*command, check_.limits);
+        command->callback([this] { status_ = run_check(check_, program_); });
     }
 
     void add_diagnose() {
@@ -205,7 +211,7 @@ class Program {
 
     void add_man() {
         auto* command = app_.add_subcommand("man", "Print the manual page");
-        command->callback([this] { std::cout << man_page(app_); });
+        command->callback([this] { std::cout << man_page(command_tree_of(app_)); });
     }
 
     void add_completion() {
@@ -213,14 +219,15 @@ class Program {
         command->add_option("SHELL", shell_, "The shell")
             ->required()
             ->check(CLI::IsMember({"bash", "zsh", "fish"}));
-        command->callback([this] { std::cout << completion(app_, shell_named(shell_).value()); });
+        command->callback(
+            [this] { std::cout << completion(command_tree_of(app_), shell_named(shell_).value()); });
     }
 
     /// Not for people: how this program starts itself for one step of one file.
     void add_worker() {
         auto* command = app_.add_subcommand("worker", "")->group("");
         command->add_option("FOLDER", folder_)->required();
-        command->callback([this] { status_ = work(path_from(folder_)); });
+        command->callback([this] { status_ = run_task(path_from(folder_)); });
     }
 
     CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF.",
@@ -229,8 +236,7 @@ class Program {
     RepairOptions repair_;
     SalvageOptions salvage_;
     DiagnoseOptions diagnosis_;
-    std::vector<std::string> files_;
-    LimitOptions check_limits_;
+    CheckOptions check_;
     std::string code_;
     std::string shell_;
     std::string folder_;

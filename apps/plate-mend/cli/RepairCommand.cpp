@@ -1,9 +1,10 @@
-#include "cli/Commands.h"
+#include "cli/RepairCommand.h"
+
 #include "cli/ExitStatus.h"
+#include "cli/PathList.h"
 #include "files/Failures.h"
 #include "files/Formats.h"
 #include "files/SafeOutput.h"
-#include "platform/Files.h"
 #include "platform/Interrupt.h"
 #include "platform/Names.h"
 #include "record/RunRecord.h"
@@ -12,6 +13,7 @@
 #include "repair/RunLog.h"
 #include "report/Notes.h"
 #include "report/Reports.h"
+#include "text/Paths.h"
 
 #include <algorithm>
 #include <iterator>
@@ -339,7 +341,7 @@ class Repair {
 };
 
 int complain_of(const std::exception& e, int status) {
-    complain(reason_in_words(e));
+    complain(describe_error(e));
     return status;
 }
 

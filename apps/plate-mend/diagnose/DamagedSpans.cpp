@@ -187,7 +187,7 @@ std::size_t length_of_noise(Bytes bytes) {
 
 } // namespace
 
-const char* in_words(SpanKind kind) {
+const char* describe(SpanKind kind) {
     switch (kind) {
     case SpanKind::kZero:
         return "zeros";

@@ -15,7 +15,7 @@ enum class SpanKind {
 };
 
 /// "zeros", "one byte repeated", "sectors repeated", "noise".
-[[nodiscard]] const char* in_words(SpanKind kind);
+[[nodiscard]] const char* describe(SpanKind kind);
 
 /// At most this many spans of each kind are found: the first ones of the file.
 inline constexpr std::size_t kMostSpansOfAKind = 65536;

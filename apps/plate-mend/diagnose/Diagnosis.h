@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnose/DamagedSpans.h"
+#include "diagnose/JpegFinder.h"
 #include "diagnose/Landmarks.h"
 
 #include <cstdint>
@@ -10,13 +11,6 @@
 #include <vector>
 
 namespace plate_mend::host {
-
-/// A JPEG whose header is intact, down to its size. Its data were not looked at.
-struct JpegFound {
-    std::uint64_t offset = 0;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-};
 
 /// What is left of a damaged file, as far as it shows without a repair.
 struct Diagnosis {
@@ -44,10 +38,10 @@ struct Diagnosis {
                                  const std::optional<std::filesystem::path>& sample = std::nullopt);
 
 /// For people: lines that end with a line break. Of many spans the longest are given. Throws as diagnose.
-[[nodiscard]] std::string in_words(const Diagnosis& diagnosis);
+[[nodiscard]] std::string describe(const Diagnosis& diagnosis);
 
 /// For programs: one line of JSON, without the line break; docs/host-json.md describes it. Throws as
 /// diagnose.
-[[nodiscard]] std::string to_json(const Diagnosis& diagnosis);
+[[nodiscard]] std::string to_json_line(const Diagnosis& diagnosis);
 
 } // namespace plate_mend::host

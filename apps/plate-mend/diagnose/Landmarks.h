@@ -59,6 +59,6 @@ struct SampleMarks {
 
 /// Looks at a sample: its header, which unlike a damaged file's must be intact, and its landmarks. Throws as
 /// find_landmarks.
-[[nodiscard]] SampleMarks look_at_sample(std::span<const unsigned char> bytes, RawFormat format);
+[[nodiscard]] SampleMarks read_sample_marks(std::span<const unsigned char> bytes, RawFormat format);
 
 } // namespace plate_mend::host

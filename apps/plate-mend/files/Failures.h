@@ -32,7 +32,7 @@ class MachineFailure : public std::runtime_error {
 };
 
 /// What went wrong, in words for people: never the name of an exception or of a function.
-[[nodiscard]] std::string reason_in_words(const std::exception& exception);
+[[nodiscard]] std::string describe_error(const std::exception& exception);
 
 /// Throws Interrupted when the user has asked the program to end.
 void check_interruption();

@@ -5,12 +5,8 @@
 #include "text/Paths.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iostream>
 #include <set>
 #include <system_error>
-
-#include <nlohmann/json.hpp>
 
 namespace plate_mend::host {
 
@@ -194,49 +190,10 @@ class Selector {
     FileSelection selection_;
 };
 
-/// {"path": "..."} or {"damaged": {"path": "..."}}; the line itself when it is neither.
-fs::path path_in(const std::string& line) {
-    if (line.front() != '{') {
-        return path_from(line);
-    }
-    const auto object = nlohmann::json::parse(line, nullptr, false);
-    if (!object.is_object()) {
-        return path_from(line);
-    }
-    const auto& holder = object.contains("damaged") ? object["damaged"] : object;
-    const auto path = holder.is_object() ? holder.find("path") : holder.end();
-    return path != holder.end() && path->is_string() ? path_from(unescaped_name(path->get<std::string>()))
-                                                     : path_from(line);
-}
-
-std::vector<fs::path> paths_from(std::istream& lines) {
-    std::vector<fs::path> paths;
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        if (!line.empty()) {
-            paths.push_back(path_in(line));
-        }
-    }
-    return paths;
-}
-
 } // namespace
 
 FileSelection files_in(const std::vector<fs::path>& paths, const FileFilter& filter) {
     return Selector(paths, filter).run(paths);
-}
-
-std::vector<fs::path> paths_from_list(const std::string& list) {
-    if (list == "-") {
-        return paths_from(std::cin);
-    }
-    std::ifstream file(path_from(list), std::ios::binary);
-    if (!file) {
-        throw ListError(list + ": cannot be read");
-    }
-    return paths_from(file);
 }
 
 } // namespace plate_mend::host

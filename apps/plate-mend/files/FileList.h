@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -12,11 +11,6 @@ struct Input {
     std::filesystem::path path;
     std::filesystem::path below; ///< Its place below the root of the run, for its result's place.
     std::string problem;         ///< Why it cannot be worked on; empty for most.
-};
-
-/// A list of files cannot be read. what() says which and why.
-class ListError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
 };
 
 /// Which files are taken, and where their results' places are reckoned from.
@@ -39,10 +33,5 @@ struct FileSelection {
 /// path at which nothing is stays in the list, for the report; a file outside the root has its problem told.
 [[nodiscard]] FileSelection files_in(const std::vector<std::filesystem::path>& paths,
                                      const FileFilter& filter);
-
-/// The paths in a list: one per line, or one JSON object per line with a member "path", or a record of a
-/// former run. A line that begins with a brace and is no such object is a path. "-" is the standard input.
-/// Throws ListError.
-[[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list);
 
 } // namespace plate_mend::host

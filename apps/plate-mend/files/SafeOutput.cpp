@@ -1,6 +1,8 @@
 #include "files/SafeOutput.h"
 
 #include "files/Failures.h"
+#include "platform/Files.h"
+#include "text/Paths.h"
 #include "text/Text.h"
 
 #include <chrono>

@@ -2,7 +2,6 @@
 
 #include "files/Protected.h"
 #include "platform/Files.h"
-#include "text/Paths.h"
 
 #include <cstdint>
 #include <filesystem>

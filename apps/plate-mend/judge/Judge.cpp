@@ -2,14 +2,13 @@
 
 #include "files/FileBytes.h"
 #include "files/Formats.h"
-#include "files/SafeOutput.h"
 #include "judge/Cr3Tables.h"
 #include "judge/LosslessJpeg.h"
 #include "judge/Picture.h"
 #include "judge/PixelSigns.h"
 #include "judge/Promise.h"
 #include "judge/RawDecoder.h"
-#include "report/Words.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <array>

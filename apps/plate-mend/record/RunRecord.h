@@ -2,7 +2,7 @@
 
 #include "files/SafeOutput.h"
 #include "platform/Files.h"
-#include "record/JsonFields.h"
+#include "record/Json.h"
 #include "record/Record.h"
 
 #include <filesystem>
@@ -71,7 +71,10 @@ class RunRecord {
     struct Report; ///< Another kind of line.
 
     void load(const std::filesystem::path& folder);
-    void append(const Json& line);
+    [[nodiscard]] static Report report_from(const Json& json);
+    /// Nothing for a record of what is not finished.
+    [[nodiscard]] static std::optional<Entry> entry_from(const Json& json);
+    void append(const Json& json);
     [[nodiscard]] platform::NewFile open_lines() const;
 
     std::filesystem::path folder_;

@@ -1,7 +1,9 @@
 #include "repair/Batch.h"
 
+#include "files/Failures.h"
 #include "platform/Interrupt.h"
 #include "record/RunRecord.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "repair/FileRepair.h"
-#include "repair/Worker.h"
+#include "repair/Workers.h"
 
 #include <functional>
 #include <vector>

@@ -1,17 +1,17 @@
 #include "repair/FileRepair.h"
 
-#include "files/Delivery.h"
+#include "files/Failures.h"
 #include "files/Formats.h"
+#include "files/InputFile.h"
 #include "files/SafeOutput.h"
-#include "text/Text.h"
+#include "repair/Delivery.h"
+#include "text/Paths.h"
 
 #include <plate_mend/plate_mend.h>
 #include <still_mend/still_mend.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -52,11 +52,6 @@ double worth(const Judgement& judgement) {
     }
 }
 
-std::string bytes_of(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// The story of one damaged file.
 class FileRepair {
   public:
@@ -81,7 +76,7 @@ class FileRepair {
             no_room = no_room || failure.no_room();
             give_up(failure.what());
         } catch (const std::exception& e) {
-            give_up(reason_in_words(e));
+            give_up(describe_error(e));
         }
         record_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return std::move(record_);
@@ -127,12 +122,8 @@ class FileRepair {
     }
 
     void prepare() {
-        try {
-            if (const auto stamp = platform::stamp_of(input_.path); !stamp) {
-                throw MachineFailure("no such file");
-            }
-        } catch (const std::system_error& e) {
-            throw MachineFailure("cannot be read", e.code());
+        if (!is_there(input_.path)) {
+            throw MachineFailure("no such file");
         }
         make_folders(folder_of(outputs_.raw));
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
@@ -168,7 +159,7 @@ class FileRepair {
         if (!tools_.workers.is_intact(folder_->path(), damaged_, picture) || !is_as_long_as_others()) {
             return false;
         }
-        record_.picture = picture.empty() ? "" : bytes_of(picture);
+        record_.picture = picture.empty() ? "" : read_small_file(picture);
         return true;
     }
 
@@ -325,7 +316,7 @@ class FileRepair {
         attempt.taken = true;
         record_.verdict = verdict_of(attempt.judgement);
         fs::rename(made, best_file());
-        record_.picture = picture.empty() ? "" : bytes_of(picture);
+        record_.picture = picture.empty() ? "" : read_small_file(picture);
     }
 
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
@@ -339,7 +330,7 @@ class FileRepair {
         }
         if (record_.verdict == Verdict::kNotRepaired) {
             record_.verdict = Verdict::kPreviewOnly;
-            record_.picture = picture.empty() ? "" : bytes_of(picture);
+            record_.picture = picture.empty() ? "" : read_small_file(picture);
         }
     }
 

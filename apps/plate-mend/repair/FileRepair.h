@@ -4,7 +4,7 @@
 #include "repair/Plan.h"
 #include "repair/SampleChecks.h"
 #include "repair/Samples.h"
-#include "repair/Worker.h"
+#include "repair/Workers.h"
 
 #include <cstddef>
 #include <filesystem>

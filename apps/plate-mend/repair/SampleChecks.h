@@ -1,6 +1,6 @@
 #pragma once
 
-#include "repair/Worker.h"
+#include "repair/Workers.h"
 
 #include <filesystem>
 #include <map>

@@ -1,14 +1,13 @@
 #include "report/Csv.h"
 
-#include "report/Codes.h"
+#include "record/Codes.h"
 #include "report/Words.h"
+#include "text/Format.h"
 #include "text/Text.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 namespace plate_mend::host {
@@ -20,6 +19,8 @@ constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256",
                                  "height",     "rows_good",    "data_errors",    "findings",    "camera",
                                  "taken",      "refused",      "salvage_code",   "raw",         "raw_size",
                                  "raw_sha256", "jpeg",         "jpeg_size",      "jpeg_sha256", "seconds"};
+
+constexpr int kDigits = 4; ///< After the point of a number.
 
 std::string quoted(const std::string& field) {
     if (field.find_first_of(",\"\r\n") == std::string::npos) {
@@ -40,14 +41,6 @@ std::string text(std::string_view value) {
     return quoted((formula ? "'" : "") + well_formed(value));
 }
 
-/// With four digits behind the point, whatever the locale; empty for what is beyond all measure.
-std::string decimal(double value) {
-    std::array<char, 64> buffer{};
-    const auto end =
-        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 4);
-    return end.ec == std::errc() ? std::string(buffer.data(), end.ptr) : std::string();
-}
-
 /// The attempt that the row speaks of; null when no sample gave a code.
 const Attempt* told_attempt(const Record& record) {
     if (const Attempt* taken = record.taken()) {
@@ -62,10 +55,10 @@ std::string refused(const Record& record) {
     std::vector<std::string> parts;
     for (const Attempt& attempt : record.attempts) {
         if (!attempt.taken) {
-            parts.push_back(attempt.sample + ": " + reason_refused(attempt));
+            parts.push_back(attempt.sample + ": " + describe_refusal(attempt));
         }
     }
-    return joined(parts);
+    return join(parts);
 }
 
 void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity>& file) {
@@ -85,9 +78,9 @@ void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     fields.push_back(told.code && *told.code != 0 ? text(explain_repair(*told.code)) : "");
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
-    fields.push_back(judgement.rows_good ? decimal(*judgement.rows_good) : "");
+    fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");
     fields.push_back(decodes ? std::to_string(judgement.data_errors) : "");
-    fields.push_back(text(joined(judgement.findings)));
+    fields.push_back(text(join(judgement.findings)));
     fields.push_back(text(judgement.camera));
     fields.push_back(text(judgement.taken));
 }
@@ -117,7 +110,7 @@ std::string csv_row(const Record& record) {
     fields.push_back(record.salvage.code ? std::to_string(*record.salvage.code) : "");
     add_file(fields, record.raw);
     add_file(fields, record.jpeg);
-    fields.push_back(decimal(record.seconds));
+    fields.push_back(format_decimal(record.seconds, kDigits));
     return line(fields);
 }
 

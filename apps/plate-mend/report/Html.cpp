@@ -1,7 +1,8 @@
 #include "report/Html.h"
 
-#include "report/Codes.h"
+#include "record/Codes.h"
 #include "report/HtmlPage.h"
+#include "text/Format.h"
 #include "text/Text.h"
 
 #include <algorithm>
@@ -98,7 +99,7 @@ std::string term(const std::string& name, const std::string& html) {
 
 std::string file_html(const FileIdentity& file) {
     std::string html =
-        escaped(file.path) + "<br>" + size_in_words(file.size) + " (" + std::to_string(file.size) + " bytes)";
+        escaped(file.path) + "<br>" + format_size(file.size) + " (" + std::to_string(file.size) + " bytes)";
     if (!file.sha256.empty()) {
         html += "<br>SHA-256 <code>" + escaped(file.sha256) + "</code>";
     }
@@ -141,7 +142,7 @@ std::string facts_html(const Record& record) {
     } else if (record.jpeg) {
         facts.push_back(pixels(record.salvage.width, record.salvage.height));
     }
-    facts.push_back(size_in_words(record.damaged.size));
+    facts.push_back(format_size(record.damaged.size));
     std::string html;
     for (const std::string& fact : facts) {
         if (!fact.empty()) {
@@ -149,7 +150,7 @@ std::string facts_html(const Record& record) {
         }
     }
     if (taken != nullptr && taken->judgement.rows_good) {
-        html += "<span class=\"share\">" + share_in_words(*taken->judgement.rows_good) +
+        html += "<span class=\"share\">" + format_share(*taken->judgement.rows_good) +
                 " of the rows without damage</span>";
     }
     return "<p class=\"facts\">" + html + "</p>\n";
@@ -161,12 +162,12 @@ std::vector<std::string> findings_of(const Record& record) {
         findings.push_back(record.problem);
     }
     if (!record.unreadable.empty()) {
-        findings.push_back(unreadable_in_words(record.unreadable));
+        findings.push_back(describe_unreadable(record.unreadable));
     }
     if (const Attempt* taken = record.taken()) {
         findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
     } else if (!record.attempts.empty()) {
-        findings.push_back("Repair: " + reason_refused(record.attempts.back()));
+        findings.push_back("Repair: " + describe_refusal(record.attempts.back()));
     }
     if (record.salvage.code && *record.salvage.code != 0) {
         findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
@@ -204,7 +205,7 @@ std::string samples_html(const Record& record) {
     std::vector<std::string> refused;
     for (const Attempt& attempt : record.attempts) {
         if (!attempt.taken) {
-            refused.push_back(attempt.sample + ": " + reason_refused(attempt) +
+            refused.push_back(attempt.sample + ": " + describe_refusal(attempt) +
                               (attempt.why.empty() ? "" : " [" + attempt.why + "]"));
         }
     }
@@ -242,7 +243,7 @@ std::string rows_html(const Attempt* taken) {
     if (taken == nullptr || !taken->judgement.rows_good) {
         return "";
     }
-    std::string share = share_in_words(*taken->judgement.rows_good);
+    std::string share = format_share(*taken->judgement.rows_good);
     std::erase(share, ' ');
     return R"(<div class="rows"><span style="width:)" + share + "\"></span></div>\n";
 }
@@ -283,7 +284,7 @@ std::string html_card(const Record& record, std::uint64_t number) {
                        (rows ? std::to_string(*taken->judgement.rows_good) : "") + "\">\n";
     html += mount_html(record) + rows_html(taken);
     html += "<div class=\"text\">\n<div class=\"name\"><h2>" + name + "</h2><span class=\"badge\">" +
-            std::string(in_words(record.verdict)) + "</span></div>\n" + facts_html(record);
+            std::string(describe(record.verdict)) + "</span></div>\n" + facts_html(record);
     if (const auto findings = findings_of(record); !findings.empty()) {
         html += list_html(findings, "findings") + '\n';
     }
@@ -320,7 +321,7 @@ void HtmlReport::add(const Record& record) {
 std::string HtmlReport::summary(bool interrupted) const {
     const std::uint64_t total = counts_.total();
     std::string html = "<p class=\"lead\">" + std::to_string(total) + (total == 1 ? " file: " : " files: ") +
-                       in_words(counts_) + "</p>\n";
+                       describe(counts_) + "</p>\n";
     if (interrupted) {
         html += "<p class=\"alert\" role=\"note\">The run was interrupted. Here is what was done until "
                 "then.</p>\n";
@@ -337,7 +338,7 @@ std::string HtmlReport::summary(bool interrupted) const {
     for (const Verdict verdict : kVerdicts) {
         const bool rare = verdict == Verdict::kIntact || verdict == Verdict::kNotDone;
         if (!rare || counts_.of(verdict) != 0) {
-            html += tile(slug(verdict), counts_.of(verdict), in_words(verdict), meaning(verdict));
+            html += tile(slug(verdict), counts_.of(verdict), describe(verdict), meaning(verdict));
         }
     }
     return html + "</div>\n";

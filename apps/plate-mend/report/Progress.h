@@ -30,7 +30,7 @@ struct ProgressState {
 [[nodiscard]] std::string file_line(const Record& record);
 
 /// "12 s", "3 min", "2 h 5 min"; "less than 1 s" for what is nearly over.
-[[nodiscard]] std::string duration_in_words(double seconds);
+[[nodiscard]] std::string format_duration(double seconds);
 
 /// Tells a run's progress to a stream.
 class Progress {

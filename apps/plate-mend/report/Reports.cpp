@@ -2,8 +2,9 @@
 
 #include "files/Failures.h"
 #include "platform/Terminal.h"
+#include "record/RecordJson.h"
 #include "report/Csv.h"
-#include "report/JsonLines.h"
+#include "text/Paths.h"
 
 #include <array>
 #include <ctime>

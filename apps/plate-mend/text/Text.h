@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Text from outside, such as names of files, made fit to be shown.
 
@@ -13,6 +14,13 @@ namespace plate_mend::host {
 
 /// The text as well-formed UTF-8: each byte that belongs to no character becomes U+FFFD.
 [[nodiscard]] std::string well_formed(std::string_view text);
+
+/// The text with each of some ASCII letters replaced: the first of them by the first text, and so on.
+[[nodiscard]] std::string replace_letters(std::string_view text, std::string_view letters,
+                                          const std::vector<std::string>& by);
+
+/// The text with a space for each line break.
+[[nodiscard]] std::string on_one_line(std::string text);
 
 /// The text for one line of a terminal: well-formed, and each control character becomes '?'. So is each that
 /// turns the direction of writing.
