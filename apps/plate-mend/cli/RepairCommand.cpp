@@ -92,7 +92,7 @@ class Repair {
                 throw;
             }
             complain(e.what());
-            tell_of_full_disk();
+            note_full_disk();
             return kSomeNotDone;
         }
     }
@@ -118,7 +118,7 @@ class Repair {
     }
 
     /// The way on for somebody whose disk is full.
-    void tell_of_full_disk() {
+    void note_full_disk() {
         notes_.add("the disk is full, and the run stops" +
                    std::string(record_ ? "; make room, and give the same command with --resume" : ""));
     }
@@ -303,10 +303,12 @@ class Repair {
              [&](const Record& record, bool is_new) {
                  status_ = std::max(status_, status_of(record.verdict));
                  reports.add(record, is_new);
-             }});
+             },
+             [&](const std::string& problem) { notes_.add(problem); }});
         reports.close(end != BatchEnd::kDone);
         if (end == BatchEnd::kNoRoom) {
-            tell_of_full_disk();
+            note_full_disk();
+            status_ = std::max(status_, kSomeNotDone);
         }
         return end == BatchEnd::kStopped ? kInterrupted : status_;
     }

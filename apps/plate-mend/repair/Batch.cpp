@@ -75,38 +75,39 @@ class Batch {
     void work_on(const PlannedFile& file) {
         if (request_.repair.resume && request_.record != nullptr) {
             if (const auto record = request_.record->finished(file.input.path, file.outputs.raw)) {
-                tell(*record, false);
+                report(*record, false);
                 return;
             }
         }
-        tell_of_begin(file.input);
+        announce(file.input);
         bool no_room = false;
-        Record record = repair_file(file, tools_, request_.repair, no_room);
-        remember(record, no_room);
-        tell(record, true);
+        const Record record = repair_file(file, tools_, request_.repair, no_room);
+        add_to_record(record, no_room);
+        report(record, true);
         if (no_room) {
             no_room_ = true;
         }
     }
 
     /// Results are recorded before they are delivered; should this fail, that line does for the next run.
-    void remember(Record& record, bool& no_room) {
+    void add_to_record(const Record& record, bool& no_room) {
         try {
             if (request_.record != nullptr) {
                 request_.record->add(record);
             }
         } catch (const MachineFailure& e) {
             no_room = no_room || e.no_room();
-            record.problem = e.what();
+            const std::lock_guard lock(mutex_);
+            listener_.is_not_recorded(e.what());
         }
     }
 
-    void tell_of_begin(const Input& input) {
+    void announce(const Input& input) {
         const std::lock_guard lock(mutex_);
         listener_.begins(input);
     }
 
-    void tell(const Record& record, bool is_new) {
+    void report(const Record& record, bool is_new) {
         const std::lock_guard lock(mutex_);
         listener_.ends(record, is_new);
     }

@@ -21,11 +21,13 @@ struct BatchRequest {
     RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
 };
 
-/// Who is told of the work, by one call at a time.
+/// Who hears of the work. Calls come one at a time.
 struct BatchListener {
     std::function<void(const Input& input)> begins;
-    /// In no order. A record that is not new is one of a former run.
+    /// In no order. A record that is not new is one of an earlier run.
     std::function<void(const Record& record, bool is_new)> ends;
+    /// A finished file could not be recorded; its results stay. Why, for people.
+    std::function<void(const std::string& problem)> is_not_recorded;
 };
 
 /// How a batch ended.

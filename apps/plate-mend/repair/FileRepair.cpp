@@ -167,7 +167,7 @@ class FileRepair {
     /// there is a sample to compare with.
     bool is_as_long_as_others() {
         std::string trouble;
-        for (const Candidate& candidate : tools_.samples.ranked_for(input_.path, damaged_)) {
+        for (const Candidate& candidate : candidates()) {
             try {
                 const fs::path name = reachable_name(candidate.path, folder_->path(), "candidate");
                 if (check(candidate, name).fitness == SampleChecks::Fitness::kWhole) {
@@ -186,6 +186,14 @@ class FileRepair {
         return true;
     }
 
+    /// The samples of this format, the likeliest first. The working copy is read once for them.
+    const std::vector<Candidate>& candidates() {
+        if (!candidates_) {
+            candidates_ = tools_.samples.ranked_for(input_.path, damaged_);
+        }
+        return *candidates_;
+    }
+
     SampleChecks::Result check(const Candidate& sample, const fs::path& name) {
         return tools_.checks.check(sample.path, name, folder_->path(), tools_.workers);
     }
@@ -196,8 +204,7 @@ class FileRepair {
 
     /// Samples without a sign of damage first, in their order, then those that decode.
     void try_samples() {
-        const auto candidates = tools_.samples.ranked_for(input_.path, damaged_);
-        if (candidates.empty()) {
+        if (candidates().empty()) {
             record_.problem = "no sample of this format";
         }
         std::size_t left = settings_.most_samples;
@@ -220,7 +227,8 @@ class FileRepair {
                 trouble = e.what();
             }
         };
-        for (auto candidate = candidates.begin(); candidate != candidates.end() && goes_on(); ++candidate) {
+        for (auto candidate = candidates().begin(); candidate != candidates().end() && goes_on();
+             ++candidate) {
             attempt(*candidate, false);
         }
         for (auto candidate = doubtful.begin(); candidate != doubtful.end() && goes_on(); ++candidate) {
@@ -342,7 +350,8 @@ class FileRepair {
     Delivery delivery_;
     std::optional<PrivateFolder> folder_;
     fs::path damaged_; ///< The working copy.
-    double best_ = 0;  ///< Worth of the best result so far. What is worth less is no photograph.
+    std::optional<std::vector<Candidate>> candidates_;
+    double best_ = 0; ///< Worth of the best result so far. What is worth less is no photograph.
     Record record_;
 };
 

@@ -99,7 +99,7 @@ std::string term(const std::string& name, const std::string& html) {
 
 std::string file_html(const FileIdentity& file) {
     std::string html =
-        escaped(file.path) + "<br>" + format_size(file.size) + " (" + std::to_string(file.size) + " bytes)";
+        escaped(file.path) + "<br>" + format_size(file.size) + " (" + counted(file.size, "byte") + ")";
     if (!file.sha256.empty()) {
         html += "<br>SHA-256 <code>" + escaped(file.sha256) + "</code>";
     }
