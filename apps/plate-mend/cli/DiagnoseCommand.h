@@ -8,7 +8,7 @@
 
 namespace plate_mend::host {
 
-/// What to look at.
+/// Which files to diagnose.
 struct DiagnoseOptions {
     std::vector<std::string> files;
     std::string sample; ///< Empty: none.
@@ -16,7 +16,7 @@ struct DiagnoseOptions {
     LimitOptions limits;
 };
 
-/// What is left of each file, looked at in a worker.
+/// Reports what is left of each file, which workers find out. Returns the exit status.
 [[nodiscard]] int run_diagnose(const DiagnoseOptions& options, const std::filesystem::path& program);
 
 } // namespace plate_mend::host

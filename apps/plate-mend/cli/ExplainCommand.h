@@ -4,7 +4,7 @@
 
 namespace plate_mend::host {
 
-/// What a code means: a number or a name.
+/// Prints what a code means: a number or a name. Returns the exit status.
 [[nodiscard]] int run_explain(const std::string& code);
 
 } // namespace plate_mend::host

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// What commands on single files have in common. Messages go to the standard error stream, exceptions become
+// What commands that work on single files share. Messages go to the standard error stream, exceptions become
 // messages, and each function returns an exit status.
 
 namespace plate_mend::host {
@@ -20,7 +20,7 @@ class Workers;
 /// Runs a command on one file.
 [[nodiscard]] int run_for_file(const std::string& file, const std::function<int()>& command);
 
-/// What to do with each file: its name as it was given, and a folder for the workers.
+/// What to do with a file, by its name on the command line; the folder is for the workers.
 using FileCommand =
     std::function<int(const std::string& file, const Workers& workers, const std::filesystem::path& folder)>;
 

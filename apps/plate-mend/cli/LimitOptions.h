@@ -4,7 +4,7 @@
 
 namespace plate_mend::host {
 
-/// What a worker may take.
+/// How much a worker may use; 0 is no limit.
 struct LimitOptions {
     unsigned seconds = 600;
     std::uint64_t memory_mib = 4096;

@@ -10,12 +10,12 @@ namespace plate_mend::host {
 /// What to salvage a picture from.
 struct SalvageOptions {
     std::string damaged;
-    std::string output; ///< Empty: a name made from the damaged file's.
+    std::string output; ///< Empty: derived from the damaged file's name.
     bool force = false;
     LimitOptions limits;
 };
 
-/// The general repair of one photograph or JPEG.
+/// Runs the general repair on one photograph or JPEG. Returns the exit status.
 [[nodiscard]] int run_salvage(const SalvageOptions& options, const std::filesystem::path& program);
 
 } // namespace plate_mend::host

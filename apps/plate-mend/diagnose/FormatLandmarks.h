@@ -28,8 +28,8 @@ constexpr std::uint16_t kHighestType = 12; ///< DOUBLE.
 /// The first offset from start on at which these two bytes are, in the reader's byte order.
 [[nodiscard]] Offset find_tag(const ByteReader& reader, std::uint16_t tag, std::uint64_t start);
 
-/// Whether an entry has a type and a count that TIFF allows, and is in the file whole. Its tag is not looked
-/// at.
+/// Whether an entry has a type and a count that TIFF allows, and is in the file whole. Its tag is not
+/// checked.
 [[nodiscard]] bool is_legal_entry(const ByteReader& reader, std::uint64_t entry);
 
 /// "II*\0" or "MM\0*".
@@ -38,7 +38,7 @@ constexpr std::uint16_t kHighestType = 12; ///< DOUBLE.
 void add_landmark(Landmarks& marks, std::string name, bool needed, Offset offset);
 
 // The landmarks of one format each, added to those that are there. They follow the advanced repair search by
-// search: where that gives up, because a read would leave the file or an entry is not legal, the landmark
+// search: where it gives up, because a read would leave the file or an entry is not legal, the landmark
 // counts as lost.
 
 void add_arw(Landmarks& marks, const ByteReader& reader);
@@ -53,8 +53,8 @@ void add_raf(Landmarks& marks, std::span<const unsigned char> bytes);
 /// CR3 files are big-endian.
 void add_cr3(Landmarks& marks, std::span<const unsigned char> bytes);
 
-/// The tables that a DNG sample has for the tiles of its main image, by its directories; nothing when they
-/// cannot be read.
+/// The tables that a DNG sample has for the tiles of its main image, according to its directories; nothing
+/// when they cannot be read.
 [[nodiscard]] std::optional<TileCounts> tiles_of_sample(const ByteReader& reader);
 
 } // namespace plate_mend::host

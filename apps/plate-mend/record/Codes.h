@@ -9,7 +9,7 @@
 
 namespace plate_mend::host {
 
-/// Who gives a number.
+/// Where a number comes from.
 enum class CodeSource {
     kAny,     ///< Every function, for success.
     kStart,   ///< The start of the log.
@@ -18,13 +18,13 @@ enum class CodeSource {
     kWarning, ///< A bit of StillMendReport.warnings.
 };
 
-/// A constant of a public header, in words.
+/// A constant of a public header, explained.
 struct CodeEntry {
     std::int32_t code;
-    const char* name; ///< Of the constant in the public header.
+    const char* name; ///< As in the public header.
     CodeSource source;
-    const char* meaning; ///< In words, without a capital and without a full stop.
-    const char* next;    ///< What to try next, in the same way; may be empty.
+    const char* meaning; ///< Without a capital letter and without a full stop.
+    const char* next;    ///< What to try next, likewise; may be empty.
 };
 
 /// Every constant of both public headers, in their order.
@@ -36,8 +36,9 @@ struct CodeEntry {
 /// The same for a code of the general repair.
 [[nodiscard]] std::string explain_salvage(std::int32_t code);
 
-/// All about a number ("-1124") or a name ("PLATE_MEND_ARW_NOT_FOUND", in any case), in lines that end with a
-/// line break. The small numbers mean one thing in each library; both are told. Empty when nothing is known.
+/// Everything about a number ("-1124") or a name ("PLATE_MEND_ARW_NOT_FOUND", in any case), in lines that end
+/// with a line break. Small numbers mean something else in each library; both meanings are included. Empty
+/// for an unknown code.
 [[nodiscard]] std::string explain(std::string_view code);
 
 } // namespace plate_mend::host

@@ -10,15 +10,15 @@ namespace plate_mend::host {
 
 class RunRecord;
 
-/// What a batch works on, and how.
+/// The files of a batch, and how they are repaired.
 struct BatchRequest {
     std::vector<PlannedFile> files;
     std::vector<std::filesystem::path> samples;
     const Protected& inputs; ///< Damaged files and samples.
     const Workers& workers;
-    RepairSettings repair; ///< When it resumes, files that the record has as finished are not done again.
+    RepairSettings repair; ///< With `resume`, files that are finished according to the record are skipped.
     unsigned jobs = 1;     ///< Files at a time.
-    RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
+    RunRecord* record = nullptr; ///< Where finished files are recorded; null for nowhere.
 };
 
 /// Who hears of the work. Calls come one at a time.
@@ -33,7 +33,7 @@ struct BatchListener {
 /// How a batch ended.
 enum class BatchEnd {
     kDone,    ///< Each file has its record.
-    kStopped, ///< The user interrupted. Nothing is left of files without a record.
+    kStopped, ///< The user interrupted. Files without a record left nothing behind.
     kNoRoom,  ///< The disk is full. Likewise.
 };
 

@@ -13,30 +13,30 @@ namespace plate_mend::host {
 
 class RunRecord;
 
-/// What the delivery of a file's results goes by.
+/// How the results of a file are delivered.
 struct DeliveryRules {
     const Protected& inputs;     ///< Damaged files and samples.
     bool force = false;          ///< Replace what is at an output.
-    RunRecord* record = nullptr; ///< Knows of results before they take their places; null: nobody does.
-    bool resume = false;         ///< What a former run made of this very file may be there.
+    RunRecord* record = nullptr; ///< Learns of results before they are delivered; null for none.
+    bool resume = false;         ///< An earlier run's result for the same file may be there.
 };
 
-/// Gives the results of one damaged file their places.
+/// Delivers the results of one damaged file.
 class Delivery {
   public:
     Delivery(const PlannedFile& file, const DeliveryRules& rules) : file_(file), rules_(rules) {}
 
-    /// Why no RAW photograph can be delivered, in words for the user; nothing when it can. Throws
-    /// MachineFailure, and Interrupted.
+    /// Why no RAW photograph can be delivered, for the user; nothing when it can. Throws MachineFailure, and
+    /// Interrupted.
     [[nodiscard]] std::optional<std::string> refuse_raw() const;
 
-    /// Delivers finished files as far as they exist, and enters them into the record. What a former run made
-    /// of the same file, with the same bytes, is taken as delivered. Throws MachineFailure, Interrupted and
-    /// std::system_error; then the caller must take back what was delivered.
+    /// Delivers the finished files that exist, and adds them to the record. A result of an earlier run for
+    /// the same file, with the same bytes, counts as delivered. Throws MachineFailure, Interrupted and
+    /// std::system_error; then the caller must call take_back().
     void run(const std::filesystem::path& raw, const std::filesystem::path& jpeg, Record& record);
 
-    /// Removes what was delivered. It stays where it is all there is: where it may have replaced something,
-    /// and where the damaged file has gone.
+    /// Removes what was delivered, unless it may be the only copy: where it may have replaced a file, and
+    /// where the damaged file is gone.
     void take_back(Record& record);
 
   private:
@@ -48,7 +48,7 @@ class Delivery {
 
     const PlannedFile& file_;
     const DeliveryRules& rules_;
-    std::vector<std::filesystem::path> delivered_; ///< By this object, at places that were free.
+    std::vector<std::filesystem::path> delivered_; ///< By this object, at paths that were free.
 };
 
 } // namespace plate_mend::host

@@ -15,7 +15,7 @@ struct WorkerLimits {
     std::filesystem::path program; ///< This program's file.
     unsigned seconds = 0;          ///< 0 is no limit.
     std::uint64_t memory = 0;      ///< In bytes; 0 is no limit.
-    Notes* notes = nullptr;        ///< For remarks of workers; null: nobody hears them. Must outlive them.
+    Notes* notes = nullptr;        ///< For notes of workers; null for none. Must outlive them.
 };
 
 /// The answer of a worker, or why there is none.

@@ -9,22 +9,22 @@
 #include <string>
 #include <utility>
 
-// Whatever may crash, hang or take all memory on hostile bytes runs in a worker: this program once more,
-// started with a folder in which it finds its task and leaves its answer.
+// Whatever may crash, hang or use up memory on hostile bytes runs in a worker: a second process of this
+// program, started with a folder that has its task and receives its answer.
 
 namespace plate_mend::host {
 
 class RunLog;
 
-/// Runs tasks in workers, each in one of its own. A crash, the time limit and an exception of the library
-/// become the problem of the answer, in words. May be used by several threads, each with a folder of its own,
-/// which must exist. Files of a task are in that folder, or have a path that is UTF-8.
+/// Runs each task in a worker of its own. A crash, the time limit and an exception of the library become the
+/// problem in the answer. May be used by several threads, each with its own folder, which must exist. The
+/// files of a task are in that folder, or have paths that are UTF-8.
 ///
 /// All throw Interrupted, and MachineFailure when no worker can be started, when the disk is full, or when
 /// memory runs out.
 class Workers {
   public:
-    /// `log` gets the library's log lines and must outlive this; null for none.
+    /// `log` receives the library's log lines and must outlive this object; null for none.
     explicit Workers(WorkerLimits limits, RunLog* log = nullptr) : limits_(std::move(limits)), log_(log) {}
 
     /// Files of an advanced repair.
@@ -46,16 +46,16 @@ class Workers {
     /// The general repair.
     [[nodiscard]] SalvagedPicture salvage(const std::filesystem::path& folder, const SalvageTask& task) const;
 
-    /// Appends zeros for what a result lacks at its end by the sample. Returns how many, 0 for none.
+    /// Appends as many zeros as a result lacks at its end, compared with the sample. Returns how many.
     [[nodiscard]] std::uint64_t fill(const std::filesystem::path& folder, const std::filesystem::path& result,
                                      const std::filesystem::path& sample) const;
 
-    /// Whether bytes are missing before the end of a damaged file's preview. True too where a problem of the
-    /// worker leaves it unknown.
+    /// Whether bytes are missing before the end of a damaged file's preview. Also true if the worker cannot
+    /// find out.
     [[nodiscard]] bool is_lost_in_preview(const std::filesystem::path& folder,
                                           const std::filesystem::path& damaged) const;
 
-    /// The verdict of an independent decode. A problem is its only finding.
+    /// The judgement of an independent decode. A problem of the worker is its only finding.
     [[nodiscard]] Judgement judge(const std::filesystem::path& folder, const JudgeRequest& task) const;
 
     /// Whether a photograph needs no repair: it decodes without a sign of damage, and so does the preview
@@ -66,7 +66,7 @@ class Workers {
     /// Whether LibRaw opens a file.
     struct CheckResult {
         bool opens = false;
-        std::string problem; ///< Of the worker, in words; empty for none.
+        std::string problem; ///< Of the worker; empty for none.
     };
     [[nodiscard]] CheckResult check(const std::filesystem::path& folder,
                                     const std::filesystem::path& file) const;
@@ -77,12 +77,12 @@ class Workers {
         std::filesystem::path sample; ///< Empty: none.
         bool json = false;            ///< One line of JSON instead of text.
     };
-    /// What is left of a file, or a problem in words.
+    /// What is left of a file, or a problem.
     struct DiagnoseResult {
         std::string text; ///< Ready to be printed.
         std::string problem;
     };
-    /// Looks at what is left of a file. Its path need not be UTF-8.
+    /// Examines what is left of a file. Its path need not be UTF-8.
     [[nodiscard]] DiagnoseResult diagnose(const std::filesystem::path& folder,
                                           const DiagnoseTask& task) const;
 

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-// What reports for people say in the same words.
+// Wording that all reports for people share.
 
 namespace plate_mend::host {
 
-/// How many files came to each verdict.
+/// How many files have each verdict.
 class Counts {
   public:
     void add(Verdict verdict);
@@ -22,17 +22,17 @@ class Counts {
     std::array<std::uint64_t, kVerdicts.size()> counts_{};
 };
 
-/// "212 whole, 9 partly there, 3 preview only, 4 lost"; verdicts that never came are left out. "no files"
-/// when there are none.
+/// "212 whole, 9 partly there, 3 preview only, 4 lost"; verdicts with no files are left out. "no files" when
+/// there are none at all.
 [[nodiscard]] std::string describe(const Counts& counts);
 
 /// "whole", "intact already", "partly there", "preview only", "lost", "not done".
 [[nodiscard]] const char* describe(Verdict verdict);
 
-/// Why an attempt was not taken. The text of its code, its problem, or what its result lacks.
+/// Why an attempt was not chosen: the text of its code, its problem, or what its result lacks.
 [[nodiscard]] std::string describe_refusal(const Attempt& attempt);
 
-/// What was done to a salvaged JPEG: the bits of StillMendReport.warnings, one line each.
+/// What was done to a salvaged JPEG, from the bits of StillMendReport.warnings: one line each.
 [[nodiscard]] std::vector<std::string> salvage_warnings(std::uint32_t warnings);
 
 /// "8.2 kB of it cannot be read (3 places)"; empty where all of the damaged file was read.
