@@ -51,7 +51,7 @@ std::string command_names(const CommandTree& app) {
     return join(names, " ");
 }
 
-/// The cases of the word in front of the cursor, for one command.
+/// The cases for the word before the cursor, for one command.
 std::string bash_values(const CommandTree& app) {
     std::string files;
     std::string text;

@@ -38,7 +38,7 @@ std::string describe(const SalvagedPicture& picture) {
         text << ", damage from byte " << picture.first_bad_byte << " on";
     }
     const bool coded_anew = (picture.warnings & STILL_MEND_REENCODED) != 0;
-    text << (coded_anew ? ", coded anew" : ", coded data as the camera wrote them");
+    text << (coded_anew ? ", re-encoded" : ", coded data as the camera wrote them");
     return text.str();
 }
 

@@ -53,7 +53,7 @@ void add_track(Landmarks& marks, const ByteReader& reader, const Track& track) {
     const std::uint64_t size = one_size ? common : reader.u32(*sizes + kFirstNumber).value_or(0);
     marks.images.push_back({offset, size});
     if (one_size) {
-        marks.obstacle = "its tables give one size for all samples, which no repair reads";
+        marks.obstacle = "its tables have one size for all samples, which no repair reads";
     } else if (marks.obstacle.empty() && !is_in_reach(reader, offset, size)) {
         marks.obstacle = offset == 0 ? "its tables put image data at the very start of the file"
                                      : "its tables lead to the end of the file or past it";

@@ -20,7 +20,7 @@ using Bytes = std::span<const unsigned char>;
 constexpr std::uint64_t kMostBytes = (std::uint64_t{1} << 31U) - 1; // What a repair reads.
 
 /// What is wrong with a file that was not mapped, and what to do about it where something can be done.
-const char* problem_of(platform::MapResult result) {
+const char* describe_problem(platform::MapResult result) {
     switch (result) {
     case platform::MapResult::kMissing:
         return "no such file";
@@ -43,12 +43,12 @@ const char* problem_of(platform::MapResult result) {
 void map(platform::MappedFile& mapped, const fs::path& file, const std::string& name) {
     const platform::MapResult result = mapped.open(file, kMostBytes);
     if (result != platform::MapResult::kMapped) {
-        throw std::runtime_error(name + problem_of(result));
+        throw std::runtime_error(name + describe_problem(result));
     }
 }
 
-/// Bytes of [first, last) that lie in damaged spans. Spans may overlap; each byte counts once.
-std::uint64_t damaged_in(const std::vector<DamagedSpan>& spans, std::uint64_t first, std::uint64_t last) {
+/// Bytes of [first, last) that are in damaged spans. Spans may overlap; each byte counts once.
+std::uint64_t count_damaged(const std::vector<DamagedSpan>& spans, std::uint64_t first, std::uint64_t last) {
     std::uint64_t damaged = 0;
     for (const DamagedSpan& span : spans) {
         const std::uint64_t begin = std::max(span.offset, first);
@@ -61,7 +61,7 @@ std::uint64_t damaged_in(const std::vector<DamagedSpan>& spans, std::uint64_t fi
     return damaged;
 }
 
-std::optional<double> share_spoilt(const Diagnosis& diagnosis) {
+std::optional<double> compute_spoilt_share(const Diagnosis& diagnosis) {
     std::uint64_t all = 0;
     std::uint64_t spoilt = 0;
     for (const ImageData& image : diagnosis.landmarks.images) {
@@ -69,7 +69,7 @@ std::optional<double> share_spoilt(const Diagnosis& diagnosis) {
         const std::uint64_t size = image.size.value_or(rest);
         const std::uint64_t there = std::min(size, rest);
         all += size;
-        spoilt += size - there + damaged_in(diagnosis.spans, image.offset, image.offset + there);
+        spoilt += size - there + count_damaged(diagnosis.spans, image.offset, image.offset + there);
     }
     if (diagnosis.landmarks.images.empty()) {
         return std::nullopt;
@@ -77,31 +77,31 @@ std::optional<double> share_spoilt(const Diagnosis& diagnosis) {
     return all == 0 ? 1 : static_cast<double>(spoilt) / static_cast<double>(all);
 }
 
-std::string expected_of_repair(const Diagnosis& diagnosis) {
+std::string predict_repair(const Diagnosis& diagnosis) {
     if (!diagnosis.format) {
         return "No repair is known for this extension.";
     }
     if (!diagnosis.sample_problem.empty()) {
-        return "The sample will not do: " + diagnosis.sample_problem + '.';
+        return "The sample cannot be used: " + diagnosis.sample_problem + '.';
     }
     if (!diagnosis.landmarks.complete()) {
         return "A repair will not find the image: not all that leads to it is intact.";
     }
     if (!diagnosis.landmarks.obstacle.empty()) {
-        return "A repair will not give the photograph back: " + diagnosis.landmarks.obstacle + '.';
+        return "A repair will not rebuild the photograph: " + diagnosis.landmarks.obstacle + '.';
     }
     const double spoilt = diagnosis.image_spoilt.value_or(0);
     const std::string with = diagnosis.sample ? "A repair with this sample"
                                               : "A repair with an intact photograph from the same camera";
     if (spoilt >= 1) {
-        return with + " finds its way, but nothing of the image data is intact.";
+        return with + " locates the image, but none of its data survives.";
     }
-    const std::string chance = with + " is likely to give the photograph back";
+    const std::string chance = with + " will probably rebuild the photograph";
     return spoilt > 0 ? chance + ", but " + format_share(spoilt) + " of the image data look lost."
                       : chance + '.';
 }
 
-std::string expected_of_salvage(const Diagnosis& diagnosis) {
+std::string predict_salvage(const Diagnosis& diagnosis) {
     if (diagnosis.jpegs.empty()) {
         return "No JPEG with an intact header is inside. A salvage may still find parts of one.";
     }
@@ -109,11 +109,11 @@ std::string expected_of_salvage(const Diagnosis& diagnosis) {
         diagnosis.jpegs.begin(), diagnosis.jpegs.end(), [](const JpegFound& left, const JpegFound& right) {
             return std::uint64_t{left.width} * left.height < std::uint64_t{right.width} * right.height;
         });
-    return "A salvage may give a JPEG of " + std::to_string(largest->width) + " x " +
-           std::to_string(largest->height) + " pixels: its header is intact; its data were not looked at.";
+    return "A salvage may save a JPEG of " + std::to_string(largest->width) + " x " +
+           std::to_string(largest->height) + " pixels: its header is intact; its data were not examined.";
 }
 
-/// What a repair takes from the sample, with the reason why it will not do.
+/// What a repair takes from the sample, or why it cannot be used.
 SampleMarks check_sample(const fs::path& sample, RawFormat format) {
     platform::MappedFile mapped;
     map(mapped, sample, "the sample " + utf8_from(sample) + ": ");
@@ -147,10 +147,10 @@ Diagnosis diagnose_mapped(const fs::path& file, const std::optional<fs::path>& s
         if (marks.tiles && tiles && *marks.tiles != *tiles) {
             diagnosis.landmarks.obstacle = "its image has other tiles than the sample's";
         }
-        diagnosis.image_spoilt = share_spoilt(diagnosis);
+        diagnosis.image_spoilt = compute_spoilt_share(diagnosis);
     }
-    diagnosis.repair = expected_of_repair(diagnosis);
-    diagnosis.salvage = expected_of_salvage(diagnosis);
+    diagnosis.repair = predict_repair(diagnosis);
+    diagnosis.salvage = predict_salvage(diagnosis);
     return diagnosis;
 }
 

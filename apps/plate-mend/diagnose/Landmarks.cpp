@@ -64,7 +64,7 @@ Landmarks find_in_order(Bytes bytes, RawFormat format, bool big_endian) {
     return marks;
 }
 
-/// Whether the image data of these entries lie in the file: bytes that look like entries by chance lead
+/// Whether the image data of these entries are in the file: bytes that look like entries by chance point
 /// elsewhere.
 bool is_plausible(const Landmarks& marks, std::uint64_t size) {
     return marks.complete() &&

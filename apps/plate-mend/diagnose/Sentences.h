@@ -6,7 +6,7 @@
 namespace plate_mend::host {
 
 inline constexpr const char* kNoMemory =
-    "there is not enough memory to look at it; close other programs, or raise the memory limit";
+    "there is not enough memory to examine it; close other programs, or raise the memory limit";
 
 /// Calls a function. A lack of memory becomes a std::runtime_error with a sentence for people.
 template <typename Function>

@@ -1,6 +1,6 @@
 #include "diagnose/FormatLandmarks.h"
 
-// The formats that are made of TIFF directories.
+// The formats that consist of TIFF directories.
 
 namespace plate_mend::host {
 
@@ -72,7 +72,7 @@ class TagFinder {
   private:
     const ByteReader& reader_;
     std::uint16_t tag_;
-    std::uint64_t known_from_ = ~std::uint64_t{0}; ///< From here to the entry the tag does not appear.
+    std::uint64_t known_from_ = ~std::uint64_t{0}; ///< The tag is not between here and the entry.
     Offset found_;
 };
 

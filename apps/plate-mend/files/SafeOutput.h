@@ -55,7 +55,7 @@ void make_folders(const std::filesystem::path& folder);
 /// Moves a finished file to its path in one step, after its bytes have reached the disk; copies it if that
 /// path is on another file system. Throws MachineFailure, also when the path has been taken meanwhile and may
 /// not be replaced: that file stays.
-void deliver(const std::filesystem::path& made, const std::filesystem::path& output, const Protected& inputs,
+void deliver(const std::filesystem::path& file, const std::filesystem::path& output, const Protected& inputs,
              bool force);
 
 /// A path that a worker can open: the file's own if it is UTF-8, which the library requires; otherwise a link

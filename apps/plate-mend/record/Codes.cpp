@@ -18,23 +18,23 @@ struct Text {
 };
 
 constexpr Text kOk = {"the repair was carried out",
-                      "look at the picture: this tells of the steps, not of the picture"};
+                      "check the picture: this is about the steps, not about the picture"};
 constexpr Text kUnknownFormat = {
     "no format is known for this extension; known are arw, raw, sr2, raf, orf, dng, "
     "cr2, nef, cr3; or, from a check, LibRaw does not open the file",
     "give the damaged file the extension of its camera"};
 constexpr Text kLogFailed = {"the log could not be started; repairs work all the same",
                              "name a folder that is there and may be written to"};
-constexpr Text kInputMissing = {"the damaged file or the sample does not exist", "look at the two names"};
+constexpr Text kInputMissing = {"the damaged file or the sample does not exist", "check the two names"};
 constexpr Text kCloneFailed = {"the sample could not be copied", "is there room beside the output?"};
 constexpr Text kMapFailed = {"the sample or the damaged file is empty, or this program may not write to it",
-                             "copy both to a disk with room, and take away the write protection"};
+                             "copy both to a disk with room, and remove the write protection"};
 constexpr Text kBadSample = {"the sample is not usable",
-                             "take another whole photograph from the same camera"};
+                             "use another intact photograph from the same camera"};
 constexpr Text kNotFound = {"the damaged file has lost the entries that lead to its image",
                             "try 'plate-mend salvage'"};
 constexpr Text kOutOfRange = {"the sample or the damaged file ends too early",
-                              "take another sample, or try 'plate-mend salvage'"};
+                              "use another sample, or try 'plate-mend salvage'"};
 constexpr Text kDamagedCut = {"the damaged file ends too early or has lost what leads to its image",
                               "try 'plate-mend salvage'"};
 constexpr Text kMergeFailed = {"the parts of the two files could not be joined",
@@ -44,22 +44,22 @@ constexpr Text kPictureWritten = {"a picture that decodes was written", ""};
 constexpr Text kUnreadable = {"the file cannot be read", "is it there, is it a file, and may you read it?"};
 constexpr Text kNothing = {"no picture is left in this file", "with a sample, try 'plate-mend repair'"};
 constexpr Text kUnwritable = {"the picture could not be written",
-                              "is there room, and does something stand at the output that is no file?"};
+                              "is there room, and is anything but a file at the output?"};
 constexpr Text kInternal = {"the picture could not be salvaged: memory ran out, or another unexpected error",
                             "close other programs and try again, or allow more with --memory-limit"};
 constexpr Text kThumbnail = {"only a thumbnail is left", "with a sample, try 'plate-mend repair'"};
 
 constexpr Text kHeaderRebuilt = {"its header was put together from what was left of it", ""};
 constexpr Text kTablesBorrowed = {"its tables were taken from another picture of the file",
-                                  "look at its brightness and colours"};
+                                  "check its brightness and colours"};
 constexpr Text kTablesStandard = {"its tables were lost; the standard ones fit", ""};
 constexpr Text kFrameBorrowed = {"its size was taken from another picture of the file", ""};
 constexpr Text kIntervalInferred = {"its restart interval was found by its markers", ""};
 constexpr Text kEndAdded = {"its end was lost, and was added", ""};
 constexpr Text kPartsLost = {"parts of it are lost; they are grey, or bridged", ""};
-constexpr Text kResynchronised = {"parts behind damage were placed by their fit",
-                                  "look whether they stand in their place"};
-constexpr Text kReencoded = {"it was coded anew, with its own quantisation", ""};
+constexpr Text kResynchronised = {"parts after damage were placed where they fit",
+                                  "check whether they are in the right place"};
+constexpr Text kReencoded = {"it was re-encoded, with its own quantisation", ""};
 
 CodeEntry row(std::int32_t code, const char* name, CodeSource source, const Text& text) {
     return {code, name, source, text.meaning, text.next};
@@ -152,7 +152,7 @@ const CodeEntry* find(std::int32_t code, CodeSource source) {
     return found == codes.end() ? nullptr : &*found;
 }
 
-std::string told(const CodeEntry* entry, const char* unknown, std::int32_t code) {
+std::string explain_entry(const CodeEntry* entry, const char* unknown, std::int32_t code) {
     std::string text = entry == nullptr ? unknown : entry->meaning;
     if (entry != nullptr && *entry->next != '\0') {
         text += std::string("; ") + entry->next;
@@ -173,7 +173,7 @@ const char* describe(CodeSource source) {
     case CodeSource::kWarning:
         break;
     }
-    return "told of a salvaged picture";
+    return "reported about a salvaged picture";
 }
 
 std::string sentence(std::string text) {
@@ -215,14 +215,14 @@ const std::vector<CodeEntry>& all_codes() {
 
 std::string explain_repair(std::int32_t code) {
     const CodeEntry* entry = find(code, code == 0 ? CodeSource::kAny : CodeSource::kRepair);
-    return told(entry, "unknown result", code);
+    return explain_entry(entry, "unknown result", code);
 }
 
 std::string explain_salvage(std::int32_t code) {
     if (code == STILL_MEND_OK) {
-        return told(nullptr, kPictureWritten.meaning, code);
+        return explain_entry(nullptr, kPictureWritten.meaning, code);
     }
-    return told(find(code, CodeSource::kSalvage), "the picture could not be salvaged", code);
+    return explain_entry(find(code, CodeSource::kSalvage), "the picture could not be salvaged", code);
 }
 
 std::string explain(std::string_view code) {

@@ -25,7 +25,7 @@ Value& own_value_of(std::shared_ptr<void>& content) {
     return *static_cast<Value*>(content.get());
 }
 
-/// Takes a value out of its content, without a copy where nobody else has it.
+/// Moves a value out of its content, or copies it if the content is shared.
 Value take_from(const std::shared_ptr<void>& content) {
     if (content == nullptr || content.use_count() != 1) {
         return value_of(content);

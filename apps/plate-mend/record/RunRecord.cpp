@@ -25,7 +25,7 @@ constexpr const char* kRuns = ".plate-mend";
 constexpr const char* kLines = "records.jsonl";
 constexpr const char* kPictures = "pictures";
 
-/// With its whole path: the run that goes on may be started elsewhere.
+/// With its absolute path: the next run may be started elsewhere.
 Json to_json(const FileIdentity& file) {
     return Json::object({{"path", escaped_name(utf8_from(fs::absolute(path_from(file.path))))},
                          {"size", file.size},
@@ -48,7 +48,7 @@ std::optional<FileIdentity> file_from(const Json& json) {
                         json.integer<std::int64_t>("changed").value_or(0)};
 }
 
-/// Whether the file is as it was. Times decide where they are the same; else its bytes do.
+/// Whether the file is unchanged: by its times if they are the same, otherwise by its bytes.
 bool is_unchanged(const FileIdentity& file) {
     const fs::path path = path_from(file.path);
     try {
@@ -65,7 +65,7 @@ bool is_unchanged(const FileIdentity& file) {
     }
 }
 
-/// Whether a record speaks of a finished file, and of the results that its verdict promises.
+/// Whether a record is one of a finished file, with the results that its verdict requires.
 bool is_final(const Record& record) {
     switch (record.verdict) {
     case Verdict::kWhole:
@@ -92,7 +92,7 @@ bool is_there(const std::optional<FileIdentity>& file, const std::string& key) {
     return file && platform::name_key(path_from(file->path)) == key && is_unchanged(*file);
 }
 
-/// The name of an input's picture: as long for any input, and fit for any file system.
+/// The name of an input's picture, valid on any file system.
 std::string picture_name(const std::string& key) {
     constexpr std::size_t kDigits = 32;
     Sha256 sum;
@@ -101,7 +101,7 @@ std::string picture_name(const std::string& key) {
     return sum.hexadecimal().substr(0, kDigits) + ".jpg";
 }
 
-/// Whether lines can be read there. A link or a pipe is nothing that this program made.
+/// Whether lines can be read there. This program never creates a link or a pipe.
 bool is_file(const fs::path& path) {
     std::error_code none;
     return fs::is_regular_file(fs::symlink_status(path, none));
@@ -122,11 +122,11 @@ struct RunRecord::Entry {
     fs::path picture;
 };
 
-/// A report as it was while it grew, or when it was complete.
+/// A report while it grows, or when it is complete.
 struct RunRecord::Report {
     std::uint64_t volume = 0;
     std::uint64_t index = 0;
-    std::optional<std::uint64_t> size; ///< Nothing for a report that grew; then without times.
+    std::optional<std::uint64_t> size; ///< Nothing, and no times, while it grows.
     std::int64_t modified = 0;
     std::int64_t changed = 0;
 
@@ -165,9 +165,9 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out
         throw MachineFailure(utf8_from(folder_) + ": cannot be locked", e.code());
     }
     if (!lock_) {
-        throw RunIsLocked(utf8_from(out) +
-                          ": another run is at work there; wait for it, or give each run a name of its own "
-                          "with --task");
+        throw RunIsLocked(
+            utf8_from(out) +
+            ": another run is using this folder; wait for it, or give each run its own name with --task");
     }
     clear_stale_folders(folder_);
     clear_stale_folders(folder_ / kPictures);
@@ -206,7 +206,7 @@ void RunRecord::load(const fs::path& folder) {
                 finished_[key].push_back(std::make_shared<Entry>(std::move(*entry)));
             }
         } catch (const std::exception&) {
-            continue; // The last line of a run that was cut off; its file is done again.
+            continue; // The last line of an interrupted run; its file is done again.
         }
     }
     for (const auto& [file, report] : reports) {
@@ -272,7 +272,7 @@ void RunRecord::add(const Record& record) {
 void RunRecord::add_report(const fs::path& path, bool is_complete) {
     const auto stamp = platform::stamp_of(path);
     if (!stamp) {
-        return; // It never appeared, or somebody took it.
+        return; // It never appeared, or has been removed.
     }
     Json line = Json::object({{"schema", kSchema},
                               {"key", escaped_name(platform::name_key(path))},
@@ -304,7 +304,7 @@ platform::NewFile RunRecord::open_lines() const {
         return platform::NewFile(file);
     }
     platform::NewFile lines = platform::open_to_append(file);
-    // A run that was cut off in the midst of a line must not spoil the next one.
+    // A line that an interrupted run left incomplete must not spoil the next one.
     unsigned char last = '\n';
     if (const std::uint64_t size = lines.stamp().size; size != 0) {
         static_cast<void>(platform::SourceFile(file).read(size - 1, &last, 1));

@@ -34,7 +34,7 @@ class Batch {
                 threads.emplace_back([this] { work(); });
             }
         } catch (const std::system_error&) {
-            // Those that could be had do the work.
+            // The threads that did start do the work.
         }
         work(); // This thread works as well.
         for (std::thread& thread : threads) {
@@ -89,7 +89,8 @@ class Batch {
         }
     }
 
-    /// Results are recorded before they are delivered; should this fail, that line does for the next run.
+    /// Results were already recorded before they were delivered; if this fails, that line is enough for the
+    /// next run.
     void add_to_record(const Record& record, bool& no_room) {
         try {
             if (request_.record != nullptr) {
@@ -120,7 +121,7 @@ class Batch {
     std::atomic<std::size_t> next_ = 0;
     std::atomic<bool> interrupted_ = false;
     std::atomic<bool> no_room_ = false;
-    std::mutex mutex_; ///< Of the listener and the failure.
+    std::mutex mutex_; ///< Guards the listener and the failure.
     std::exception_ptr failure_;
 };
 
@@ -130,7 +131,7 @@ BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener) {
     try {
         return Batch(request, listener).run();
     } catch (const Interrupted&) {
-        return BatchEnd::kStopped; // While the samples were looked at.
+        return BatchEnd::kStopped; // While the samples were read.
     }
 }
 

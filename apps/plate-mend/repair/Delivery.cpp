@@ -16,11 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<FileIdentity> identity_of(const fs::path& made, const fs::path& output) {
-    if (!fs::exists(made)) {
+std::optional<FileIdentity> identity_of(const fs::path& file, const fs::path& output) {
+    if (!fs::exists(file)) {
         return std::nullopt;
     }
-    return FileIdentity{utf8_from(output), fs::file_size(made), sha256_of(made)};
+    return FileIdentity{utf8_from(output), fs::file_size(file), sha256_of(file)};
 }
 
 bool is_surely_there(const fs::path& file) {
@@ -31,11 +31,11 @@ bool is_surely_there(const fs::path& file) {
     }
 }
 
-/// With the times of a file that is at its place; none where it is not surely the one that was made.
+/// Adds the times of a delivered file, if it is certainly the one that was made.
 void add_times(FileIdentity& identity, const platform::FileStamp& made, const fs::path& output) {
     const auto stamp = platform::stamp_of(output);
     if (!stamp || stamp->size != identity.size) {
-        throw MachineFailure(identity.path + ": has another size than what was made");
+        throw MachineFailure(identity.path + ": has a different size than the result");
     }
     if (stamp->volume == made.volume && stamp->index == made.index && stamp->modified == made.modified) {
         identity.modified = stamp->modified;
@@ -57,7 +57,7 @@ std::optional<std::string> Delivery::refuse_raw() const {
     return refuse(file_.outputs.raw);
 }
 
-const fs::path& Delivery::jpeg_place() const {
+const fs::path& Delivery::choose_jpeg() const {
     const Outputs& outputs = file_.outputs;
     if (!refuse(outputs.jpeg)) {
         return outputs.jpeg;
@@ -72,7 +72,7 @@ void Delivery::run(const fs::path& raw, const fs::path& jpeg, Record& record) {
     // All that may be interrupted comes before anything is delivered.
     Record finished = record;
     finished.raw = identity_of(raw, file_.outputs.raw);
-    finished.jpeg = fs::exists(jpeg) ? identity_of(jpeg, jpeg_place()) : std::nullopt;
+    finished.jpeg = fs::exists(jpeg) ? identity_of(jpeg, choose_jpeg()) : std::nullopt;
     if (rules_.record != nullptr) {
         rules_.record->add(finished);
     }
@@ -84,13 +84,13 @@ void Delivery::run(const fs::path& raw, const fs::path& jpeg, Record& record) {
     }
 }
 
-void Delivery::deliver_one(const fs::path& made, const FileIdentity& identity,
+void Delivery::deliver_one(const fs::path& file, const FileIdentity& identity,
                            std::optional<FileIdentity>& result) {
     const fs::path output = path_from(identity.path);
     const bool is_delivered = is_delivered_already(identity);
-    const auto stamp = platform::stamp_of(is_delivered ? output : made).value_or(platform::FileStamp{});
+    const auto stamp = platform::stamp_of(is_delivered ? output : file).value_or(platform::FileStamp{});
     if (!is_delivered) {
-        deliver(made, output, rules_.inputs, rules_.force);
+        deliver(file, output, rules_.inputs, rules_.force);
         delivered_.push_back(output);
     }
     result = identity;

@@ -41,8 +41,8 @@ class Delivery {
 
   private:
     [[nodiscard]] std::optional<std::string> refuse(const std::filesystem::path& output) const;
-    [[nodiscard]] const std::filesystem::path& jpeg_place() const;
-    void deliver_one(const std::filesystem::path& made, const FileIdentity& identity,
+    [[nodiscard]] const std::filesystem::path& choose_jpeg() const;
+    void deliver_one(const std::filesystem::path& file, const FileIdentity& identity,
                      std::optional<FileIdentity>& result);
     [[nodiscard]] bool is_delivered_already(const FileIdentity& identity) const;
 

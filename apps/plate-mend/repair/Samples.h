@@ -10,7 +10,7 @@
 namespace plate_mend::host {
 
 /// An intact photograph whose structure a repair may use, and why it has its rank.
-struct Candidate {
+struct RankedSample {
     std::filesystem::path path;
     std::string why; ///< "same picture sizes, same byte order, size within 2 %", for reports.
 };
@@ -24,8 +24,8 @@ class Samples {
     /// The samples of the damaged file's format, the likeliest first: those that share its picture sizes and
     /// byte order, as far as these survive, then those of about its size, and with a similar name and date.
     /// Never the damaged file itself. Only the copy is read, not the damaged file.
-    [[nodiscard]] std::vector<Candidate> ranked_for(const std::filesystem::path& damaged,
-                                                    const std::filesystem::path& copy) const;
+    [[nodiscard]] std::vector<RankedSample> ranked_for(const std::filesystem::path& damaged,
+                                                       const std::filesystem::path& copy) const;
 
     /// The length of the longest sample of the damaged file's format, in bytes; of all samples where none is.
     [[nodiscard]] std::uint64_t longest_for(const std::filesystem::path& damaged) const;

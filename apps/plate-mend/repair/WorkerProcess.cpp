@@ -75,7 +75,7 @@ std::string run_process(const fs::path& folder, const WorkerLimits& limits) {
 
 void write_task(Json task, const fs::path& folder, const WorkerLimits& limits) {
     task.set("memory", limits.memory);
-    // The worker's own limit is for the case that this program is gone or hangs itself.
+    // The worker's own limit applies if this program is gone or hangs.
     constexpr unsigned kGrace = 5;
     constexpr unsigned kLongest = std::numeric_limits<unsigned>::max() - kGrace;
     task.set("seconds", limits.seconds == 0 ? 0U : std::min(limits.seconds, kLongest) + kGrace);

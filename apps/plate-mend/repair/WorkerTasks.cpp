@@ -56,29 +56,29 @@ std::uint64_t size_of(const fs::path& file) {
     return none ? 0 : size;
 }
 
-/// Throws std::bad_alloc where so much memory cannot be had.
+/// Throws std::bad_alloc where so much memory is not available.
 void require_memory(std::uint64_t bytes) {
     void* volatile room = ::operator new(static_cast<std::size_t>(bytes)); // Never touched.
     ::operator delete(room);
 }
 
-/// A failure under a limit of memory is the photograph's only where as much memory as the work may take could
-/// be had: the libraries report a lack of it by codes that mean something else. Throws std::bad_alloc.
+/// With a memory limit, a failure is the photograph's only if as much memory as the work may need is
+/// available: the libraries report a lack of it with codes that mean something else. Throws std::bad_alloc.
 void require_memory_for(const Task& task, std::uint64_t bytes) {
     if (task.number("memory") != 0) {
         require_memory(bytes);
     }
 }
 
-/// Memory that decoding a file takes, at most: its bytes, its samples, its pixels.
+/// The most memory that decoding a file takes: its bytes, its samples, its pixels.
 std::uint64_t memory_of_decoding(const fs::path& file) {
     constexpr std::uint64_t kMost = std::uint64_t{1} << 30U;
     const std::uint64_t size = size_of(file);
     return size + std::min(7 * size, kMost);
 }
 
-/// Why files of a task could not grow as far as this; nothing when they could. All that the library writes is
-/// at most twice as long: copies of both files, and the result.
+/// Why the files of a task cannot grow to this length; nothing when they can. Everything that the library
+/// writes is at most twice as long: copies of both files, and the result.
 std::error_code shortage(const Task& task, std::uint64_t longest) {
     if (platform::exceeds_largest_file(longest)) {
         return std::make_error_code(std::errc::file_too_large);
@@ -102,8 +102,8 @@ Json do_repair(const Task& task) {
         throw MachineFailure("the library's log cannot be written",
                              reason ? reason : std::make_error_code(std::errc::io_error));
     }
-    // The library does not notice a full disk, and its own files are gone afterwards; so the room is measured
-    // before and after, and goes with the answer.
+    // The library does not notice a full disk, and removes its own files; so the free space is checked before
+    // and after, and reported in the answer.
     std::error_code reason = shortage(task, longest);
     const auto code =
         MndRawAdvanceRepair(task.path_bytes("damaged").c_str(), task.path_bytes("sample").c_str(),
@@ -182,8 +182,8 @@ Json do_check(const Task& task) {
     return Json::object({{"opens", CheckRawFile(task.path_bytes("file").c_str()) == PLATE_MEND_OK}});
 }
 
-/// A text in which a file has its absolute path, with the name that the user gave it instead.
-std::string renamed(std::string text, const std::string& whole, const std::string& given) {
+/// A text with a file's absolute path replaced by the name that the user gave.
+std::string replace_name(std::string text, const std::string& whole, const std::string& given) {
     const std::size_t found = text.find(whole);
     return found == std::string::npos ? text : text.replace(found, whole.size(), given);
 }
@@ -201,9 +201,9 @@ Json do_diagnose(const Task& task) {
         return Json::object(
             {{"text", task.truth("json") ? to_json_line(diagnosis) + '\n' : describe(diagnosis)}});
     } catch (const std::runtime_error& e) {
-        const std::string text = renamed(e.what(), utf8_from(file), name("file_name"));
+        const std::string text = replace_name(e.what(), utf8_from(file), name("file_name"));
         throw std::runtime_error(sample.empty() ? text
-                                                : renamed(text, utf8_from(sample), name("sample_name")));
+                                                : replace_name(text, utf8_from(sample), name("sample_name")));
     }
 }
 

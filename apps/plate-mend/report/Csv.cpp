@@ -22,7 +22,7 @@ constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256",
 
 constexpr int kDigits = 4; ///< After the point of a number.
 
-std::string quoted(const std::string& field) {
+std::string quote(const std::string& field) {
     if (field.find_first_of(",\"\r\n") == std::string::npos) {
         return field;
     }
@@ -38,11 +38,11 @@ std::string quoted(const std::string& field) {
 
 std::string text(std::string_view value) {
     const bool formula = !value.empty() && std::string_view("=+-@\t\r").find(value.front()) != value.npos;
-    return quoted((formula ? "'" : "") + well_formed(value));
+    return quote((formula ? "'" : "") + well_formed(value));
 }
 
 /// The attempt that the row speaks of; null when no sample gave a code.
-const Attempt* told_attempt(const Record& record) {
+const Attempt* reported_attempt(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         return taken;
     }
@@ -51,7 +51,7 @@ const Attempt* told_attempt(const Record& record) {
     return last == record.attempts.rend() ? nullptr : &*last;
 }
 
-std::string refused(const Record& record) {
+std::string describe_refusals(const Record& record) {
     std::vector<std::string> parts;
     for (const Attempt& attempt : record.attempts) {
         if (!attempt.taken) {
@@ -69,13 +69,13 @@ void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity
 
 void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     static const Attempt kNone;
-    const Attempt& told = attempt == nullptr ? kNone : *attempt;
-    const Judgement& judgement = told.judgement;
+    const Attempt& reported = attempt == nullptr ? kNone : *attempt;
+    const Judgement& judgement = reported.judgement;
     const bool decodes = judgement.decodes;
-    fields.push_back(text(told.sample));
-    fields.push_back(text(told.why));
-    fields.push_back(told.code ? std::to_string(*told.code) : "");
-    fields.push_back(told.code && *told.code != 0 ? text(explain_repair(*told.code)) : "");
+    fields.push_back(text(reported.sample));
+    fields.push_back(text(reported.why));
+    fields.push_back(reported.code ? std::to_string(*reported.code) : "");
+    fields.push_back(reported.code && *reported.code != 0 ? text(explain_repair(*reported.code)) : "");
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
     fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");
@@ -85,7 +85,7 @@ void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     fields.push_back(text(judgement.taken));
 }
 
-std::string line(const std::vector<std::string>& fields) {
+std::string join_fields(const std::vector<std::string>& fields) {
     std::string result;
     for (const std::string& field : fields) {
         result += (&field == &fields.front() ? "" : ",") + field;
@@ -96,7 +96,7 @@ std::string line(const std::vector<std::string>& fields) {
 } // namespace
 
 std::string csv_header() {
-    return line({kColumns.begin(), kColumns.end()});
+    return join_fields({kColumns.begin(), kColumns.end()});
 }
 
 std::string csv_row(const Record& record) {
@@ -105,13 +105,13 @@ std::string csv_row(const Record& record) {
     add_file(fields, record.damaged);
     fields.emplace_back(name_of(record.verdict));
     fields.push_back(text(record.problem));
-    add_attempt(fields, told_attempt(record));
-    fields.push_back(text(refused(record)));
+    add_attempt(fields, reported_attempt(record));
+    fields.push_back(text(describe_refusals(record)));
     fields.push_back(record.salvage.code ? std::to_string(*record.salvage.code) : "");
     add_file(fields, record.raw);
     add_file(fields, record.jpeg);
     fields.push_back(format_decimal(record.seconds, kDigits));
-    return line(fields);
+    return join_fields(fields);
 }
 
 } // namespace plate_mend::host

@@ -22,7 +22,7 @@ std::string format_rate(double files_per_second) {
 }
 
 /// "[ 12/225] ", with the first number as wide as the second.
-std::string position(const ProgressState& state) {
+std::string format_position(const ProgressState& state) {
     const std::string total = std::to_string(state.total);
     std::string done = std::to_string(state.done);
     if (done.size() < total.size()) {
@@ -50,7 +50,7 @@ std::string format_duration(double seconds) {
 }
 
 std::string progress_line(const ProgressState& state, std::size_t columns) {
-    std::string line = position(state);
+    std::string line = format_position(state);
     if (state.done > 0 && state.seconds > 0) {
         const double rate = static_cast<double>(state.done) / state.seconds;
         line += ' ' + format_rate(rate);

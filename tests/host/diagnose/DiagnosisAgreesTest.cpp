@@ -56,8 +56,8 @@ class Comparison {
         if (says("one size for all samples")) {
             return; // The library may go by another number then.
         }
-        const bool refuses = says("will not find") || says("will not give") || says("will fail");
-        EXPECT_NE(refuses, says("is likely to give") || says("finds its way")) << diagnosis.repair;
+        const bool refuses = says("will not find") || says("will not rebuild") || says("will fail");
+        EXPECT_NE(refuses, says("will probably rebuild") || says("locates the image")) << diagnosis.repair;
         EXPECT_EQ(refuses, !repaired) << diagnosis.repair << " code " << code.value_or(1);
         if (repaired && !refuses) {
             check_place(diagnosis, wreck.bytes);

@@ -172,7 +172,7 @@ TEST_P(DiagnosisOfEveryFormat, UndamagedPhotographIsComplete) {
         for (const Landmark& mark : diagnosis.landmarks.found) {
             EXPECT_TRUE(mark.offset.has_value()) << mark.name;
         }
-        EXPECT_THAT(diagnosis.repair, HasSubstr("likely to give the photograph back"));
+        EXPECT_THAT(diagnosis.repair, HasSubstr("will probably rebuild the photograph"));
         EXPECT_FALSE(diagnosis.landmarks.images.empty());
         for (const ImageData& image : diagnosis.landmarks.images) {
             EXPECT_LE(image.offset + image.size.value_or(0), pair.original.size());
@@ -185,7 +185,7 @@ TEST_P(DiagnosisOfEveryFormat, HeadUpToTheNeededEntriesMayBeLost) {
     for (const bool with_sample : {false, true}) {
         const Diagnosis diagnosis = diagnosis_of(damaged, with_sample);
         EXPECT_EQ(diagnosis.landmarks.found.front().offset, std::nullopt) << "the header";
-        EXPECT_THAT(diagnosis.repair, HasSubstr("likely to give the photograph back"));
+        EXPECT_THAT(diagnosis.repair, HasSubstr("will probably rebuild the photograph"));
         if (pair.lost >= 512) { // Fewer bytes are no span.
             ASSERT_FALSE(diagnosis.spans.empty());
             EXPECT_EQ(diagnosis.spans.front().kind, SpanKind::kZero);
@@ -200,7 +200,7 @@ TEST_P(DiagnosisOfEveryFormat, RepairKeepsWhatTheDiagnosisSays) {
          {std::size_t{0}, std::size_t{4}, std::size_t{60}, pair.original.size() - pair.lost}) {
         const Bytes damaged = zeroed(pair.original, 0, pair.lost + more);
         const Diagnosis diagnosis = diagnosis_of(damaged, true);
-        const bool likely = diagnosis.repair.find("likely to give") != std::string::npos;
+        const bool likely = diagnosis.repair.find("will probably rebuild") != std::string::npos;
         EXPECT_EQ(likely, is_repaired()) << more << " more bytes lost: " << diagnosis.repair;
     }
 }
@@ -214,7 +214,7 @@ TEST_P(DiagnosisOfEveryFormat, FileThatIsCutTellsHowMuchOfTheImageIsGone) {
         EXPECT_GT(cut.image_spoilt.value(), whole.image_spoilt.value_or(0));
         // Without all of the data a DNG and a CR3 are refused.
         EXPECT_THAT(cut.repair, HasSubstr(is_repaired() ? "% of the image data look lost"
-                                                        : "will not give the photograph back"));
+                                                        : "will not rebuild the photograph"));
     }
 }
 
@@ -322,7 +322,7 @@ TEST_F(DiagnosisOf, ObstacleIsTold) {
     const Bytes cut = part(damaged, 0, original.strip_entries + 36);
     write_file(folder / "broken.arw", cut);
     const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
-    EXPECT_THAT(diagnosis.repair, HasSubstr("will not give the photograph back: the entries lead past"));
+    EXPECT_THAT(diagnosis.repair, HasSubstr("will not rebuild the photograph: the entries lead past"));
     const auto json = nlohmann::json::parse(to_json_line(diagnosis));
     EXPECT_EQ(json.at("complete"), true);
     EXPECT_EQ(json.at("obstacle"), "the entries lead past the end of the file");
@@ -368,7 +368,7 @@ TEST_F(DiagnosisOf, JsonTellsTheSame) {
 TEST_F(DiagnosisOf, OneSizeForAllSamplesIsAnObstacle) {
     Cr3Photo photo(Cr3Photo::Options{.number = 1, .pictures = true});
     write_file(folder / "a.cr3", photo.bytes);
-    EXPECT_THAT(diagnose(folder / "a.cr3").repair, HasSubstr("likely to give"));
+    EXPECT_THAT(diagnose(folder / "a.cr3").repair, HasSubstr("will probably rebuild"));
     const std::size_t box = photo.at("trak3/stsz");
     put_u32(photo.bytes, box, 20, ByteOrder::kBig); // Without a list of sizes.
     put_u32(photo.bytes, box + 12, 77, ByteOrder::kBig);
@@ -377,7 +377,7 @@ TEST_F(DiagnosisOf, OneSizeForAllSamplesIsAnObstacle) {
     EXPECT_THAT(diagnosis.repair, HasSubstr("one size for all samples"));
     EXPECT_EQ(diagnosis.landmarks.images.back().size, 77U);
     write_file(folder / "b.cr3", Cr3Photo().bytes);
-    EXPECT_THAT(diagnose(folder / "b.cr3", folder / "a.cr3").repair, HasSubstr("The sample will not do"));
+    EXPECT_THAT(diagnose(folder / "b.cr3", folder / "a.cr3").repair, HasSubstr("The sample cannot be used"));
 }
 
 TEST_F(DiagnosisOf, RealCameraWithOneSizeIsToldSo) {
