@@ -1,5 +1,7 @@
 #include "record/Json.h"
 
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 namespace plate_mend::host {
@@ -84,11 +86,13 @@ Json Json::parse(std::string_view text) {
 }
 
 void Json::set(const char* name, Json value) {
-    own_value_of(content_)[name] = take_from(value.content_);
+    const Json member = std::move(value);
+    own_value_of(content_)[name] = take_from(member.content_);
 }
 
 void Json::append(Json value) {
-    own_value_of(content_).push_back(take_from(value.content_));
+    const Json element = std::move(value);
+    own_value_of(content_).push_back(take_from(element.content_));
 }
 
 std::string Json::line() const {
