@@ -3,7 +3,7 @@
 #include "host/HostFixture.h"
 
 #include "record/Record.h"
-#include "report/JsonLines.h"
+#include "record/RecordJson.h"
 
 #include <filesystem>
 #include <fstream>

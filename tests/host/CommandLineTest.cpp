@@ -4,7 +4,7 @@
 #include "support/RawDecode.h"
 #include "support/Scene.h"
 
-#include "cli/Commands.h"
+#include "cli/RepairCommand.h"
 
 #include <gmock/gmock.h>
 

@@ -249,6 +249,22 @@ TEST_F(Machine, DamagedFileThatGoesKeepsItsResult) {
     EXPECT_EQ(decode_raw(folder / "mended" / "broken.arw"), decode_raw(original.bytes));
 }
 
+TEST_F(Machine, FileThatCannotBeRecordedKeepsItsVerdictAndTheRunStops) {
+    // The record has reached the longest length that files may have, with a line that says nothing.
+    constexpr std::uintmax_t kLongest = std::uintmax_t{1} << 20U;
+    const fs::path lines = folder / "mended" / ".plate-mend" / "run" / "records.jsonl";
+    fs::create_directories(lines.parent_path());
+    write_file(lines, joined(Bytes(kLongest - 1, ' '), {'\n'}));
+    write_file(folder / "fine.arw", original.bytes);
+    EXPECT_EQ(
+        shell("ulimit -f 2048; \"$P\" repair -j 1 -s good.arw --out mended --json - fine.arw broken.arw"), 3)
+        << "broken.arw was not begun";
+    EXPECT_THAT(err, HasSubstr("the run's record cannot be written: the disk is full\n"));
+    EXPECT_THAT(err, HasSubstr("the disk is full, and the run stops"));
+    EXPECT_THAT(out, HasSubstr(R"("verdict":"intact","problem":null)"));
+    EXPECT_EQ(out.find("broken.arw"), out.npos) << out;
+}
+
 #if !defined(PLATE_MEND_LEAK_DETECTION)
 TEST_F(Machine, NoMemoryLimitMakesAVerdictOnThePhotograph) {
     const ArwPhoto good(ArwPhoto::Options{.number = 1, .width = 4000, .height = 3000});

@@ -1,7 +1,7 @@
 #include "host/Pairs.h"
 #include "host/ShellFixture.h"
 
-#include "report/JsonLines.h"
+#include "record/RecordJson.h"
 #include "support/RawDecode.h"
 
 #include <sys/inotify.h>

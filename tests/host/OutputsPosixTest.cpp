@@ -76,7 +76,7 @@ TEST_F(OutputsAmidLinks, FileAndALinkToItAreOneInput) {
     link("card/a.arw", "card/z.arw");
     EXPECT_EQ(run(command({in("card")})), 0);
     EXPECT_THAT(files_below("mended"), ElementsAre("a.arw"));
-    EXPECT_THAT(err, HasSubstr("was named more than once"));
+    EXPECT_THAT(err, HasSubstr("is named more than once"));
 }
 
 TEST_F(OutputsAmidLinks, LinksAreNeverWrittenThrough) {
@@ -231,7 +231,8 @@ TEST_F(OutputsAmidLinks, FileThatAppearsWhileTheRunWorksStays) {
         R"(grep -q '"repair"' "$2/task.json" && printf mine > ')" + in("mended/a.arw") + "'";
     EXPECT_EQ(run_with(plants, command({"--json", in("records.jsonl"), in("card")})), 3);
     EXPECT_EQ(bytes_of("mended/a.arw"), mine_);
-    EXPECT_THAT(records().at("a.arw").problem, HasSubstr("was made by somebody else meanwhile, and stays"));
+    EXPECT_THAT(records().at("a.arw").problem,
+                HasSubstr("has been created by another program meanwhile, and stays"));
     EXPECT_FALSE(records().at("a.arw").raw.has_value());
     EXPECT_EQ(run(command({"--resume", in("card")})), 3) << "it is no result of the run";
     EXPECT_EQ(bytes_of("mended/a.arw"), mine_);
@@ -253,7 +254,7 @@ TEST_F(OutputsAmidLinks, ContactSheetReplacesNothingThatAppeared) {
     const std::string plants = "printf mine > '" + in("r.html") + "'";
     EXPECT_EQ(run_with(plants, command({"--report", in("r.html"), in("card")})), 3);
     EXPECT_EQ(bytes_of("r.html"), mine_);
-    EXPECT_THAT(err, HasSubstr("was made by somebody else meanwhile, and stays"));
+    EXPECT_THAT(err, HasSubstr("has been created by another program meanwhile, and stays"));
     EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
     EXPECT_THAT(names(), ElementsAre("card", "good.arw", "mended", "r.html")) << "nothing private stays";
 }
@@ -282,10 +283,10 @@ TEST_F(OutputsAmidLinks, SecondRunIntoAFolderIsRefused) {
         return std::string(bytes.begin(), bytes.end());
     };
     EXPECT_EQ(text("status"), "3\n0\n");
-    EXPECT_THAT(text("said"), HasSubstr("another run is at work there"));
+    EXPECT_THAT(text("said"), HasSubstr("another run is using this folder"));
     EXPECT_EQ(text("listed"), ".plate-mend\n") << "the second changed nothing";
     EXPECT_THAT(files_below("mended"), ElementsAre("a.arw"));
-    EXPECT_THAT(out, HasSubstr("was made by somebody else meanwhile, and stays"));
+    EXPECT_THAT(out, HasSubstr("has been created by another program meanwhile, and stays"));
 }
 
 } // namespace

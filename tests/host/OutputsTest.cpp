@@ -105,7 +105,7 @@ TEST_F(OutputPlaces, SameFileTwiceIsTakenOnce) {
               0)
         << err;
     EXPECT_THAT(files_below("mended"), ElementsAre("100/IMG_1.arw", "101/IMG_1.arw"));
-    EXPECT_THAT(err, HasSubstr("was named more than once"));
+    EXPECT_THAT(err, HasSubstr("is named more than once"));
 }
 
 TEST_F(OutputPlaces, FolderOfResultsInTheDamagedFolderIsNoInput) {
@@ -115,7 +115,7 @@ TEST_F(OutputPlaces, FolderOfResultsInTheDamagedFolderIsNoInput) {
     }
     EXPECT_THAT(files_below("card/mended"), ElementsAre("DCIM/100/IMG_1.arw", "DCIM/101/IMG_1.arw"));
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("card"), in("card")}), 0);
-    EXPECT_THAT(err, AllOf(HasSubstr("its files are no inputs"), HasSubstr("no damaged file was found")));
+    EXPECT_THAT(err, AllOf(HasSubstr("its files are not inputs"), HasSubstr("no damaged file was found")));
 }
 
 TEST_F(OutputPlaces, LinesOfAListMayBeginWithABrace) {

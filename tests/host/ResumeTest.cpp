@@ -314,7 +314,7 @@ TEST_F(ResumedRun, RunIsAloneInItsFolder) {
     }());
     ASSERT_TRUE(lock.has_value());
     EXPECT_EQ(repair(), 3);
-    EXPECT_THAT(err, HasSubstr("another run is at work there"));
+    EXPECT_THAT(err, HasSubstr("another run is using this folder"));
     EXPECT_THAT(files_below("mended"), ::testing::IsEmpty());
     EXPECT_FALSE(fs::exists(folder / "records.jsonl"));
     EXPECT_EQ(repair({"--task", "other", in("card")}), 0);

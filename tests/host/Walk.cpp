@@ -7,7 +7,7 @@
 #include "support/TempDir.h"
 
 #include "cli/CommandLine.h"
-#include "report/JsonLines.h"
+#include "record/RecordJson.h"
 
 #include <algorithm>
 #include <fstream>

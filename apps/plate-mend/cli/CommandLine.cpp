@@ -1,9 +1,15 @@
 #include "cli/CommandLine.h"
 #include "cli/ExitStatus.h"
 
-#include "cli/Commands.h"
-#include "cli/Manual.h"
-#include "repair/Worker.h"
+#include "cli/CheckCommand.h"
+#include "cli/Completion.h"
+#include "cli/DiagnoseCommand.h"
+#include "cli/ExplainCommand.h"
+#include "cli/ManPage.h"
+#include "cli/ParserTree.h"
+#include "cli/RepairCommand.h"
+#include "cli/SalvageCommand.h"
+#include "repair/WorkerTasks.h"
 #include "text/Paths.h"
 #include "text/Text.h"
 
@@ -65,11 +71,11 @@ void add_repair_inputs(CLI::App& command, RepairOptions& options) {
         ->allow_extra_args(false);
     command.add_option(
         "--files-from", options.files_from,
-        "Take further paths from this list: one per line, or JSON Lines; - is the standard input");
+        "Read further paths from this list: one per line, or JSON Lines; - is the standard input");
     command.add_option("--root", options.root,
                        "Results keep their folders below this one (default: the folder that all paths have "
                        "in common)");
-    command.add_option("--max-samples", options.most_samples, "Samples that are tried for one file")
+    command.add_option("--max-samples", options.most_samples, "How many samples to try per file")
         ->capture_default_str();
 }
 
@@ -79,7 +85,8 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
         "The folder for results, best on another disk (default: NAME.repaired.EXT beside each damaged file)");
     command.add_option("-o,--output", options.output, "The file to write, for one damaged file");
     command.add_flag("--force", options.force, "Replace existing files, though never an input or a sample");
-    command.add_flag("--no-fallback", options.no_fallback, "Salvage no JPEG where a photograph is not whole");
+    command.add_flag("--no-fallback", options.no_fallback,
+                     "Do not salvage a JPEG where a photograph is not whole");
     command.add_flag("--resume", options.resume,
                      "Go on with a run: skip what the record in --out says is finished and unchanged");
     command.add_option("--task", options.task, "This run's name, where several runs share one --out");
@@ -100,7 +107,7 @@ void add_repair_reports(CLI::App& command, RepairOptions& options) {
         .add_option("--log", options.log_directory,
                     "Existing folder for the library's log \"PlateMend.log\" (default: none)")
         ->group(kGroup);
-    command.add_flag("-q,--quiet", options.quiet, "Print nothing about single files")->group(kGroup);
+    command.add_flag("-q,--quiet", options.quiet, "Print no per-file output")->group(kGroup);
 }
 
 /// The commands, their options, and the exit status of the one that ran.
@@ -125,14 +132,15 @@ class Program {
             std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 takes them.
             app_.parse(std::move(reversed));
         } catch (const CLI::ParseError& e) {
-            return tell(e);
+            return print_error(e);
         }
         return status_;
     }
 
   private:
-    /// Help and messages about arguments, which they repeat, so that what is in these harms no terminal.
-    int tell(const CLI::ParseError& error) {
+    /// Prints help and messages about arguments. They repeat the arguments, so control characters are
+    /// replaced.
+    int print_error(const CLI::ParseError& error) {
         std::ostringstream help;
         std::ostringstream message;
         const int code = app_.exit(error, help, message);
@@ -151,7 +159,7 @@ class Program {
 
     void add_repair() {
         auto* command =
-            app_.add_subcommand("repair", "Join damaged photographs' images to the structure of samples");
+            app_.add_subcommand("repair", "Rebuild damaged photographs with the structure of intact samples");
         command->footer(kFooter);
         add_repair_inputs(*command, repair_);
         add_repair_outputs(*command, repair_);
@@ -170,7 +178,7 @@ class Program {
 
     void add_salvage() {
         auto* command = app_.add_subcommand(
-            "salvage", "Save the best JPEG inside a damaged photograph, or of a damaged JPEG");
+            "salvage", "Save the best picture from a damaged photograph or a damaged JPEG");
         command->footer(kFooter);
         command->add_option("DAMAGED", salvage_.damaged, "The damaged photograph")->required();
         command->add_option("-o,--output", salvage_.output,
@@ -182,9 +190,9 @@ class Program {
 
     void add_check() {
         auto* command = app_.add_subcommand("check", "Report whether LibRaw opens each file");
-        command->add_option("FILE", files_, "Photographs")->required();
-        add_limit_options(*command, check_limits_);
-        command->callback([this] { status_ = run_check(files_, check_limits_, program_); });
+        command->add_option("FILE", check_.files, "Photographs")->required();
+        add_limit_options(*command, check_.limits);
+        command->callback([this] { status_ = run_check(check_, program_); });
     }
 
     void add_diagnose() {
@@ -199,13 +207,13 @@ class Program {
 
     void add_explain() {
         auto* command = app_.add_subcommand("explain", "Explain what a code means, and what to try next");
-        command->add_option("CODE", code_, "A number, such as -1124, or a name of the headers")->required();
+        command->add_option("CODE", code_, "A number, such as -1124, or a name from the headers")->required();
         command->callback([this] { status_ = run_explain(code_); });
     }
 
     void add_man() {
         auto* command = app_.add_subcommand("man", "Print the manual page");
-        command->callback([this] { std::cout << man_page(app_); });
+        command->callback([this] { std::cout << man_page(command_tree_of(app_)); });
     }
 
     void add_completion() {
@@ -213,14 +221,15 @@ class Program {
         command->add_option("SHELL", shell_, "The shell")
             ->required()
             ->check(CLI::IsMember({"bash", "zsh", "fish"}));
-        command->callback([this] { std::cout << completion(app_, shell_named(shell_).value()); });
+        command->callback(
+            [this] { std::cout << completion(command_tree_of(app_), shell_named(shell_).value()); });
     }
 
-    /// Not for people: how this program starts itself for one step of one file.
+    /// Not for users: the program starts itself this way for one step of one file.
     void add_worker() {
         auto* command = app_.add_subcommand("worker", "")->group("");
         command->add_option("FOLDER", folder_)->required();
-        command->callback([this] { status_ = work(path_from(folder_)); });
+        command->callback([this] { status_ = run_task(path_from(folder_)); });
     }
 
     CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF.",
@@ -229,8 +238,7 @@ class Program {
     RepairOptions repair_;
     SalvageOptions salvage_;
     DiagnoseOptions diagnosis_;
-    std::vector<std::string> files_;
-    LimitOptions check_limits_;
+    CheckOptions check_;
     std::string code_;
     std::string shell_;
     std::string folder_;

@@ -6,7 +6,7 @@
 
 namespace plate_mend::host {
 
-/// Runs the program with its arguments in UTF-8, without the program's own name. Gives the exit status.
+/// Runs the program with its arguments in UTF-8, without the program's own name. Returns the exit status.
 ///
 ///   program  the file of this program, which is started again for workers
 [[nodiscard]] int run(const std::vector<std::string>& arguments, const std::filesystem::path& program);

@@ -1,9 +1,10 @@
-#include "cli/Commands.h"
+#include "cli/RepairCommand.h"
+
 #include "cli/ExitStatus.h"
+#include "cli/PathList.h"
 #include "files/Failures.h"
 #include "files/Formats.h"
 #include "files/SafeOutput.h"
-#include "platform/Files.h"
 #include "platform/Interrupt.h"
 #include "platform/Names.h"
 #include "record/RunRecord.h"
@@ -12,6 +13,7 @@
 #include "repair/RunLog.h"
 #include "report/Notes.h"
 #include "report/Reports.h"
+#include "text/Paths.h"
 
 #include <algorithm>
 #include <iterator>
@@ -29,19 +31,19 @@ namespace fs = std::filesystem;
 
 using IsRemovable = std::function<bool(const fs::path&)>;
 
-/// The command line asks for what cannot be.
+/// The command line asks for something impossible.
 class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-std::vector<fs::path> paths_from_all(const std::vector<std::string>& texts) {
+std::vector<fs::path> parse_paths(const std::vector<std::string>& texts) {
     std::vector<fs::path> paths;
     std::transform(texts.begin(), texts.end(), std::back_inserter(paths), path_from);
     return paths;
 }
 
 /// Extensions as a user writes them: "ARW", ".arw".
-std::vector<std::string> extensions_of(const RepairOptions& options) {
+std::vector<std::string> parse_extensions(const RepairOptions& options) {
     std::vector<std::string> extensions;
     for (const std::string& text : options.extensions) {
         const std::size_t letters = text.find_first_not_of('.');
@@ -53,10 +55,10 @@ std::vector<std::string> extensions_of(const RepairOptions& options) {
     return extensions;
 }
 
-/// What the command line says of names, where it makes no sense.
+/// Throws UsageError for names that make no sense.
 void check_names(const RepairOptions& options) {
     if (options.resume && options.out.empty()) {
-        throw UsageError("--resume needs --out, where the record of the former run is");
+        throw UsageError("--resume needs --out, where the record of the earlier run is");
     }
     if (!options.task.empty() && options.out.empty()) {
         throw UsageError("--task needs --out");
@@ -90,7 +92,7 @@ class Repair {
                 throw;
             }
             complain(e.what());
-            tell_of_full_disk();
+            note_full_disk();
             return kSomeNotDone;
         }
     }
@@ -100,12 +102,12 @@ class Repair {
         check_names(options_);
         platform::remember_interrupts();
         select();
-        warn_of_the_card();
+        refuse_removable_outputs();
         if (!options_.out.empty()) {
             record_.emplace(path_from(options_.out), options_.task.empty() ? "run" : options_.task);
         }
         check_reports();
-        clear_what_dead_runs_left();
+        clear_stale_outputs();
         if (!options_.log_directory.empty()) {
             OutputFile file = open_report(log_file());
             file.publish();
@@ -115,29 +117,29 @@ class Repair {
         return work();
     }
 
-    /// The way on for somebody whose disk is full.
-    void tell_of_full_disk() {
+    /// What to do when the disk is full.
+    void note_full_disk() {
         notes_.add("the disk is full, and the run stops" +
-                   std::string(record_ ? "; make room, and give the same command with --resume" : ""));
+                   std::string(record_ ? "; free some space, and run the same command with --resume" : ""));
     }
 
     void select() {
-        std::vector<fs::path> paths = paths_from_all(options_.paths);
+        std::vector<fs::path> paths = parse_paths(options_.paths);
         if (!options_.files_from.empty()) {
             const auto listed = paths_from_list(options_.files_from);
             paths.insert(paths.end(), listed.begin(), listed.end());
         }
-        const FileSelection inputs =
-            selected(paths, {extensions_of(options_), path_from(options_.root), path_from(options_.out)});
+        const FileSelection inputs = select_files(
+            paths, {parse_extensions(options_), path_from(options_.root), path_from(options_.out)});
         if (inputs.files.empty()) {
             notes_.add("no damaged file was found");
         }
         if (!options_.output.empty() && inputs.files.size() != 1) {
             throw UsageError("--output names one file; for several use --out");
         }
-        samples_ = paths_from_all(options_.samples);
+        samples_ = parse_paths(options_.samples);
         for (const Input& input :
-             selected(paths_from_all(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
+             select_files(parse_paths(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
             samples_.push_back(input.path);
         }
         check_samples();
@@ -155,8 +157,8 @@ class Repair {
                  protected_);
     }
 
-    /// With what is odd about the selection told, and remembered for the exit status.
-    FileSelection selected(const std::vector<fs::path>& paths, const FileFilter& filter) {
+    /// Selects files. Prints notes and problems, and remembers problems for the exit status.
+    FileSelection select_files(const std::vector<fs::path>& paths, const FileFilter& filter) {
         FileSelection selection = files_in(paths, filter);
         for (const std::string& note : selection.notes) {
             notes_.add(note);
@@ -176,12 +178,12 @@ class Repair {
             }
         }
         if (samples_.empty()) {
-            throw UsageError("no sample is there; name one with --sample or a folder of them with --samples");
+            throw UsageError("there is no sample; name one with --sample or a folder of them with --samples");
         }
     }
 
-    /// Whatever is written to a failing medium may cost what can still be read there.
-    void warn_of_the_card() {
+    /// Writing to a failing medium may destroy what can still be read there.
+    void refuse_removable_outputs() {
         if (!options_.out.empty() || !options_.output.empty() || files_.empty()) {
             return;
         }
@@ -198,7 +200,7 @@ class Repair {
             "results are written beside the damaged files; --out FOLDER keeps them off a failing disk");
     }
 
-    void clear_what_dead_runs_left() const {
+    void clear_stale_outputs() const {
         std::set<fs::path> folders;
         for (const PlannedFile& file : files_) {
             folders.insert(folder_of(file.outputs.raw));
@@ -223,7 +225,7 @@ class Repair {
     void check_report(const fs::path& path) {
         const std::string key = platform::name_key(path);
         if (is_result(key)) {
-            throw UsageError(utf8_from(path) + ": is also the place of a result");
+            throw UsageError(utf8_from(path) + ": is also the path of a result");
         }
         if (record_ && is_below(key, platform::name_key(record_->folder().parent_path()))) {
             throw UsageError(utf8_from(path) + ": is in the folder of the run's own record");
@@ -237,7 +239,7 @@ class Repair {
         reports_.push_back(path);
     }
 
-    /// All of them before the first is begun: a run that is refused replaces none.
+    /// All of them before the first is started: a run that is refused replaces none.
     void check_reports() {
         if (!options_.log_directory.empty()) {
             check_report(log_file());
@@ -251,7 +253,7 @@ class Repair {
 
     [[nodiscard]] fs::path log_file() const { return path_from(options_.log_directory) / "PlateMend.log"; }
 
-    /// Begins a report or a log, by the rule for everything that is written.
+    /// Starts a report or a log, as a private file first.
     OutputFile open_report(const fs::path& path) const {
         clear_stale_folders(folder_of(path));
         return {path, may_replace(path)};
@@ -301,15 +303,17 @@ class Repair {
              [&](const Record& record, bool is_new) {
                  status_ = std::max(status_, status_of(record.verdict));
                  reports.add(record, is_new);
-             }});
+             },
+             [&](const std::string& problem) { notes_.add(problem); }});
         reports.close(end != BatchEnd::kDone);
         if (end == BatchEnd::kNoRoom) {
-            tell_of_full_disk();
+            note_full_disk();
+            status_ = std::max(status_, kSomeNotDone);
         }
         return end == BatchEnd::kStopped ? kInterrupted : status_;
     }
 
-    /// 0 to 3, as CommandLine.h has them.
+    /// 0 to 3, as in ExitStatus.h.
     static int status_of(Verdict verdict) {
         switch (verdict) {
         case Verdict::kWhole:
@@ -338,8 +342,8 @@ class Repair {
     int status_ = kAllWhole;
 };
 
-int complain_of(const std::exception& e, int status) {
-    complain(reason_in_words(e));
+int complain_about(const std::exception& e, int status) {
+    complain(describe_error(e));
     return status;
 }
 
@@ -349,13 +353,13 @@ int run_repair(const RepairOptions& options, const fs::path& program, const IsRe
     try {
         return Repair(options, program, is_removable).run();
     } catch (const UsageError& e) {
-        return complain_of(e, kUsage);
+        return complain_about(e, kUsage);
     } catch (const ListError& e) {
-        return complain_of(e, kUsage);
+        return complain_about(e, kUsage);
     } catch (const Interrupted&) {
         return kInterrupted;
     } catch (const std::exception& e) {
-        return complain_of(e, kSomeNotDone);
+        return complain_about(e, kSomeNotDone);
     }
 }
 

@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
         }
         return status;
     } catch (const std::exception& e) {
-        host::complain(host::reason_in_words(e));
+        host::complain(host::describe_error(e));
         return host::kSomeNotDone;
     }
 }

@@ -40,7 +40,7 @@ std::size_t end_of_run(Bytes bytes, std::size_t first) {
     if (end == bytes.size() || bytes[end] != value) {
         return end;
     }
-    // A run equals itself moved on by one byte, and whole blocks are compared at once.
+    // A run equals itself shifted by one byte, so whole blocks can be compared.
     while (bytes.size() - end >= kStep &&
            std::memcmp(bytes.data() + end, bytes.data() + end - 1, kStep) == 0) {
         end += kStep;
@@ -85,15 +85,15 @@ std::uint64_t hash_of(Bytes text) {
     return hash ^ hash >> 32U;
 }
 
-/// The first appearances of the sectors of a file. It takes 16 MiB at most, and looks at few places for each
-/// sector: where many sectors share a hash, some are forgotten.
+/// The first occurrences of the sectors of a file. Takes at most 16 MiB, and probes few slots for each
+/// sector: if many sectors share a hash, some are not remembered.
 class FirstPlaces {
   public:
     explicit FirstPlaces(Bytes bytes)
         : bytes_(bytes),
           slots_(std::bit_ceil(std::clamp(2 * (bytes.size() / kSector), kProbes, kMostSlots)), kFree) {}
 
-    /// The sector's first appearance; that is the sector itself when it is new.
+    /// The sector's first occurrence; the sector itself if it is new.
     std::size_t of(std::size_t number) {
         const Bytes text = sector(bytes_, number);
         const std::uint64_t hash = hash_of(text);
@@ -119,7 +119,7 @@ class FirstPlaces {
     std::vector<std::uint32_t> slots_;
 };
 
-/// Counts how many sectors in a row are at one distance after their first appearance.
+/// Counts how many sectors in a row are at the same distance after their first occurrence.
 void add_copies(Bytes bytes, SpanList& copies) {
     const std::size_t count = bytes.size() / kSector;
     FirstPlaces first_places(bytes);
@@ -187,7 +187,7 @@ std::size_t length_of_noise(Bytes bytes) {
 
 } // namespace
 
-const char* in_words(SpanKind kind) {
+const char* describe(SpanKind kind) {
     switch (kind) {
     case SpanKind::kZero:
         return "zeros";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnose/DamagedSpans.h"
+#include "diagnose/JpegFinder.h"
 #include "diagnose/Landmarks.h"
 
 #include <cstdint>
@@ -11,43 +12,38 @@
 
 namespace plate_mend::host {
 
-/// A JPEG whose header is intact, down to its size. Its data were not looked at.
-struct JpegFound {
-    std::uint64_t offset = 0;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-};
-
-/// What is left of a damaged file, as far as it shows without a repair.
+/// What is left of a damaged file, as far as it is visible without a repair.
 struct Diagnosis {
     std::string path; ///< UTF-8.
     std::uint64_t size = 0;
-    std::optional<RawFormat> format; ///< By the extension; nothing when no repair knows it.
+    std::optional<RawFormat> format; ///< By the extension; nothing when no repair supports it.
     std::vector<DamagedSpan> spans;
     Landmarks landmarks;
     std::optional<double> image_spoilt; ///< Share of the image data in damaged spans or past the end, 0 to 1.
     std::vector<JpegFound> jpegs;       ///< The first 64 with a size.
-    std::optional<std::string> sample;  ///< Path of the sample, when one was given.
-    std::string sample_problem; ///< Why the sample will not do; empty when nothing is known against it.
-    std::string repair;         ///< What a repair with a sample is likely to give, in words.
-    std::string salvage;        ///< The same of a salvage.
+    std::optional<std::string> sample;  ///< Path of the sample, if there is one.
+    std::string sample_problem; ///< Why the sample cannot be used; empty when nothing speaks against it.
+    std::string repair;         ///< What a repair with a sample will probably achieve.
+    std::string salvage;        ///< The same for a salvage.
 };
 
-/// Looks at a file, and at a sample for what a repair takes from it. Writes nothing. Files of 2 GiB and more
-/// are refused, since no repair reads them. Takes linear time, and some 20 MiB of memory whatever the size:
-/// the files are mapped. Throws std::runtime_error with words for the user when a file cannot be read or
-/// memory runs out; they name the sample where it is at fault, and leave it to the caller to name the file.
+/// Examines a file, and a sample for what a repair takes from it. Writes nothing. Files of 2 GiB or more are
+/// refused, since no repair reads them. Takes linear time, and about 20 MiB of memory whatever the size: the
+/// files are mapped. Throws std::runtime_error with a message for the user when a file cannot be read or
+/// memory runs out; the message names the sample if it is at fault, but not the file, which the caller has to
+/// name.
 ///
-/// An access to a mapped file may end the process, when the file shrinks or its disk fails meanwhile. So this
-/// is best called in a worker.
+/// Access to a mapped file may end the process if the file shrinks or its disk fails meanwhile, so call this
+/// in a worker.
 [[nodiscard]] Diagnosis diagnose(const std::filesystem::path& file,
                                  const std::optional<std::filesystem::path>& sample = std::nullopt);
 
-/// For people: lines that end with a line break. Of many spans the longest are given. Throws as diagnose.
-[[nodiscard]] std::string in_words(const Diagnosis& diagnosis);
+/// For people: lines that end with a line break. Only the longest spans are included if there are many.
+/// Throws as diagnose.
+[[nodiscard]] std::string describe(const Diagnosis& diagnosis);
 
 /// For programs: one line of JSON, without the line break; docs/host-json.md describes it. Throws as
 /// diagnose.
-[[nodiscard]] std::string to_json(const Diagnosis& diagnosis);
+[[nodiscard]] std::string to_json_line(const Diagnosis& diagnosis);
 
 } // namespace plate_mend::host

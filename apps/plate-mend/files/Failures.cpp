@@ -11,16 +11,16 @@ namespace plate_mend::host {
 
 namespace {
 
-std::string reason_in_words(const std::error_code& reason) {
+std::string describe_error(const std::error_code& reason) {
     return platform::means_no_room(reason) ? "the disk is full" : reason.message();
 }
 
 } // namespace
 
-std::string reason_in_words(const std::exception& exception) {
+std::string describe_error(const std::exception& exception) {
     if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&exception)) {
         const std::string path = utf8_from(file->path1());
-        return (path.empty() ? "" : path + ": ") + reason_in_words(file->code());
+        return (path.empty() ? "" : path + ": ") + describe_error(file->code());
     }
     if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
         return "memory ran out";
@@ -31,7 +31,7 @@ std::string reason_in_words(const std::exception& exception) {
 }
 
 MachineFailure::MachineFailure(const std::string& what, const std::error_code& reason)
-    : std::runtime_error(what + ": " + reason_in_words(reason)), no_room_(platform::means_no_room(reason)) {}
+    : std::runtime_error(what + ": " + describe_error(reason)), no_room_(platform::means_no_room(reason)) {}
 
 void check_interruption() {
     if (platform::interrupted()) {

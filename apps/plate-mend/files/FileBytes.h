@@ -8,7 +8,7 @@
 
 namespace plate_mend::host {
 
-/// A file's bytes, read where they are wanted.
+/// Reads parts of a file.
 class FileBytes {
   public:
     /// A file that cannot be opened has size 0.
@@ -19,9 +19,9 @@ class FileBytes {
     /// Up to count bytes from an offset on; fewer where the file ends or cannot be read.
     [[nodiscard]] std::vector<unsigned char> read(std::uint64_t offset, std::size_t count);
 
-    /// Whether all that stands behind an offset only fills the file up, as recovery does to the end of a
-    /// sector or a cluster: zeros, up to 2 MiB of them, and a size that sectors fill. True when nothing
-    /// stands there.
+    /// Whether everything after an offset is only padding, which recovery adds up to the end of a sector or a
+    /// cluster: zeros, up to 2 MiB of them, in a file whose size is a multiple of a sector. True when nothing
+    /// is there.
     [[nodiscard]] bool only_slack_behind(std::uint64_t offset);
 
   private:

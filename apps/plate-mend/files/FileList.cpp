@@ -5,12 +5,8 @@
 #include "text/Paths.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iostream>
 #include <set>
 #include <system_error>
-
-#include <nlohmann/json.hpp>
 
 namespace plate_mend::host {
 
@@ -28,7 +24,7 @@ bool is_hidden(const fs::path& path) {
     return !name.empty() && name.native().front() == '.';
 }
 
-fs::path without_slash(const fs::path& path) {
+fs::path remove_slash(const fs::path& path) {
     return path.has_filename() ? path : path.parent_path();
 }
 
@@ -39,27 +35,27 @@ fs::path canonical_or_same(const fs::path& path) {
 }
 
 /// With the links on the way to the file or folder followed, but not the last one: that is its name.
-fs::path resolved(const fs::path& path) {
-    const fs::path whole = without_slash(path);
+fs::path resolve_folder(const fs::path& path) {
+    const fs::path whole = remove_slash(path);
     std::error_code error;
     const fs::path folder = fs::canonical(whole.parent_path(), error);
     return error ? whole : folder / whole.filename();
 }
 
-/// Whole, without dots. Only where the path climbs, links on its way decide where that leads.
-fs::path plain(const fs::path& path) {
+/// Absolute, without dots. Links on the way are followed only if the path contains "..".
+fs::path normalize(const fs::path& path) {
     std::error_code error;
     fs::path whole = fs::absolute(path, error);
     whole = error ? path : whole;
     if (std::find(whole.begin(), whole.end(), "..") != whole.end()) {
-        const fs::path last = without_slash(whole).filename();
-        whole = last == ".." || last == "." ? canonical_or_same(whole) : resolved(whole);
+        const fs::path last = remove_slash(whole).filename();
+        whole = last == ".." || last == "." ? canonical_or_same(whole) : resolve_folder(whole);
     }
-    return without_slash(whole.lexically_normal());
+    return remove_slash(whole.lexically_normal());
 }
 
 /// The path from a folder to what is in it. Empty when it is not in there.
-fs::path below(const fs::path& folder, const fs::path& path) {
+fs::path relative_below(const fs::path& folder, const fs::path& path) {
     const fs::path relative = path.lexically_relative(folder);
     return relative.empty() || *relative.begin() == ".." ? fs::path() : relative;
 }
@@ -81,7 +77,7 @@ class Selector {
     Selector(const std::vector<fs::path>& paths, const FileFilter& filter)
         : filter_(filter), extensions_(filter.extensions.empty() ? raw_extensions() : filter.extensions),
           left_out_(filter.left_out.empty() ? "" : platform::name_key(filter.left_out)),
-          root_(filter.root.empty() ? common_root(paths) : plain(filter.root)),
+          root_(filter.root.empty() ? common_root(paths) : normalize(filter.root)),
           resolved_root_(canonical_or_same(root_)) {}
 
     FileSelection run(const std::vector<fs::path>& paths) {
@@ -101,7 +97,7 @@ class Selector {
         fs::path root;
         for (const fs::path& path : paths) {
             std::error_code none;
-            const fs::path whole = plain(path);
+            const fs::path whole = normalize(path);
             const fs::path folder = fs::is_directory(path, none) ? whole : whole.parent_path();
             root = &path == &paths.front() ? folder : common_part(root, folder);
         }
@@ -110,12 +106,12 @@ class Selector {
 
     void add(const fs::path& path) {
         if (!seen_.insert(platform::name_key(path)).second) {
-            selection_.notes.push_back(utf8_from(path) + ": was named more than once; it is taken once");
+            selection_.notes.push_back(utf8_from(path) + ": is named more than once; it is used once");
             return;
         }
-        const fs::path place = place_of(path);
-        if (!place.empty()) {
-            selection_.files.push_back({path, place, ""});
+        const fs::path below = path_below_root(path);
+        if (!below.empty()) {
+            selection_.files.push_back({path, below, ""});
         } else if (filter_.root.empty()) { // Nothing in common: other drives.
             selection_.files.push_back({path, path.filename(), ""});
         } else {
@@ -125,9 +121,10 @@ class Selector {
     }
 
     /// Below the root, as the paths are written or where links lead; empty when it is not there.
-    [[nodiscard]] fs::path place_of(const fs::path& path) const {
-        const fs::path as_written = below(root_, plain(path));
-        return as_written.empty() ? below(resolved_root_, resolved(plain(path))) : as_written;
+    [[nodiscard]] fs::path path_below_root(const fs::path& path) const {
+        const fs::path as_written = relative_below(root_, normalize(path));
+        return as_written.empty() ? relative_below(resolved_root_, resolve_folder(normalize(path)))
+                                  : as_written;
     }
 
     [[nodiscard]] bool is_left_out(const fs::path& folder) const {
@@ -142,7 +139,7 @@ class Selector {
     void add_folder(const fs::path& folder) {
         if (is_left_out(folder)) {
             selection_.notes.push_back(utf8_from(folder) +
-                                       ": is the folder of results; its files are no inputs");
+                                       ": is the folder of results; its files are not inputs");
             return;
         }
         std::vector<fs::path> files;
@@ -194,49 +191,10 @@ class Selector {
     FileSelection selection_;
 };
 
-/// {"path": "..."} or {"damaged": {"path": "..."}}; the line itself when it is neither.
-fs::path path_in(const std::string& line) {
-    if (line.front() != '{') {
-        return path_from(line);
-    }
-    const auto object = nlohmann::json::parse(line, nullptr, false);
-    if (!object.is_object()) {
-        return path_from(line);
-    }
-    const auto& holder = object.contains("damaged") ? object["damaged"] : object;
-    const auto path = holder.is_object() ? holder.find("path") : holder.end();
-    return path != holder.end() && path->is_string() ? path_from(unescaped_name(path->get<std::string>()))
-                                                     : path_from(line);
-}
-
-std::vector<fs::path> paths_from(std::istream& lines) {
-    std::vector<fs::path> paths;
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        if (!line.empty()) {
-            paths.push_back(path_in(line));
-        }
-    }
-    return paths;
-}
-
 } // namespace
 
 FileSelection files_in(const std::vector<fs::path>& paths, const FileFilter& filter) {
     return Selector(paths, filter).run(paths);
-}
-
-std::vector<fs::path> paths_from_list(const std::string& list) {
-    if (list == "-") {
-        return paths_from(std::cin);
-    }
-    std::ifstream file(path_from(list), std::ios::binary);
-    if (!file) {
-        throw ListError(list + ": cannot be read");
-    }
-    return paths_from(file);
 }
 
 } // namespace plate_mend::host

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -10,20 +9,15 @@ namespace plate_mend::host {
 /// A damaged file of a batch.
 struct Input {
     std::filesystem::path path;
-    std::filesystem::path below; ///< Its place below the root of the run, for its result's place.
-    std::string problem;         ///< Why it cannot be worked on; empty for most.
+    std::filesystem::path below; ///< Its path relative to the root of the run, for its result's path.
+    std::string problem;         ///< Why it cannot be repaired; usually empty.
 };
 
-/// A list of files cannot be read. what() says which and why.
-class ListError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-/// Which files are taken, and where their results' places are reckoned from.
+/// Which files are taken, and which root their results' paths are relative to.
 struct FileFilter {
     std::vector<std::string> extensions; ///< Lower case, without dots. Empty: those of an advanced repair.
     std::filesystem::path root;          ///< Empty: the folder that all paths have in common.
-    std::filesystem::path left_out;      ///< A folder whose files are no inputs; empty: none.
+    std::filesystem::path left_out;      ///< A folder whose files are not inputs; empty: none.
 };
 
 /// The files of a run.
@@ -33,16 +27,11 @@ struct FileSelection {
     std::vector<std::string> problems; ///< Folders that cannot be read.
 };
 
-/// Files that were named as they are, and all files of folders, at any depth, sorted by their path. Links to
-/// folders are not followed. Left out in folders: what the filter does not take, hidden folders, and what
-/// this program made (NAME.repaired.EXT, NAME.salvaged.jpg). A file that was named twice is taken once. A
-/// path at which nothing is stays in the list, for the report; a file outside the root has its problem told.
+/// The files that were named, and all files of folders, at any depth, sorted by path. Links to folders are
+/// not followed. In folders, files that the filter excludes, hidden folders and results of this program
+/// (NAME.repaired.EXT, NAME.salvaged.jpg) are left out. A file that was named twice is taken once. A path at
+/// which nothing exists stays in the list, for the report; a file outside the root gets a problem.
 [[nodiscard]] FileSelection files_in(const std::vector<std::filesystem::path>& paths,
                                      const FileFilter& filter);
-
-/// The paths in a list: one per line, or one JSON object per line with a member "path", or a record of a
-/// former run. A line that begins with a brace and is no such object is a path. "-" is the standard input.
-/// Throws ListError.
-[[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list);
 
 } // namespace plate_mend::host

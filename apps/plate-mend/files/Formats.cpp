@@ -1,6 +1,7 @@
 #include "files/Formats.h"
 
 #include "files/SafeOutput.h"
+#include "text/Paths.h"
 
 #include <algorithm>
 #include <array>

@@ -9,16 +9,16 @@ namespace plate_mend::host {
 
 enum class RawFormat { kArw, kSr2, kRaf, kOrf, kDng, kCr2, kNef, kCr3 };
 
-/// "ARW" and its like.
+/// "ARW" and so on.
 [[nodiscard]] const char* name_of(RawFormat format);
 
-/// The extensions of photographs that an advanced repair takes, in lower case without a dot.
+/// The extensions that an advanced repair accepts, in lower case without the dot.
 [[nodiscard]] const std::vector<std::string>& raw_extensions();
 
 /// A path's extension, ASCII letters in lower case, without the dot.
 [[nodiscard]] std::string extension_of(const std::filesystem::path& path);
 
-/// The format by the extension, in any case; nothing for a file that no advanced repair takes.
+/// The format by the extension, in any case; nothing for one that no advanced repair accepts.
 [[nodiscard]] std::optional<RawFormat> format_of(const std::filesystem::path& path);
 
 } // namespace plate_mend::host

@@ -10,7 +10,7 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Nothing, too, for what cannot be looked at: no result can be written there either.
+/// Also nothing for what cannot be examined: no result can be written there either.
 std::optional<std::pair<std::uint64_t, std::uint64_t>> identity_of(const std::filesystem::path& path) {
     try {
         const auto stamp = platform::stamp_of(path);

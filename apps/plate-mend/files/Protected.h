@@ -12,7 +12,7 @@ namespace plate_mend::host {
 /// run. Filled first; asked afterwards by any number of threads.
 class Protected {
   public:
-    /// A file that is not there is protected by its name.
+    /// A missing file is protected by its name.
     void add(const std::filesystem::path& file);
 
     /// Whether the path leads to one of the files, by its name or through links of any kind.

@@ -1,6 +1,8 @@
 #include "files/SafeOutput.h"
 
 #include "files/Failures.h"
+#include "platform/Files.h"
+#include "text/Paths.h"
 #include "text/Text.h"
 
 #include <chrono>
@@ -18,7 +20,7 @@ constexpr std::string_view kPrivate = ".plate-mend-";
 constexpr const char* kLock = "lock";
 constexpr const char* kGrowing = "growing";
 
-/// A name beside a path that nobody guesses.
+/// A name in a folder that cannot be guessed.
 fs::path private_name(const fs::path& folder) {
     std::random_device random;
     return folder / (std::string(kPrivate) + std::to_string(random()) + std::to_string(random()));
@@ -36,18 +38,18 @@ void move(const fs::path& from, const fs::path& to, bool force) {
     }
 }
 
-/// To another file system: under a private name there, and from there on as everywhere.
-void copy_over(const fs::path& made, const fs::path& output, bool force) {
+/// To another file system: first under a private name there.
+void copy_over(const fs::path& file, const fs::path& output, bool force) {
     const PrivateFolder beside(folder_of(output));
     const fs::path copy = beside.path() / kGrowing;
-    fs::copy_file(made, copy);
+    fs::copy_file(file, copy);
     platform::sync_file(copy);
     move(copy, output, force);
 }
 
 [[noreturn]] void fail_to_deliver(const fs::path& output, const std::error_code& reason) {
     if (reason == std::errc::file_exists || reason == std::errc::is_a_directory) {
-        throw MachineFailure(failure_at(output, "was made by somebody else meanwhile, and stays"));
+        throw MachineFailure(failure_at(output, "has been created by another program meanwhile, and stays"));
     }
     throw MachineFailure(failure_at(output, "cannot be written"), reason);
 }
@@ -67,14 +69,14 @@ bool is_stale(const fs::directory_entry& entry) {
     if (!has_private_name(entry) || entry.is_symlink(none)) {
         return false;
     }
-    if (entry.is_regular_file(none)) { // A report that was never published. One at work grows with each file.
+    if (entry.is_regular_file(none)) { // A report that was never published. One in use grows with each file.
         return is_older_than(entry, std::chrono::hours(24));
     }
     if (!entry.is_directory(none)) {
         return false;
     }
     if (!platform::is_taken(entry.path() / kLock)) {
-        // Perhaps its maker is about to lock it. With anything in it, it is somebody else's.
+        // Its owner may be about to lock it. If anything is in it, it is not ours.
         return fs::is_empty(entry.path()) && is_older_than(entry, std::chrono::hours(1));
     }
     return platform::Lock::take(entry.path() / kLock).has_value();
@@ -104,14 +106,14 @@ std::optional<std::string> refuse_output(const fs::path& output, const Protected
             return failure_at(output, "the output is a folder; name a file");
         }
         if (stamp && !stamp->regular) {
-            return failure_at(output, "the output is no ordinary file; name another");
+            return failure_at(output, "the output is not an ordinary file; name another");
         }
         if (!force && platform::is_taken(output)) {
             return failure_at(output, "exists already; --force replaces it");
         }
         return std::nullopt;
     } catch (const std::system_error& e) {
-        throw MachineFailure(failure_at(output, "cannot be looked at"), e.code());
+        throw MachineFailure(failure_at(output, "cannot be examined"), e.code());
     }
 }
 
@@ -125,7 +127,7 @@ PrivateFolder::PrivateFolder(const fs::path& parent) {
     } catch (const std::system_error& e) {
         std::error_code ignored;
         fs::remove_all(path_, ignored);
-        throw MachineFailure(failure_at(parent, "no working folder can be made there"), e.code());
+        throw MachineFailure(failure_at(parent, "no working folder can be created there"), e.code());
     }
 }
 
@@ -144,7 +146,7 @@ void clear_stale_folders(const fs::path& parent) {
                 fs::remove_all(entry->path());
             }
         } catch (const std::system_error&) {
-            continue; // It stays, and harms nobody.
+            continue; // It stays, and does no harm.
         }
     }
 }
@@ -153,23 +155,23 @@ void make_folders(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
     if (error) {
-        throw MachineFailure(failure_at(folder, "the folder cannot be made"), error);
+        throw MachineFailure(failure_at(folder, "the folder cannot be created"), error);
     }
 }
 
-void deliver(const fs::path& made, const fs::path& output, const Protected& inputs, bool force) {
+void deliver(const fs::path& file, const fs::path& output, const Protected& inputs, bool force) {
     if (const auto refusal = refuse_output(output, inputs, true)) {
         throw MachineFailure(*refusal);
     }
     try {
-        platform::sync_file(made);
+        platform::sync_file(file);
         try {
-            move(made, output, force);
+            move(file, output, force);
         } catch (const std::system_error& e) {
             if (e.code() != std::errc::cross_device_link) {
                 throw;
             }
-            copy_over(made, output, force);
+            copy_over(file, output, force);
         }
         platform::sync_folder(folder_of(output));
     } catch (const std::system_error& e) {

@@ -2,7 +2,6 @@
 
 #include "files/Protected.h"
 #include "platform/Files.h"
-#include "text/Paths.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -11,26 +10,26 @@
 #include <string>
 #include <string_view>
 
-// One rule for everything that the program writes: it is made under a private name that nobody else has, and
-// takes its own name in one step. An input or a sample is never replaced, whatever the way to it, and an
-// existing file only when the user allows it.
+// One rule for everything that the program writes: it is written under a private name, and gets its own name
+// in one step. An input or a sample is never replaced, by whatever path it is reached, and an existing file
+// only when the user allows it.
 //
-// The library removes whatever is at its output path, even a folder, before it looks at its inputs. So it
-// works in a private folder as well.
+// Warning: the library first deletes whatever is at the output path, even a folder. So it works in a private
+// folder as well.
 
 namespace plate_mend::host {
 
-/// Why an output must not be written, in words for the user; nothing when it may. What is protected and what
-/// is no ordinary file are refused always, an existing file unless forced. Throws MachineFailure when the
-/// place cannot be looked at.
+/// Why an output must not be written, for the user; nothing when it may. Protected files and anything that is
+/// not an ordinary file are always refused, other existing files unless forced. Throws MachineFailure when
+/// the path cannot be examined.
 [[nodiscard]] std::optional<std::string> refuse_output(const std::filesystem::path& output,
                                                        const Protected& inputs, bool force);
 
-/// A folder of a random name in another one, removed with all its contents. Nobody else uses it, and other
-/// runs leave it alone as long as this process lives.
+/// A folder with a random name inside another one, removed with its contents when the object is destroyed.
+/// Other runs leave it alone as long as this process lives.
 class PrivateFolder {
   public:
-    /// Makes it. Throws MachineFailure when it cannot be made.
+    /// Creates the folder. Throws MachineFailure.
     explicit PrivateFolder(const std::filesystem::path& parent);
     PrivateFolder(const PrivateFolder&) = delete;
     PrivateFolder& operator=(const PrivateFolder&) = delete;
@@ -43,33 +42,33 @@ class PrivateFolder {
     std::optional<platform::Lock> lock_;
 };
 
-/// The folder in which a file is: absolute, also for a name alone.
+/// The folder of a file, as an absolute path.
 [[nodiscard]] std::filesystem::path folder_of(const std::filesystem::path& file);
 
-/// Removes private folders, and private files of more than a day ago, that runs which are gone left in a
-/// folder, and nothing else, however it is named. Never throws: what cannot be removed stays.
+/// Removes private folders, and private files older than a day, that earlier runs left in a folder; nothing
+/// else, whatever its name. Never throws: what cannot be removed stays.
 void clear_stale_folders(const std::filesystem::path& parent);
 
-/// Makes folders as far as they are missing. Throws MachineFailure.
+/// Creates a folder and those above it, if missing. Throws MachineFailure.
 void make_folders(const std::filesystem::path& folder);
 
-/// Moves a finished file to its place in one step, after its bytes have reached the disk; copies it where
-/// that place is on another file system. Throws MachineFailure, also when something is there by now and may
-/// not be replaced: that stays.
-void deliver(const std::filesystem::path& made, const std::filesystem::path& output, const Protected& inputs,
+/// Moves a finished file to its path in one step, after its bytes have reached the disk; copies it if that
+/// path is on another file system. Throws MachineFailure, also when the path has been taken meanwhile and may
+/// not be replaced: that file stays.
+void deliver(const std::filesystem::path& file, const std::filesystem::path& output, const Protected& inputs,
              bool force);
 
-/// A path that a worker can open: the file's own where that is UTF-8, as the library wants it; else a link to
-/// it in a private folder, or a copy where the file system has no links. Throws std::system_error.
+/// A path that a worker can open: the file's own if it is UTF-8, which the library requires; otherwise a link
+/// to it in a private folder, or a copy if the file system has no links. Throws std::system_error.
 [[nodiscard]] std::filesystem::path reachable_name(const std::filesystem::path& file,
                                                    const std::filesystem::path& folder,
                                                    const std::string& name);
 
-/// A file that grows in view of others, such as a report, or that appears when it is complete.
+/// A file that others can read while it grows, such as a report, or that appears when it is complete.
 class OutputFile {
   public:
-    /// Begins a file in a private folder beside its own place. `replace` says whether publish() may replace
-    /// an existing file. Throws MachineFailure.
+    /// Starts a file in a private folder beside its own path. `replace` says whether publish() may replace an
+    /// existing file. Throws MachineFailure.
     OutputFile(std::filesystem::path path, bool replace);
     OutputFile(OutputFile&& other) noexcept;
     OutputFile& operator=(OutputFile&&) = delete;
@@ -82,8 +81,8 @@ class OutputFile {
     void write(std::string_view text);
     /// Overwrites what was written before. Throws MachineFailure.
     void write_at(std::uint64_t offset, std::string_view text);
-    /// Gives the file its own name; it may be written to afterwards. Throws MachineFailure when something
-    /// appeared there and may not be replaced: that stays, and this file goes with the object.
+    /// Gives the file its own name; it may still be written to. Throws MachineFailure when that name has been
+    /// taken meanwhile and may not be replaced: that file stays, and this one is removed with the object.
     void publish();
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }

@@ -7,7 +7,7 @@
 
 namespace plate_mend::host {
 
-/// A SHA-256 sum in the making.
+/// Computes a SHA-256 sum.
 class Sha256 {
   public:
     Sha256();
@@ -18,7 +18,7 @@ class Sha256 {
     /// Adds data[0..count-1].
     void add(const unsigned char* data, std::size_t count);
 
-    /// The sum of what was added: 64 lower-case hexadecimal digits. Starts anew.
+    /// The sum of what was added: 64 lower-case hexadecimal digits. Starts over.
     [[nodiscard]] std::string hexadecimal();
 
   private:

@@ -18,7 +18,7 @@ constexpr std::size_t kPiece = std::size_t{1} << 20U;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kSector = 512;
 
-/// The passage over one file.
+/// Copies one file.
 class Copier {
   public:
     Copier(const fs::path& from, const fs::path& to)
@@ -60,8 +60,8 @@ class Copier {
         }
     }
 
-    /// Reads data[0..count-1]; where that fails, in parts of the next smaller size, down to a sector. What
-    /// the file has lost meanwhile at its end reads as zeros that cannot be read.
+    /// Reads data[0..count-1]; where that fails, in parts of the next smaller size, down to a sector. If the
+    /// file has become shorter meanwhile, the rest counts as unreadable.
     void read(std::uint64_t offset, unsigned char* data, std::size_t count, std::size_t unit) {
         try {
             const std::size_t there = source_.read(offset, data, count);

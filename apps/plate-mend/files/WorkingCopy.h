@@ -7,25 +7,25 @@
 
 namespace plate_mend::host {
 
-/// Bytes of a file that the medium does not give back.
+/// Bytes of a file that cannot be read.
 struct UnreadableSpan {
     std::uint64_t offset = 0;
     std::uint64_t size = 0;
 };
 
-/// What was read of a file while it was copied.
+/// What was learned about a file while it was copied.
 struct CopiedFile {
     std::uint64_t size = 0;                 ///< Bytes of the file.
-    std::uint64_t end_of_data = 0;          ///< Nothing but zeros is at this offset and after it.
+    std::uint64_t end_of_data = 0;          ///< From this offset on there are only zeros.
     std::int64_t modified = 0;              ///< When its bytes changed, before the first was read.
-    std::int64_t changed = 0;               ///< When anything of it changed, likewise.
-    std::string sha256;                     ///< With zeros for what cannot be read.
-    std::vector<UnreadableSpan> unreadable; ///< In their order, none next to another.
+    std::int64_t changed = 0;               ///< When anything about it changed, likewise.
+    std::string sha256;                     ///< With zeros in place of what cannot be read.
+    std::vector<UnreadableSpan> unreadable; ///< In order, none adjacent to another.
 };
 
-/// Copies a file to a new one and computes its sum, in one pass over a medium that may be dying: of what
-/// cannot be read, only the sectors concerned (512 bytes) become zeros. The copy ends where nothing but zeros
-/// follows; whoever wants them makes it longer. The file itself is only read.
+/// Copies a file to a new one and computes its sum, in one pass, since the medium may be dying. Sectors of
+/// 512 bytes that cannot be read become zeros. The copy ends where only zeros follow; a caller that needs
+/// them lengthens it. The file itself is only read.
 ///
 /// Throws Interrupted, and MachineFailure when the file does not open, none of it can be read, or the copy
 /// cannot be written.

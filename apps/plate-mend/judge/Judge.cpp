@@ -8,7 +8,7 @@
 #include "judge/PixelSigns.h"
 #include "judge/Promise.h"
 #include "judge/RawDecoder.h"
-#include "report/Words.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <optional>

@@ -3,7 +3,7 @@
 #include "files/FileBytes.h"
 #include "files/Formats.h"
 #include "judge/Cr3Tables.h"
-#include "report/Words.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <optional>

@@ -2,7 +2,7 @@
 
 #include "files/FileBytes.h"
 #include "files/Formats.h"
-#include "report/Words.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <optional>

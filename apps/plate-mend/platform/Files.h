@@ -7,14 +7,13 @@
 #include <optional>
 #include <system_error>
 
-// What the program asks of files beyond the standard library: who a file is, files that are made and never
-// overwritten, moves that replace nothing, reads that report which bytes cannot be read, and locks.
-// All take paths of any length that the system can handle. Errors are std::system_error with the code of the
-// system.
+// What the standard library does not offer for files: identity, files that are created and never overwritten,
+// moves that replace nothing, reads that report which bytes cannot be read, and locks. All take paths of any
+// length that the system can handle. Errors are std::system_error with the code of the system.
 
 namespace plate_mend::host::platform {
 
-/// Who a file is, and when it changed.
+/// Identity, size and times of a file.
 struct FileStamp {
     std::uint64_t volume = 0; ///< With `index` the same for two names of one file.
     std::uint64_t index = 0;
@@ -56,8 +55,8 @@ class SourceFile {
     std::unique_ptr<State> state_;
 };
 
-/// A file that this program makes: exclusively, through no link, readable and writable for its owner and for
-/// others as the user's settings allow. The file stays when the object goes.
+/// A file that this program creates: exclusively, through no link, with the permissions that the user's
+/// settings allow. The file stays when the object is destroyed.
 class NewFile {
   public:
     /// Throws std::system_error; std::errc::file_exists when anything has this name.
@@ -102,25 +101,25 @@ void move_new(const std::filesystem::path& from, const std::filesystem::path& to
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to);
 
 /// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason,
-/// such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a file of its own,
-/// which does not stay. Never throws and never ends the process.
+/// such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a temporary file.
+/// Never throws and never ends the process.
 [[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
 
 /// Whether a limit of this process keeps files from becoming so long. False on Windows, which has none.
 [[nodiscard]] bool exceeds_largest_file(std::uint64_t bytes);
 
-/// Whether an error speaks of a full disk, a used-up quota or a limit on the sizes of files.
+/// Whether an error means a full disk, an exhausted quota or a limit on file sizes.
 [[nodiscard]] bool means_no_room(const std::error_code& error);
 
-/// Whether an error speaks of bytes that a medium does not give back, such as those of a bad sector.
+/// Whether an error means bytes that cannot be read from a medium, such as a bad sector.
 [[nodiscard]] bool means_unreadable(const std::error_code& error);
 
-/// A lock that one process at a time holds, until the object or the process is gone, however it ends. It is
-/// not handed down to processes that this one starts.
+/// A lock that one process at a time holds, until the object is destroyed or the process ends in any way.
+/// Processes that this one starts do not inherit it.
 class Lock {
   public:
-    /// Takes the lock of that name, a file, which is made where it is missing. Nothing when another process,
-    /// or another object of this one, holds it. Throws std::system_error when it cannot be made or opened; a
+    /// Takes the lock with this name, a file, which is created if missing. Nothing when another process, or
+    /// another object of this one, holds it. Throws std::system_error when it cannot be created or opened; a
     /// link is not followed.
     [[nodiscard]] static std::optional<Lock> take(const std::filesystem::path& file);
     Lock(Lock&& other) noexcept;
@@ -135,8 +134,8 @@ class Lock {
     std::unique_ptr<State> state_;
 };
 
-/// Whether a path lies on a medium that people take out: a memory card, a USB stick, a disc. For a path that
-/// does not exist its nearest existing folder decides. False where that cannot be found out.
+/// Whether a path is on a removable medium: a memory card, a USB stick, a disc. For a path that does not
+/// exist, its nearest existing folder decides. False if that is unknown.
 [[nodiscard]] bool is_removable(const std::filesystem::path& path);
 
 } // namespace plate_mend::host::platform

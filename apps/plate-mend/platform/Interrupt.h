@@ -2,11 +2,11 @@
 
 namespace plate_mend::host::platform {
 
-/// From now on Ctrl-C, and what else asks a program to end, is remembered and does not end it. What was
-/// remembered before is forgotten.
+/// From now on Ctrl-C, and other requests to end, are remembered and do not end the program. Earlier requests
+/// are forgotten.
 void remember_interrupts();
 
-/// Whether somebody asked this program to end.
+/// Whether this program has been asked to end.
 [[nodiscard]] bool interrupted();
 
 } // namespace plate_mend::host::platform

@@ -17,8 +17,8 @@ enum class MapResult {
     kFailed,    ///< Any other refusal of the system.
 };
 
-/// A regular file mapped whole for reading. The bytes live as long as the object, and take no private memory.
-/// When the file shrinks meanwhile, or its disk fails, an access ends the process: look at the bytes in a
+/// A regular file, completely mapped for reading. The bytes live as long as the object, and take no private
+/// memory. If the file shrinks meanwhile, or its disk fails, an access ends the process: read the bytes in a
 /// worker.
 class MappedFile {
   public:

@@ -12,9 +12,9 @@ namespace plate_mend::host::platform {
 
 /// How a process ended.
 struct Ending {
-    int status = 0;      ///< What it gave, when it ended by itself.
-    std::string crashed; ///< What ended it otherwise, in words; empty when it ended by itself.
-    /// It was ended in the way in which systems end processes when memory runs out.
+    int status = 0;      ///< Its exit status, if it ended by itself.
+    std::string crashed; ///< What ended it otherwise; empty if it ended by itself.
+    /// It was ended the way systems end processes when memory runs out.
     bool by_system = false;
 };
 
@@ -23,15 +23,15 @@ struct Ending {
 /// beyond the limit on sizes ends it, whatever this program does about them.
 class Process {
   public:
-    /// Starts the program with arguments in the form that bytes_of gives paths. Throws std::system_error when
-    /// it does not start.
+    /// Starts the program with arguments in the form that bytes_of returns for paths. Throws
+    /// std::system_error when it does not start.
     Process(const std::filesystem::path& program, const std::vector<std::string>& arguments);
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
-    /// Kills what still runs, with what that started, and waits until it is gone.
+    /// Kills the process, if it still runs, and what it started, and waits until it has ended.
     ~Process();
 
-    /// Waits for the end, at most so long. Nothing when it still runs then.
+    /// Waits for the process to end, at most this long. Nothing if it still runs then.
     [[nodiscard]] std::optional<Ending> wait(std::chrono::milliseconds time);
 
   private:

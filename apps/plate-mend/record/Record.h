@@ -8,19 +8,19 @@
 #include <string>
 #include <vector>
 
-// What became of one damaged file: the one thing that reports are made of. Paths are bytes, as Paths.h has
-// them; sizes are in bytes.
+// The result for one damaged file, from which all reports are made. Paths are bytes, as in text/Paths.h;
+// sizes are in bytes.
 
 namespace plate_mend::host {
 
-/// What a person has in the end. An independent decode decides, never a code alone.
+/// What the user gets. An independent decode decides, never a code alone.
 enum class Verdict {
     kWhole,       ///< The RAW photograph decodes without a sign of damage.
     kIntact,      ///< The input itself decodes without a sign of damage. It was left alone.
-    kPartial,     ///< The RAW photograph decodes, but not all of it is the picture.
+    kPartial,     ///< The RAW photograph decodes, but part of the picture is lost.
     kPreviewOnly, ///< No RAW photograph, but a JPEG that was inside the damaged file.
     kNotRepaired, ///< Nothing could be delivered.
-    kNotDone,     ///< The machine or a refusal was in the way; nothing is known of the photograph.
+    kNotDone,     ///< The machine or a refusal prevented it; nothing is known about the photograph.
 };
 
 inline constexpr std::array kVerdicts = {Verdict::kWhole,       Verdict::kIntact,      Verdict::kPartial,
@@ -29,36 +29,36 @@ inline constexpr std::array kVerdicts = {Verdict::kWhole,       Verdict::kIntact
 /// "whole", "intact", "partial", "preview only", "not repaired", "not done": in reports, messages and JSON.
 [[nodiscard]] const char* name_of(Verdict verdict);
 
-/// The verdict of that name; nothing for another text.
+/// The verdict with this name; nothing for any other text.
 [[nodiscard]] std::optional<Verdict> verdict_named(const std::string& name);
 
-/// A file as it is on the disk.
+/// A file on the disk.
 struct FileIdentity {
     std::string path; ///< As it was given; its bytes need not be UTF-8.
     std::uint64_t size = 0;
     std::string sha256;        ///< 64 lower-case hexadecimal digits; empty when it was not computed.
     std::int64_t modified = 0; ///< When its bytes changed, as FileStamp has it; 0: unknown. Not in reports.
-    std::int64_t changed = 0;  ///< When anything of it changed, likewise.
+    std::int64_t changed = 0;  ///< When anything about it changed, likewise.
 };
 
-/// What an independent decode of a RAW file told.
+/// What an independent decode of a RAW file showed.
 struct Judgement {
     bool decodes = false;    ///< LibRaw opens and unpacks it.
-    std::uint32_t width = 0; ///< Of the picture as it is shown, upright, in pixels.
+    std::uint32_t width = 0; ///< Of the upright picture, in pixels.
     std::uint32_t height = 0;
     std::uint32_t data_errors = 0; ///< As LibRaw counts them.
     std::optional<double>
         rows_good; ///< Share of rows without a sign of damage, 0 to 1; nothing when unknown.
-    std::vector<std::string> findings; ///< Each sign of damage, in words. None: the picture is whole.
-    std::string camera;                ///< Maker and model as LibRaw tells them; may be empty.
+    std::vector<std::string> findings; ///< Each sign of damage. None: the picture is whole.
+    std::string camera;                ///< Maker and model according to LibRaw; may be empty.
     std::string taken;                 ///< The date in the file, "2026-05-01 12:30:00"; may be empty.
 };
 
 /// One sample that was tried, or was set aside.
 struct Attempt {
     std::string sample;
-    std::string why;                  ///< Why the sample stands at this place of the list, in words.
-    std::optional<std::int32_t> code; ///< Of the advanced repair; nothing when it gave none.
+    std::string why;                  ///< Why the sample has this rank.
+    std::optional<std::int32_t> code; ///< Of the advanced repair; nothing when it returned none.
     std::string problem;      ///< Why there was no code: an exception, a crash, the time limit. May be empty.
     Judgement judgement;      ///< Of the result; all empty unless the code is 0.
     bool taken = false;       ///< The delivered RAW photograph was made with this sample.
@@ -70,8 +70,9 @@ struct Attempt {
 
 /// The general repair's part.
 struct SalvagedPicture {
-    std::optional<std::int32_t> code; ///< Of the general repair; nothing when it was not run or gave none.
-    std::string problem;              ///< As in Attempt.
+    std::optional<std::int32_t>
+        code;            ///< Of the general repair; nothing when it was not run or returned none.
+    std::string problem; ///< As in Attempt.
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint64_t blocks = 0;         ///< Of the picture.
@@ -82,12 +83,12 @@ struct SalvagedPicture {
     std::uint32_t warnings = 0;                ///< Bits of StillMendReport.
 };
 
-/// What became of one damaged file.
+/// The result for one damaged file.
 struct Record {
     FileIdentity damaged;
     Verdict verdict = Verdict::kNotRepaired;
-    std::string problem; ///< Why nothing was even tried, or why it is not done. May be empty.
-    std::vector<UnreadableSpan> unreadable; ///< Of the damaged file; zeros were taken in their place.
+    std::string problem; ///< Why nothing was tried, or why the file is not done. May be empty.
+    std::vector<UnreadableSpan> unreadable; ///< In the damaged file; replaced by zeros.
     std::uint64_t zeros_left_out = 0; ///< At the end of the damaged file, longer than any photograph here.
     std::vector<Attempt> attempts;    ///< In the order they were tried.
     SalvagedPicture salvage;

@@ -1,13 +1,15 @@
 #include "record/RunRecord.h"
 
 #include "files/Failures.h"
+#include "files/InputFile.h"
 #include "files/Sha256.h"
+#include "platform/Files.h"
 #include "platform/Names.h"
-#include "record/JsonFields.h"
+#include "record/RecordJson.h"
+#include "text/Paths.h"
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -23,30 +25,30 @@ constexpr const char* kRuns = ".plate-mend";
 constexpr const char* kLines = "records.jsonl";
 constexpr const char* kPictures = "pictures";
 
-/// With its whole path: the run that goes on may be started elsewhere.
+/// With its absolute path: the next run may be started elsewhere.
 Json to_json(const FileIdentity& file) {
-    return {{"path", escaped_name(utf8_from(fs::absolute(path_from(file.path))))},
-            {"size", file.size},
-            {"sha256", file.sha256},
-            {"modified", file.modified},
-            {"changed", file.changed}};
+    return Json::object({{"path", escaped_name(utf8_from(fs::absolute(path_from(file.path))))},
+                         {"size", file.size},
+                         {"sha256", file.sha256},
+                         {"modified", file.modified},
+                         {"changed", file.changed}});
 }
 
-Json file_or_null(const std::optional<FileIdentity>& file) {
-    return file ? to_json(*file) : Json(nullptr);
+Json to_json(const std::optional<FileIdentity>& file) {
+    return file ? to_json(*file) : Json();
 }
 
 std::optional<FileIdentity> file_from(const Json& json) {
     if (json.is_null()) {
         return std::nullopt;
     }
-    return FileIdentity{unescaped_name(json.at("path").get<std::string>()),
-                        integer_in<std::uint64_t>(json, "size"), text_in(json, "sha256"),
-                        integer_in<std::int64_t>(json, "modified"),
-                        integer_in<std::int64_t>(json, "changed")};
+    return FileIdentity{unescaped_name(json.required_text("path")),
+                        json.integer<std::uint64_t>("size").value_or(0), json.text("sha256"),
+                        json.integer<std::int64_t>("modified").value_or(0),
+                        json.integer<std::int64_t>("changed").value_or(0)};
 }
 
-/// Whether the file is as it was. Times decide where they are the same; else its bytes do.
+/// Whether the file is unchanged: by its times if they are the same, otherwise by its bytes.
 bool is_unchanged(const FileIdentity& file) {
     const fs::path path = path_from(file.path);
     try {
@@ -63,7 +65,7 @@ bool is_unchanged(const FileIdentity& file) {
     }
 }
 
-/// Whether a record speaks of a finished file, and of the results that its verdict promises.
+/// Whether a record is one of a finished file, with the results that its verdict requires.
 bool is_final(const Record& record) {
     switch (record.verdict) {
     case Verdict::kWhole:
@@ -90,12 +92,7 @@ bool is_there(const std::optional<FileIdentity>& file, const std::string& key) {
     return file && platform::name_key(path_from(file->path)) == key && is_unchanged(*file);
 }
 
-std::string bytes_of_file(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// The name of an input's picture: as long for any input, and fit for any file system.
+/// The name of an input's picture, valid on any file system.
 std::string picture_name(const std::string& key) {
     constexpr std::size_t kDigits = 32;
     Sha256 sum;
@@ -104,7 +101,7 @@ std::string picture_name(const std::string& key) {
     return sum.hexadecimal().substr(0, kDigits) + ".jpg";
 }
 
-/// Whether lines can be read there. A link or a pipe is nothing that this program made.
+/// Whether lines can be read there. This program never creates a link or a pipe.
 bool is_file(const fs::path& path) {
     std::error_code none;
     return fs::is_regular_file(fs::symlink_status(path, none));
@@ -125,11 +122,11 @@ struct RunRecord::Entry {
     fs::path picture;
 };
 
-/// A report as it was while it grew, or when it was complete.
+/// A report while it grows, or when it is complete.
 struct RunRecord::Report {
     std::uint64_t volume = 0;
     std::uint64_t index = 0;
-    std::optional<std::uint64_t> size; ///< Nothing for a report that grew; then without times.
+    std::optional<std::uint64_t> size; ///< Nothing, and no times, while it grows.
     std::int64_t modified = 0;
     std::int64_t changed = 0;
 
@@ -138,6 +135,25 @@ struct RunRecord::Report {
                (!size || (*size == stamp.size && modified == stamp.modified && changed == stamp.changed));
     }
 };
+
+RunRecord::Report RunRecord::report_from(const Json& json) {
+    return {json.integer<std::uint64_t>("volume").value_or(0),
+            json.integer<std::uint64_t>("index").value_or(0), json.integer<std::uint64_t>("size"),
+            json.integer<std::int64_t>("modified").value_or(0),
+            json.integer<std::int64_t>("changed").value_or(0)};
+}
+
+std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
+    Entry entry{record_from(json.required("record")), file_from(json.required("damaged")).value(), {}};
+    const auto raw = file_from(json.member("raw"));
+    const auto jpeg = file_from(json.member("jpeg"));
+    if (!is_final(entry.record) || !is_same(entry.record.raw, raw) || !is_same(entry.record.jpeg, jpeg)) {
+        return std::nullopt;
+    }
+    entry.record.raw = raw;
+    entry.record.jpeg = jpeg;
+    return entry;
+}
 
 RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out / kRuns / task) {
     refuse_link(out / kRuns);
@@ -149,9 +165,9 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out
         throw MachineFailure(utf8_from(folder_) + ": cannot be locked", e.code());
     }
     if (!lock_) {
-        throw RunIsLocked(utf8_from(out) +
-                          ": another run is at work there; wait for it, or give each run a name of its own "
-                          "with --task");
+        throw RunIsLocked(
+            utf8_from(out) +
+            ": another run is using this folder; wait for it, or give each run its own name with --task");
     }
     clear_stale_folders(folder_);
     clear_stale_folders(folder_ / kPictures);
@@ -178,33 +194,19 @@ void RunRecord::load(const fs::path& folder) {
     for (std::string line; std::getline(lines, line);) {
         try {
             const Json json = Json::parse(line);
-            if (json.at("schema") != kSchema) {
+            if (json.required_text("schema") != kSchema) {
                 continue;
             }
-            const std::string key = unescaped_name(json.at("key").get<std::string>());
-            if (!json.contains("record")) {
-                const Report report{
-                    integer_in<std::uint64_t>(json, "volume"), integer_in<std::uint64_t>(json, "index"),
-                    maybe_integer_in<std::uint64_t>(json, "size"), integer_in<std::int64_t>(json, "modified"),
-                    integer_in<std::int64_t>(json, "changed")};
+            const std::string key = unescaped_name(json.required_text("key"));
+            if (!json.has("record")) {
+                const Report report = report_from(json);
                 reports[{key, report.volume, report.index}] = report;
-                continue;
+            } else if (auto entry = entry_from(json)) {
+                entry->picture = folder / kPictures / picture_name(key);
+                finished_[key].push_back(std::make_shared<Entry>(std::move(*entry)));
             }
-            auto entry = std::make_shared<Entry>();
-            entry->record = record_from(json.at("record"));
-            entry->damaged = file_from(json.at("damaged")).value();
-            const auto raw = file_from(field(json, "raw"));
-            const auto jpeg = file_from(field(json, "jpeg"));
-            if (!is_final(entry->record) || !is_same(entry->record.raw, raw) ||
-                !is_same(entry->record.jpeg, jpeg)) {
-                continue;
-            }
-            entry->record.raw = raw;
-            entry->record.jpeg = jpeg;
-            entry->picture = folder / kPictures / picture_name(key);
-            finished_[key].push_back(std::move(entry));
         } catch (const std::exception&) {
-            continue; // The last line of a run that was cut off; its file is done again.
+            continue; // The last line of an interrupted run; its file is done again.
         }
     }
     for (const auto& [file, report] : reports) {
@@ -232,7 +234,7 @@ std::optional<Record> RunRecord::finished(const fs::path& input, const fs::path&
     if (record.raw) {
         record.raw->path = utf8_from(raw);
     }
-    record.picture = bytes_of_file((*entry)->picture);
+    record.picture = read_small_file((*entry)->picture);
     return record;
 }
 
@@ -256,12 +258,12 @@ void RunRecord::add(const Record& record) {
             picture.write(record.picture);
             picture.publish();
         }
-        append({{"schema", kSchema},
-                {"key", escaped_name(key)},
-                {"damaged", to_json(record.damaged)},
-                {"raw", file_or_null(record.raw)},
-                {"jpeg", file_or_null(record.jpeg)},
-                {"record", host::to_json(record)}});
+        append(Json::object({{"schema", kSchema},
+                             {"key", escaped_name(key)},
+                             {"damaged", to_json(record.damaged)},
+                             {"raw", to_json(record.raw)},
+                             {"jpeg", to_json(record.jpeg)},
+                             {"record", host::to_json(record)}}));
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());
     }
@@ -270,16 +272,16 @@ void RunRecord::add(const Record& record) {
 void RunRecord::add_report(const fs::path& path, bool is_complete) {
     const auto stamp = platform::stamp_of(path);
     if (!stamp) {
-        return; // It never appeared, or somebody took it.
+        return; // It never appeared, or has been removed.
     }
-    Json line = {{"schema", kSchema},
-                 {"key", escaped_name(platform::name_key(path))},
-                 {"volume", stamp->volume},
-                 {"index", stamp->index}};
+    Json line = Json::object({{"schema", kSchema},
+                              {"key", escaped_name(platform::name_key(path))},
+                              {"volume", stamp->volume},
+                              {"index", stamp->index}});
     if (is_complete) {
-        line["size"] = stamp->size;
-        line["modified"] = stamp->modified;
-        line["changed"] = stamp->changed;
+        line.set("size", stamp->size);
+        line.set("modified", stamp->modified);
+        line.set("changed", stamp->changed);
     }
     append(line);
 }
@@ -302,7 +304,7 @@ platform::NewFile RunRecord::open_lines() const {
         return platform::NewFile(file);
     }
     platform::NewFile lines = platform::open_to_append(file);
-    // A run that was cut off in the midst of a line must not spoil the next one.
+    // A line that an interrupted run left incomplete must not spoil the next one.
     unsigned char last = '\n';
     if (const std::uint64_t size = lines.stamp().size; size != 0) {
         static_cast<void>(platform::SourceFile(file).read(size - 1, &last, 1));
@@ -314,9 +316,9 @@ platform::NewFile RunRecord::open_lines() const {
     return lines;
 }
 
-void RunRecord::append(const Json& line) {
+void RunRecord::append(const Json& json) {
     const std::lock_guard lock(mutex_);
-    const std::string text = line_of(line) + '\n';
+    const std::string text = json.line() + '\n';
     try {
         if (!lines_) {
             lines_.emplace(open_lines());

@@ -1,7 +1,9 @@
 #include "repair/Batch.h"
 
+#include "files/Failures.h"
 #include "platform/Interrupt.h"
 #include "record/RunRecord.h"
+#include "text/Format.h"
 
 #include <algorithm>
 #include <atomic>
@@ -32,7 +34,7 @@ class Batch {
                 threads.emplace_back([this] { work(); });
             }
         } catch (const std::system_error&) {
-            // Those that could be had do the work.
+            // The threads that did start do the work.
         }
         work(); // This thread works as well.
         for (std::thread& thread : threads) {
@@ -73,38 +75,40 @@ class Batch {
     void work_on(const PlannedFile& file) {
         if (request_.repair.resume && request_.record != nullptr) {
             if (const auto record = request_.record->finished(file.input.path, file.outputs.raw)) {
-                tell(*record, false);
+                report(*record, false);
                 return;
             }
         }
-        tell_of_begin(file.input);
+        announce(file.input);
         bool no_room = false;
-        Record record = repair_file(file, tools_, request_.repair, no_room);
-        remember(record, no_room);
-        tell(record, true);
+        const Record record = repair_file(file, tools_, request_.repair, no_room);
+        add_to_record(record, no_room);
+        report(record, true);
         if (no_room) {
             no_room_ = true;
         }
     }
 
-    /// Results are recorded before they are delivered; should this fail, that line does for the next run.
-    void remember(Record& record, bool& no_room) {
+    /// Results were already recorded before they were delivered; if this fails, that line is enough for the
+    /// next run.
+    void add_to_record(const Record& record, bool& no_room) {
         try {
             if (request_.record != nullptr) {
                 request_.record->add(record);
             }
         } catch (const MachineFailure& e) {
             no_room = no_room || e.no_room();
-            record.problem = e.what();
+            const std::lock_guard lock(mutex_);
+            listener_.is_not_recorded(e.what());
         }
     }
 
-    void tell_of_begin(const Input& input) {
+    void announce(const Input& input) {
         const std::lock_guard lock(mutex_);
         listener_.begins(input);
     }
 
-    void tell(const Record& record, bool is_new) {
+    void report(const Record& record, bool is_new) {
         const std::lock_guard lock(mutex_);
         listener_.ends(record, is_new);
     }
@@ -117,7 +121,7 @@ class Batch {
     std::atomic<std::size_t> next_ = 0;
     std::atomic<bool> interrupted_ = false;
     std::atomic<bool> no_room_ = false;
-    std::mutex mutex_; ///< Of the listener and the failure.
+    std::mutex mutex_; ///< Guards the listener and the failure.
     std::exception_ptr failure_;
 };
 
@@ -127,7 +131,7 @@ BatchEnd run_batch(const BatchRequest& request, const BatchListener& listener) {
     try {
         return Batch(request, listener).run();
     } catch (const Interrupted&) {
-        return BatchEnd::kStopped; // While the samples were looked at.
+        return BatchEnd::kStopped; // While the samples were read.
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "repair/FileRepair.h"
-#include "repair/Worker.h"
+#include "repair/Workers.h"
 
 #include <functional>
 #include <vector>
@@ -10,28 +10,30 @@ namespace plate_mend::host {
 
 class RunRecord;
 
-/// What a batch works on, and how.
+/// The files of a batch, and how they are repaired.
 struct BatchRequest {
     std::vector<PlannedFile> files;
     std::vector<std::filesystem::path> samples;
     const Protected& inputs; ///< Damaged files and samples.
     const Workers& workers;
-    RepairSettings repair; ///< When it resumes, files that the record has as finished are not done again.
+    RepairSettings repair; ///< With `resume`, files that are finished according to the record are skipped.
     unsigned jobs = 1;     ///< Files at a time.
-    RunRecord* record = nullptr; ///< Where finished files are recorded; null: nowhere.
+    RunRecord* record = nullptr; ///< Where finished files are recorded; null for nowhere.
 };
 
-/// Who is told of the work, by one call at a time.
+/// Who hears of the work. Calls come one at a time.
 struct BatchListener {
     std::function<void(const Input& input)> begins;
-    /// In no order. A record that is not new is one of a former run.
+    /// In no order. A record that is not new is one of an earlier run.
     std::function<void(const Record& record, bool is_new)> ends;
+    /// A finished file could not be recorded; its results stay. Why, for people.
+    std::function<void(const std::string& problem)> is_not_recorded;
 };
 
 /// How a batch ended.
 enum class BatchEnd {
     kDone,    ///< Each file has its record.
-    kStopped, ///< The user interrupted. Nothing is left of files without a record.
+    kStopped, ///< The user interrupted. Files without a record left nothing behind.
     kNoRoom,  ///< The disk is full. Likewise.
 };
 

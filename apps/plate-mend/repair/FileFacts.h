@@ -10,7 +10,7 @@
 
 namespace plate_mend::host {
 
-/// What can be told of a photograph by looking at its bytes, whether it is damaged or not.
+/// What the bytes of a photograph show without decoding it, even if it is damaged.
 struct FileFacts {
     std::filesystem::path path;
     std::optional<RawFormat> format;
@@ -18,13 +18,13 @@ struct FileFacts {
     std::filesystem::file_time_type changed{};
     unsigned little_endian = 0; ///< Pairs of directory entries in either byte order.
     unsigned big_endian = 0;
-    /// Widths and heights of pictures: in directories, JPEG frames and CR3 sample entries, as far as they are
-    /// alive.
+    /// Widths and heights of pictures: in directories, JPEG frames and CR3 sample entries, as far as they
+    /// survive.
     std::set<std::pair<std::uint32_t, std::uint32_t>> sizes;
 };
 
-/// Looks through the first megabytes of a file, where photographs have their structure. A file that cannot be
-/// read has no facts but its name.
+/// Searches the first 8 MiB of a file, where photographs have their structure. Of a file that cannot be read,
+/// only the name is known.
 [[nodiscard]] FileFacts facts_of(const std::filesystem::path& path);
 
 } // namespace plate_mend::host

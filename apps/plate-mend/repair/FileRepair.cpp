@@ -1,17 +1,17 @@
 #include "repair/FileRepair.h"
 
-#include "files/Delivery.h"
+#include "files/Failures.h"
 #include "files/Formats.h"
+#include "files/InputFile.h"
 #include "files/SafeOutput.h"
-#include "text/Text.h"
+#include "repair/Delivery.h"
+#include "text/Paths.h"
 
 #include <plate_mend/plate_mend.h>
 #include <still_mend/still_mend.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Below this share of rows a result is no photograph, whatever decodes.
+/// With a smaller share of good rows, a result is not a photograph, even if it decodes.
 constexpr double kFewestRows = 0.01;
 
 /// Zeros at the end of a file that fill up its last cluster, at most.
@@ -39,8 +39,7 @@ Verdict verdict_of(const Judgement& judgement) {
     return judgement.findings.empty() ? Verdict::kWhole : Verdict::kPartial;
 }
 
-/// Higher is better. Of partial results the one with more rows; where that is not known, with fewer signs of
-/// damage.
+/// Higher is better. Partial results rank by their good rows; if that is unknown, by fewer signs of damage.
 double worth(const Judgement& judgement) {
     switch (verdict_of(judgement)) {
     case Verdict::kWhole:
@@ -52,12 +51,7 @@ double worth(const Judgement& judgement) {
     }
 }
 
-std::string bytes_of(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// The story of one damaged file.
+/// The repair of one damaged file, step by step.
 class FileRepair {
   public:
     FileRepair(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings)
@@ -81,7 +75,7 @@ class FileRepair {
             no_room = no_room || failure.no_room();
             give_up(failure.what());
         } catch (const std::exception& e) {
-            give_up(reason_in_words(e));
+            give_up(describe_error(e));
         }
         record_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return std::move(record_);
@@ -106,7 +100,7 @@ class FileRepair {
         delivery_.run(best_file(), jpeg_file(), record_);
     }
 
-    /// Nothing is known of the photograph, and nothing of it is kept.
+    /// Nothing is known about the photograph, and no result is kept.
     void give_up(const std::string& problem) {
         delivery_.take_back(record_);
         record_.verdict = Verdict::kNotDone;
@@ -127,12 +121,8 @@ class FileRepair {
     }
 
     void prepare() {
-        try {
-            if (const auto stamp = platform::stamp_of(input_.path); !stamp) {
-                throw MachineFailure("no such file");
-            }
-        } catch (const std::system_error& e) {
-            throw MachineFailure("cannot be read", e.code());
+        if (!is_there(input_.path)) {
+            throw MachineFailure("no such file");
         }
         make_folders(folder_of(outputs_.raw));
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
@@ -149,9 +139,9 @@ class FileRepair {
         leave_out_zeros(copied);
     }
 
-    /// A photograph is no longer than its camera's others, but for what compression leaves over; long zeros
-    /// after that are no part of it, and results shall not be filled with them. Some stay, as fill up a
-    /// cluster: a photograph may end in zeros of its own.
+    /// A photograph is no longer than its camera's others, except for differences in compression. Long zeros
+    /// after that are not part of it, and must not fill up results. Zeros up to the end of a cluster stay: a
+    /// photograph may end in zeros of its own.
     void leave_out_zeros(const CopiedFile& copied) {
         const std::uint64_t shortest = std::max(copied.end_of_data, tools_.samples.longest_for(input_.path));
         const std::uint64_t longest = (shortest / kCluster + 1) * kCluster;
@@ -168,18 +158,18 @@ class FileRepair {
         if (!tools_.workers.is_intact(folder_->path(), damaged_, picture) || !is_as_long_as_others()) {
             return false;
         }
-        record_.picture = picture.empty() ? "" : bytes_of(picture);
+        record_.picture = picture.empty() ? "" : read_small_file(picture);
         return true;
     }
 
-    /// An image that is displaced as a whole decodes without a sign of damage. Its length shows it, where
-    /// there is a sample to compare with.
+    /// An image that is displaced as a whole decodes without a sign of damage. Compared with a sample, its
+    /// length shows it.
     bool is_as_long_as_others() {
         std::string trouble;
-        for (const Candidate& candidate : tools_.samples.ranked_for(input_.path, damaged_)) {
+        for (const RankedSample& ranked : ranked_samples()) {
             try {
-                const fs::path name = reachable_name(candidate.path, folder_->path(), "candidate");
-                if (check(candidate, name).fitness == SampleChecks::Fitness::kWhole) {
+                const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
+                if (check(ranked, name).fitness == SampleChecks::Fitness::kWhole) {
                     return tools_.workers.judge(folder_->path(), {damaged_, {}, name, {}}).findings.empty();
                 }
             } catch (const MachineFailure& e) {
@@ -195,7 +185,15 @@ class FileRepair {
         return true;
     }
 
-    SampleChecks::Result check(const Candidate& sample, const fs::path& name) {
+    /// The samples of this format, the likeliest first. The working copy is read once for them.
+    const std::vector<RankedSample>& ranked_samples() {
+        if (!ranked_samples_) {
+            ranked_samples_ = tools_.samples.ranked_for(input_.path, damaged_);
+        }
+        return *ranked_samples_;
+    }
+
+    SampleChecks::Result check(const RankedSample& sample, const fs::path& name) {
         return tools_.checks.check(sample.path, name, folder_->path(), tools_.workers);
     }
 
@@ -205,22 +203,21 @@ class FileRepair {
 
     /// Samples without a sign of damage first, in their order, then those that decode.
     void try_samples() {
-        const auto candidates = tools_.samples.ranked_for(input_.path, damaged_);
-        if (candidates.empty()) {
+        if (ranked_samples().empty()) {
             record_.problem = "no sample of this format";
         }
         std::size_t left = settings_.most_samples;
         std::string trouble;
-        std::vector<const Candidate*> doubtful;
+        std::vector<const RankedSample*> doubtful;
         const auto goes_on = [&] { return left != 0 && record_.verdict != Verdict::kWhole; };
-        const auto attempt = [&](const Candidate& candidate, bool may_be_doubtful) {
+        const auto attempt = [&](const RankedSample& ranked, bool may_be_doubtful) {
             try {
-                if (const auto fitness = fitness_of(candidate);
+                if (const auto fitness = fitness_of(ranked);
                     fitness == SampleChecks::Fitness::kWhole || may_be_doubtful) {
                     --left;
-                    try_sample(candidate);
+                    try_sample(ranked);
                 } else if (fitness == SampleChecks::Fitness::kDoubtful) {
-                    doubtful.push_back(&candidate);
+                    doubtful.push_back(&ranked);
                 }
             } catch (const MachineFailure& e) {
                 if (e.no_room()) {
@@ -229,11 +226,12 @@ class FileRepair {
                 trouble = e.what();
             }
         };
-        for (auto candidate = candidates.begin(); candidate != candidates.end() && goes_on(); ++candidate) {
-            attempt(*candidate, false);
+        for (auto ranked = ranked_samples().begin(); ranked != ranked_samples().end() && goes_on();
+             ++ranked) {
+            attempt(*ranked, false);
         }
-        for (auto candidate = doubtful.begin(); candidate != doubtful.end() && goes_on(); ++candidate) {
-            attempt(**candidate, true);
+        for (auto ranked = doubtful.begin(); ranked != doubtful.end() && goes_on(); ++ranked) {
+            attempt(**ranked, true);
         }
         if (!trouble.empty() && record_.verdict != Verdict::kWhole) {
             throw MachineFailure(trouble); // With that sample it might have become whole.
@@ -241,62 +239,63 @@ class FileRepair {
     }
 
     /// Whether a sample may be tried. One that does not decode is set aside, which the record says.
-    SampleChecks::Fitness fitness_of(const Candidate& candidate) {
-        require_readable(candidate.path);
-        const fs::path name = reachable_name(candidate.path, folder_->path(), "candidate");
-        const auto result = check(candidate, name);
+    SampleChecks::Fitness fitness_of(const RankedSample& ranked) {
+        require_readable(ranked.path);
+        const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
+        const auto result = check(ranked, name);
         if (result.fitness == SampleChecks::Fitness::kUnfit) {
             Attempt attempt;
-            attempt.sample = utf8_from(candidate.path);
-            attempt.why = candidate.why;
+            attempt.sample = utf8_from(ranked.path);
+            attempt.why = ranked.why;
             attempt.problem = "the sample itself does not decode (" + result.reason + ")";
             record_.attempts.push_back(std::move(attempt));
         }
         return result.fitness;
     }
 
-    void try_sample(const Candidate& candidate) {
-        // The decoder goes by content, but a name of its own kind does no harm.
-        fs::path made = folder_->path() / "made";
-        made += input_.path.extension();
+    void try_sample(const RankedSample& ranked) {
+        // The decoder goes by content, but the extension does no harm.
+        fs::path result = folder_->path() / "made";
+        result += input_.path.extension();
         const fs::path picture = picture_file("made.jpg");
-        const fs::path sample = sample_for_library(candidate);
+        const fs::path sample = sample_for_library(ranked);
         Attempt attempt = tools_.workers.repair(
             folder_->path(),
-            {damaged_, sample, made, utf8_from(input_.path) + ", sample " + utf8_from(candidate.path)});
-        attempt.sample = utf8_from(candidate.path);
-        attempt.why = candidate.why;
+            {damaged_, sample, result, utf8_from(input_.path) + ", sample " + utf8_from(ranked.path)});
+        attempt.sample = utf8_from(ranked.path);
+        attempt.why = ranked.why;
         attempt.engine = "exact";
         if (attempt.code == PLATE_MEND_OK) {
-            attempt.judgement = judged({made, damaged_, sample, picture});
+            attempt.judgement = judge_result({result, damaged_, sample, picture});
         }
         const bool whole = attempt.code == PLATE_MEND_OK && verdict_of(attempt.judgement) == Verdict::kWhole;
         if (!whole && !attempt.room_problem.empty()) {
             throw MachineFailure(attempt.room_problem, attempt.no_room);
         }
         if (!whole) {
-            require_all_readable(candidate.path);
+            require_all_readable(ranked.path);
         }
         if (attempt.code == PLATE_MEND_OK && worth(attempt.judgement) > best_) {
-            keep(attempt, made, picture);
+            keep(attempt, result, picture);
         }
         record_.attempts.push_back(std::move(attempt));
     }
 
     /// The library writes to a CR3 sample's mapping, and others may use the sample at the same time.
-    [[nodiscard]] fs::path sample_for_library(const Candidate& candidate) const {
+    [[nodiscard]] fs::path sample_for_library(const RankedSample& ranked) const {
         if (format_of(input_.path) != RawFormat::kCr3) {
-            return reachable_name(candidate.path, folder_->path(), "sample");
+            return reachable_name(ranked.path, folder_->path(), "sample");
         }
         fs::path copy = folder_->path() / "sample";
-        copy += candidate.path.extension();
-        fs::copy_file(candidate.path, copy, fs::copy_options::overwrite_existing);
+        copy += ranked.path.extension();
+        fs::copy_file(ranked.path, copy, fs::copy_options::overwrite_existing);
         fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
         return copy;
     }
 
-    /// What a decoder refuses because it is cut gets zeros for what is lost, and is judged once more.
-    [[nodiscard]] Judgement judged(JudgeRequest request) const {
+    /// A result that a decoder refuses because it is truncated gets zeros for what is lost, and is judged
+    /// again.
+    [[nodiscard]] Judgement judge_result(JudgeRequest request) const {
         const fs::path& folder = folder_->path();
         Judgement judgement = tools_.workers.judge(folder, request);
         if (!judgement.decodes) {
@@ -310,22 +309,22 @@ class FileRepair {
         return judgement;
     }
 
-    /// Zeros in the image that the medium did not give back may look like anything; so they are a finding.
+    /// Zeros in place of what could not be read may look like anything, so they are a finding.
     void add_unreadable(Judgement& judgement) const {
         if (judgement.decodes && !record_.unreadable.empty()) {
             judgement.findings.emplace_back("parts of the damaged file cannot be read");
         }
     }
 
-    void keep(Attempt& attempt, const fs::path& made, const fs::path& picture) {
+    void keep(Attempt& attempt, const fs::path& result, const fs::path& picture) {
         best_ = worth(attempt.judgement);
         for (Attempt& other : record_.attempts) {
             other.taken = false;
         }
         attempt.taken = true;
         record_.verdict = verdict_of(attempt.judgement);
-        fs::rename(made, best_file());
-        record_.picture = picture.empty() ? "" : bytes_of(picture);
+        fs::rename(result, best_file());
+        record_.picture = picture.empty() ? "" : read_small_file(picture);
     }
 
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
@@ -339,7 +338,7 @@ class FileRepair {
         }
         if (record_.verdict == Verdict::kNotRepaired) {
             record_.verdict = Verdict::kPreviewOnly;
-            record_.picture = picture.empty() ? "" : bytes_of(picture);
+            record_.picture = picture.empty() ? "" : read_small_file(picture);
         }
     }
 
@@ -351,7 +350,8 @@ class FileRepair {
     Delivery delivery_;
     std::optional<PrivateFolder> folder_;
     fs::path damaged_; ///< The working copy.
-    double best_ = 0;  ///< Worth of the best result so far. What is worth less is no photograph.
+    std::optional<std::vector<RankedSample>> ranked_samples_;
+    double best_ = 0; ///< Worth of the best result so far. Anything worth less is not a photograph.
     Record record_;
 };
 

@@ -12,15 +12,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// NAME.jpg, or NAME.EXT.jpg, with what a result beside its input has in the middle.
-fs::path jpeg_name(const fs::path& photograph, const char* middle, bool is_long) {
+/// NAME.jpg, or NAME.EXT.jpg, with the infix of a result beside its input.
+fs::path jpeg_output(const fs::path& photograph, const char* middle, bool is_long) {
     fs::path name = is_long ? photograph.filename() : photograph.stem();
     name += middle;
     name += ".jpg";
     return photograph.parent_path() / name;
 }
 
-fs::path repaired_name(const fs::path& photograph) {
+fs::path repaired_output(const fs::path& photograph) {
     fs::path name = photograph.stem();
     name += ".repaired";
     name += photograph.extension();
@@ -29,8 +29,8 @@ fs::path repaired_name(const fs::path& photograph) {
 
 Outputs outputs_of(const Input& input, const Destination& destination) {
     const auto outputs = [&](const fs::path& raw, const fs::path& named_after, const char* middle) {
-        const fs::path other = jpeg_name(named_after, middle, true);
-        return Outputs{raw, destination.long_jpeg_names ? other : jpeg_name(named_after, middle, false),
+        const fs::path other = jpeg_output(named_after, middle, true);
+        return Outputs{raw, destination.long_jpeg_names ? other : jpeg_output(named_after, middle, false),
                        other};
     };
     if (!destination.output.empty()) {
@@ -41,15 +41,15 @@ Outputs outputs_of(const Input& input, const Destination& destination) {
         const fs::path raw = destination.out / input.below;
         return outputs(raw, raw, "");
     }
-    return outputs(repaired_name(input.path), input.path, ".salvaged");
+    return outputs(repaired_output(input.path), input.path, ".salvaged");
 }
 
-/// Who has which place.
-class Places {
+/// Which file owns which output.
+class OutputOwners {
   public:
-    /// Returns the owner before, if it is another one; nothing when the place is the file's now.
-    [[nodiscard]] std::optional<fs::path> take(const fs::path& place, const Input& input) {
-        const auto found = owners_.emplace(platform::name_key(place), &input).first;
+    /// Returns the owner before, if it is another one; nothing when the output is the file's now.
+    [[nodiscard]] std::optional<fs::path> take(const fs::path& output, const Input& input) {
+        const auto found = owners_.emplace(platform::name_key(output), &input).first;
         return found->second == &input ? std::nullopt : std::optional(found->second->path);
     }
 
@@ -57,31 +57,31 @@ class Places {
     std::map<std::string, const Input*> owners_; ///< By name keys.
 };
 
-std::string shared_place(const fs::path& place, const fs::path& owner) {
-    return utf8_from(place) + " would be the result of " + utf8_from(owner) + " too";
+std::string describe_shared_output(const fs::path& output, const fs::path& owner) {
+    return utf8_from(output) + " would be the result of " + utf8_from(owner) + " too";
 }
 
-void place_raw(PlannedFile& file, Places& places, const Protected& inputs_and_samples) {
+void claim_raw(PlannedFile& file, OutputOwners& owners, const Protected& inputs_and_samples) {
     if (!file.input.problem.empty()) {
         return;
     }
-    if (const auto owner = places.take(file.outputs.raw, file.input)) {
-        file.input.problem = shared_place(file.outputs.raw, *owner);
+    if (const auto owner = owners.take(file.outputs.raw, file.input)) {
+        file.input.problem = describe_shared_output(file.outputs.raw, *owner);
     } else if (inputs_and_samples.covers(file.outputs.raw)) {
         file.input.problem = utf8_from(file.outputs.raw) + ": the output is also an input";
     }
 }
 
-/// After all RAW photographs: of two names that somebody else has, the other serves for both.
-void place_jpeg(PlannedFile& file, Places& places) {
+/// After all RAW photographs. If one of the two names is taken, the other is used for both.
+void claim_jpeg(PlannedFile& file, OutputOwners& owners) {
     Outputs& outputs = file.outputs;
     if (!file.input.problem.empty()) {
         return;
     }
-    const auto owner = places.take(outputs.jpeg, file.input);
-    const auto other_owner = places.take(outputs.other_jpeg, file.input);
+    const auto owner = owners.take(outputs.jpeg, file.input);
+    const auto other_owner = owners.take(outputs.other_jpeg, file.input);
     if (owner && other_owner) {
-        file.input.problem = shared_place(outputs.other_jpeg, *other_owner);
+        file.input.problem = describe_shared_output(outputs.other_jpeg, *other_owner);
     } else if (owner) {
         outputs.jpeg = outputs.other_jpeg;
     } else if (other_owner) {
@@ -104,16 +104,16 @@ std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destinatio
             }
         }
     }
-    Places places;
+    OutputOwners owners;
     for (PlannedFile& file : files) {
-        place_raw(file, places, inputs_and_samples);
+        claim_raw(file, owners, inputs_and_samples);
     }
     for (PlannedFile& file : files) {
         Outputs& outputs = file.outputs;
         if (wishes[platform::name_key(outputs.jpeg)] > 1 || inputs_and_samples.covers(outputs.jpeg)) {
             outputs.jpeg = outputs.other_jpeg;
         }
-        place_jpeg(file, places);
+        claim_jpeg(file, owners);
     }
     return files;
 }

@@ -13,7 +13,7 @@ namespace plate_mend::host {
 struct Outputs {
     std::filesystem::path raw;
     std::filesystem::path jpeg;
-    std::filesystem::path other_jpeg; ///< NAME.EXT.jpg, for the case that something is at `jpeg`.
+    std::filesystem::path other_jpeg; ///< NAME.EXT.jpg, used when `jpeg` is taken.
 };
 
 /// A damaged file, and where its results go.
@@ -22,17 +22,16 @@ struct PlannedFile {
     Outputs outputs;
 };
 
-/// Where results go in general.
+/// Where results go.
 struct Destination {
-    std::filesystem::path out; ///< Folder of the results; empty: beside each damaged file.
-    std::filesystem::path
-        output; ///< The one result's own name; empty for a name made from the damaged file's.
+    std::filesystem::path out;    ///< Folder for results; empty: beside each damaged file.
+    std::filesystem::path output; ///< The name of the only result; empty: derived from the damaged file's.
     bool long_jpeg_names = false; ///< JPEGs are named NAME.EXT.jpg even where NAME.jpg is free.
 };
 
-/// Finds places for the results of all files, no two alike, as the file system compares names, and none that
-/// is protected. Where two files' results would share a place, the first keeps it, and the others have a
-/// problem; JPEGs of both are named NAME.EXT.jpg instead, as far as that is free.
+/// Chooses the outputs of all files. No two are the same, as the file system compares names, and none is
+/// protected. Where the results of two files would have the same path, the first file keeps it and the others
+/// get a problem; JPEGs of both are named NAME.EXT.jpg instead, as far as these names are free.
 [[nodiscard]] std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destination& destination,
                                             const Protected& inputs_and_samples);
 

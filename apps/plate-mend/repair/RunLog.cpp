@@ -1,19 +1,14 @@
 #include "repair/RunLog.h"
 
+#include "files/InputFile.h"
 #include "text/Text.h"
 
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 namespace plate_mend::host {
 
 void RunLog::take(const std::filesystem::path& log, const std::string& title) {
-    std::string text;
-    {
-        std::ifstream stream(log, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(stream), {});
-    }
+    const std::string text = read_small_file(log);
     std::error_code ignored;
     std::filesystem::remove(log, ignored);
     if (!text.empty()) {

@@ -1,7 +1,9 @@
 #include "repair/SampleChecks.h"
 
+#include "files/Failures.h"
 #include "platform/Files.h"
 #include "report/Words.h"
+#include "text/Format.h"
 #include "text/Paths.h"
 
 #include <algorithm>
@@ -69,7 +71,7 @@ SampleChecks::Result SampleChecks::check(const fs::path& sample, const fs::path&
         const Fitness fitness = !judgement.decodes           ? Fitness::kUnfit
                                 : judgement.findings.empty() ? Fitness::kWhole
                                                              : Fitness::kDoubtful;
-        slot->result = Result{fitness, joined(judgement.findings)};
+        slot->result = Result{fitness, join(judgement.findings)};
     }
     return *slot->result;
 }

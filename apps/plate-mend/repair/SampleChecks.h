@@ -1,6 +1,6 @@
 #pragma once
 
-#include "repair/Worker.h"
+#include "repair/Workers.h"
 
 #include <filesystem>
 #include <map>
@@ -10,8 +10,8 @@
 
 namespace plate_mend::host {
 
-/// Whether samples may lend their structure: each is decoded once, in a worker, and what came of it is
-/// remembered. May be used by several threads.
+/// Whether samples can be used: each is decoded once, in a worker, and the result is remembered. May be used
+/// by several threads.
 class SampleChecks {
   public:
     enum class Fitness {
@@ -24,24 +24,24 @@ class SampleChecks {
         std::string reason; ///< Why it is not whole, in words.
     };
 
-    /// Decodes the sample, unless that was done. `name` is a path of the same file that a worker can open,
-    /// and `folder` the worker's. Throws as Workers does, and MachineFailure when the sample cannot be read;
-    /// such failures are not remembered.
+    /// Decodes the sample, unless that was done before. `name` is a path of the same file that a worker can
+    /// open, and `folder` is the worker's. Throws as Workers does, and MachineFailure when the sample cannot
+    /// be read; such failures are not remembered.
     [[nodiscard]] Result check(const std::filesystem::path& sample, const std::filesystem::path& name,
                                const std::filesystem::path& folder, const Workers& workers);
 
   private:
     struct Slot;
 
-    std::mutex mutex_; ///< Of the map; each slot has its own.
+    std::mutex mutex_; ///< Guards the map; each slot has its own.
     std::map<std::filesystem::path, std::shared_ptr<Slot>> slots_;
 };
 
 /// Throws MachineFailure when a sample cannot be opened for reading.
 void require_readable(const std::filesystem::path& sample);
 
-/// Throws MachineFailure when any part of a sample cannot be read: what failed with it says nothing of the
-/// photographs then.
+/// Throws MachineFailure when any part of a sample cannot be read: a repair that failed with it then says
+/// nothing about the photograph.
 void require_all_readable(const std::filesystem::path& sample);
 
 } // namespace plate_mend::host

@@ -15,12 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Ranked {
+struct Scored {
     double points = 0;
-    Candidate candidate;
+    RankedSample sample;
 };
 
-void tell(std::string& why, const std::string& reason) {
+void add_reason(std::string& why, const std::string& reason) {
     why += (why.empty() ? "" : ", ") + reason;
 }
 
@@ -56,10 +56,10 @@ double points_of_sizes(const FileFacts& damaged, const FileFacts& sample, std::s
         }
     }
     if (count == 0) {
-        tell(why, "other picture sizes");
+        add_reason(why, "other picture sizes");
         return -6;
     }
-    tell(why, "same picture sizes (" + shared + ")");
+    add_reason(why, "same picture sizes (" + shared + ")");
     return 8.0 * static_cast<double>(count) / static_cast<double>(damaged.sizes.size());
 }
 
@@ -69,7 +69,7 @@ double points_of_order(const FileFacts& damaged, const FileFacts& sample, std::s
     }
     const bool same =
         (damaged.little_endian > damaged.big_endian) == (sample.little_endian > sample.big_endian);
-    tell(why, same ? "same byte order" : "other byte order");
+    add_reason(why, same ? "same byte order" : "other byte order");
     return same ? 4 : -8;
 }
 
@@ -79,9 +79,9 @@ double points_of_length(const FileFacts& damaged, const FileFacts& sample, std::
     }
     const double off = std::abs(static_cast<double>(sample.size) / static_cast<double>(damaged.size) - 1);
     if (off < 0.5) {
-        tell(why, off == 0
-                      ? "same length"
-                      : "length within " + std::to_string(static_cast<int>(std::ceil(off * 100))) + " %");
+        add_reason(why, off == 0 ? "same length"
+                                 : "length within " + std::to_string(static_cast<int>(std::ceil(off * 100))) +
+                                       " %");
     }
     return 3 * std::max(0.0, 1 - 4 * off);
 }
@@ -95,7 +95,7 @@ double points_of_name(const FileFacts& damaged, const FileFacts& sample, std::st
         return 0;
     }
     const long away = std::labs(*our_number - *their_number);
-    tell(why, "name " + std::to_string(away) + " away");
+    add_reason(why, "name " + std::to_string(away) + " away");
     return 1 + 1.0 / (1.0 + static_cast<double>(away) / 50);
 }
 
@@ -104,18 +104,18 @@ double points_of_date(const FileFacts& damaged, const FileFacts& sample, std::st
     if (away > std::chrono::hours(24)) {
         return 0;
     }
-    tell(why, "same day");
+    add_reason(why, "same day");
     return 1;
 }
 
-Ranked rank(const FileFacts& damaged, const FileFacts& sample) {
-    Ranked ranked;
+Scored rank(const FileFacts& damaged, const FileFacts& sample) {
+    Scored ranked;
     std::string why;
     for (const auto points :
          {points_of_sizes, points_of_order, points_of_length, points_of_name, points_of_date}) {
         ranked.points += points(damaged, sample, why);
     }
-    ranked.candidate = {sample.path, why.empty() ? "nothing alike but the format" : why};
+    ranked.sample = {sample.path, why.empty() ? "nothing in common except the format" : why};
     return ranked;
 }
 
@@ -145,7 +145,7 @@ std::uint64_t Samples::longest_for(const fs::path& damaged) const {
     return of_format != 0 ? of_format : of_all;
 }
 
-std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
+std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
     std::vector<const FileFacts*> fitting;
     for (const FileFacts& sample : facts_) {
         if (sample.format == format_of(damaged_path) && !same_file(sample.path, damaged_path)) {
@@ -160,19 +160,19 @@ std::vector<Candidate> Samples::ranked_for(const fs::path& damaged_path, const f
     damaged.path = damaged_path;
     std::error_code none;
     damaged.changed = fs::last_write_time(damaged_path, none);
-    std::vector<Ranked> ranked;
+    std::vector<Scored> ranked;
     ranked.reserve(fitting.size());
     for (const FileFacts* sample : fitting) {
         ranked.push_back(rank(damaged, *sample));
     }
     std::stable_sort(ranked.begin(), ranked.end(),
-                     [](const Ranked& one, const Ranked& other) { return one.points > other.points; });
-    std::vector<Candidate> candidates;
-    candidates.reserve(ranked.size());
-    for (Ranked& one : ranked) {
-        candidates.push_back(std::move(one.candidate));
+                     [](const Scored& one, const Scored& other) { return one.points > other.points; });
+    std::vector<RankedSample> samples;
+    samples.reserve(ranked.size());
+    for (Scored& one : ranked) {
+        samples.push_back(std::move(one.sample));
     }
-    return candidates;
+    return samples;
 }
 
 } // namespace plate_mend::host

@@ -1,14 +1,13 @@
 #include "report/Csv.h"
 
-#include "report/Codes.h"
+#include "record/Codes.h"
 #include "report/Words.h"
+#include "text/Format.h"
 #include "text/Text.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 namespace plate_mend::host {
@@ -21,7 +20,9 @@ constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256",
                                  "taken",      "refused",      "salvage_code",   "raw",         "raw_size",
                                  "raw_sha256", "jpeg",         "jpeg_size",      "jpeg_sha256", "seconds"};
 
-std::string quoted(const std::string& field) {
+constexpr int kDigits = 4; ///< After the point of a number.
+
+std::string quote(const std::string& field) {
     if (field.find_first_of(",\"\r\n") == std::string::npos) {
         return field;
     }
@@ -37,19 +38,11 @@ std::string quoted(const std::string& field) {
 
 std::string text(std::string_view value) {
     const bool formula = !value.empty() && std::string_view("=+-@\t\r").find(value.front()) != value.npos;
-    return quoted((formula ? "'" : "") + well_formed(value));
-}
-
-/// With four digits behind the point, whatever the locale; empty for what is beyond all measure.
-std::string decimal(double value) {
-    std::array<char, 64> buffer{};
-    const auto end =
-        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 4);
-    return end.ec == std::errc() ? std::string(buffer.data(), end.ptr) : std::string();
+    return quote((formula ? "'" : "") + well_formed(value));
 }
 
 /// The attempt that the row speaks of; null when no sample gave a code.
-const Attempt* told_attempt(const Record& record) {
+const Attempt* reported_attempt(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         return taken;
     }
@@ -58,14 +51,14 @@ const Attempt* told_attempt(const Record& record) {
     return last == record.attempts.rend() ? nullptr : &*last;
 }
 
-std::string refused(const Record& record) {
+std::string describe_refusals(const Record& record) {
     std::vector<std::string> parts;
     for (const Attempt& attempt : record.attempts) {
         if (!attempt.taken) {
-            parts.push_back(attempt.sample + ": " + reason_refused(attempt));
+            parts.push_back(attempt.sample + ": " + describe_refusal(attempt));
         }
     }
-    return joined(parts);
+    return join(parts);
 }
 
 void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity>& file) {
@@ -76,23 +69,23 @@ void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity
 
 void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     static const Attempt kNone;
-    const Attempt& told = attempt == nullptr ? kNone : *attempt;
-    const Judgement& judgement = told.judgement;
+    const Attempt& reported = attempt == nullptr ? kNone : *attempt;
+    const Judgement& judgement = reported.judgement;
     const bool decodes = judgement.decodes;
-    fields.push_back(text(told.sample));
-    fields.push_back(text(told.why));
-    fields.push_back(told.code ? std::to_string(*told.code) : "");
-    fields.push_back(told.code && *told.code != 0 ? text(explain_repair(*told.code)) : "");
+    fields.push_back(text(reported.sample));
+    fields.push_back(text(reported.why));
+    fields.push_back(reported.code ? std::to_string(*reported.code) : "");
+    fields.push_back(reported.code && *reported.code != 0 ? text(explain_repair(*reported.code)) : "");
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
-    fields.push_back(judgement.rows_good ? decimal(*judgement.rows_good) : "");
+    fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");
     fields.push_back(decodes ? std::to_string(judgement.data_errors) : "");
-    fields.push_back(text(joined(judgement.findings)));
+    fields.push_back(text(join(judgement.findings)));
     fields.push_back(text(judgement.camera));
     fields.push_back(text(judgement.taken));
 }
 
-std::string line(const std::vector<std::string>& fields) {
+std::string join_fields(const std::vector<std::string>& fields) {
     std::string result;
     for (const std::string& field : fields) {
         result += (&field == &fields.front() ? "" : ",") + field;
@@ -103,7 +96,7 @@ std::string line(const std::vector<std::string>& fields) {
 } // namespace
 
 std::string csv_header() {
-    return line({kColumns.begin(), kColumns.end()});
+    return join_fields({kColumns.begin(), kColumns.end()});
 }
 
 std::string csv_row(const Record& record) {
@@ -112,13 +105,13 @@ std::string csv_row(const Record& record) {
     add_file(fields, record.damaged);
     fields.emplace_back(name_of(record.verdict));
     fields.push_back(text(record.problem));
-    add_attempt(fields, told_attempt(record));
-    fields.push_back(text(refused(record)));
+    add_attempt(fields, reported_attempt(record));
+    fields.push_back(text(describe_refusals(record)));
     fields.push_back(record.salvage.code ? std::to_string(*record.salvage.code) : "");
     add_file(fields, record.raw);
     add_file(fields, record.jpeg);
-    fields.push_back(decimal(record.seconds));
-    return line(fields);
+    fields.push_back(format_decimal(record.seconds, kDigits));
+    return join_fields(fields);
 }
 
 } // namespace plate_mend::host

@@ -1,7 +1,8 @@
 #include "report/Html.h"
 
-#include "report/Codes.h"
+#include "record/Codes.h"
 #include "report/HtmlPage.h"
+#include "text/Format.h"
 #include "text/Text.h"
 
 #include <algorithm>
@@ -13,11 +14,11 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Room that is kept in the page's head for the summary, in bytes.
+/// Bytes reserved at the top of the page for the summary.
 constexpr std::size_t kSummaryRoom = 4096;
 
 /// For text and for attributes in double quotes.
-std::string escaped(std::string_view text) {
+std::string escape(std::string_view text) {
     std::string result;
     for (const char letter : printable(text)) {
         switch (letter) {
@@ -66,15 +67,15 @@ std::string base_name(const std::string& path) {
     return last == std::string::npos || last + 1 == path.size() ? path : path.substr(last + 1);
 }
 
-/// The verdict in attributes and in the page's address: its name, in one word.
-std::string slug(Verdict verdict) {
+/// The verdict's name as one word, for attributes and the page's address.
+std::string slug_of(Verdict verdict) {
     std::string text = name_of(verdict);
     std::replace(text.begin(), text.end(), ' ', '-');
     return text;
 }
 
 /// What a client has of a file with this verdict.
-const char* meaning(Verdict verdict) {
+const char* describe_meaning(Verdict verdict) {
     switch (verdict) {
     case Verdict::kWhole:
         return "RAW, without a sign of damage";
@@ -92,15 +93,15 @@ const char* meaning(Verdict verdict) {
     return "nothing could be delivered";
 }
 
-std::string term(const std::string& name, const std::string& html) {
+std::string term_html(const std::string& name, const std::string& html) {
     return "<dt>" + name + "</dt><dd>" + html + "</dd>\n";
 }
 
 std::string file_html(const FileIdentity& file) {
     std::string html =
-        escaped(file.path) + "<br>" + size_in_words(file.size) + " (" + std::to_string(file.size) + " bytes)";
+        escape(file.path) + "<br>" + format_size(file.size) + " (" + counted(file.size, "byte") + ")";
     if (!file.sha256.empty()) {
-        html += "<br>SHA-256 <code>" + escaped(file.sha256) + "</code>";
+        html += "<br>SHA-256 <code>" + escape(file.sha256) + "</code>";
     }
     return html;
 }
@@ -108,12 +109,12 @@ std::string file_html(const FileIdentity& file) {
 std::string list_html(const std::vector<std::string>& lines, const std::string& kind = "plain") {
     std::string html = "<ul class=\"" + kind + "\">";
     for (const std::string& line : lines) {
-        html += "<li>" + escaped(line) + "</li>";
+        html += "<li>" + escape(line) + "</li>";
     }
     return html + "</ul>";
 }
 
-/// The place of the picture, and how much of it is there.
+/// The picture, or why there is none.
 std::string mount_html(const Record& record) {
     std::string html = "<div class=\"mount\">";
     if (record.picture.empty()) {
@@ -122,13 +123,13 @@ std::string mount_html(const Record& record) {
                     : "No small picture";
     } else {
         html += R"(<img loading="lazy" decoding="async" alt="The picture of )" +
-                escaped(base_name(record.damaged.path)) + "\" src=\"data:image/jpeg;base64," +
+                escape(base_name(record.damaged.path)) + "\" src=\"data:image/jpeg;base64," +
                 base64(record.picture) + "\">";
     }
     return html + "</div>\n";
 }
 
-std::string pixels(std::uint32_t width, std::uint32_t height) {
+std::string format_pixels(std::uint32_t width, std::uint32_t height) {
     return std::to_string(width) + " × " + std::to_string(height) + " pixels";
 }
 
@@ -137,19 +138,19 @@ std::string facts_html(const Record& record) {
     const Attempt* taken = record.taken();
     if (taken != nullptr && taken->judgement.decodes) {
         facts.push_back(taken->judgement.camera);
-        facts.push_back(pixels(taken->judgement.width, taken->judgement.height));
+        facts.push_back(format_pixels(taken->judgement.width, taken->judgement.height));
     } else if (record.jpeg) {
-        facts.push_back(pixels(record.salvage.width, record.salvage.height));
+        facts.push_back(format_pixels(record.salvage.width, record.salvage.height));
     }
-    facts.push_back(size_in_words(record.damaged.size));
+    facts.push_back(format_size(record.damaged.size));
     std::string html;
     for (const std::string& fact : facts) {
         if (!fact.empty()) {
-            html += (html.empty() ? "<span>" : " · <span>") + escaped(fact) + "</span>";
+            html += (html.empty() ? "<span>" : " · <span>") + escape(fact) + "</span>";
         }
     }
     if (taken != nullptr && taken->judgement.rows_good) {
-        html += "<span class=\"share\">" + share_in_words(*taken->judgement.rows_good) +
+        html += "<span class=\"share\">" + format_share(*taken->judgement.rows_good) +
                 " of the rows without damage</span>";
     }
     return "<p class=\"facts\">" + html + "</p>\n";
@@ -161,12 +162,12 @@ std::vector<std::string> findings_of(const Record& record) {
         findings.push_back(record.problem);
     }
     if (!record.unreadable.empty()) {
-        findings.push_back(unreadable_in_words(record.unreadable));
+        findings.push_back(describe_unreadable(record.unreadable));
     }
     if (const Attempt* taken = record.taken()) {
         findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
     } else if (!record.attempts.empty()) {
-        findings.push_back("Repair: " + reason_refused(record.attempts.back()));
+        findings.push_back("Repair: " + describe_refusal(record.attempts.back()));
     }
     if (record.salvage.code && *record.salvage.code != 0) {
         findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
@@ -176,20 +177,20 @@ std::vector<std::string> findings_of(const Record& record) {
     return findings;
 }
 
-/// What in the delivered files comes from where.
+/// Where the parts of the delivered files come from.
 std::string origin_html(const Record& record) {
-    const std::string damaged = escaped(base_name(record.damaged.path));
+    const std::string damaged = escape(base_name(record.damaged.path));
     std::string html;
     if (const Attempt* taken = record.taken(); taken != nullptr && record.raw) {
         const std::string& date = taken->judgement.taken;
-        html += term("Image data", "from the damaged file <b>" + damaged + "</b>");
-        html += term("Everything else: date, exposure, white balance, lens, GPS, serial number",
-                     "from the sample <b>" + escaped(base_name(taken->sample)) + "</b>" +
-                         (date.empty() ? "" : ", so the file is dated " + escaped(date)));
+        html += term_html("Image data", "from the damaged file <b>" + damaged + "</b>");
+        html += term_html("Everything else: date, exposure, white balance, lens, GPS, serial number",
+                          "from the sample <b>" + escape(base_name(taken->sample)) + "</b>" +
+                              (date.empty() ? "" : ", so the file is dated " + escape(date)));
     }
     if (record.jpeg) {
-        html +=
-            term("JPEG", "from inside the damaged file <b>" + damaged + "</b>; nothing of it is a sample's");
+        html += term_html("JPEG",
+                          "from inside the damaged file <b>" + damaged + "</b>; nothing of it is a sample's");
     }
     return html.empty() ? html : "<dl class=\"origin\">\n" + html + "</dl>\n";
 }
@@ -197,18 +198,18 @@ std::string origin_html(const Record& record) {
 std::string samples_html(const Record& record) {
     std::string html;
     if (const Attempt* taken = record.taken()) {
-        html += term("Sample taken",
-                     escaped(taken->sample) + (taken->why.empty() ? "" : "<br>Why: " + escaped(taken->why)));
-        html += term("Repair", "carried out (code 0)");
+        html += term_html("Sample taken", escape(taken->sample) +
+                                              (taken->why.empty() ? "" : "<br>Why: " + escape(taken->why)));
+        html += term_html("Repair", "carried out (code 0)");
     }
     std::vector<std::string> refused;
     for (const Attempt& attempt : record.attempts) {
         if (!attempt.taken) {
-            refused.push_back(attempt.sample + ": " + reason_refused(attempt) +
+            refused.push_back(attempt.sample + ": " + describe_refusal(attempt) +
                               (attempt.why.empty() ? "" : " [" + attempt.why + "]"));
         }
     }
-    return refused.empty() ? html : html + term("Samples refused", list_html(refused));
+    return refused.empty() ? html : html + term_html("Samples refused", list_html(refused));
 }
 
 std::string salvage_html(const SalvagedPicture& salvage) {
@@ -221,17 +222,17 @@ std::string salvage_html(const SalvagedPicture& salvage) {
                                         std::to_string(salvage.blocks) +
                                         " blocks are the photographer's own");
     }
-    return lines.empty() ? "" : term("JPEG from inside the damaged file", list_html(lines));
+    return lines.empty() ? "" : term_html("JPEG from inside the damaged file", list_html(lines));
 }
 
 std::string details_html(const Record& record) {
     std::string html = "<details><summary>Files, samples and sums</summary>\n<dl>\n";
-    html += term("Damaged file", file_html(record.damaged));
+    html += term_html("Damaged file", file_html(record.damaged));
     if (record.raw) {
-        html += term("RAW photograph written", file_html(*record.raw));
+        html += term_html("RAW photograph written", file_html(*record.raw));
     }
     if (record.jpeg) {
-        html += term("JPEG written", file_html(*record.jpeg));
+        html += term_html("JPEG written", file_html(*record.jpeg));
     }
     html += samples_html(record);
     html += salvage_html(record.salvage);
@@ -242,19 +243,20 @@ std::string rows_html(const Attempt* taken) {
     if (taken == nullptr || !taken->judgement.rows_good) {
         return "";
     }
-    std::string share = share_in_words(*taken->judgement.rows_good);
+    std::string share = format_share(*taken->judgement.rows_good);
     std::erase(share, ' ');
     return R"(<div class="rows"><span style="width:)" + share + "\"></span></div>\n";
 }
 
-/// A number nobody can guess: with it the page's own script runs, and no other text that would be one.
+/// A number that cannot be guessed: with it only the page's own script runs, whatever texts the page
+/// contains.
 std::string random_word() {
     std::random_device random;
     return std::to_string(random()) + std::to_string(random());
 }
 
-std::string tile(const std::string& verdict, std::uint64_t count, const std::string& name,
-                 const std::string& meaning) {
+std::string tile_html(const std::string& verdict, std::uint64_t count, const std::string& name,
+                      const std::string& meaning) {
     return R"(<button type="button" disabled class="tile )" + verdict + R"(" data-verdict=")" + verdict +
            R"(" aria-pressed="false"><b>)" + std::to_string(count) + "</b><span>" + name + "</span><small>" +
            meaning + "</small></button>\n";
@@ -273,8 +275,8 @@ constexpr const char* kTools = R"html(<div class="tools" role="search" hidden>
 } // namespace
 
 std::string html_card(const Record& record, std::uint64_t number) {
-    const std::string verdict = slug(record.verdict);
-    const std::string name = escaped(base_name(record.damaged.path));
+    const std::string verdict = slug_of(record.verdict);
+    const std::string name = escape(base_name(record.damaged.path));
     const Attempt* taken = record.taken();
     const bool rows = taken != nullptr && taken->judgement.rows_good;
     std::string html = "<li class=\"card " + verdict + "\" data-verdict=\"" + verdict + "\" data-order=\"" +
@@ -283,7 +285,7 @@ std::string html_card(const Record& record, std::uint64_t number) {
                        (rows ? std::to_string(*taken->judgement.rows_good) : "") + "\">\n";
     html += mount_html(record) + rows_html(taken);
     html += "<div class=\"text\">\n<div class=\"name\"><h2>" + name + "</h2><span class=\"badge\">" +
-            std::string(in_words(record.verdict)) + "</span></div>\n" + facts_html(record);
+            std::string(describe(record.verdict)) + "</span></div>\n" + facts_html(record);
     if (const auto findings = findings_of(record); !findings.empty()) {
         html += list_html(findings, "findings") + '\n';
     }
@@ -320,7 +322,7 @@ void HtmlReport::add(const Record& record) {
 std::string HtmlReport::summary(bool interrupted) const {
     const std::uint64_t total = counts_.total();
     std::string html = "<p class=\"lead\">" + std::to_string(total) + (total == 1 ? " file: " : " files: ") +
-                       in_words(counts_) + "</p>\n";
+                       describe(counts_) + "</p>\n";
     if (interrupted) {
         html += "<p class=\"alert\" role=\"note\">The run was interrupted. Here is what was done until "
                 "then.</p>\n";
@@ -328,16 +330,17 @@ std::string HtmlReport::summary(bool interrupted) const {
     html += R"(<div class="bar" aria-hidden="true">)";
     for (const Verdict verdict : kVerdicts) {
         if (counts_.of(verdict) != 0) {
-            html += "<span class=\"" + slug(verdict) +
+            html += "<span class=\"" + slug_of(verdict) +
                     "\" style=\"flex:" + std::to_string(counts_.of(verdict)) + "\"></span>";
         }
     }
     html += "</div>\n<div class=\"tiles\" role=\"group\" aria-label=\"Show\">\n" +
-            tile("", total, "all files", "that were given");
+            tile_html("", total, "all files", "that were given");
     for (const Verdict verdict : kVerdicts) {
         const bool rare = verdict == Verdict::kIntact || verdict == Verdict::kNotDone;
         if (!rare || counts_.of(verdict) != 0) {
-            html += tile(slug(verdict), counts_.of(verdict), in_words(verdict), meaning(verdict));
+            html += tile_html(slug_of(verdict), counts_.of(verdict), describe(verdict),
+                              describe_meaning(verdict));
         }
     }
     return html + "</div>\n";
@@ -347,7 +350,7 @@ void HtmlReport::close(bool interrupted) {
     write(
         "</ul>\n</main>\n<footer>In a repaired RAW photograph the image data are those of the damaged file; "
         "all else, its date too, is the sample's. " +
-        escaped(made_) + "</footer>\n" + script_ + "</body>\n</html>\n");
+        escape(made_) + "</footer>\n" + script_ + "</body>\n</html>\n");
     const std::string text = summary(interrupted);
     if (text.size() > kSummaryRoom) {
         throw std::logic_error("the summary is longer than its room");

@@ -4,7 +4,7 @@
 
 namespace plate_mend::host {
 
-/// Style and behaviour of the page, as they stand between their tags.
+/// The style and the script of the page, without their tags.
 extern const char* const kHtmlStyle;
 extern const char* const kHtmlScript;
 

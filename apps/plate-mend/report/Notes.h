@@ -6,8 +6,8 @@
 
 namespace plate_mend::host {
 
-/// Remarks on a run that belong to no single file, on the standard error stream; each only once. May be used
-/// by several threads.
+/// Notes about a run as a whole, on the standard error stream; each is printed only once. May be used by
+/// several threads.
 class Notes {
   public:
     void add(const std::string& text);
@@ -17,7 +17,7 @@ class Notes {
     std::set<std::string> given_;
 };
 
-/// A line on the standard error stream: "plate-mend: " and the text, fit for a terminal.
+/// Writes a line to the standard error stream: "plate-mend: " and the text, safe for a terminal.
 void complain(const std::string& text);
 
 } // namespace plate_mend::host

@@ -1,10 +1,9 @@
 #include "report/Progress.h"
 
+#include "text/Format.h"
 #include "text/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <ostream>
 #include <utility>
@@ -16,17 +15,14 @@ namespace {
 constexpr auto kBetweenDraws = std::chrono::milliseconds(100);
 constexpr std::size_t kLeastForName = 8;
 
-std::string rate_in_words(double files_per_second) {
+std::string format_rate(double files_per_second) {
     const bool fast = files_per_second >= 1;
     const double value = fast ? files_per_second : files_per_second * 60;
-    std::array<char, 64> buffer{};
-    const auto end =
-        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 1);
-    return std::string(buffer.data(), end.ptr) + (fast ? "/s" : "/min");
+    return format_decimal(value, 1) + (fast ? "/s" : "/min");
 }
 
 /// "[ 12/225] ", with the first number as wide as the second.
-std::string position(const ProgressState& state) {
+std::string format_position(const ProgressState& state) {
     const std::string total = std::to_string(state.total);
     std::string done = std::to_string(state.done);
     if (done.size() < total.size()) {
@@ -37,7 +33,7 @@ std::string position(const ProgressState& state) {
 
 } // namespace
 
-std::string duration_in_words(double seconds) {
+std::string format_duration(double seconds) {
     if (!(seconds >= 1)) {
         return "less than 1 s";
     }
@@ -54,14 +50,14 @@ std::string duration_in_words(double seconds) {
 }
 
 std::string progress_line(const ProgressState& state, std::size_t columns) {
-    std::string line = position(state);
+    std::string line = format_position(state);
     if (state.done > 0 && state.seconds > 0) {
         const double rate = static_cast<double>(state.done) / state.seconds;
-        line += ' ' + rate_in_words(rate);
+        line += ' ' + format_rate(rate);
         if (state.total > state.done) {
-            line += ", " + duration_in_words(static_cast<double>(state.total - state.done) / rate) + " left";
+            line += ", " + format_duration(static_cast<double>(state.total - state.done) / rate) + " left";
         }
-        line += ", " + in_words(state.counts);
+        line += ", " + describe(state.counts);
     }
     if (!state.current.empty() && line.size() + 2 + kLeastForName <= columns) {
         line += ": " + cut_to_columns(printable(state.current), columns - line.size() - 2);
@@ -70,12 +66,12 @@ std::string progress_line(const ProgressState& state, std::size_t columns) {
 }
 
 std::string file_line(const Record& record) {
-    std::string line = record.damaged.path + ": " + in_words(record.verdict);
+    std::string line = record.damaged.path + ": " + describe(record.verdict);
     if (!record.problem.empty()) {
         line += ", " + record.problem;
     }
     if (!record.unreadable.empty()) {
-        line += ", " + unreadable_in_words(record.unreadable);
+        line += ", " + describe_unreadable(record.unreadable);
     }
     if (record.raw) {
         line += ", written to " + record.raw->path;
@@ -86,10 +82,10 @@ std::string file_line(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         line += ", sample " + taken->sample;
         if (!taken->judgement.findings.empty()) {
-            line += " (" + joined(taken->judgement.findings) + ")";
+            line += " (" + join(taken->judgement.findings) + ")";
         }
     } else if (!record.attempts.empty()) {
-        line += ", " + reason_refused(record.attempts.back());
+        line += ", " + describe_refusal(record.attempts.back());
     }
     return printable(line);
 }

@@ -12,7 +12,7 @@
 
 namespace plate_mend::host {
 
-/// How far a run is.
+/// How far a run has come.
 struct ProgressState {
     std::uint64_t done = 0;
     std::uint64_t total = 0;
@@ -22,29 +22,29 @@ struct ProgressState {
 };
 
 /// The line for a terminal, at most so many columns wide: "[ 12/225] 1.9/s, 2 min left, 11 whole, 1 lost:
-/// IMG_0042.ARW". The name gives way first, then the end of the line.
+/// IMG_0042.ARW". The name is shortened first, then the end of the line.
 [[nodiscard]] std::string progress_line(const ProgressState& state, std::size_t columns);
 
 /// The line of one file for a log or a pipe: "IMG_0042.ARW: whole, written to out/IMG_0042.repaired.ARW,
 /// sample IMG_0007.ARW". Control characters in names are replaced.
 [[nodiscard]] std::string file_line(const Record& record);
 
-/// "12 s", "3 min", "2 h 5 min"; "less than 1 s" for what is nearly over.
-[[nodiscard]] std::string duration_in_words(double seconds);
+/// "12 s", "3 min", "2 h 5 min"; "less than 1 s" below that.
+[[nodiscard]] std::string format_duration(double seconds);
 
-/// Tells a run's progress to a stream.
+/// Writes a run's progress to a stream.
 class Progress {
   public:
     enum class Style {
-        kTerminal, ///< One line, written over and over; a line stays for each file that is not whole.
-        kLines,    ///< One line a file.
+        kTerminal, ///< One line, rewritten in place; a line stays for each file that is not whole.
+        kLines,    ///< One line per file.
         kQuiet,    ///< Nothing.
     };
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
     using Columns = std::function<std::size_t()>;
 
-    /// The stream must outlive this. `columns` tells the terminal's width and is asked each time, since
-    /// people change it. Not for several threads at once.
+    /// The stream must outlive this. `columns` returns the terminal's width, and is called for each line,
+    /// since the width may change. Not for several threads at once.
     Progress(std::ostream& stream, Style style, std::uint64_t total, Columns columns,
              Clock clock = std::chrono::steady_clock::now);
 
@@ -54,7 +54,7 @@ class Progress {
     /// The work on a file ended.
     void end(const Record& record);
 
-    /// The run is over: the terminal's line makes place for what comes.
+    /// The run is over: clears the terminal's line.
     void finish();
 
   private:
@@ -67,7 +67,7 @@ class Progress {
     Clock clock_;
     std::chrono::steady_clock::time_point began_;
     std::chrono::steady_clock::time_point drawn_;
-    bool on_display_ = false; // A line stands at the cursor.
+    bool on_display_ = false; // The line is on the terminal.
     ProgressState state_;
 };
 

@@ -2,8 +2,9 @@
 
 #include "files/Failures.h"
 #include "platform/Terminal.h"
+#include "record/RecordJson.h"
 #include "report/Csv.h"
-#include "report/JsonLines.h"
+#include "text/Paths.h"
 
 #include <array>
 #include <ctime>
@@ -13,7 +14,7 @@ namespace plate_mend::host {
 
 namespace {
 
-/// On the standard output, unless a report goes there; then on the error stream, if somebody looks at it.
+/// On the standard output, unless a report goes there; then on the error stream, if that is a terminal.
 Progress progress_of(const ReportOptions& options, std::size_t files) {
     const bool output_is_taken = options.json == "-" || options.csv == "-";
     const auto stream = output_is_taken ? platform::Stream::kErrors : platform::Stream::kOutput;
@@ -26,7 +27,7 @@ Progress progress_of(const ReportOptions& options, std::size_t files) {
 }
 
 /// "plate-mend 1.0, 2026-05-01 12:30".
-std::string made_by() {
+std::string creator_text() {
     const std::time_t now = std::time(nullptr);
     std::array<char, 32> text{};
     const std::tm* parts = std::localtime(&now); // No other thread runs yet.
@@ -56,7 +57,7 @@ void Reports::Lines::write(const std::string& text, bool is_new) {
 Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open)
     : progress_(progress_of(options, files)) {
     if (!options.html.empty()) {
-        html_.emplace(open(path_from(options.html)), made_by());
+        html_.emplace(open(path_from(options.html)), creator_text());
     }
     if (!options.json.empty()) {
         json_.emplace(options.json, open);

@@ -12,28 +12,28 @@
 
 namespace plate_mend::host {
 
-/// What reports a run writes. Names are bytes of paths; empty ones stand for none, "-" for the standard
-/// output.
+/// Which reports a run writes. Names are bytes of paths; an empty name means none, "-" the standard output.
 struct ReportOptions {
     std::string json;
     std::string csv;
     std::string html;
-    bool quiet = false; ///< Nothing is told on the terminal.
+    bool quiet = false; ///< Print nothing on the terminal.
 };
 
-/// Begins a report's file. Throws MachineFailure.
+/// Starts a report's file. Throws MachineFailure.
 using ReportOpener = std::function<OutputFile(const std::filesystem::path& path)>;
 
-/// All reports of a run. Each is complete after each record, but the contact sheet, which appears in the end.
+/// All reports of a run. Each is complete after each record, except the contact sheet, which appears at the
+/// end.
 class Reports {
   public:
-    /// Starts them, for a run over so many files. Throws what the opener throws, and MachineFailure.
+    /// Starts them, for a run over this many files. Throws what the opener throws, and MachineFailure.
     Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open);
 
     /// The work on a file begins.
     void begin(const std::string& path) { progress_.begin(path); }
 
-    /// Adds a record. One that is not new goes to files only, not to the standard output. Throws
+    /// Adds a record. One from an earlier run goes to files only, not to the standard output. Throws
     /// MachineFailure when a report cannot be written.
     void add(const Record& record, bool is_new);
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-// Paths as the program passes them around: as bytes, which on most systems are UTF-8 but need not be.
+// Paths as the program passes them around: as bytes, usually UTF-8, but not always.
 
 namespace plate_mend::host {
 
@@ -13,9 +13,9 @@ namespace plate_mend::host {
 [[nodiscard]] std::string utf8_from(const std::filesystem::path& path);
 
 /// The bytes of a path as well-formed UTF-8, without loss: each byte that belongs to no character becomes
-/// U+0000, which no name contains, followed by its value as two lower-case hexadecimal digits.
+/// U+0000, which no name contains, followed by its value in two lower-case hexadecimal digits.
 [[nodiscard]] std::string escaped_name(std::string_view bytes);
-/// The bytes again. Whatever is no such escape is left as it is.
+/// The bytes again. Anything else is left unchanged.
 [[nodiscard]] std::string unescaped_name(std::string_view text);
 
 } // namespace plate_mend::host

@@ -122,6 +122,21 @@ std::string well_formed(std::string_view text) {
     return result;
 }
 
+std::string replace_letters(std::string_view text, std::string_view letters,
+                            const std::vector<std::string>& by) {
+    std::string result;
+    for (const char letter : text) {
+        const std::size_t found = letters.find(letter);
+        result += found == letters.npos ? std::string(1, letter) : by.at(found);
+    }
+    return result;
+}
+
+std::string on_one_line(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 std::string printable(std::string_view text) {
     std::string result;
     result.reserve(text.size());

@@ -156,5 +156,11 @@ TEST_F(Html, PageNamesNothingOutsideItself) {
     EXPECT_THAT(text, HasSubstr("default-src 'none'"));
 }
 
+TEST(HtmlCard, FileOfOneByteHasOneByte) {
+    Record record;
+    record.damaged.size = 1;
+    EXPECT_THAT(html_card(record, 0), HasSubstr("1 byte (1 byte)"));
+}
+
 } // namespace
 } // namespace plate_mend::host

@@ -81,12 +81,12 @@ TEST(FileLine, TellsWhyNothingWasWritten) {
 }
 
 TEST(Duration, IsToldInTheUnitThatFits) {
-    EXPECT_EQ(duration_in_words(0.2), "less than 1 s");
-    EXPECT_EQ(duration_in_words(59), "59 s");
-    EXPECT_EQ(duration_in_words(60), "1 min");
-    EXPECT_EQ(duration_in_words(3570), "1 h 0 min");
-    EXPECT_EQ(duration_in_words(7500), "2 h 5 min");
-    EXPECT_THAT(duration_in_words(1e300), EndsWith(" min"));
+    EXPECT_EQ(format_duration(0.2), "less than 1 s");
+    EXPECT_EQ(format_duration(59), "59 s");
+    EXPECT_EQ(format_duration(60), "1 min");
+    EXPECT_EQ(format_duration(3570), "1 h 0 min");
+    EXPECT_EQ(format_duration(7500), "2 h 5 min");
+    EXPECT_THAT(format_duration(1e300), EndsWith(" min"));
 }
 
 class ProgressOn : public ::testing::Test {

@@ -5,7 +5,7 @@
 
 namespace plate_mend::host::platform {
 
-/// A file descriptor that is closed in the end. A negative one stands for none.
+/// A file descriptor that is closed with the object. A negative one means none.
 class Descriptor {
   public:
     explicit Descriptor(int number) : number_(number) {}

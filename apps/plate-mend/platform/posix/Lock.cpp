@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kTries = 100;
 
-/// Takes the lock of an open file. Returns whether nobody else has it.
+/// Locks an open file. Returns whether no other process holds the lock.
 bool try_lock(const Descriptor& file, const std::filesystem::path& path) {
     while (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno == EWOULDBLOCK) {
@@ -27,7 +27,7 @@ bool try_lock(const Descriptor& file, const std::filesystem::path& path) {
     return true;
 }
 
-/// Whether the path is still that of the open file: somebody may have removed it meanwhile.
+/// Whether the path still leads to the open file, which may have been removed meanwhile.
 bool has_name(const Descriptor& file, const std::filesystem::path& path) {
     struct stat named {};
     if (::lstat(path.c_str(), &named) != 0) {

@@ -35,7 +35,7 @@ MapResult result_of(int error) {
 
 MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most_bytes) {
     close();
-    // Not blocking: a named pipe must not hold us up before it is told from a file.
+    // Not blocking: opening a named pipe must not wait.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct ::stat status {};
     if (file.number() < 0 || ::fstat(file.number(), &status) != 0) {

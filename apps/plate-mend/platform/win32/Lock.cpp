@@ -7,7 +7,7 @@ namespace plate_mend::host::platform {
 
 namespace {
 
-/// Takes the lock of an open file. Returns whether nobody else has it.
+/// Locks an open file. Returns whether no other process holds the lock.
 bool try_lock(const Handle& file, const std::filesystem::path& path) {
     OVERLAPPED first_byte{};
     if (::LockFileEx(file.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &first_byte) !=

@@ -66,7 +66,7 @@ Started start(const std::filesystem::path& program, std::wstring line) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION made{};
-    // Without a console of ours, Ctrl-C does not reach it.
+    // Without our console, Ctrl-C does not reach it.
     constexpr DWORD kFlags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
     if (::CreateProcessW(system_path::reachable(program).c_str(), line.data(), nullptr, nullptr, FALSE,
                          kFlags, nullptr, nullptr, &startup, &made) == FALSE) {
@@ -112,7 +112,7 @@ std::optional<Ending> Process::wait(std::chrono::milliseconds time) {
     state_->ended = true;
     DWORD status = 0;
     ::GetExitCodeProcess(state_->process.get(), &status);
-    // Exceptions that nobody handles end a process with their number.
+    // An unhandled exception ends a process with the exception's number.
     return status >= 0xC0000000 ? Ending{0, crash_of(status)} : Ending{static_cast<int>(status), ""};
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The root of the volume that a path lies on, with a backslash at its end; empty where there is none.
+/// The root of the volume that a path is on, with a backslash at its end; empty if there is none.
 std::wstring root_of(const fs::path& path) {
     std::error_code error;
     const fs::path whole = fs::absolute(path, error);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "cli/LimitOptions.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// Which files to check.
+struct CheckOptions {
+    std::vector<std::string> files;
+    LimitOptions limits;
+};
+
+/// Reports whether LibRaw opens each file, which workers find out. Returns the exit status.
+[[nodiscard]] int run_check(const CheckOptions& options, const std::filesystem::path& program);
+
+} // namespace plate_mend::host

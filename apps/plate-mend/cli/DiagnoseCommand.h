@@ -1,0 +1,22 @@
+#pragma once
+
+#include "cli/LimitOptions.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// Which files to diagnose.
+struct DiagnoseOptions {
+    std::vector<std::string> files;
+    std::string sample; ///< Empty: none.
+    bool json = false;  ///< One object per file instead of text.
+    LimitOptions limits;
+};
+
+/// Reports what is left of each file, which workers find out. Returns the exit status.
+[[nodiscard]] int run_diagnose(const DiagnoseOptions& options, const std::filesystem::path& program);
+
+} // namespace plate_mend::host

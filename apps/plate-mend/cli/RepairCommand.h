@@ -1,0 +1,44 @@
+#pragma once
+
+#include "cli/LimitOptions.h"
+#include "platform/Files.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// What to repair, with which samples, and what to report.
+struct RepairOptions {
+    std::vector<std::string> paths;          ///< Damaged files, and folders of them.
+    std::vector<std::string> samples;        ///< Intact photographs.
+    std::vector<std::string> sample_folders; ///< Folders of intact photographs.
+    std::vector<std::string> extensions;     ///< Taken from folders; empty: all nine.
+    std::string files_from;                  ///< A list of further paths; empty: none.
+    std::string root;          ///< Results keep their paths relative to it; empty: what all paths share.
+    std::string out;           ///< Folder of the results; empty: beside the damaged files.
+    std::string output;        ///< Name of the only result; empty: derived from the damaged file's.
+    std::string json;          ///< File for JSON Lines, "-" for the standard output; empty: none.
+    std::string csv;           ///< The same for a table.
+    std::string report;        ///< File for a contact sheet; empty: none.
+    std::string task;          ///< The run's name in `out`; empty: the only run there.
+    std::string log_directory; ///< Empty: no log is kept.
+    unsigned jobs = 0;         ///< Files at a time; 0: as many as there are processors.
+    unsigned most_samples = 8; ///< Tried for a file.
+    bool force = false;        ///< Replace existing files.
+    bool no_fallback = false;  ///< No JPEG is salvaged.
+    bool resume = false;       ///< Skip what an earlier run finished.
+    bool quiet = false;        ///< Print only failures of the program itself.
+    LimitOptions limits;
+};
+
+/// Repairs photographs, reports on each, and writes the reports. Returns the exit status.
+///
+///   is_removable  whether a path is on a removable medium; tests replace it
+[[nodiscard]] int
+run_repair(const RepairOptions& options, const std::filesystem::path& program,
+           const std::function<bool(const std::filesystem::path&)>& is_removable = platform::is_removable);
+
+} // namespace plate_mend::host

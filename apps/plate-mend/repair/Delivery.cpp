@@ -1,0 +1,118 @@
+#include "repair/Delivery.h"
+
+#include "files/Failures.h"
+#include "files/InputFile.h"
+#include "files/SafeOutput.h"
+#include "files/Sha256.h"
+#include "platform/Files.h"
+#include "record/RunRecord.h"
+#include "text/Paths.h"
+
+#include <system_error>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::optional<FileIdentity> identity_of(const fs::path& file, const fs::path& output) {
+    if (!fs::exists(file)) {
+        return std::nullopt;
+    }
+    return FileIdentity{utf8_from(output), fs::file_size(file), sha256_of(file)};
+}
+
+bool is_surely_there(const fs::path& file) {
+    try {
+        return is_there(file);
+    } catch (const MachineFailure&) {
+        return false;
+    }
+}
+
+/// Adds the times of a delivered file, if it is certainly the one that was made.
+void add_times(FileIdentity& identity, const platform::FileStamp& made, const fs::path& output) {
+    const auto stamp = platform::stamp_of(output);
+    if (!stamp || stamp->size != identity.size) {
+        throw MachineFailure(identity.path + ": has a different size than the result");
+    }
+    if (stamp->volume == made.volume && stamp->index == made.index && stamp->modified == made.modified) {
+        identity.modified = stamp->modified;
+        identity.changed = stamp->changed;
+    }
+}
+
+} // namespace
+
+std::optional<std::string> Delivery::refuse(const fs::path& output) const {
+    auto refusal = refuse_output(output, rules_.inputs, rules_.force);
+    const bool allowed = refusal && rules_.resume && rules_.record != nullptr &&
+                         !refuse_output(output, rules_.inputs, true) &&
+                         rules_.record->is_own_result(file_.input.path, output);
+    return allowed ? std::nullopt : refusal;
+}
+
+std::optional<std::string> Delivery::refuse_raw() const {
+    return refuse(file_.outputs.raw);
+}
+
+const fs::path& Delivery::choose_jpeg() const {
+    const Outputs& outputs = file_.outputs;
+    if (!refuse(outputs.jpeg)) {
+        return outputs.jpeg;
+    }
+    if (const auto refusal = refuse(outputs.other_jpeg)) {
+        throw MachineFailure(*refusal);
+    }
+    return outputs.other_jpeg;
+}
+
+void Delivery::run(const fs::path& raw, const fs::path& jpeg, Record& record) {
+    // All that may be interrupted comes before anything is delivered.
+    Record finished = record;
+    finished.raw = identity_of(raw, file_.outputs.raw);
+    finished.jpeg = fs::exists(jpeg) ? identity_of(jpeg, choose_jpeg()) : std::nullopt;
+    if (rules_.record != nullptr) {
+        rules_.record->add(finished);
+    }
+    if (finished.jpeg) {
+        deliver_one(jpeg, *finished.jpeg, record.jpeg);
+    }
+    if (finished.raw) {
+        deliver_one(raw, *finished.raw, record.raw);
+    }
+}
+
+void Delivery::deliver_one(const fs::path& file, const FileIdentity& identity,
+                           std::optional<FileIdentity>& result) {
+    const fs::path output = path_from(identity.path);
+    const bool is_delivered = is_delivered_already(identity);
+    const auto stamp = platform::stamp_of(is_delivered ? output : file).value_or(platform::FileStamp{});
+    if (!is_delivered) {
+        deliver(file, output, rules_.inputs, rules_.force);
+        delivered_.push_back(output);
+    }
+    result = identity;
+    add_times(*result, stamp, output);
+}
+
+bool Delivery::is_delivered_already(const FileIdentity& identity) const {
+    const fs::path output = path_from(identity.path);
+    return rules_.resume && rules_.record != nullptr && !rules_.force && platform::is_taken(output) &&
+           rules_.record->is_own_result(file_.input.path, output) && sha256_of(output) == identity.sha256;
+}
+
+void Delivery::take_back(Record& record) {
+    if (rules_.force || !is_surely_there(file_.input.path)) {
+        return;
+    }
+    std::error_code ignored;
+    for (const fs::path& file : delivered_) {
+        fs::remove(file, ignored);
+    }
+    record.raw.reset();
+    record.jpeg.reset();
+}
+
+} // namespace plate_mend::host

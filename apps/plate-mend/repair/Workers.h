@@ -1,0 +1,94 @@
+#pragma once
+
+#include "judge/Judge.h"
+#include "record/Record.h"
+#include "repair/WorkerProcess.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+// Whatever may crash, hang or use up memory on hostile bytes runs in a worker: a second process of this
+// program, started with a folder that has its task and receives its answer.
+
+namespace plate_mend::host {
+
+class RunLog;
+
+/// Runs each task in a worker of its own. A crash, the time limit and an exception of the library become the
+/// problem in the answer. May be used by several threads, each with its own folder, which must exist. The
+/// files of a task are in that folder, or have paths that are UTF-8.
+///
+/// All throw Interrupted, and MachineFailure when no worker can be started, when the disk is full, or when
+/// memory runs out.
+class Workers {
+  public:
+    /// `log` receives the library's log lines and must outlive this object; null for none.
+    explicit Workers(WorkerLimits limits, RunLog* log = nullptr) : limits_(std::move(limits)), log_(log) {}
+
+    /// Files of an advanced repair.
+    struct RepairTask {
+        std::filesystem::path damaged;
+        std::filesystem::path sample;
+        std::filesystem::path output;
+        std::string title; ///< Of the damaged file and the sample, for the log.
+    };
+    /// The advanced repair. Returns an attempt with its code or its problem. The library works in the folder.
+    [[nodiscard]] Attempt repair(const std::filesystem::path& folder, const RepairTask& task) const;
+
+    /// Files of a general repair.
+    struct SalvageTask {
+        std::filesystem::path damaged;
+        std::filesystem::path output;
+        std::filesystem::path picture; ///< Where a small upright JPEG of the result goes; empty: nowhere.
+    };
+    /// The general repair.
+    [[nodiscard]] SalvagedPicture salvage(const std::filesystem::path& folder, const SalvageTask& task) const;
+
+    /// Appends as many zeros as a result lacks at its end, compared with the sample. Returns how many.
+    [[nodiscard]] std::uint64_t fill(const std::filesystem::path& folder, const std::filesystem::path& result,
+                                     const std::filesystem::path& sample) const;
+
+    /// Whether bytes are missing before the end of a damaged file's preview. Also true if the worker cannot
+    /// find out.
+    [[nodiscard]] bool is_lost_in_preview(const std::filesystem::path& folder,
+                                          const std::filesystem::path& damaged) const;
+
+    /// The judgement of an independent decode. A problem of the worker is its only finding.
+    [[nodiscard]] Judgement judge(const std::filesystem::path& folder, const JudgeRequest& task) const;
+
+    /// Whether a photograph needs no repair: it decodes without a sign of damage, and so does the preview
+    /// inside it. The picture is as in JudgeRequest.
+    [[nodiscard]] bool is_intact(const std::filesystem::path& folder, const std::filesystem::path& photograph,
+                                 const std::filesystem::path& picture) const;
+
+    /// Whether LibRaw opens a file.
+    struct CheckResult {
+        bool opens = false;
+        std::string problem; ///< Of the worker; empty for none.
+    };
+    [[nodiscard]] CheckResult check(const std::filesystem::path& folder,
+                                    const std::filesystem::path& file) const;
+
+    /// What to diagnose.
+    struct DiagnoseTask {
+        std::filesystem::path file;
+        std::filesystem::path sample; ///< Empty: none.
+        bool json = false;            ///< One line of JSON instead of text.
+    };
+    /// What is left of a file, or a problem.
+    struct DiagnoseResult {
+        std::string text; ///< Ready to be printed.
+        std::string problem;
+    };
+    /// Examines what is left of a file. Its path need not be UTF-8.
+    [[nodiscard]] DiagnoseResult diagnose(const std::filesystem::path& folder,
+                                          const DiagnoseTask& task) const;
+
+  private:
+    WorkerLimits limits_;
+    RunLog* log_;
+};
+
+} // namespace plate_mend::host
