@@ -112,7 +112,7 @@ TEST_P(LargeDiagnosisOfOne, WithoutRoomForTheWorkSaysSo) {
             complaint = e.what();
         }
     }
-    EXPECT_THAT(complaint, HasSubstr("not enough memory to look at it"));
+    EXPECT_THAT(complaint, HasSubstr("not enough memory to examine it"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, LargeDiagnosisOfOne, ::testing::Values(formats()[0]),
