@@ -38,7 +38,9 @@ std::string quote(const std::string& field) {
 
 std::string text(std::string_view value) {
     const bool formula = !value.empty() && std::string_view("=+-@\t\r").find(value.front()) != value.npos;
-    return quote((formula ? "'" : "") + well_formed(value));
+    std::string shown = formula ? "'" : "";
+    shown += well_formed(value);
+    return quote(shown);
 }
 
 /// The attempt that the row speaks of; null when no sample gave a code.
