@@ -330,10 +330,10 @@ TEST_F(Cr2Model, LinkOfAnEntryThatIsNotTheLastIsTheNextEntrysFirstBytes) {
 }
 
 TEST_F(Cr2Model, LinkIsReadAfterTheEntryIsJudged) {
-    for (std::size_t behind = 0; behind < 4; ++behind) {
-        EXPECT_THROW(open(joined(entry_bytes(0x8825, 0, 1, 99), Bytes(behind))).read_next_ifd_link(entry, 0),
+    for (std::size_t after = 0; after < 4; ++after) {
+        EXPECT_THROW(open(joined(entry_bytes(0x8825, 0, 1, 99), Bytes(after))).read_next_ifd_link(entry, 0),
                      IllegalException);
-        CR2& cr2 = open(joined(entry_bytes(0x8825, 4, 1, 99), Bytes(behind)));
+        CR2& cr2 = open(joined(entry_bytes(0x8825, 4, 1, 99), Bytes(after)));
         EXPECT_THROW(cr2.read_next_ifd_link(entry, 0), OutRangeException);
         EXPECT_THAT(cr2.ifd->entries, ElementsAre(entry)) << "accepted before the link failed";
     }

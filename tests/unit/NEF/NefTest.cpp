@@ -122,7 +122,7 @@ TEST_P(NefHeader, NeedsVersion42) {
     for (const std::uint16_t version : Shorts{0, 41, 43, 0x29FF, 0x2A01, 0x2A2A}) {
         NEF& nef = open(header_bytes(GetParam(), version));
         EXPECT_THROW(nef.parse_header(), IllegalException) << version;
-        EXPECT_EQ(nef.ifh->version, 0U) << "nothing behind the byte order is stored";
+        EXPECT_EQ(nef.ifh->version, 0U) << "nothing after the byte order is stored";
         EXPECT_EQ(nef.ifh->first_ifd_offset, 0U);
     }
 }
@@ -342,7 +342,7 @@ TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatIsInsideZeroed) {
         NEF& nef = open(bytes);
         EXPECT_THROW(nef.blank_entry_data(entry, 0), OutRangeException) << value;
         EXPECT_EQ(content(), zeroed(bytes, value, 100));
-        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry)) << "there is no guard in front";
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry)) << "there is no guard before";
     }
 }
 
