@@ -7,8 +7,8 @@
 
 #include <jpeglib.h>
 
-// Takes the place of the functions by which libjpeg gets its memory, where it is a library of its own: the
-// program's are found first.
+// Replaces the functions by which libjpeg allocates memory, where it is a shared library: the program's are
+// found first.
 
 namespace {
 

@@ -13,10 +13,10 @@
 #include <set>
 #include <sstream>
 
-// What a page says is true: its links lead somewhere, and each block of code is of one of these kinds.
+// What a page says is true: its links lead somewhere, and each block of code is one of these kinds.
 //
 //   ```console            "$ " begins a command, which is run here in a folder of damaged photographs (see
-//                         make_photographs); the lines after it are its output, where "..." stands for any
+//                         make_photographs); the lines after it are its output, where "..." matches any
 //                         text
 //   ```text from PROGRAM  the output of a program of the build
 //   ```LANGUAGE from FILE lines of a file that is built and run elsewhere, without their common indentation

@@ -12,7 +12,7 @@ namespace test {
                                                     const std::filesystem::path& folder,
                                                     const std::filesystem::path& bin);
 
-/// Whether the lines match a pattern, in which "..." stands for any text, and a line of "..." alone for any
+/// Whether the lines match a pattern, in which "..." matches any text, and a line of "..." alone any
 /// lines.
 [[nodiscard]] bool matches(const std::vector<std::string>& lines, const std::vector<std::string>& pattern);
 

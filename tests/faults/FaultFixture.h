@@ -32,7 +32,7 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 
 /// How the repairs of a format end in trouble.
 struct Endings {
-    Outcome clone_not_opened; ///< A CR3 repair needs no working copy.
+    Outcome copy_not_opened; ///< A CR3 repair needs no working copy.
     Outcome sample_not_mapped;
     Outcome damaged_not_mapped;
     Outcome output_not_opened; ///< Three formats do not look.

@@ -41,13 +41,13 @@ TEST_P(Folders, OutputFolderThatCannotBeWritten) {
 TEST_P(Folders, WorkFolderThatCannotBeWritten) {
     fs::permissions(work, kNotWritable);
     const WithoutPrivileges user;
-    EXPECT_EQ(repair(), endings.clone_not_opened);
+    EXPECT_EQ(repair(), endings.copy_not_opened);
     EXPECT_EQ(output_bytes().has_value(), is("cr3"));
 }
 
 TEST_P(Folders, WorkFolderThatIsNotThere) {
     fs::remove(work);
-    EXPECT_EQ(repair(), endings.clone_not_opened);
+    EXPECT_EQ(repair(), endings.copy_not_opened);
     EXPECT_EQ(output_bytes().has_value(), is("cr3"));
 }
 

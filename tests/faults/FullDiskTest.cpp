@@ -12,9 +12,9 @@ Bytes cut(const Bytes& bytes, std::size_t size) {
     return part(bytes, 0, std::min(bytes.size(), size));
 }
 
-// The disk is full after so many bytes of each file, for every number of bytes. The working copy is cut
-// short, which is not noticed; so is the output.
-TEST_P(FullDisk, IsNotNoticedUnlessTheCloneLacksWhatIsSearchedFor) {
+// The disk is full after any number of bytes of each file. The working copy and the output are truncated,
+// which is not noticed.
+TEST_P(FullDisk, IsNotNoticedUnlessTheWorkingCopyLacksWhatIsSearchedFor) {
     const std::size_t largest = std::max(pair.sample.size(), expected().size());
     const std::size_t step = is("cr3") ? 13 : 1; // Many times larger than the others.
     std::size_t unnoticed = 0;
@@ -25,8 +25,8 @@ TEST_P(FullDisk, IsNotNoticedUnlessTheCloneLacksWhatIsSearchedFor) {
             outcome = repair();
         }
         // There is no working copy of a CR3.
-        const Bytes clone = is("cr3") ? pair.sample : cut(pair.sample, room);
-        const oracle::Expected whole = format.repaired(clone, pair.damaged);
+        const Bytes working_copy = is("cr3") ? pair.sample : cut(pair.sample, room);
+        const oracle::Expected whole = format.repaired(working_copy, pair.damaged);
         if (!whole) {
             ASSERT_TRUE(outcome.code) << outcome << ", room " << room;
             ASSERT_LE(*outcome.code, format.highest_code) << "room " << room;

@@ -45,7 +45,7 @@ class LargeFile : public Fault {
         return bytes;
     }
 
-    /// Repairs a damaged file of so many bytes, whose image is at its very end.
+    /// Repairs a damaged file of the size given, whose image is at its very end.
     void repair_image_at_the_end_of(std::uint64_t size) {
         const auto length = static_cast<std::uint32_t>(pair.damaged.size());
         const std::uint64_t by = size - length;
@@ -68,8 +68,8 @@ class LargeFile : public Fault {
         EXPECT_EQ(output_bytes(), expected());
     }
 
-    /// Repairs a damaged file with zeros after its image, up to so many bytes. The disk is full soon, so
-    /// that they are not all copied.
+    /// Repairs a damaged file with zeros after its image, up to the size given. The disk is soon full,
+    /// so not all of them are copied.
     void repair_image_with_a_tail_up_to(std::uint64_t size) {
         constexpr std::size_t kRoom = 1 << 16;
         ASSERT_LT(pair.sample.size(), kRoom);

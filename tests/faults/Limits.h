@@ -11,7 +11,7 @@
 
 namespace test {
 
-/// While it lives, no file of the process grows beyond so many bytes: a write ends there as on a full disk.
+/// While it lives, no file of the process grows beyond the given bytes: a write ends there as on a full disk.
 class FileSizeLimit {
   public:
     explicit FileSizeLimit(std::uint64_t bytes);
@@ -24,7 +24,7 @@ class FileSizeLimit {
     void (*old_handler_)(int);
 };
 
-/// While it lives, the process gets at most so many bytes of address space on top of what it has.
+/// While it lives, the process gets at most the given bytes of address space on top of what it has.
 class AddressSpaceLimit {
   public:
     explicit AddressSpaceLimit(std::uint64_t more_bytes);
@@ -39,8 +39,8 @@ class AddressSpaceLimit {
     ::rlimit old_{};
 };
 
-/// While it lives, the process gets at most so many bytes of private memory on top of what it has. Files that
-/// are mapped for reading do not count.
+/// While it lives, the process gets at most the given bytes of private memory on top of what it has. Files
+/// that are mapped for reading do not count.
 class PrivateMemoryLimit {
   public:
     explicit PrivateMemoryLimit(std::uint64_t more_bytes);

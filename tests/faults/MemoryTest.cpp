@@ -8,7 +8,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20U;
 
-/// Repairs with so many bytes of address space to spare.
+/// Repairs with the given bytes of address space to spare.
 class Memory : public Fault {
   protected:
     void SetUp() override {
@@ -48,8 +48,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, Memory, ::testing::ValuesIn(one_pair_a_format(
 
 class MemoryOfALongList : public Memory {
   protected:
-    /// Makes of a DNG's tile offsets a list that goes on to the end of 64 megabytes: in memory it is four
-    /// times as long.
+    /// Turns a DNG's tile offsets into a list that fills 64 megabytes; in memory it takes four times as
+    /// much.
     void make_long_list(const fs::path& path, const Bytes& bytes) const {
         Bytes changed = bytes;
         const Bytes tag{0x44, 0x01, 0x04, 0x00}; // TileOffsets, LONG.

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 using SalvageFullDisk = EachSalvage;
 
-// The disk is full after so many bytes of the picture, for every number of bytes.
+// The disk is full after any number of bytes of the picture.
 TEST_P(SalvageFullDisk, IsNoticedWhereverItEndsAndLeavesTheOldOutput) {
     const Bytes wanted = undisturbed();
     const Bytes old{1, 2, 3};

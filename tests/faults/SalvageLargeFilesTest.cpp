@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kGigabyte = std::uint64_t{1} << 30U;
 
-/// Files of so many bytes, most of them a hole. Their mappings are between pages that cannot be read.
+/// Files of the size given, most of it a hole. Their mappings are between pages that cannot be read.
 class SalvageLargeFile : public SalvageFault, public ::testing::WithParamInterface<std::uint64_t> {
   protected:
     void SetUp() override {

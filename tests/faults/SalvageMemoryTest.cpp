@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kMegabyte = std::uint64_t{1} << 20U;
 
-/// A stack does not grow where there is no memory, and nobody can be notified of it: so it grows before.
+/// Grows the stack now: once memory is short it cannot grow, and that cannot be reported.
 void grow_stack() {
     volatile unsigned char room[kMegabyte];
     for (std::size_t at = 0; at < kMegabyte; at += 1024) {
@@ -31,8 +31,8 @@ class SalvageMemory : public SalvageFault {
         }
     }
 
-    /// Salvages with so many bytes of address space to spare, in a process that has salvaged nothing before:
-    /// it would have memory left from that. Gives the code; 1 when the process died.
+    /// Salvages with the given bytes of address space to spare, in a process that has salvaged nothing
+    /// before: it would have memory left from that. Returns the code; 1 when the process died.
     [[nodiscard]] std::int32_t code_within(std::uint64_t bytes) {
         const int status = status_of_child([&] {
             grow_stack();

@@ -21,7 +21,7 @@ class DngFloods : public RepairFixture {
         outcome.code = advance("dng", damaged, sample);
         outcome.output = output();
         if (!work_files().empty()) {
-            outcome.clone = work_file("temp.dng");
+            outcome.working_copy = work_file("temp.dng");
         }
         const std::string line = lines().back().text;
         const std::string words = "reason is ";
@@ -56,7 +56,8 @@ TEST_F(DngFloods, CostNoMoreForEachByteWhenTheyGrow) {
     }
 }
 
-/// A file of random entries and, after them, of small numbers. Much goes wrong in it, and not too much.
+/// A file of random entries and, after them, of small numbers. Many steps of a repair fail on it, but not
+/// all.
 class RandomDng {
   public:
     RandomDng(ByteOrder order, std::mt19937& random) : order_(order), random_(random) {}

@@ -48,7 +48,7 @@ std::function<Bytes(std::size_t)> flood_of(const Bytes& pattern) {
     return [pattern](std::size_t size) { return repeated(pattern, size); };
 }
 
-std::function<Bytes(std::size_t)> with_flood_behind(const Bytes& front, const Bytes& pattern) {
+std::function<Bytes(std::size_t)> with_flood_after(const Bytes& front, const Bytes& pattern) {
     return [front, pattern](std::size_t size) { return joined(front, repeated(pattern, size)); };
 }
 
@@ -74,12 +74,12 @@ std::vector<Flood> floods() {
         {"ArwStripOffsets", "arw", flood_of(strip_offsets), only(arw), PLATE_MEND_ARW_OUT_OF_RANGE},
         {"Sr2StripOffsets", "sr2", flood_of(strip_offsets), only(sr2), PLATE_MEND_SR2_OUT_OF_RANGE},
         {"OrfStripOffsets", "orf", flood_of(strip_offsets), only(orf), PLATE_MEND_ORF_OUT_OF_RANGE},
-        {"OrfJpegsInTheSample", "orf", only(orf), with_flood_behind(orf, jpeg),
+        {"OrfJpegsInTheSample", "orf", only(orf), with_flood_after(orf, jpeg),
          PLATE_MEND_ORF_SAMPLE_UNUSABLE},
         {"RafHeaders", "raf", flood_of(header), only(raf), PLATE_MEND_RAF_OUT_OF_RANGE},
-        {"RafHeadersInTheSample", "raf", only(raf), with_flood_behind(raf, header), 0},
+        {"RafHeadersInTheSample", "raf", only(raf), with_flood_after(raf, header), 0},
         {"RafTablesInTheSample", "raf", only(raf),
-         with_flood_behind(raf_without_end_of_xpacket(), {0xFF, 0xC4}), 0},
+         with_flood_after(raf_without_end_of_xpacket(), {0xFF, 0xC4}), 0},
         {"Cr2StripOffsets", "cr2", flood_of(strip_offsets), only(cr2), PLATE_MEND_CR2_DAMAGED_UNUSABLE},
         {"NefSubfileTypes", "nef", flood_of({0xFE, 0x00}), only(nef), PLATE_MEND_NEF_DAMAGED_UNUSABLE},
         {"NefSubfileTypesOfPreviews", "nef", flood_of({0xFE, 0, 4, 0, 1, 0, 0, 0, 1, 0, 0, 0}), only(nef),

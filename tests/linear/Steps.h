@@ -4,8 +4,8 @@
 
 namespace test {
 
-/// How many bytes the library has looked at: a search counts those before its match and the match, a
-/// read through the cursor its own.
+/// How many bytes the library has read: a search counts those before its match and the match, a read
+/// through the cursor the bytes it returns.
 inline std::uint64_t steps = 0;
 
 } // namespace test

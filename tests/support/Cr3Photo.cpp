@@ -396,7 +396,7 @@ Cr3Photo::Cr3Photo(const Options& options) {
         writer.run(data[index]);
         put_u32(bytes, offset_entry(index + 1), static_cast<std::uint32_t>(tracks[index].offset), kBig);
     }
-    writer.run(noise(options.behind, 2000));
+    writer.run(noise(options.after_tracks, 2000));
     writer.end();
     if (options.large_mdat) {
         put_u32(bytes, at("mdat") + 12, get_u32(bytes, at("mdat"), kBig), kBig);

@@ -31,7 +31,7 @@ struct Cr3Photo {
         std::vector<std::uint16_t> samples{}; ///< With pictures: the raw one, instead of the number's scene.
         std::array<std::size_t, 4> tracks{1000, 301, 2002, 77}; ///< Lengths, without pictures.
         std::array<std::size_t, 4> gaps{0, 0, 0, 0};            ///< Bytes before each track.
-        std::size_t behind = 0;                                 ///< Bytes after track 4.
+        std::size_t after_tracks = 0;                           ///< Bytes after track 4.
         bool large_mdat = true;                                 ///< The size of mdat in 64 bits.
         Bytes large{}; ///< With pictures: the JPEG of track 1, instead of the scene's.
     };

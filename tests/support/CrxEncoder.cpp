@@ -133,7 +133,7 @@ class PlaneEncoder {
 
     /// A zero where there is no run. Else a one, which counts one sample, and a one for each whole block of
     /// samples, whose lengths grow with the runs; then, unless the run ends the line, a zero and the number
-    /// of those left. to_end counts the samples from here to the end of the line.
+    /// of samples left. to_end counts the samples from here to the end of the line.
     void put_run(std::size_t run, std::size_t to_end) {
         if (run == 0) {
             bits_.put(0, 1);

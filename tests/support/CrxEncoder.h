@@ -11,7 +11,7 @@ namespace test {
 /// Length of the headers before the planes of a picture by encode_crx: its CMP1 box must state it.
 inline constexpr std::size_t kCrxHeaderSize = 112;
 
-/// The bytes of a raw track of a Canon CR3 file: a lossless picture behind an RGGB filter, as one tile
+/// The bytes of a raw track of a Canon CR3 file: a lossless picture taken through an RGGB filter, as one tile
 /// without wavelet levels. The samples are rows of width numbers of the given bits, 9 to 14. Width and height
 /// are even, and at least 44. CrxEncoder.cpp describes the layout.
 [[nodiscard]] Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height,

@@ -69,8 +69,8 @@ DngPhoto::DngPhoto(const Options& options) : order(options.order) {
             tiff.shorts(kPlanarConfiguration, {1}),
         };
         if (preview == 0) {
-            const auto behind_photometric = entries.begin() + 6;
-            entries.insert(behind_photometric, {tiff.ascii(kMake, "Ricoh"), tiff.ascii(kModel, "GXR A12")});
+            const auto after_photometric = entries.begin() + 6;
+            entries.insert(after_photometric, {tiff.ascii(kMake, "Ricoh"), tiff.ascii(kModel, "GXR A12")});
         }
         entries.insert(entries.end(), more.begin(), more.end());
         return tiff.write_directory(entries);

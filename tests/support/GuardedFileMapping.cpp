@@ -9,9 +9,9 @@
 #include <cstddef>
 
 // Takes the place of the library's own mapping when a program is linked. The last byte of a file is the last
-// one before a page that cannot be read, so that one byte too far stops the program. The page in front
-// of the first byte's page cannot be read either. What was written to a view reaches the file when the view
-// is given back.
+// one before a page that cannot be read, so that one byte too far stops the program. The page before
+// the first byte's page cannot be read either. What was written to a view reaches the file when the view
+// is closed.
 
 namespace plate_mend::platform {
 

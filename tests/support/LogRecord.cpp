@@ -12,12 +12,12 @@ namespace {
 MATCHER_P2(IsNumbered, prefix, suffix, std::string("is \"") + prefix + "<line>" + suffix + "\"") {
     const std::string& text = arg;
     const std::string before = prefix;
-    const std::string behind = suffix;
-    if (text.size() <= before.size() + behind.size() || text.compare(0, before.size(), before) != 0 ||
-        text.compare(text.size() - behind.size(), behind.size(), behind) != 0) {
+    const std::string after = suffix;
+    if (text.size() <= before.size() + after.size() || text.compare(0, before.size(), before) != 0 ||
+        text.compare(text.size() - after.size(), after.size(), after) != 0) {
         return false;
     }
-    const std::string number = text.substr(before.size(), text.size() - before.size() - behind.size());
+    const std::string number = text.substr(before.size(), text.size() - before.size() - after.size());
     if (number.front() == '0') {
         return false;
     }

@@ -4,7 +4,6 @@
 #include "support/Scene.h"
 
 #include <stdexcept>
-#include <utility>
 
 namespace test {
 
@@ -53,9 +52,7 @@ OrfPhoto make_orf(const OrfOptions& options) {
     const Bytes preview = options.preview.empty()
                               ? make_bare_preview(scene, options.preview_width, options.preview_height)
                               : options.preview;
-    photo.image_size = static_cast<std::uint32_t>(image.size());
-    photo.thumbnail_size = static_cast<std::uint32_t>(thumbnail.size());
-    photo.preview_size = static_cast<std::uint32_t>(preview.size());
+    set_sizes(photo, preview, thumbnail, image);
 
     TiffWriter file(options.order);
     file.write_header();
@@ -98,18 +95,6 @@ OrfPhoto make_orf(const OrfOptions& options) {
     photo.bytes = file.bytes();
     put_text(photo.bytes, 2, options.order == ByteOrder::kLittle ? "RO" : "OR");
     return photo;
-}
-
-Bytes blanked(Bytes bytes, const OrfPhoto& photo) {
-    bytes = zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
-    return zeroed(std::move(bytes), photo.preview, photo.preview + 30);
-}
-
-Bytes expected_output(const OrfPhoto& sample, const OrfPhoto& original, const Bytes& damaged) {
-    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
-    const std::uint32_t byte_count = original.ifd0.value(279);
-    put_bytes(head, sample.ifd0.value(279), part(original.bytes, byte_count, byte_count + 4));
-    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

@@ -16,10 +16,10 @@ std::unique_ptr<LibRaw> make_decoder() {
     return raw;
 }
 
-/// No row of a photograph is made of it: it stands for what LibRaw leaves undecoded.
+/// Marks what LibRaw leaves undecoded; no row of a photograph consists of it.
 constexpr std::uint16_t kUndecoded = 0xD15C;
 
-/// LibRaw does not clear the memory it decodes into, so a broken file would show what lay there: perhaps the
+/// LibRaw does not clear the memory it decodes into, so a broken file would show what was there: perhaps the
 /// rows of the original, decoded before. It seeks the image data once that memory is there, and then this
 /// fills it.
 class FillingStream : public LibRaw_buffer_datastream {

@@ -18,7 +18,7 @@ class Scene {
     /// Interleaved 8-bit sRGB rows, as a camera's preview has them.
     [[nodiscard]] std::vector<unsigned char> rgb8(unsigned width, unsigned height) const;
 
-    /// One sample per pixel behind an RGGB filter, black at black, white at 2^bits - 1.
+    /// One sample per pixel, taken through an RGGB filter, black at black, white at 2^bits - 1.
     [[nodiscard]] std::vector<std::uint16_t> bayer(unsigned width, unsigned height, unsigned bits,
                                                    unsigned black = 0) const;
 

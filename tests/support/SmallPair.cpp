@@ -178,7 +178,7 @@ Cr3Photo small_cr3(unsigned number) {
                      .preview = 32,
                      .tracks = {20 + number, 8, 22 - number, 6},
                      .gaps = {number, 0, 3, 0},
-                     .behind = 1,
+                     .after_tracks = 1,
                      .large_mdat = number == 1});
 }
 

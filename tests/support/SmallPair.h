@@ -9,9 +9,9 @@
 
 namespace test {
 
-/// A sample and a damaged file of a few hundred bytes (CR3: of a few thousand) which a repair mends: what the
-/// repair looks at, and nothing else. The two differ in length before the image. The damaged file has
-/// lost its first bytes.
+/// A sample and a damaged file of a few hundred bytes (CR3: of a few thousand) that a repair succeeds on.
+/// They hold what the repair reads, and nothing else. The two differ in length before the image. The damaged
+/// file has lost its first bytes.
 struct SmallPair {
     std::string name; ///< The extension, and the byte order where there are two: "arw_MM".
     std::string_view extension;

@@ -3,8 +3,6 @@
 #include "support/Jpeg.h"
 #include "support/Scene.h"
 
-#include <utility>
-
 namespace test {
 
 Sr2Photo make_sr2(const Sr2Options& options) {
@@ -16,9 +14,7 @@ Sr2Photo make_sr2(const Sr2Options& options) {
                               ? make_preview(scene, options.preview_width, options.preview_height)
                               : options.preview;
     const Bytes thumbnail = make_preview(scene, 32, 24);
-    photo.image_size = static_cast<std::uint32_t>(image.size());
-    photo.preview_size = static_cast<std::uint32_t>(preview.size());
-    photo.thumbnail_size = static_cast<std::uint32_t>(thumbnail.size());
+    set_sizes(photo, preview, thumbnail, image);
 
     TiffWriter file(options.order);
     file.write_header();
@@ -74,18 +70,6 @@ Sr2Photo make_sr2(const Sr2Options& options) {
     file.set_value(photo.sub_ifd, 273, photo.image);
     photo.bytes = file.bytes();
     return photo;
-}
-
-Bytes blanked(Bytes bytes, const Sr2Photo& photo) {
-    bytes = zeroed(std::move(bytes), photo.preview, photo.preview + 30);
-    return zeroed(std::move(bytes), photo.thumbnail, photo.thumbnail + 30);
-}
-
-Bytes expected_output(const Sr2Photo& sample, const Sr2Photo& original, const Bytes& damaged) {
-    Bytes head = part(blanked(sample.bytes, sample), 0, sample.image);
-    const std::uint32_t byte_count = original.sub_ifd.value(279);
-    put_bytes(head, sample.sub_ifd.value(279), part(original.bytes, byte_count, byte_count + 4));
-    return joined(head, part(damaged, original.image, damaged.size()));
 }
 
 } // namespace test

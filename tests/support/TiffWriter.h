@@ -76,7 +76,7 @@ class TiffWriter {
     }
     void patch_u32(std::size_t offset, std::uint32_t value) { put_u32(bytes_, offset, value, order_); }
 
-    /// The size so far: where the next thing goes.
+    /// The size so far: where the next bytes go.
     [[nodiscard]] std::uint32_t offset() const { return static_cast<std::uint32_t>(bytes_.size()); }
     [[nodiscard]] const Bytes& bytes() const { return bytes_; }
     [[nodiscard]] ByteOrder order() const { return order_; }

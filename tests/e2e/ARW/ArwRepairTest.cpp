@@ -106,7 +106,7 @@ TEST_F(ArwRepairs, SampleWithADirectoryPastItsEnd) {
     EXPECT_THAT(work_files(), ElementsAre("temp.arw"));
 }
 
-TEST_F(ArwRepairs, SampleWithAPreviewPastItsEndKeepsWhatWasBlankedInTheClone) {
+TEST_F(ArwRepairs, SampleWithAPreviewPastItsEndKeepsWhatWasBlankedInTheWorkingCopy) {
     Bytes sample = sample_photo.bytes;
     put_u32(sample, sample_photo.ifd1.value(513), static_cast<std::uint32_t>(sample.size()),
             ByteOrder::kLittle);
@@ -117,7 +117,7 @@ TEST_F(ArwRepairs, SampleWithAPreviewPastItsEndKeepsWhatWasBlankedInTheClone) {
     EXPECT_EQ(read_file(sample_path), sample) << "the user's file is not touched";
 }
 
-TEST_F(ArwRepairs, PreviewsOfTheCloneAreBlankedOnlyAfterAllTagsAreRead) {
+TEST_F(ArwRepairs, PreviewsOfTheWorkingCopyAreBlankedOnlyAfterAllTagsAreRead) {
     Bytes sample = sample_photo.bytes;
     put_u16(sample, sample_photo.ifd2.entry(514), 515, ByteOrder::kLittle);
     sample.resize(sample_photo.ifd2.offset + 200); // So that no other 514 is found after it.
@@ -272,8 +272,8 @@ TEST_F(ArwMerge, PatchOfAnEntryThatIsTheSamplesLastTwelveBytesThrows) {
     EXPECT_EQ(advance("arw", damaged_photo.bytes, sample), -1125);
     EXPECT_THAT(lines(), merge_failed());
     EXPECT_EQ(output(), Bytes{});
-    const Bytes clone = work_file("temp.arw");
-    EXPECT_EQ(get_u32(clone, clone.size() - 4, ByteOrder::kLittle), damaged_photo.image_size)
+    const Bytes working_copy = work_file("temp.arw");
+    EXPECT_EQ(get_u32(working_copy, working_copy.size() - 4, ByteOrder::kLittle), damaged_photo.image_size)
         << "all four bytes are written before the cursor fails";
 
     reset_stand_ins();

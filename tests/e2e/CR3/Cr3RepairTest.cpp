@@ -30,8 +30,8 @@ const auto kNoBox = kLog.failed("corrupt file can not find box, reason is Data c
 const auto kNoImage =
     kLog.failed("corrupt file can not found img data, reason is Visiting beyond boundaries");
 
-/// A photograph of which only that is left which a repair looks at: three landmarks, the tables of tracks 1
-/// and 3, and their bytes. All else is zero, or noise of a seed.
+/// A photograph reduced to what a repair reads: three landmarks, the tables of tracks 1 and 3, and their
+/// bytes. All else is zero with a seed of 0, and noise with any other.
 Bytes only_what_is_needed(const Cr3Photo& photo, std::uint32_t seed) {
     Bytes damaged = seed == 0 ? Bytes(photo.bytes.size()) : noise(photo.bytes.size(), seed);
     const auto keep = [&](std::size_t offset, std::size_t size) {
@@ -155,10 +155,10 @@ TEST_F(Cr3Repairs, AllShapesOfMdatAgreeWithTheSecondWriting) {
             sample_photo = Cr3Photo(Cr3Photo::Options{.thumbnail = 400 + more,
                                                       .tracks = {1000, 301, 2002, 77 + more},
                                                       .gaps = {more, 16 * more, 0, 3},
-                                                      .behind = 5 * more,
+                                                      .after_tracks = 5 * more,
                                                       .large_mdat = large});
-            damaged_photo = Cr3Photo(
-                Cr3Photo::Options{.number = 2, .gaps = {16, 0, more, 0}, .behind = 9, .large_mdat = !large});
+            damaged_photo = Cr3Photo(Cr3Photo::Options{
+                .number = 2, .gaps = {16, 0, more, 0}, .after_tracks = 9, .large_mdat = !large});
             expect_repaired(damaged_photo.bytes);
         }
     }

@@ -236,7 +236,7 @@ struct TinyDng {
     void set_type(const TiffDirectory& directory, std::uint16_t tag, std::uint16_t type) {
         put_u16(bytes, directory.entry(tag) + 2, type, order);
     }
-    /// Makes another tag of it, so that a search goes by.
+    /// Changes the tag, so that a search does not find it.
     void hide(const TiffDirectory& directory, std::uint16_t tag) {
         put_u16(bytes, directory.entry(tag), 0xC000, order);
     }
@@ -250,8 +250,8 @@ class DngTables : public RepairFixture, public ::testing::WithParamInterface<Byt
     TinyDng damaged{{5000, 5500, 6100}, {500, 600, 700}, 6900, 0xD1, order};
 
     /// The sample with its preview blanked and these tables.
-    [[nodiscard]] Bytes clone(const std::vector<std::uint32_t>& offsets,
-                              const std::vector<std::uint32_t>& byte_counts) const {
+    [[nodiscard]] Bytes working_copy(const std::vector<std::uint32_t>& offsets,
+                                     const std::vector<std::uint32_t>& byte_counts) const {
         Bytes bytes = zeroed(sample.bytes, sample.preview, sample.preview + 30);
         for (std::size_t tile = 0; tile < offsets.size(); ++tile) {
             put_u32(bytes, sample.offset_list + 4 * tile, offsets[tile], order);
@@ -269,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(ByteOrders, DngTables, ::testing::Values(ByteOrder::kLi
 TEST_P(DngTables, AreRewrittenForTilesOfOtherSizes) {
     ASSERT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
     EXPECT_EQ(output()->size(), 1000U + 1800U);
-    EXPECT_EQ(output(), joined(part(clone({1000, 1500, 2100}, {500, 600, 700}), 0, 1000),
+    EXPECT_EQ(output(), joined(part(working_copy({1000, 1500, 2100}, {500, 600, 700}), 0, 1000),
                                part(damaged.bytes, 5000, 6800)));
 }
 
@@ -287,7 +287,7 @@ TEST_P(DngTables, DifferentTileCountsAreMismatchingAndNothingIsPatched) {
         EXPECT_EQ(advance("dng", other.bytes, sample.bytes), -1026);
         EXPECT_THAT(lines(), failed(kMismatching));
         EXPECT_EQ(output(), std::nullopt);
-        EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
+        EXPECT_EQ(work_file("temp.dng"), working_copy({}, {}));
     }
 }
 
@@ -297,37 +297,37 @@ TEST_P(DngTables, FewerByteCountsThanOffsetsLessOneAreMismatchingAndNothingIsPat
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
     EXPECT_THAT(lines(), failed(kMismatching));
     EXPECT_EQ(output(), std::nullopt);
-    EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
+    EXPECT_EQ(work_file("temp.dng"), working_copy({}, {}));
 }
 
 TEST_P(DngTables, OneByteCountLessThanOffsetsEndsWithTheLastOfEach) {
     sample = TinyDng({1000, 1111, 1222}, {111, 111}, 1400, 0xE1, order);
     damaged = TinyDng({5000, 5500, 6100}, {500, 600}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(),
-              joined(part(clone({1000, 1500, 2100}, {500, 600}), 0, 1000), part(damaged.bytes, 5000, 6700)));
+    EXPECT_EQ(output(), joined(part(working_copy({1000, 1500, 2100}, {500, 600}), 0, 1000),
+                               part(damaged.bytes, 5000, 6700)));
 }
 
 TEST_P(DngTables, MoreByteCountsThanOffsetsEndWithTheLastOfEach) {
     sample = TinyDng({1000, 1111}, {111, 111, 111}, 1400, 0xE1, order);
     damaged = TinyDng({5000, 5500}, {500, 600, 700}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(),
-              joined(part(clone({1000, 1500}, {500, 600, 700}), 0, 1000), part(damaged.bytes, 5000, 6200)));
+    EXPECT_EQ(output(), joined(part(working_copy({1000, 1500}, {500, 600, 700}), 0, 1000),
+                               part(damaged.bytes, 5000, 6200)));
 }
 
 TEST_P(DngTables, OneTileIsReadAndWrittenAsAList) {
     sample = TinyDng({1000}, {111}, 1400, 0xE1, order);
     damaged = TinyDng({5000}, {500}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(), joined(part(clone({1000}, {500}), 0, 1000), part(damaged.bytes, 5000, 5500)));
+    EXPECT_EQ(output(), joined(part(working_copy({1000}, {500}), 0, 1000), part(damaged.bytes, 5000, 5500)));
 }
 
 TEST_P(DngTables, AreMadeForTilesEndToEndWhateverTheDamagedOffsets) {
     // A gap between the tiles is copied, and the offsets leave it out.
     damaged = TinyDng({5000, 5600, 6200}, {500, 500, 500}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(), joined(part(clone({1000, 1500, 2000}, {500, 500, 500}), 0, 1000),
+    EXPECT_EQ(output(), joined(part(working_copy({1000, 1500, 2000}, {500, 500, 500}), 0, 1000),
                                part(damaged.bytes, 5000, 6700)));
 }
 
@@ -335,13 +335,14 @@ TEST_P(DngTables, ByteCountsArePatchedBeforeOffsets) {
     // Both entries of the sample point at one list: the offsets are what stays.
     sample.set(sample.main_ifd, 325, sample.offset_list);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(), joined(part(clone({500, 1500, 2100}, {}), 0, 1000), part(damaged.bytes, 5000, 6800)));
+    EXPECT_EQ(output(),
+              joined(part(working_copy({500, 1500, 2100}, {}), 0, 1000), part(damaged.bytes, 5000, 6800)));
 }
 
 TEST_P(DngTables, RunningOffsetWrapsInThirtyTwoBits) {
     damaged = TinyDng({5000, 5500, 6100}, {0xFFFFFFF0, 600, 700}, 6900, 0xD1, order);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-    EXPECT_EQ(output(), joined(part(clone({1000, 984, 1584}, {0xFFFFFFF0, 600, 700}), 0, 1000),
+    EXPECT_EQ(output(), joined(part(working_copy({1000, 984, 1584}, {0xFFFFFFF0, 600, 700}), 0, 1000),
                                part(damaged.bytes, 5000, 6800)));
 }
 
@@ -351,8 +352,9 @@ TEST_P(DngTables, FirstOffsetOfTheSampleMayBeItsSize) {
     for (const std::uint32_t image : {1399U, 1400U}) {
         put_u32(sample.bytes, sample.offset_list, image, order);
         EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), 0);
-        EXPECT_EQ(output(), joined(part(clone({image, image + 500, image + 1100}, {500, 600, 700}), 0, image),
-                                   part(damaged.bytes, 5000, 6800)));
+        EXPECT_EQ(output(),
+                  joined(part(working_copy({image, image + 500, image + 1100}, {500, 600, 700}), 0, image),
+                         part(damaged.bytes, 5000, 6800)));
     }
 }
 
@@ -363,7 +365,7 @@ TEST_P(DngTables, FirstOffsetPastTheSampleLeavesNoOutputAndThePatchedClone) {
         EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
         EXPECT_THAT(lines(), failed(kOutOfRange));
         EXPECT_EQ(output(), std::nullopt);
-        EXPECT_EQ(work_file("temp.dng"), clone({image, image + 500, image + 1100}, {500, 600, 700}));
+        EXPECT_EQ(work_file("temp.dng"), working_copy({image, image + 500, image + 1100}, {500, 600, 700}));
     }
 }
 
@@ -392,8 +394,8 @@ TEST_P(DngTables, DamagedFileCutInItsTilesLeavesTheSamplesPart) {
         damaged.bytes.resize(size);
         EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
         EXPECT_THAT(lines(), failed(kOutOfRange));
-        EXPECT_EQ(output(), part(clone({1000, 1500, 2100}, {500, 600, 700}), 0, 1000));
-        EXPECT_EQ(work_file("temp.dng"), clone({1000, 1500, 2100}, {500, 600, 700}));
+        EXPECT_EQ(output(), part(working_copy({1000, 1500, 2100}, {500, 600, 700}), 0, 1000));
+        EXPECT_EQ(work_file("temp.dng"), working_copy({1000, 1500, 2100}, {500, 600, 700}));
     }
 }
 
@@ -402,7 +404,7 @@ TEST_P(DngTables, EmptyBlockOfTilesIsCopiedFromAnywhereInTheFile) {
          {std::pair{6899U, 0}, {6900U, 0}, {6901U, -1026}, {0xFFFFFFFFU, -1026}}) {
         damaged = TinyDng({image, 0, image}, {1, 1, 0}, 6900, 0xD1, order); // L is 0.
         EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), code) << image;
-        EXPECT_EQ(output(), part(clone({1000, 1001, 1002}, {1, 1, 0}), 0, 1000)) << image;
+        EXPECT_EQ(output(), part(working_copy({1000, 1001, 1002}, {1, 1, 0}), 0, 1000)) << image;
     }
 }
 
@@ -460,7 +462,7 @@ TEST_P(DngTables, SampleWithoutSubIfdsHasItsFirstPreviewBlanked) {
     sample.hide(sample.ifd0, 330);
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1023);
     EXPECT_THAT(lines(), failed(kNotFound));
-    EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
+    EXPECT_EQ(work_file("temp.dng"), working_copy({}, {}));
     EXPECT_EQ(output(), std::nullopt);
 }
 
@@ -548,7 +550,7 @@ TEST_P(DngTables, SampleWithoutAMainImageIsMismatching) {
     put_bytes(sample.bytes, 1300, part(sample.bytes, sample.ifd0.entry(273), sample.ifd0.entry(330)));
     EXPECT_EQ(advance("dng", damaged.bytes, sample.bytes), -1026);
     EXPECT_THAT(lines(), failed(kMismatching));
-    EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
+    EXPECT_EQ(work_file("temp.dng"), working_copy({}, {}));
 
     reset_stand_ins();
     EXPECT_EQ(advance("dng", Bytes{}, sample.bytes), -1026) << "with empty lists on both sides too";
@@ -621,7 +623,7 @@ class DngScan : public DngTables {
     void expect_repaired() {
         reset_stand_ins();
         EXPECT_EQ(advance("dng", silent, sample.bytes), 0);
-        EXPECT_EQ(output(), joined(part(clone({1000, 1500, 2100}, {500, 600, 700}), 0, 1000),
+        EXPECT_EQ(output(), joined(part(working_copy({1000, 1500, 2100}, {500, 600, 700}), 0, 1000),
                                    part(silent, 5000, 6800)));
     }
 
@@ -630,7 +632,7 @@ class DngScan : public DngTables {
         EXPECT_EQ(advance("dng", silent, sample.bytes), code);
         EXPECT_THAT(lines(), failed(reason));
         EXPECT_EQ(output(), std::nullopt);
-        EXPECT_EQ(work_file("temp.dng"), clone({}, {}));
+        EXPECT_EQ(work_file("temp.dng"), working_copy({}, {}));
     }
 };
 
@@ -670,7 +672,7 @@ TEST_P(DngScan, FalseHitWithABadTypeIsSkippedSilently) {
 
 TEST_P(DngScan, EntryOfAReducedImageIsSkipped) {
     put_entry(50, 254, 4, 1, 1);
-    put_entry(62, 324, 4, 3, 5); // Its tiles are not looked at.
+    put_entry(62, 324, 4, 3, 5); // Its tiles are not read.
     put_good_entries(200);
     expect_repaired();
 }

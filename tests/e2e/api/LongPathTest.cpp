@@ -45,7 +45,7 @@ TEST_F(LongPaths, RepairWorksWithAllPathsLong) {
     EXPECT_EQ(advance(deep / "damaged.arw", deep / "sample.arw", deep / "output.arw"), 0);
     EXPECT_EQ(read_file(reachable(deep / "output.arw")), output());
     system_path::remove(deep / "work", error);
-    EXPECT_FALSE(error) << "the clone is gone, so the folder can go";
+    EXPECT_FALSE(error) << "the working copy is gone, so the folder can go";
 }
 
 TEST_F(LongPaths, FailureLeavesTheCloneAndTheNextRepairClearsIt) {

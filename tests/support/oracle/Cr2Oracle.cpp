@@ -12,16 +12,16 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const std::uint64_t raw_ifd = sample.u32(12);
     require(raw_ifd != 0);
 
-    // The number after an entry leads to the next directory where the entry is the last of its own.
-    const auto link_behind = [&](std::uint16_t tag, std::uint64_t from) {
+    // The number after the last entry of a directory is the offset of the next one.
+    const auto link_after = [&](std::uint16_t tag, std::uint64_t from) {
         const std::uint64_t at = sample.find_tag(tag, from);
         (void)sample.legal_entry(at);
         return std::uint64_t{sample.u32(at + 12)};
     };
     sample.blank(sample.find_entry(273, ifd0).value, 30);
-    const std::uint64_t ifd1 = link_behind(0x8825, ifd0);
+    const std::uint64_t ifd1 = link_after(0x8825, ifd0);
     sample.blank(sample.find_entry(0x0201, ifd1).value, 30);
-    const std::uint64_t ifd2 = link_behind(0x0202, ifd1);
+    const std::uint64_t ifd2 = link_after(0x0202, ifd1);
     const Entry strip = sample.find_entry(273, ifd2);
     const Entry strip_size = sample.find_entry(279, ifd2);
     require(sample.size() < 30 || strip.value <= sample.size() - 30);

@@ -85,7 +85,7 @@ void copy_cctp(Walk& walk) {
     }
 }
 
-/// Copies a JPEG of so many bytes, with its head blanked.
+/// Copies a JPEG of the size given, with its head blanked.
 void copy_jpeg(Walk& walk, std::uint32_t size) {
     const std::size_t jpeg = walk.end_of_out();
     walk.copy(size);

@@ -95,7 +95,7 @@ Tiles read_damaged(const Draft& damaged) {
     return tiles;
 }
 
-/// Patches the sample, and writes as much of the output as goes well.
+/// Patches the sample, and writes the output up to the first failure.
 void merge(Draft& sample, const Tiles& old_tiles, const Draft& damaged, const Tiles& tiles,
            std::optional<Bytes>& output) {
     const std::size_t offsets = old_tiles.offsets.size();
@@ -121,7 +121,8 @@ void merge(Draft& sample, const Tiles& old_tiles, const Draft& damaged, const Ti
 
 std::ostream& operator<<(std::ostream& stream, const DngOutcome& outcome) {
     stream << outcome.code << " \"" << outcome.reason << '"';
-    for (const auto& [name, bytes] : {std::pair{"output", &outcome.output}, {"clone", &outcome.clone}}) {
+    for (const auto& [name, bytes] :
+         {std::pair{"output", &outcome.output}, {"clone", &outcome.working_copy}}) {
         stream << ", " << name << ' ' << (*bytes ? std::to_string((*bytes)->size()) + " bytes" : "none");
     }
     return stream;
@@ -133,7 +134,7 @@ DngOutcome dng_outcome(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const auto failed = [&](std::int32_t code, const Unrepairable& failure) {
         outcome.code = code;
         outcome.reason = failure.reason;
-        outcome.clone = sample.bytes;
+        outcome.working_copy = sample.bytes;
         return outcome;
     };
     Tiles sample_tiles;

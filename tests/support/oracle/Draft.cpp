@@ -122,4 +122,13 @@ Bytes merged(const Draft& sample, std::uint64_t sample_image, const Draft& damag
     return joined(sample.run(0, sample_image), damaged.run(damaged_image, damaged.size() - damaged_image));
 }
 
+Bytes merged_by_strip_group(Draft sample, std::uint64_t sample_image, std::uint64_t byte_count,
+                            const Bytes& damaged_bytes, std::uint64_t rows, std::uint64_t counts) {
+    const Draft damaged{damaged_bytes, sample.order};
+    const std::uint64_t strip = damaged.find_strip_group(rows, counts);
+    require(byte_count + 12 < sample.size());
+    sample.put(byte_count + 8, damaged.u32(strip + counts + 8));
+    return merged(sample, sample_image, damaged, damaged.u32(strip + 8));
+}
+
 } // namespace test::oracle

@@ -92,6 +92,13 @@ struct Draft {
 [[nodiscard]] Bytes merged(const Draft& sample, std::uint64_t sample_image, const Draft& damaged,
                            std::uint64_t damaged_image);
 
+/// The same where the damaged file has the strip group, whose members are at these distances (see
+/// Draft::find_strip_group): its image is the group's, and the sample's entry at byte_count gets the group's
+/// byte count. A byte must follow that entry.
+[[nodiscard]] Bytes merged_by_strip_group(Draft sample, std::uint64_t sample_image, std::uint64_t byte_count,
+                                          const Bytes& damaged_bytes, std::uint64_t rows,
+                                          std::uint64_t counts);
+
 /// Calls a reader. Returns nothing where it throws Unrepairable.
 template <typename Reader>
 std::optional<Bytes> attempt(Reader reader) {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-// What an advanced repair must write, worked out from the bytes of both files alone. One plain reader a
-// format, each in a file of its own: no model of the library, and nothing in common with it.
+// What an advanced repair must write, worked out from the bytes of both files alone by one plain
+// reader per format. The readers share no code with the library.
 
 namespace test::oracle {
 

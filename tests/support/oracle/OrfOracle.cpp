@@ -1,6 +1,7 @@
 #include "support/oracle/Draft.h"
 #include "support/oracle/Oracle.h"
 
+#include <utility>
 #include <vector>
 
 namespace test::oracle {
@@ -38,13 +39,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
         sample.blank(jpeg, 30);
     }
 
-    const Draft damaged{damaged_bytes, sample.order};
-    const std::uint64_t strip = damaged.find_strip_group(36, 48);
-
-    require(byte_count + 12 < sample.size()); // A byte must follow the field that is patched.
-    sample.put(byte_count + 8, damaged.u32(strip + 48 + 8));
-    const std::uint64_t damaged_image = damaged.u32(strip + 8);
-    return merged(sample, image, damaged, damaged_image);
+    return merged_by_strip_group(std::move(sample), image, byte_count, damaged_bytes, 36, 48);
 }
 
 } // namespace

@@ -32,11 +32,11 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const std::uint64_t second_header = sample.find(kTiffHeader, first_header + 8);
 
     // Offsets in the file are sums of 32 bits.
-    const auto behind = [](std::uint64_t header, std::uint32_t value) {
+    const auto from = [](std::uint64_t header, std::uint32_t value) {
         return static_cast<std::uint32_t>(header + value);
     };
     const std::uint64_t link = first_header + 10 + 12 * std::uint64_t{sample.u16(first_header + 8)};
-    const std::uint64_t ifd1 = behind(first_header, sample.u32(link));
+    const std::uint64_t ifd1 = from(first_header, sample.u32(link));
     require(ifd1 < sample.size());
     const Entry thumb_offset = sample.entry(sample.find({0x01, 0x02, 4, 0}, ifd1));
     const Entry thumb_size = sample.entry(sample.find({0x02, 0x02, 4, 0}, ifd1));
@@ -44,7 +44,7 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
     const std::uint64_t length_entry = sample.find_tag(0xF008, second_header);
     (void)sample.entry(length_entry);
 
-    sample.blank(behind(first_header, thumb_offset.value), thumb_size.value);
+    sample.blank(from(first_header, thumb_offset.value), thumb_size.value);
     const auto xpacket = sample.seek(kXpacketEnd, 0, sample.size());
     const bool blanked = (xpacket && blank_tables(sample, kHuffmanTable, *xpacket)) ||
                          blank_tables(sample, {0, 0xFF, 0xC4}, 0) || blank_tables(sample, kHuffmanTable, 0);
@@ -61,14 +61,14 @@ Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
         return header <= offset_entry && offset_entry - header <= 136;
     });
     if (owner != headers.end()) {
-        damaged_image = behind(*owner, damaged_image);
+        damaged_image = from(*owner, damaged_image);
     }
     const auto damaged_length = damaged.seek({0x08, 0xF0, 4, 0}, 0, damaged.size());
     const std::uint32_t length = damaged_length ? damaged.entry(*damaged_length).value
                                                 : static_cast<std::uint32_t>(damaged.size() - damaged_image);
 
     sample.put(length_entry + 8, length);
-    Bytes head = sample.run(0, behind(second_header, image.value));
+    Bytes head = sample.run(0, from(second_header, image.value));
     if (length == 0) {
         return head;
     }

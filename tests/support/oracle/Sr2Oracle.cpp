@@ -1,41 +1,24 @@
 #include "support/oracle/Draft.h"
 #include "support/oracle/Oracle.h"
+#include "support/oracle/SonySample.h"
+
+#include <utility>
 
 namespace test::oracle {
 
 namespace {
 
 Bytes repair(const Bytes& sample_bytes, const Bytes& damaged_bytes) {
-    Draft sample{sample_bytes};
-    const std::uint64_t ifd0 = sample.take_header();
-    const std::uint64_t ifd1 = sample.next_directory(ifd0);
+    SonySample sample(sample_bytes);
+    Draft& file = sample.file;
+    (void)file.next_directory(sample.ifd1);
+    const std::uint64_t preview1 = sample.preview_of(sample.ifd1, kAnywhere, 2);
 
-    // An end before the start is no bound at all.
-    const auto bound = [](std::uint64_t start, std::uint64_t end) { return end < start ? kAnywhere : end; };
-    require(ifd1 < sample.size());
-    const std::uint64_t preview0 = sample.entry(sample.typed_tag(0x0201, ifd0, bound(ifd0, ifd1), 1)).value;
-    (void)sample.entry(sample.typed_tag(0x0202, ifd0, bound(ifd0, ifd1), 1));
-    const std::uint64_t sub_ifd = sample.entry(sample.typed_tag(0x014A, ifd0, bound(ifd0, ifd1), 1)).value;
-
-    (void)sample.next_directory(sub_ifd);
-    const std::uint64_t image = sample.entry(sample.typed_tag(273, sub_ifd, kAnywhere, 2)).value;
-    (void)sample.entry(sample.typed_tag(278, sub_ifd, kAnywhere, 2));
-    const std::uint64_t byte_count = sample.typed_tag(279, sub_ifd, kAnywhere, 2);
-    require(byte_count + 12 < sample.size()); // A byte must follow the field that will be patched.
-
-    (void)sample.next_directory(ifd1);
-    const std::uint64_t preview1 = sample.entry(sample.typed_tag(0x0201, ifd1, kAnywhere, 2)).value;
-    (void)sample.entry(sample.typed_tag(0x0202, ifd1, kAnywhere, 2));
-
-    sample.blank(preview0, 30);
-    sample.blank(preview1, 30);
-
-    const Draft damaged{damaged_bytes, sample.order};
-    const std::uint64_t strip = damaged.find_strip_group(36, 48);
-
-    sample.put(byte_count + 8, damaged.u32(strip + 48 + 8));
-    const std::uint64_t damaged_image = damaged.u32(strip + 8);
-    return merged(sample, image, damaged, damaged_image);
+    for (const std::uint64_t preview : {sample.preview, preview1}) {
+        file.blank(preview, 30);
+    }
+    return merged_by_strip_group(std::move(sample.file), sample.image, sample.byte_count, damaged_bytes, 36,
+                                 48);
 }
 
 } // namespace

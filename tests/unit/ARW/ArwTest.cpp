@@ -252,7 +252,7 @@ TEST_F(Arw, MatchOnTheLastTwoBytesIsVisitingBeyondAndNotNotFound) {
     ARW arw = open(with(blank(64), 62, {0x01, 0x02}));
     EXPECT_THROW(arw.find_tag(kJpegOffset, 0), VisitingBeyondException);
     EXPECT_THROW(arw.find_tag_in_range(kJpegOffset, 8, 0), VisitingBeyondException);
-    EXPECT_THROW(arw.find_tag_in_range(kJpegOffset, 0, 63), NotFoundException) << "it ends behind the range";
+    EXPECT_THROW(arw.find_tag_in_range(kJpegOffset, 0, 63), NotFoundException) << "it ends after the range";
     EXPECT_EQ(arw.find_bytes(kJpegOffset, 0), 62U) << "find_bytes returns such a match";
     EXPECT_THROW((void)arw.is_strip_triple(62), OutRangeException);
 }

@@ -2,12 +2,11 @@
 
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
-#include "support/TempDir.h"
 #include "support/TiffWriter.h"
+#include "unit/entry_models/EntryModelFixture.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <vector>
 
 namespace plate_mend {
@@ -35,49 +34,12 @@ Bytes header_bytes(ByteOrder order, std::uint16_t version = 42) {
     return bytes;
 }
 
-class Cr2Model : public ::testing::Test {
+class Cr2Model : public EntryModelFixture<CR2, CR2_DE> {
   protected:
-    /// A model on a file of these bytes; an earlier one is dropped.
-    CR2& open(const Bytes& bytes, ByteOrder order = ByteOrder::kLittle) {
-        model.reset();
-        test::write_file(folder / "photo.cr2", bytes);
-        model = std::make_unique<CR2>(folder / "photo.cr2");
-        model->set_big_endian(order == ByteOrder::kBig);
-        return *model;
-    }
-
-    /// What the file holds now.
-    [[nodiscard]] Bytes content() const {
-        const auto bytes = model->mmap->bytes();
-        return {bytes.begin(), bytes.end()};
-    }
-
-    test::TempDir folder;
-    std::unique_ptr<CR2> model;
-    std::shared_ptr<CR2_DE> entry = std::make_shared<CR2_DE>();
-    std::shared_ptr<CR2_DE> counts = std::make_shared<CR2_DE>();
+    Cr2Model() : EntryModelFixture("cr2") {}
 };
 
 // The model itself.
-
-TEST_F(Cr2Model, StartsEmpty) {
-    const CR2& cr2 = open(Bytes{1});
-    EXPECT_TRUE(cr2.is_valid());
-    EXPECT_FALSE(cr2.is_big_endian());
-    EXPECT_EQ(cr2.size(), 1U);
-    EXPECT_EQ(cr2.get_raw_offset(), 0U);
-    EXPECT_EQ(cr2.ifh, nullptr);
-    ASSERT_NE(cr2.ifd, nullptr);
-    EXPECT_THAT(cr2.ifd->entries, IsEmpty());
-    EXPECT_EQ(cr2.ifd->entry_count, 0U);
-    EXPECT_EQ(cr2.ifd->next_ifd_offset, 0U);
-}
-
-TEST_F(Cr2Model, KeepsTheRawOffset) {
-    CR2& cr2 = open(Bytes{1});
-    cr2.set_raw_offset(0xFFFFFFFF);
-    EXPECT_EQ(cr2.get_raw_offset(), 0xFFFFFFFFU);
-}
 
 TEST_F(Cr2Model, EmptyOrMissingFileIsNotValidAndNoOperationFaults) {
     test::write_file(folder / "empty.cr2", {});
@@ -243,44 +205,11 @@ TEST_F(Cr2Model, SearchLeavesTheCursor) {
 
 // Entries.
 
-TEST_F(Cr2Model, ReadsAnEntryInBothByteOrders) {
-    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        CR2& cr2 = open(joined({9}, entry_bytes(0x0111, 4, 7, 0x01020304, order)), order);
-        EXPECT_EQ(cr2.read_entry_value(entry, 1), 0x01020304U);
-        EXPECT_EQ(entry->tag, 0x0111U);
-        EXPECT_EQ(entry->type, 4U);
-        EXPECT_EQ(entry->count, 7U);
-        EXPECT_EQ(entry->value, 0x01020304U);
-        EXPECT_THAT(cr2.ifd->entries, ElementsAre(entry));
-    }
-}
-
 TEST_F(Cr2Model, KeepsAcceptedEntriesInTheOrderRead) {
     CR2& cr2 = open(joined(entry_bytes(5, 4, 1, 0), entry_bytes(6, 4, 1, 0)));
     cr2.read_entry_value(counts, 12);
     cr2.read_entry_value(entry, 0);
     EXPECT_THAT(cr2.ifd->entries, ElementsAre(counts, entry));
-}
-
-TEST_F(Cr2Model, ShortOfABigEndianFileIsInTheHighHalf) {
-    Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
-    test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
-    EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
-}
-
-TEST_F(Cr2Model, AcceptsTypesOneToTwelve) {
-    for (const std::uint16_t type : Shorts{1, 2, 11, 12}) {
-        EXPECT_EQ(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), 3U) << type;
-    }
-    for (const std::uint16_t type : Shorts{0, 13, 256, 0xFFFF}) {
-        EXPECT_THROW(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), IllegalException) << type;
-    }
-}
-
-TEST_F(Cr2Model, RefusesTagZeroAndCountZero) {
-    EXPECT_THROW(open(entry_bytes(0, 4, 1, 3)).read_entry_value(entry, 0), IllegalException);
-    EXPECT_THROW(open(entry_bytes(1, 4, 0, 3)).read_entry_value(entry, 0), IllegalException);
-    EXPECT_EQ(open(entry_bytes(1, 4, 0xFFFFFFFF, 0)).read_entry_value(entry, 0), 0U);
 }
 
 TEST_F(Cr2Model, RefusedEntryIsNeitherFilledNorKept) {
@@ -330,10 +259,10 @@ TEST_F(Cr2Model, LinkOfAnEntryThatIsNotTheLastIsTheNextEntrysFirstBytes) {
 }
 
 TEST_F(Cr2Model, LinkIsReadAfterTheEntryIsJudged) {
-    for (std::size_t behind = 0; behind < 4; ++behind) {
-        EXPECT_THROW(open(joined(entry_bytes(0x8825, 0, 1, 99), Bytes(behind))).read_next_ifd_link(entry, 0),
+    for (std::size_t after = 0; after < 4; ++after) {
+        EXPECT_THROW(open(joined(entry_bytes(0x8825, 0, 1, 99), Bytes(after))).read_next_ifd_link(entry, 0),
                      IllegalException);
-        CR2& cr2 = open(joined(entry_bytes(0x8825, 4, 1, 99), Bytes(behind)));
+        CR2& cr2 = open(joined(entry_bytes(0x8825, 4, 1, 99), Bytes(after)));
         EXPECT_THROW(cr2.read_next_ifd_link(entry, 0), OutRangeException);
         EXPECT_THAT(cr2.ifd->entries, ElementsAre(entry)) << "accepted before the link failed";
     }
@@ -408,22 +337,10 @@ TEST_F(Cr2Blanking, GuardWrapsInAFileOfFewerThanThirtyBytes) {
 
 // Blanking a strip.
 
-class Cr2Strip : public Cr2Model {
-  protected:
-    /// A file of 200 bytes, FF everywhere but the offsets entry at 10 and the counts entry at 30.
-    static Bytes file_with(std::uint32_t offset, std::uint32_t length) {
-        Bytes bytes(200, 0xFF);
-        test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, offset));
-        test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, length));
-        return bytes;
-    }
-    static constexpr std::uint32_t kOffsets = 10;
-    static constexpr std::uint32_t kCounts = 30;
-    static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
-};
+class Cr2Strip : public Cr2Model {};
 
 TEST_F(Cr2Strip, IsZeroedInFull) {
-    const Bytes bytes = file_with(50, 77);
+    const Bytes bytes = strip_file(50, 77);
     CR2& cr2 = open(bytes);
     cr2.blank_strip(entry, counts, kOffsets, kCounts);
     EXPECT_EQ(content(), zeroed(bytes, 50, 127));
@@ -432,37 +349,22 @@ TEST_F(Cr2Strip, IsZeroedInFull) {
     EXPECT_EQ(counts->value, 77U);
 }
 
-TEST_F(Cr2Strip, IsZeroedInFullInABigEndianFileToo) {
-    Bytes bytes(200, 0xFF);
-    test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
-    test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
-    open(bytes, ByteOrder::kBig).blank_strip(entry, counts, kOffsets, kCounts);
-    EXPECT_EQ(content(), zeroed(bytes, 50, 127));
-}
-
-TEST_F(Cr2Strip, LengthIsTheValueWhateverTheCount) {
-    Bytes bytes = file_with(50, 3);
-    test::put_u32(bytes, kCounts + 4, 9, ByteOrder::kLittle);
-    open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
-    EXPECT_EQ(content(), zeroed(bytes, 50, 53));
-}
-
 TEST_F(Cr2Strip, LengthZeroWritesNothing) {
-    const Bytes bytes = file_with(50, 0);
+    const Bytes bytes = strip_file(50, 0);
     CR2& cr2 = open(bytes);
     EXPECT_NO_THROW(cr2.blank_strip(entry, counts, kOffsets, kCounts));
     EXPECT_EQ(content(), bytes);
 }
 
 TEST_F(Cr2Strip, MayEndOnTheLastByteButOne) {
-    const Bytes bytes = file_with(150, 49);
+    const Bytes bytes = strip_file(150, 49);
     open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
     EXPECT_EQ(content(), zeroed(bytes, 150, 199));
 }
 
 TEST_F(Cr2Strip, ThatReachesTheLastByteOrGoesOnIsOutOfRangeAndZeroed) {
     for (const std::uint32_t length : {50U, 51U, 0xFFFFFFFFU}) {
-        const Bytes bytes = file_with(150, length);
+        const Bytes bytes = strip_file(150, length);
         CR2& cr2 = open(bytes);
         EXPECT_THROW(cr2.blank_strip(entry, counts, kOffsets, kCounts), OutRangeException) << length;
         EXPECT_EQ(content(), zeroed(bytes, 150, 200));
@@ -470,11 +372,11 @@ TEST_F(Cr2Strip, ThatReachesTheLastByteOrGoesOnIsOutOfRangeAndZeroed) {
 }
 
 TEST_F(Cr2Strip, StartsNoNearerThanThirtyBytesToTheEnd) {
-    Bytes bytes = file_with(170, 5);
+    Bytes bytes = strip_file(170, 5);
     open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
     EXPECT_EQ(content(), zeroed(bytes, 170, 175));
 
-    bytes = file_with(171, 5);
+    bytes = strip_file(171, 5);
     CR2& cr2 = open(bytes);
     EXPECT_THROW(cr2.blank_strip(entry, counts, kOffsets, kCounts), VisitingBeyondException);
     EXPECT_EQ(content(), bytes);
@@ -482,11 +384,11 @@ TEST_F(Cr2Strip, StartsNoNearerThanThirtyBytesToTheEnd) {
 }
 
 TEST_F(Cr2Strip, FirstEntryIsReadBeforeTheSecondOffsetIsGuarded) {
-    EXPECT_THROW(open(file_with(50, 5)).blank_strip(entry, counts, 189, 201), OutRangeException);
+    EXPECT_THROW(open(strip_file(50, 5)).blank_strip(entry, counts, 189, 201), OutRangeException);
 }
 
 TEST_F(Cr2Strip, SecondOffsetPastTheEndIsReportedBeforeTheFirstEntryIsJudged) {
-    Bytes bytes = file_with(50, 5);
+    Bytes bytes = strip_file(50, 5);
     bytes[kOffsets + kTypeLow] = 13;
     CR2& cr2 = open(bytes);
     EXPECT_THROW(cr2.blank_strip(entry, counts, kOffsets, 201), VisitingBeyondException);
@@ -497,21 +399,21 @@ TEST_F(Cr2Strip, SecondOffsetPastTheEndIsReportedBeforeTheFirstEntryIsJudged) {
 }
 
 TEST_F(Cr2Strip, SecondOffsetAtTheEndPassesTheGuardAndCannotBeRead) {
-    CR2& cr2 = open(file_with(50, 5));
+    CR2& cr2 = open(strip_file(50, 5));
     EXPECT_THROW(cr2.blank_strip(entry, counts, kOffsets, 200), OutRangeException);
     EXPECT_THAT(cr2.ifd->entries, ElementsAre(entry));
 }
 
 TEST_F(Cr2Strip, SecondEntryIsReadBeforeTheFirstsValueIsGuarded) {
-    EXPECT_THROW(open(file_with(171, 5)).blank_strip(entry, counts, kOffsets, 189), OutRangeException);
+    EXPECT_THROW(open(strip_file(171, 5)).blank_strip(entry, counts, kOffsets, 189), OutRangeException);
 }
 
 TEST_F(Cr2Strip, FirstsValueIsGuardedBeforeTheSecondEntryIsJudged) {
-    Bytes bytes = file_with(171, 5);
+    Bytes bytes = strip_file(171, 5);
     bytes[kCounts + kTypeLow] = 13;
     EXPECT_THROW(open(bytes).blank_strip(entry, counts, kOffsets, kCounts), VisitingBeyondException);
 
-    bytes = file_with(170, 5);
+    bytes = strip_file(170, 5);
     bytes[kCounts + kTypeLow] = 13;
     CR2& cr2 = open(bytes);
     EXPECT_THROW(cr2.blank_strip(entry, counts, kOffsets, kCounts), IllegalException);
@@ -581,26 +483,6 @@ TEST_F(Cr2RawStrip, NextEntrysOffsetDoesNotWrap) {
     // In 32 bits the next entry of the last offset would be at 11.
     CR2& cr2 = open(joined(Bytes(11), entry_bytes(279, 4, 1, 1)));
     EXPECT_THROW((void)cr2.is_raw_strip_entry(0xFFFFFFFF), OutRangeException);
-}
-
-// The output.
-
-TEST_F(Cr2Model, AppendsToAFileThatItMakesWhereMissing) {
-    const auto path = folder / "output";
-    CR2::append_to_file(Bytes{1, 2}, path);
-    CR2::append_to_file(Bytes{3}, path);
-    CR2::append_to_file(Bytes{}, path);
-    EXPECT_EQ(test::read_file(path), (Bytes{1, 2, 3}));
-}
-
-TEST_F(Cr2Model, AppendsNothingAndStillMakesTheFile) {
-    CR2::append_to_file(Bytes{}, folder / "output");
-    EXPECT_EQ(test::read_file(folder / "output"), Bytes{});
-}
-
-TEST_F(Cr2Model, FailedOutputIsNotNoticed) {
-    EXPECT_NO_THROW(CR2::append_to_file(Bytes{1}, folder / "missing" / "output"));
-    EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
 }
 
 } // namespace

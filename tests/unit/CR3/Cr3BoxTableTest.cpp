@@ -69,7 +69,7 @@ class Cr3BoxTable : public Cr3ModelFixture {
                                      .thumbnail = 41,
                                      .preview = 43,
                                      .tracks = {31, 10, 33, 13},
-                                     .behind = 1000,
+                                     .after_tracks = 1000,
                                      .large_mdat = false}};
 };
 

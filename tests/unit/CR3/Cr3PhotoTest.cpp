@@ -40,8 +40,11 @@ Samples picture_of(Function value) {
 
 TEST(Cr3PhotoBuilder, IsDecodedToTheScene) {
     for (const bool large_mdat : {true, false}) {
-        const Cr3Photo photo(Cr3Photo::Options{
-            .number = 3, .pictures = true, .gaps = {1, 2, 3, 4}, .behind = 5, .large_mdat = large_mdat});
+        const Cr3Photo photo(Cr3Photo::Options{.number = 3,
+                                               .pictures = true,
+                                               .gaps = {1, 2, 3, 4},
+                                               .after_tracks = 5,
+                                               .large_mdat = large_mdat});
         const auto picture = decode_raw(photo.bytes);
         ASSERT_TRUE(picture.has_value());
         EXPECT_EQ(picture->width, Cr3Photo::kWidth);

@@ -402,7 +402,8 @@ TEST_F(Cr3Model, GapBetweenTracks2And3MovesTheTracksAfterIt) {
 }
 
 TEST_F(Cr3Model, GapsBeforeAllTracksAddUp) {
-    const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .gaps = {1, 2, 400, 8}, .behind = 99});
+    const Cr3Photo photo(
+        Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .gaps = {1, 2, 400, 8}, .after_tracks = 99});
     const auto cr3 = read(photo.bytes);
     EXPECT_THAT(offsets_in_payload(*cr3, photo), ElementsAre(0, 10, 30, 60));
     EXPECT_EQ(cr3->mdat->get_track1_data(), photo.track(1));
@@ -461,7 +462,7 @@ TEST_F(Cr3Model, PaddingIsTheLowTwoBitsOfTheSum) {
                                      {{5, 1, 1, 1}, 0U},
                                      {{0, 0, 0, 0}, 0U}}) {
         // What is after track 4 is not read.
-        const Cr3Photo photo(Cr3Photo::Options{.tracks = sizes, .behind = 10});
+        const Cr3Photo photo(Cr3Photo::Options{.tracks = sizes, .after_tracks = 10});
         EXPECT_EQ(read(photo.bytes)->mdat->get_padding(), Bytes(pad));
         const Cr3Photo ending(Cr3Photo::Options{.tracks = sizes});
         EXPECT_EQ(read(ending.bytes)->mdat->get_padding(), Bytes(pad));
@@ -469,7 +470,7 @@ TEST_F(Cr3Model, PaddingIsTheLowTwoBitsOfTheSum) {
 }
 
 TEST_F(Cr3Model, WhatIsAfterTrack4IsNotRead) {
-    const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .behind = 1000});
+    const Cr3Photo photo(Cr3Photo::Options{.tracks = {10, 20, 30, 40}, .after_tracks = 1000});
     const auto cr3 = read(photo.bytes);
     EXPECT_EQ(cr3->mmap->position(), photo.tracks[3].offset + 39);
     EXPECT_EQ(repaired_with_itself(photo), expected_cr3(photo, photo.track(1), photo.track(3)));

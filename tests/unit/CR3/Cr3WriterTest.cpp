@@ -87,7 +87,7 @@ TEST_F(Cr3Writer, EverySumModuloFourAgreesWithTheSecondWriting) {
             Cr3Photo photo(Cr3Photo::Options{.thumbnail = 40 + more,
                                              .tracks = {10, 20, 30, 40},
                                              .gaps = {more, 0, more, 1},
-                                             .behind = more,
+                                             .after_tracks = more,
                                              .large_mdat = large});
             const Bytes track1 = test::noise(9 + more, 70);
             const Bytes track3 = test::noise(31, 71);
@@ -125,7 +125,7 @@ TEST_F(Cr3Writer, NumbersWrapAt32Bits) {
     EXPECT_EQ(sample->get_track_offset(2), payload - 1);
     EXPECT_EQ(sample->get_track_offset(3), payload - 1 + 20);
     EXPECT_EQ(sample->get_track_offset(4), payload - 3 + 20);
-    EXPECT_EQ(sample->mdat->get_padding(), Bytes(1)); // Of 57.
+    EXPECT_EQ(sample->mdat->get_padding(), Bytes(1)); // After 57 bytes.
     EXPECT_EQ(sample->mdat->get_size(), 57U + 1 + 8);
 }
 

@@ -50,7 +50,7 @@ TEST_F(TileListInAFile, ReturnsNumbersAndPlaces) {
     EXPECT_THAT(TileList(5, 2).read(*file), ElementsAre(Slot(5, 0x05060708), Slot(9, 0x090A0B0C)));
 }
 
-TEST_F(TileListInAFile, KeepsTheNumbersThatStoodThereWhenItWasMade) {
+TEST_F(TileListInAFile, KeepsTheNumbersThatWereThereWhenItWasMade) {
     TileList list(5, 3); // 5 to 8, 9 to 12, 13 to 16.
     overwrite(list, 8, 9);
     overwrite(list, 8, 14);

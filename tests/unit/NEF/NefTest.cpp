@@ -2,12 +2,11 @@
 
 #include "api/Exceptions.h"
 #include "support/Bytes.h"
-#include "support/TempDir.h"
 #include "support/TiffWriter.h"
+#include "unit/entry_models/EntryModelFixture.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <vector>
 
 namespace plate_mend {
@@ -35,49 +34,12 @@ Bytes header_bytes(ByteOrder order, std::uint16_t version = 42, std::uint32_t fi
     return bytes;
 }
 
-class NefModel : public ::testing::Test {
+class NefModel : public EntryModelFixture<NEF, NEF_DE> {
   protected:
-    /// A model on a file of these bytes; an earlier one is dropped.
-    NEF& open(const Bytes& bytes, ByteOrder order = ByteOrder::kLittle) {
-        model.reset();
-        test::write_file(folder / "photo.nef", bytes);
-        model = std::make_unique<NEF>(folder / "photo.nef");
-        model->set_big_endian(order == ByteOrder::kBig);
-        return *model;
-    }
-
-    /// What the file holds now.
-    [[nodiscard]] Bytes content() const {
-        const auto bytes = model->mmap->bytes();
-        return {bytes.begin(), bytes.end()};
-    }
-
-    test::TempDir folder;
-    std::unique_ptr<NEF> model;
-    std::shared_ptr<NEF_DE> entry = std::make_shared<NEF_DE>();
-    std::shared_ptr<NEF_DE> counts = std::make_shared<NEF_DE>();
+    NefModel() : EntryModelFixture("nef") {}
 };
 
 // The model itself.
-
-TEST_F(NefModel, StartsEmpty) {
-    const NEF& nef = open(Bytes{1});
-    EXPECT_TRUE(nef.is_valid());
-    EXPECT_FALSE(nef.is_big_endian());
-    EXPECT_EQ(nef.size(), 1U);
-    EXPECT_EQ(nef.get_raw_offset(), 0U);
-    EXPECT_EQ(nef.ifh, nullptr);
-    ASSERT_NE(nef.ifd, nullptr);
-    EXPECT_THAT(nef.ifd->entries, IsEmpty());
-    EXPECT_EQ(nef.ifd->entry_count, 0U);
-    EXPECT_EQ(nef.ifd->next_ifd_offset, 0U);
-}
-
-TEST_F(NefModel, KeepsTheRawOffset) {
-    NEF& nef = open(Bytes{1});
-    nef.set_raw_offset(0xFFFFFFFF);
-    EXPECT_EQ(nef.get_raw_offset(), 0xFFFFFFFFU);
-}
 
 TEST_F(NefModel, EmptyOrMissingFileIsNotValidAndNoOperationFaults) {
     test::write_file(folder / "empty.nef", {});
@@ -122,7 +84,7 @@ TEST_P(NefHeader, NeedsVersion42) {
     for (const std::uint16_t version : Shorts{0, 41, 43, 0x29FF, 0x2A01, 0x2A2A}) {
         NEF& nef = open(header_bytes(GetParam(), version));
         EXPECT_THROW(nef.parse_header(), IllegalException) << version;
-        EXPECT_EQ(nef.ifh->version, 0U) << "nothing behind the byte order is stored";
+        EXPECT_EQ(nef.ifh->version, 0U) << "nothing after the byte order is stored";
         EXPECT_EQ(nef.ifh->first_ifd_offset, 0U);
     }
 }
@@ -186,39 +148,6 @@ TEST_F(NefModel, SearchLeavesTheCursor) {
 }
 
 // Entries.
-
-TEST_F(NefModel, ReadsAnEntryInBothByteOrders) {
-    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
-        NEF& nef = open(joined({9}, entry_bytes(0x0111, 4, 7, 0x01020304, order)), order);
-        EXPECT_EQ(nef.read_entry_value(entry, 1), 0x01020304U);
-        EXPECT_EQ(entry->tag, 0x0111U);
-        EXPECT_EQ(entry->type, 4U);
-        EXPECT_EQ(entry->count, 7U);
-        EXPECT_EQ(entry->value, 0x01020304U);
-        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
-    }
-}
-
-TEST_F(NefModel, ShortOfABigEndianFileIsInTheHighHalf) {
-    Bytes bytes = entry_bytes(0x0111, 3, 1, 0, ByteOrder::kBig);
-    test::put_u16(bytes, 8, 0x1234, ByteOrder::kBig);
-    EXPECT_EQ(open(bytes, ByteOrder::kBig).read_entry_value(entry, 0), 0x12340000U);
-}
-
-TEST_F(NefModel, AcceptsTypesOneToTwelve) {
-    for (const std::uint16_t type : Shorts{1, 2, 11, 12}) {
-        EXPECT_EQ(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), 3U) << type;
-    }
-    for (const std::uint16_t type : Shorts{0, 13, 256, 0xFFFF}) {
-        EXPECT_THROW(open(entry_bytes(1, type, 1, 3)).read_entry_value(entry, 0), IllegalException) << type;
-    }
-}
-
-TEST_F(NefModel, RefusesTagZeroAndCountZero) {
-    EXPECT_THROW(open(entry_bytes(0, 4, 1, 3)).read_entry_value(entry, 0), IllegalException);
-    EXPECT_THROW(open(entry_bytes(1, 4, 0, 3)).read_entry_value(entry, 0), IllegalException);
-    EXPECT_EQ(open(entry_bytes(1, 4, 0xFFFFFFFF, 0)).read_entry_value(entry, 0), 0U);
-}
 
 TEST_F(NefModel, RefusedEntryIsNeitherFilledNorKept) {
     NEF& nef = open(joined(entry_bytes(1, 13, 1, 3), Bytes(40)));
@@ -342,7 +271,7 @@ TEST_F(NefBlanking, PastTheEndIsOutOfRangeWithWhatIsInsideZeroed) {
         NEF& nef = open(bytes);
         EXPECT_THROW(nef.blank_entry_data(entry, 0), OutRangeException) << value;
         EXPECT_EQ(content(), zeroed(bytes, value, 100));
-        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry)) << "there is no guard in front";
+        EXPECT_THAT(nef.ifd->entries, ElementsAre(entry)) << "there is no guard before";
     }
 }
 
@@ -358,46 +287,19 @@ TEST_F(NefBlanking, FromTheEndOnIsOutOfRangeToo) {
 
 // Blanking a strip.
 
-class NefStrip : public NefModel {
-  protected:
-    /// A file of 200 bytes, FF everywhere but the offsets entry at 10 and the counts entry at 30.
-    static Bytes file_with(std::uint32_t offset, std::uint32_t length) {
-        Bytes bytes(200, 0xFF);
-        test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, offset));
-        test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, length));
-        return bytes;
-    }
-    static constexpr std::uint32_t kOffsets = 10;
-    static constexpr std::uint32_t kCounts = 30;
-    static constexpr std::size_t kTypeLow = 2; ///< In a little-endian entry.
-};
+class NefStrip : public NefModel {};
 
 TEST_F(NefStrip, IsZeroedInFull) {
-    const Bytes bytes = file_with(50, 77);
+    const Bytes bytes = strip_file(50, 77);
     NEF& nef = open(bytes);
     nef.blank_strip(entry, counts, kOffsets, kCounts);
     EXPECT_EQ(content(), zeroed(bytes, 50, 127));
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry, counts));
 }
 
-TEST_F(NefStrip, IsZeroedInFullInABigEndianFileToo) {
-    Bytes bytes(200, 0xFF);
-    test::put_bytes(bytes, 10, entry_bytes(0x0111, 4, 1, 50, ByteOrder::kBig));
-    test::put_bytes(bytes, 30, entry_bytes(0x0117, 4, 1, 77, ByteOrder::kBig));
-    open(bytes, ByteOrder::kBig).blank_strip(entry, counts, kOffsets, kCounts);
-    EXPECT_EQ(content(), zeroed(bytes, 50, 127));
-}
-
-TEST_F(NefStrip, LengthIsTheValueWhateverTheCount) {
-    Bytes bytes = file_with(50, 3);
-    test::put_u32(bytes, kCounts + 4, 9, ByteOrder::kLittle);
-    open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
-    EXPECT_EQ(content(), zeroed(bytes, 50, 53));
-}
-
 TEST_F(NefStrip, LengthZeroWritesNothingWhereverItIs) {
     for (const std::uint32_t offset : {50U, 200U, 0xFFFFFFFFU}) {
-        const Bytes bytes = file_with(offset, 0);
+        const Bytes bytes = strip_file(offset, 0);
         NEF& nef = open(bytes);
         EXPECT_NO_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts)) << offset;
         EXPECT_EQ(content(), bytes);
@@ -406,14 +308,14 @@ TEST_F(NefStrip, LengthZeroWritesNothingWhereverItIs) {
 }
 
 TEST_F(NefStrip, MayStartNearTheEndAndEndOnTheLastByteButOne) {
-    const Bytes bytes = file_with(190, 9);
+    const Bytes bytes = strip_file(190, 9);
     open(bytes).blank_strip(entry, counts, kOffsets, kCounts);
     EXPECT_EQ(content(), zeroed(bytes, 190, 199));
 }
 
 TEST_F(NefStrip, ThatReachesTheLastByteOrGoesOnIsOutOfRangeAndZeroed) {
     for (const std::uint32_t length : {10U, 11U, 0xFFFFFFFFU}) {
-        const Bytes bytes = file_with(190, length);
+        const Bytes bytes = strip_file(190, length);
         NEF& nef = open(bytes);
         EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), OutRangeException) << length;
         EXPECT_EQ(content(), zeroed(bytes, 190, 200));
@@ -422,7 +324,7 @@ TEST_F(NefStrip, ThatReachesTheLastByteOrGoesOnIsOutOfRangeAndZeroed) {
 
 TEST_F(NefStrip, PastTheEndIsOutOfRange) {
     for (const std::uint32_t offset : {200U, 201U, 0xFFFFFFFFU}) {
-        const Bytes bytes = file_with(offset, 1);
+        const Bytes bytes = strip_file(offset, 1);
         NEF& nef = open(bytes);
         EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), OutRangeException) << offset;
         EXPECT_EQ(content(), bytes);
@@ -430,7 +332,7 @@ TEST_F(NefStrip, PastTheEndIsOutOfRange) {
 }
 
 TEST_F(NefStrip, FirstEntryIsJudgedAndKeptBeforeTheSecondIsRead) {
-    Bytes bytes = file_with(50, 5);
+    Bytes bytes = strip_file(50, 5);
     NEF& nef = open(bytes);
     for (const std::uint32_t second : {189U, 200U, 201U, 0xFFFFFFFFU}) {
         EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, second), OutRangeException) << second;
@@ -444,33 +346,13 @@ TEST_F(NefStrip, FirstEntryIsJudgedAndKeptBeforeTheSecondIsRead) {
 }
 
 TEST_F(NefStrip, SecondEntryIsJudgedBeforeAnythingIsWritten) {
-    Bytes bytes = file_with(0xFFFFFFFF, 5);
+    Bytes bytes = strip_file(0xFFFFFFFF, 5);
     bytes[kCounts + kTypeLow] = 13;
     NEF& nef = open(bytes);
     EXPECT_THROW(nef.blank_strip(entry, counts, kOffsets, kCounts), IllegalException);
     EXPECT_THAT(nef.ifd->entries, ElementsAre(entry));
     EXPECT_EQ(counts->tag, 0U);
     EXPECT_EQ(content(), bytes);
-}
-
-// The output.
-
-TEST_F(NefModel, AppendsToAFileThatItMakesWhereMissing) {
-    const auto path = folder / "output";
-    NEF::append_to_file(Bytes{1, 2}, path);
-    NEF::append_to_file(Bytes{3}, path);
-    NEF::append_to_file(Bytes{}, path);
-    EXPECT_EQ(test::read_file(path), (Bytes{1, 2, 3}));
-}
-
-TEST_F(NefModel, AppendsNothingAndStillMakesTheFile) {
-    NEF::append_to_file(Bytes{}, folder / "output");
-    EXPECT_EQ(test::read_file(folder / "output"), Bytes{});
-}
-
-TEST_F(NefModel, FailedOutputIsNotNoticed) {
-    EXPECT_NO_THROW(NEF::append_to_file(Bytes{1}, folder / "missing" / "output"));
-    EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
 }
 
 } // namespace

@@ -36,13 +36,13 @@ constexpr auto kBothOrders = {ByteOrder::kLittle, ByteOrder::kBig};
 
 /// An exception whose kept message is the text.
 template <typename Exception>
-auto ThrowsTelling(const char* text) {
+auto ThrowsWithMessage(const char* text) {
     return Throws<Exception>(Field("message", &Exception::message, StrEq(text)));
 }
 
 /// An exception that was given no message.
 template <typename Exception>
-auto ThrowsSilently() {
+auto ThrowsWithoutMessage() {
     return Throws<Exception>(Field("message", &Exception::message, IsNull()));
 }
 
@@ -131,7 +131,7 @@ TEST_F(OrfModel, AnyOtherByteOrderIsIllegal) {
     for (const auto& mark : std::vector<Bytes>{
              {'I', 'M'}, {'M', 'I'}, {0x49, 0x48}, {0x49, 0x4A}, {0x4D, 0x4C}, {0x4D, 0x4E}, {0, 0}}) {
         const auto orf = model(test::joined(mark, {'R', 'O', 8, 0, 0, 0}));
-        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsTelling<IllegalException>("byte order flag illegal"));
+        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsWithMessage<IllegalException>("byte order flag illegal"));
     }
 }
 
@@ -139,13 +139,13 @@ TEST_F(OrfModel, AnyOtherFlagIsIllegalTheNumber42Included) {
     for (const auto& flag : std::vector<Bytes>{
              {42, 0}, {0, 42}, {'R', 'S'}, {0x52, 0x4E}, {0x52, 0x50}, {0x4F, 0x51}, {0x4F, 0x53}}) {
         const auto orf = model({'I', 'I', flag[0], flag[1], 8, 0, 0, 0});
-        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsTelling<IllegalException>("orf flag illegal"));
+        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsWithMessage<IllegalException>("orf flag illegal"));
     }
 }
 
 TEST_F(OrfModel, FirstIfdOffsetOfZeroIsIllegal) {
     const auto zero = model({'I', 'I', 'R', 'O', 0, 0, 0, 0});
-    EXPECT_THAT([&] { zero->read_ifh(); }, ThrowsTelling<IllegalException>("first ifd offset illegal"));
+    EXPECT_THAT([&] { zero->read_ifh(); }, ThrowsWithMessage<IllegalException>("first ifd offset illegal"));
     EXPECT_NO_THROW(model({'I', 'I', 'R', 'O', 1, 0, 0, 0})->read_ifh());
     EXPECT_NO_THROW(model({'I', 'I', 'R', 'O', 0, 0, 0, 0x80})->read_ifh());
 }
@@ -153,9 +153,9 @@ TEST_F(OrfModel, FirstIfdOffsetOfZeroIsIllegal) {
 TEST_F(OrfModel, HeaderIsJudgedByteOrderFirstThenFlagThenOffset) {
     const auto nothing_good = model(Bytes(8));
     EXPECT_THAT([&] { nothing_good->read_ifh(); },
-                ThrowsTelling<IllegalException>("byte order flag illegal"));
+                ThrowsWithMessage<IllegalException>("byte order flag illegal"));
     const auto good_order = model({'I', 'I', 0, 0, 0, 0, 0, 0});
-    EXPECT_THAT([&] { good_order->read_ifh(); }, ThrowsTelling<IllegalException>("orf flag illegal"));
+    EXPECT_THAT([&] { good_order->read_ifh(); }, ThrowsWithMessage<IllegalException>("orf flag illegal"));
 }
 
 TEST_F(OrfModel, IllegalHeaderIsNotStored) {
@@ -169,7 +169,7 @@ TEST_F(OrfModel, HeaderOfFewerThanEightBytesIsOutOfRange) {
     const Bytes header{'I', 'I', 'R', 'O', 8, 0, 0, 0};
     for (std::size_t size = 1; size < header.size(); ++size) {
         const auto orf = model(test::part(header, 0, size));
-        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsSilently<OutRangeException>()) << size;
+        EXPECT_THAT([&] { orf->read_ifh(); }, ThrowsWithoutMessage<OutRangeException>()) << size;
     }
     EXPECT_NO_THROW(model(header)->read_ifh());
 }
@@ -210,9 +210,9 @@ TEST_F(OrfModel, Ifd0PastTheEndIsVisitingBeyond) {
     const auto orf = model(Bytes(20));
     for (const std::uint32_t offset : {20U, 21U, 0xFFFFFFFFU}) {
         EXPECT_THAT([&] { (void)orf->read_ifd0(offset); },
-                    ThrowsTelling<VisitingBeyondException>("ifd 0 offset out of range"));
+                    ThrowsWithMessage<VisitingBeyondException>("ifd 0 offset out of range"));
     }
-    EXPECT_THAT([&] { (void)orf->read_ifd0(19); }, ThrowsSilently<OutRangeException>());
+    EXPECT_THAT([&] { (void)orf->read_ifd0(19); }, ThrowsWithoutMessage<OutRangeException>());
     EXPECT_THAT(orf->ifd0, IsNull());
 }
 
@@ -221,7 +221,7 @@ TEST_F(OrfModel, Ifd0WhosePointerEndsOnTheLastBytePasses) {
     EXPECT_THAT(whole->read_ifd0(0), Pair(0U, 5U));
     for (std::size_t size = 2; size < 6; ++size) {
         const auto cut = model(Bytes(size));
-        EXPECT_THAT([&] { (void)cut->read_ifd0(0); }, ThrowsSilently<OutRangeException>()) << size;
+        EXPECT_THAT([&] { (void)cut->read_ifd0(0); }, ThrowsWithoutMessage<OutRangeException>()) << size;
     }
 }
 
@@ -231,7 +231,7 @@ TEST_F(OrfModel, CountOf300ThatPointsPastTheFileIsOutOfRange) {
     EXPECT_NO_THROW((void)model(bytes)->read_ifd0(0));
     bytes.resize(1000);
     const auto orf = model(bytes);
-    EXPECT_THAT([&] { (void)orf->read_ifd0(0); }, ThrowsSilently<OutRangeException>());
+    EXPECT_THAT([&] { (void)orf->read_ifd0(0); }, ThrowsWithoutMessage<OutRangeException>());
 }
 
 TEST_F(OrfModel, ReadingIfd0AgainBeginsANewDirectory) {
@@ -256,7 +256,7 @@ TEST_F(OrfModel, FindsAPatternThatEndsOnTheLastByteAndOneAtTheStart) {
         [&] {
             (void)orf->search_tag({1, 2}, 5);
         },
-        ThrowsTelling<NotFoundException>("not found order tag"));
+        ThrowsWithMessage<NotFoundException>("not found order tag"));
 }
 
 TEST_F(OrfModel, SearchFromTheEndFindsNothingAndOneFromPastItIsOutOfRange) {
@@ -266,22 +266,22 @@ TEST_F(OrfModel, SearchFromTheEndFindsNothingAndOneFromPastItIsOutOfRange) {
             [&] {
                 (void)orf->search_tag({1, 2}, 4);
             },
-            ThrowsTelling<NotFoundException>("not found order tag"));
+            ThrowsWithMessage<NotFoundException>("not found order tag"));
         EXPECT_THAT(
             [&] {
                 (void)orf->search_order_tag({1, 2}, 4);
             },
-            ThrowsTelling<NotFoundException>("not found order tag"));
+            ThrowsWithMessage<NotFoundException>("not found order tag"));
         EXPECT_THAT(
             [&] {
                 (void)orf->search_tag({1, 2}, 5);
             },
-            ThrowsTelling<OutRangeException>("search tag offset out of range"));
+            ThrowsWithMessage<OutRangeException>("search tag offset out of range"));
         EXPECT_THAT(
             [&] {
                 (void)orf->search_order_tag({1, 2}, 5);
             },
-            ThrowsTelling<OutRangeException>("search tag offset out of range"));
+            ThrowsWithMessage<OutRangeException>("search tag offset out of range"));
     }
 }
 
@@ -312,7 +312,7 @@ TEST_F(OrfModel, RangeThatEndsPastTheFileIsOutOfRange) {
         [&] {
             (void)orf->search_order_tag_in_range({3, 4}, 0, 5);
         },
-        ThrowsTelling<OutRangeException>("search tag end offset out of range"));
+        ThrowsWithMessage<OutRangeException>("search tag end offset out of range"));
 }
 
 TEST_F(OrfModel, MatchMustBeWhollyInsideTheRange) {
@@ -322,12 +322,12 @@ TEST_F(OrfModel, MatchMustBeWhollyInsideTheRange) {
         [&] {
             (void)orf->search_order_tag_in_range({1, 2}, 1, 2);
         },
-        ThrowsTelling<NotFoundException>("not found order tag"));
+        ThrowsWithMessage<NotFoundException>("not found order tag"));
     EXPECT_THAT(
         [&] {
             (void)orf->search_order_tag_in_range({1, 2}, 2, 4);
         },
-        ThrowsTelling<NotFoundException>("not found order tag"));
+        ThrowsWithMessage<NotFoundException>("not found order tag"));
 }
 
 TEST_F(OrfModel, EmptyOrAReversedRangeHoldsNothing) {
@@ -383,7 +383,7 @@ TEST_F(OrfModel, DirectoryEndPastTheFileIsVisitingBeyond) {
     const auto orf = model(bytes);
     orf->ifd0 = std::make_shared<ORF_IFD>();
     EXPECT_THAT([&] { orf->read_sample_tags(0, 60); },
-                ThrowsTelling<VisitingBeyondException>("ifd 0 end offset out of range"));
+                ThrowsWithMessage<VisitingBeyondException>("ifd 0 end offset out of range"));
     EXPECT_THAT(orf->ifd0->entries, IsEmpty());
     EXPECT_NO_THROW(orf->read_sample_tags(0, 59));
     EXPECT_EQ(orf->ifd0->entries.size(), 3U);
@@ -420,7 +420,7 @@ TEST_F(OrfModel, SampleThatLacksOneOfTheTagsIsNotFound) {
         const auto orf = model(bytes);
         orf->ifd0 = std::make_shared<ORF_IFD>();
         EXPECT_THAT([&] { orf->read_sample_tags(0, 59); },
-                    ThrowsTelling<NotFoundException>("not found order tag"));
+                    ThrowsWithMessage<NotFoundException>("not found order tag"));
     }
 }
 
@@ -438,7 +438,7 @@ TEST_F(OrfModel, SampleEntryCutByTheEndOfTheFileIsOutOfRange) {
         const auto orf = model(test::part(whole, 0, size));
         orf->ifd0 = std::make_shared<ORF_IFD>();
         EXPECT_THAT([&] { orf->read_sample_tags(0, static_cast<std::uint32_t>(size - 1)); },
-                    ThrowsSilently<OutRangeException>())
+                    ThrowsWithoutMessage<OutRangeException>())
             << size;
     }
 }
@@ -509,7 +509,7 @@ TEST_F(OrfModel, JpegStartsAtAnyDistancesAreBlankedAsIfAllHadBeenFoundBefore) {
         if (starts.back() + 30 < bytes.size()) {
             EXPECT_NO_THROW(orf->blank_jpegs());
         } else {
-            EXPECT_THAT([&] { orf->blank_jpegs(); }, ThrowsSilently<OutRangeException>());
+            EXPECT_THAT([&] { orf->blank_jpegs(); }, ThrowsWithoutMessage<OutRangeException>());
         }
         EXPECT_EQ(on_disk(orf), expected);
     }
@@ -524,7 +524,7 @@ TEST_F(OrfModel, JpegStart31BytesBeforeTheEndPassesAnd30Fails) {
 
     bytes.pop_back();
     const auto failing = model(bytes);
-    EXPECT_THAT([&] { failing->blank_jpegs(); }, ThrowsSilently<OutRangeException>());
+    EXPECT_THAT([&] { failing->blank_jpegs(); }, ThrowsWithoutMessage<OutRangeException>());
     EXPECT_EQ(on_disk(failing), test::zeroed(bytes, 69, 99));
 }
 
@@ -534,7 +534,7 @@ TEST_F(OrfModel, JpegStartNearTheEndIsOutOfRangeWithTheLastBytesZeroed) {
         test::put_bytes(bytes, 10, kJpegStart);
         test::put_bytes(bytes, 100 - left, kJpegStart);
         const auto orf = model(bytes);
-        EXPECT_THAT([&] { orf->blank_jpegs(); }, ThrowsSilently<OutRangeException>());
+        EXPECT_THAT([&] { orf->blank_jpegs(); }, ThrowsWithoutMessage<OutRangeException>());
         EXPECT_EQ(on_disk(orf), test::zeroed(test::zeroed(bytes, 10, 40), 100 - left, 100));
     }
 }
@@ -584,7 +584,7 @@ TEST_F(OrfModel, GroupNeeds50BytesToTheEndWhateverIsThere) {
         EXPECT_EQ(model(test::part(bytes, 0, 50))->is_raw_tag(0), group);
         for (const std::size_t size : {1U, 2U, 36U, 37U, 48U, 49U}) {
             const auto orf = model(test::part(bytes, 0, size));
-            EXPECT_THAT([&] { (void)orf->is_raw_tag(0); }, ThrowsSilently<OutRangeException>()) << size;
+            EXPECT_THAT([&] { (void)orf->is_raw_tag(0); }, ThrowsWithoutMessage<OutRangeException>()) << size;
         }
     }
 }
@@ -593,12 +593,12 @@ TEST_F(OrfModel, GroupPastTheEndIsVisitingBeyond) {
     const auto orf = model(Bytes(70));
     for (const std::uint32_t offset : {70U, 71U, 0xFFFFFFFFU}) {
         EXPECT_THAT([&] { (void)orf->is_raw_tag(offset); },
-                    ThrowsTelling<VisitingBeyondException>("raw tag offset is out of range"));
+                    ThrowsWithMessage<VisitingBeyondException>("raw tag offset is out of range"));
         EXPECT_THAT([&] { orf->read_damaged_tags(offset); },
-                    ThrowsTelling<VisitingBeyondException>("raw tag offset is out of range"));
+                    ThrowsWithMessage<VisitingBeyondException>("raw tag offset is out of range"));
     }
-    EXPECT_THAT([&] { (void)orf->is_raw_tag(69); }, ThrowsSilently<OutRangeException>());
-    EXPECT_THAT([&] { orf->read_damaged_tags(69); }, ThrowsSilently<OutRangeException>());
+    EXPECT_THAT([&] { (void)orf->is_raw_tag(69); }, ThrowsWithoutMessage<OutRangeException>());
+    EXPECT_THAT([&] { orf->read_damaged_tags(69); }, ThrowsWithoutMessage<OutRangeException>());
 }
 
 // ---- read_damaged_tags
@@ -634,7 +634,7 @@ TEST_F(OrfModel, DamagedEntriesNeed60BytesToTheEnd) {
     for (const std::size_t size : {50U, 59U}) {
         const auto orf = model(test::part(group, 0, size));
         EXPECT_TRUE(orf->is_raw_tag(0));
-        EXPECT_THAT([&] { orf->read_damaged_tags(0); }, ThrowsSilently<OutRangeException>()) << size;
+        EXPECT_THAT([&] { orf->read_damaged_tags(0); }, ThrowsWithoutMessage<OutRangeException>()) << size;
         EXPECT_THAT(orf->ifd0, IsNull());
     }
 }
@@ -738,7 +738,7 @@ TEST_F(OrfMerge, OutputThatDoesNotOpenIsVisitingBeyond) {
     const auto sample = sample_model(80);
     const auto damaged = damaged_model(90);
     EXPECT_THAT([&] { ORF::merge_data(damaged, sample, folder / "missing" / "output.orf"); },
-                ThrowsSilently<VisitingBeyondException>());
+                ThrowsWithoutMessage<VisitingBeyondException>());
     sample->mapped_file->close();
     EXPECT_EQ(test::read_file(sample_path), sample_bytes);
 }

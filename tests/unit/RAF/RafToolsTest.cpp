@@ -173,7 +173,7 @@ TEST_F(RafTools, SamplesStripEntryCutByTheEndIsOutOfRange) {
 
 // The thumbnail.
 
-/// A file of 64 bytes whose thumbnail tags say what is given.
+/// A file of 64 bytes with the given thumbnail tags.
 class RafThumbnail : public RafTools {
   protected:
     RAF with_thumbnail(std::uint32_t offset, std::uint32_t size) {

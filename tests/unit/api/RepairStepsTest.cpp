@@ -72,7 +72,7 @@ TEST_F(RepairSteps, ClonesAFileOfAnySize) {
     }
 }
 
-TEST_F(RepairSteps, CloneReplacesWhatStoodThere) {
+TEST_F(RepairSteps, CloneReplacesWhatWasThere) {
     test::write_file(folder / "from", {1});
     test::write_file(folder / "to", {2, 3, 4});
     EXPECT_TRUE(clone_file(folder / "from", folder / "to"));

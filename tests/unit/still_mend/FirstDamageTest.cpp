@@ -76,7 +76,7 @@ TEST(FirstDamage, NothingPrecedingItChangesInPicturesOfCameras) {
     for (const char* name :
          {"jpeg/Reconyx_HC500_Hyperfire.jpg", "jpeg/exif-org_olympus-c960.jpg", "jpeg/gps_DSCN0040.jpg"}) {
         REAL_FILE_OR_SKIP(jpeg, name);
-        // Behind the Exif segment, whose thumbnail has tables and data of its own.
+        // After the Exif segment, whose thumbnail has tables and data of its own.
         expect_cuts_keep_what_precedes_them(jpeg, name);
     }
 }

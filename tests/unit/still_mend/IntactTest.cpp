@@ -89,7 +89,7 @@ TEST(Intact, AnEndThatIsFilledUpOrFollowsAStrayRestartIsKept) {
         const Bytes file = joined(data, end);
         ASSERT_TRUE(is_whole(file));
         expect_kept(file, file, std::to_string(end.size()));
-        expect_kept(joined(noise(500, 1), file), file, "behind noise, " + std::to_string(end.size()));
+        expect_kept(joined(noise(500, 1), file), file, "after noise, " + std::to_string(end.size()));
     }
 }
 

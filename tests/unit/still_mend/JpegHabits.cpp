@@ -24,7 +24,7 @@ struct Errors : jpeg_error_mgr {
     std::jmp_buf out{};
 };
 
-/// Calls what calls libjpeg; false when libjpeg gave up.
+/// Runs the calls to libjpeg; false when libjpeg failed.
 template <typename Calls>
 bool runs(Errors& errors, const Calls& calls) {
     // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.

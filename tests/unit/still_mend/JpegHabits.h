@@ -25,7 +25,7 @@ struct Pixels {
     std::vector<unsigned char> samples;
 };
 
-/// The scene with so many components. A fourth is the first once more.
+/// The scene with the given number of components. The fourth repeats the first.
 [[nodiscard]] Pixels scene_pixels(unsigned scene, unsigned width, unsigned height, unsigned components);
 
 /// The scene below a bar with a caption, as trail cameras add it: black, of an eighth of the height.

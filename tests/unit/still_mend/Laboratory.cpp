@@ -257,7 +257,7 @@ const Container& container_named(const std::string& name) {
 namespace {
 
 /// The intervals of the scan whose data begin here.
-std::vector<Anatomy::Part> intervals_behind(const Bytes& jpeg, std::size_t first) {
+std::vector<Anatomy::Part> intervals_from(const Bytes& jpeg, std::size_t first) {
     std::vector<Anatomy::Part> intervals;
     for (std::size_t offset = first;; ++offset) {
         if (jpeg.at(offset) != 0xFF || jpeg.at(offset + 1) == 0) {
@@ -297,7 +297,7 @@ Anatomy dissect(const Bytes& jpeg) {
     }
     Anatomy::Part header = anatomy.scan_header;
     while (true) {
-        anatomy.scans.push_back({header, intervals_behind(jpeg, header.last)});
+        anatomy.scans.push_back({header, intervals_from(jpeg, header.last)});
         offset = anatomy.scans.back().intervals.back().last;
         while (jpeg.at(offset + 1) != 0xDA && jpeg[offset + 1] != 0xD9) {
             offset += 2 + get_u16(jpeg, offset + 2, ByteOrder::kBig);
@@ -508,7 +508,7 @@ class Coefficients {
     [[nodiscard]] unsigned mcus_wide() const { return ceil_div(info_.image_width, 8 * h_max()); }
     [[nodiscard]] unsigned mcus_high() const { return ceil_div(info_.image_height, 8 * v_max()); }
 
-    /// Whether all blocks of an MCU are those of the other's, so many columns beside, within two levels.
+    /// Whether all blocks of an MCU equal, within two levels, those of the other's that many columns beside.
     [[nodiscard]] bool same_mcu(Coefficients& other, unsigned row, unsigned column, int first,
                                 int beside = 0) {
         for (int index = 0; index < info_.num_components; ++index) {

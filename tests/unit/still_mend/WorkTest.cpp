@@ -56,7 +56,7 @@ Bytes restart_flood(std::size_t size) {
 /// a frame with room for all of them.
 Bytes scattered_intervals(std::size_t size) {
     const Bytes picture = make_coded({"", 1, 1, true, false, false, 1}, 1, 64, 48);
-    const auto interval = dissect(picture).intervals.at(1); // Behind the first marker, FF D0.
+    const auto interval = dissect(picture).intervals.at(1); // After the first marker, FF D0.
     return joined(header(picture, 16000, 16000),
                   repeated(part(picture, interval.first, interval.last), size));
 }
@@ -67,7 +67,7 @@ struct Flood {
 };
 
 std::vector<Flood> floods() {
-    const auto behind = [](const Bytes& head, const std::function<Bytes(std::size_t)>& make) {
+    const auto after = [](const Bytes& head, const std::function<Bytes(std::size_t)>& make) {
         return [head, make](std::size_t size) { return joined(head, make(size)); };
     };
     const auto random = [](std::size_t size) { return noise(size, 1); };
@@ -96,9 +96,9 @@ std::vector<Flood> floods() {
         for (const unsigned side : {64U, 4000U}) {
             const Bytes head = header(coding, side, side);
             const std::string where = under + ", " + std::to_string(side);
-            all.push_back({"noise" + where, behind(head, random)});
-            all.push_back({"zeros" + where, behind(head, [](std::size_t size) { return Bytes(size); })});
-            all.push_back({"restart markers" + where, behind(head, restart_flood)});
+            all.push_back({"noise" + where, after(head, random)});
+            all.push_back({"zeros" + where, after(head, [](std::size_t size) { return Bytes(size); })});
+            all.push_back({"restart markers" + where, after(head, restart_flood)});
         }
         const Bytes head = header(coding, 640, 480);
         all.push_back({"headers" + under, [head](std::size_t size) { return repeated(head, size); }});

@@ -100,9 +100,9 @@ TEST(MMapPosix, FileThatCannotBeMappedIsLoggedWithErrnoAndItsDescriptorStaysOpen
         EXPECT_EQ(MMAP(folder / "file").size(), 0U);
     }
     EXPECT_THAT(test::logged_lines(), ElementsAre(map_error("Map view of file ", ENOMEM)));
-    const int descriptor_behind = ::dup(0);
-    EXPECT_EQ(descriptor_behind, next_descriptor + 1);
-    ::close(descriptor_behind);
+    const int descriptor_after = ::dup(0);
+    EXPECT_EQ(descriptor_after, next_descriptor + 1);
+    ::close(descriptor_after);
     ::close(next_descriptor); // What the failed construction left open.
 }
 
@@ -115,9 +115,9 @@ TEST(MMapPosix, CloseClosesTheDescriptor) {
         MMAP map(folder / "file");
         map.close();
     }
-    const int descriptor_behind = ::dup(0);
-    EXPECT_EQ(descriptor_behind, next_descriptor);
-    ::close(descriptor_behind);
+    const int descriptor_after = ::dup(0);
+    EXPECT_EQ(descriptor_after, next_descriptor);
+    ::close(descriptor_after);
 }
 
 TEST(MMapPosix, CopyOnWriteKeepsWritesFromTheFile) {
