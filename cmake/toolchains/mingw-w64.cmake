@@ -1,5 +1,5 @@
 # Cross-builds for 64-bit Windows with mingw-w64 (posix threads), and runs what was built under Wine.
-# The sysroot is made by cmake/windows/prepare-sysroot.
+# The sysroot comes from cmake/windows/prepare-sysroot.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -7,8 +7,8 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# For Windows, GCC takes an inline function to be the one of its own file, and keeps values in registers that it does not
-# use. The linker may take the copy of another file, compiled otherwise, which uses them.
+# For Windows, GCC takes an inline function to be the one in its own file, and keeps values in registers that it does not
+# use. The linker may take the copy from another file, compiled differently, which uses them.
 set(CMAKE_CXX_FLAGS_INIT -fno-ipa-ra)
 
 set(PLATE_MEND_WINDOWS_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/windows-sysroot"

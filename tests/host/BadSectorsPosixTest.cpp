@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-// Media that do not give back all of a file. A library that is loaded before the system's makes reads of bad
-// sectors fail.
+// Media on which part of a file cannot be read. A library that is loaded before the system's makes reads of
+// bad sectors fail.
 
 namespace test {
 namespace {
@@ -54,7 +54,7 @@ class BadSectors : public ShellFixture {
         return spans;
     }
 
-    /// The file as the medium gives it back.
+    /// The file as the medium returns it.
     [[nodiscard]] Bytes with_zeros(const Spans& spans) const {
         Bytes bytes = damaged;
         for (const auto& [offset, size] : spans) {
@@ -141,7 +141,7 @@ TEST_F(BadSectors, SalvageTakesTheRestAndReportsThem) {
     EXPECT_FALSE(fs::exists(mark_));
 }
 
-TEST_F(BadSectors, InASampleMakeTheNextOneServe) {
+TEST_F(BadSectors, InASampleMakeTheNextOneBeUsed) {
     write_file(folder / "second.arw", ArwPhoto(ArwPhoto::Options{.number = 5}).bytes);
     EXPECT_EQ(run_on_medium("40", "repair -s good.arw -s second.arw --json r.jsonl broken.arw", "good.arw"),
               0)

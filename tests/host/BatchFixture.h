@@ -19,7 +19,7 @@ class BatchFixture : public HostFixture {
         std::filesystem::create_directories(folder / "card" / "day 1");
     }
 
-    /// Writes a file, and makes its folder where it is missing.
+    /// Writes a file, and creates its folder if missing.
     void put(const std::filesystem::path& name, const Bytes& bytes) {
         std::filesystem::create_directories((folder / name).parent_path());
         write_file(folder / name, bytes);
@@ -41,7 +41,7 @@ class BatchFixture : public HostFixture {
         return found;
     }
 
-    /// All files below a folder but for the run's record, relative to it, sorted.
+    /// All files below a folder except the run's record, relative to it, sorted.
     [[nodiscard]] std::vector<std::string> files_below(const std::filesystem::path& name) const {
         std::vector<std::string> found;
         for (std::filesystem::recursive_directory_iterator entry(folder / name), end; entry != end; ++entry) {
@@ -55,7 +55,9 @@ class BatchFixture : public HostFixture {
         return found;
     }
 
-    const Bytes lost_ = Bytes(3000, 7); ///< A file of which nothing can be saved.
+    const Bytes lost_ = Bytes(3000, 7); ///< A file from which nothing can be saved.
+    /// The damaged photograph without the last 30 of its 120 rows.
+    const Bytes truncated_ = part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30);
 };
 
 } // namespace test

@@ -40,7 +40,7 @@ TEST_F(Batch, FolderOfFilesIsRepairedIntoAnotherOfTheSameShape) {
     EXPECT_EQ(found.at("c.nef").problem, "no sample of this format");
 }
 
-TEST_F(Batch, OnlyAskedForExtensionsAreTakenOfFolders) {
+TEST_F(Batch, OnlyRequestedExtensionsAreTakenFromFolders) {
     put("card/a.arw", damaged);
     put("card/b.raw", damaged);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", "RAW", "--out", in("mended"), in("card")}), 0);
@@ -65,7 +65,7 @@ TEST_F(Batch, InputsAndSamplesAreLeftAsTheyAre) {
     EXPECT_THAT(names(), ElementsAre("card", "good.arw", "mended"));
 }
 
-TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreToldOf) {
+TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreListed) {
     fs::create_directory(folder / "good");
     const ArwPhoto other_order(ArwPhoto::Options{.order = ByteOrder::kBig, .number = 3});
     const ArwPhoto other_size(ArwPhoto::Options{.number = 3, .width = 120, .height = 160});
@@ -73,7 +73,7 @@ TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreToldOf) {
     put("good/b other size.arw", other_size.bytes);
     put("good/c right.arw", sample.bytes);
     put("good/d.nef", {1});
-    // Of the damaged file only the directory of the preview is alive, besides what a repair needs.
+    // Besides what a repair needs, only the directory of the preview survives in the damaged file.
     put("card/a.arw", zeroed(original.bytes, 0, 8));
     EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),
                    in("card")}),
@@ -87,7 +87,7 @@ TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreToldOf) {
     EXPECT_THAT(record.attempts, SizeIs(1)) << "a whole result ends the search";
 }
 
-TEST_F(Batch, NextSampleIsTriedWhereTheFirstGivesNothing) {
+TEST_F(Batch, NextSampleIsTriedIfTheFirstFails) {
     fs::create_directory(folder / "good");
     put("good/broken_0001.arw", zeroed(sample.bytes, 0, 1000)); // Nearest by its name, and no good.
     put("good/other_0009.arw", sample.bytes);
@@ -123,8 +123,8 @@ TEST_F(Batch, JpegIsSalvagedWhereThePhotographIsNotWhole) {
     EXPECT_THAT(files_below("none"), IsEmpty());
 }
 
-TEST_F(Batch, CutPhotographIsPartlyThereWithItsRows) {
-    put("card/a.arw", part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30)); // 30 rows of 120.
+TEST_F(Batch, TruncatedPhotographKeepsItsRows) {
+    put("card/a.arw", truncated_);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "--json", in("records.jsonl"),
                    in("card")}),
               1);
@@ -153,7 +153,7 @@ TEST_F(Batch, ResumedRunDoesOnlyWhatIsLeft) {
     EXPECT_EQ(fs::last_write_time(folder / "mended" / "a.arw"), made);
     EXPECT_THAT(files_below("mended"), ElementsAre("a.arw", "b.arw"));
     EXPECT_THAT(records(), SizeIs(2));
-    // A result that went is made again.
+    // A removed result is restored.
     fs::remove(folder / "mended" / "a.arw");
     EXPECT_EQ(run(resumed), 0);
     EXPECT_TRUE(fs::exists(folder / "mended" / "a.arw"));
@@ -189,7 +189,7 @@ TEST_F(Batch, DamagedFileThatMayNotBeWrittenToIsCopied) {
     fs::permissions(folder / "card" / "a.arw", fs::perms::owner_all);
 }
 
-TEST_F(Batch, ManyAtATimeGiveWhatOneGives) {
+TEST_F(Batch, ParallelJobsGiveTheSameResultsAsOne) {
     for (unsigned number = 0; number < 12; ++number) {
         put("card/" + std::to_string(number) + ".arw", damaged);
     }

@@ -60,7 +60,7 @@ TEST_F(Host, FailedRepairLeavesAnExistingOutputAloneEvenWithForce) {
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "mended.arw"));
 }
 
-TEST_F(Host, OutputThatIsAFolderIsRefusedAlways) {
+TEST_F(Host, OutputThatIsAFolderIsAlwaysRefused) {
     fs::create_directory(folder / "keep");
     write_file(folder / "keep" / "file", {1});
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("keep"), "--force", in("broken.arw")}), 3);
@@ -68,7 +68,7 @@ TEST_F(Host, OutputThatIsAFolderIsRefusedAlways) {
     EXPECT_THAT(out, HasSubstr("folder"));
 }
 
-TEST_F(Host, OutputThatIsAnInputIsRefusedAlways) {
+TEST_F(Host, OutputThatIsAnInputIsAlwaysRefused) {
     for (const char* output : {"good.arw", "broken.arw"}) {
         EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in(output), "--force", in("broken.arw")}), 64);
         EXPECT_THAT(err, HasSubstr("also an input"));
@@ -83,7 +83,7 @@ TEST_F(Host, OutputThatIsAnInputIsRefusedAlways) {
     EXPECT_EQ(read_file(folder / "broken.arw"), damaged);
 }
 
-TEST_F(Host, MissingInputsAreToldByName) {
+TEST_F(Host, MissingInputsAreReportedByName) {
     EXPECT_EQ(run({"repair", "-s", in("missing.arw"), in("broken.arw")}), 64);
     EXPECT_THAT(err, HasSubstr(in("missing.arw") + ": no such file"));
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("missing.arw")}), 3);
@@ -91,12 +91,12 @@ TEST_F(Host, MissingInputsAreToldByName) {
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
-TEST_F(Host, FoldersOfAnOutputAreMade) {
+TEST_F(Host, FoldersOfAnOutputAreCreated) {
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("new/folder/out.arw"), in("broken.arw")}), 0);
     EXPECT_EQ(decode_raw(folder / "new" / "folder" / "out.arw"), decode_raw(original.bytes));
 }
 
-TEST_F(Host, NothingIsWrittenToARemovableMediumUnasked) {
+TEST_F(Host, NothingIsWrittenToARemovableMediumByDefault) {
     plate_mend::host::RepairOptions options;
     options.paths = {in("broken.arw")};
     options.samples = {in("good.arw")};
@@ -148,7 +148,7 @@ TEST_F(Host, NamesOnTheTerminalAreHarmless) {
     EXPECT_THAT(err, StartsWith("plate-mend: good?[2J.arw: "));
 }
 
-TEST_F(Host, LogIsKeptWhereItIsAskedFor) {
+TEST_F(Host, LogIsWrittenToTheGivenFolder) {
     fs::create_directory(folder / "logs");
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--log", in("logs"), in("broken.arw")}), 0);
     const Bytes log = read_file(folder / "logs" / "PlateMend.log");
@@ -159,7 +159,7 @@ TEST_F(Host, LogIsKeptWhereItIsAskedFor) {
     EXPECT_THAT(err, HasSubstr("no log can be written there"));
 }
 
-TEST_F(Host, SalvagesAPreviewAndTellsHowMuchOfItIsLeft) {
+TEST_F(Host, SalvagesAPreviewAndReportsHowMuchOfItSurvives) {
     const ArwPhoto large(ArwPhoto::Options{.width = 640, .height = 480});
     write_file(folder / "broken.arw", zeroed(large.bytes, 0, large.strip_entries + 36));
     EXPECT_EQ(run({"salvage", in("broken.arw")}), 0) << err;
@@ -169,7 +169,7 @@ TEST_F(Host, SalvagesAPreviewAndTellsHowMuchOfItIsLeft) {
                                 " (640 x 480 pixels, 1200 of 1200 blocks are the photographer's own"));
 }
 
-TEST_F(Host, SalvagedThumbnailIsKeptAndIsNoSuccess) {
+TEST_F(Host, SalvagedThumbnailIsKeptButIsNotASuccess) {
     write_file(folder / "broken.arw", zeroed(original.bytes, 0, original.strip_entries + 36));
     EXPECT_EQ(run({"salvage", in("broken.arw")}), 1);
     EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));

@@ -13,7 +13,7 @@
 #include <chrono>
 #include <cstdio>
 
-// The program ends before its work does, its workers misbehave, and files are larger than any photograph.
+// The program ends before its work is done, its workers misbehave, and files are larger than any photograph.
 
 namespace test {
 namespace {
@@ -96,7 +96,7 @@ TEST_F(Endings, KilledProgramLeavesNoWorker) {
     EXPECT_FALSE(fs::exists(folder / "x.jpg"));
 }
 
-TEST_F(Endings, ReaderThatGoesEndsTheRunAndTheNextOneGoesOn) {
+TEST_F(Endings, BrokenPipeEndsTheRunAndTheNextOneContinues) {
     fs::create_directory(folder / "card");
     for (int number = 0; number < 6; ++number) {
         write_file(folder / "card" / (std::to_string(number) + ".arw"), damaged);
@@ -111,7 +111,7 @@ TEST_F(Endings, ReaderThatGoesEndsTheRunAndTheNextOneGoesOn) {
     EXPECT_THAT(private_folders(folder / "mended" / ".plate-mend" / "run"), IsEmpty());
 }
 
-TEST_F(Endings, LongestTimeLimitIsNoShortOne) {
+TEST_F(Endings, LongestTimeLimitDoesNotOverflow) {
     EXPECT_EQ(run_with("cp \"$2/task.json\" '" + utf8(desk_ / "task") + "'\nexec \"$program\" \"$@\"",
                        {"check", "--time-limit", "4294967295", in("good.arw")}),
               0)
@@ -157,7 +157,7 @@ class LongHoles : public Endings {
     }
 };
 
-TEST_F(LongHoles, TerabyteAnswersToAnInterruption) {
+TEST_F(LongHoles, InterruptionEndsTheWorkOnATerabyte) {
     std::error_code refused;
     fs::resize_file(folder / "broken.arw", std::uint64_t{1} << 40U, refused);
     if (refused) {
@@ -174,7 +174,7 @@ TEST_F(LongHoles, TerabyteAnswersToAnInterruption) {
     EXPECT_THAT(private_folders(folder.path()), IsEmpty());
 }
 
-TEST_F(LongHoles, SmallPhotographWithALongTailGivesASmallResult) {
+TEST_F(LongHoles, SmallPhotographWithALongTailHasASmallResult) {
     fs::resize_file(folder / "broken.arw", 1'900'000'000);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("broken.arw")}), 0)
         << out << err;

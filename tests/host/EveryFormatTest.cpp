@@ -3,7 +3,7 @@
 
 #include "support/RawDecode.h"
 
-// The way of a user with every extension: a damaged photograph and a sample in, the picture out.
+// What a user does, with every extension: a damaged photograph and a sample go in, the picture comes out.
 
 namespace test {
 namespace {

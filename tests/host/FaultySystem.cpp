@@ -20,8 +20,8 @@
 //
 //   FAULTY_NAME     a file whose medium has bad sectors; to be read by pread only
 //   FAULTY_SECTORS  which: "0 17 18"
-//   FAULTY_MARK     a file that is made when FAULTY_NAME is read in another way
-//   FAULTY_THREADS  so many threads can be started
+//   FAULTY_MARK     a file that is created when FAULTY_NAME is read in another way
+//   FAULTY_THREADS  how many threads can be started
 //   FAULTY_MEMORY   set: address space cannot be limited
 
 namespace {

@@ -26,7 +26,7 @@ class HostFixture : public ::testing::Test {
     /// Runs the program and keeps what it wrote.
     int run(const std::vector<std::string>& arguments) { return run_as(program_file(), arguments); }
 
-    /// The same, with another file of which it starts its workers.
+    /// The same, but starts the workers from another program file.
     int run_as(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-// Photographs in files of some GiB, most of which are a hole. A limit of the process stands for a full disk,
+// Photographs in files of some GiB, most of which are a hole. A limit of the process simulates a full disk,
 // so that the tests need no room for results of that size.
 
 namespace test {
@@ -62,7 +62,7 @@ TEST_P(LargeFiles, PhotographBeforeALongHoleIsWholeWithoutIt) {
     EXPECT_LE(fs::file_size(result), kRoomOnDisk);
 }
 
-TEST_P(LargeFiles, HoleAloneIsNoPhotograph) {
+TEST_P(LargeFiles, FileOfOnlyAHoleIsNotAPhotograph) {
     write_pair(format.make({}).sample, {});
     EXPECT_EQ(repair_on_a_full_disk(), 2) << out << err;
     EXPECT_THAT(out, HasSubstr("try 'plate-mend salvage' (code -1"));

@@ -12,7 +12,7 @@
 #include <iostream>
 #include <sstream>
 
-// The machine fails: no room, no permission, no memory, no threads. Nothing that it does may pass for a
+// The machine fails: no room, no permission, no memory, no threads. None of its failures may be taken for a
 // verdict on a photograph.
 
 namespace test {
@@ -281,7 +281,7 @@ TEST_F(Machine, NoMemoryLimitMakesAVerdictOnThePhotograph) {
     EXPECT_TRUE(short_of_memory);
 }
 
-TEST_F(Machine, MemoryThatCannotBeLimitedIsTold) {
+TEST_F(Machine, MissingMemoryLimitIsReported) {
     EXPECT_EQ(shell("FAULTY_MEMORY=1 LD_PRELOAD='" PLATE_MEND_FAULTY_SYSTEM
                     "' \"$P\" repair --memory-limit 4000 -s good.arw broken.arw"),
               0);
@@ -291,7 +291,7 @@ TEST_F(Machine, MemoryThatCannotBeLimitedIsTold) {
               "plate-mend: the system refuses to limit the memory of workers; they work without a limit\n");
 }
 
-TEST_F(Machine, ThreadsThatCannotBeStartedAreNoError) {
+TEST_F(Machine, ThreadsThatCannotBeStartedAreNotAnError) {
     for (const char* name : {"a.arw", "b.arw", "c.arw"}) {
         write_file(folder / name, damaged);
     }

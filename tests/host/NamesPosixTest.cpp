@@ -12,7 +12,7 @@
 #include <array>
 #include <cstring>
 
-// Names that are no UTF-8, names that would do something to a terminal, and files that are only read.
+// Names that are not UTF-8, names that would control a terminal, and files that are only read.
 
 namespace test {
 namespace {
@@ -28,7 +28,7 @@ class EveryFormatsFiles : public ShellFixture, public ::testing::WithParamInterf
 };
 
 /// Latin-1, and a byte that begins nothing, in each folder and file.
-TEST_P(EveryFormatsFiles, MayHaveNamesThatAreNoUtf8) {
+TEST_P(EveryFormatsFiles, MayHaveNamesThatAreNotUtf8) {
     const fs::path card = folder / "caf\xE9";
     const fs::path name = "b\x80\xFFild" + extension;
     const fs::path sample_file = folder / ("gut\xFC" + extension);
@@ -65,7 +65,7 @@ TEST_P(EveryFormatsFiles, MayHaveNamesThatAreNoUtf8) {
         << out << err;
 }
 
-TEST_P(EveryFormatsFiles, MayBeSalvagedUnderNamesThatAreNoUtf8) {
+TEST_P(EveryFormatsFiles, MayBeSalvagedUnderNamesThatAreNotUtf8) {
     const fs::path file = folder / ("b\x80ild" + extension);
     const Bytes large = GetParam().make({.large = true}).original;
     write_file(file, zeroed(large, 0, 8));
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(Extensions, EveryFormatsFiles, ::testing::ValuesIn(form
 
 class OddNames : public ShellFixture {};
 
-TEST_F(OddNames, ExtensionThatIsNoUtf8IsNoObstacle) {
+TEST_F(OddNames, ExtensionThatIsNotUtf8IsNotAnObstacle) {
     write_file(folder / "photo.\xE9", original.bytes);
     EXPECT_EQ(run({"check", in("photo.\xE9")}), 0) << out << err;
 }

@@ -1,4 +1,4 @@
-#include "host/BatchFixture.h"
+#include "host/OutputsFixture.h"
 #include "host/WorkerScript.h"
 
 #include "faults/Limits.h"
@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Links, pipes, rights and what others do in the folders while the program works.
+// Links, pipes, permissions, and what others do in the folders while the program is working.
 
 namespace test {
 namespace {
@@ -21,17 +21,11 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class OutputsAmidLinks : public BatchFixture {
+class OutputsAmidLinks : public OutputsFixture {
   protected:
     OutputsAmidLinks() { put("card/a.arw", damaged); }
 
-    [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& more) const {
-        std::vector<std::string> all{"repair", "-s", in("good.arw"), "--out", in("mended")};
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
-    }
-
-    /// Makes a link, and its folder where it is missing.
+    /// Creates a link, and its folder if missing.
     void link(const fs::path& target, const fs::path& name) {
         fs::create_directories((folder / name).parent_path());
         fs::create_symlink(folder / target, folder / name);
@@ -42,17 +36,9 @@ class OutputsAmidLinks : public BatchFixture {
         const WorkerScript workers(folder / "worker.sh", script + "\nexec \"$program\" \"$@\"");
         return run_as(workers.file(), arguments);
     }
-
-    /// Of this file only a JPEG can be saved.
-    [[nodiscard]] static Bytes only_a_preview() {
-        const ArwPhoto large(ArwPhoto::Options{.number = 2, .width = 640, .height = 480});
-        return zeroed(large.bytes, 0, large.strip_entries + 36);
-    }
-
-    const Bytes mine_{'m', 'i', 'n', 'e'};
 };
 
-TEST_F(OutputsAmidLinks, RootMayBeALinkOrLieBehindOne) {
+TEST_F(OutputsAmidLinks, RootMayBeALinkOrBeReachedThroughOne) {
     put("card/day 1/b.arw", damaged);
     link("card", "deep/down/link");
     link("card/day 1", "day");
@@ -96,7 +82,7 @@ TEST_F(OutputsAmidLinks, LinksAreNeverWrittenThrough) {
     EXPECT_EQ(bytes_of("good.arw"), sample.bytes);
 }
 
-TEST_F(OutputsAmidLinks, FolderOfResultsThatLeadsToTheInputsCostsThem) {
+TEST_F(OutputsAmidLinks, LinkFromTheResultsToTheInputsCostsTheFilesBelowIt) {
     put("card/day 1/b.arw", damaged);
     link("card/day 1", "mended/day 1");
     EXPECT_EQ(run(command({"--force", in("card")})), 3);
@@ -138,7 +124,7 @@ TEST_F(OutputsAmidLinks, ReportsAreNeverWrittenThroughLinks) {
     EXPECT_EQ(bytes_of("good.arw"), sample.bytes);
 }
 
-TEST_F(OutputsAmidLinks, RunsRecordIsNoLinkAndNoPipe) {
+TEST_F(OutputsAmidLinks, RecordOfARunMustNotBeALinkOrAPipe) {
     put("elsewhere/records.jsonl", mine_);
     link("elsewhere", "mended/.plate-mend");
     EXPECT_EQ(run(command({in("card")})), 3);
@@ -172,7 +158,7 @@ TEST_F(OutputsAmidLinks, OddInputsCostThemselvesOnly) {
     EXPECT_EQ(found.at("a.arw").verdict, Verdict::kWhole);
 }
 
-TEST_F(OutputsAmidLinks, PipesAndDevicesAreNoOutputs) {
+TEST_F(OutputsAmidLinks, PipesAndDevicesAreRefusedAsOutputs) {
     fs::create_directories(folder / "mended");
     for (const char* name : {"pipe", "mended/a.arw"}) {
         ASSERT_EQ(::mkfifo((folder / name).c_str(), 0600), 0);
@@ -189,7 +175,7 @@ TEST_F(OutputsAmidLinks, PipesAndDevicesAreNoOutputs) {
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
-TEST_F(OutputsAmidLinks, LongNamesAreRepairedWhereTheyFit) {
+TEST_F(OutputsAmidLinks, FilesWithLongNamesAreRepairedIfTheResultsNameFits) {
     const std::string name = std::string(247, 'n') + ".arw";
     const std::string longest = std::string(251, 'm') + ".arw";
     put(fs::path("card") / name, damaged);
@@ -226,7 +212,7 @@ TEST_F(OutputsAmidLinks, UnreadableFolderAndFileCostThemselvesOnly) {
     fs::permissions(folder / "card" / "locked", fs::perms::owner_all);
 }
 
-TEST_F(OutputsAmidLinks, FileThatAppearsWhileTheRunWorksStays) {
+TEST_F(OutputsAmidLinks, FileThatAppearsDuringTheRunIsKept) {
     const std::string plants =
         R"(grep -q '"repair"' "$2/task.json" && printf mine > ')" + in("mended/a.arw") + "'";
     EXPECT_EQ(run_with(plants, command({"--json", in("records.jsonl"), in("card")})), 3);
@@ -238,9 +224,8 @@ TEST_F(OutputsAmidLinks, FileThatAppearsWhileTheRunWorksStays) {
     EXPECT_EQ(bytes_of("mended/a.arw"), mine_);
 }
 
-TEST_F(OutputsAmidLinks, JpegGoesWhenThePhotographCannotBeDelivered) {
-    put("card/a.arw",
-        part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30)); // A partial one, with a JPEG.
+TEST_F(OutputsAmidLinks, JpegIsRemovedIfThePhotographCannotBeDelivered) {
+    put("card/a.arw", truncated_); // A partial one, with a JPEG.
     const std::string plants =
         R"(grep -q '"salvage"' "$2/task.json" && printf mine > ')" + in("mended/a.arw") + "'";
     EXPECT_EQ(run_with(plants, command({"--json", in("records.jsonl"), in("card")})), 3);
@@ -259,7 +244,7 @@ TEST_F(OutputsAmidLinks, ContactSheetReplacesNothingThatAppeared) {
     EXPECT_THAT(names(), ElementsAre("card", "good.arw", "mended", "r.html")) << "nothing private stays";
 }
 
-TEST_F(OutputsAmidLinks, InputThatGoesAwayCostsNothingThatWasRead) {
+TEST_F(OutputsAmidLinks, InputThatDisappearsAfterItWasReadIsRepaired) {
     put("card/b.arw", damaged);
     const std::string removes = R"(grep -q '"repair"' "$2/task.json" && rm -f ')" + in("card/a.arw") + "'";
     EXPECT_EQ(run_with(removes, command({"-j", "1", in("card")})), 0) << out << err;

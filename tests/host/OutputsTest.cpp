@@ -1,4 +1,4 @@
-#include "host/BatchFixture.h"
+#include "host/OutputsFixture.h"
 
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
@@ -81,7 +81,7 @@ TEST_F(OutputPlaces, ListsKeepTheFoldersToo) {
     expect_both({"--files-from", in("list.txt")});
 }
 
-TEST_F(OutputPlaces, RootMayBeGivenInAnyWay) {
+TEST_F(OutputPlaces, RootMayBeWrittenInAnyWay) {
     for (const std::string& root : {in("card"), in("card") + "/", in("card/."), in("card/day 1/.."),
                                     in("card/DCIM/.."), relative_name("card")}) {
         expect_both({"--root", root, in("card/DCIM")}, "DCIM/100/IMG_1.arw", "DCIM/101/IMG_1.arw");
@@ -99,7 +99,7 @@ TEST_F(OutputPlaces, FileOutsideTheRootCostsThatFileOnly) {
     EXPECT_THAT(out, HasSubstr("is not below --root"));
 }
 
-TEST_F(OutputPlaces, SameFileTwiceIsTakenOnce) {
+TEST_F(OutputPlaces, FileThatIsNamedTwiceIsTakenOnce) {
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), first_,
                    in("card/DCIM/100/./IMG_1.arw"), in("card/DCIM")}),
               0)
@@ -108,7 +108,7 @@ TEST_F(OutputPlaces, SameFileTwiceIsTakenOnce) {
     EXPECT_THAT(err, HasSubstr("is named more than once"));
 }
 
-TEST_F(OutputPlaces, FolderOfResultsInTheDamagedFolderIsNoInput) {
+TEST_F(OutputPlaces, FolderOfResultsInTheDamagedFolderIsNotAnInput) {
     for (int times = 0; times < 2; ++times) {
         const int status = run({"repair", "-s", in("good.arw"), "--out", in("card/mended"), in("card")});
         EXPECT_EQ(status, times == 0 ? 0 : 3) << "the second run finds its results in the way";
@@ -142,26 +142,12 @@ TEST_F(OutputPlaces, MissingAndUnfitInputsCostThemselvesOnly) {
     EXPECT_THAT(files_below("mended"), ElementsAre("DCIM/100/IMG_1.arw"));
 }
 
-class ExistingFiles : public BatchFixture {
+class ExistingFiles : public OutputsFixture {
   protected:
     ExistingFiles() {
         put("card/a.arw", damaged);
         put("card/b.arw", damaged);
     }
-
-    /// Of this file only a JPEG can be saved.
-    [[nodiscard]] static Bytes only_a_preview() {
-        const ArwPhoto large(ArwPhoto::Options{.number = 2, .width = 640, .height = 480});
-        return zeroed(large.bytes, 0, large.strip_entries + 36);
-    }
-
-    std::vector<std::string> command(const std::vector<std::string>& more) {
-        std::vector<std::string> all{"repair", "-s", in("good.arw"), "--out", in("mended")};
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
-    }
-
-    const Bytes mine_{'m', 'i', 'n', 'e'};
 };
 
 TEST_F(ExistingFiles, ResultsReplaceNothing) {
@@ -194,7 +180,7 @@ TEST_F(ExistingFiles, FileInThePlaceOfAFolderCostsTheFilesOfThatFolder) {
     EXPECT_EQ(bytes_of("mended/day 1"), mine_);
 }
 
-TEST_F(ExistingFiles, JpegTakesItsOtherNameThenNone) {
+TEST_F(ExistingFiles, JpegTakesItsOtherNameOrElseNone) {
     put("card/a.arw", only_a_preview());
     put("mended/a.jpg", mine_);
     EXPECT_EQ(run(command({in("card/a.arw")})), 1) << out;
@@ -228,7 +214,7 @@ TEST_F(ExistingFiles, FormatsOfOneNameShareNoJpeg) {
     EXPECT_THAT(files_below("mended"), IsEmpty());
 }
 
-TEST_F(ExistingFiles, PrivateNamesOfOthersStay) {
+TEST_F(ExistingFiles, FilesOfOthersWithPrivateNamesAreKept) {
     std::error_code no_time; // Wine sets none of folders.
     for (const fs::path folder_name : {"card", "mended", "reports"}) {
         put(folder_name / ".plate-mend-123", mine_);

@@ -15,7 +15,7 @@
 namespace test {
 namespace {
 
-/// Sets width, height and byte order of the two photographs; gives the options of the sample and the
+/// Sets width, height and byte order of the two photographs, and returns the options of the sample and the
 /// original.
 template <typename Options>
 std::pair<Options, Options> sized(Options options, const PairOptions& wanted) {

@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// What photographs of a pair are to be like.
+/// What the photographs of a pair should be like.
 struct PairOptions {
     bool large = false;       ///< About 480 x 360 pixels, where the builder lets one choose.
     bool other_order = false; ///< The sample's byte order is the other one, where a format has two.

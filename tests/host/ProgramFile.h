@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// The program, which stands beside the tests of it.
+/// The program, which is in the same folder as its tests.
 [[nodiscard]] std::filesystem::path program_file();
 
 } // namespace test

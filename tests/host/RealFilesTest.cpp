@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-// The judge on photographs that cameras wrote, whole and with harm done to them.
+// The judge on photographs from real cameras, whole and damaged.
 
 namespace test {
 namespace {

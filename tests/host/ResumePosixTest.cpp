@@ -12,7 +12,7 @@
 
 #include <csignal>
 
-// Runs that end early, and the runs that go on with them.
+// Runs that end early, and the runs that resume them.
 
 namespace test {
 namespace {
@@ -26,7 +26,7 @@ class EndedRun : public BatchFixture {
   protected:
     EndedRun() {
         put("card/a.arw", damaged);
-        put("card/b.arw", part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30));
+        put("card/b.arw", truncated_);
         put("card/c.arw", zeroed(damaged, 0, damaged.size()));
     }
 

@@ -10,7 +10,7 @@
 #include <fstream>
 #include <sstream>
 
-// What a run that goes on believes of the one before it.
+// What a resumed run trusts of the run before it.
 
 namespace test {
 namespace {
@@ -69,11 +69,10 @@ class ResumedRun : public BatchFixture {
     }
 
     const ArwPhoto other{ArwPhoto::Options{.number = 3}};
-    const Bytes cut_ = part(damaged, 0, damaged.size() - std::size_t{160} * 2 * 30);
 };
 
 TEST_F(ResumedRun, PartialStaysPartial) {
-    put("card/a.arw", cut_);
+    put("card/a.arw", truncated_);
     EXPECT_EQ(repair(), 1);
     const Bytes made = bytes_of("mended/a.arw");
     EXPECT_EQ(resume(), 1);
@@ -82,7 +81,7 @@ TEST_F(ResumedRun, PartialStaysPartial) {
     EXPECT_EQ(bytes_of("mended/a.arw"), made);
 }
 
-TEST_F(ResumedRun, FileOfSomebodyElseIsNoResult) {
+TEST_F(ResumedRun, FileOfSomebodyElseIsNotAResult) {
     put("mended/a.arw", bytes_of("good.arw")); // A whole photograph, but not this one.
     EXPECT_EQ(resume(), 3);
     EXPECT_EQ(records().at("a.arw").verdict, Verdict::kNotDone);
@@ -131,8 +130,8 @@ TEST_F(ResumedRun, FilesThatWereOnlyTouchedAreFinished) {
     EXPECT_EQ(fs::last_write_time(folder / "mended" / "a.arw"), time);
 }
 
-TEST_F(ResumedRun, RemovedResultsAreMadeAgain) {
-    put("card/a.arw", cut_);
+TEST_F(ResumedRun, RemovedResultsAreRestored) {
+    put("card/a.arw", truncated_);
     EXPECT_EQ(repair(), 1);
     const auto before = files_below("mended");
     for (const std::string& name : before) {
@@ -159,7 +158,7 @@ TEST_F(ResumedRun, ResultWhoseRecordWasCutOffIsFinished) {
     expect_both();
 }
 
-TEST_F(ResumedRun, LineAfterACutOneIsWhole) {
+TEST_F(ResumedRun, LineAfterATruncatedOneIsComplete) {
     EXPECT_EQ(repair(), 0);
     fs::resize_file(lines(), fs::file_size(lines()) / 2);
     for (const char* name : {"a.arw", "b.arw"}) {
@@ -172,7 +171,7 @@ TEST_F(ResumedRun, LineAfterACutOneIsWhole) {
     expect_both();
 }
 
-TEST_F(ResumedRun, RecordThatLiesIsNotBelieved) {
+TEST_F(ResumedRun, FalseRecordIsNotTrusted) {
     EXPECT_EQ(repair(), 0);
     const std::string all = text_of_lines();
     std::string lies;
@@ -217,7 +216,7 @@ TEST_F(ResumedRun, RecordOfOneInputIsNotThatOfAnother) {
     EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
 }
 
-TEST_F(ResumedRun, AnotherListGoesOnWithTheSameRecord) {
+TEST_F(ResumedRun, AnotherListContinuesWithTheSameRecord) {
     EXPECT_EQ(repair({in("card/a.arw")}), 0);
     const auto time = fs::last_write_time(folder / "mended" / "a.arw");
     EXPECT_EQ(resume({in("card/b.arw")}), 0);
@@ -227,7 +226,7 @@ TEST_F(ResumedRun, AnotherListGoesOnWithTheSameRecord) {
     expect_both();
 }
 
-TEST_F(ResumedRun, AnotherSplitGoesOnWithAllRecords) {
+TEST_F(ResumedRun, AnotherSplitContinuesWithAllRecords) {
     EXPECT_EQ(repair({"--task", "1", in("card/a.arw")}), 0);
     fs::remove(folder / "records.jsonl");
     EXPECT_EQ(repair({"--task", "2", in("card/b.arw")}), 0);
@@ -241,7 +240,7 @@ TEST_F(ResumedRun, AnotherSplitGoesOnWithAllRecords) {
 }
 
 /// Whichever record is read last: that of the input as it is now is valid.
-TEST_F(ResumedRun, OldRecordOfAnotherTaskHidesNoNewerOne) {
+TEST_F(ResumedRun, OldRecordOfAnotherTaskDoesNotHideANewerOne) {
     for (const auto& [older, newer] : {std::pair("1", "2"), std::pair("2", "1")}) {
         fs::remove_all(folder / "mended");
         fs::remove(folder / "records.jsonl");
@@ -307,7 +306,7 @@ TEST_F(ResumedRun, OnlyNewRecordsGoToTheStandardOutput) {
     }
 }
 
-TEST_F(ResumedRun, RunIsAloneInItsFolder) {
+TEST_F(ResumedRun, SecondRunInTheSameFolderIsRefused) {
     const auto lock = plate_mend::host::platform::Lock::take([&] {
         fs::create_directories(folder / "mended" / ".plate-mend" / "run");
         return folder / "mended" / ".plate-mend" / "run" / "lock";

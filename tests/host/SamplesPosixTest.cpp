@@ -7,7 +7,7 @@
 
 #include <sstream>
 
-// Samples among damaged files, and samples that go.
+// Samples among damaged files, and samples that vanish.
 
 namespace test {
 namespace {
@@ -141,7 +141,7 @@ class VanishingSample : public ShellFixture {
     const ArwPhoto photo_{ArwPhoto::Options{.number = 2, .width = 640, .height = 480}};
 };
 
-TEST_F(VanishingSample, LeavesTheFileUndoneWheneverItGoes) {
+TEST_F(VanishingSample, LeavesTheFileUndoneWheneverItVanishes) {
     for (const char* task : {"intact", "judge", "repair"}) {
         fs::remove_all(folder / "mended");
         EXPECT_EQ(repair_while(std::string("grep -q '\"") + task + "\"' \"$2/task.json\""), 3) << task << out;
@@ -156,7 +156,7 @@ TEST_F(VanishingSample, LeavesTheFileUndoneWheneverItGoes) {
     }
 }
 
-TEST_F(VanishingSample, AfterTheRepairNeedsNoSampleAnyMore) {
+TEST_F(VanishingSample, AfterTheRepairIsNoLongerNeeded) {
     // The result is judged with the sample: what is whole without it stays.
     const int status = repair_while(R"(grep -q '"damaged":"damaged.arw".*"judge"' "$2/task.json")");
     EXPECT_TRUE(status == 0 || status == 3) << out;

@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// Starts the program as a shell does, as a process of its own.
+/// Starts the program as a shell does, in a separate process.
 class ShellFixture : public HostFixture {
   protected:
     /// Runs a command in the folder and keeps what it wrote. "$P" is the program in it.
@@ -24,7 +24,7 @@ class ShellFixture : public HostFixture {
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
-    /// A script in the place of the program, which workers go through. "$program" is the program in it.
+    /// A script that runs instead of the program in workers. "$program" is the program in it.
     [[nodiscard]] std::filesystem::path script(const std::string& text) const {
         std::filesystem::path file = desk_ / "worker.sh";
         std::ofstream(file) << "#!/bin/sh\nprogram='" << utf8(program_file()) << "'\n" << text << '\n';
@@ -48,7 +48,7 @@ class ShellFixture : public HostFixture {
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    TempDir desk_; ///< For what is no part of a run.
+    TempDir desk_; ///< For files that are not part of a run.
 };
 
 } // namespace test

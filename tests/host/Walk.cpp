@@ -27,7 +27,7 @@ Bytes behead(const Pair& pair) {
     return zeroed(pair.original, 0, pair.lost);
 }
 
-/// A place in the image data: those are the most of each file, and stand at its end.
+/// An offset in the image data, which are most of each file and come last in it.
 std::size_t at(const Pair& pair, double share) {
     return static_cast<std::size_t>(share * static_cast<double>(pair.original.size()));
 }

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-// A walk through a folder of every format with every kind of damage: what the program says of each file is
-// compared with the pixels of the original.
+// A walk through a folder of every format with every kind of damage: what the program reports for each file
+// is compared with the pixels of the original.
 
 namespace test {
 
@@ -47,7 +47,7 @@ struct WalkResult {
     [[nodiscard]] bool agrees() const { return !false_whole() && !too_strict() && !too_rosy(); }
 };
 
-/// Walks through one format: all its files stand in one folder, and the program repairs the folder.
+/// Walks through one format: all its files are in one folder, and the program repairs the folder.
 [[nodiscard]] std::vector<WalkResult> walk(const Format& format);
 
 } // namespace test

@@ -10,8 +10,7 @@
 
 #include <fstream>
 
-// What workers may do to themselves, and what becomes of the files then. Scripts stand in front of the
-// program.
+// What may happen to workers, and what becomes of the files then. Scripts are started instead of the program.
 
 namespace test {
 namespace {
@@ -21,8 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// The problem of a worker that the signal SIGBUS ended. With sanitizers it is their own handler that ends
-/// it.
+/// The problem of a worker that the signal SIGBUS ended. With sanitizers, their own handler ends it.
 #if defined(PLATE_MEND_LEAK_DETECTION)
 constexpr const char* kProblemOfABusError = R"("problem":"ended without an answer")";
 #else
@@ -54,7 +52,7 @@ TEST_F(WorkerTroubles, CrashCostsThatFileOnly) {
     EXPECT_THAT(out, HasSubstr("Segmentation fault"));
 }
 
-TEST_F(WorkerTroubles, CrashOverTheDamagedFilesPreviewCostsTheShareOnly) {
+TEST_F(WorkerTroubles, CrashOnTheDamagedFilesPreviewCostsOnlyTheShare) {
     const std::size_t three_quarters = original.image_offset + original.image_size * 3 / 4;
     write_file(folder / "broken.arw", part(original.bytes, 0, three_quarters));
     const std::vector<std::string> arguments{"repair",      "--force",       "-s", in("good.arw"), "--json",
@@ -84,13 +82,13 @@ TEST_F(WorkerTroubles, WorkerWithoutAnAnswerIsAFailure) {
     EXPECT_THAT(out, HasSubstr("ended without an answer"));
 }
 
-TEST_F(WorkerTroubles, WorkerThatCannotBeLoadedIsNoFaultOfThePhotographs) {
+TEST_F(WorkerTroubles, WorkerThatCannotBeLoadedIsNotThePhotographsFault) {
     EXPECT_EQ(run_with("exit 127", repair_), 3);
     EXPECT_THAT(out, HasSubstr("not done, a worker cannot be loaded"));
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
-TEST_F(WorkerTroubles, FullDiskIsNoticedThoughTheLibraryDoesNot) {
+TEST_F(WorkerTroubles, FullDiskIsNoticedEvenIfTheLibraryMissesIt) {
     // Writes beyond 36 KiB fail, as on a full disk; the photograph has more.
     ASSERT_GT(sample.bytes.size(), 36U * 1024);
     EXPECT_EQ(run_with("trap '' XFSZ\nulimit -f 72\nexec \"$program\" \"$@\"",

@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// A shell script that the program starts in place of its workers, for what may happen while they work. It is
-/// there as long as the object. "$program" in it is the program itself, and "$@" are a worker's arguments.
+/// A shell script that the program starts instead of its workers, for what may happen while they work. It
+/// exists as long as the object. "$program" in it is the program itself, and "$@" are a worker's arguments.
 class WorkerScript {
   public:
     WorkerScript(std::filesystem::path file, const std::string& script);

@@ -14,7 +14,7 @@ struct CheckOptions {
     LimitOptions limits;
 };
 
-/// Reports whether LibRaw opens each file, which workers find out. Returns the exit status.
+/// Has workers find out whether LibRaw opens each file, and prints the results. Returns the exit status.
 [[nodiscard]] int run_check(const CheckOptions& options, const std::filesystem::path& program);
 
 } // namespace plate_mend::host

@@ -129,7 +129,7 @@ class Program {
 
     int run(const std::vector<std::string>& arguments) {
         try {
-            std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 takes them.
+            std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 expects.
             app_.parse(std::move(reversed));
         } catch (const CLI::ParseError& e) {
             return print_error(e);
@@ -222,7 +222,7 @@ class Program {
             ->required()
             ->check(CLI::IsMember({"bash", "zsh", "fish"}));
         command->callback(
-            [this] { std::cout << completion(command_tree_of(app_), shell_named(shell_).value()); });
+            [this] { std::cout << completion(command_tree_of(app_), shell_from_name(shell_).value()); });
     }
 
     /// Not for users: the program starts itself this way for one step of one file.

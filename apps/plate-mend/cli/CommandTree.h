@@ -7,28 +7,28 @@
 
 namespace plate_mend::host {
 
-/// An option, or an argument, which has no names.
+/// An option, or a positional argument, which has no names.
 struct OptionDescription {
     std::vector<std::string> short_names; ///< Without the hyphen.
     std::vector<std::string> long_names;  ///< Without the hyphens.
     std::string argument;                 ///< What the help calls an argument, such as "FILE".
     std::string description;
     std::string value_name;          ///< The kind of value, such as "TEXT".
-    std::vector<std::string> values; ///< Those that it may have; none when any will do.
+    std::vector<std::string> values; ///< The permitted values; empty if any value is accepted.
     bool takes_value = false;
-    bool takes_several = false; ///< Several values.
+    bool takes_several = false; ///< Accepts more than one value.
     bool required = false;
 
     /// "-s", "--sample".
     [[nodiscard]] std::vector<std::string> names() const;
 };
 
-/// A command; the program itself is one, with all others in it.
+/// A command. The program itself is one too, and contains all others.
 struct CommandTree {
     std::string name;
     std::string description;
     std::string footer;  ///< The end of the help.
-    std::string version; ///< Of the program.
+    std::string version; ///< The program's version.
     std::vector<OptionDescription> options;
     std::vector<OptionDescription> arguments;
     std::vector<CommandTree> commands;

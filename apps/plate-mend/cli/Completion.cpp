@@ -188,7 +188,7 @@ std::string fish_completion(const CommandTree& app) {
 
 } // namespace
 
-std::optional<Shell> shell_named(const std::string& name) {
+std::optional<Shell> shell_from_name(const std::string& name) {
     if (name == "bash") {
         return Shell::kBash;
     }

@@ -9,8 +9,8 @@ namespace plate_mend::host {
 
 enum class Shell { kBash, kZsh, kFish };
 
-/// "bash", "zsh", "fish"; nothing for another text.
-[[nodiscard]] std::optional<Shell> shell_named(const std::string& name);
+/// "bash", "zsh", "fish"; nothing for any other text.
+[[nodiscard]] std::optional<Shell> shell_from_name(const std::string& name);
 
 /// A script with which the shell completes the program's commands and options. Values are completed as names
 /// of files, or from the option's list of values where it has one.

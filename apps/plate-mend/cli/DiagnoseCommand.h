@@ -16,7 +16,7 @@ struct DiagnoseOptions {
     LimitOptions limits;
 };
 
-/// Reports what is left of each file, which workers find out. Returns the exit status.
+/// Has workers examine what is left of each file, and prints their reports. Returns the exit status.
 [[nodiscard]] int run_diagnose(const DiagnoseOptions& options, const std::filesystem::path& program);
 
 } // namespace plate_mend::host

@@ -20,12 +20,12 @@ class Workers;
 /// Runs a command on one file.
 [[nodiscard]] int run_for_file(const std::string& file, const std::function<int()>& command);
 
-/// What to do with a file, by its name on the command line; the folder is for the workers.
+/// What to do with a file, given its name on the command line. The folder is for the workers.
 using FileCommand =
     std::function<int(const std::string& file, const Workers& workers, const std::filesystem::path& folder)>;
 
-/// Runs a command that only reads on each file, with a folder for temporary files that is not beside the
-/// file. Returns the worst status.
+/// Runs a read-only command on each file. The folder for temporary files is not next to the file. Returns the
+/// worst status.
 [[nodiscard]] int run_for_each_file(const std::vector<std::string>& files, const LimitOptions& limits,
                                     const std::filesystem::path& program, const FileCommand& command);
 

@@ -11,7 +11,7 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Text for roff: nothing in it is a request or an escape, and a hyphen stays one that can be copied.
+/// Escapes text for roff: nothing in it acts as a request or an escape, and hyphens can still be copied.
 std::string roff(std::string_view text) {
     std::string result;
     bool line_begins = true;
@@ -80,7 +80,7 @@ std::string roff_usage(const std::string& program, const CommandTree& command) {
     return text;
 }
 
-std::string roff_as_it_is(const std::string& text) {
+std::string roff_preformatted(const std::string& text) {
     return ".nf\n" + roff(text) + "\n.fi\n";
 }
 
@@ -88,7 +88,7 @@ std::string roff_command(const CommandTree& app, const CommandTree& command) {
     std::string text = ".SS " + roff(command.name) + '\n' + roff_usage(app.name, command) + "\n.PP\n" +
                        roff(command.description) + ".\n" + roff_options(command);
     if (!command.footer.empty() && command.footer != app.footer) {
-        text += ".PP\n" + roff_as_it_is(command.footer);
+        text += ".PP\n" + roff_preformatted(command.footer);
     }
     return text;
 }
@@ -108,7 +108,7 @@ std::string man_page(const CommandTree& app) {
     for (const CommandTree& command : app.commands) {
         text += roff_command(app, command);
     }
-    return app.footer.empty() ? text : text + ".SH NOTES\n" + roff_as_it_is(app.footer);
+    return app.footer.empty() ? text : text + ".SH NOTES\n" + roff_preformatted(app.footer);
 }
 
 } // namespace plate_mend::host

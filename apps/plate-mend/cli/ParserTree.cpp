@@ -8,7 +8,7 @@ namespace plate_mend::host {
 
 namespace {
 
-/// The values that an option may have, from its type's name ("TEXT:{bash,zsh}"); none when any will do.
+/// The values that an option accepts, from its type's name ("TEXT:{bash,zsh}"); none if it accepts any.
 std::vector<std::string> values_of(const std::string& type) {
     const std::size_t first = type.find('{');
     const std::size_t last = type.find('}');

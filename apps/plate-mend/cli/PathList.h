@@ -13,8 +13,8 @@ class ListError : public std::runtime_error {
 };
 
 /// The paths in a list: one per line, or one JSON object per line with a member "path", or a record of an
-/// earlier run. A line that begins with a brace but is no such object is a path. "-" is the standard input.
-/// Throws ListError.
+/// earlier run. A line that begins with a brace but is not such an object is a path. "-" is the standard
+/// input. Throws ListError.
 [[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list);
 
 } // namespace plate_mend::host

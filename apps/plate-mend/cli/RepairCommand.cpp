@@ -239,7 +239,7 @@ class Repair {
         reports_.push_back(path);
     }
 
-    /// All of them before the first is started: a run that is refused replaces none.
+    /// Checks all of them before the first is started, so that a refused run replaces none.
     void check_reports() {
         if (!options_.log_directory.empty()) {
             check_report(log_file());

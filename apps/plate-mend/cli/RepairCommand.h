@@ -17,16 +17,16 @@ struct RepairOptions {
     std::vector<std::string> sample_folders; ///< Folders of intact photographs.
     std::vector<std::string> extensions;     ///< Taken from folders; empty: all nine.
     std::string files_from;                  ///< A list of further paths; empty: none.
-    std::string root;          ///< Results keep their paths relative to it; empty: what all paths share.
-    std::string out;           ///< Folder of the results; empty: beside the damaged files.
-    std::string output;        ///< Name of the only result; empty: derived from the damaged file's.
-    std::string json;          ///< File for JSON Lines, "-" for the standard output; empty: none.
-    std::string csv;           ///< The same for a table.
-    std::string report;        ///< File for a contact sheet; empty: none.
-    std::string task;          ///< The run's name in `out`; empty: the only run there.
+    std::string root;   ///< Results keep their paths relative to it; empty: the folder that all paths share.
+    std::string out;    ///< Folder of the results; empty: beside the damaged files.
+    std::string output; ///< Name of the only result; empty: derived from the damaged file's.
+    std::string json;   ///< File for JSON Lines, "-" for the standard output; empty: none.
+    std::string csv;    ///< Likewise, for a table.
+    std::string report; ///< File for a contact sheet; empty: none.
+    std::string task;   ///< The run's name in `out`; empty: the only run there.
     std::string log_directory; ///< Empty: no log is kept.
-    unsigned jobs = 0;         ///< Files at a time; 0: as many as there are processors.
-    unsigned most_samples = 8; ///< Tried for a file.
+    unsigned jobs = 0;         ///< Files repaired at a time; 0: as many as there are processors.
+    unsigned most_samples = 8; ///< Samples tried per file.
     bool force = false;        ///< Replace existing files.
     bool no_fallback = false;  ///< No JPEG is salvaged.
     bool resume = false;       ///< Skip what an earlier run finished.

@@ -56,7 +56,7 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     const PrivateFolder folder(folder_of(output));
     const fs::path copy = folder.path() / "damaged";
     const fs::path result = folder.path() / "output.jpg";
-    const CopiedFile copied = copy_what_is_readable(damaged, copy);
+    const CopiedFile copied = copy_readable(damaged, copy);
     fs::resize_file(copy, copied.size);
     Notes notes;
     const Workers workers({program, options.limits.seconds, options.limits.memory_mib << 20U, &notes});

@@ -8,7 +8,8 @@ namespace {
 
 constexpr std::uint64_t kSizeBeforeType = 4; // A box begins with its size.
 
-/// "CRAW" with that size before it. Before one among the first bytes there is no size, and the repair stops.
+/// "CRAW" with that size before it. If it is among the first bytes, there is no size before it, and the
+/// repair stops.
 Offset find_track(const ByteReader& reader, std::uint32_t size) {
     Offset offset = reader.find("CRAW", 1);
     while (offset && *offset >= kSizeBeforeType && reader.u32(*offset - kSizeBeforeType) != size) {
@@ -29,8 +30,8 @@ struct Track {
 };
 
 void add_track(Landmarks& marks, const ByteReader& reader, const Track& track) {
-    // Behind the type: version and flags; a size for all samples, or 0; their count; the first of their
-    // sizes. In the other table: the count; the first offset, in 64 bits.
+    // After the type: version and flags; a size for all samples, or 0; their count; the first of their sizes.
+    // In the other table: the count; the first offset, in 64 bits.
     constexpr std::uint64_t kCommonSize = 8;
     constexpr std::uint64_t kFirstNumber = 16;
     constexpr std::uint32_t kBoxWithoutSizes = 20;

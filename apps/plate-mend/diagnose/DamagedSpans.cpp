@@ -19,7 +19,7 @@ constexpr std::size_t kBlock = 4096;
 constexpr std::size_t kHead = 65536;
 constexpr double kNoiseBits = 7.5;
 
-/// Spans of one kind, up to the most that are kept.
+/// Spans of one kind, up to the largest number that is kept.
 class SpanList {
   public:
     void add(SpanKind kind, std::uint64_t offset, std::uint64_t size) {
@@ -133,11 +133,11 @@ void add_copies(Bytes bytes, SpanList& copies) {
     };
     for (std::size_t number = 0; number < count; ++number) {
         const Bytes text = sector(bytes, number);
-        if (is_uniform(text)) { // A run of its own.
+        if (is_uniform(text)) { // Reported as a run of one byte.
             end_run(number);
             continue;
         }
-        // A sector that goes on with the present run counts, though it may be elsewhere too.
+        // A sector that continues the current run belongs to it, even if it also occurs elsewhere.
         if (run != 0 && are_equal(sector(bytes, number - distance), text)) {
             ++run;
             continue;
@@ -152,7 +152,7 @@ void add_copies(Bytes bytes, SpanList& copies) {
     end_run(count);
 }
 
-double bits_a_byte(Bytes bytes) {
+double bits_per_byte(Bytes bytes) {
     std::array<std::size_t, 256> counts{};
     for (const unsigned char byte : bytes) {
         ++counts[byte];
@@ -177,7 +177,7 @@ std::size_t length_of_noise(Bytes bytes) {
     std::size_t end = 0;
     while (end + kBlock <= std::min(bytes.size(), kHead)) {
         const Bytes block = bytes.subspan(end, kBlock);
-        if (bits_a_byte(block) < kNoiseBits || has_jpeg_start(block)) {
+        if (bits_per_byte(block) < kNoiseBits || has_jpeg_start(block)) {
             break;
         }
         end += kBlock;

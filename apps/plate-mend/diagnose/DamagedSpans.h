@@ -31,11 +31,11 @@ struct DamagedSpan {
 ///
 ///   - runs of one byte, 512 bytes long or more;
 ///   - runs of four sectors or more, at multiples of 512, that also occur earlier in the file, all at the
-///   same distance;
-///   - noise: blocks of 4096 bytes from the file's beginning on, as long as each has an entropy of 7.5 bits a
-///     byte or more and no JPEG begins in it, within the first 64 KiB. Headers and directories have 6 bits
-///     and less, random bytes 7.9. Nothing after the first other block is judged: compressed
-///     images and encrypted notes look like noise.
+///     same distance;
+///   - noise: blocks of 4096 bytes from the beginning of the file, as long as each has an entropy of 7.5
+///     bits per byte or more and no JPEG begins in it, within the first 64 KiB. Headers and directories have
+///     6 bits and less, random bytes 7.9. Nothing after the first block of another kind is examined:
+///     compressed images and encrypted notes look like noise.
 ///
 /// All of them may also come from the camera: padding, such as the blank lines of an XMP packet, or a black
 /// part of an uncompressed image. Takes linear time, and at most 16 MiB of memory besides the spans.

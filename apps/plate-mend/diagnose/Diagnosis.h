@@ -22,9 +22,9 @@ struct Diagnosis {
     std::optional<double> image_spoilt; ///< Share of the image data in damaged spans or past the end, 0 to 1.
     std::vector<JpegFound> jpegs;       ///< The first 64 with a size.
     std::optional<std::string> sample;  ///< Path of the sample, if there is one.
-    std::string sample_problem; ///< Why the sample cannot be used; empty when nothing speaks against it.
-    std::string repair;         ///< What a repair with a sample will probably achieve.
-    std::string salvage;        ///< The same for a salvage.
+    std::string sample_problem;         ///< Why the sample cannot be used; empty if it can.
+    std::string repair;                 ///< What a repair with a sample will probably achieve.
+    std::string salvage;                ///< The same for a salvage.
 };
 
 /// Examines a file, and a sample for what a repair takes from it. Writes nothing. Files of 2 GiB or more are

@@ -33,7 +33,7 @@ std::string describe_spans(const Diagnosis& diagnosis) {
         text += line("    " + std::to_string(span.offset) + ": " + describe(span.kind) + ", " +
                      format_size(span.size));
     }
-    return left_out == 0 ? text : text + line("    and " + counted(left_out, "shorter one"));
+    return left_out == 0 ? text : text + line("    and " + format_count(left_out, "shorter one"));
 }
 
 std::string describe_landmarks(const Diagnosis& diagnosis) {

@@ -14,22 +14,22 @@
 
 namespace plate_mend::host {
 
-using Offset = std::optional<std::size_t>; ///< In a file; nothing for what was not found.
+using Offset = std::optional<std::size_t>; ///< In a file; nothing if not found.
 
-constexpr std::uint64_t kEntrySize = 12; ///< Of a TIFF directory: tag, type, count, value.
+constexpr std::uint64_t kEntrySize = 12; ///< An entry of a TIFF directory: tag, type, count, value.
 constexpr std::uint64_t kCountInEntry = 4;
 constexpr std::uint64_t kValueInEntry = 8;
 constexpr std::uint16_t kTypeLong = 4;
 constexpr std::uint16_t kHighestType = 12; ///< DOUBLE.
 
-/// The value of an entry that is in the file whole; 0 otherwise.
+/// The value of an entry that is completely within the file; 0 otherwise.
 [[nodiscard]] std::uint32_t value_of(const ByteReader& reader, std::uint64_t entry);
 
 /// The first offset from start on at which these two bytes are, in the reader's byte order.
 [[nodiscard]] Offset find_tag(const ByteReader& reader, std::uint16_t tag, std::uint64_t start);
 
-/// Whether an entry has a type and a count that TIFF allows, and is in the file whole. Its tag is not
-/// checked.
+/// Whether an entry has a type and a count that TIFF allows, and is completely within the file. Its tag is
+/// not checked.
 [[nodiscard]] bool is_legal_entry(const ByteReader& reader, std::uint64_t entry);
 
 /// "II*\0" or "MM\0*".
@@ -37,9 +37,9 @@ constexpr std::uint16_t kHighestType = 12; ///< DOUBLE.
 
 void add_landmark(Landmarks& marks, std::string name, bool needed, Offset offset);
 
-// The landmarks of one format each, added to those that are there. They follow the advanced repair search by
-// search: where it gives up, because a read would leave the file or an entry is not legal, the landmark
-// counts as lost.
+// Each function adds the landmarks of one format to those already found. They follow the advanced repair
+// search by search: where it gives up, because a read would go past the end of the file or an entry is
+// invalid, the landmark counts as lost.
 
 void add_arw(Landmarks& marks, const ByteReader& reader);
 void add_sr2_or_orf(Landmarks& marks, const ByteReader& reader);

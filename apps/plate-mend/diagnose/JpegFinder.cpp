@@ -15,7 +15,7 @@ class JpegFinder {
 
     std::vector<JpegFound> run() {
         constexpr std::size_t kMostJpegs = 64;
-        constexpr std::size_t kMostSteps = std::size_t{1} << 22U; // Photographs take some thousands.
+        constexpr std::size_t kMostSteps = std::size_t{1} << 22U; // Photographs take a few thousand.
         std::vector<JpegFound> jpegs;
         auto start = reader_.find(kStart);
         while (start && jpegs.size() < kMostJpegs && steps_ < kMostSteps) {

@@ -72,7 +72,7 @@ bool is_plausible(const Landmarks& marks, std::uint64_t size) {
                        [size](const ImageData& image) { return image.offset != 0 && image.offset < size; });
 }
 
-/// Whether a sample's header passes; the repair judges no more of it than this.
+/// Whether a sample's header passes; the repair checks nothing else in it.
 bool has_good_header(Bytes bytes, RawFormat format) {
     const bool big_endian = begins_with(bytes, "MM");
     const ByteReader reader = reader_of(bytes, big_endian);

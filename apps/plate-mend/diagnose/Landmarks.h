@@ -39,7 +39,7 @@ struct Landmarks {
         big_endian;       ///< Of the entries, or else of the header; nothing for CR3 or when unknown.
     std::string obstacle; ///< Why no repair rebuilds this photograph although all landmarks are there; empty
                           ///< for none.
-    std::optional<TileCounts> tiles; ///< Of a DNG whose landmarks are complete.
+    std::optional<TileCounts> tiles; ///< Only for a DNG whose landmarks are complete.
 
     /// Whether everything that a repair needs is there.
     [[nodiscard]] bool complete() const;
@@ -53,9 +53,9 @@ struct Landmarks {
 
 /// What a repair takes from a sample and compares with the damaged file.
 struct SampleMarks {
-    std::string problem;             ///< Why the sample cannot be used; empty when nothing speaks against it.
+    std::string problem;             ///< Why the sample cannot be used; empty if it can.
     std::optional<bool> big_endian;  ///< By its header; nothing for CR3.
-    std::optional<TileCounts> tiles; ///< Of a DNG.
+    std::optional<TileCounts> tiles; ///< Only for a DNG.
 };
 
 /// Reads a sample: its header, which unlike a damaged file's must be intact, and its landmarks. Throws as

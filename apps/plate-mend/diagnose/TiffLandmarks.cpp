@@ -54,8 +54,8 @@ Offset find_main_image(const ByteReader& reader, std::uint64_t start) {
     return std::nullopt;
 }
 
-/// The next entry of a tag. It remembers the last search, so that for starts that only grow all searches
-/// together read the file once.
+/// The next entry of a tag. It remembers the last search, so that searches from ascending offsets read the
+/// file only once in all.
 class TagFinder {
   public:
     TagFinder(const ByteReader& reader, std::uint16_t tag) : reader_(reader), tag_(tag) {}
@@ -78,7 +78,7 @@ class TagFinder {
 
 enum class ListState { kGood, kIllegal, kUnreachable };
 
-/// What a repair makes of the entry of a list. It reads one byte more than the list has.
+/// How a repair reads the entry of a list: it reads one byte more than the list has.
 ListState state_of_list(const ByteReader& reader, Offset entry) {
     constexpr std::uint64_t kNumberSize = 4;
     if (!entry || !reader.holds(*entry, kEntrySize)) {
@@ -137,7 +137,7 @@ void add_tiles(Landmarks& marks, const ByteReader& reader, const MainImage& main
     const TileCounts tiles = counts_of(reader, main);
     const std::uint32_t first = in_list(reader, *main.offsets, 0);
     const std::uint32_t last = in_list(reader, *main.offsets, tiles.offsets - 1);
-    // Of 32 bits, as the repair computes it.
+    // In 32 bits, as the repair computes it.
     const std::uint32_t size = last + in_list(reader, *main.counts, tiles.byte_counts - 1) - first;
     marks.tiles = tiles;
     marks.images.push_back({first, size});
@@ -222,7 +222,7 @@ void add_raf(Landmarks& marks, std::span<const unsigned char> bytes) {
     add_landmark(marks, "a TIFF header", true, header);
     add_landmark(marks, "strip entry of the raw data (tag 0xF007)", true, strip);
     add_landmark(marks, "TIFF header of the raw data before it", false, owner);
-    // Without one the data go on to the end of the file; one that the end cuts stops the repair.
+    // Without one, the data extend to the end of the file; a truncated one stops the repair.
     add_landmark(marks, "length entry of the raw data (tag 0xF008)", length_tag && !length, length);
     if (!strip) {
         return;

@@ -10,7 +10,7 @@ std::optional<std::size_t> ByteReader::find(std::string_view text, std::uint64_t
     if (text.size() > end || start > end - text.size()) {
         return std::nullopt;
     }
-    // Holes are zeros by the gigabyte, so the byte that is looked for first is another one.
+    // Sparse files have gigabytes of zeros, so the search is for a nonzero byte first.
     const std::size_t anchor = std::min(text.find_first_not_of('\0'), text.size() - 1);
     const std::size_t last = static_cast<std::size_t>(end) - text.size();
     for (auto at = static_cast<std::size_t>(start); at <= last; ++at) {

@@ -10,9 +10,9 @@
 
 namespace plate_mend::host {
 
-/// Reads numbers and texts from bytes in memory, in one byte order, and never outside them: whatever an
-/// offset is, a number that is not in the bytes whole is nothing. The bytes are not copied and must outlive
-/// the reader.
+/// Reads numbers and texts from bytes in memory, in one byte order, and never outside them: whatever the
+/// offset, a number that is not completely within the bytes is nothing. The bytes are not copied and must
+/// outlive the reader.
 class ByteReader {
   public:
     ByteReader(std::span<const unsigned char> bytes, std::endian order) : bytes_(bytes), order_(order) {}
@@ -39,14 +39,14 @@ class ByteReader {
         return number<std::uint64_t>(offset);
     }
 
-    /// Whether this text is at an offset, whole.
+    /// Whether this text is at an offset, completely within the bytes.
     [[nodiscard]] bool has(std::uint64_t offset, std::string_view text) const {
         return holds(offset, text.size()) &&
                (text.empty() || std::memcmp(bytes_.data() + offset, text.data(), text.size()) == 0);
     }
 
-    /// The first offset in [start, end) at which this text is, whole and before the end; nothing when there
-    /// is none. An end past the last byte means the last byte. The text must not be empty.
+    /// The first offset in [start, end) at which this text is, completely before the end; nothing if there is
+    /// none. An end past the last byte means the last byte. The text must not be empty.
     [[nodiscard]] std::optional<std::size_t> find(std::string_view text, std::uint64_t start = 0,
                                                   std::uint64_t end = ~std::uint64_t{0}) const;
 

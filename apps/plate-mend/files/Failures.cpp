@@ -25,7 +25,7 @@ std::string describe_error(const std::exception& exception) {
     if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
         return "memory ran out";
     }
-    // Whatever this program throws on purpose is one, with a sentence in it.
+    // Everything that this program throws on purpose is one, and its text is for users.
     return dynamic_cast<const std::runtime_error*>(&exception) != nullptr ? exception.what()
                                                                           : "an error inside the program";
 }

@@ -25,7 +25,7 @@ class MachineFailure : public std::runtime_error {
     /// added.
     MachineFailure(const std::string& what, const std::error_code& reason);
 
-    /// The disk is full, so whatever comes next will fail as well.
+    /// The disk is full, so everything that follows will fail as well.
     [[nodiscard]] bool no_room() const { return no_room_; }
 
   private:

@@ -24,7 +24,7 @@ std::vector<unsigned char> FileBytes::read(std::uint64_t offset, std::size_t cou
     return bytes;
 }
 
-bool FileBytes::only_slack_behind(std::uint64_t offset) {
+bool FileBytes::only_slack_after(std::uint64_t offset) {
     constexpr std::uint64_t kSector = 512;
     constexpr std::uint64_t kLargestCluster = std::uint64_t{2} << 20U;
     if (offset >= size_) {

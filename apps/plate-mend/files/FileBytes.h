@@ -22,7 +22,7 @@ class FileBytes {
     /// Whether everything after an offset is only padding, which recovery adds up to the end of a sector or a
     /// cluster: zeros, up to 2 MiB of them, in a file whose size is a multiple of a sector. True when nothing
     /// is there.
-    [[nodiscard]] bool only_slack_behind(std::uint64_t offset);
+    [[nodiscard]] bool only_slack_after(std::uint64_t offset);
 
   private:
     std::ifstream stream_;

@@ -8,8 +8,8 @@
 
 namespace plate_mend::host {
 
-/// Files that nothing may be written over, whatever the way to them: the damaged files and the samples of a
-/// run. Filled first; asked afterwards by any number of threads.
+/// Files that nothing may be written over, by whatever path they are reached: the damaged files and the
+/// samples of a run. Filled first, then queried by any number of threads.
 class Protected {
   public:
     /// A missing file is protected by its name.

@@ -20,7 +20,7 @@ constexpr std::string_view kPrivate = ".plate-mend-";
 constexpr const char* kLock = "lock";
 constexpr const char* kGrowing = "growing";
 
-/// A name in a folder that cannot be guessed.
+/// An unguessable name in a folder.
 fs::path private_name(const fs::path& folder) {
     std::random_device random;
     return folder / (std::string(kPrivate) + std::to_string(random()) + std::to_string(random()));
@@ -132,7 +132,7 @@ PrivateFolder::PrivateFolder(const fs::path& parent) {
 }
 
 PrivateFolder::~PrivateFolder() {
-    lock_.reset(); // Windows removes no file that is open.
+    lock_.reset(); // Windows does not remove open files.
     std::error_code ignored;
     fs::remove_all(path_, ignored);
 }

@@ -26,7 +26,7 @@ namespace plate_mend::host {
                                                        const Protected& inputs, bool force);
 
 /// A folder with a random name inside another one, removed with its contents when the object is destroyed.
-/// Other runs leave it alone as long as this process lives.
+/// Other runs leave it alone as long as this process runs.
 class PrivateFolder {
   public:
     /// Creates the folder. Throws MachineFailure.

@@ -28,7 +28,7 @@ void Sha256::add(const unsigned char* data, std::size_t count) {
 
 std::string Sha256::hexadecimal() {
     std::array<unsigned char, SHA256_DIGEST_SIZE> digest{};
-    ::sha256_digest(&state_->sum, digest.size(), digest.data()); // Starts anew, too.
+    ::sha256_digest(&state_->sum, digest.size(), digest.data()); // Also starts over.
     constexpr const char* kDigits = "0123456789abcdef";
     std::string text;
     for (const unsigned char byte : digest) {

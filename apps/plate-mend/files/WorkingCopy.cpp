@@ -123,7 +123,7 @@ class Copier {
 
 } // namespace
 
-CopiedFile copy_what_is_readable(const fs::path& from, const fs::path& to) {
+CopiedFile copy_readable(const fs::path& from, const fs::path& to) {
     return Copier(from, to).run();
 }
 

@@ -29,7 +29,6 @@ struct CopiedFile {
 ///
 /// Throws Interrupted, and MachineFailure when the file does not open, none of it can be read, or the copy
 /// cannot be written.
-[[nodiscard]] CopiedFile copy_what_is_readable(const std::filesystem::path& from,
-                                               const std::filesystem::path& to);
+[[nodiscard]] CopiedFile copy_readable(const std::filesystem::path& from, const std::filesystem::path& to);
 
 } // namespace plate_mend::host

@@ -8,9 +8,9 @@ namespace plate_mend::host {
 
 namespace {
 
-/// The fewest bytes of one value that are a filler. No code of a CR3 image has more than some sixty zero bits
-/// in a row. Ones stand for what is as predicted: that many of them only where many whole rows are
-/// overexposed.
+/// The smallest number of equal bytes in a row that counts as a filler. No code of a CR3 image has more than
+/// about sixty zero bits in a row. Ones mean that samples are as predicted: this many of them occur only
+/// where many whole rows are overexposed.
 constexpr std::size_t kFewestZeros = 64;
 constexpr std::size_t kFewestOnes = 256;
 
@@ -19,7 +19,7 @@ std::string describe_broken_parts(std::size_t broken, std::size_t parts) {
            (broken == 1 ? "does not end where its image does" : "do not end where their image does");
 }
 
-/// How many parts of a lossless JPEG are not complete by themselves. Each is taken to reach up to the next.
+/// The number of incomplete parts of a lossless JPEG. Each part is taken to extend to the next.
 std::size_t count_broken_parts(const std::vector<std::uint64_t>& offsets, FileBytes& file) {
     std::size_t broken = 0;
     for (std::size_t part = 0; part < offsets.size(); ++part) {

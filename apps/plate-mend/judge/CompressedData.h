@@ -11,7 +11,7 @@ namespace plate_mend::host {
 
 /// Looks in compressed image data for damage that a decoder does not notice: parts of a lossless JPEG that do
 /// not end where their image does, and fillers in a CR3. Returns what was found, in words. None of it shows
-/// from which row on the picture is damaged.
+/// in which row the damage begins.
 ///
 ///   decoder  has unpacked the file
 ///   image    offset of the image data in the file

@@ -56,7 +56,7 @@ TracksEnd end_of_tracks(const std::filesystem::path& path) {
     if (end > file.size()) {
         return {end - file.size(), 0};
     }
-    return {0, end == 0 || file.only_slack_behind(end) ? 0 : file.size() - end};
+    return {0, end == 0 || file.only_slack_after(end) ? 0 : file.size() - end};
 }
 
 } // namespace plate_mend::host

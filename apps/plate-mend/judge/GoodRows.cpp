@@ -6,10 +6,10 @@ namespace plate_mend::host {
 
 namespace {
 
-/// A picture is bad from the beginning on where a row of its first one in so many is.
+/// A picture is bad from the beginning if its first bad row is within the first one in this many rows.
 constexpr std::size_t kBeginning = 50;
 
-/// What looks good in such a picture is chance where it is less than one row in so many.
+/// In such a picture, rows look good by chance if they are fewer than one in this many.
 constexpr std::size_t kChance = 3;
 
 std::size_t first_bad_row(const std::vector<bool>& bad_rows) {
@@ -50,7 +50,7 @@ std::optional<double> share_of_good_rows(const RowEvidence& evidence) {
     const std::size_t first_bad = first_bad_row(signs.bad_rows);
     const bool bad_from_beginning = first_bad <= rows / kBeginning;
     if (evidence.place_unknown && bad_from_beginning) {
-        return 0; // From the very beginning nothing is in its place.
+        return 0; // Nothing is in its place from the very beginning.
     }
     auto end = evidence.rows_there ? end_by_length(evidence, rows)
                                    : end_in_compressed_data(evidence, first_bad, rows);

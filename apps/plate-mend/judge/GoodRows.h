@@ -7,7 +7,7 @@
 
 namespace plate_mend::host {
 
-/// What a judgement found out about the rows of a picture.
+/// What a judgement found about the rows of a picture.
 struct RowEvidence {
     const PixelSigns& signs;
     /// Rows of the picture for which there are bytes, where each takes the same number; nothing elsewhere.
@@ -19,8 +19,8 @@ struct RowEvidence {
     bool filled = false;        ///< Zeros at the end stand in for lost bytes.
 };
 
-/// The share of rows without a sign of damage, 0 to 1; nothing when it is unknown. What follows a
-/// displacement is in doubt anywhere, and in compressed data all that follows the first sign.
+/// The share of rows without a sign of damage, 0 to 1; nothing when it is unknown. Everything after a
+/// displacement is in doubt, and in compressed data everything after the first sign.
 [[nodiscard]] std::optional<double> share_of_good_rows(const RowEvidence& evidence);
 
 } // namespace plate_mend::host

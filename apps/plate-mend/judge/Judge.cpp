@@ -40,7 +40,7 @@ Findings explain_not_opened(const RawDecoder& decoder) {
 }
 
 Findings describe_data_errors(std::uint32_t count) {
-    return count == 0 ? Findings{} : Findings{"LibRaw counted " + counted(count, "data error")};
+    return count == 0 ? Findings{} : Findings{"LibRaw counted " + format_count(count, "data error")};
 }
 
 /// How the result agrees with what the repair promises. Bytes of the damaged file that were left over count

@@ -24,7 +24,7 @@ constexpr double kMoreRows = 16;
 
 std::string describe_filled(std::uint64_t filled) {
     return filled == 1 ? "1 byte is lost; a zero takes its place at the end"
-                       : counted(filled, "byte") + " are lost; zeros take their place at the end";
+                       : format_count(filled, "byte") + " are lost; zeros take their place at the end";
 }
 
 /// How many bytes of the sample follow the start of its image. Nothing when its image is not of the result's
@@ -43,7 +43,7 @@ std::optional<std::uint64_t> image_length_in_sample(const fs::path& sample, cons
 /// Whether the last bytes of a file only fill it up.
 bool ends_with_slack(const fs::path& file, std::uint64_t count) {
     FileBytes bytes(file);
-    return bytes.only_slack_behind(bytes.size() - count);
+    return bytes.only_slack_after(bytes.size() - count);
 }
 
 void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder, std::uint64_t length,
@@ -62,7 +62,7 @@ void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder,
     if (longer && ends_with_slack(request.damaged.empty() ? request.result : request.damaged, difference)) {
         return;
     }
-    lengths.findings.push_back("the image data are " + counted(difference, "byte") +
+    lengths.findings.push_back("the image data are " + format_count(difference, "byte") +
                                (longer ? " longer" : " shorter") + " than the sample's");
     lengths.place_unknown = true;
 }
@@ -70,7 +70,7 @@ void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder,
 } // namespace
 
 std::string describe_bytes_after_image(std::uint64_t count) {
-    return counted(count, "byte") + (count == 1 ? " follows" : " follow") +
+    return format_count(count, "byte") + (count == 1 ? " follows" : " follow") +
            " the image data of the damaged file";
 }
 
@@ -81,7 +81,7 @@ std::vector<std::string> compare_with_tables(const fs::path& damaged) {
     std::vector<std::string> findings;
     const TracksEnd tracks = end_of_tracks(damaged);
     if (tracks.missing != 0) {
-        findings.push_back("the damaged file is " + counted(tracks.missing, "byte") +
+        findings.push_back("the damaged file is " + format_count(tracks.missing, "byte") +
                            " shorter than its tables say");
     }
     if (tracks.after != 0) {

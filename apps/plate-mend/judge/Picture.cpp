@@ -98,8 +98,8 @@ struct JumpingErrors : jpeg_error_mgr {
     std::jmp_buf out{};
 };
 
-/// Calls what calls libjpeg with this error manager; false when libjpeg cannot go on. While libjpeg runs
-/// nothing with a destructor may live within the calls: a jump leaves without it.
+/// Calls what calls libjpeg with this error manager; false when libjpeg cannot go on. While libjpeg runs, the
+/// calls must not hold anything with a destructor: a jump skips it.
 template <typename Calls>
 bool runs(JumpingErrors& errors, const Calls& calls) {
     // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.

@@ -5,7 +5,7 @@
 namespace plate_mend::host {
 
 /// Whether the preview inside a RAW file is as the camera wrote it, as far as a decode shows: libjpeg decodes
-/// it without a warning. True where the file has none, or one that is no JPEG. LibRaw may crash or hang on
+/// it without a warning. True where the file has none, or one that is not a JPEG. LibRaw may crash or hang on
 /// hostile files, so this runs in a worker.
 [[nodiscard]] bool is_preview_whole(const std::filesystem::path& photograph);
 

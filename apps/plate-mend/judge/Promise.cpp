@@ -94,9 +94,9 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
     if (!found || count_same_bytes(result, image, damaged, *found, proved) < proved) {
         promise.broken.emplace_back("the image data are not those of the damaged file");
     } else if (to_the_end && *found + length < damaged.size()) {
-        promise.broken.push_back("the file ends " + counted(damaged.size() - *found - length, "byte") +
+        promise.broken.push_back("the file ends " + format_count(damaged.size() - *found - length, "byte") +
                                  " too early: was the disk full?");
-    } else if (in_one_piece && !damaged.only_slack_behind(*found + length)) {
+    } else if (in_one_piece && !damaged.only_slack_after(*found + length)) {
         promise.bytes_after = damaged.size() - *found - length;
     }
     return promise;

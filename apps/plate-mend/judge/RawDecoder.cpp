@@ -61,7 +61,7 @@ RawDecoder::RawDecoder(int loaded_version)
     : version_problem_(explain_other_libraw(loaded_version, LIBRAW_VERSION)) {
     if (version_problem_.empty()) {
         raw_ = std::make_unique<LibRaw>(0U);
-        raw_->set_dataerror_handler(nullptr, nullptr); // Counted, not printed.
+        raw_->set_dataerror_handler(nullptr, nullptr); // They are counted, not printed.
     }
 }
 

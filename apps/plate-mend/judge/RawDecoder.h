@@ -17,9 +17,9 @@ class LibRaw;
 
 namespace plate_mend::host {
 
-/// Whether the inside of a version of LibRaw is known: what its decoders are called, and what it keeps about
-/// a file. The number is LibRaw's own, 0x1402 for 0.20.2. All was tested with 0.20.2; within a series LibRaw
-/// keeps its binary interface.
+/// Whether the internals of a version of LibRaw are known: what its decoders are called, and what it stores
+/// about a file. The number is LibRaw's own, 0x1402 for 0.20.2. All was tested with 0.20.2; within a series
+/// LibRaw keeps its binary interface.
 [[nodiscard]] constexpr bool is_known_libraw(int version) {
     return version >> 8 == 20; // Major version 0.
 }
@@ -38,15 +38,15 @@ struct PhotoFacts {
 /// The preview in a RAW file, unpacked.
 struct EmbeddedPreview {
     bool unpacks = true; ///< LibRaw can unpack it, or there is nothing to unpack.
-    /// Its bytes if it is a JPEG. Valid as long as the decoder.
+    /// Its bytes if it is a JPEG. Valid as long as the decoder exists.
     std::optional<std::span<const unsigned char>> jpeg;
 };
 
-/// LibRaw, with what it knows about its input. It alone reads LibRaw's inside. LibRaw may crash or hang on
-/// hostile files, so this is used in a worker.
+/// LibRaw, with what it knows about its input. Only this class uses LibRaw's internals. LibRaw may crash or
+/// hang on hostile files, so this is used in a worker.
 class RawDecoder {
   public:
-    /// With a library of another version than that of the headers nothing opens.
+    /// Nothing opens if the version of the library is not that of the headers.
     RawDecoder();
     /// The number, as LibRaw has it, is for tests.
     explicit RawDecoder(int loaded_version);
@@ -61,7 +61,7 @@ class RawDecoder {
 
     // Only after a successful open:
 
-    /// Decodes the image. Why LibRaw cannot, in words; empty on success.
+    /// Decodes the image. Returns why LibRaw cannot, in words; empty on success.
     [[nodiscard]] std::string unpack();
 
     /// Unpacks the preview.
@@ -84,7 +84,7 @@ class RawDecoder {
     /// Whether each row takes the same number of bytes.
     [[nodiscard]] bool has_fixed_rate() const;
 
-    /// How many rows of the image so many bytes are, where each row takes the same number.
+    /// How many rows of the image this many bytes make up, where each row takes the same number.
     [[nodiscard]] double rows_in(std::uint64_t bytes) const;
 
     [[nodiscard]] bool is_lossless_jpeg() const;
@@ -110,7 +110,7 @@ class RawDecoder {
     [[nodiscard]] bool preview_ends_in_its_place(FileBytes& file) const;
 
     /// The part of the sensor that is the picture; no samples for data of another kind. Only after unpack().
-    /// Valid as long as the decoder.
+    /// Valid as long as the decoder exists.
     [[nodiscard]] SensorView sensor_view() const;
 
   private:

@@ -25,12 +25,12 @@ struct FileStamp {
     bool folder = false;
 };
 
-/// The stamp of what a path leads to, through links. Nothing where there is nothing, or a link that leads
-/// nowhere. Throws std::system_error for any other reason, such as a folder that may not be entered or a loop
-/// of links.
+/// The stamp of what a path leads to, following links. Nothing if nothing is there, or only a dangling link.
+/// Throws std::system_error for any other reason, such as a folder that may not be entered or a loop of
+/// links.
 [[nodiscard]] std::optional<FileStamp> stamp_of(const std::filesystem::path& path);
 
-/// Whether anything at all has this name, links that lead nowhere included. Throws std::system_error.
+/// Whether anything at all has this name, including a dangling link. Throws std::system_error.
 [[nodiscard]] bool is_taken(const std::filesystem::path& path);
 
 /// An existing file, read at any place. Never changes the file. Pipes and devices are refused: opening waits
@@ -92,20 +92,20 @@ class NewFile {
 void sync_file(const std::filesystem::path& file);
 void sync_folder(const std::filesystem::path& folder);
 
-/// Gives a file or a folder another name on the same file system. What has the new name stays: then throws
-/// std::system_error with std::errc::file_exists. Where a file system has no such move, the nearest that it
-/// has: a link and a removal, at last a look before the move.
+/// Gives a file or a folder another name on the same file system. Whatever has the new name already is kept:
+/// then throws std::system_error with std::errc::file_exists. On a file system without such a move, does the
+/// nearest thing: a link and a removal, or else a check before the move.
 void move_new(const std::filesystem::path& from, const std::filesystem::path& to);
 /// The same, but a file (or a link, not what it leads to) that has the new name is replaced in one step. A
 /// folder is not: then throws std::system_error.
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// Whether a file in this folder could grow by so many bytes now: nothing when it could, else the reason,
-/// such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a temporary file.
-/// Never throws and never ends the process.
+/// Whether a file in this folder could grow by this many bytes now: nothing if it could, otherwise the
+/// reason, such as std::errc::no_space_on_device, a quota, or a limit on file sizes. Tries it with a
+/// temporary file. Never throws and never ends the process.
 [[nodiscard]] std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes);
 
-/// Whether a limit of this process keeps files from becoming so long. False on Windows, which has none.
+/// Whether a limit of this process prevents files of this length. False on Windows, which has none.
 [[nodiscard]] bool exceeds_largest_file(std::uint64_t bytes);
 
 /// Whether an error means a full disk, an exhausted quota or a limit on file sizes.

@@ -52,15 +52,15 @@ void survive_long_files();
 
 /// From now on this process ends when the one that started it does, however that ends. If the process that
 /// started it, `parent` (its own_id), is gone already, it ends at once. Linux ends it as soon as the thread
-/// that started it is gone, so that thread has to wait for it. On Windows a job of the starting process sees
-/// to all that, and this does nothing.
+/// that started it is gone, so that thread has to wait for it. On Windows a job of the starting process takes
+/// care of all this, and this function does nothing.
 void end_with(std::uint64_t parent);
 
-/// This process ends after so many seconds at the latest, as if it had crashed, whatever it does then; 0 is
-/// no limit. To be called once.
+/// This process ends after this many seconds at the latest, as if it had crashed, whatever it is doing; 0 is
+/// no limit. Must be called only once.
 void end_after(unsigned seconds);
 
-/// From now on this process gets no more memory than that: allocations beyond it fail. 0 is no limit. Returns
+/// From now on this process gets no more memory than this: allocations beyond it fail. 0 is no limit. Returns
 /// whether the limit holds. With sanitizers there is none, and that is no failure: they take more address
 /// space than any limit leaves.
 [[nodiscard]] bool limit_memory(std::uint64_t bytes);

@@ -72,8 +72,8 @@ class Json {
 
     /// A member; null where it is missing.
     [[nodiscard]] Json member(const char* name) const;
-    // The same as a value. A missing member is as good as null. All throw JsonError for a value of another
-    // kind and for a number that does not fit.
+    // The same as a value. A missing member counts as null. All throw JsonError for a value of another kind
+    // and for a number that does not fit.
     [[nodiscard]] std::string text(const char* name) const; ///< Empty for null.
     [[nodiscard]] bool truth(const char* name) const;       ///< False for null.
     [[nodiscard]] std::optional<double> real(const char* name) const;

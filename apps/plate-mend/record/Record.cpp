@@ -20,7 +20,7 @@ const char* name_of(Verdict verdict) {
     return "not repaired";
 }
 
-std::optional<Verdict> verdict_named(const std::string& name) {
+std::optional<Verdict> verdict_from_name(const std::string& name) {
     for (const Verdict verdict : kVerdicts) {
         if (name == name_of(verdict)) {
             return verdict;

@@ -30,7 +30,7 @@ inline constexpr std::array kVerdicts = {Verdict::kWhole,       Verdict::kIntact
 [[nodiscard]] const char* name_of(Verdict verdict);
 
 /// The verdict with this name; nothing for any other text.
-[[nodiscard]] std::optional<Verdict> verdict_named(const std::string& name);
+[[nodiscard]] std::optional<Verdict> verdict_from_name(const std::string& name);
 
 /// A file on the disk.
 struct FileIdentity {

@@ -162,7 +162,7 @@ Record record_from(const Json& json) {
     }
     Record record;
     record.damaged = file_from(json.required("damaged"));
-    record.verdict = verdict_named(json.required_text("verdict")).value();
+    record.verdict = verdict_from_name(json.required_text("verdict")).value();
     record.problem = json.text("problem");
     for (const Json& attempt : json.member("attempts").elements()) {
         record.attempts.push_back(attempt_from(attempt));

@@ -9,7 +9,7 @@
 
 // Records, and parts of them, as JSON: in reports, in the record of a run, and in the answers of workers.
 // docs/host-json.md describes the fields. Reading throws JsonError for a value of another kind; a missing
-// field is as good as null, and fields that are not known are passed over.
+// field counts as null, and unknown fields are ignored.
 
 namespace plate_mend::host {
 
@@ -22,13 +22,13 @@ namespace plate_mend::host {
 
 /// A whole record; the picture is left out. Paths that are not UTF-8 are escaped, without loss.
 [[nodiscard]] Json to_json(const Record& record);
-/// Throws std::exception for what is no record of this schema.
+/// Throws std::exception for anything that is not a record of this schema.
 [[nodiscard]] Record record_from(const Json& json);
 
 /// The record as one line of JSON Lines, without the line break.
 [[nodiscard]] std::string to_json_line(const Record& record);
-/// The record of a line; nothing when the line is no whole record of this schema, such as the last line of a
-/// run that was cut off.
+/// The record in a line; nothing if the line is not a complete record of this schema, such as the last line
+/// of a run that was killed.
 [[nodiscard]] std::optional<Record> from_json_line(std::string_view line);
 
 } // namespace plate_mend::host

@@ -22,7 +22,7 @@ class RunIsLocked : public std::runtime_error {
 
 /// The record that a run keeps in its folder of results, for a run that continues it:
 ///
-///     OUT/.plate-mend/TASK/lock            held while a run with that name works
+///     OUT/.plate-mend/TASK/lock            held while a run with that name is working
 ///     OUT/.plate-mend/TASK/records.jsonl   lines about finished files, only ever appended to
 ///     OUT/.plate-mend/TASK/pictures/       the small pictures for contact sheets
 ///     OUT/.plate-mend/TASK/.plate-mend-*   working folders, removed with the run

@@ -21,10 +21,10 @@ struct BatchRequest {
     RunRecord* record = nullptr; ///< Where finished files are recorded; null for nowhere.
 };
 
-/// Who hears of the work. Calls come one at a time.
+/// Is notified of the progress. Calls come one at a time.
 struct BatchListener {
     std::function<void(const Input& input)> begins;
-    /// In no order. A record that is not new is one of an earlier run.
+    /// In no particular order. A record that is not new is from an earlier run.
     std::function<void(const Record& record, bool is_new)> ends;
     /// A finished file could not be recorded; its results stay. Why, for people.
     std::function<void(const std::string& problem)> is_not_recorded;
@@ -33,7 +33,7 @@ struct BatchListener {
 /// How a batch ended.
 enum class BatchEnd {
     kDone,    ///< Each file has its record.
-    kStopped, ///< The user interrupted. Files without a record left nothing behind.
+    kStopped, ///< The user interrupted. Nothing remains of files without a record.
     kNoRoom,  ///< The disk is full. Likewise.
 };
 

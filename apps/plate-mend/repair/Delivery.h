@@ -17,7 +17,7 @@ class RunRecord;
 struct DeliveryRules {
     const Protected& inputs;     ///< Damaged files and samples.
     bool force = false;          ///< Replace what is at an output.
-    RunRecord* record = nullptr; ///< Learns of results before they are delivered; null for none.
+    RunRecord* record = nullptr; ///< Receives results before they are delivered; null for none.
     bool resume = false;         ///< An earlier run's result for the same file may be there.
 };
 

@@ -23,8 +23,8 @@ struct FileFacts {
     std::set<std::pair<std::uint32_t, std::uint32_t>> sizes;
 };
 
-/// Searches the first 8 MiB of a file, where photographs have their structure. Of a file that cannot be read,
-/// only the name is known.
+/// Searches the first 8 MiB of a file, where photographs have their structure. If a file cannot be read, only
+/// its name is known.
 [[nodiscard]] FileFacts facts_of(const std::filesystem::path& path);
 
 } // namespace plate_mend::host

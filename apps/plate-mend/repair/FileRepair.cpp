@@ -128,9 +128,9 @@ class FileRepair {
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
         damaged_ = folder_->path() / "damaged";
         if (format_of(input_.path)) {
-            damaged_ += input_.path.extension(); // The library goes by it.
+            damaged_ += input_.path.extension(); // The library goes by the extension.
         }
-        const CopiedFile copied = copy_what_is_readable(input_.path, damaged_);
+        const CopiedFile copied = copy_readable(input_.path, damaged_);
         record_.damaged.size = copied.size;
         record_.damaged.sha256 = copied.sha256;
         record_.damaged.modified = copied.modified;

@@ -47,7 +47,7 @@ Outputs outputs_of(const Input& input, const Destination& destination) {
 /// Which file owns which output.
 class OutputOwners {
   public:
-    /// Returns the owner before, if it is another one; nothing when the output is the file's now.
+    /// Returns the previous owner, if that is another file; nothing if the output is now this file's.
     [[nodiscard]] std::optional<fs::path> take(const fs::path& output, const Input& input) {
         const auto found = owners_.emplace(platform::name_key(output), &input).first;
         return found->second == &input ? std::nullopt : std::optional(found->second->path);

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-// How the program and its workers talk: by files in the folder of a task, and by exit statuses.
+// How the program and its workers communicate: by files in the folder of a task, and by exit statuses.
 
 namespace plate_mend::host {
 

@@ -58,7 +58,7 @@ std::string wait_for(platform::Process& process, const WorkerLimits& limits) {
         check_interruption();
         if (limits.seconds != 0 &&
             std::chrono::steady_clock::now() - start > std::chrono::seconds(limits.seconds)) {
-            return "stopped after " + counted(limits.seconds, "second");
+            return "stopped after " + format_count(limits.seconds, "second");
         }
     }
 }

@@ -207,7 +207,7 @@ Json do_diagnose(const Task& task) {
     }
 }
 
-/// What a task of a name does, and the members of the answer that it returns.
+/// The function for tasks with a name. It returns the members of the answer.
 struct TaskFunction {
     const char* name;
     Json (*run)(const Task& task);

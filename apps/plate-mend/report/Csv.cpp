@@ -20,7 +20,7 @@ constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256",
                                  "taken",      "refused",      "salvage_code",   "raw",         "raw_size",
                                  "raw_sha256", "jpeg",         "jpeg_size",      "jpeg_sha256", "seconds"};
 
-constexpr int kDigits = 4; ///< After the point of a number.
+constexpr int kDigits = 4; ///< After the decimal point of a number.
 
 std::string quote(const std::string& field) {
     if (field.find_first_of(",\"\r\n") == std::string::npos) {
@@ -43,7 +43,7 @@ std::string text(std::string_view value) {
     return quote(shown);
 }
 
-/// The attempt that the row speaks of; null when no sample gave a code.
+/// The attempt that the row describes; null if no sample led to a code.
 const Attempt* reported_attempt(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         return taken;

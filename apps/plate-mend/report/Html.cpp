@@ -74,7 +74,7 @@ std::string slug_of(Verdict verdict) {
     return text;
 }
 
-/// What a client has of a file with this verdict.
+/// What this verdict means for a client.
 const char* describe_meaning(Verdict verdict) {
     switch (verdict) {
     case Verdict::kWhole:
@@ -99,7 +99,7 @@ std::string term_html(const std::string& name, const std::string& html) {
 
 std::string file_html(const FileIdentity& file) {
     std::string html =
-        escape(file.path) + "<br>" + format_size(file.size) + " (" + counted(file.size, "byte") + ")";
+        escape(file.path) + "<br>" + format_size(file.size) + " (" + format_count(file.size, "byte") + ")";
     if (!file.sha256.empty()) {
         html += "<br>SHA-256 <code>" + escape(file.sha256) + "</code>";
     }

@@ -21,7 +21,7 @@ struct ProgressState {
     std::string current; ///< Path of the file at work; may be empty.
 };
 
-/// The line for a terminal, at most so many columns wide: "[ 12/225] 1.9/s, 2 min left, 11 whole, 1 lost:
+/// The line for a terminal, at most this many columns wide: "[ 12/225] 1.9/s, 2 min left, 11 whole, 1 lost:
 /// IMG_0042.ARW". The name is shortened first, then the end of the line.
 [[nodiscard]] std::string progress_line(const ProgressState& state, std::size_t columns);
 

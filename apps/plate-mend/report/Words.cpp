@@ -80,7 +80,8 @@ std::string describe_unreadable(const std::vector<UnreadableSpan>& unreadable) {
         bytes += span.size;
     }
     const std::size_t places = unreadable.size();
-    return places == 0 ? "" : format_size(bytes) + " of it cannot be read (" + counted(places, "place") + ')';
+    return places == 0 ? ""
+                       : format_size(bytes) + " of it cannot be read (" + format_count(places, "place") + ')';
 }
 
 } // namespace plate_mend::host

@@ -8,13 +8,13 @@
 
 namespace plate_mend::host {
 
-std::string counted(std::uint64_t count, const std::string& noun) {
+std::string format_count(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
 std::string format_size(std::uint64_t bytes) {
     if (bytes < 1000) {
-        return counted(bytes, "byte");
+        return format_count(bytes, "byte");
     }
     constexpr std::array kUnits = {" kB", " MB", " GB", " TB", " PB", " EB"};
     double value = static_cast<double>(bytes) / 1000;

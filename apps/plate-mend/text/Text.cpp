@@ -19,7 +19,7 @@ unsigned char byte_at(std::string_view text, std::size_t index) {
     return static_cast<unsigned char>(text[index]);
 }
 
-/// The character at the front of a text that is not empty; the replacement and one byte when there is none.
+/// The first character of a text that is not empty; the replacement character and one byte if there is none.
 Character first_of(std::string_view text) {
     const unsigned char lead = byte_at(text, 0);
     if (lead < 0x80) {

@@ -9,7 +9,7 @@
 
 namespace plate_mend::host {
 
-/// The bytes of the character at the front of a text that is not empty; 0 where none begins there.
+/// The number of bytes of the first character of a text that is not empty; 0 if no character begins there.
 [[nodiscard]] std::size_t length_of_first(std::string_view text);
 
 /// The text as well-formed UTF-8: each byte that belongs to no character becomes U+FFFD.

@@ -11,7 +11,7 @@ namespace still_mend {
 
 namespace {
 
-/// What an Exif thumbnail has; some cameras put larger ones beside their maker notes.
+/// The size of an Exif thumbnail; some cameras put larger ones next to their maker notes.
 constexpr std::uint64_t kTinyPixels = std::uint64_t{160} * 120;
 constexpr std::uint64_t kThumbnailPixels = std::uint64_t{640} * 480;
 
@@ -33,7 +33,7 @@ class Ranking {
         }
     }
 
-    /// Whether a picture of so many pixels could still be the best.
+    /// Whether a picture of this many pixels could still be the best.
     [[nodiscard]] bool can_win(const PictureCandidate& candidate) const {
         return !picture_ || !candidate.frame ||
                candidate.frame->mcus() * candidate.frame->mcu_area() > picture_->score();
@@ -54,7 +54,7 @@ class Ranking {
     std::optional<Assessment> thumbnail_;
 };
 
-/// What may be decoded of one file altogether, in bytes of it. Candidates that share bytes spend it.
+/// How much of one file may be decoded in total, in bytes. Candidates that share bytes use it up.
 class Budget {
   public:
     explicit Budget(std::size_t size) : left_(kPerByte * size + kFree) {}
@@ -68,7 +68,7 @@ class Budget {
 
   private:
     static constexpr std::size_t kPerByte = 16;
-    static constexpr std::size_t kFree = 1U << 20U; // Bytes.
+    static constexpr std::size_t kFree = 1U << 20U; // In bytes.
 
     std::size_t left_;
 };
@@ -86,7 +86,7 @@ std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>
     return order;
 }
 
-/// Assesses all that may be a picture in a file.
+/// Assesses everything in a file that may be a picture.
 class FileSalvage {
   public:
     explicit FileSalvage(Bytes file)
@@ -131,7 +131,7 @@ class FileSalvage {
         }
     }
 
-    /// libjpeg is the first judge: what it decodes without a warning is kept.
+    /// libjpeg is tried first: what it decodes without a warning is kept.
     std::optional<Assessment> intact(const PictureCandidate& candidate) {
         const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
         return readable && intact_budget_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
@@ -170,7 +170,7 @@ class FileSalvage {
     std::vector<Range> covered_;
 };
 
-/// The file, where it is an intact JPEG: all of it, as what follows EOI is the maker's.
+/// The file, if it is an intact JPEG: all of it, since what follows EOI comes from the maker.
 std::optional<BestPicture> intact_file(Bytes file) {
     PictureCandidate candidate;
     candidate.limit = file.size();

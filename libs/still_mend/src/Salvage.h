@@ -13,8 +13,8 @@ struct BestPicture {
 };
 
 /// Examines everything in the file that may be a picture and returns the one of which the most survives: the
-/// most pixels that decode and hold together. A thumbnail only if there is nothing else. What is read and
-/// decoded together stays within a constant times the size of the file.
+/// most pixels that decode and hold together. Returns a thumbnail only if there is nothing else. The total
+/// that is read and decoded stays within a constant times the size of the file.
 [[nodiscard]] std::optional<BestPicture> find_best(Bytes file);
 
 } // namespace still_mend

@@ -34,7 +34,7 @@ class Manual : public ::testing::Test {
         app.add_subcommand("worker", "Inner")->group("");
     }
 
-    /// Runs a command with $FILE for a file of that text; nothing when a program of it is not there.
+    /// Runs a command in which $FILE is a file with that text; nothing if a program that it uses is missing.
     std::optional<std::string> run(const std::string& program, const std::string& command,
                                    const std::string& text) {
         if (std::system((program + " --version >/dev/null 2>&1").c_str()) != 0) {
@@ -77,7 +77,7 @@ class Manual : public ::testing::Test {
     const std::string& variable = *variable##_optional
 // NOLINTEND(bugprone-macro-parentheses)
 
-TEST_F(Manual, PageTellsEveryCommandAndOption) {
+TEST_F(Manual, PageDescribesEveryCommandAndOption) {
     const std::string page = man_page(command_tree_of(app));
     for (const char* told : {R"(.TH "MEND\-IT" "1" "" "mend 1.0")", R"(mend\-it \- Mends \- or so)",
                              ".SS repair", R"(\fB\-s\fR, \fB\-\-sample\fR \fITEXT\fR)", "always|never",
@@ -135,10 +135,10 @@ TEST_F(Manual, FishOffersWhatTheTreeHas) {
 }
 
 TEST_F(Manual, ShellsHaveNames) {
-    EXPECT_EQ(shell_named("bash"), Shell::kBash);
-    EXPECT_EQ(shell_named("zsh"), Shell::kZsh);
-    EXPECT_EQ(shell_named("fish"), Shell::kFish);
-    EXPECT_EQ(shell_named("sh"), std::nullopt);
+    EXPECT_EQ(shell_from_name("bash"), Shell::kBash);
+    EXPECT_EQ(shell_from_name("zsh"), Shell::kZsh);
+    EXPECT_EQ(shell_from_name("fish"), Shell::kFish);
+    EXPECT_EQ(shell_from_name("sh"), std::nullopt);
 }
 
 } // namespace

@@ -81,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, LargeDiagnosis,
                          ::testing::Values(formats()[0], formats()[3], formats()[5], formats()[7]),
                          [](const auto& format) { return format.param.extension; });
 
-/// Takes all the memory that a limit leaves, but for pieces too small for the work.
+/// Takes all the memory that a limit leaves, except pieces too small for the work.
 class Glutton {
   public:
     Glutton() {

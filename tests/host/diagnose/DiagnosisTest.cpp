@@ -33,7 +33,7 @@ MATCHER_P3(IsSpan, kind, offset, size, "") {
            arg.size == static_cast<std::uint64_t>(size);
 }
 
-/// Bytes that are no noise for the whole of a block, and no copies of one another.
+/// Bytes that are not noise for a whole block, and not copies of one another.
 Bytes structure(std::size_t count) {
     Bytes bytes = noise(count, 7);
     for (std::size_t index = 0; index < bytes.size(); ++index) {
@@ -102,7 +102,7 @@ TEST(DamagedSpans, FloodOfRunsIsCutShort) {
     EXPECT_THAT(spans.back(), IsSpan(SpanKind::kZero, (2 * kMostSpansOfAKind - 1) * kSector, kSector));
 }
 
-// Landmarks and what is told of them.
+// Landmarks and how they are reported.
 
 /// 4 MiB of one pattern.
 Bytes flood_of(const Bytes& pattern) {
@@ -124,7 +124,7 @@ TEST(Landmarks, FloodsTakeLinearTime) {
         {'C', 'R', 'A', 'W'},
         {0, 0, 0, 112, 'C', 'R', 'A', 'W', 0, 0, 0, 228, 'C', 'R', 'A', 'W'},
         {'I', 'I', '*', 0, 8, 0, 0, 0},
-        // Main images with tile entries that are not legal.
+        // Main images with invalid tile entries.
         {0xFE, 0x00, 4, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x44, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
         {0x00, 0xFE, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0, 0x01, 0x45, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}};
     for (const Bytes& pattern : patterns) {
@@ -205,7 +205,7 @@ TEST_P(DiagnosisOfEveryFormat, RepairKeepsWhatTheDiagnosisSays) {
     }
 }
 
-TEST_P(DiagnosisOfEveryFormat, FileThatIsCutTellsHowMuchOfTheImageIsGone) {
+TEST_P(DiagnosisOfEveryFormat, TruncatedFileShowsHowMuchOfTheImageIsLost) {
     const Diagnosis whole = diagnosis_of(pair.original, true);
     const std::uint64_t image = whole.landmarks.images.back().offset;
     const std::size_t half = (static_cast<std::size_t>(image) + pair.original.size()) / 2;
@@ -218,7 +218,7 @@ TEST_P(DiagnosisOfEveryFormat, FileThatIsCutTellsHowMuchOfTheImageIsGone) {
     }
 }
 
-TEST_P(DiagnosisOfEveryFormat, AnyBytesAreTold) {
+TEST_P(DiagnosisOfEveryFormat, AnyBytesCanBeDiagnosed) {
     std::mt19937 random(5);
     std::uniform_int_distribution<std::size_t> place(0, pair.original.size() - 1);
     for (int round = 0; round < 60; ++round) {
@@ -238,7 +238,7 @@ TEST_P(DiagnosisOfEveryFormat, AnyBytesAreTold) {
 }
 
 /// A damage to the sample's header, which a repair does read.
-TEST_P(DiagnosisOfEveryFormat, SampleWithoutItsHeaderWillNotDo) {
+TEST_P(DiagnosisOfEveryFormat, SampleWithoutItsHeaderCannotBeUsed) {
     write_file(folder / sample_name, zeroed(pair.sample, 0, 8));
     // A RAF has its TIFF headers further on.
     if (std::string(GetParam().extension) == "raf") {
@@ -278,7 +278,7 @@ TEST_F(DiagnosisOf, JpegsAreFoundWithTheirSizes) {
     EXPECT_THAT(diagnosis.salvage, HasSubstr("320 x 200"));
 }
 
-TEST_F(DiagnosisOf, FloodsOfJpegStartsEnd) {
+TEST_F(DiagnosisOf, FloodsOfJpegStartsTakeLinearTime) {
     for (const Bytes& pattern : {Bytes{0xFF, 0xD8, 0xFF}, Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0, 2},
                                  Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0, 8}}) {
         write_file(folder / "flood.arw", flood_of(pattern));
@@ -286,7 +286,7 @@ TEST_F(DiagnosisOf, FloodsOfJpegStartsEnd) {
     }
 }
 
-TEST_F(DiagnosisOf, SampleThatWillNotDoIsTold) {
+TEST_F(DiagnosisOf, UnusableSampleIsReported) {
     const Pair dng = formats()[5].make({});
     write_file(folder / "other.dng", dng.sample);
     EXPECT_THAT(diagnose(folder / "broken.arw", folder / "other.dng").repair, HasSubstr("it is no ARW"));
@@ -298,7 +298,7 @@ TEST_F(DiagnosisOf, SampleThatWillNotDoIsTold) {
                 HasSubstr("its own entries are damaged"));
 }
 
-TEST_F(DiagnosisOf, UnknownExtensionIsTold) {
+TEST_F(DiagnosisOf, UnknownExtensionIsReported) {
     write_file(folder / "a.xyz", structure(1000));
     EXPECT_THAT(diagnose(folder / "a.xyz").repair, HasSubstr("No repair is known"));
     write_file(folder / "noextension", structure(1000));
@@ -318,7 +318,7 @@ TEST_F(DiagnosisOf, MissingFileThrows) {
     EXPECT_THROW(static_cast<void>(diagnose(folder.path())), std::runtime_error);
 }
 
-TEST_F(DiagnosisOf, ObstacleIsTold) {
+TEST_F(DiagnosisOf, ObstacleIsReported) {
     const Bytes cut = part(damaged, 0, original.strip_entries + 36);
     write_file(folder / "broken.arw", cut);
     const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
@@ -353,7 +353,7 @@ TEST_F(DiagnosisOf, FailuresAreSentences) {
     EXPECT_THAT(complaint("long.arw"), HasSubstr("2 GiB or more"));
 }
 
-TEST_F(DiagnosisOf, JsonTellsTheSame) {
+TEST_F(DiagnosisOf, JsonReportsTheSame) {
     const Diagnosis diagnosis = diagnose(folder / "broken.arw", folder / "good.arw");
     const auto json = nlohmann::json::parse(to_json_line(diagnosis));
     EXPECT_EQ(json.at("schema"), "plate-mend/diagnosis/1");
@@ -380,7 +380,7 @@ TEST_F(DiagnosisOf, OneSizeForAllSamplesIsAnObstacle) {
     EXPECT_THAT(diagnose(folder / "b.cr3", folder / "a.cr3").repair, HasSubstr("The sample cannot be used"));
 }
 
-TEST_F(DiagnosisOf, RealCameraWithOneSizeIsToldSo) {
+TEST_F(DiagnosisOf, RealCameraWithOneSizeHasAnObstacle) {
     REAL_FILE_OR_SKIP(head, "cr3/canon-eos-r-head.cr3");
     write_file(folder / "head.cr3", head);
     const Diagnosis diagnosis = diagnose(folder / "head.cr3");

@@ -29,7 +29,7 @@ TEST(ByteReader, ReadsNumbersInTheOrderAskedFor) {
     EXPECT_EQ(big.u64(1), 0x0203040506078809U);
 }
 
-TEST(ByteReader, HasNoNumberThatIsNotInTheBytesWhole) {
+TEST(ByteReader, HasNoNumberThatIsNotCompletelyInTheBytes) {
     const ByteReader reader(kBytes, std::endian::big);
 
     for (const std::uint64_t offset : {std::uint64_t{9}, std::uint64_t{10}, kFarthest - 1, kFarthest}) {
@@ -43,7 +43,7 @@ TEST(ByteReader, HasNoNumberThatIsNotInTheBytesWhole) {
     EXPECT_EQ(reader.u64(2), std::nullopt);
 }
 
-TEST(ByteReader, HoldsWhatEndsWithTheLastByte) {
+TEST(ByteReader, HoldsARangeThatEndsWithTheLastByte) {
     const ByteReader reader(kBytes, std::endian::big);
 
     EXPECT_TRUE(reader.holds(0, 9));
@@ -53,7 +53,7 @@ TEST(ByteReader, HoldsWhatEndsWithTheLastByte) {
     EXPECT_FALSE(reader.holds(1, kFarthest)); // Their sum wraps.
 }
 
-TEST(ByteReader, OfNoBytesHoldsNothing) {
+TEST(ByteReader, WithoutBytesHoldsNothing) {
     const ByteReader reader({}, std::endian::little);
 
     EXPECT_EQ(reader.size(), 0U);
@@ -91,7 +91,7 @@ TEST_F(ByteReaderSearch, FindsTextsThatBeginWithZerosOrAreZeros) {
     EXPECT_EQ(reader.find("\0\0"sv, 1), std::nullopt);
 }
 
-TEST_F(ByteReaderSearch, TellsWhetherATextIsAtAnOffset) {
+TEST_F(ByteReaderSearch, ReportsWhetherATextIsAtAnOffset) {
     EXPECT_TRUE(reader.has(2, "II*\0"sv));
     EXPECT_FALSE(reader.has(3, "II*\0"sv));
     EXPECT_FALSE(reader.has(8, "*\0I"sv));

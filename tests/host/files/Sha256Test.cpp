@@ -27,7 +27,7 @@ TEST(Sha256, FileOfAMillionLetters) {
               "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
-TEST(Sha256, PiecesJoinWhereverTheFileEnds) {
+TEST(Sha256, PiecesAreJoinedWhereverTheFileEnds) {
     // Sums of as many letters, made with another program.
     EXPECT_EQ(sum_of(test::Bytes(262144, 'a')),
               "dd3dde87623d9a6b354c68c943d189c89c63652d945e7bbdf0986cae91a49521");
@@ -35,7 +35,7 @@ TEST(Sha256, PiecesJoinWhereverTheFileEnds) {
               "c592f4a6b099700b5050ce8bc67367f0c8f44810203124e86405c3e7b6f1a2ba");
 }
 
-TEST(Sha256, WhatCannotBeReadThrowsWithItsName) {
+TEST(Sha256, UnreadableFileThrowsWithItsName) {
     const test::TempDir folder;
     EXPECT_THROW(static_cast<void>(sha256_of(folder / "missing.arw")), std::runtime_error);
     EXPECT_THROW(static_cast<void>(sha256_of(folder.path())), std::runtime_error) << "a folder";

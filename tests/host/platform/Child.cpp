@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-// What tests start as a process of its own. Nothing that it does lasts longer than a minute.
+// What tests start as a separate process. Nothing that it does takes longer than a minute.
 
 namespace {
 
@@ -56,8 +56,8 @@ int lock_with(const Words& words) {
     return lock({words.at(1), words.at(2)});
 }
 
-/// start LOCK READY: starts another child that does the above, and ends without a word to it when READY is
-/// there. wait LOCK READY: starts it and waits.
+/// start LOCK READY: starts another child that does the above, and exits without notifying it when READY
+/// exists. wait LOCK READY: starts it and waits.
 int start(const Words& words, bool ends) {
     const platform::Process child(
         platform::own_program(), {"lock-with", std::to_string(platform::own_id()), words.at(0), words.at(1)});

@@ -7,10 +7,10 @@
 
 namespace test {
 
-/// The program that tests start as a process of its own.
+/// The program that tests start as a separate process.
 [[nodiscard]] std::filesystem::path child_program();
 
-/// Waits until something is the case, at most half a minute. Returns whether it is.
+/// Waits until a condition holds, at most half a minute. Returns whether it does.
 [[nodiscard]] bool comes_true(const std::function<bool()>& condition);
 
 /// Waits for the end of a process, at most half a minute, and returns it; fails the test without one.

@@ -2,8 +2,7 @@
 
 #include "faults/Limits.h"
 #include "host/platform/Errors.h"
-#include "support/Bytes.h"
-#include "support/TempDir.h"
+#include "host/platform/FilesFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +13,7 @@
 #include <csignal>
 #include <limits>
 
-// Links, pipes, devices, rights and the limits of a user.
+// Links, pipes, devices, permissions and the limits of a user.
 
 namespace test {
 namespace {
@@ -24,12 +23,9 @@ namespace platform = plate_mend::host::platform;
 using platform::NewFile;
 using platform::SourceFile;
 
-class FilesPosix : public ::testing::Test {
+class FilesPosix : public FilesFixture {
   protected:
-    TempDir folder;
-    fs::path file = folder / "file";
     fs::path link = folder / "link";
-    Bytes content = noise(1000, 1);
 };
 
 TEST_F(FilesPosix, StampsFollowLinksAndNamesDoNot) {
@@ -73,7 +69,7 @@ TEST_F(FilesPosix, DevicesAndPipesAreNeitherFilesNorFolders) {
     }
 }
 
-TEST_F(FilesPosix, TimesBeyondAllNumbersBecomeTheLast) {
+TEST_F(FilesPosix, TimesBeyondTheRangeAreClamped) {
     write_file(file, content);
     const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, timespec{15'000'000'000, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times.data(), 0), 0);
@@ -101,7 +97,7 @@ TEST_F(FilesPosix, SourceIsFollowedThroughALink) {
     EXPECT_EQ(bytes, content);
 }
 
-TEST_F(FilesPosix, NewFileIsMadeThroughNoLink) {
+TEST_F(FilesPosix, NewFileIsNotCreatedThroughALink) {
     write_file(file, content);
     fs::create_symlink(file, link);
     fs::create_symlink(folder / "missing", folder / "broken");

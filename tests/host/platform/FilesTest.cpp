@@ -1,8 +1,7 @@
 #include "platform/Files.h"
 
 #include "host/platform/Errors.h"
-#include "support/Bytes.h"
-#include "support/TempDir.h"
+#include "host/platform/FilesFixture.h"
 
 #include <system_path/system_path.h>
 
@@ -19,7 +18,7 @@ namespace platform = plate_mend::host::platform;
 using platform::NewFile;
 using platform::SourceFile;
 
-class Files : public ::testing::Test {
+class Files : public FilesFixture {
   protected:
     void append(NewFile& target, const Bytes& bytes) { target.write(bytes.data(), bytes.size()); }
 
@@ -28,13 +27,9 @@ class Files : public ::testing::Test {
         bytes.resize(source.read(offset, bytes.data(), count));
         return bytes;
     }
-
-    TempDir folder;
-    fs::path file = folder / "file";
-    Bytes content = noise(100'000, 1);
 };
 
-TEST_F(Files, StampSaysWhoAFileIs) {
+TEST_F(Files, StampIdentifiesAFile) {
     write_file(file, content);
     fs::create_hard_link(file, folder / "second name");
     write_file(folder / "other", content);
@@ -53,7 +48,7 @@ TEST_F(Files, StampSaysWhoAFileIs) {
     EXPECT_FALSE(stamp->folder);
 }
 
-TEST_F(Files, StampOfAnOpenFileIsTheOneOfItsName) {
+TEST_F(Files, StampOfAnOpenFileIsThatOfItsName) {
     write_file(file, content);
     const auto named = platform::stamp_of(file);
     const auto opened = SourceFile(file).stamp();
@@ -89,7 +84,7 @@ TEST_F(Files, StampHasTheTimesOfNow) {
     EXPECT_LE(stamp->changed, now() + kCoarse);
 }
 
-TEST_F(Files, WhereNothingIsThereIsNoStamp) {
+TEST_F(Files, MissingFileHasNoStamp) {
     write_file(file, content);
     for (const fs::path& path : {folder / "missing", folder / "missing" / "file", file / "below a file"}) {
         EXPECT_FALSE(platform::stamp_of(path)) << path;
@@ -99,7 +94,7 @@ TEST_F(Files, WhereNothingIsThereIsNoStamp) {
     EXPECT_TRUE(platform::is_taken(folder.path()));
 }
 
-TEST_F(Files, SourceIsReadAtAnyPlace) {
+TEST_F(Files, SourceIsReadAtAnyOffset) {
     write_file(file, content);
     const SourceFile source(file);
     EXPECT_EQ(read(source, 0, content.size()), content);
@@ -128,7 +123,7 @@ TEST_F(Files, OthersMayChangeASourceMeanwhile) {
     EXPECT_EQ(read(source, 0, 10), (Bytes{1, 2, 3}));
 }
 
-TEST_F(Files, NothingAndFoldersAreNoSource) {
+TEST_F(Files, MissingFilesAndFoldersAreNotSources) {
     EXPECT_EQ(error_of([&] { SourceFile(folder / "missing"); }), std::errc::no_such_file_or_directory);
     EXPECT_EQ(error_of([&] { SourceFile(folder.path()); }), std::errc::is_a_directory);
 }
@@ -146,7 +141,7 @@ TEST_F(Files, NewFileHoldsWhatWasWritten) {
     EXPECT_EQ(read_file(file), content);
 }
 
-TEST_F(Files, WritingAtAPlaceMovesNoEnd) {
+TEST_F(Files, OverwritingDoesNotMoveTheEnd) {
     {
         NewFile made(file);
         append(made, {1, 2, 3, 4});
@@ -173,7 +168,7 @@ TEST_F(Files, FilesGrowWithZerosAndShrink) {
     EXPECT_EQ(read_file(file), (Bytes{1, 2, 7}));
 }
 
-TEST_F(Files, SizesBeyondAllFilesAreRefused) {
+TEST_F(Files, ImpossibleSizesAreRefused) {
     NewFile made(file);
     const Bytes one{1};
     EXPECT_TRUE(platform::means_no_room(error_of([&] { made.resize(~std::uint64_t{0}); })));
@@ -200,7 +195,7 @@ TEST_F(Files, NewFileMayBeReadAndMovedWhileItIsOpen) {
     EXPECT_EQ(read(source, 0, 10), (Bytes{1, 2, 3}));
 }
 
-TEST_F(Files, MovedObjectGoesOnWriting) {
+TEST_F(Files, MovedObjectContinuesToWrite) {
     {
         NewFile made(file);
         append(made, {1});
@@ -210,7 +205,7 @@ TEST_F(Files, MovedObjectGoesOnWriting) {
     EXPECT_EQ(read_file(file), (Bytes{1, 2}));
 }
 
-TEST_F(Files, AppendingGoesOnAtTheEnd) {
+TEST_F(Files, AppendingContinuesAtTheEnd) {
     write_file(file, {1, 2});
     {
         NewFile opened = platform::open_to_append(file);

@@ -19,7 +19,7 @@ namespace platform = plate_mend::host::platform;
 using platform::NewFile;
 using platform::SourceFile;
 
-/// Makes a link, where that can be had: Wine has none, and a user may not be allowed to.
+/// Creates a link, if possible: Wine has none, and a user may not be allowed to.
 bool make_link(const fs::path& link, const fs::path& target) {
     ::CreateSymbolicLinkW(link.c_str(), target.c_str(), 0);
     const DWORD attributes = ::GetFileAttributesW(link.c_str());
@@ -68,7 +68,7 @@ TEST(FilesWin32, FileOfALockStaysWhileItIsHeld) {
     EXPECT_NE(::DeleteFileW(file.c_str()), FALSE);
 }
 
-TEST(FilesWin32, DevicesAreNoFiles) {
+TEST(FilesWin32, DevicesAreNotFiles) {
     EXPECT_TRUE(error_of([] { SourceFile{"NUL"}; }));
     EXPECT_TRUE(error_of([] { (void)platform::open_to_append("NUL"); }));
     const auto stamp = platform::stamp_of("NUL");
@@ -88,7 +88,7 @@ TEST(FilesWin32, LinkIsReplacedAndNotWhatItLeadsTo) {
     EXPECT_EQ(read_file(folder / "target"), Bytes{2});
 }
 
-TEST(FilesWin32, NothingIsMadeOrWrittenThroughALink) {
+TEST(FilesWin32, NothingIsCreatedOrWrittenThroughALink) {
     const TempDir folder;
     write_file(folder / "target", {2});
     if (!make_link(folder / "broken", folder / "missing") || !make_link(folder / "link", folder / "target")) {

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <functional>
 
-// Each in a process of its own, for the sake of the signals of this one.
+// Each test runs in a separate process, so as not to disturb the signals of this one.
 
 namespace test {
 namespace {

@@ -52,7 +52,7 @@ TEST(LockPosix, LinkIsNotFollowed) {
     EXPECT_FALSE(fs::exists(folder / "missing"));
 }
 
-TEST(LockPosix, FileThatWasRemovedOrReplacedIsTakenAnew) {
+TEST(LockPosix, RemovedOrReplacedFileIsLockedAgain) {
     const TempDir folder;
     const fs::path file = folder / "lock";
     for (const bool replaced : {false, true}) {

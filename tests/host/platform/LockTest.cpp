@@ -19,7 +19,7 @@ using platform::Lock;
 
 class Locks : public ::testing::Test {
   protected:
-    /// Starts a child that takes the lock, and returns what it says of it.
+    /// Starts a child that takes the lock, and returns what it reports.
     std::string answer_of_child() {
         fs::remove(ready);
         child.emplace(child_program(),
@@ -35,7 +35,7 @@ class Locks : public ::testing::Test {
     std::optional<platform::Process> child;
 };
 
-TEST_F(Locks, HeldOnceInAProcess) {
+TEST_F(Locks, AreHeldOnceInAProcess) {
     auto first = Lock::take(file);
     ASSERT_TRUE(first);
     EXPECT_FALSE(Lock::take(file));

@@ -102,7 +102,7 @@ TEST_F(MovesPosix, LinkItselfIsMoved) {
     }
 }
 
-TEST_F(MovesPosix, WithoutSuchAMoveALinkAndARemovalDo) {
+TEST_F(MovesPosix, WithoutSuchAMoveALinkAndARemovalAreEnough) {
     const auto index = platform::stamp_of(from)->index;
     for (const int error : {EINVAL, ENOSYS, EOPNOTSUPP}) {
         error_of_renameat2 = error;
@@ -114,7 +114,7 @@ TEST_F(MovesPosix, WithoutSuchAMoveALinkAndARemovalDo) {
     }
 }
 
-TEST_F(MovesPosix, WithoutLinksALookDoes) {
+TEST_F(MovesPosix, WithoutLinksACheckIsEnough) {
     error_of_renameat2 = EINVAL;
     for (const int error : {EPERM, EOPNOTSUPP, ENOSYS, EMLINK}) {
         error_of_linkat = error;

@@ -46,7 +46,7 @@ TEST_F(Moves, NewNameThatIsTakenStays) {
     EXPECT_TRUE(fs::is_empty(folder / "folder"));
 }
 
-TEST_F(Moves, WhatIsNotThereIsNotMoved) {
+TEST_F(Moves, MissingFileIsNotMoved) {
     EXPECT_EQ(error_of([&] { platform::move_new(folder / "missing", to); }),
               std::errc::no_such_file_or_directory);
     EXPECT_EQ(error_of([&] { platform::move_new(from, folder / "missing" / "to"); }),

@@ -13,7 +13,7 @@ using plate_mend::host::platform::bytes_of;
 using plate_mend::host::platform::name_key;
 using plate_mend::host::platform::path_of;
 
-/// Another current folder while it lives.
+/// Another current folder while it exists.
 class CurrentFolder {
   public:
     explicit CurrentFolder(const fs::path& folder) { fs::current_path(folder); }
@@ -25,7 +25,7 @@ class CurrentFolder {
     fs::path old_ = fs::current_path();
 };
 
-TEST(Names, AreUtf8AndComeBack) {
+TEST(Names, AreUtf8AndSurviveARoundTrip) {
     const fs::path path = u8"Grün/写真/😀.arw";
     const std::u8string text = path.u8string();
     EXPECT_EQ(bytes_of(path), std::string(text.begin(), text.end()));
@@ -34,7 +34,7 @@ TEST(Names, AreUtf8AndComeBack) {
     EXPECT_EQ(path_of(""), fs::path());
 }
 
-TEST(Names, KeyIsTheSameByEveryWay) {
+TEST(Names, KeyIsTheSameForEveryPath) {
     const TempDir folder;
     fs::create_directory(folder / "a");
     write_file(folder / "a" / "file", {1});

@@ -15,7 +15,7 @@ using plate_mend::host::platform::bytes_of;
 using plate_mend::host::platform::name_key;
 using plate_mend::host::platform::path_of;
 
-TEST(NamesWin32, EveryUnitComesBack) {
+TEST(NamesWin32, EveryUnitSurvivesARoundTrip) {
     for (unsigned unit = 1; unit < 0x10000; ++unit) {
         const std::wstring name{L'a', static_cast<wchar_t>(unit), L'b'};
         ASSERT_EQ(path_of(bytes_of(name)).native(), name) << unit;
@@ -69,7 +69,7 @@ TEST(NamesWin32, KeysHaveOneKindOfSlashAndNoPrefix) {
     }
 }
 
-TEST(NamesWin32, PathsThatAreNoneAreNoError) {
+TEST(NamesWin32, InvalidPathsAreNotAnError) {
     EXPECT_NE(name_key(LR"(Q:\missing\file)"), "");
     EXPECT_NE(name_key(L"a*?|.arw"), "");
     EXPECT_NE(name_key(L"NUL"), "");

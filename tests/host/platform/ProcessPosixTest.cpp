@@ -42,7 +42,7 @@ class ProcessesPosix : public ::testing::Test {
     fs::path ready = folder / "ready";
 };
 
-/// Another way with a signal while it lives.
+/// Another disposition of a signal while it exists.
 class SignalHandling {
   public:
     SignalHandling(int signal, void (*handler)(int)) : signal_(signal) {
@@ -125,12 +125,12 @@ TEST_F(ProcessesPosix, TimeIsUpThoughTheSignalWasBlockedOrIgnored) {
 }
 
 #if !defined(PLATE_MEND_LEAK_DETECTION)
-TEST_F(ProcessesPosix, MemoryBeyondTheLimitCannotBeHad) {
+TEST_F(ProcessesPosix, MemoryBeyondTheLimitIsRefused) {
     Process process(child_program(), {"memory", std::to_string(std::uint64_t{256} << 20U)});
     EXPECT_EQ(ending_of(process).status, 0);
 }
 
-TEST_F(ProcessesPosix, LimitThatIsHarderAlreadyHolds) {
+TEST_F(ProcessesPosix, StricterLimitIsKept) {
     const int status = status_of_child([] {
         const rlimit harder{std::uint64_t{1} << 30U, std::uint64_t{1} << 30U};
         ::setrlimit(RLIMIT_AS, &harder);

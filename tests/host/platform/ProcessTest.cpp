@@ -29,7 +29,7 @@ class Processes : public ::testing::Test {
     fs::path ready = folder / "ready";
 };
 
-TEST_F(Processes, GiveTheirStatus) {
+TEST_F(Processes, ReportTheirStatus) {
     for (const int status : {0, 1, 77, 255}) {
         Process process(child_program(), {"status", std::to_string(status)});
         const platform::Ending ending = ending_of(process);
@@ -38,7 +38,7 @@ TEST_F(Processes, GiveTheirStatus) {
     }
 }
 
-TEST_F(Processes, GetTheirArguments) {
+TEST_F(Processes, ReceiveTheirArguments) {
     const std::vector<std::string> arguments{"",
                                              "a b",
                                              "\"",
@@ -61,11 +61,11 @@ TEST_F(Processes, GetTheirArguments) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), expected);
 }
 
-TEST_F(Processes, ProgramThatIsNotThereDoesNotStart) {
+TEST_F(Processes, MissingProgramDoesNotStart) {
     EXPECT_EQ(error_of([&] { Process(folder / "missing", {}); }), std::errc::no_such_file_or_directory);
 }
 
-TEST_F(Processes, AreWaitedForAsLongAsWanted) {
+TEST_F(Processes, AreWaitedForUpToALimit) {
     Process process(child_program(), {"lock", platform::bytes_of(lock), platform::bytes_of(ready)});
     EXPECT_FALSE(process.wait(0ms));
     EXPECT_FALSE(process.wait(-5ms));

@@ -21,7 +21,7 @@ TEST(ProcessesWin32, LimitOnMemoryIsSetInAJobOfTheirOwn) {
     EXPECT_NE(ending_of(process).status, 1);
 }
 
-TEST(ProcessesWin32, ArgumentsMayHoldHalvesOfPairs) {
+TEST(ProcessesWin32, ArgumentsMayContainLoneSurrogates) {
     const TempDir folder;
     const fs::path ready = folder / "ready";
     const std::string half = "a\xED\xA0\xBD"

@@ -42,7 +42,7 @@ class Removables : public ::testing::Test {
     TempDir folder;
 };
 
-TEST_F(Removables, DiskSaysSoItself) {
+TEST_F(Removables, DiskReportsIt) {
     add_disk("devices/pci0/ata1/block/sr0", "11:0", true);
     add_disk("devices/pci0/ata2/block/sda", "8:0", false);
     EXPECT_TRUE(is_removable(11, 0));
@@ -75,7 +75,7 @@ TEST_F(Removables, MemoryCardInASlotIsAndSolderedMemoryIsNot) {
     EXPECT_FALSE(is_removable(179, 9));
 }
 
-TEST_F(Removables, WhatHangsOnUsbIs) {
+TEST_F(Removables, DiskOnUsbIsRemovable) {
     const fs::path disk = "devices/pci0/0000:00:14.0/usb2/2-1/2-1:1.0/host6/block/sdc";
     add_disk(disk, "8:32", false);
     add_partition(disk, "sdc1", "8:33");

@@ -10,7 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 namespace platform = plate_mend::host::platform;
 
-TEST(Room, LittleHasRoomAndLeavesNothing) {
+TEST(Room, SmallSizeHasRoomAndLeavesNothing) {
     const TempDir folder;
     for (const std::uint64_t bytes : {0U, 1U, 100'000U}) {
         EXPECT_EQ(platform::room_for(folder.path(), bytes), std::error_code()) << bytes;
@@ -18,7 +18,7 @@ TEST(Room, LittleHasRoomAndLeavesNothing) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(Room, MoreThanAnyDiskHasNoRoom) {
+TEST(Room, ImpossibleSizeHasNoRoom) {
     const TempDir folder;
     for (const std::uint64_t bytes : {std::uint64_t{1} << 60U, ~std::uint64_t{0} >> 1U, ~std::uint64_t{0}}) {
         EXPECT_TRUE(platform::means_no_room(platform::room_for(folder.path(), bytes))) << bytes;
@@ -26,7 +26,7 @@ TEST(Room, MoreThanAnyDiskHasNoRoom) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(Room, FolderThatIsNotThereIsAnotherReason) {
+TEST(Room, MissingFolderIsAnotherReason) {
     const TempDir folder;
     const std::error_code error = platform::room_for(folder / "missing", 1);
     EXPECT_EQ(error, std::errc::no_such_file_or_directory);

@@ -99,7 +99,7 @@ TEST(Codes, NameIsExplainedInAnyCase) {
     EXPECT_EQ(explain("plate_mend_arw_not_found"), explain("-1124"));
 }
 
-TEST(Codes, WhatIsNoCodeIsNotExplained) {
+TEST(Codes, UnknownTextIsNotExplained) {
     for (const char* text : {"", "-", "-1124x", "1e3", " 0", "PLATE_MEND", "-99999999999", "-1020.0"}) {
         EXPECT_EQ(explain(text), "") << text;
     }

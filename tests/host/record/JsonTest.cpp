@@ -49,7 +49,7 @@ TEST(Json, PartsOutliveTheWhole) {
     EXPECT_EQ(part.elements().back().text(), "y");
 }
 
-TEST(Json, MissingMemberIsAsGoodAsNull) {
+TEST(Json, MissingMemberCountsAsNull) {
     for (const char* text : {"{}", R"({"a":null})", "null", "[]", "7"}) {
         const Json json = Json::parse(text);
         EXPECT_TRUE(json.member("a").is_null()) << text;

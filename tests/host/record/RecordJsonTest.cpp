@@ -71,16 +71,16 @@ Record read_again(const Record& record) {
     return from_json_line(to_json_line(record)).value();
 }
 
-TEST(RecordJson, FullRecordComesBackAsItWas) {
+TEST(RecordJson, FullRecordSurvivesARoundTrip) {
     const Record record = test::full_record();
     expect_same(read_again(record), record);
 }
 
-TEST(RecordJson, EmptyRecordComesBackAsItWas) {
+TEST(RecordJson, EmptyRecordSurvivesARoundTrip) {
     expect_same(read_again(Record{}), Record{});
 }
 
-TEST(RecordJson, GreatNumbersComeBackAsTheyWere) {
+TEST(RecordJson, LargeNumbersSurviveARoundTrip) {
     Record record = test::full_record();
     record.damaged.size = std::numeric_limits<std::uint64_t>::max();
     record.attempts[0].code = std::numeric_limits<std::int32_t>::min();
@@ -98,7 +98,7 @@ TEST(RecordJson, LineIsOneLineThatBeginsWithTheSchema) {
     EXPECT_EQ(from_json_line(line).value().damaged.path, record.damaged.path);
 }
 
-TEST(RecordJson, WhatIsNotKnownIsNull) {
+TEST(RecordJson, UnknownValuesAreNull) {
     const auto json = nlohmann::json::parse(to_json_line(Record{}));
     for (const char* name : {"problem", "salvage", "raw", "jpeg"}) {
         EXPECT_TRUE(json.at(name).is_null()) << name;
@@ -107,7 +107,7 @@ TEST(RecordJson, WhatIsNotKnownIsNull) {
     EXPECT_TRUE(json.at("attempts").is_array());
 }
 
-TEST(RecordJson, FailedAttemptTellsItsCodeInWordsAndHasNoJudgement) {
+TEST(RecordJson, FailedAttemptHasItsCodeInWordsAndNoJudgement) {
     const auto json = nlohmann::json::parse(to_json_line(test::full_record()));
     EXPECT_THAT(json.at("attempts").at(0).at("meaning").get<std::string>(), HasSubstr("(code -1126)"));
     EXPECT_TRUE(json.at("attempts").at(0).at("judgement").is_null());
@@ -116,7 +116,7 @@ TEST(RecordJson, FailedAttemptTellsItsCodeInWordsAndHasNoJudgement) {
     EXPECT_EQ(json.at("attempts").at(2).at("code"), nullptr);
 }
 
-TEST(RecordJson, PathThatIsNoUtf8IsEscapedWithoutLoss) {
+TEST(RecordJson, PathThatIsNotUtf8IsEscapedWithoutLoss) {
     Record record;
     record.damaged.path = "bro\xFFken.arw";
     EXPECT_NE(to_json_line(record).find(R"("path":"bro\u0000ffken.arw")"), std::string::npos);
@@ -128,14 +128,14 @@ TEST(RecordJson, PathThatIsNoUtf8IsEscapedWithoutLoss) {
     EXPECT_EQ(read_again(record).attempts.back().sample, "\x80");
 }
 
-TEST(RecordJson, LineThatWasCutAnywhereIsNoRecord) {
+TEST(RecordJson, LineTruncatedAnywhereIsNotARecord) {
     const std::string line = to_json_line(test::full_record());
     for (std::size_t length = 0; length < line.size(); ++length) {
         EXPECT_FALSE(from_json_line(std::string_view(line).substr(0, length)).has_value()) << length;
     }
 }
 
-TEST(RecordJson, UnknownFieldsArePassedOverAndMissingOnesAreEmpty) {
+TEST(RecordJson, UnknownFieldsAreIgnoredAndMissingOnesAreEmpty) {
     const auto record = from_json_line(
         R"({"new":[1],"schema":"plate-mend/record/1","damaged":{"path":"a","x":{}},"verdict":"whole"})");
     ASSERT_TRUE(record.has_value());
@@ -144,7 +144,7 @@ TEST(RecordJson, UnknownFieldsArePassedOverAndMissingOnesAreEmpty) {
     EXPECT_TRUE(record->attempts.empty());
 }
 
-TEST(RecordJson, SalvageThatTellsOfNoFirstBadByteHasNone) {
+TEST(RecordJson, SalvageWithoutAFirstBadByteHasNone) {
     const auto first_bad_byte = [](const std::string& fields) {
         const std::string begin = R"({"schema":"plate-mend/record/1","damaged":{"path":"a"},)";
         const auto record = from_json_line(begin + R"("verdict":"preview only","salvage":{)" + fields + "}}");
@@ -157,7 +157,7 @@ TEST(RecordJson, SalvageThatTellsOfNoFirstBadByteHasNone) {
     EXPECT_EQ(from_json_line(to_json_line(Record{})).value().salvage.first_bad_byte, kNone);
 }
 
-TEST(RecordJson, WhatIsNoRecordOfThisSchemaIsRefused) {
+TEST(RecordJson, RecordOfAnotherSchemaIsRefused) {
     const std::string begin = R"({"schema":"plate-mend/record/1","damaged":{"path":"a"},)";
     EXPECT_TRUE(from_json_line(begin + R"("verdict":"whole"})").has_value()) << "the control";
     for (const std::string& line :

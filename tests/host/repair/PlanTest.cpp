@@ -73,7 +73,7 @@ TEST_F(PlanOfPlaces, JpegNeverTakesThePlaceOfAnothersResult) {
     EXPECT_EQ(files[3].input.problem, "");
 }
 
-TEST_F(PlanOfPlaces, OfTwoFilesWithOnePlaceTheFirstHasIt) {
+TEST_F(PlanOfPlaces, FirstOfTwoFilesWithTheSamePlaceGetsIt) {
     std::vector<Input> inputs{{folder / "one" / "x.arw", "x.arw", ""},
                               {folder / "two" / "x.arw", "x.arw", ""}};
     const auto files = plan(inputs, {folder / "mended", {}, false}, inputs_);

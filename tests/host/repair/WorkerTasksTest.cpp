@@ -22,13 +22,13 @@ class WorkerTasks : public ::testing::Test {
     TempDir folder;
 };
 
-TEST_F(WorkerTasks, TaskOfANameIsDone) {
+TEST_F(WorkerTasks, TaskIsDoneByItsName) {
     const auto answer = answer_to("check");
     EXPECT_EQ(answer.problem, "");
     EXPECT_FALSE(answer.json.required_truth("opens"));
 }
 
-TEST_F(WorkerTasks, TaskOfAnUnknownNameIsAnError) {
+TEST_F(WorkerTasks, TaskWithAnUnknownNameIsAnError) {
     for (const char* task : {"polish", "", "Check", "check "}) {
         const auto answer = answer_to(task);
         EXPECT_TRUE(answer.json.is_null()) << task;

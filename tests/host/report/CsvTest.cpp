@@ -14,7 +14,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-/// The fields of a line, read as RFC 4180 tells.
+/// The fields of a line, read according to RFC 4180.
 std::vector<std::string> fields_of(const std::string& line) {
     std::vector<std::string> fields(1);
     bool quoted = false;
@@ -47,7 +47,7 @@ std::map<std::string, std::string> row_of(const Record& record) {
     return row;
 }
 
-TEST(Csv, RowTellsOfTheAttemptThatWasTaken) {
+TEST(Csv, RowDescribesTheAttemptThatWasTaken) {
     auto row = row_of(test::full_record());
     EXPECT_EQ(row["damaged"], "broken/IMG_0042.arw");
     EXPECT_EQ(row["damaged_size"], "9571748");
@@ -65,7 +65,7 @@ TEST(Csv, RowTellsOfTheAttemptThatWasTaken) {
     EXPECT_EQ(row["seconds"], "1.2500");
 }
 
-TEST(Csv, RowTellsTheLastCodeWhenNothingWasTaken) {
+TEST(Csv, RowHasTheLastCodeWhenNothingWasTaken) {
     Record record = test::full_record();
     record.attempts.erase(record.attempts.begin() + 1);
     auto row = row_of(record);
@@ -80,7 +80,7 @@ TEST(Csv, EmptyRecordHasAllFields) {
     EXPECT_EQ(row["code"], "");
 }
 
-TEST(Csv, SeparatorsQuotesAndLineBreaksComeBack) {
+TEST(Csv, SeparatorsQuotesAndLineBreaksSurviveARoundTrip) {
     Record record;
     record.damaged.path = "a,\"b\"\r\nc.arw";
     EXPECT_EQ(row_of(record)["damaged"], record.damaged.path);
@@ -98,7 +98,7 @@ TEST(Csv, TextThatASpreadsheetWouldRunGetsAnApostrophe) {
     EXPECT_EQ(row_of(record)["damaged"], "a=1.arw");
 }
 
-TEST(Csv, PathThatIsNoUtf8IsWrittenWithReplacements) {
+TEST(Csv, PathThatIsNotUtf8IsWrittenWithReplacements) {
     Record record;
     record.damaged.path = "a\xC3.arw";
     EXPECT_EQ(row_of(record)["damaged"], "a\xEF\xBF\xBD.arw");

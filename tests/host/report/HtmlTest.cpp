@@ -37,7 +37,7 @@ class Html : public ::testing::Test {
     std::filesystem::path file = folder / u8"Blatt 写真.html";
 };
 
-TEST_F(Html, PageIsThereWhenItIsClosedAndNotBefore) {
+TEST_F(Html, PageAppearsOnlyWhenItIsClosed) {
     HtmlReport report(OutputFile(file, true), "made here");
     report.add(test::full_record());
     EXPECT_FALSE(std::filesystem::exists(file));
@@ -58,11 +58,11 @@ TEST_F(Html, PageThatIsNotClosedLeavesNothingAndTheOldOneAlone) {
     EXPECT_EQ(page(), "old");
 }
 
-TEST_F(Html, FolderThatIsNotThereThrows) {
+TEST_F(Html, MissingFolderThrows) {
     EXPECT_THROW(HtmlReport(OutputFile(folder / "missing" / "page.html", true), ""), std::runtime_error);
 }
 
-TEST_F(Html, SummaryStandsInFrontOfTheFiles) {
+TEST_F(Html, SummaryComesBeforeTheFiles) {
     HtmlReport report(OutputFile(file, true), "");
     for (int count = 0; count < 3; ++count) {
         report.add(test::small_record("a.arw", Verdict::kWhole));
@@ -83,7 +83,7 @@ TEST_F(Html, InterruptedRunSaysSo) {
     EXPECT_THAT(page(), HasSubstr("The run was interrupted"));
 }
 
-TEST_F(Html, CardTellsWhereEverythingComesFrom) {
+TEST_F(Html, CardShowsWhereEverythingComesFrom) {
     const std::string card = html_card(test::full_record(), 0);
     EXPECT_THAT(card, HasSubstr("<dt>Image data</dt><dd>from the damaged file <b>IMG_0042.arw</b></dd>"));
     EXPECT_THAT(card, HasSubstr("<dt>Everything else: date, exposure, white balance, lens, GPS, serial "
@@ -92,7 +92,7 @@ TEST_F(Html, CardTellsWhereEverythingComesFrom) {
     EXPECT_THAT(card, HasSubstr("<dt>JPEG</dt><dd>from inside the damaged file <b>IMG_0042.arw</b>"));
 }
 
-TEST_F(Html, CardTellsAllThatTheRecordTells) {
+TEST_F(Html, CardShowsEverythingInTheRecord) {
     const std::string card = html_card(test::full_record(), 0);
     for (const char* told :
          {"partly there", "broken/IMG_0042.arw", "9571748 bytes", "out/IMG_0042.repaired.arw",
@@ -107,7 +107,7 @@ TEST_F(Html, CardTellsAllThatTheRecordTells) {
     }
 }
 
-TEST_F(Html, LostFileNamesNoOrigin) {
+TEST_F(Html, LostFileHasNoOrigin) {
     Record record = test::small_record("lost.arw", Verdict::kNotRepaired);
     record.attempts.resize(1);
     record.attempts[0].code = -1124;

@@ -26,17 +26,17 @@ ProgressState some_state() {
     return state;
 }
 
-TEST(ProgressLine, TellsPlaceRateTimeLeftCountsAndFile) {
+TEST(ProgressLine, ShowsPositionRateTimeLeftCountsAndFile) {
     EXPECT_EQ(progress_line(some_state(), 200),
               "[ 12/225] 2.0/s, 2 min left, 11 whole, 1 lost: card/IMG_0042.ARW");
 }
 
-TEST(ProgressLine, TellsNoRateBeforeTheFirstFileIsDone) {
+TEST(ProgressLine, ShowsNoRateBeforeTheFirstFileIsDone) {
     EXPECT_EQ(progress_line({.done = 0, .total = 3, .seconds = 5, .counts = {}, .current = "a.arw"}, 80),
               "[0/3]: a.arw");
 }
 
-TEST(ProgressLine, TellsNoTimeLeftAtTheEnd) {
+TEST(ProgressLine, ShowsNoTimeLeftAtTheEnd) {
     ProgressState state = some_state();
     state.total = 12;
     state.current.clear();
@@ -56,20 +56,20 @@ TEST(ProgressLine, FitsAnyTerminal) {
     EXPECT_EQ(progress_line(some_state(), 50), "[ 12/225] 2.0/s, 2 min left, 11 whole, 1 lost");
 }
 
-TEST(ProgressLine, NamesDoNotSteerTheTerminal) {
+TEST(ProgressLine, NamesDoNotControlTheTerminal) {
     ProgressState state = some_state();
     state.current = "a\x1B[2J\n.arw";
     EXPECT_THAT(progress_line(state, 200), EndsWith(": a?[2J?.arw"));
 }
 
-TEST(FileLine, TellsVerdictOutputAndSample) {
+TEST(FileLine, ShowsVerdictOutputAndSample) {
     EXPECT_EQ(file_line(test::full_record()),
               "broken/IMG_0042.arw: partly there, written to out/IMG_0042.repaired.arw, JPEG written to "
               "out/IMG_0042.salvaged.jpg, sample samples/good.arw (the lower 648 rows are black; one data "
               "error)");
 }
 
-TEST(FileLine, TellsWhyNothingWasWritten) {
+TEST(FileLine, ShowsWhyNothingWasWritten) {
     Record record = test::small_record("a\n.arw", Verdict::kNotRepaired);
     record.attempts.resize(1);
     record.attempts[0].code = -1124;
@@ -80,7 +80,7 @@ TEST(FileLine, TellsWhyNothingWasWritten) {
     EXPECT_EQ(file_line(record), "a.arw: lost, no such file");
 }
 
-TEST(Duration, IsToldInTheUnitThatFits) {
+TEST(Duration, HasTheUnitThatFits) {
     EXPECT_EQ(format_duration(0.2), "less than 1 s");
     EXPECT_EQ(format_duration(59), "59 s");
     EXPECT_EQ(format_duration(60), "1 min");
@@ -100,7 +100,7 @@ class ProgressOn : public ::testing::Test {
     std::chrono::steady_clock::time_point now;
 };
 
-TEST_F(ProgressOn, PipeHasOneLineAFile) {
+TEST_F(ProgressOn, PipeHasOneLinePerFile) {
     auto lines = progress(Progress::Style::kLines);
     lines.begin("a.arw");
     lines.end(test::small_record("a.arw", Verdict::kWhole));
@@ -118,7 +118,7 @@ TEST_F(ProgressOn, QuietSaysNothing) {
     EXPECT_EQ(stream.str(), "");
 }
 
-TEST_F(ProgressOn, TerminalHasOneLineThatIsWrittenOver) {
+TEST_F(ProgressOn, TerminalHasOneLineThatIsOverwritten) {
     auto terminal = progress(Progress::Style::kTerminal);
     terminal.begin("a.arw");
     EXPECT_EQ(stream.str(), "[0/3]: a.arw");
@@ -139,7 +139,7 @@ TEST_F(ProgressOn, TerminalIsNotDrawnMoreThanTenTimesASecond) {
     EXPECT_THAT(stream.str(), EndsWith("\r\x1B[K[0/3]: c.arw"));
 }
 
-TEST_F(ProgressOn, TerminalKeepsALineOfWhatIsNotWhole) {
+TEST_F(ProgressOn, TerminalKeepsALineForEachFileThatIsNotWhole) {
     auto terminal = progress(Progress::Style::kTerminal);
     terminal.begin("a.arw");
     terminal.end(test::small_record("a.arw", Verdict::kNotRepaired));

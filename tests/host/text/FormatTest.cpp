@@ -6,9 +6,9 @@ namespace plate_mend::host {
 namespace {
 
 TEST(Format, NounsFollowTheirNumber) {
-    EXPECT_EQ(counted(0, "second"), "0 seconds");
-    EXPECT_EQ(counted(1, "second"), "1 second");
-    EXPECT_EQ(counted(2, "second"), "2 seconds");
+    EXPECT_EQ(format_count(0, "second"), "0 seconds");
+    EXPECT_EQ(format_count(1, "second"), "1 second");
+    EXPECT_EQ(format_count(2, "second"), "2 seconds");
 }
 
 TEST(Format, SizesHaveTheUnitThatFits) {

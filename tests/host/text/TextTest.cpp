@@ -5,7 +5,7 @@
 namespace plate_mend::host {
 namespace {
 
-TEST(Text, BytesThatAreNoUtf8AreReplacedOneByOne) {
+TEST(Text, BytesThatAreNotUtf8AreReplacedOneByOne) {
     EXPECT_EQ(well_formed("für 写真 \xF0\x9F\x93\xB7"), "für 写真 \xF0\x9F\x93\xB7");
     const std::string replacement = "\xEF\xBF\xBD";
     EXPECT_EQ(well_formed(replacement), replacement) << "itself it is a character";
@@ -19,7 +19,7 @@ TEST(Text, BytesThatAreNoUtf8AreReplacedOneByOne) {
         << "beyond the last character";
 }
 
-TEST(Text, NothingReachesATerminalThatSteersIt) {
+TEST(Text, ControlCharactersNeverReachATerminal) {
     EXPECT_EQ(printable("a\x1B[2Jb\n\x7F"), "a?[2Jb??");
     EXPECT_EQ(printable("a\xC2\x9B"
                         "b"),

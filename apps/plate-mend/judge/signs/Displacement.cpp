@@ -4,22 +4,21 @@ namespace plate_mend::host {
 
 namespace {
 
-/// In fewer windows per row there is too little to compare.
+/// With fewer windows per row there is too little to compare.
 constexpr std::size_t kFewestWindows = 16;
 
-/// The share of a row on either side of the place that must be there to be compared: one in so many windows.
+/// The share of a row that must be on either side of the place for a comparison: one in this many windows.
 constexpr std::size_t kSide = 8;
 
 /// What counts as a leap.
 struct Leap {
     double share_of_range; ///< Higher than this share of the range,
-    double times_usual;    ///< and than so many times what is usual there.
+    double times_usual;    ///< and more than this many times the usual leap there.
 };
 
 // Measured: in a row of ten whole camera files, up to 0.58 of all windows have a large leap. In the tests'
-// scenes all may have, at a level border of the picture: hence calm is asked for as well. With these limits
-// no whole scene is displaced, and one that is brighter by a tenth of the range from the middle of a row on
-// is.
+// scenes all may have, at a level border of the picture; so calm is required as well. With these limits no
+// whole scene is displaced, and one that becomes brighter by a tenth of the range in the middle of a row is.
 constexpr Leap kLarge{1.0 / 200, 3};
 constexpr Leap kSmall{1.0 / 400, 2};
 constexpr double kNearlyAll = 0.8; ///< Share of windows with a large leap from which a part of a row leaps.

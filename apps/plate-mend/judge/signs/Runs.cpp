@@ -13,12 +13,12 @@ constexpr std::size_t kShortest = 128;
 
 // The next two have no measurement of their own. The tests show that with them an overexposed disc and 120
 // whole scenes have no bad run, while a run of zeros, a lost tail and blocks of 512 bytes in every format
-// have.
+// have one.
 
 /// Share of the range within which two values are alike.
 constexpr double kAlike = 0.02;
 
-/// A run is abrupt where fewer than one in so many of the samples above or below it are like it.
+/// A run is abrupt where fewer than one in this many of the samples above or below it are like it.
 constexpr std::size_t kOneIn = 5;
 
 /// A run of one value. Positions are row * columns + column.

@@ -6,7 +6,7 @@
 namespace plate_mend::host {
 
 /// Runs of one value, in reading order and across the ends of rows, that begin and end abruptly, or that no
-/// sensor gives.
+/// sensor produces.
 [[nodiscard]] Sign find_runs(const SensorView& view);
 
 } // namespace plate_mend::host

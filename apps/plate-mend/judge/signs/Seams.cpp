@@ -6,8 +6,8 @@ namespace {
 
 /// Measured: across borders, steps are 0.93 to 0.97 times those beside them in three whole camera files with
 /// lossless tiles, and 2.3 times in one with lossy tiles. A test finds tiles that have changed places.
-/// Steps across borders are more than so many times those beside them, and more than one part in so many of
-/// the range for each row.
+/// Steps across borders are more than this many times those beside them, and more than one part in this many
+/// of the range for each row.
 constexpr double kTimesBeside = 4;
 constexpr unsigned kRangeParts = 400;
 

@@ -15,21 +15,21 @@ constexpr std::size_t kBand = 32;
 /// Rows by which the search then moves up.
 constexpr std::size_t kStep = 4;
 
-/// Rows go on where the step into the next one is less than so many times that between neighbours, plus one
-/// part in so many of the range.
+/// Rows go on where the step into the next one is less than this many times that between neighbours, plus one
+/// part in this many of the range.
 constexpr double kTimesAround = 2;
 constexpr unsigned kRangeParts = 1000;
 
-/// A column is a line where its steps are more than so many times the mean of those beside it, this many
-/// columns of the same colour on either side, and more than one part in so many of the range.
+/// A column is a line where its steps are more than this many times the mean of those beside it, over this
+/// many columns of the same colour on either side, and more than one part in this many of the range.
 constexpr double kTimesBeside = 3;
 constexpr std::size_t kBeside = 6;
 constexpr std::size_t kFirstBeside = 2; ///< The nearest column on either side belongs to the line itself.
 constexpr unsigned kLineRangeParts = 200;
 
-/// Whether rows go on in the next one: from the last samples to the first of the next row it is no further
-/// than between neighbours.
-bool rows_go_on(const SensorView& view, std::size_t first, std::size_t end) {
+/// Whether rows continue in the next one: the step from the last samples to the first of the next row is no
+/// larger than between neighbours.
+bool rows_continue(const SensorView& view, std::size_t first, std::size_t end) {
     double around = 0;
     double over = 0;
     const std::size_t right = view.columns - view.dx;
@@ -94,11 +94,11 @@ Sign find_shift(const SensorView& view, const std::vector<bool>& bad_rows) {
         return {};
     }
     const std::size_t end = end_of_picture(bad_rows);
-    if (end < 3 * kBand || !rows_go_on(view, end - kBand, end) || !has_line(view, end - kBand, end)) {
+    if (end < 3 * kBand || !rows_continue(view, end - kBand, end) || !has_line(view, end - kBand, end)) {
         return {};
     }
     std::size_t first = end - kBand;
-    while (first >= kStep && (rows_go_on(view, first - kStep, first) || bad_rows[first - 1])) {
+    while (first >= kStep && (rows_continue(view, first - kStep, first) || bad_rows[first - 1])) {
         first -= kStep;
     }
     return {"from row " + std::to_string(first) + " on the picture is shifted", {}, Displaced{first, false}};

@@ -8,8 +8,8 @@ namespace plate_mend::host {
 
 namespace {
 
-/// Windows are as wide as leaves enough of them side by side: 16 or more in pictures of 1024 columns, 10 in
-/// those of 320.
+/// Windows are as wide as possible with enough of them side by side: 16 or more in pictures of 1024 columns,
+/// 10 in those of 320.
 constexpr std::size_t kWide = 64;
 constexpr std::size_t kMedium = 32;
 constexpr std::size_t kNarrow = 16;

@@ -19,7 +19,7 @@ struct Window {
 /// its right end is not measured.
 class Windows {
   public:
-    /// Samples per window in pictures of so many columns.
+    /// Samples per window in pictures of this many columns.
     [[nodiscard]] static std::size_t width_for(std::size_t columns);
 
     /// Measures the picture. The view is not kept.

@@ -12,24 +12,24 @@ namespace plate_mend::host {
 namespace {
 
 // None of these limits has a measurement of its own. The tests show that with them 120 whole scenes have the
-// right width, and that a scene of 640 columns read as 480 has not.
+// right width, and that a scene of 640 columns read as 480 does not.
 
 /// Pairs of rows that are compared, spread over the picture.
 constexpr std::size_t kTrials = 64;
 
-/// Pairs count whose unshifted rows differ by more than one part in so many of the range. Rows that are alike
-/// whatever the shift, as in the sky, show nothing.
+/// Pairs count whose unshifted rows differ by more than one part in this many of the range. Rows that are
+/// alike whatever the shift, as in the sky, show nothing.
 constexpr double kRangeParts = 400;
 
 /// A shift must reduce the misfit of a pair below this share.
 constexpr double kGain = 0.5;
 
-/// The smallest shift that counts, in steps of a coarse row, and the pairs that it must fit: so many, and
-/// two in three.
+/// The smallest shift that counts, in steps of a coarse row, and the pairs that it must fit: at least this
+/// many, and two in three.
 constexpr std::ptrdiff_t kSmallestShift = 4;
 constexpr std::size_t kFewestPairs = 6;
 
-/// A row is reduced to about so many steps.
+/// A row is reduced to about this many steps.
 constexpr std::size_t kSteps = 512;
 
 /// A row in steps, each the mean of some samples.
@@ -50,7 +50,7 @@ CoarseRow coarse_row(const SensorView& view, std::size_t y, std::size_t samples_
     return means;
 }
 
-/// The mean step between two rows when the lower one is shifted by so many places.
+/// The mean step between two rows when the lower one is shifted by this many places.
 double misfit(const RowPair& pair, std::ptrdiff_t shift) {
     const auto reach = static_cast<std::size_t>(std::abs(shift));
     double sum = 0;

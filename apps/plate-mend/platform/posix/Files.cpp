@@ -18,8 +18,7 @@ namespace {
 
 constexpr std::uint64_t kMostBytes = std::numeric_limits<off_t>::max();
 
-/// A time of reading that is noted is a write to a medium that may be dying; only a file's owner may ask for
-/// none.
+/// Recording the access time writes to a medium that may be dying; only a file's owner may turn it off.
 Descriptor open_quietly(const std::filesystem::path& path) {
     try {
         return open_file(path, O_RDONLY | O_NONBLOCK | O_NOATIME);
@@ -31,7 +30,7 @@ Descriptor open_quietly(const std::filesystem::path& path) {
     return open_file(path, O_RDONLY | O_NONBLOCK);
 }
 
-/// Devices may do something when they are opened, so only ordinary files are.
+/// Devices may do something when they are opened, so only ordinary files are opened.
 Descriptor open_source(const std::filesystem::path& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
@@ -159,7 +158,7 @@ void sync_file(const std::filesystem::path& file) {
 void sync_folder(const std::filesystem::path& folder) {
     const Descriptor opened = open_file(folder, O_RDONLY | O_DIRECTORY);
     const int error = flush(opened);
-    // What network and user-space file systems say that have no such service.
+    // What network and user-space file systems without this service return.
     if (error != 0 && error != EINVAL && error != ENOTSUP && error != ENOSYS && error != EROFS) {
         fail(error, folder.native());
     }

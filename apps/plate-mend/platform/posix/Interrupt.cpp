@@ -16,7 +16,7 @@ void remember(int /*signal*/) {
     asked_to_end = true;
 }
 
-/// As nohup sees to it: then a terminal that closes is no reason to end.
+/// Set by nohup: then the closing of the terminal is no reason to end.
 bool is_ignored(int signal) {
     struct sigaction action {};
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;

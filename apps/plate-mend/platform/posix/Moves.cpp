@@ -26,19 +26,19 @@ void rename_or_throw(const std::filesystem::path& from, const std::filesystem::p
     }
 }
 
-void move_after_a_look(const std::filesystem::path& from, const std::filesystem::path& to) {
+void move_after_check(const std::filesystem::path& from, const std::filesystem::path& to) {
     if (is_taken(to)) {
         fail(EEXIST, to.native());
     }
     rename_or_throw(from, to);
 }
 
-void move_by_a_link(const std::filesystem::path& from, const std::filesystem::path& to) {
+void move_by_link(const std::filesystem::path& from, const std::filesystem::path& to) {
     if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), 0) != 0) {
         if (!is_no_link(errno)) {
             fail_on(to);
         }
-        move_after_a_look(from, to);
+        move_after_check(from, to);
         return;
     }
     if (::unlink(from.c_str()) != 0) {
@@ -62,7 +62,7 @@ void move_new(const std::filesystem::path& from, const std::filesystem::path& to
     if (!is_no_service(errno)) {
         fail_on(to);
     }
-    move_by_a_link(from, to);
+    move_by_link(from, to);
 }
 
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to) {

@@ -21,7 +21,7 @@ namespace plate_mend::host::platform {
 
 namespace {
 
-/// What the started process gets in place of our streams.
+/// What the started process gets instead of our streams.
 class FileActions {
   public:
     FileActions() { ::posix_spawn_file_actions_init(&actions_); }
@@ -38,8 +38,8 @@ class FileActions {
     posix_spawn_file_actions_t actions_{};
 };
 
-/// A process group of its own, so that the terminal's signals do not reach it, and no signal blocked; signals
-/// that we ignore or handle do what they do to any program.
+/// A separate process group, so that the terminal's signals do not reach it, and no blocked signals; signals
+/// that we ignore or handle have their default effect.
 class Attributes {
   public:
     Attributes() {
@@ -65,7 +65,7 @@ class Attributes {
 };
 
 /// A program that was started with SIGCHLD ignored never learns how its own processes ended.
-void learn_of_endings() {
+void restore_child_signal() {
     struct sigaction action {};
     if (::sigaction(SIGCHLD, nullptr, &action) == 0 &&
         (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0)) {
@@ -109,7 +109,7 @@ struct Process::State {
 };
 
 Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
-    learn_of_endings();
+    restore_child_signal();
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         fail(errno, "pipe");

@@ -31,7 +31,7 @@ bool is_usb_bus(const std::string& name) {
                        [](char letter) { return letter >= '0' && letter <= '9'; });
 }
 
-bool hangs_on_usb(const fs::path& disk) {
+bool is_on_usb(const fs::path& disk) {
     return std::any_of(disk.begin(), disk.end(),
                        [](const fs::path& part) { return is_usb_bus(part.native()); });
 }
@@ -60,7 +60,7 @@ bool is_removable_disk(const fs::path& sysfs, const fs::path& device, int depth)
         disk = disk.parent_path();
     }
     return first_line(disk / "removable") == "1" || first_line(disk / "device" / "type") == "SD" ||
-           hangs_on_usb(disk.lexically_relative(sysfs)) || has_removable_below(sysfs, disk, depth);
+           is_on_usb(disk.lexically_relative(sysfs)) || has_removable_below(sysfs, disk, depth);
 }
 
 } // namespace

@@ -4,8 +4,8 @@
 
 namespace plate_mend::host::platform {
 
-/// Whether a block device belongs to a disk that people take out: it says so, it is a memory card, or it
-/// hangs on USB; for an encrypted or composed device the disks below decide. `sysfs` is where the system
+/// Whether a block device belongs to a removable disk: it reports so, it is a memory card, or it is attached
+/// by USB. For an encrypted or composite device, the underlying disks decide. `sysfs` is where the system
 /// describes its devices, /sys. False for what is not described there.
 [[nodiscard]] bool is_removable_device(const std::filesystem::path& sysfs, unsigned major, unsigned minor);
 

@@ -31,7 +31,7 @@ std::filesystem::path random_name() {
 }
 
 /// A file without a name in the folder. Throws std::system_error.
-Descriptor nameless_file(const std::filesystem::path& folder) {
+Descriptor open_temporary(const std::filesystem::path& folder) {
     for (int tries = 1;; ++tries) {
         const std::filesystem::path name = folder / random_name();
         try {
@@ -83,7 +83,7 @@ bool exceeds_largest_file(std::uint64_t bytes) {
 
 std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes) {
     try {
-        const Descriptor file = nameless_file(folder);
+        const Descriptor file = open_temporary(folder);
         if (bytes > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) ||
             exceeds_largest_file(bytes)) {
             return code(EFBIG);

@@ -4,7 +4,7 @@
 
 namespace plate_mend::host::platform {
 
-/// While it lives, a write beyond the limit on file sizes fails with EFBIG in this thread, and the signal
+/// While it exists, a write beyond the limit on file sizes fails with EFBIG in this thread, and the signal
 /// that would end the process does not come.
 class SizeSignalHeldBack {
   public:

@@ -10,7 +10,7 @@ namespace plate_mend::host::platform {
 
 namespace {
 
-/// Times beyond the years 1678 and 2262 become the nearest that there is.
+/// Times beyond the years 1678 and 2262 become the nearest representable ones.
 std::int64_t nanoseconds(const timespec& time) {
     constexpr std::int64_t kSecond = 1'000'000'000;
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kSecond - 1;

@@ -7,7 +7,7 @@
 
 namespace plate_mend::host::platform {
 
-/// A handle of Windows that is closed in the end. Processes that this one starts do not get it.
+/// A Windows handle that is closed with the object. Processes that this one starts do not inherit it.
 class Handle {
   public:
     Handle() = default;

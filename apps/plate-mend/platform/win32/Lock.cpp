@@ -33,7 +33,7 @@ Lock& Lock::operator=(Lock&& other) noexcept = default;
 Lock::~Lock() = default;
 
 std::optional<Lock> Lock::take(const std::filesystem::path& file) {
-    // Nobody may remove or rename it while it is open, so it stays the one that has this name.
+    // No process can remove or rename it while it is open, so it remains the file with this name.
     Handle opened = open_file(file, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
     require_no_link(opened, file);

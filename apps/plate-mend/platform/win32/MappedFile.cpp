@@ -55,7 +55,7 @@ bool is_folder(const std::filesystem::path& path) {
 MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most_bytes) {
     close();
     const std::filesystem::path reachable = system_path::reachable(path);
-    if (is_folder(reachable)) { // The system says of these that access is denied.
+    if (is_folder(reachable)) { // For these the system reports that access is denied.
         return MapResult::kNoFile;
     }
     const Handle file(::CreateFileW(reachable.c_str(), GENERIC_READ,
@@ -86,7 +86,7 @@ MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most
     if (view == nullptr) {
         return result_of(::GetLastError());
     }
-    data_ = static_cast<const unsigned char*>(view); // The view keeps the mapping alive.
+    data_ = static_cast<const unsigned char*>(view); // The view keeps the mapping open.
     size_ = static_cast<std::size_t>(size);
     return MapResult::kMapped;
 }

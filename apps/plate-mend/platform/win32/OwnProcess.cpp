@@ -46,7 +46,7 @@ void end_after(unsigned seconds) {
     }
     constexpr std::uint64_t kLongest = 0xFFFFFFFE; // Milliseconds: 49 days.
     const auto time = static_cast<DWORD>(std::min(std::uint64_t{seconds} * 1000, kLongest));
-    HANDLE timer = nullptr; // It lives as long as the process.
+    HANDLE timer = nullptr; // It exists as long as the process.
     if (::CreateTimerQueueTimer(&timer, nullptr, end_now, nullptr, time, 0,
                                 WT_EXECUTEONLYONCE | WT_EXECUTEINTIMERTHREAD) == FALSE) {
         throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), "a timer");
@@ -65,7 +65,7 @@ bool limit_memory(std::uint64_t bytes) {
         ::CloseHandle(job);
         return false;
     }
-    return true; // The job lives as long as the process.
+    return true; // The job exists as long as the process.
 }
 
 std::filesystem::path enter(const std::filesystem::path& folder) {

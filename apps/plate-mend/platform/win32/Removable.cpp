@@ -39,7 +39,7 @@ Handle device_of(const std::wstring& root) {
                                 0, nullptr));
 }
 
-/// Whether the volume's disk hangs on USB or is a memory card.
+/// Whether the volume's disk is attached by USB or is a memory card.
 bool is_on_a_removable_bus(const std::wstring& root) {
     const Handle device = device_of(root);
     STORAGE_PROPERTY_QUERY query{};

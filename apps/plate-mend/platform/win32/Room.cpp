@@ -28,7 +28,7 @@ std::filesystem::path random_name() {
 }
 
 /// A file in the folder that goes with its handle. Throws std::system_error.
-Handle passing_file(const std::filesystem::path& folder) {
+Handle open_temporary(const std::filesystem::path& folder) {
     constexpr DWORD kFlags =
         FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_DELETE_ON_CLOSE;
     for (int tries = 1;; ++tries) {
@@ -81,7 +81,7 @@ bool is_no_room_of_windows(int error) {
 
 std::error_code room_for(const std::filesystem::path& folder, std::uint64_t bytes) {
     try {
-        const Handle file = passing_file(folder);
+        const Handle file = open_temporary(folder);
         if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
             return std::make_error_code(std::errc::file_too_large);
         }

@@ -16,7 +16,7 @@ std::uint64_t joined(DWORD high, DWORD low) {
 }
 
 /// Nanoseconds since 1970, from tenths of microseconds since 1601. Times beyond the years 1678 and 2262
-/// become the nearest that there is.
+/// become the nearest representable ones.
 std::int64_t nanoseconds(const LARGE_INTEGER& time) {
     constexpr std::int64_t kStart = 116'444'736'000'000'000;
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / 100;

@@ -84,10 +84,10 @@ class BitReader {
     }
 
     std::span<const unsigned char> data_;
-    std::size_t position_ = 0; // Of the next byte that is not in the window.
+    std::size_t position_ = 0; // Offset of the next byte that is not in the window.
     std::uint64_t window_ = 0; // The next bits_ bits are its lowest.
     std::uint32_t bits_ = 0;
-    std::uint32_t padding_ = 0; // Bits that were made up; bits_ below this is an overrun.
+    std::uint32_t padding_ = 0; // Zeros that were made up; bits_ below this is an overrun.
 };
 
 /// The value that the next bits have in a category of 0 to 16 (ITU-T T.81, F.2.2.1, RECEIVE and EXTEND).

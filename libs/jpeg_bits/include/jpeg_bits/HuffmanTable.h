@@ -19,7 +19,7 @@ struct HuffmanCodes {
     [[nodiscard]] bool is_prefix_code() const;
 };
 
-/// The tables of ITU-T T.81, annex K.3: chroma false gives those for luma.
+/// The tables of ITU-T T.81, annex K.3: those for luma if chroma is false.
 [[nodiscard]] const HuffmanCodes& standard_dc_codes(bool chroma);
 [[nodiscard]] const HuffmanCodes& standard_ac_codes(bool chroma);
 

@@ -38,7 +38,7 @@ void read_rows(JpegDecompressor& codec, JSAMPROW row) {
     jpeg_finish_decompress(&codec.info);
 }
 
-/// Up to and with EOI. False when it is not intact.
+/// Up to and including EOI. False if it is not intact.
 bool decode(JpegDecompressor& codec) {
     jpeg_decompress_struct& info = codec.info;
     info.buffered_image = jpeg_has_multiple_scans(&info);

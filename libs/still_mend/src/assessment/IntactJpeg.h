@@ -10,12 +10,12 @@ namespace still_mend {
 /// A JPEG that libjpeg decodes to the end without an error or a warning.
 struct IntactJpeg {
     Frame frame;          ///< As libjpeg reads it: arithmetic coding and two components are possible.
-    std::size_t size = 0; ///< From SOI up to and with EOI, in bytes.
+    std::size_t size = 0; ///< From SOI up to and including EOI, in bytes.
 };
 
 /// The intact JPEG that the bytes begin with, if they do. Rows are decoded one by one, and only pictures of
 /// several scans are kept in memory, two bytes per coefficient. Reading ends at the first warning. Pictures
-/// that are larger than their bytes can code, and scans without end, are given up: work stays within a
+/// that are larger than their bytes can code, and scans without end, are abandoned: work stays within a
 /// constant times the size. Throws std::bad_alloc.
 [[nodiscard]] std::optional<IntactJpeg> read_intact(Bytes jpeg);
 

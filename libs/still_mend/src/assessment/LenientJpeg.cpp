@@ -18,8 +18,8 @@ bool can_be_written(const Frame& frame) {
     return (count == 1 || count == 3 || count == 4) && frame.blocks_per_mcu() <= kMaxBlocksPerMcu;
 }
 
-/// Counts what libjpeg decodes while it reads all scans, ends it when that is too much, and remembers where
-/// it was when nothing had been wrong yet.
+/// Counts what libjpeg decodes while it reads all scans, stops it if that is too much, and remembers how far
+/// it got before anything was wrong.
 struct Watch : jpeg_progress_mgr {
     explicit Watch(const JpegDecompressor& watched)
         : jpeg_progress_mgr{}, codec(watched), left(watched.most_visits()) {
@@ -81,7 +81,7 @@ class LenientReader {
         return picture;
     }
 
-    /// After a failed read: where the marker is that libjpeg could not go on from, if it was one after the
+    /// After a failed read: the offset of the marker at which libjpeg had to stop, if it was after the
     /// header.
     [[nodiscard]] std::optional<std::size_t> fatal_marker() const {
         const std::size_t end = codec_.consumed();

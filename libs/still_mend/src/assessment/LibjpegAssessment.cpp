@@ -13,7 +13,7 @@ namespace still_mend {
 
 namespace {
 
-/// Whether a block is what no picture of 8 bits can contain, or what zeroed bytes read as.
+/// Whether no picture of 8 bits can contain a block, or it is what zeroed bytes decode to.
 bool is_impossible(const Block& block, const QuantTable& quant) {
     unsigned minus_ones = 0;
     for (std::size_t k = 0; k < 64; ++k) {
@@ -26,10 +26,11 @@ bool is_impossible(const Block& block, const QuantTable& quant) {
     return minus_ones == kAllMinusOne;
 }
 
-/// Whether what libjpeg read without a warning is no picture: more than a few of its blocks are impossible.
-/// The first scan of a progressive one holds too little for that; it must not be rough, nor all alike.
+/// Whether what libjpeg read without a warning is not a picture: more than a few of its blocks are
+/// impossible. The first scan of a progressive picture holds too little for that; its blocks must be neither
+/// rough nor all alike.
 bool is_no_picture(const PictureCandidate& candidate, const LenientJpeg& picture) {
-    constexpr std::size_t kFew = 64; // One in so many.
+    constexpr std::size_t kFew = 64; // One in this many.
     if (candidate.frame->progressive()) {
         std::vector<bool> smooth(candidate.frame->mcus(), false);
         std::fill_n(smooth.begin(), picture.smooth, true);

@@ -50,7 +50,7 @@ class SequentialAssessment {
     }
 
   private:
-    /// Uses the interval that the markers suggest. again: instead of one that leads nowhere.
+    /// Uses the interval that the markers suggest. again: instead of one that did not work.
     void infer(bool again) {
         const unsigned interval = infer_interval(data_, decoder_);
         if (interval == 0 || interval == data_.interval) {
@@ -122,7 +122,7 @@ class SequentialAssessment {
             result_.end = end_of_last(placements.back(), survey);
             result_.first_bad = result_.end;
         }
-        // Every bit in its place, to the last: no noise does that.
+        // Every bit to the last is in its place, which never happens in noise.
         result_.noise = !(in_order && survey.runs[placements.back().run].closes) &&
                         (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
     }

@@ -8,7 +8,7 @@
 
 namespace still_mend {
 
-/// What is to be added to quantised DC values, by component of the scan.
+/// What to add to quantised DC values, by component of the scan.
 using Levels = std::array<std::int32_t, 4>;
 
 /// The places of a picture's MCUs, each with the trace that was put there.
@@ -26,17 +26,17 @@ class Canvas {
     [[nodiscard]] std::uint32_t trace(std::size_t position) const { return trace_of_[position]; }
     [[nodiscard]] const Levels& level(std::size_t position) const { return level_[position]; }
 
-    /// Puts MCUs from position on, with what is to be added to their DC values. They replace those that were
-    /// put there before, as they do in the picture.
+    /// Puts MCUs at a position and those after it, with what to add to their DC values. They replace those
+    /// put there before, as in the picture.
     void put(std::size_t position, std::size_t trace, std::size_t count, const Levels& level = {});
 
-    /// Mean steps across all borders between neighbours that are filled, in sixteenths of a level; and, to
-    /// compare with, between places that are not neighbours.
+    /// Mean steps across all borders between filled neighbours, in sixteenths of a level; and, for
+    /// comparison, between places that are not neighbours.
     struct Roughness {
         double down = 0;
         double right = 0;
         double apart = 0;
-        std::size_t pairs = 0; ///< Vertical ones.
+        std::size_t pairs = 0; ///< Pairs of vertical neighbours.
         std::size_t pairs_right = 0;
     };
     [[nodiscard]] Roughness roughness() const;

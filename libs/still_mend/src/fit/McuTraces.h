@@ -31,14 +31,14 @@ class McuTraces {
     [[nodiscard]] double step_right(std::size_t left, std::size_t right, int offset = 0) const;
     [[nodiscard]] double step_down(std::size_t above, std::size_t below, int offset = 0) const;
 
-    /// The signed mean of the same steps down: what must be added to the MCU below to level it with that
-    /// above.
+    /// The signed mean of the same steps down: what to add to the MCU below to bring it to the level of the
+    /// one above.
     [[nodiscard]] int level_down(std::size_t above, std::size_t below) const;
     [[nodiscard]] int level_right(std::size_t left, std::size_t right) const;
 
     [[nodiscard]] std::size_t components() const { return components_; }
 
-    /// The same for any component: what would level the first column of blocks.
+    /// The same for any component: what would level its first column of blocks.
     [[nodiscard]] int level_down(std::size_t above, std::size_t below, std::size_t component) const;
 
     /// Sixteenths of a level that one quantised DC step of a component makes.

@@ -69,7 +69,7 @@ class FrameInference {
         return best;
     }
 
-    /// The mean step down when a row has so many MCUs.
+    /// The mean step down if a row has this many MCUs.
     [[nodiscard]] double step_at(const JoinedRuns& longest_runs, std::size_t wide) const {
         const std::size_t last = std::min(longest_runs.count, wide + kCompared);
         double sum = 0;
@@ -102,7 +102,7 @@ class FrameInference {
             high = (survey_.traces.size() + wide - 1) / wide;
         }
         if (wide != borrowed_.mcus_wide()) {
-            // As narrow within the last MCU as the other was, if that was a full one.
+            // As narrow within the last MCU as the other, if that one was full.
             frame.width = static_cast<unsigned>(wide) * mcu_width;
             const double height =
                 static_cast<double>(frame.width) * borrowed_.height / static_cast<double>(borrowed_.width);
@@ -118,7 +118,7 @@ class FrameInference {
         return possible ? std::optional(frame) : std::nullopt;
     }
 
-    /// Every run in its turn to the EOI.
+    /// Every run in turn, up to the EOI.
     [[nodiscard]] bool is_whole() const {
         return !survey_.runs.empty() && survey_.runs.back().at_eoi &&
                std::all_of(survey_.runs.begin(), survey_.runs.end(),

@@ -10,7 +10,7 @@ namespace still_mend {
 
 namespace {
 
-constexpr std::size_t kMostReads = 16; // Of each byte, besides the search for FF.
+constexpr std::size_t kMostReads = 16; // Reads of each byte, besides the search for FF.
 constexpr std::size_t kMaxTableLength =
     std::size_t{4} * 2 * (17 + 256); // Eight Huffman tables in one segment.
 

@@ -8,15 +8,15 @@ namespace still_mend {
 
 /// The ways to complete a candidate's header: as it is where nothing is missing; otherwise with the frame,
 /// the tables or both of each sibling, and with the standard Huffman tables. Siblings are candidates of the
-/// same file whose headers are complete. Empty where no way leads to a decodable scan.
+/// same file whose headers are complete. Empty if none of them leads to a decodable scan.
 [[nodiscard]] std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& candidate,
                                                       const std::vector<PictureCandidate>& siblings);
 
-/// Adds a hypothesis; one with a borrowed frame also with the size inferred from the data themselves.
+/// Adds a hypothesis; if its frame is borrowed, also one with the size inferred from the data.
 void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypothesis& hypothesis);
 
-/// Candidates to borrow from: those with frame, scan and all tables, largest first, at most kMaxSiblings that
-/// differ.
+/// Candidates to borrow from: those with frame, scan and all tables, largest first, at most kMaxSiblings
+/// different ones.
 [[nodiscard]] std::vector<PictureCandidate> find_siblings(const std::vector<PictureCandidate>& candidates);
 
 inline constexpr std::size_t kMaxSiblings = 6;

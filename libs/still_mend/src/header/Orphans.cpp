@@ -30,8 +30,8 @@ std::vector<Range> gaps(Bytes file, std::vector<Range> covered) {
     return free;
 }
 
-/// The part of a range that is a scan by its restart markers in sequence: from the first of them to the first
-/// EOI after. Empty where there is no such part.
+/// The part of a range that is a scan, judging by its consecutive restart markers: from the first of them to
+/// the next EOI. Empty if there is no such part.
 Range restart_part(Bytes file, const Range& range) {
     std::size_t first = range.first;
     unsigned in_sequence = 0;

@@ -57,7 +57,7 @@ class HeaderWalk {
     }
 
   private:
-    /// Reads the segment at the offset. Returns where the next one is, or nothing at the header's end.
+    /// Reads the segment at the offset. Returns the offset of the next one, or nothing at the header's end.
     std::optional<std::size_t> step(PictureCandidate& candidate, std::size_t offset) {
         for (unsigned fill = 0;
              fill < 16 && offset + 1 < file_.size() && file_[offset] == 0xFF && file_[offset + 1] == 0xFF;
@@ -100,7 +100,7 @@ class HeaderWalk {
             candidate.applications.push_back({offset, next});
             return next;
         }
-        // What follows is no segment. A length under a known name is believed, another is not.
+        // No segment follows, so the length of this one is trusted only if it has a known name.
         return next_header_marker(candidate, has_known_name(content) ? next : offset + 1);
     }
 
@@ -158,7 +158,7 @@ class HeaderWalk {
     Bytes file_;
     const std::vector<HeaderMarker>& markers_;
     std::vector<bool> consumed_;
-    std::size_t steps_; // That all walks may take together.
+    std::size_t steps_; // The most that all walks may take together.
 };
 
 /// Whether a picture has more scans than its first, so that tables and SOS after that are its own.
@@ -215,7 +215,7 @@ std::vector<PictureCandidate> find_candidates(Bytes file, const std::vector<Head
     const std::size_t with_start = candidates.size();
     std::size_t before = 0; // How many candidates with SOI begin before the header marker.
     const PictureCandidate* open =
-        nullptr; // That of them whose header ends last: a thumbnail ends within another's.
+        nullptr; // The one of them whose header ends last: a thumbnail ends within another's.
     for (std::size_t index = 0; index < markers.size() && headless.size() < kMaxCandidates; ++index) {
         const auto& mark = markers[index];
         while (before < with_start && candidates[before].offset < mark.offset) {

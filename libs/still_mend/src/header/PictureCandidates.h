@@ -15,12 +15,12 @@ struct Range {
     [[nodiscard]] std::size_t size() const { return last - first; }
 };
 
-/// What survives of the header of one picture in the file, up to and with its first SOS.
+/// What survives of the header of one picture in the file, up to and including its first SOS.
 struct PictureCandidate {
     std::size_t offset = 0;      ///< That of its SOI, or of its first surviving segment.
     bool has_soi = false;        ///< Its SOI survives.
     bool nested = false;         ///< It is in an application segment of another: a thumbnail.
-    bool other_process = false;  ///< Lossless or another frame that is no picture for us. Only a border.
+    bool other_process = false;  ///< Lossless, or another frame that cannot be salvaged. Only marks a border.
     bool arithmetic = false;     ///< That process is arithmetic coding, which libjpeg decodes.
     bool damaged_header = false; ///< Something between the first segment and SOS could not be read.
     Tables tables;
@@ -32,8 +32,8 @@ struct PictureCandidate {
     std::vector<Range> applications; ///< Whole APPn and COM segments.
 };
 
-/// Puts header markers together into candidates, in the order of the file. Pictures whose SOI is lost begin
-/// at the first of their segments that is left. Steps are bounded by a constant times the file's size.
+/// Combines header markers into candidates, in the order of the file. Pictures whose SOI is lost begin at the
+/// first of their segments that is left. Steps are bounded by a constant times the file's size.
 [[nodiscard]] std::vector<PictureCandidate> find_candidates(Bytes file,
                                                             const std::vector<HeaderMarker>& markers);
 

@@ -7,7 +7,7 @@ namespace still_mend {
 namespace {
 
 constexpr std::int32_t kMostPrediction = 32767; // As libjpeg keeps it, in 16 bits.
-constexpr unsigned kNoCode = 17;                // The bits that are no code, and one.
+constexpr unsigned kNoCode = 17;                // The bits that are not a code, and one more.
 constexpr unsigned kAllZeros = 64;              // More than a band has.
 
 bool needs_ac(const Frame& frame, const Scan& scan) {
@@ -79,7 +79,7 @@ bool BlockDecoder::decode_dc(BitReader& reader, Channel& channel, Block& block) 
     channel.prediction += receive_extend(reader, static_cast<unsigned>(category));
     const std::int32_t limit = (channel.dc_limit >> scan_.al) + 1;
     if (channel.prediction > limit || channel.prediction < -limit) {
-        // Whoever reads on does so for long: a prediction must not grow without bound.
+        // The caller may read on for long: a prediction must not grow without bound.
         channel.prediction = std::clamp(channel.prediction, -kMostPrediction, kMostPrediction);
         return false;
     }
@@ -138,7 +138,7 @@ void BlockDecoder::refine(BitReader& reader, std::int16_t& coefficient) const {
     }
 }
 
-/// Passes over so many zeros from the k-th coefficient on; each on the way that is not zero gets its bit.
+/// Skips this many zeros from the k-th coefficient on; each nonzero coefficient on the way gets its bit.
 /// Returns the position of the next zero, or one after the band.
 unsigned BlockDecoder::refine_over_zeros(BitReader& reader, unsigned k, unsigned zeros, Block& block) const {
     for (; k <= scan_.se; ++k) {

@@ -21,11 +21,12 @@ class BlockDecoder {
     /// At the start of an interval.
     void restart();
 
-    /// Adds to a block what the scan has for it. False for what no picture can contain, or when the bits
-    /// ended early.
+    /// Adds to a block what the scan has for it. False for something that no picture can contain, or if the
+    /// bits ended early.
     bool decode(BitReader& reader, std::size_t channel, Block& block);
 
-    /// Goes on after a block that did not decode, as libjpeg does: without what its last code announced.
+    /// Continues after a block that did not decode, as libjpeg does: without the bits that its last code
+    /// announced.
     void step_over(BitReader& reader);
 
     /// Whether no end-of-band run is left over: an interval does not end within one.
@@ -40,7 +41,7 @@ class BlockDecoder {
         std::int32_t prediction = 0;
     };
 
-    /// What does not decode has so many bits that were not read.
+    /// Notes that what did not decode has this many unread bits.
     bool fails(unsigned unread) {
         unread_ = unread;
         return false;

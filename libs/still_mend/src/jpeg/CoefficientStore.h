@@ -25,7 +25,7 @@ class CoefficientStore {
     [[nodiscard]] Mcu mcu(std::size_t position) const;
 
     /// Fills lost MCUs between two that are present, one above and one below, with their colours. What is
-    /// lost at an end of the picture stays grey. present has one entry per MCU.
+    /// lost at the top or bottom of the picture stays grey. present has one entry per MCU.
     void bridge_gaps(const std::vector<bool>& present);
 
     /// Frees a component's plane, which must then not be used any more.

@@ -29,7 +29,7 @@ class JpegDecompressor {
     /// small pictures, and within kMaxPixels where libjpeg keeps all coefficients.
     [[nodiscard]] bool is_affordable(const Frame& frame);
 
-    /// What decoding all scans may cost, in blocks: several times what a picture of so many bytes takes.
+    /// What decoding all scans may cost, in blocks: several times what a picture of this many bytes takes.
     [[nodiscard]] std::uint64_t most_visits() const;
 
     /// Blocks that one step of jpeg_consume_input decodes in the current scan.

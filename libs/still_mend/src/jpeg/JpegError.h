@@ -9,12 +9,12 @@
 
 namespace still_mend {
 
-/// A fatal error of libjpeg, except a lack of memory: that is std::bad_alloc. Thrown by what calls libjpeg,
+/// A fatal error of libjpeg, except a lack of memory, which is std::bad_alloc. Thrown by callers of libjpeg,
 /// never through it.
 struct JpegError {};
 
 /// libjpeg's error manager. Errors leave libjpeg by a jump back into run_jpeg; nothing is printed; warnings
-/// are counted. A codec points to it, so it stays where it is.
+/// are counted. A codec points to it, so it must not move.
 struct JpegErrors : jpeg_error_mgr {
     JpegErrors();
     JpegErrors(const JpegErrors&) = delete;
@@ -29,9 +29,9 @@ struct JpegErrors : jpeg_error_mgr {
     std::jmp_buf out{};
 };
 
-/// Calls what calls libjpeg with this error manager. False when libjpeg gave up. Throws std::bad_alloc when
-/// it had no memory, and what the calls themselves throw outside of libjpeg. While libjpeg runs nothing with
-/// a destructor may live within the calls: a jump leaves without it.
+/// Runs calls of libjpeg with this error manager. False when libjpeg gave up. Throws std::bad_alloc when it
+/// had no memory, and what the calls themselves throw outside of libjpeg. While libjpeg runs, the calls must
+/// not hold anything with a destructor: a jump skips it.
 template <typename Calls>
 [[nodiscard]] bool run_jpeg(JpegErrors& errors, const Calls& calls) {
     // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.

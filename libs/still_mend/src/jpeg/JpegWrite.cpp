@@ -186,7 +186,7 @@ class Compressor {
         }
     }
 
-    /// Values beyond what baseline can code are only in noise.
+    /// Values beyond what baseline can code occur only in noise.
     static void copy(const Block& from, JBLOCK& to) {
         to[0] = std::clamp<std::int16_t>(from[0], -1024, 1023);
         std::transform(from.begin() + 1, from.end(), to + 1,

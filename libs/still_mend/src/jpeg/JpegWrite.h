@@ -12,9 +12,9 @@ namespace still_mend {
 /// Writes DQT, SOF, DHT, DRI and SOS for a picture with one interleaved scan, from what is known of it.
 void write_headers(std::ostream& stream, const Frame& frame, const Scan& scan, const Tables& tables);
 
-/// Writes a whole baseline JPEG from coefficients, with the picture's own quantisation: nothing is lost that
-/// was decoded. The segments (whole APPn, COM) come first. The store's planes are released on the way, so
-/// that memory never holds both copies whole. Throws JpegError when libjpeg refuses, and std::bad_alloc.
+/// Writes a whole baseline JPEG from coefficients, with the picture's own quantisation: nothing that was
+/// decoded is lost. The segments (whole APPn, COM) come first. The store's planes are released on the way, so
+/// that memory never holds two complete copies. Throws JpegError when libjpeg refuses, and std::bad_alloc.
 void write_coefficients(std::ostream& stream, const Frame& frame, const Tables& tables,
                         CoefficientStore& store, const std::vector<Bytes>& segments);
 

@@ -83,16 +83,16 @@ struct Scan {
 
 // Each reads a segment's content, which follows the length field, and judges all of it. None reads outside.
 
-/// Adds the tables of a DQT segment. False, with nothing changed, when the content is no such thing.
+/// Adds the tables of a DQT segment. False, with nothing changed, if the content is invalid.
 [[nodiscard]] bool read_quant_tables(Bytes content, Tables& tables);
 /// Adds the tables of a DHT segment: lengths that form a prefix code, at most 256 symbols, DC categories of
-/// at most 15 (which belongs to 12 bits, and to nobody's picture above 11).
+/// at most 15 (12 bits have that many; pictures of 8 bits at most 11).
 [[nodiscard]] bool read_huffman_tables(Bytes content, Tables& tables);
 [[nodiscard]] bool read_restart_interval(Bytes content, Tables& tables);
 /// Precision 8, one, three or four components, sampling 1 to 4, at most 10 blocks per MCU, sizes of 1 to
 /// 65500 and at most kMaxPixels.
 [[nodiscard]] std::optional<Frame> read_frame(unsigned char code, Bytes content);
-/// Whether the content is that of a SOS segment, without the frame: component ids are not looked up.
+/// Whether the content is that of an SOS segment, without the frame: component ids are not looked up.
 [[nodiscard]] bool is_scan(Bytes content);
 /// A scan of this frame.
 [[nodiscard]] std::optional<Scan> read_scan(Bytes content, const Frame& frame);

@@ -27,8 +27,8 @@ inline constexpr unsigned char kCom = 0xFE;
 [[nodiscard]] constexpr bool is_application(unsigned char code) {
     return code >= kApp0 && code <= kApp15;
 }
-/// A frame that is a picture for us: baseline, extended or progressive, Huffman coded. The lossless SOF3 of
-/// a raw strip is none.
+/// A frame that can be salvaged: baseline, extended or progressive, Huffman coded. The lossless SOF3 of a raw
+/// strip cannot.
 [[nodiscard]] constexpr bool is_picture_frame(unsigned char code) {
     return code >= kSof0 && code <= kSof2;
 }

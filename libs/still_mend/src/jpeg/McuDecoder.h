@@ -20,8 +20,8 @@ struct DcState {
     bool known = true; ///< False after a gap without a restart: values are then off by an unknown constant.
 };
 
-/// Decodes the MCUs of a sequential scan, and refuses what no picture of 8 bits can contain: bits that are no
-/// code, coefficients beyond the 64th, dequantised coefficients outside the range of the transform.
+/// Decodes the MCUs of a sequential scan, and refuses what no picture of 8 bits can contain: bits that are
+/// not a code, coefficients beyond the 64th, dequantised coefficients outside the range of the transform.
 class McuDecoder {
   public:
     /// Whether all tables that the scan needs are there.
@@ -30,8 +30,8 @@ class McuDecoder {
     /// The tables must be there, and the scan must not be progressive.
     McuDecoder(const Frame& frame, const Scan& scan, const Tables& tables);
 
-    /// Decodes the next MCU. False when it is not one, or when its bits ended early; some of its blocks may
-    /// then be good, and those after have the brightness of what was before.
+    /// Decodes the next MCU. False if it is not one, or if its bits ended early; some of its blocks may then
+    /// be good, and the others have the brightness of those before.
     [[nodiscard]] bool decode(BitReader& reader, DcState& dc, Mcu& mcu) const;
 
     /// Adds to the DC values of an MCU, by component of the scan.
@@ -41,7 +41,7 @@ class McuDecoder {
     struct ComponentCoding {
         HuffmanTable dc;
         HuffmanTable ac;
-        std::int32_t dc_limit = 0; ///< Of a quantised DC value, both ways.
+        std::int32_t dc_limit = 0; ///< For a quantised DC value, in both directions.
         CoefficientLimits ac_limits{};
     };
 

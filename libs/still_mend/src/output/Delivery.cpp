@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Not over a folder, a link or a device, nor into a pipe, which would wait for a reader.
+/// Refuses to replace a folder, a link or a device, or to write into a pipe, which would wait for a reader.
 bool may_write(const fs::path& path) {
     std::error_code ignored;
     const auto type = system_path::status(path, ignored).type();
@@ -61,7 +61,7 @@ void write(std::ostream& stream, Bytes bytes) {
 constexpr unsigned char kSoi[] = {0xFF, marker::kSoi};
 constexpr unsigned char kEoi[] = {0xFF, marker::kEoi};
 
-/// The segments that go first: those of the picture itself, or a small Exif of what else survived.
+/// The segments that come first: those of the picture itself, or a small Exif made from what else survives.
 struct LeadingSegments {
     std::vector<unsigned char> exif;
     std::vector<Bytes> segments;

@@ -130,7 +130,7 @@ class TiffReader {
     bool little_;
 };
 
-/// Whether a TIFF header is at the offset: byte order, then 42 or what a maker puts in its place.
+/// Whether a TIFF header is at the offset: byte order, then 42 or what a maker uses instead.
 std::optional<bool> little_endian_at(Bytes file, std::size_t offset) {
     const unsigned char first = file[offset];
     if ((first != 'I' && first != 'M') || file[offset + 1] != first) {

@@ -6,7 +6,8 @@
 
 namespace still_mend {
 
-/// A regular file mapped whole for reading. The bytes live as long as the object. An empty file has no bytes.
+/// A regular file mapped whole for reading. The bytes are valid as long as the object exists. An empty file
+/// has no bytes.
 class MappedFile {
   public:
     MappedFile() = default;

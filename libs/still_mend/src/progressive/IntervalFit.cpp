@@ -15,7 +15,8 @@ namespace {
 constexpr double kDcRowWeight = 1.0 / 3; // Of a step down in a DC scan.
 
 /// The odds of a step between neighbours fall with the square of its size, from about a level on. Edges,
-/// which are many times the usual step, are then no stronger a sign than a usual step that is met exactly.
+/// which are many times the usual step, are then no stronger evidence than a usual step that is matched
+/// exactly.
 double odds_of(double step) {
     constexpr double kSmallStep = kLevel;
     return -2 * std::log(kSmallStep + step);
@@ -167,7 +168,7 @@ void IntervalFit::compare_block(std::size_t state, std::size_t index, std::size_
     if (scan_.ss > 0 && !progress_[index].dc[row * wide + column]) {
         return; // Nothing to compare with.
     }
-    // Rows that are near one another are of like brightness, so that it goes with many of them.
+    // Rows near one another have similar brightness, so an interval fits many of them.
     const double down = scan_.ss == 0 ? kDcRowWeight : 1.0;
     Trace* const traces = traces_[state][index].data();
     Trace& here = traces[row % rows * wide + column];

@@ -15,15 +15,15 @@
 
 namespace still_mend {
 
-/// Measures how well the intervals of a scan go with what other scans of the picture gave, in each of several
-/// places. What a scan adds to coefficients that are there makes the steps across the borders between blocks
-/// smaller in the right place: brightness goes with the slopes of its neighbours, and waves go on in them.
-/// Anywhere else it makes them smaller or larger by chance, as its negative would. A scan that refines
+/// Measures how well the intervals of a scan fit what other scans of the picture contained, in each of
+/// several places. What a scan adds to existing coefficients makes the steps across the borders between
+/// blocks smaller in the right place: brightness follows the slopes of its neighbours, and waves continue in
+/// them. Anywhere else it makes them smaller or larger by chance, as its negative would. A scan that refines
 /// coefficients can only be read in the right place, since its bits count those that are there; and where
 /// they are not in the right place, the scan that refines them cannot be read.
 class IntervalFit {
   public:
-    /// shifts: in units, by state. All that is referred to must outlive this.
+    /// shifts: in units, by state. Everything that is referred to must outlive this object.
     IntervalFit(const Frame& frame, const Scan& scan, const Tables& tables, const CoefficientStore& store,
                 const std::vector<BlockProgress>& progress, std::vector<std::size_t> shifts);
 
@@ -35,14 +35,14 @@ class IntervalFit {
     };
     void check_with(Refining refining);
 
-    /// What is known of an interval by state, from the lowest bit: whether the bits end where they must, and
-    /// those that refine it.
+    /// What is known of an interval, by state from the lowest bit: whether its bits end where they must, and
+    /// whether those that refine it do.
     struct Closing {
         std::uint8_t own = 0;
         std::uint8_t refining = 0xFF;
     };
 
-    /// Reads the next interval: at most so many units, the first of which is this one without a shift.
+    /// Reads the next interval: at most this many units, the first of which is the given one without a shift.
     /// Appends to the fits.
     [[nodiscard]] Closing read(BlockDecoder& decoder, const BitReader& start, std::size_t first,
                                std::size_t interval);
@@ -51,7 +51,7 @@ class IntervalFit {
     [[nodiscard]] const PathFits& fits() const { return fits_; }
 
   private:
-    /// One border of a block: what other scans gave, and what this one adds.
+    /// One border of a block: what other scans contained, and what this one adds.
     struct Border {
         BorderSamples there{};
         BorderSamples added{};

@@ -22,7 +22,7 @@ struct PathFits {
     std::vector<float> alone;  ///< By interval and state.
     std::vector<float> joined; ///< With the interval before, if that is in the same state.
     std::vector<float> below;  ///< With the intervals above it, if they are in the same state.
-    std::size_t reach = 0;     ///< The farthest of those is so many intervals before.
+    std::size_t reach = 0;     ///< The farthest of those is this many intervals before.
 };
 
 /// The state of an interval.

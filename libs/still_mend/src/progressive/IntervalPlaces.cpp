@@ -10,7 +10,7 @@ namespace still_mend {
 namespace {
 
 /// How many intervals are lost up to a segment, in eights, in each state: all numbers of them up to the most,
-/// or none and the most where that is too much to look at.
+/// or only none and the most if that is too much to examine.
 std::vector<std::size_t> losses_up_to(std::size_t eights, std::size_t segments) {
     constexpr std::size_t kMostFits = 1U << 20U;
     if (eights >= PathInterval::kMostStates || segments * (eights + 1) > kMostFits) {
@@ -31,7 +31,7 @@ class MeanSize {
         ++count_;
     }
 
-    /// How many intervals more than these so many bytes would hold, in eights.
+    /// How many more intervals than these this number of bytes would hold, in eights.
     [[nodiscard]] std::size_t eights_besides(std::size_t bytes, std::size_t intervals) const {
         if (count_ == 0) {
             return 0;

@@ -25,7 +25,7 @@ struct IntervalPlace {
 [[nodiscard]] std::size_t hidden_eights(const ScanLayout& layout, const std::vector<IntervalPlace>& places,
                                         std::size_t file_end);
 
-/// Moves the segments after hidden losses to where they fit what other scans gave.
+/// Moves the segments after hidden losses to where they fit what other scans contained.
 ///
 ///   eights    intervals that are lost in all, in eights
 ///   refining  the scan that refines this one next, if none of its intervals is lost; otherwise null

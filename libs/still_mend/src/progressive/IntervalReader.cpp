@@ -20,7 +20,7 @@ IntervalReader::Result IntervalReader::read(const EntropySegment& segment, std::
         }
     }
     const bool stop_at_broken =
-        scan_.refines_ac() && !(has_broken(first, count) && closes_on_what_is_there(segment, first, count));
+        scan_.refines_ac() && !(has_broken(first, count) && closes_despite_loss(segment, first, count));
     BitReader reader = layout_.reader_of(segment);
     ReadingWork work(reader);
     decoder_.restart();
@@ -47,15 +47,15 @@ bool IntervalReader::has_broken(std::size_t first, std::size_t count) const {
     return false;
 }
 
-/// Whether the bits of an interval that refines end with its last unit. Where earlier scans are lost nothing
-/// of theirs was then missing: flat parts of a picture have no coefficients.
-bool IntervalReader::closes_on_what_is_there(const EntropySegment& segment, std::size_t first,
-                                             std::size_t count) {
+/// Whether the bits of an interval that refines end with its last unit. Where earlier scans are lost, the
+/// interval then needed nothing of theirs: flat parts of a picture have no coefficients.
+bool IntervalReader::closes_despite_loss(const EntropySegment& segment, std::size_t first,
+                                         std::size_t count) {
     const OverDamage trial = read_over_damage(segment, first, count, false);
     return trial.failed == 0 && trial.closes && decoder_.at_rest();
 }
 
-/// Decodes an interval over all that does not decode, and keeps it or not.
+/// Decodes an interval across damage, and decides whether to keep it.
 IntervalReader::OverDamage IntervalReader::read_over_damage(const EntropySegment& segment, std::size_t first,
                                                             std::size_t count, bool keep) {
     OverDamage result;
@@ -98,7 +98,7 @@ bool IntervalReader::read_unit(BitReader& reader, std::size_t unit, bool stop_at
         const Block before = block;
         if (!decoder_.decode(reader, channel, block)) {
             if (!reader.overrun() || reader.stop() != picture_.file_end) {
-                block = before; // Where the file ends, what is there of it is good.
+                block = before; // Where the file ends, what is there of the block is good.
             }
             return false;
         }

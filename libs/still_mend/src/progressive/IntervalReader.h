@@ -34,8 +34,8 @@ class IntervalReader {
     };
 
     [[nodiscard]] bool has_broken(std::size_t first, std::size_t count) const;
-    [[nodiscard]] bool closes_on_what_is_there(const EntropySegment& segment, std::size_t first,
-                                               std::size_t count);
+    [[nodiscard]] bool closes_despite_loss(const EntropySegment& segment, std::size_t first,
+                                           std::size_t count);
     OverDamage read_over_damage(const EntropySegment& segment, std::size_t first, std::size_t count,
                                 bool keep);
     bool read_unit(BitReader& reader, std::size_t unit, bool stop_at_broken);

@@ -91,8 +91,8 @@ class BetweenScans {
     std::size_t limit_;
 };
 
-/// Whether a scan adds to what another has begun.
-bool goes_on_with(const Scan& scan, const Scan& other) {
+/// Whether a scan adds to what an earlier one began.
+bool builds_on_scan(const Scan& scan, const Scan& other) {
     const auto shared = [&](const ScanComponent& component) {
         return std::any_of(other.components.begin(), other.components.end(),
                            [&](const ScanComponent& each) { return each.index == component.index; });
@@ -101,7 +101,7 @@ bool goes_on_with(const Scan& scan, const Scan& other) {
            std::any_of(scan.components.begin(), scan.components.end(), shared);
 }
 
-/// Whether a scan refines all coefficients that another gave, as the next one.
+/// Whether a scan is the next one after another, and refines all of its coefficients.
 bool refines(const ScanSource& source, const ScanSource& other) {
     const Scan& scan = source.scan;
     const Scan& first = other.scan;
@@ -177,7 +177,9 @@ class ScanSequence {
   private:
     /// Reads a scan, or defers it until all others are read. Returns where it ends.
     std::size_t read_or_defer(ScanSource&& source) {
-        const auto builds_on = [&](const ScanSource& other) { return goes_on_with(source.scan, other.scan); };
+        const auto builds_on = [&](const ScanSource& other) {
+            return builds_on_scan(source.scan, other.scan);
+        };
         if (std::any_of(deferred_.begin(), deferred_.end(), builds_on) ||
             ScanPass(picture_, source).has_hidden_loss()) {
             deferred_.push_back(std::move(source));
@@ -186,7 +188,7 @@ class ScanSequence {
         return read(source);
     }
 
-    /// DC scans first: all else is placed by brightness.
+    /// DC scans first: everything else is placed by brightness.
     void read_deferred() {
         std::stable_partition(deferred_.begin(), deferred_.end(),
                               [](const ScanSource& source) { return source.scan.begins_dc(); });

@@ -7,7 +7,7 @@
 
 namespace still_mend {
 
-/// What the scans of a progressive picture, or of one with one scan per component, gave.
+/// What the scans of a progressive picture, or of one with one scan per component, contained.
 struct MultiScanResult {
     std::vector<bool> present; ///< By MCU: the DC value of every block was decoded.
     std::vector<bool> guessed; ///< By MCU: that came from data that do not end where they must.
@@ -15,7 +15,7 @@ struct MultiScanResult {
     bool whole = false; ///< Every scan decoded and closed, up to EOI, with nothing skipped between them.
     bool eoi_found = false;
     std::size_t end = 0;       ///< After EOI, or after the last scan.
-    std::size_t first_bad = 0; ///< Offset in the file, about; meaningless for a whole picture.
+    std::size_t first_bad = 0; ///< Approximate offset in the file; meaningless for a whole picture.
 };
 
 /// Decodes scan after scan from the candidate's first SOS on. Tables and SOS between the scans are used

@@ -12,14 +12,14 @@ namespace still_mend {
 
 /// A picture of several scans while these are read: its coefficients, and what each block has of them.
 struct PictureInProgress {
-    /// All that is referred to must outlive it.
+    /// Everything that is referred to must outlive it.
     PictureInProgress(Bytes file_bytes, const Frame& frame_header, CoefficientStore& coefficients,
                       std::size_t end_of_data);
 
     Bytes file;
     const Frame& frame;
     CoefficientStore& store;
-    std::size_t file_end;                ///< Where the data of the picture end, be it within a scan.
+    std::size_t file_end;                ///< Where the data of the picture end, even within a scan.
     std::vector<BlockProgress> progress; ///< By component.
     std::size_t inferred_interval = 0;   ///< In units of a scan; 0 where none was inferred.
 

@@ -43,8 +43,8 @@ class ScanLayout {
     /// Whether a restart marker is the first marker in the data.
     [[nodiscard]] bool begins_with_restarts() const;
 
-    /// Decodes a segment into nothing, at most so many units. Returns after how many its bits end, if that is
-    /// not before the least; 0 if they do not end with a unit.
+    /// Decodes a segment without keeping anything, at most this many units. Returns after how many its bits
+    /// end, if that is not before the least; 0 if they do not end with a unit.
     [[nodiscard]] std::size_t units_until_close(BlockDecoder& decoder, const EntropySegment& segment,
                                                 std::size_t least, std::size_t most) const;
 

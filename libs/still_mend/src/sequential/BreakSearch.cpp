@@ -42,7 +42,7 @@ class BreakSearch {
         const std::size_t end = run.trace + run.count;
         bool smooth = run.dc_known;
         std::size_t begin = run.trace;  // Of the current part, if smooth.
-        std::size_t change = run.trace; // Where the sum was 0 last.
+        std::size_t change = run.trace; // Where the sum was last 0.
         double sum = 0;
         for (std::size_t mcu = run.trace + 1; mcu < end && found_.size() < kMostParts; ++mcu) {
             const double step = std::min(traces_.step_right(mcu - 1, mcu), kMostRough * bound_);
@@ -75,8 +75,8 @@ class BreakSearch {
         return good ? end : begin + smooth_prefix(traces_, begin, end, typical_);
     }
 
-    /// The same of a run that stays in its place: only its last MCUs are looked at, and what is usual is what
-    /// precedes them.
+    /// The same for a run that stays in its place: only its last MCUs are examined, against the usual step
+    /// before them.
     [[nodiscard]] std::size_t end_in_place(const Run& run) const {
         const std::size_t end = run.trace + run.count;
         if (run.at_eoi || run.cut || run.count >= total_) {

@@ -8,8 +8,8 @@
 namespace still_mend {
 
 /// Whether a run stays where it is from its first MCU to its last: it begins the scan, and nothing proves
-/// that it slipped, as an end with some MCUs too many or too few does. A picture has edges that look like
-/// damage, so their look does not show where the first damage is.
+/// that it slipped, as an end with some MCUs too many or too few does. Edges in a picture look like damage,
+/// so looks alone do not show where the first damage is.
 [[nodiscard]] bool is_in_place(const Run& run, std::size_t total);
 
 /// Takes the runs apart where noise begins and ends. Damage need not lead to an error: the decoder often

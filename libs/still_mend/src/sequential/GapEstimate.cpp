@@ -37,7 +37,7 @@ double GapEstimate::bytes_per_mcu(const RunPart& part) const {
            static_cast<double>(part.size());
 }
 
-/// About: as if all MCUs of a run had as many bytes.
+/// Approximate: as if all MCUs of a run had the same number of bytes.
 double GapEstimate::offset_of(std::size_t run_index, std::size_t trace) const {
     const Run& run = survey_.runs[run_index];
     const double share = static_cast<double>(trace - run.trace) / static_cast<double>(run.count);

@@ -38,7 +38,7 @@ constexpr double kSlipCost = 4;              // A run that slipped is that much 
 constexpr double kSlipCostPerMcu = 1.0 / 8;  // And by each MCU that it slipped.
 constexpr double kLevelMargin = 3;           // What a change of brightness must make likelier.
 constexpr double kClearlySmoother = 0.7; // Of the steps straight on: the end of the scan speaks for a slip.
-constexpr double kGapSpread = 3;         // Deviation of what bytes suggest: so many MCUs,
+constexpr double kGapSpread = 3;         // Deviation of what bytes suggest: this many MCUs,
 constexpr double kGapSpreadShare = 0.2;  // and this share of them.
 constexpr double kMostGapCost = 8;       // An unlikely gap is still a possible one.
 constexpr double kFarthestGap = 6;       // Of what bytes suggest, and a row.
@@ -104,8 +104,8 @@ class PlainPlacement {
         return result;
     }
 
-    /// Splits parts where they slipped. A run from the scan's beginning to its end that has some MCUs more or
-    /// less than the picture did somewhere, even if it hardly shows.
+    /// Splits parts where they slipped. A run from the scan's beginning to its end that has a few MCUs more
+    /// or fewer than the picture slipped somewhere, even if that hardly shows.
     [[nodiscard]] std::vector<RunPart> split_at_slips(const std::vector<RunPart>& parts) const {
         std::vector<RunPart> result;
         for (const auto& part : parts) {
@@ -158,7 +158,7 @@ class PlainPlacement {
             }
             const auto slip = static_cast<std::ptrdiff_t>(straight) - static_cast<std::ptrdiff_t>(position);
             if (const auto cut = goes_on ? slips_.best_cut(part, slip) : std::nullopt) {
-                // It slipped further on.
+                // It slipped later.
                 put_with_gap({part.run, part.first, *cut}, last_.sure);
                 position += *cut - part.first;
                 part.first = *cut;
@@ -176,7 +176,7 @@ class PlainPlacement {
         put_fitting(part, position, fit ? fit->level : last_.level, true);
     }
 
-    /// Places a part of another run than the last: about as many MCUs are lost as the bytes suggest.
+    /// Places a part of a different run from the last one: about as many MCUs are lost as the bytes suggest.
     void place_after_gap(const RunPart& part) {
         const std::size_t reached = last_.reached();
         const double expected = gaps_.lost_mcus(last_.part, part);

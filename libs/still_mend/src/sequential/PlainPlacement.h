@@ -8,8 +8,8 @@
 namespace still_mend {
 
 /// Gives the runs of a scan without restarts their places. The first is at the beginning; if it broke off,
-/// the part before the damage is placed. Those after damage are placed from the end of the scan, where that
-/// is there, or where they fit what is above; their DC values are levelled with it.
+/// the part before the damage is placed. Those after damage are placed from the end of the scan, if that
+/// survives, or where they fit what is above; their DC values are levelled with it.
 [[nodiscard]] std::vector<Placement> place_plain(const ScanData& data, const Survey& survey, Canvas& canvas);
 
 } // namespace still_mend

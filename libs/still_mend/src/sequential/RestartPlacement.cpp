@@ -201,8 +201,8 @@ class RestartPlacement {
         end_ = run(sequence.last - 1).end;
     }
 
-    /// A sequence that is eight intervals short, or a multiple: so many were cut out of it without a sign in
-    /// the numbers. They are missing where its rows fit least.
+    /// A sequence that is short by eight intervals or a multiple: that many were cut out of it without a sign
+    /// in the numbers. They are missing where its rows fit least.
     void put_with_loss(const RunSequence& sequence, std::size_t place, std::size_t missing) {
         std::size_t after_loss = sequence.first + 1;
         double worst = -1;

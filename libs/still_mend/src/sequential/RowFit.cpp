@@ -11,8 +11,8 @@ namespace still_mend {
 namespace {
 
 constexpr std::size_t kLeastPairs = 8; // MCUs compared, or a whole row.
-constexpr double kMostUnusual = 6;     // A step counts as at most so many usual ones: it may be an edge.
-constexpr double kNeighbours = 4;      // So many neighbours speak as one: their steps are nearly the same.
+constexpr double kMostUnusual = 6;     // A step counts as at most this many usual ones: it may be an edge.
+constexpr double kNeighbours = 4;      // This many neighbours count as one: their steps are nearly the same.
 
 } // namespace
 
@@ -120,7 +120,7 @@ double RowFit::step_over(const Pair& pair, const Levels& level) const {
     return traces_.step_down(canvas_.trace(pair.above), pair.below, offset);
 }
 
-/// The usual step over so many rows in this place: the mean of those further up, those within the part, and
+/// The usual step over this many rows in this place: the mean of those further up, those within the part, and
 /// the usual step between rows.
 double RowFit::usual_step(const RunPart& part, const Pair& pair) const {
     const std::size_t apart = pair.rows * wide_;

@@ -30,8 +30,8 @@ class RowFit {
         double cost = 0;  ///< What speaks against the place: minus the logarithm of its likelihood.
     };
 
-    /// The fit of a part at a position, with the level that fits best; with what is at most so many rows
-    /// above. Nothing where too little is above.
+    /// The fit of a part at a position, with the level that fits best; with what is at most this many rows
+    /// above. Nothing if too little is above.
     [[nodiscard]] std::optional<Fit> at(const RunPart& part, std::size_t position, std::size_t rows = kRows);
     /// The same with this level.
     [[nodiscard]] std::optional<Fit> at_level(const RunPart& part, std::size_t position, const Levels& level);
@@ -44,7 +44,7 @@ class RowFit {
     /// other as they are, so that what is between them is only a rough part of the picture.
     [[nodiscard]] bool continues(const RunPart& before, const RunPart& after) const;
 
-    /// Whether as much was compared as one picture may take.
+    /// Whether the limit of comparisons for one picture is reached.
     [[nodiscard]] bool is_exhausted() const { return compared_ >= kMostCompared; }
 
   private:
@@ -70,7 +70,7 @@ class RowFit {
     const McuTraces& traces_;
     std::size_t wide_;
     double typical_;
-    std::array<double, kRows + 1> usual_{}; // Steps to the row so many below.
+    std::array<double, kRows + 1> usual_{}; // Steps to the row this many below.
     std::size_t compared_ = 0;              // MCUs.
 };
 

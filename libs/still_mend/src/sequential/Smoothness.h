@@ -4,7 +4,7 @@
 
 namespace still_mend {
 
-/// A step counts as at most so many rough ones: an edge of the picture is no more than a few MCUs of noise.
+/// A step counts as at most this many rough ones: an edge of the picture is no more than a few MCUs of noise.
 inline constexpr double kMostRough = 4;
 
 /// The step from which on a border is rough, where the typical step is this: three times as large, and two

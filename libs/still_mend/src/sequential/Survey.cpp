@@ -25,8 +25,8 @@ std::size_t most_traces(const ScanData& data) {
 constexpr std::size_t kMostTooMany = 256;    // MCUs that damage adds to a run.
 constexpr std::size_t kDroppedPerBit = 4096; // Runs of noise after which one more bit is skipped at a time.
 
-/// How many MCUs a run may have. Where data are left up to EOI after the last MCU of the picture, damage
-/// added some, and the end shows how many.
+/// How many MCUs a run may have. If data remain before EOI after the last MCU of the picture, damage added
+/// some MCUs, and the end shows how many.
 std::size_t most_mcus(const ScanData& data, const BitReader& after_last) {
     BitReader rest = after_last;
     if (rest.closes()) {
@@ -60,7 +60,7 @@ Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTrace
         while (run.count < data.interval) {
             BitReader before = reader;
             if (!decoder.decode(reader, dc, mcu)) {
-                // The last interval may be shorter, and then ends here.
+                // The last interval may be shorter, and then it ends here.
                 run.closes = run.count == last_count && segment->at_eoi && before.closes();
                 break;
             }
@@ -112,7 +112,7 @@ class PlainSurvey {
         bool last_of_scan = false;
     };
 
-    /// Decodes MCUs up to what is none.
+    /// Decodes MCUs up to something that is not one.
     RunEnd read_run() {
         run_ = {};
         run_.start = reader_;
@@ -174,7 +174,7 @@ class PlainSurvey {
             reader_ = BitReader(bytes_, stop + (data_.file[stop + 1] == 0xFF ? 1 : 2));
             return true;
         }
-        // What is no code was not consumed. Far within noise the steps grow.
+        // Bits that are not a code were not consumed. Far into noise the steps grow.
         const std::size_t bits = std::min<std::size_t>(1 + dropped_ / kDroppedPerBit, 16);
         static_cast<void>(reader_.get(static_cast<unsigned>(bits)));
         return true;

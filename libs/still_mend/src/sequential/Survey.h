@@ -30,7 +30,7 @@ struct Run {
     bool cut = false;      ///< Its data end with the limit: all of it is good.
     std::size_t trace = 0; ///< That of the first MCU.
     std::size_t count = 0; ///< MCUs.
-    std::size_t begin = 0; ///< Offsets in the file, about.
+    std::size_t begin = 0; ///< Approximate offsets in the file.
     std::size_t end = 0;
 };
 
@@ -41,8 +41,8 @@ struct Survey {
     std::size_t end = 0; ///< After EOI, or where reading stopped.
 };
 
-/// Takes the data apart at restart markers. Each entropy-coded segment is a run of at most one interval,
-/// whatever its fate; one after another marker than a restart is left out. Reads each byte once or twice.
+/// Splits the data at restart markers. Each entropy-coded segment is a run of at most one interval, however
+/// it ends; one after a marker other than a restart is left out. Reads each byte once or twice.
 [[nodiscard]] Survey survey_restarts(const ScanData& data, const McuDecoder& decoder, McuTraces traces);
 
 /// Reads data without restarts to the end. After bits that do not decode it goes on where it stopped:
@@ -52,8 +52,8 @@ struct Survey {
 
 inline constexpr std::size_t kMinRun = 16;
 
-/// The interval by the restart markers: how many MCUs most of the first segments hold that end with their
-/// last bit. 0 where there are none.
+/// The interval by the restart markers: how many MCUs most of those of the first segments hold that end with
+/// their last bit. 0 if there are none.
 [[nodiscard]] unsigned infer_interval(const ScanData& data, const McuDecoder& decoder);
 
 } // namespace still_mend

@@ -37,7 +37,7 @@ bool SyncSearch::is_start(BitReader reader) {
 
 std::optional<BitReader> SyncSearch::find(BitReader reader) {
     if (count_ < kLeastSteps) {
-        return std::nullopt; // What would be found has nothing to be placed by.
+        return std::nullopt; // Nothing would show where to place what is found.
     }
     for (; tries_ < kMostTries && !reader.overrun(); ++tries_) {
         if (is_start(reader)) {

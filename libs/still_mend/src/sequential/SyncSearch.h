@@ -7,7 +7,7 @@
 
 namespace still_mend {
 
-/// Finds the bit after damage at which MCUs begin again: the first from which a dozen and more decode, and
+/// Finds the bit after damage at which MCUs begin again: the first from which more than a dozen decode and
 /// join smoothly. All searches for one picture together try at most kMostTries bits.
 class SyncSearch {
   public:
