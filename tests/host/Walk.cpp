@@ -113,9 +113,9 @@ std::vector<Harm> make_harms() {
     all.push_back(harm("head zeroed, zero tail", [](const Pair& pair) {
         return zeroed(behead(pair), at(pair, 0.85), pair.original.size());
     }));
-    all.push_back(harm("displaced by garbage in front",
+    all.push_back(harm("displaced by garbage before it",
                        [](const Pair& pair) { return joined(noise(4096, 9), pair.original); }));
-    all.push_back(harm("head zeroed, displaced by garbage in front",
+    all.push_back(harm("head zeroed, displaced by garbage before it",
                        [](const Pair& pair) { return joined(noise(4096, 9), behead(pair)); }));
     all.push_back(blocks("zero block, 512", 512, {0.7}, zeros));
     all.push_back(blocks("zero block, 4096", 4096, {0.7}, zeros));
