@@ -51,7 +51,7 @@ TEST_P(Folders, WorkFolderThatIsNotThere) {
     EXPECT_EQ(output_bytes().has_value(), is("cr3"));
 }
 
-TEST_P(Folders, CloneThatVanishesOnTheWay) {
+TEST_P(Folders, WorkingCopyThatVanishesOnTheWay) {
     on_log([this](std::string_view line) {
         if (line.ends_with("clone success")) {
             fs::remove(temporary);

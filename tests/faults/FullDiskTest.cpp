@@ -76,7 +76,7 @@ TEST_P(SmallFileSystem, ForTheOutputIsNotNoticed) {
     EXPECT_EQ(result, 0);
 }
 
-TEST_P(SmallFileSystem, ForTheCloneIsNotNoticedWhereTheCloneHasWhatIsSearchedFor) {
+TEST_P(SmallFileSystem, ForTheWorkingCopyIsNotNoticedWhereItHasWhatIsSearchedFor) {
     add_tail();
     const Bytes whole = *format.repaired(cut(read_file(sample), room), read_file(damaged));
     const auto result = repair_on(work, code(0), whole);

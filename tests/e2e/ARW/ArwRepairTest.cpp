@@ -211,7 +211,7 @@ TEST_F(ArwMerge, SampleOffsetAtItsEndSucceeds) {
     EXPECT_EQ(output(), joined(patched, part(damaged, damaged_photo.image_offset, damaged.size())));
 }
 
-TEST_F(ArwMerge, SampleOffsetPastItsEndLeavesAnEmptyOutputAndThePatchedClone) {
+TEST_F(ArwMerge, SampleOffsetPastItsEndLeavesAnEmptyOutputAndThePatchedWorkingCopy) {
     for (const std::uint32_t beyond :
          {static_cast<std::uint32_t>(sample_photo.bytes.size()) + 1, 0xFFFFFFFFU}) {
         reset_stand_ins();

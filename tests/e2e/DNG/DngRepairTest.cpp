@@ -358,7 +358,7 @@ TEST_P(DngTables, FirstOffsetOfTheSampleMayBeItsSize) {
     }
 }
 
-TEST_P(DngTables, FirstOffsetPastTheSampleLeavesNoOutputAndThePatchedClone) {
+TEST_P(DngTables, FirstOffsetPastTheSampleLeavesNoOutputAndThePatchedWorkingCopy) {
     for (const std::uint32_t image : {1401U, 0xFFFFFFFFU}) {
         reset_stand_ins();
         put_u32(sample.bytes, sample.offset_list, image, order);

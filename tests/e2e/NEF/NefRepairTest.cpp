@@ -354,7 +354,7 @@ TEST_F(NefMerge, SampleOffsetOneBeforeItsEndAndAtItsEndSucceeds) {
     }
 }
 
-TEST_F(NefMerge, SampleOffsetPastItsEndLeavesNoOutputAndThePatchedClone) {
+TEST_F(NefMerge, SampleOffsetPastItsEndLeavesNoOutputAndThePatchedWorkingCopy) {
     for (const std::uint32_t offset : {sample_size + 1, 0xFFFFFFFFU}) {
         reset_stand_ins();
         EXPECT_EQ(repair_with(offset, damaged_photo.raw_offset), -1065);

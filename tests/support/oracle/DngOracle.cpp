@@ -122,7 +122,7 @@ void merge(Draft& sample, const Tiles& old_tiles, const Draft& damaged, const Ti
 std::ostream& operator<<(std::ostream& stream, const DngOutcome& outcome) {
     stream << outcome.code << " \"" << outcome.reason << '"';
     for (const auto& [name, bytes] :
-         {std::pair{"output", &outcome.output}, {"clone", &outcome.working_copy}}) {
+         {std::pair{"output", &outcome.output}, {"working copy", &outcome.working_copy}}) {
         stream << ", " << name << ' ' << (*bytes ? std::to_string((*bytes)->size()) + " bytes" : "none");
     }
     return stream;
