@@ -24,7 +24,8 @@ class Locks : public ::testing::Test {
         fs::remove(ready);
         child.emplace(child_program(),
                       std::vector<std::string>{"lock", platform::bytes_of(file), platform::bytes_of(ready)});
-        EXPECT_TRUE(comes_true([&] { return fs::exists(ready); }));
+        // On Windows a file that is just being renamed exists, but cannot be opened yet.
+        EXPECT_TRUE(comes_true([&] { return std::ifstream(ready).is_open(); }));
         const Bytes bytes = read_file(ready);
         return {bytes.begin(), bytes.end()};
     }
