@@ -90,8 +90,8 @@ typedef struct StillMendReport {
     uint64_t first_bad_byte;
     /** STILL_MEND_HEADER_REBUILT and its like, combined. */
     uint32_t warnings;
-    /** MCUs that were decoded from the file and are shown where they fit best, but whose place is not certain.
-     * They are not part of own_mcu_count. */
+    /** MCUs that were decoded from the file and are shown where they fit best, but whose place is not
+     * certain. They are not part of own_mcu_count. */
     uint32_t guessed_mcu_count;
 } StillMendReport;
 
@@ -103,8 +103,8 @@ typedef struct StillMendReport {
  *   output_file   a JPEG of the original's size. Replaced if a picture was found, left alone otherwise.
  *                 Written first to the same path with ".part" added.
  *
- * Coded data that decode to the end are kept as they are. A file that is a JPEG, and decodes to its end without a
- * warning, is copied with all that follows its end. Returns one of the codes above.
+ * Coded data that decode to the end are kept as they are. A file that is a JPEG, and decodes to its end
+ * without a warning, is copied with all that follows its end. Returns one of the codes above.
  */
 STILL_MEND_API int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_file);
 
