@@ -14,7 +14,7 @@ test::Bytes repeated_file(const unsigned char* data, std::size_t size) {
     if (size <= kHeader) {
         return {};
     }
-    const test::Bytes file(data + kHeader, data + size);
+    test::Bytes file(data + kHeader, data + size);
     const std::size_t first = (data[1] | std::size_t{data[2]} << 8U) % file.size();
     const std::size_t length = std::min(data[3] | std::size_t{data[4]} << 8U, file.size() - first);
     if (length == 0) {

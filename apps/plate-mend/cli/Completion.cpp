@@ -198,16 +198,16 @@ std::optional<Shell> shell_from_name(const std::string& name) {
     return name == "fish" ? std::optional(Shell::kFish) : std::nullopt;
 }
 
-std::string completion(const CommandTree& app, Shell shell) {
+std::string completion(const CommandTree& program, Shell shell) {
     switch (shell) {
     case Shell::kBash:
-        return bash_completion(app);
+        return bash_completion(program);
     case Shell::kZsh:
-        return zsh_completion(app);
+        return zsh_completion(program);
     case Shell::kFish:
         break;
     }
-    return fish_completion(app);
+    return fish_completion(program);
 }
 
 } // namespace plate_mend::host

@@ -95,20 +95,20 @@ std::string roff_command(const CommandTree& app, const CommandTree& command) {
 
 } // namespace
 
-std::string man_page(const CommandTree& app) {
-    const std::string version = on_one_line(app.version);
-    std::string text = ".TH \"" + roff(upper(app.name)) + R"(" "1" "" ")" + roff(version) +
-                       "\" \"User Commands\"\n.SH NAME\n" + roff(app.name) + " \\- " +
-                       roff(on_one_line(app.description)) + "\n.SH SYNOPSIS\n";
-    for (const CommandTree& command : app.commands) {
-        text += roff_usage(app.name, command) + "\n.br\n";
+std::string man_page(const CommandTree& program) {
+    const std::string version = on_one_line(program.version);
+    std::string text = ".TH \"" + roff(upper(program.name)) + R"(" "1" "" ")" + roff(version) +
+                       "\" \"User Commands\"\n.SH NAME\n" + roff(program.name) + " \\- " +
+                       roff(on_one_line(program.description)) + "\n.SH SYNOPSIS\n";
+    for (const CommandTree& command : program.commands) {
+        text += roff_usage(program.name, command) + "\n.br\n";
     }
-    text += "\\fB" + roff(app.name) + "\\fR [\\fIoptions\\fR]\n.SH OPTIONS\n" + roff_options(app) +
+    text += "\\fB" + roff(program.name) + "\\fR [\\fIoptions\\fR]\n.SH OPTIONS\n" + roff_options(program) +
             ".SH COMMANDS\n";
-    for (const CommandTree& command : app.commands) {
-        text += roff_command(app, command);
+    for (const CommandTree& command : program.commands) {
+        text += roff_command(program, command);
     }
-    return app.footer.empty() ? text : text + ".SH NOTES\n" + roff_preformatted(app.footer);
+    return program.footer.empty() ? text : text + ".SH NOTES\n" + roff_preformatted(program.footer);
 }
 
 } // namespace plate_mend::host

@@ -23,7 +23,7 @@ bool is_likely_size(std::uint32_t width, std::uint32_t height) {
 std::uint32_t entry_value(const ByteReader& reader, std::size_t at, std::uint16_t tag) {
     constexpr std::uint16_t kShort = 3;
     constexpr std::uint16_t kLong = 4;
-    const auto type = reader.u16(at + 2);
+    const std::uint16_t type = reader.u16(at + 2).value_or(0);
     if (reader.u16(at) != tag || (type != kShort && type != kLong) || reader.u32(at + 4) != 1U) {
         return 0;
     }
