@@ -1,10 +1,12 @@
-# cmake -DSOURCE_DIR=... -DPART=Host|Libs -P CheckFolders.cmake
+# cmake -DSOURCE_DIR=... -DPART=Host|Libs|StillMend -P CheckFolders.cmake
 # Fails where a source includes a header of a folder that its own folder must not know. Each line of a table is a
 # folder and the folders that it may include, apart from itself. They must come after it in the table, so that
 # includes never run in a circle.
+# Headers outside all folders that any may include are in "common"; they include none of ours.
 cmake_policy(VERSION 3.20)
 if(PART STREQUAL "Host")
     set(root apps/plate-mend)
+    set(common "")
     set(table
         "cli: repair report record files text platform"
         "repair: judge diagnose report record files text platform"
@@ -29,6 +31,20 @@ elseif(PART STREQUAL "Libs")
         "jpeg_bits:"
         "system_path:")
     set(owners "plate_mend/: nobody")
+elseif(PART STREQUAL "StillMend")
+    # StillMend.cpp and Salvage are above all folders.
+    set(root libs/still_mend/src)
+    set(table
+        "output: assessment header jpeg platform"
+        "assessment: progressive header sequential fit jpeg"
+        "progressive: header fit jpeg"
+        "header: sequential fit jpeg"
+        "sequential: fit jpeg"
+        "fit: jpeg"
+        "jpeg:"
+        "platform:")
+    set(owners "")
+    set(common Bytes.h Work.h)
 else()
     message(FATAL_ERROR "no part is named ${PART}")
 endif()
@@ -75,6 +91,9 @@ foreach(room IN LISTS rooms)
             if(target IN_LIST rooms AND NOT target STREQUAL room AND NOT target IN_LIST allowed_${room})
                 list(APPEND problems "${root}/${name} includes ${included}")
             endif()
+            if(DEFINED common AND line MATCHES "\"" AND NOT included MATCHES "/" AND NOT included IN_LIST common)
+                list(APPEND problems "${root}/${name} includes ${included}, which is in no folder")
+            endif()
             if(included MATCHES "\\.\\./")
                 list(APPEND problems "${root}/${name} includes ${included}")
             endif()
@@ -88,6 +107,13 @@ foreach(room IN LISTS rooms)
             endforeach()
         endforeach()
     endforeach()
+endforeach()
+
+foreach(name IN LISTS common)
+    file(STRINGS "${SOURCE_DIR}/${root}/${name}" lines REGEX "^ *# *include *\"")
+    if(lines)
+        list(APPEND problems "${root}/${name}: ${lines}")
+    endif()
 endforeach()
 
 if(problems)
