@@ -7,8 +7,8 @@ Most of clang-tidy's time goes into the headers of the standard library and of t
 compiled with the same flags are therefore included in one file and looked at together: the static analyzer, too, treats
 sources that the main file includes as it treats the main file. Where sources cannot share a translation unit, such as
 two that define a constant of the same name, they are looked at one after the other.
-The compiler's own warnings are reported only for sources that are looked at alone: elsewhere they are left to the builds. Prints every finding once, and exits
-with 1 if there is one.
+The compiler's own warnings are reported only for sources that are looked at alone; otherwise they are left to the
+builds. Prints every finding once, and exits with 1 if there is one.
 """
 
 import concurrent.futures
