@@ -7,7 +7,7 @@
 namespace fuzz {
 
 /// The most bytes that a file grows to by what is repeated.
-inline constexpr std::size_t kMostRepeated = std::size_t{1} << 22U;
+inline constexpr std::size_t kMostRepeated = std::size_t{1} << 18U;
 
 /// A file in which a part may be repeated many times, so that a few bytes make a large one:
 ///

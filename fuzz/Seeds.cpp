@@ -119,12 +119,12 @@ void write_photographs(const fs::path& folder) {
     write_pair("cr3", "tracks", test::Cr3Photo({.number = 1}).bytes, test::Cr3Photo({.number = 2}).bytes);
 }
 
-/// A progressive grey picture of 8200 x 8200 pixels with two blocks in four bytes, each 2047 brighter than
+/// A progressive grey picture of 2080 x 2080 pixels with two blocks in four bytes, each 2047 brighter than
 /// the one before.
 Bytes growing_brightness() {
     Bytes file{0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0};
     file.insert(file.end(), 64, 1);
-    const Bytes frame{0xFF, 0xC2, 0, 11, 8, 0x20, 0x08, 0x20, 0x08, 1, 1, 0x11, 0};
+    const Bytes frame{0xFF, 0xC2, 0, 11, 8, 0x08, 0x20, 0x08, 0x20, 1, 1, 0x11, 0};
     const Bytes table{0xFF, 0xC4, 0, 20, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 11};
     const Bytes scan{0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0, 0, 0x7F, 0xF7, 0xFF, 0x00, 0xFF, 0xD9};
     return test::joined(test::joined(file, frame), test::joined(table, scan));
@@ -146,7 +146,7 @@ void write_pictures(const fs::path& folder) {
                fuzz::repeating(picture, 6, picture.size() - 100, 50));
     const Bytes growing = growing_brightness();
     write_seed(folder, "still_mend", "growing_brightness",
-               fuzz::repeating(growing, 20, growing.size() - 6, 4));
+               fuzz::repeating(growing, 16, growing.size() - 6, 4));
 }
 
 void write_paths(const fs::path& folder) {

@@ -73,6 +73,39 @@ class Budget {
     std::size_t left_;
 };
 
+/// How many blocks may be cleared for frames that are too large for their data, in all attempts on one file.
+/// The coefficients of a frame are cleared anew in each attempt, however little decodes.
+class FrameBudget {
+  public:
+    /// The largest frame may always be tried a few times: a picture that has lost its end is too large for
+    /// what is left of it.
+    FrameBudget(std::size_t size, const std::vector<PictureCandidate>& candidates) : left_(size) {
+        std::uint64_t largest = 0;
+        for (const auto& candidate : candidates) {
+            largest = std::max(largest, candidate.frame ? blocks(*candidate.frame) : 0);
+        }
+        left_ += kAttempts * largest;
+    }
+
+    bool spend(const Frame& frame, std::size_t bytes) {
+        const std::uint64_t cost = blocks(frame) - std::min<std::uint64_t>(blocks(frame), bytes);
+        if (cost > left_) {
+            return false;
+        }
+        left_ -= cost;
+        return true;
+    }
+
+  private:
+    static constexpr std::uint64_t kAttempts = 8;
+
+    static std::uint64_t blocks(const Frame& frame) {
+        return std::uint64_t{frame.mcus()} * frame.blocks_per_mcu();
+    }
+
+    std::uint64_t left_;
+};
+
 /// Candidates, largest first.
 std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>& candidates) {
     std::vector<const PictureCandidate*> order;
@@ -91,14 +124,15 @@ class FileSalvage {
   public:
     explicit FileSalvage(Bytes file)
         : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
-          siblings_(find_siblings(candidates_)), intact_budget_(file.size()), budget_(file.size()) {}
+          siblings_(find_siblings(candidates_)), intact_budget_(file.size()), budget_(file.size()),
+          frame_budget_(file.size(), candidates_) {}
 
     std::optional<BestPicture> best() {
         for (const PictureCandidate* candidate : by_size(candidates_)) {
             consider(*candidate);
         }
         for (const auto& orphan : find_orphans(file_, covered_, siblings_)) {
-            if (ranking_.can_win(orphan.candidate) && budget_.spend(data_size(orphan.candidate))) {
+            if (ranking_.can_win(orphan.candidate) && pay_for(orphan.candidate)) {
                 ranking_.add(assess(file_, orphan));
             }
         }
@@ -115,6 +149,12 @@ class FileSalvage {
     /// What reading a candidate may cost, in bytes.
     [[nodiscard]] std::size_t data_size(const PictureCandidate& candidate) const {
         return candidate.sos_offset ? candidate.limit - candidate.entropy : file_.size() - candidate.offset;
+    }
+
+    /// Spends what one more attempt on a candidate costs.
+    bool pay_for(const PictureCandidate& candidate) {
+        const std::size_t bytes = data_size(candidate);
+        return frame_budget_.spend(*candidate.frame, bytes) && budget_.spend(bytes);
     }
 
     void consider(const PictureCandidate& candidate) {
@@ -141,7 +181,7 @@ class FileSalvage {
     std::optional<Assessment> likeliest(const PictureCandidate& candidate) {
         std::optional<Assessment> best;
         for (const auto& hypothesis : complete_header(file_, candidate, siblings_)) {
-            if ((best && best->whole) || !budget_.spend(data_size(candidate))) {
+            if ((best && best->whole) || !pay_for(hypothesis.candidate)) {
                 break;
             }
             Assessment assessment = assess(file_, hypothesis);
@@ -167,6 +207,7 @@ class FileSalvage {
     Ranking ranking_;
     Budget intact_budget_;
     Budget budget_;
+    FrameBudget frame_budget_;
     std::vector<Range> covered_;
 };
 

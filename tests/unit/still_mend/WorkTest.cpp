@@ -61,6 +61,12 @@ Bytes scattered_intervals(std::size_t size) {
                   repeated(part(picture, interval.first, interval.last), size));
 }
 
+/// Headers of large pictures, each with one byte of data for 450 of its blocks: just enough to be a picture.
+Bytes nearly_empty_pictures(std::size_t size) {
+    const Bytes head = header("progressive grey", 2080, 2080);
+    return repeated(joined(joined(head, Bytes(150, 0x12)), {0xFF, 0xD9}), size);
+}
+
 struct Flood {
     std::string name;
     std::function<Bytes(std::size_t size)> make;
@@ -85,6 +91,7 @@ std::vector<Flood> floods() {
          }},
         {"restart markers", restart_flood},
         {"scattered intervals", scattered_intervals},
+        {"nearly empty pictures", nearly_empty_pictures},
         {"long tables",
          [](std::size_t size) {
              return repeated({0xFF, 0xC4, 0xFF, 0xDB, 0x7F, 0xFF}, size);

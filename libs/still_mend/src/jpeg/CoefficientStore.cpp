@@ -1,5 +1,7 @@
 #include "jpeg/CoefficientStore.h"
 
+#include "Work.h"
+
 namespace still_mend {
 
 CoefficientStore::CoefficientStore(const Frame& frame)
@@ -8,6 +10,7 @@ CoefficientStore::CoefficientStore(const Frame& frame)
         const std::size_t wide = mcus_wide_ * component.h_samp;
         planes_.push_back({wide, component.h_samp, component.v_samp,
                            std::vector<Block>(wide * mcus_high_ * component.v_samp)});
+        Work::add(planes_.back().blocks.size());
     }
 }
 

@@ -116,17 +116,19 @@ void summarise(const PictureInProgress& picture, MultiScanResult& result) {
     result.present.assign(frame.mcus(), true);
     result.guessed.assign(frame.mcus(), false);
     result.coarse.assign(frame.mcus(), false);
+    const std::size_t mcus_wide = frame.mcus_wide();
     for (std::size_t index = 0; index < frame.components.size(); ++index) {
         const auto& component = frame.components[index];
         const auto& progress = picture.progress[index];
         const bool refined = std::all_of(progress.missing_bits.begin(), progress.missing_bits.end(),
                                          [](int bits) { return bits == 0; });
         // Blocks that only fill up the last MCU of a row or column are in no scan of one component.
-        for (std::size_t row = 0; row < frame.blocks_high(component); ++row) {
-            for (std::size_t column = 0; column < frame.blocks_wide(component); ++column) {
+        const std::size_t high = frame.blocks_high(component);
+        const std::size_t wide = frame.blocks_wide(component);
+        for (std::size_t row = 0; row < high; ++row) {
+            for (std::size_t column = 0; column < wide; ++column) {
                 const std::size_t block = row * progress.wide + column;
-                const std::size_t mcu =
-                    row / component.v_samp * frame.mcus_wide() + column / component.h_samp;
+                const std::size_t mcu = row / component.v_samp * mcus_wide + column / component.h_samp;
                 if (!progress.dc[block]) {
                     result.present[mcu] = false;
                 }
