@@ -4,11 +4,11 @@
     tidy.py BUILD_DIR [REGEX]    REGEX selects sources by their path
 
 Most of clang-tidy's time goes into the headers of the standard library and of the test framework. Sources that are
-compiled with the same flags are therefore included in one file and looked at together. Where sources cannot share a
-translation unit, such as two that define a constant of the same name, they are looked at one after the other.
+compiled with the same flags are therefore joined into one file and looked at together. Where sources cannot share a
+translation unit, such as two that define a constant of the same name, they are looked at one after the other. Sources are
+joined, not included: the static analyzer follows only functions of the main file.
 
-What sources in a group lose, measured with planted faults: the static analyzer (clang-analyzer-*) and the compiler's own
-warnings report nothing there. To have both, run clang-tidy on a source alone: clang-tidy -p build/lint SOURCE.
+-Wshadow is left out of joined sources, where one may declare a name of another. GCC checks it in every build.
 Prints every finding once, and exits with 1 if there is one.
 """
 
@@ -21,7 +21,8 @@ import subprocess
 import sys
 
 GROUP = 12  # Sources at a time; other numbers were not measured.
-FINDING = re.compile(r"^(/.*:\d+:\d+: )(warning|error|fatal error): .*")
+FINDING = re.compile(r"^(/[^:]*):(\d+)(:\d+: (?:warning|error|fatal error): .*)")
+INCLUDE = re.compile(r"\s*#\s*include\s*([<\"].*[>\"])")
 
 
 OWN_DEFINITION = "-DPLATE_MEND_SOURCE_PATH="  # Each source of the library has one of its own.
@@ -39,22 +40,70 @@ def flags_of(entry):
     return flags
 
 
+def configuration_of(path):
+    """The .clang-tidy that holds for a source."""
+    folder = os.path.dirname(path)
+    while not os.path.exists(os.path.join(folder, ".clang-tidy")):
+        folder = os.path.dirname(folder)
+    return os.path.join(folder, ".clang-tidy")
+
+
 class Source:
     """A source, its flags, and the part of them that it shares with others."""
 
     def __init__(self, entry):
         self.path = entry["file"]
+        self.configuration = configuration_of(self.path)
         self.flags = flags_of(entry)
         self.shared = tuple(flag for flag in self.flags if not flag.startswith(OWN_DEFINITION))
         self.own = [flag for flag in self.flags if flag.startswith(OWN_DEFINITION)]
 
-    def included(self):
-        """The lines that include it."""
-        lines = [f'#include "{self.path}" // NOLINT(bugprone-suspicious-include)\n']
-        for flag in self.own:
-            name, value = flag[2:].split("=", 1)
-            lines = [f"#define {name} {value}\n", *lines, f"#undef {name}\n"]
-        return lines
+
+class Joined:
+    """A file that holds the text of several sources."""
+
+    def __init__(self, folder, sources):
+        self.path = os.path.join(folder, re.sub(r"\W+", "_", f"{sources[0].path}_{len(sources)}") + ".cpp")
+        self.flags = [flag for flag in sources[0].shared if flag != "-Wshadow"]
+        self.origins = []  # Source and line of each line.
+        lines, included = [], set()
+        for source in sources:
+            self.flags += ["-iquote", os.path.dirname(source.path)]
+            definitions = [flag[2:].split("=", 1) for flag in source.own]
+            for number, line in enumerate(
+                [
+                    *(f"#define {name} {value}" for name, value in definitions),
+                    *self.without(included, source.path),
+                    *(f"#undef {name}" for name, _ in definitions),
+                ],
+                1 - len(definitions),
+            ):
+                lines.append(line + "\n")
+                self.origins.append((source.path, number))
+        with open(self.path, "w", encoding="utf-8") as stream:
+            stream.writelines(lines)
+
+    @staticmethod
+    def without(included, path):
+        """The lines of a source, without what earlier sources have included. What it includes twice stays."""
+        with open(path, encoding="utf-8") as stream:
+            text = stream.read().splitlines()
+        own = set()
+        for line in text:
+            header = INCLUDE.match(line)
+            known = header is not None and header[1] in included and header[1] not in own
+            if header:
+                own.add(header[1])
+            yield "" if known else line
+        included |= own
+
+    def in_sources(self, finding):
+        """A finding, with the place in the source."""
+        match = FINDING.match(finding)
+        if match[1] != self.path:
+            return finding
+        path, line = self.origins[int(match[2]) - 1]
+        return f"{path}:{line}{match[3]}"
 
 
 def groups_of(database, pattern):
@@ -64,8 +113,9 @@ def groups_of(database, pattern):
         if source.path in seen or not re.search(pattern, source.path):
             continue
         seen.add(source.path)
-        by_flags.setdefault((os.path.splitext(source.path)[1], source.shared), []).append(source)
-    for (language, _), sources in by_flags.items():
+        language = os.path.splitext(source.path)[1]
+        by_flags.setdefault((language, source.configuration, source.shared), []).append(source)
+    for (language, *_), sources in by_flags.items():
         sources.sort(key=lambda source: source.path)
         size = 1 if language == ".c" else GROUP
         for start in range(0, len(sources), size):
@@ -74,7 +124,7 @@ def groups_of(database, pattern):
 
 class Linter:
     def __init__(self, folder):
-        self.folder = os.path.join(folder, "lint")
+        self.folder = os.path.abspath(os.path.join(folder, "lint"))
         os.makedirs(self.folder, exist_ok=True)
 
     def lint(self, sources):
@@ -83,18 +133,20 @@ class Linter:
         while sources:
             together, sources = self.apart(sources)
             if len(together) == 1:
-                findings += self.run(together[0].path, together[0].flags)
+                findings += self.tidy(together[0].path, together[0].flags, together[0].configuration)
             else:
-                findings += self.run(self.file_of(together), together[0].shared)
+                joined = Joined(self.folder, together)
+                findings += map(joined.in_sources, self.tidy(joined.path, joined.flags, together[0].configuration))
         return findings
 
     def apart(self, sources):
         """Splits sources into some that can share a translation unit, at least one, and the rest."""
         together, rest = list(sources), []
         while len(together) > 1:
-            command = ["clang++", "-fsyntax-only", "-w", "-ferror-limit=0", *together[0].shared, self.file_of(together)]
-            errors = subprocess.run(command, capture_output=True, text=True, check=False).stderr
-            names = set(re.findall(r"^(/[^:]*):\d+:\d+: (?:fatal )?error: ", errors, re.MULTILINE))
+            joined = Joined(self.folder, together)
+            command = ["clang++", "-fsyntax-only", "-w", "-ferror-limit=0", *joined.flags, joined.path]
+            errors = subprocess.run(command, capture_output=True, text=True, check=False).stderr.splitlines()
+            names = {joined.in_sources(line).split(":")[0] for line in errors if FINDING.match(line)}
             if not names:
                 break
             refused = [source for source in together[1:] if source.path in names] or together[1:]
@@ -102,16 +154,11 @@ class Linter:
             rest += refused
         return together, rest
 
-    def file_of(self, sources):
-        """A file that includes some sources."""
-        path = os.path.join(self.folder, re.sub(r"\W+", "_", f"{sources[0].path}_{len(sources)}") + ".cpp")
-        with open(path, "w", encoding="utf-8") as stream:
-            stream.writelines(line for source in sources for line in source.included())
-        return path
-
     @staticmethod
-    def run(source, flags):
-        command = ["clang-tidy", "-quiet", "-extra-arg=-Wno-unknown-warning-option", source, "--", *flags]
+    def tidy(source, flags, configuration):
+        """What clang-tidy finds. A configuration that inherits finds its parent above the source's own folder."""
+        options = ["-quiet", f"--config-file={configuration}", "-extra-arg=-Wno-unknown-warning-option"]
+        command = ["clang-tidy", *options, source, "--", *flags]
         result = subprocess.run(command, capture_output=True, text=True, check=False)
         findings = [line for line in result.stdout.splitlines() if FINDING.match(line)]
         if result.returncode != 0 and not findings:
