@@ -95,7 +95,7 @@ elseif(WAY STREQUAL "pkg_config")
     ask_pkg_config(flags plate_mend still_mend quill_log)
     run("${CXX_COMPILER}" -std=c++20 "${consumer}/host.cpp" ${flags} -o "${WORK_DIR}/hosts/host_cpp")
 elseif(WAY STREQUAL "add_subdirectory")
-    build_with_cmake(Debug "-DPLATE_MEND_SOURCE_DIR=${SOURCE_DIR}") # Without optimisation: it builds the whole project.
+    build_with_cmake(Debug "-DPLATE_MEND_SOURCE_DIR=${SOURCE_DIR}" -DCMAKE_UNITY_BUILD=ON) # Quickly: it is the whole project.
 else()
     message(FATAL_ERROR "no such way: ${WAY}")
 endif()

@@ -20,13 +20,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kSchema = "plate-mend/run/1";
+constexpr const char* kRunSchema = "plate-mend/run/1";
 constexpr const char* kRuns = ".plate-mend";
 constexpr const char* kLines = "records.jsonl";
 constexpr const char* kPictures = "pictures";
 
 /// With its absolute path: the next run may be started elsewhere.
-Json to_json(const FileIdentity& file) {
+Json stamped_to_json(const FileIdentity& file) {
     return Json::object({{"path", escaped_name(utf8_from(fs::absolute(path_from(file.path))))},
                          {"size", file.size},
                          {"sha256", file.sha256},
@@ -34,11 +34,11 @@ Json to_json(const FileIdentity& file) {
                          {"changed", file.changed}});
 }
 
-Json to_json(const std::optional<FileIdentity>& file) {
-    return file ? to_json(*file) : Json();
+Json stamped_to_json(const std::optional<FileIdentity>& file) {
+    return file ? stamped_to_json(*file) : Json();
 }
 
-std::optional<FileIdentity> file_from(const Json& json) {
+std::optional<FileIdentity> stamped_file_from(const Json& json) {
     if (json.is_null()) {
         return std::nullopt;
     }
@@ -88,7 +88,7 @@ bool is_as_recorded(const std::optional<FileIdentity>& file) {
     return !file || is_unchanged(*file);
 }
 
-bool is_there(const std::optional<FileIdentity>& file, const std::string& key) {
+bool is_result_there(const std::optional<FileIdentity>& file, const std::string& key) {
     return file && platform::name_key(path_from(file->path)) == key && is_unchanged(*file);
 }
 
@@ -144,9 +144,10 @@ RunRecord::Report RunRecord::report_from(const Json& json) {
 }
 
 std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
-    Entry entry{record_from(json.required("record")), file_from(json.required("damaged")).value(), {}};
-    const auto raw = file_from(json.member("raw"));
-    const auto jpeg = file_from(json.member("jpeg"));
+    Entry entry{
+        record_from(json.required("record")), stamped_file_from(json.required("damaged")).value(), {}};
+    const auto raw = stamped_file_from(json.member("raw"));
+    const auto jpeg = stamped_file_from(json.member("jpeg"));
     if (!is_final(entry.record) || !is_same(entry.record.raw, raw) || !is_same(entry.record.jpeg, jpeg)) {
         return std::nullopt;
     }
@@ -194,7 +195,7 @@ void RunRecord::load(const fs::path& folder) {
     for (std::string line; std::getline(lines, line);) {
         try {
             const Json json = Json::parse(line);
-            if (json.required_text("schema") != kSchema) {
+            if (json.required_text("schema") != kRunSchema) {
                 continue;
             }
             const std::string key = unescaped_name(json.required_text("key"));
@@ -243,7 +244,7 @@ bool RunRecord::is_own_result(const fs::path& input, const fs::path& output) con
     const std::string key = platform::name_key(output);
     return found != finished_.end() &&
            std::any_of(found->second.begin(), found->second.end(), [&](const auto& entry) {
-               return is_there(entry->record.raw, key) || is_there(entry->record.jpeg, key);
+               return is_result_there(entry->record.raw, key) || is_result_there(entry->record.jpeg, key);
            });
 }
 
@@ -258,11 +259,11 @@ void RunRecord::add(const Record& record) {
             picture.write(record.picture);
             picture.publish();
         }
-        append(Json::object({{"schema", kSchema},
+        append(Json::object({{"schema", kRunSchema},
                              {"key", escaped_name(key)},
-                             {"damaged", to_json(record.damaged)},
-                             {"raw", to_json(record.raw)},
-                             {"jpeg", to_json(record.jpeg)},
+                             {"damaged", stamped_to_json(record.damaged)},
+                             {"raw", stamped_to_json(record.raw)},
+                             {"jpeg", stamped_to_json(record.jpeg)},
                              {"record", host::to_json(record)}}));
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());
@@ -274,7 +275,7 @@ void RunRecord::add_report(const fs::path& path, bool is_complete) {
     if (!stamp) {
         return; // It never appeared, or has been removed.
     }
-    Json line = Json::object({{"schema", kSchema},
+    Json line = Json::object({{"schema", kRunSchema},
                               {"key", escaped_name(platform::name_key(path))},
                               {"volume", stamp->volume},
                               {"index", stamp->index}});

@@ -8,8 +8,8 @@ namespace {
 /// lossless tiles, and 2.3 times in one with lossy tiles. A test finds tiles that have changed places.
 /// Steps across borders are more than this many times those beside them, and more than one part in this many
 /// of the range for each row.
-constexpr double kTimesBeside = 4;
-constexpr unsigned kRangeParts = 400;
+constexpr double kSeamTimesBeside = 4;
+constexpr unsigned kSeamRangeParts = 400;
 
 } // namespace
 
@@ -26,8 +26,8 @@ Sign find_seams(const SensorView& view) {
             beside += (step(*(border - 1), *(border - 1 - view.dx)) + step(border[view.dx], border[0])) / 2.0;
         }
     }
-    const bool seams = across > kTimesBeside * beside &&
-                       across > static_cast<double>(view.rows) * view.range() / kRangeParts;
+    const bool seams = across > kSeamTimesBeside * beside &&
+                       across > static_cast<double>(view.rows) * view.range() / kSeamRangeParts;
     return seams ? Sign{"tiles do not fit one another", {}, Displaced{0, true}} : Sign{};
 }
 

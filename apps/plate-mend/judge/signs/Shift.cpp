@@ -18,11 +18,11 @@ constexpr std::size_t kStep = 4;
 /// Rows go on where the step into the next one is less than this many times that between neighbours, plus one
 /// part in this many of the range.
 constexpr double kTimesAround = 2;
-constexpr unsigned kRangeParts = 1000;
+constexpr unsigned kShiftRangeParts = 1000;
 
 /// A column is a line where its steps are more than this many times the mean of those beside it, over this
 /// many columns of the same colour on either side, and more than one part in this many of the range.
-constexpr double kTimesBeside = 3;
+constexpr double kShiftTimesBeside = 3;
 constexpr std::size_t kBeside = 6;
 constexpr std::size_t kFirstBeside = 2; ///< The nearest column on either side belongs to the line itself.
 constexpr unsigned kLineRangeParts = 200;
@@ -43,7 +43,7 @@ bool rows_continue(const SensorView& view, std::size_t first, std::size_t end) {
         }
     }
     const auto count = static_cast<double>((end - first - 1) * view.dx);
-    return over < kTimesAround * around + count * view.range() / kRangeParts;
+    return over < kTimesAround * around + count * view.range() / kShiftRangeParts;
 }
 
 /// The steps to the left neighbours in one column, over some rows.
@@ -63,7 +63,7 @@ bool is_line(const SensorView& view, std::size_t column, std::size_t first, std:
                   steps_in(view, column + away * view.dx, first, end);
     }
     const double own = steps_in(view, column, first, end);
-    return own > kTimesBeside * beside / (2.0 * kBeside) &&
+    return own > kShiftTimesBeside * beside / (2.0 * kBeside) &&
            own > static_cast<double>(end - first) * view.range() / kLineRangeParts;
 }
 

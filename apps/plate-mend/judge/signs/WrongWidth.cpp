@@ -19,7 +19,7 @@ constexpr std::size_t kTrials = 64;
 
 /// Pairs count whose unshifted rows differ by more than one part in this many of the range. Rows that are
 /// alike whatever the shift, as in the sky, show nothing.
-constexpr double kRangeParts = 400;
+constexpr double kMisfitRangeParts = 400;
 
 /// A shift must reduce the misfit of a pair below this share.
 constexpr double kGain = 0.5;
@@ -84,7 +84,7 @@ std::vector<RowPair> differing_pairs(const SensorView& view, const std::vector<b
     for (std::size_t trial = 0; trial < kTrials; ++trial) {
         const std::size_t y = trial * (view.rows - view.dy) / kTrials;
         RowPair pair{coarse_row(view, y, samples_per_step), coarse_row(view, y + view.dy, samples_per_step)};
-        if (!bad_rows[y] && misfit(pair, 0) > view.range() / kRangeParts) {
+        if (!bad_rows[y] && misfit(pair, 0) > view.range() / kMisfitRangeParts) {
             pairs.push_back(std::move(pair));
         }
     }

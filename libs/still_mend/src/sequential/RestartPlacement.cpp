@@ -36,7 +36,7 @@ std::vector<RunSequence> find_sequences(const std::vector<Run>& runs) {
 }
 
 // What this leads to is in the tables of docs/salvage.md, in the rows of removed restart intervals.
-constexpr std::size_t kLeastPairs = 4; // MCUs that must have something above them.
+constexpr std::size_t kLeastAbove = 4; // MCUs that must have something above them.
 constexpr double kClearlyBetter = 0.6; // Of the step at the second best place.
 
 class RestartPlacement {
@@ -177,7 +177,7 @@ class RestartPlacement {
                 ++count;
             }
         }
-        return count < kLeastPairs ? std::nullopt : std::optional(sum / static_cast<double>(count));
+        return count < kLeastAbove ? std::nullopt : std::optional(sum / static_cast<double>(count));
     }
 
     static double bytes_per_interval(const Survey& survey) {
