@@ -1,5 +1,7 @@
 #include "platform/MappedFile.h"
 
+#include "platform/win32/Handle.h"
+
 #include <system_path/system_path.h>
 
 #include <windows.h>
@@ -31,22 +33,8 @@ MapResult result_of(DWORD error) {
     }
 }
 
-/// Closes a handle at the end of a scope.
-struct Handle {
-    explicit Handle(HANDLE opened) : value(opened) {}
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    ~Handle() {
-        if (is_open()) {
-            ::CloseHandle(value);
-        }
-    }
-    [[nodiscard]] bool is_open() const { return value != nullptr && value != INVALID_HANDLE_VALUE; }
-    HANDLE value;
-};
-
 bool is_folder(const std::filesystem::path& path) {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    const DWORD attributes = ::GetFileAttributesW(system_path::reachable(path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
@@ -54,21 +42,18 @@ bool is_folder(const std::filesystem::path& path) {
 
 MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most_bytes) {
     close();
-    const std::filesystem::path reachable = system_path::reachable(path);
-    if (is_folder(reachable)) { // For these the system reports that access is denied.
+    if (is_folder(path)) { // For these the system reports that access is denied.
         return MapResult::kNoFile;
     }
-    const Handle file(::CreateFileW(reachable.c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.is_open()) {
+    const Handle file = try_to_open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+    if (!file) {
         return result_of(::GetLastError());
     }
     LARGE_INTEGER length{};
-    if (::GetFileType(file.value) != FILE_TYPE_DISK) {
+    if (::GetFileType(file.get()) != FILE_TYPE_DISK) {
         return MapResult::kNoFile;
     }
-    if (::GetFileSizeEx(file.value, &length) == 0) {
+    if (::GetFileSizeEx(file.get(), &length) == 0) {
         return result_of(::GetLastError());
     }
     const auto size = static_cast<std::uint64_t>(length.QuadPart);
@@ -78,11 +63,11 @@ MapResult MappedFile::open(const std::filesystem::path& path, std::uint64_t most
     if (size == 0) {
         return MapResult::kMapped;
     }
-    const Handle mapping(::CreateFileMappingW(file.value, nullptr, PAGE_READONLY, 0, 0, nullptr));
-    if (!mapping.is_open()) {
+    const Handle mapping(::CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+    if (!mapping) {
         return result_of(::GetLastError());
     }
-    const void* view = ::MapViewOfFile(mapping.value, FILE_MAP_READ, 0, 0, static_cast<std::size_t>(size));
+    const void* view = ::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, static_cast<std::size_t>(size));
     if (view == nullptr) {
         return result_of(::GetLastError());
     }

@@ -17,7 +17,8 @@ void move(const std::filesystem::path& from, const std::filesystem::path& to, DW
     }
 }
 
-bool is_folder(const std::filesystem::path& path) {
+/// Not a link to one.
+bool is_folder_itself(const std::filesystem::path& path) {
     const DWORD attributes = ::GetFileAttributesW(system_path::reachable(path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
@@ -30,7 +31,7 @@ void move_new(const std::filesystem::path& from, const std::filesystem::path& to
 }
 
 void move_over(const std::filesystem::path& from, const std::filesystem::path& to) {
-    if (is_folder(to)) {
+    if (is_folder_itself(to)) {
         fail_on(to, std::errc::is_a_directory);
     }
     move(from, to, MOVEFILE_REPLACE_EXISTING);
