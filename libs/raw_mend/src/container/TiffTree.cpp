@@ -1,0 +1,103 @@
+#include "container/TiffTree.h"
+
+#include "container/TiffTags.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+using byte_reader::ByteReader;
+
+constexpr std::uint16_t kByte = 1;
+
+/// Directories that are still to be read.
+struct Pointer {
+    std::uint64_t offset;
+    TiffNode::Role role;
+};
+
+std::optional<TiffHeader::Kind> kind_of(const ByteReader& reader, std::uint64_t offset, ByteOrder order) {
+    if (reader.u16(offset + 2) == 42U) {
+        return TiffHeader::Kind::kTiff;
+    }
+    if (order == ByteOrder::kBig) {
+        return reader.has(offset, "MMOR") ? std::optional(TiffHeader::Kind::kOrf) : std::nullopt;
+    }
+    if (reader.has(offset, "IIRO") || reader.has(offset, "IIRS")) {
+        return TiffHeader::Kind::kOrf;
+    }
+    return reader.u16(offset + 2) == 0x55U ? std::optional(TiffHeader::Kind::kRw2) : std::nullopt;
+}
+
+void add_pointers(const TiffReader& reader, const TiffNode& node, std::vector<Pointer>& pointers) {
+    using Role = TiffNode::Role;
+    const TiffDirectory& directory = node.directory;
+    for (const std::uint64_t number : reader.numbers(directory.find(tag::kSubIfds))) {
+        pointers.push_back({reader.base() + number, Role::kSub});
+    }
+    for (const auto& [pointer_tag, role] : {std::pair{tag::kExifIfd, Role::kExif},
+                                            {tag::kGpsIfd, Role::kOther},
+                                            {tag::kInteroperabilityIfd, Role::kOther}}) {
+        if (const auto number = reader.number(directory.find(pointer_tag)); number && *number != 0) {
+            pointers.push_back({reader.base() + *number, role});
+        }
+    }
+    const TiffEntry* const data = directory.find(tag::kPrivateData);
+    if (data != nullptr && data->type == kByte && data->count == 4) {
+        pointers.push_back({reader.base() + *reader.bytes().u32(data->values), Role::kPrivate});
+    }
+    if (directory.next && (node.role == Role::kFirst || node.role == Role::kChain)) {
+        pointers.push_back({*directory.next, Role::kChain});
+    } else if (directory.next && node.role == Role::kSub) {
+        pointers.push_back({*directory.next, Role::kSub});
+    }
+}
+
+/// Reads the directories at the pointers and those that they lead to.
+void read_all(const TiffReader& reader, std::vector<Pointer> pointers, std::vector<TiffNode>& nodes) {
+    for (std::size_t index = 0; index < pointers.size(); ++index) {
+        if (auto directory = reader.read_directory(pointers[index].offset)) {
+            nodes.push_back({std::move(*directory), pointers[index].role});
+            add_pointers(reader, nodes.back(), pointers);
+        }
+    }
+}
+
+} // namespace
+
+std::optional<TiffHeader> read_tiff_header(Bytes bytes, std::uint64_t offset) {
+    const bool is_little = ByteReader(bytes, std::endian::little).has(offset, "II");
+    const ByteReader reader(bytes, is_little ? std::endian::little : std::endian::big);
+    if (!is_little && !reader.has(offset, "MM")) {
+        return std::nullopt;
+    }
+    TiffHeader header;
+    header.order = is_little ? ByteOrder::kLittle : ByteOrder::kBig;
+    const auto kind = kind_of(reader, offset, header.order);
+    const auto first = reader.u32(offset + 4);
+    if (!kind || !first) {
+        return std::nullopt;
+    }
+    header.kind = *kind;
+    header.first_directory = offset + *first;
+    if (*first >= 16 && reader.has(offset + 8, "CR\x02") && reader.u32(offset + 12)) {
+        header.raw_directory = offset + *reader.u32(offset + 12);
+        header.length = 16;
+    }
+    return header;
+}
+
+std::vector<TiffNode> read_tiff_tree(const TiffReader& reader, const TiffHeader& header) {
+    std::vector<TiffNode> nodes;
+    read_all(reader, {{header.first_directory, TiffNode::Role::kFirst}}, nodes);
+    const auto is_raw = [&](const TiffNode& node) { return node.directory.at == *header.raw_directory; };
+    if (header.raw_directory && std::ranges::none_of(nodes, is_raw)) { // The chain is broken.
+        read_all(reader, {{*header.raw_directory, TiffNode::Role::kChain}}, nodes);
+    }
+    return nodes;
+}
+
+} // namespace raw_mend
