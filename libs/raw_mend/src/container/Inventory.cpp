@@ -118,6 +118,10 @@ void Inventory::finish(Description& description) {
     if (total(raw) < data_length(description.raw)) {
         add_sentence("Strips or tiles of the raw image overlap.");
     }
+    if (!raw.empty() && raw.back().end() > size()) {
+        add_sentence("The raw image ends at offset " + std::to_string(raw.back().end()) +
+                     ", after the end of the file.");
+    }
     const auto tables = merge(std::move(tables_));
     const auto apart = subtract(tables, raw);
     if (total(apart) < total(tables)) {
