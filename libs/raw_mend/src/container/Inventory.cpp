@@ -88,7 +88,7 @@ Inventory::Claim Inventory::claim(const Extent& extent) {
 
 bool Inventory::spend_numbers(std::uint64_t count) {
     if (count > numbers_left_) {
-        add_sentence("Arrays of numbers overlap; some were not read.");
+        add_sentence("The tables state more numbers than the file has room for; some were not read.");
         return false;
     }
     numbers_left_ -= count;

@@ -16,6 +16,8 @@ using byte_reader::ByteReader;
 /// More samples than this in one track, and they are not a photograph's.
 constexpr std::uint32_t kMostSamples = 1U << 16U;
 
+constexpr std::uint64_t kNumbersPerSample = 8;
+
 /// A table of numbers in a box.
 struct Table {
     std::uint64_t first = 0; ///< Offset of its first entry.
@@ -52,6 +54,11 @@ class SampleSizes {
         if (count_ > kMostSamples) {
             inventory.add_sentence("A track states more than " + std::to_string(kMostSamples) + " samples.");
             count_ = kMostSamples;
+        }
+        // No table grows with these samples. They count as many numbers, so that they are few for the file's
+        // size.
+        if (!inventory.spend_numbers(count_ * kNumbersPerSample)) {
+            count_ = 0;
         }
     }
 
