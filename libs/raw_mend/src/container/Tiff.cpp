@@ -170,9 +170,9 @@ void sort_pictures(std::vector<Image>& pictures) {
         return std::tuple(pixels_of(picture), data_length(picture), picture.pieces.front().data.offset);
     };
     std::ranges::stable_sort(pictures, [&](const Image& a, const Image& b) { return place(a) > place(b); });
-    const auto same =
-        std::ranges::unique(pictures, [&](const Image& a, const Image& b) { return place(a) == place(b); });
-    pictures.erase(same.begin(), same.end());
+    const auto end = std::unique(pictures.begin(), pictures.end(),
+                                 [&](const Image& a, const Image& b) { return place(a) == place(b); });
+    pictures.erase(end, pictures.end());
 }
 
 } // namespace raw_mend
