@@ -257,6 +257,50 @@ TEST(Bmff, ReportsWhatIsNoBoxAndWhatStatesTooMuch) {
                                                ", where one should be."));
 }
 
+TEST(Bmff, SurvivesSizesOfSixtyFourBits) {
+    const Bytes good = file_with({trak({stsd(raw_entry(32, 16)), stsz({9}), stco({2000})})});
+    for (const std::uint64_t size :
+         {std::uint64_t{0}, std::uint64_t{15}, std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
+        const Bytes bytes = all_of({good, u32(1), Bytes{'m', 'd', 'a', 't'}, u64(size), Bytes(20)});
+        const Description description = described(bytes);
+        EXPECT_EQ(extents(description.raw), (std::vector<Extent>{{2000, 9}}));
+        EXPECT_THAT(
+            description.not_understood,
+            Contains("There is no box at offset " + std::to_string(good.size()) + ", where one should be."));
+    }
+}
+
+TEST(Bmff, ABoxWhoseHeaderIsCutByItsParentIsNone) {
+    const Bytes cut = all_of({u32(1), Bytes{'u', 'u', 'i', 'd'}});
+    const Bytes bytes = all_of({ftyp(), box("moov", cut), u64(64), Bytes(64)});
+    EXPECT_THAT(described(bytes).not_understood,
+                Contains("There is no box at offset 32, where one should be."));
+}
+
+/// "moov" with a box of Canon's.
+Bytes canon_moov(const Bytes& inner) {
+    constexpr std::array<unsigned char, 16> kCanon{0x85, 0xC0, 0xB6, 0x87, 0x82, 0x0F, 0x11, 0xE0,
+                                                   0x81, 0x11, 0xF4, 0xCE, 0x46, 0x2B, 0x6A, 0x48};
+    return box("moov", box("uuid", all_of({Bytes(kCanon.begin(), kCanon.end()), filler(3), inner})));
+}
+
+TEST(Bmff, APictureIsReadOnlyWithinItsBox) {
+    struct Case {
+        std::size_t payload;
+        std::uint32_t length;
+        bool is_there;
+    };
+    for (const Case& item : {Case{16 + 40, 40, true}, Case{16 + 40, 41, false}, Case{16 + 40, 0, false},
+                             Case{16, 1, false}, Case{12, 1, false}, Case{4, 1, false}}) {
+        Bytes payload(16 + 40);
+        test::put_u32(payload, 8, item.length, test::ByteOrder::kBig);
+        const Bytes bytes = all_of({ftyp(), canon_moov(box("THMB", test::part(payload, 0, item.payload))),
+                                    test::part(payload, item.payload, payload.size())});
+        const Description description = described(bytes);
+        EXPECT_EQ(description.pictures.size(), item.is_there ? 1U : 0U) << item.payload << " " << item.length;
+    }
+}
+
 TEST(Bmff, ReportsAnUnknownCodingAndAMissingRawImage) {
     const Description description =
         described(file_with({trak({stsd(box("CRAW", Bytes(90))), stsz({9}), stco({2000})})}));
@@ -272,16 +316,16 @@ TEST(Bmff, IsNotFoundWithoutABoxThatItNeeds) {
     EXPECT_TRUE(describe(all_of({filler(10), box("moov", {})})));
 }
 
-TEST(Bmff, ReadsTheTableOfBoxes) {
-    constexpr std::array<unsigned char, 16> kCanon{0x85, 0xC0, 0xB6, 0x87, 0x82, 0x0F, 0x11, 0xE0,
-                                                   0x81, 0x11, 0xF4, 0xCE, 0x46, 0x2B, 0x6A, 0x48};
-    const Bytes ctbo = box("CTBO", all_of({u32(3), u32(1), u64(100), u64(0), u32(2), u64(200), u64(30),
-                                           u32(3), u64(~std::uint64_t{0}), u64(30)}));
-    const Bytes uuid = box("uuid", all_of({Bytes(kCanon.begin(), kCanon.end()), filler(3), ctbo}));
-    const Description description = described(all_of({ftyp(), box("moov", uuid)}));
-    ASSERT_EQ(description.enclosing.size(), 1U); // Without those of no length and past all files.
-    EXPECT_EQ(description.enclosing[0].data, (Extent{200, 30}));
-    EXPECT_EQ(description.enclosing[0].offset_field->size, 8U);
+TEST(Bmff, ReadsTheTableOfBoxesUpToItsEnd) {
+    for (const std::uint32_t count : {3U, 0xFFFFFFFFU}) {
+        const Bytes ctbo = box("CTBO", all_of({u32(count), u32(1), u64(100), u64(0), u32(2), u64(200),
+                                               u64(30), u32(3), u64(~std::uint64_t{0}), u64(30)}));
+        const Bytes after = all_of({u32(4), u64(300), u64(40)});
+        const Description description = described(all_of({ftyp(), canon_moov(ctbo), after}));
+        ASSERT_EQ(description.enclosing.size(), 1U); // Without those of no length and past all files.
+        EXPECT_EQ(description.enclosing[0].data, (Extent{200, 30}));
+        EXPECT_EQ(description.enclosing[0].offset_field->size, 8U);
+    }
 }
 
 TEST(Bmff, TablesEndBeforeTheSamplesAndGoOnAfterThem) {

@@ -89,6 +89,8 @@ TEST(MakerNotes, OfNikonHaveATiffStructureWithAPreviewAndACurve) {
                   (NumberField{base + preview_ifd.value(test::kJpegOffset), 4, ByteOrder::kBig, base}));
         const std::uint32_t curve = test::get_u32(notes.bytes(), directory.value(tag), test::ByteOrder::kBig);
         EXPECT_EQ(description.raw.parameters, (Extent{base + curve, 46}));
+        // An uncompressed image needs none.
+        EXPECT_FALSE(described(photo_with_notes(test::ByteOrder::kLittle, "NIKON", 1, all)).raw.parameters);
     }
 }
 

@@ -63,6 +63,14 @@ TEST(Raf, WithoutADirectoryTakesTheNumbersOfTheHeader) {
     EXPECT_THAT(description.not_understood, IsEmpty());
 }
 
+TEST(Raf, ReadsTheCfaHeaderOnlyUpToItsEnd) {
+    Bytes bytes = old_raf();
+    test::put_u32(bytes, 96, 12, kBig); // The size of the sensor is after that.
+    const Description description = described(bytes);
+    EXPECT_EQ(description.raw.frame.width, 0U);
+    EXPECT_EQ(description.raw.frame.height, 0U);
+}
+
 TEST(Raf, HasASecondSetOfCfaData) {
     Bytes bytes = old_raf();
     test::put_u32(bytes, 120, kCfaHeader, kBig);

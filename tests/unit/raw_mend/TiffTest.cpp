@@ -241,6 +241,56 @@ TEST_P(TiffInBothOrders, PrefersTheImageWithMorePixelsThatHoldsASensorsData) {
     EXPECT_EQ(description.pictures[1].frame.width, 8U);
 }
 
+TEST_P(TiffInBothOrders, OfImagesOfOneSizeTakesTheOneThatIsNotReduced) {
+    for (const std::uint32_t reduced : {0U, 1U}) {
+        TiffWriter tiff = tiff_;
+        tiff.write_header();
+        const auto image = [&](std::uint32_t type, std::uint32_t offset, std::uint32_t length) {
+            auto entries = raw_entries(tiff);
+            entries[0] = tiff.longs(test::kNewSubfileType, {type});
+            return tiff.write_directory(with(entries, {tiff.longs(test::kStripOffsets, {offset}),
+                                                       tiff.longs(test::kStripByteCounts, {length})}));
+        };
+        const TiffDirectory first = image(reduced, 512, reduced != 0 ? 200 : 128);
+        const TiffDirectory second = image(1 - reduced, 800, reduced != 0 ? 128 : 200);
+        tiff.set_next(first, second.offset);
+        tiff.pad_to(1024);
+        EXPECT_EQ(described(tiff.bytes()).raw.pieces[0].data.offset, reduced != 0 ? 800U : 512U);
+    }
+}
+
+TEST_P(TiffInBothOrders, ExpectsOneSetOfStripsPerPlane) {
+    for (const std::size_t strips : {std::size_t{2}, std::size_t{6}, std::size_t{4}}) {
+        const auto entries =
+            with(raw_entries(tiff_),
+                 {tiff_.shorts(test::kSamplesPerPixel, {3}), tiff_.shorts(test::kRowsPerStrip, {2}),
+                  tiff_.longs(test::kStripOffsets, {500, 520, 540, 560, 580, 600}),
+                  tiff_.longs(test::kStripByteCounts, std::vector<std::uint32_t>(6, 20))});
+        auto fewer = entries;
+        for (const std::size_t entry : {std::size_t{8}, std::size_t{9}}) {
+            fewer[entry].count = static_cast<std::uint32_t>(strips);
+            fewer[entry].values.resize(4 * strips);
+        }
+        const Description description = described(one_directory(tiff_, fewer));
+        EXPECT_EQ(description.raw.pieces.size(), strips);
+        EXPECT_EQ(description.not_understood.empty(), strips != 4);
+    }
+}
+
+TEST_P(TiffInBothOrders, NamesAPictureOnceThatTwoPairsOfEntriesName) {
+    const Bytes jpeg = test::lossless_jpeg(std::vector<std::uint16_t>(64), 16, 4, 8);
+    const auto size = static_cast<std::uint32_t>(jpeg.size());
+    Bytes bytes = one_directory(
+        tiff_, {tiff_.longs(test::kImageWidth, {16}), tiff_.longs(test::kImageLength, {4}),
+                tiff_.shorts(test::kBitsPerSample, {8}), tiff_.shorts(test::kCompression, {6}),
+                tiff_.longs(test::kStripOffsets, {512}), tiff_.longs(test::kStripByteCounts, {size}),
+                tiff_.longs(test::kJpegOffset, {512}), tiff_.longs(test::kJpegLength, {size})});
+    test::put_bytes(bytes, 512, jpeg);
+    EXPECT_EQ(described(bytes).pictures.size(), 1U);
+    test::put_u32(bytes, 8 + 2 + 7 * 12 + 8, size - 1, GetParam());
+    EXPECT_EQ(described(bytes).pictures.size(), 2U);
+}
+
 TEST_P(TiffInBothOrders, WithoutASensorsDataTakesOneSamplePerPixel) {
     auto entries = raw_entries(tiff_);
     entries.pop_back(); // The photometric interpretation.
@@ -365,6 +415,24 @@ TEST(Tiff, Cr2RawImageIsReachedThroughTheHeaderWhereTheChainIsBroken) {
     EXPECT_EQ(description.raw.slices, (std::vector<std::uint32_t>{10, 10, 12}));
     EXPECT_EQ(description.tables[0].offset, 0U);
     EXPECT_GE(description.tables[0].length, 16U);
+}
+
+TEST(Tiff, Cr2WithThreeComponentsHasThreeSamplesPerPixel) {
+    for (const unsigned components : {1U, 2U, 3U, 4U}) {
+        const Bytes jpeg = test::lossless_jpeg(std::vector<std::uint16_t>(std::size_t{64} * components), 16,
+                                               4, 14, components);
+        TiffWriter tiff(test::ByteOrder::kLittle);
+        tiff.write_header(16);
+        tiff.append({'C', 'R', 2, 0, 16, 0, 0, 0});
+        tiff.write_directory({tiff.shorts(test::kCompression, {6}), tiff.longs(test::kStripOffsets, {512}),
+                              tiff.longs(test::kStripByteCounts, {static_cast<std::uint32_t>(jpeg.size())})});
+        tiff.pad_to(512);
+        tiff.append(jpeg);
+        const Frame frame = described(tiff.bytes()).raw.frame;
+        EXPECT_EQ(frame.width, components == 3 ? 16U : 16 * components);
+        EXPECT_EQ(frame.samples, components == 3 ? 3U : 1U);
+        EXPECT_EQ(frame.bits, 14U);
+    }
 }
 
 TEST(Tiff, ManySlicesAreNotRead) {

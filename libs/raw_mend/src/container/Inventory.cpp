@@ -40,7 +40,7 @@ std::vector<Extent> subtract(const std::vector<Extent>& from, const std::vector<
             if (next->offset > start) {
                 left.push_back({start, next->offset - start});
             }
-            start = std::max(start, next->end());
+            start = next->end();
             hole = next;
         }
         if (start < extent.end()) {

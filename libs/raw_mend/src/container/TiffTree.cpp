@@ -83,7 +83,7 @@ std::optional<TiffHeader> read_tiff_header(Bytes bytes, std::uint64_t offset) {
     }
     header.kind = *kind;
     header.first_directory = offset + *first;
-    if (*first >= 16 && reader.has(offset + 8, "CR\x02") && reader.u32(offset + 12)) {
+    if (reader.has(offset + 8, "CR\x02") && reader.u32(offset + 12)) {
         header.raw_directory = offset + *reader.u32(offset + 12);
         header.length = 16;
     }
