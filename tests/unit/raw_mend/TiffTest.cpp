@@ -195,6 +195,16 @@ TEST_P(TiffInBothOrders, ReadsTheEntriesOfATruncatedDirectoryThatAreThere) {
     ASSERT_EQ(cut.raw.pieces.size(), 0U); // Its length is 0: that of no byte in the file.
 }
 
+TEST_P(TiffInBothOrders, AStripWithoutALengthExtendsToTheEndOfTheFile) {
+    const Bytes bytes =
+        one_directory(tiff_, with(raw_entries(tiff_), {tiff_.longs(test::kStripOffsets, {512})}));
+    const Description description = described(bytes);
+    ASSERT_EQ(description.raw.pieces.size(), 1U);
+    EXPECT_EQ(description.raw.pieces[0].data, (Extent{512, 512}));
+    EXPECT_TRUE(description.raw.pieces[0].offset_field);
+    EXPECT_FALSE(description.raw.pieces[0].length_field);
+}
+
 TEST_P(TiffInBothOrders, TakesTheShorterOfTwoTablesThatDisagree) {
     const Bytes bytes =
         one_directory(tiff_, with(raw_entries(tiff_), {tiff_.longs(test::kStripOffsets, {512, 576, 640}),
