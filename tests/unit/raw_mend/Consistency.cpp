@@ -78,6 +78,9 @@ void expect_consistent(const test::Bytes& bytes, const Description& description)
     for (const Piece& piece : description.enclosing) {
         expect_piece(bytes, piece);
     }
+    for (const Piece& piece : description.references) {
+        expect_piece(bytes, piece);
+    }
     expect_tables(bytes, description);
     const auto pixels = [](const Image& image) {
         return std::uint64_t{image.frame.width} * image.frame.height;

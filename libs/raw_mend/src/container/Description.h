@@ -81,15 +81,20 @@ struct Description {
 
     Container container = Container::kTiff;
     ByteOrder order = ByteOrder::kLittle; ///< Of the file's first table.
-    Image raw; ///< The one with the most pixels that holds a sensor's data; without pieces if none.
-    std::vector<Image> pictures; ///< All others: previews, thumbnails, smaller raw images; largest first.
+    /// The one with the most pixels that holds a sensor's data. Without pieces if there is none.
+    Image raw;
+    /// All others: previews, thumbnails, smaller raw images; largest first.
+    std::vector<Image> pictures;
     /// Header, directories, boxes, and values outside them: sorted, apart, within the file, and without any
     /// byte that belongs to an image.
     std::vector<Extent> tables;
-    std::vector<Piece>
-        metadata; ///< Data with an offset and a length that is no image: timed metadata of CR3.
-    std::vector<Piece>
-        enclosing;    ///< Ranges around images with lengths of their own: mdat, entries of CTBO, CFA data.
+    /// Where tables are, other than boxes, and the fields that say so: directories, values outside them (not
+    /// those of maker notes), and CFA headers.
+    std::vector<Piece> references;
+    /// Data with an offset and a length that are no image: timed metadata of CR3.
+    std::vector<Piece> metadata;
+    /// Ranges around images with lengths of their own: mdat, the boxes that CTBO lists, CFA data.
+    std::vector<Piece> enclosing;
     std::string make; ///< Text, trimmed; empty if not stated.
     std::string model;
     std::vector<std::string> not_understood; ///< Sentences, for the report.

@@ -101,6 +101,11 @@ void Inventory::add_table(const Extent& extent) {
     }
 }
 
+void Inventory::add_reference(const Extent& extent, const NumberField& field) {
+    add_table(extent);
+    references_.push_back({.data = extent, .offset_field = field, .length_field = {}});
+}
+
 void Inventory::add_sentence(const std::string& sentence) {
     if (sentences_.size() < kMostSentences && std::ranges::find(sentences_, sentence) == sentences_.end()) {
         sentences_.push_back(sentence);
@@ -132,6 +137,7 @@ void Inventory::finish(Description& description) {
         add_data(data, picture);
     }
     description.tables = subtract(apart, merge(std::move(data)));
+    description.references = std::move(references_);
     description.not_understood = std::move(sentences_);
 }
 

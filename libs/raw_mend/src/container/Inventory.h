@@ -32,13 +32,17 @@ class Inventory {
     /// Records a table. The part outside the file is dropped.
     void add_table(const Extent& extent);
 
+    /// Records a table, and the field that says where it is.
+    void add_reference(const Extent& extent, const NumberField& field);
+
     /// Records a sentence for the report, once. Keeps the first few dozen.
     void add_sentence(const std::string& sentence);
 
     /// Counts a value that its entry puts outside the file.
     void count_outside() { ++outside_; }
 
-    /// Moves tables and sentences into the description. Bytes of its images are taken out of the tables.
+    /// Moves tables, references and sentences into the description. Bytes of its images are taken out of the
+    /// tables.
     void finish(Description& description);
 
   private:
@@ -47,6 +51,7 @@ class Inventory {
     std::uint64_t outside_ = 0;
     std::map<std::uint64_t, std::uint64_t> claims_; ///< Ends by their starts.
     std::vector<Extent> tables_;
+    std::vector<Piece> references_;
     std::vector<std::string> sentences_;
 };
 

@@ -109,9 +109,18 @@ std::optional<Image> read_cfa_tiff(Inventory& inventory, std::uint64_t offset) {
     inventory.add_table({offset, header->length});
     const TiffReader reader(inventory, header->order, offset);
     const auto first = reader.read_directory(header->first_directory);
-    const auto pointer = first ? reader.number(first->find(kRawIfd)) : std::nullopt;
-    const auto directory = pointer ? reader.read_directory(offset + *pointer) : std::nullopt;
-    return directory ? read_directory(reader, *directory) : Image{};
+    if (!first) {
+        return Image{};
+    }
+    inventory.add_reference(first->extent, reader.long_field(offset + 4));
+    const TiffEntry* const pointer = first->find(kRawIfd);
+    const auto number = reader.number(pointer);
+    const auto directory = number ? reader.read_directory(offset + *number) : std::nullopt;
+    if (!directory) {
+        return Image{};
+    }
+    inventory.add_reference(directory->extent, reader.offset_field(*pointer, 0));
+    return read_directory(reader, *directory);
 }
 
 /// Compressed data have a head of their own. Without it, their length is the sign.
@@ -151,7 +160,7 @@ std::optional<Image> read_cfa(Inventory& inventory, std::uint64_t header_at, std
     }
     SensorSize sensor;
     if (const auto header = range_at(reader, header_at)) {
-        inventory.add_table(header->data);
+        inventory.add_reference(header->data, *header->offset_field);
         sensor = read_cfa_header(reader, header->data);
     }
     auto image = read_cfa_tiff(inventory, data->data.offset);

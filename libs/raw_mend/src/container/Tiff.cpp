@@ -29,7 +29,10 @@ void add_private_blocks(const TiffReader& reader, const std::vector<TiffNode>& n
         if (node.role == TiffNode::Role::kPrivate) {
             const std::uint32_t offset = reader.number_or(node.directory, kBlockOffset, 0);
             const std::uint32_t length = reader.number_or(node.directory, kBlockLength, 0);
-            reader.inventory().add_table({reader.base() + offset, offset == 0 ? 0 : length});
+            if (offset != 0) {
+                reader.inventory().add_reference({reader.base() + offset, length},
+                                                 reader.offset_field(*node.directory.find(kBlockOffset), 0));
+            }
         }
     }
 }
@@ -120,7 +123,6 @@ std::optional<TiffContents> read_tiff(Inventory& inventory, std::uint64_t offset
         return std::nullopt;
     }
     TiffContents contents{.header = *header, .images = {}, .make = {}, .model = {}};
-    inventory.add_table({offset, header->length});
     const TiffReader reader(inventory, header->order, offset);
     const auto nodes = read_tiff_tree(reader, *header);
     contents.make = first_text(reader, nodes, tag::kMake);

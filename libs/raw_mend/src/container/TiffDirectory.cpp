@@ -84,7 +84,7 @@ TiffEntry TiffReader::read_entry(std::uint64_t at) const {
     entry.is_inside = bytes_.holds(entry.values, length);
     if (scope_ == Scope::kFile && !entry.is_inline) {
         if (entry.is_inside) {
-            inventory_.add_table({entry.values, length});
+            inventory_.add_reference({entry.values, length}, long_field(at + kValueField));
         } else {
             inventory_.count_outside();
         }
@@ -112,17 +112,14 @@ std::optional<TiffDirectory> TiffReader::read_directory(std::uint64_t offset) co
         add_sentence("The directory " + at_offset(offset) + " is truncated: " + std::to_string(present) +
                      " of " + std::to_string(*count) + " entries are in the file.");
     }
-    TiffDirectory directory{.at = offset, .entries = {}, .next = {}};
+    TiffDirectory directory{
+        .extent = {offset, kCountSize + *count * kEntrySize + kLinkSize}, .entries = {}, .next = {}};
     directory.entries.reserve(static_cast<std::size_t>(present));
     for (std::uint64_t index = 0; index < present; ++index) {
         directory.entries.push_back(read_entry(offset + kCountSize + index * kEntrySize));
     }
-    const std::uint64_t link = offset + kCountSize + *count * kEntrySize;
-    if (const std::uint32_t next = bytes_.u32(link).value_or(0); next != 0) {
+    if (const std::uint32_t next = bytes_.u32(directory.link()).value_or(0); next != 0) {
         directory.next = base_ + next;
-    }
-    if (scope_ == Scope::kFile) {
-        inventory_.add_table({offset, kCountSize + *count * kEntrySize + kLinkSize});
     }
     return directory;
 }
@@ -153,6 +150,10 @@ std::vector<std::uint64_t> TiffReader::numbers(const TiffEntry* entry) const {
         values.push_back(*number(entry, index));
     }
     return values;
+}
+
+NumberField TiffReader::long_field(std::uint64_t at) const {
+    return {.at = at, .size = 4, .order = order_, .base = base_};
 }
 
 NumberField TiffReader::number_field(const TiffEntry& entry, std::uint64_t index) const {

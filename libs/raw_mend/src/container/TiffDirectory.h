@@ -24,9 +24,12 @@ struct TiffEntry {
 
 /// A directory (IFD).
 struct TiffDirectory {
-    std::uint64_t at = 0;
+    Extent extent;                     ///< With the link to the next one; as stated, if it is truncated.
     std::vector<TiffEntry> entries;    ///< In the order of the file.
     std::optional<std::uint64_t> next; ///< Offset of the next directory of the chain.
+
+    /// Offset of the link to the next one.
+    [[nodiscard]] std::uint64_t link() const { return extent.end() - 4; }
 
     /// The first entry with this tag, or null.
     [[nodiscard]] const TiffEntry* find(std::uint16_t tag) const;
@@ -37,7 +40,7 @@ struct TiffDirectory {
 class TiffReader {
   public:
     enum class Scope {
-        kFile, ///< Directories and outside values are recorded as tables, and what is wrong as sentences.
+        kFile,      ///< Values outside directories are recorded as tables, and what is wrong as sentences.
         kMakerNote, ///< The notes are a value already, and what is wrong in them does not matter.
     };
 
@@ -49,9 +52,9 @@ class TiffReader {
     [[nodiscard]] Inventory& inventory() const { return inventory_; }
     [[nodiscard]] const byte_reader::ByteReader& bytes() const { return bytes_; }
 
-    /// The directory at an offset. Of a truncated one, the entries that are there. Nothing where it is
-    /// outside the file, is not a directory by the types of its first entries, or overlaps one that was read
-    /// before.
+    /// The directory at an offset. It is for the caller to record it as a table. Of a truncated one, the
+    /// entries that are there. Nothing where it is outside the file, is not a directory by the types of its
+    /// first entries, or overlaps one that was read before.
     [[nodiscard]] std::optional<TiffDirectory> read_directory(std::uint64_t offset) const;
 
     /// All numbers of an entry of type SHORT, LONG or IFD. Empty for no entry, another type and values
@@ -66,6 +69,9 @@ class TiffReader {
     /// Where a number of an entry is. The base is this reader's for offsets and 0 for other numbers.
     [[nodiscard]] NumberField offset_field(const TiffEntry& entry, std::uint64_t index) const;
     [[nodiscard]] NumberField number_field(const TiffEntry& entry, std::uint64_t index) const;
+
+    /// A LONG at an offset of the file that is an offset itself: the value field of an entry, or a link.
+    [[nodiscard]] NumberField long_field(std::uint64_t at) const;
 
     /// The text of an entry of type ASCII, up to its first NUL, trimmed. Empty for no entry.
     [[nodiscard]] std::string text(const TiffEntry* entry) const;

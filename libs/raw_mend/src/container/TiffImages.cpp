@@ -56,9 +56,10 @@ std::vector<Piece> pieces_of(const TiffReader& reader, const TiffDirectory& dire
     }
     const auto lengths = reader.numbers(lengths_entry);
     if (offsets.size() != lengths.size()) {
-        reader.inventory().add_sentence("The directory at offset " + std::to_string(directory.at) + " has " +
-                                        std::to_string(offsets.size()) + " offsets of strips or tiles and " +
-                                        std::to_string(lengths.size()) + " lengths.");
+        reader.inventory().add_sentence("The directory at offset " + std::to_string(directory.extent.offset) +
+                                        " has " + std::to_string(offsets.size()) +
+                                        " offsets of strips or tiles and " + std::to_string(lengths.size()) +
+                                        " lengths.");
     }
     std::vector<Piece> pieces;
     pieces.reserve(std::min(offsets.size(), lengths.size()));
@@ -98,7 +99,7 @@ bool holds_sensor_data(const TiffReader& reader, const TiffHeader& header, const
                        const Frame& frame) {
     const std::uint32_t photometric = reader.number_or(node.directory, tag::kPhotometric, 0);
     const bool is_orf_raw = header.kind == TiffHeader::Kind::kOrf && node.role == TiffNode::Role::kFirst;
-    const bool is_cr2_raw = header.raw_directory && (node.directory.at == *header.raw_directory ||
+    const bool is_cr2_raw = header.raw_directory && (node.directory.extent.offset == *header.raw_directory ||
                                                      node.directory.find(tag::kSlices) != nullptr);
     return photometric == kCfa || photometric == kLinearRaw || is_orf_raw || is_cr2_raw ||
            is_sensor_compression(frame.compression);
@@ -126,7 +127,7 @@ void add_striped(const TiffReader& reader, const TiffHeader& header, const TiffN
     TiffImage found{.image = {},
                     .holds_sensor_data = false,
                     .is_reduced = (reader.number_or(directory, tag::kNewSubFileType, 0) & 1U) != 0,
-                    .directory = directory.at};
+                    .directory = directory.extent.offset};
     Image& image = found.image;
     image.frame = read_frame(reader, directory);
     image.pieces = is_tiled ? pieces_of(reader, directory, tag::kTileOffsets, tag::kTileByteCounts)
@@ -159,7 +160,8 @@ void add_rw2_raw(const TiffReader& reader, const TiffDirectory& directory, std::
     if (!offset) {
         return;
     }
-    TiffImage found{.image = {}, .holds_sensor_data = true, .is_reduced = false, .directory = directory.at};
+    TiffImage found{
+        .image = {}, .holds_sensor_data = true, .is_reduced = false, .directory = directory.extent.offset};
     Piece piece = piece_to_the_end(reader, *offsets, reader.base() + *offset);
     const TiffEntry* const lengths = directory.find(tag::kStripByteCounts);
     if (const auto length = reader.number(lengths); length && *length != 0) {
@@ -203,8 +205,8 @@ void add_rw2_jpeg(const TiffReader& reader, const TiffDirectory& directory, std:
         return;
     }
     const NumberField count{.at = entry->at + 4, .size = 4, .order = reader.order(), .base = 0};
-    const NumberField value{.at = entry->at + 8, .size = 4, .order = reader.order(), .base = reader.base()};
-    add_jpeg_image(reader, directory.at, {{entry->values, entry->count}, value, count}, images);
+    add_jpeg_image(reader, directory.extent.offset,
+                   {{entry->values, entry->count}, reader.long_field(entry->at + 8), count}, images);
 }
 
 } // namespace
@@ -229,7 +231,7 @@ void add_jpeg(const TiffReader& reader, const TiffDirectory& directory, std::uin
     if (!offset || !length || *length == 0) {
         return;
     }
-    add_jpeg_image(reader, directory.at,
+    add_jpeg_image(reader, directory.extent.offset,
                    {.data = {reader.base() + *offset, *length},
                     .offset_field = reader.offset_field(*offset_entry, 0),
                     .length_field = reader.number_field(*length_entry, 0)},

@@ -16,6 +16,7 @@ constexpr std::uint16_t kByte = 1;
 /// Directories that are still to be read.
 struct Pointer {
     std::uint64_t offset;
+    NumberField field; ///< Where that number is.
     TiffNode::Role role;
 };
 
@@ -35,24 +36,28 @@ std::optional<TiffHeader::Kind> kind_of(const ByteReader& reader, std::uint64_t 
 void add_pointers(const TiffReader& reader, const TiffNode& node, std::vector<Pointer>& pointers) {
     using Role = TiffNode::Role;
     const TiffDirectory& directory = node.directory;
-    for (const std::uint64_t number : reader.numbers(directory.find(tag::kSubIfds))) {
-        pointers.push_back({reader.base() + number, Role::kSub});
+    const TiffEntry* const sub_ifds = directory.find(tag::kSubIfds);
+    for (std::uint64_t index = 0; const std::uint64_t number : reader.numbers(sub_ifds)) {
+        pointers.push_back({reader.base() + number, reader.offset_field(*sub_ifds, index), Role::kSub});
+        ++index;
     }
     for (const auto& [pointer_tag, role] : {std::pair{tag::kExifIfd, Role::kExif},
                                             {tag::kGpsIfd, Role::kOther},
                                             {tag::kInteroperabilityIfd, Role::kOther}}) {
-        if (const auto number = reader.number(directory.find(pointer_tag)); number && *number != 0) {
-            pointers.push_back({reader.base() + *number, role});
+        const TiffEntry* const entry = directory.find(pointer_tag);
+        if (const auto number = reader.number(entry); number && *number != 0) {
+            pointers.push_back({reader.base() + *number, reader.offset_field(*entry, 0), role});
         }
     }
     const TiffEntry* const data = directory.find(tag::kPrivateData);
     if (data != nullptr && data->type == kByte && data->count == 4) {
-        pointers.push_back({reader.base() + *reader.bytes().u32(data->values), Role::kPrivate});
+        const std::uint64_t number = *reader.bytes().u32(data->values);
+        pointers.push_back({reader.base() + number, reader.long_field(data->values), Role::kPrivate});
     }
-    if (directory.next && (node.role == Role::kFirst || node.role == Role::kChain)) {
-        pointers.push_back({*directory.next, Role::kChain});
-    } else if (directory.next && node.role == Role::kSub) {
-        pointers.push_back({*directory.next, Role::kSub});
+    const bool is_in_chain = node.role == Role::kFirst || node.role == Role::kChain;
+    if (directory.next && (is_in_chain || node.role == Role::kSub)) {
+        pointers.push_back(
+            {*directory.next, reader.long_field(directory.link()), is_in_chain ? Role::kChain : Role::kSub});
     }
 }
 
@@ -60,6 +65,7 @@ void add_pointers(const TiffReader& reader, const TiffNode& node, std::vector<Po
 void read_all(const TiffReader& reader, std::vector<Pointer> pointers, std::vector<TiffNode>& nodes) {
     for (std::size_t index = 0; index < pointers.size(); ++index) {
         if (auto directory = reader.read_directory(pointers[index].offset)) {
+            reader.inventory().add_reference(directory->extent, pointers[index].field);
             nodes.push_back({std::move(*directory), pointers[index].role});
             add_pointers(reader, nodes.back(), pointers);
         }
@@ -75,6 +81,7 @@ std::optional<TiffHeader> read_tiff_header(Bytes bytes, std::uint64_t offset) {
         return std::nullopt;
     }
     TiffHeader header;
+    header.at = offset;
     header.order = is_little ? ByteOrder::kLittle : ByteOrder::kBig;
     const auto kind = kind_of(reader, offset, header.order);
     const auto first = reader.u32(offset + 4);
@@ -92,10 +99,19 @@ std::optional<TiffHeader> read_tiff_header(Bytes bytes, std::uint64_t offset) {
 
 std::vector<TiffNode> read_tiff_tree(const TiffReader& reader, const TiffHeader& header) {
     std::vector<TiffNode> nodes;
-    read_all(reader, {{header.first_directory, TiffNode::Role::kFirst}}, nodes);
-    const auto is_raw = [&](const TiffNode& node) { return node.directory.at == *header.raw_directory; };
-    if (header.raw_directory && std::ranges::none_of(nodes, is_raw)) { // The chain is broken.
-        read_all(reader, {{*header.raw_directory, TiffNode::Role::kChain}}, nodes);
+    reader.inventory().add_table({header.at, header.length});
+    read_all(reader, {{header.first_directory, reader.long_field(header.at + 4), TiffNode::Role::kFirst}},
+             nodes);
+    if (!header.raw_directory) {
+        return nodes;
+    }
+    const NumberField raw_field = reader.long_field(header.at + 12);
+    const auto raw = std::ranges::find(nodes, *header.raw_directory,
+                                       [](const TiffNode& node) { return node.directory.extent.offset; });
+    if (raw != nodes.end()) {
+        reader.inventory().add_reference(raw->directory.extent, raw_field);
+    } else { // The chain is broken.
+        read_all(reader, {{*header.raw_directory, raw_field, TiffNode::Role::kChain}}, nodes);
     }
     return nodes;
 }

@@ -16,10 +16,11 @@ struct TiffHeader {
         kRw2,  ///< 55 00
     };
 
+    std::uint64_t at = 0; ///< Its own offset. The number of the first directory is 4 bytes after that.
     Kind kind = Kind::kTiff;
     ByteOrder order = ByteOrder::kLittle;
     std::uint64_t first_directory = 0;          ///< Offset in the file.
-    std::optional<std::uint64_t> raw_directory; ///< CR2: likewise, by the second half of its header.
+    std::optional<std::uint64_t> raw_directory; ///< CR2: likewise, by the number 12 bytes after its start.
     std::uint64_t length = 8;                   ///< 8, or 16 for a CR2.
 };
 
@@ -41,7 +42,8 @@ struct TiffNode {
     Role role = Role::kFirst;
 };
 
-/// All directories that can be reached from the header, except those in maker notes. Each is read once.
+/// All directories that can be reached from the header, except those in maker notes. Each is read once,
+/// and recorded in the inventory, as is the header.
 [[nodiscard]] std::vector<TiffNode> read_tiff_tree(const TiffReader& reader, const TiffHeader& header);
 
 } // namespace raw_mend
