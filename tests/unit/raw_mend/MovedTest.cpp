@@ -102,6 +102,7 @@ void expect_moved(const Bytes& bytes, std::uint64_t at) {
     EXPECT_EQ(after->make, before->make);
     EXPECT_EQ(after->model, before->model);
     EXPECT_EQ(after->raw.frame, before->raw.frame);
+    EXPECT_EQ(after->not_understood.size(), before->not_understood.size());
     EXPECT_EQ(after->raw.slices, before->raw.slices);
     EXPECT_EQ(extents_of(after->raw.pieces), moved_extents(before->raw.pieces, at));
     EXPECT_EQ(extents_of(after->references), moved_extents(before->references, at));
@@ -154,6 +155,8 @@ TEST(Moved, Raf) {
     const test::RafPhoto photo;
     expect_moved(photo.bytes, photo.jpeg_end); // Before the CFA header,
     expect_moved(photo.bytes, photo.second_header);
+    expect_moved(photo.bytes, photo.second_header + 8); // Within the CFA data: before each directory,
+    expect_moved(photo.bytes, photo.second_header + 26);
     expect_moved(photo.bytes, photo.image_offset);
 }
 
