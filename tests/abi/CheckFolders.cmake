@@ -27,7 +27,9 @@ elseif(PART STREQUAL "Libs")
     set(root libs)
     set(table
         "still_mend: jpeg_bits system_path"
+        "raw_mend: byte_reader"
         "quill_log: system_path"
+        "byte_reader:"
         "jpeg_bits:"
         "system_path:")
     set(owners "plate_mend/: nobody")

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "diagnose/Landmarks.h"
-#include "files/ByteReader.h"
+
+#include <byte_reader/ByteReader.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +14,8 @@
 // The landmarks of each format, and what the searches for them have in common.
 
 namespace plate_mend::host {
+
+using byte_reader::ByteReader;
 
 using Offset = std::optional<std::size_t>; ///< In a file; nothing if not found.
 

@@ -1,6 +1,6 @@
 #include "diagnose/JpegFinder.h"
 
-#include "files/ByteReader.h"
+#include <byte_reader/ByteReader.h>
 
 #include <cstddef>
 #include <optional>
@@ -8,6 +8,8 @@
 namespace plate_mend::host {
 
 namespace {
+
+using byte_reader::ByteReader;
 
 class JpegFinder {
   public:

@@ -1,7 +1,8 @@
 #include "judge/Cr3Tables.h"
 
-#include "files/ByteReader.h"
 #include "files/FileBytes.h"
+
+#include <byte_reader/ByteReader.h>
 
 #include <algorithm>
 #include <optional>
@@ -9,6 +10,8 @@
 namespace plate_mend::host {
 
 namespace {
+
+using byte_reader::ByteReader;
 
 constexpr std::size_t kSearched = std::size_t{4} << 20U;     ///< "moov" is at the start of the file.
 constexpr std::uint64_t kFarthest = std::uint64_t{1} << 40U; ///< No chunk offset is this high.

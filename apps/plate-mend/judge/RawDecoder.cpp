@@ -1,7 +1,6 @@
 #include "judge/RawDecoder.h"
 
-#include "files/ByteReader.h"
-
+#include <byte_reader/ByteReader.h>
 #include <libraw/libraw.h>
 
 #include <algorithm>
@@ -18,6 +17,8 @@ static_assert(
 namespace plate_mend::host {
 
 namespace {
+
+using byte_reader::ByteReader;
 
 std::string version_text(int version) {
     return std::to_string(version >> 16) + '.' + std::to_string(version >> 8 & 0xFF) + '.' +

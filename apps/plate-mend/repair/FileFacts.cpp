@@ -1,13 +1,16 @@
 #include "repair/FileFacts.h"
 
-#include "files/ByteReader.h"
 #include "files/FileBytes.h"
+
+#include <byte_reader/ByteReader.h>
 
 #include <vector>
 
 namespace plate_mend::host {
 
 namespace {
+
+using byte_reader::ByteReader;
 
 constexpr std::size_t kMostRead = std::size_t{8} << 20U; ///< Of a file, from its beginning.
 constexpr std::uint32_t kSmallest = 16;                  ///< Side of a picture, in pixels.

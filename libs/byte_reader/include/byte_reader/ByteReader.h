@@ -8,7 +8,7 @@
 #include <span>
 #include <string_view>
 
-namespace plate_mend::host {
+namespace byte_reader {
 
 /// Reads numbers and texts from bytes in memory, in one byte order, and never outside them: whatever the
 /// offset, a number that is not completely within the bytes is nothing. The bytes are not copied and must
@@ -68,4 +68,4 @@ class ByteReader {
     std::endian order_;
 };
 
-} // namespace plate_mend::host
+} // namespace byte_reader

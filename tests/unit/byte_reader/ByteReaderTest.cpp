@@ -1,4 +1,4 @@
-#include "files/ByteReader.h"
+#include <byte_reader/ByteReader.h>
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace plate_mend::host {
+namespace byte_reader {
 namespace {
 
 using namespace std::string_view_literals;
@@ -99,4 +99,4 @@ TEST_F(ByteReaderSearch, ReportsWhetherATextIsAtAnOffset) {
 }
 
 } // namespace
-} // namespace plate_mend::host
+} // namespace byte_reader

@@ -1,8 +1,8 @@
-#include "files/ByteReader.h"
+#include <byte_reader/ByteReader.h>
 
 #include <algorithm>
 
-namespace plate_mend::host {
+namespace byte_reader {
 
 std::optional<std::size_t> ByteReader::find(std::string_view text, std::uint64_t start,
                                             std::uint64_t end) const {
@@ -26,4 +26,4 @@ std::optional<std::size_t> ByteReader::find(std::string_view text, std::uint64_t
     return std::nullopt;
 }
 
-} // namespace plate_mend::host
+} // namespace byte_reader

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+// Tags of TIFF 6.0, Exif and DNG, and of makers' directories, as far as images need them.
+
+namespace raw_mend::tag {
+
+enum Tag : std::uint16_t {
+    kNewSubFileType = 254,
+    kImageWidth = 256,
+    kImageLength = 257,
+    kBitsPerSample = 258,
+    kCompression = 259,
+    kPhotometric = 262,
+    kMake = 271,
+    kModel = 272,
+    kStripOffsets = 273,
+    kSamplesPerPixel = 277,
+    kRowsPerStrip = 278,
+    kStripByteCounts = 279,
+    kTileWidth = 322,
+    kTileLength = 323,
+    kTileOffsets = 324,
+    kTileByteCounts = 325,
+    kSubIfds = 330,
+    kJpegOffset = 513,
+    kJpegLength = 514,
+    kExifIfd = 34665,
+    kGpsIfd = 34853,
+    kMakerNote = 37500,
+    kInteroperabilityIfd = 40965,
+    kUniqueCameraModel = 50708,
+    kPrivateData = 50740, ///< Sony: the offset of a directory, as four bytes.
+    kSlices = 50752,      ///< CR2: number of slices less one, width of each but the last, width of the last.
+};
+
+} // namespace raw_mend::tag
