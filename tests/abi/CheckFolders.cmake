@@ -28,6 +28,7 @@ elseif(PART STREQUAL "Libs")
     set(table
         "still_mend: jpeg_bits system_path"
         "quill_log: system_path"
+        "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
         "system_path:")
     set(owners "plate_mend/: nobody")
