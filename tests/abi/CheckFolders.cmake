@@ -27,6 +27,7 @@ elseif(PART STREQUAL "Libs")
     set(root libs)
     set(table
         "still_mend: jpeg_bits system_path"
+        "raw_mend: lossless_jpeg"
         "quill_log: system_path"
         "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"

@@ -11,15 +11,15 @@ using jpeg_bits::BitReader;
 /// Samples per step: so few that a frame which claims more samples than it has bits costs little.
 constexpr std::uint64_t kStep = 1024;
 
-/// As many samples as a full window surely holds, if not more.
+/// Of differences two of which fit in the 57 bits that are loaded.
 constexpr unsigned kPairBits = 28;
 
-using Order = std::vector<const SkipTable*>;
+using Order = McuTables::Order;
 
 /// Skips groups of kPeriod samples, which have these tables. With kPairs, each window holds two differences.
 template <std::size_t kPeriod, bool kPairs>
 bool skip_groups(BitReader& shared, const Order& order, std::uint64_t count) {
-    std::array<const SkipTable*, kPeriod> tables{};
+    std::array<const DifferenceTable*, kPeriod> tables{};
     for (std::size_t nth = 0; nth < kPeriod; ++nth) {
         tables[nth] = order[nth % order.size()];
     }
@@ -42,7 +42,7 @@ bool skip_any(BitReader& shared, const Order& order, std::uint64_t mcus) {
     BitReader reader = shared;
     bool good = true;
     for (std::uint64_t mcu = 0; mcu < mcus && good; ++mcu) {
-        for (const SkipTable* table : order) {
+        for (const DifferenceTable* table : order) {
             reader.fill();
             good = table->skip(reader) && good;
         }
@@ -70,7 +70,7 @@ bool skip_mcus(BitReader& reader, const Order& order, std::uint64_t mcus) {
 
 bool fit_in_pairs(const Order& order) {
     bool fit = true;
-    for (const SkipTable* table : order) {
+    for (const DifferenceTable* table : order) {
         fit = fit && table->longest() <= kPairBits;
     }
     return fit;

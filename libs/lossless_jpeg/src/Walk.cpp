@@ -52,7 +52,7 @@ bool Walk::take_interval(std::uint64_t mcus, std::uint64_t step, const Step& tak
 /// Takes the samples one by one up to the fault, which must be within this many MCUs.
 void Walk::find_fault(std::uint64_t mcus) {
     for (std::uint64_t mcu = 0; mcu < mcus; ++mcu) {
-        for (const SkipTable* table : tables_.order()) {
+        for (const DifferenceTable* table : tables_.order()) {
             const BitReader before = reader_;
             const int category = table->table().decode(reader_);
             if (category > 0 && category < 16) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "DifferenceTable.h"
 #include "McuLayout.h"
-#include "SkipTable.h"
 
 #include <lossless_jpeg/Stream.h>
 
@@ -10,14 +10,16 @@ namespace lossless_jpeg {
 /// The tables and their order in an MCU.
 class McuTables {
   public:
+    using Order = std::vector<const DifferenceTable*>;
+
     McuTables(const Head& head, const McuLayout& layout);
 
     /// The table of each sample of an MCU.
-    [[nodiscard]] const std::vector<const SkipTable*>& order() const { return order_; }
+    [[nodiscard]] const Order& order() const { return order_; }
 
   private:
-    std::array<std::optional<SkipTable>, 4> tables_;
-    std::vector<const SkipTable*> order_;
+    std::array<std::optional<DifferenceTable>, 4> tables_;
+    Order order_;
 };
 
 /// Goes through the intervals of a scan.
