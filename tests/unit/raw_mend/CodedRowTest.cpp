@@ -220,6 +220,25 @@ TEST_F(CodedRows, ExchangedHeadsAreADoubt) {
     EXPECT_EQ(chosen.certain(), expected);
 }
 
+TEST_F(CodedRows, HeadThatWasMovedIntoAGapIsADoubt) {
+    // The head of stream 2 replaces that of stream 4 and is somewhat after it: three heads are lost, one is
+    // there twice.
+    Bytes damaged = photo_.bytes;
+    const std::size_t moved = at(photo_.streams[2].begin) - 600;
+    const std::size_t to = at(photo_.streams[4].begin) + 40;
+    std::swap_ranges(damaged.begin() + static_cast<std::ptrdiff_t>(moved),
+                     damaged.begin() + static_cast<std::ptrdiff_t>(moved) + 800,
+                     damaged.begin() + static_cast<std::ptrdiff_t>(to));
+    const auto chosen = choose(damaged, sample_);
+    ASSERT_EQ(chosen.places.size(), 5U);
+    EXPECT_EQ(chosen.row.doubts.size(), 1U);
+    const auto certain = chosen.certain();
+    EXPECT_EQ(certain[2], kNone);
+    EXPECT_EQ(certain[3], kNone);
+    EXPECT_EQ(certain[4], kNone);
+    EXPECT_EQ(certain[5], at(photo_.streams[5].begin));
+}
+
 TEST_F(CodedRows, FrameOfTheLastPieceMustBeInItsPlace) {
     const CodedPhoto::Options options{.seed = 1, .alignment = 2, .last_rows = 40};
     const CodedPhoto sample(options);

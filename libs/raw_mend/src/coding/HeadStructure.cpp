@@ -9,13 +9,13 @@ constexpr unsigned char kDht = 0xC4;
 } // namespace
 
 HeadStructure::HeadStructure(const lossless_jpeg::Head& head)
-    : precision(head.precision), width(head.width), height(head.height),
-      restart_interval(head.restart_interval), point_transform(head.point_transform) {
-    for (const auto& segment : head.segments) {
-        segments.push_back({segment.code, segment.code == kDht ? 0 : segment.length});
-    }
+    : numbers_{head.precision,        head.width,           head.height,
+               head.restart_interval, head.point_transform, static_cast<unsigned>(head.components.size())} {
     for (const auto& component : head.components) {
-        components.push_back({component.id, component.horizontal, component.vertical});
+        numbers_.insert(numbers_.end(), {component.id, component.horizontal, component.vertical});
+    }
+    for (const auto& segment : head.segments) {
+        numbers_.insert(numbers_.end(), {segment.code, segment.code == kDht ? 0 : segment.length});
     }
 }
 

@@ -135,15 +135,15 @@ class Choice {
         return gaps;
     }
 
-    /// Which places are a piece's for certain. Where the head of a piece was moved into another one, neither
-    /// of the two streams is proved, and there is a place more than there should be. Then those before and
-    /// after them are certain if nothing can be missing from them to the image's begin or end.
+    /// Which places are a piece's for certain. A head that was moved into another stream, or after one,
+    /// begins a stream that is not proved, and there is a place more than there should be. Then those before
+    /// and after are certain if nothing can be missing from them to the image's begin or end.
     [[nodiscard]] static std::vector<bool> trusted(std::span<const CodedPlace> row,
                                                    const std::vector<Gap>& gaps) {
         std::size_t first_pair = row.size();
         std::size_t last_pair = 0;
         for (std::size_t nth = 0; nth + 1 < row.size(); ++nth) {
-            if (!row[nth].proved && !row[nth + 1].proved) {
+            if (!row[nth + 1].proved && (!row[nth].proved || gaps[nth + 1].most > 0)) {
                 first_pair = std::min(first_pair, nth);
                 last_pair = nth + 1;
             }
