@@ -208,7 +208,7 @@ Bytes lossless_jpeg(const std::vector<std::uint16_t>& samples, unsigned columns,
     const std::size_t row_length = std::size_t{columns} * options.components;
     std::vector<int> values(samples.begin(), samples.end());
     for (int& value : values) {
-        value >>= options.point_transform;
+        value = value >> options.point_transform;
     }
     std::vector<int> differences;
     differences.reserve(values.size());

@@ -232,7 +232,8 @@ TEST(CodedHeads, AnyBytesAreTaken) {
     for (std::uint32_t seed = 0; seed < 300; ++seed) {
         Bytes bytes = photo.bytes;
         for (std::uint32_t change = 0; change < 5; ++change) {
-            put_bytes(bytes, noise(4, seed * 5 + change)[0] * 50U, noise(seed % 90, seed * 5 + change));
+            put_bytes(bytes, std::size_t{50} * noise(4, seed * 5 + change)[0],
+                      noise(seed % 90, seed * 5 + change));
         }
         bytes.resize(bytes.size() - seed);
         std::uint64_t before = 0;

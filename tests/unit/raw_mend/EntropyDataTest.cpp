@@ -77,8 +77,8 @@ TEST(EntropyData, IsNotWhatOnlyHasNoMarkers) {
 TEST(EntropyData, AnyBytesAreTaken) {
     for (std::uint32_t seed = 0; seed < 500; ++seed) {
         Bytes bytes = noise(200, seed);
-        for (std::size_t at = 0; at < bytes.size(); ++at) {
-            bytes[at] = bytes[at] < 100 ? 0xFF : bytes[at] < 130 ? 0xDA : bytes[at];
+        for (unsigned char& byte : bytes) {
+            byte = byte < 100 ? 0xFF : byte < 130 ? 0xDA : byte;
         }
         for (const EntropyData& data : found(bytes)) {
             EXPECT_LE(data.range.begin, data.range.end);

@@ -370,7 +370,8 @@ TEST(LosslessJpegFault, KeepsTheCompleteRowsBeforeIt) {
     EXPECT_EQ(result.decoded.progress.samples, checked(shorter).samples);
     EXPECT_EQ(result.decoded.rows, result.decoded.progress.samples / (2 * kColumns));
     EXPECT_GT(result.decoded.rows, kRows / 2);
-    EXPECT_EQ(result.samples, Samples(samples.begin(), samples.begin() + result.decoded.rows * 2 * kColumns));
+    const auto kept = static_cast<std::ptrdiff_t>(result.decoded.rows * std::uint64_t{2} * kColumns);
+    EXPECT_EQ(result.samples, Samples(samples.begin(), samples.begin() + kept));
 }
 
 TEST(LosslessJpegFault, SamplesBeyondThePrecisionAreCounted) {
