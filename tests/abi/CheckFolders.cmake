@@ -27,9 +27,10 @@ elseif(PART STREQUAL "Libs")
     set(root libs)
     set(table
         "still_mend: jpeg_bits system_path"
-        "raw_mend: byte_reader"
+        "raw_mend: byte_reader lossless_jpeg"
         "quill_log: system_path"
         "byte_reader:"
+        "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
         "system_path:")
     set(owners "plate_mend/: nobody")

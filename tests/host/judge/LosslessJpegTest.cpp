@@ -44,6 +44,16 @@ TEST_F(LosslessJpeg, OverwrittenBlocksShow) {
     }
 }
 
+TEST_F(LosslessJpeg, FillBytesMayPrecedeRestartMarkersAndEoi) {
+    LosslessJpegOptions options;
+    options.restart_interval = 64;
+    for (const std::size_t fill_bytes : {0U, 1U, 2U, 7U}) {
+        options.fill_bytes = fill_bytes;
+        EXPECT_TRUE(is_complete_lossless_jpeg(lossless_jpeg(Scene(1).bayer(64, 48, 14), 64, 48, options)))
+            << fill_bytes;
+    }
+}
+
 TEST_F(LosslessJpeg, AnyBytesAreTaken) {
     EXPECT_FALSE(is_complete_lossless_jpeg({}));
     EXPECT_FALSE(is_complete_lossless_jpeg({0xFF, 0xD8, 0xFF, 0xD9}));

@@ -18,13 +18,28 @@ class BitReader {
     /// The next 1 to 16 bits, not consumed.
     [[nodiscard]] unsigned peek(unsigned count) {
         if (bits_ < count) {
-            refill();
+            fill();
         }
-        return static_cast<unsigned>(window_ >> (bits_ - count)) & ((1U << count) - 1U);
+        return peek_loaded(count);
     }
 
     /// Consumes what peek has shown.
-    void skip(unsigned count) { bits_ -= count; }
+    void skip(unsigned count) {
+        window_ <<= count;
+        bits_ -= count;
+    }
+
+    /// Loads bits, so that 57 or more are loaded.
+    void fill() {
+        if (bits_ <= 56 && !fill_from_plain_bytes()) {
+            fill_bytewise();
+        }
+    }
+
+    /// The next 1 to 16 bits, not consumed; as many must be loaded.
+    [[nodiscard]] unsigned peek_loaded(unsigned count) const {
+        return static_cast<unsigned>(window_ >> (64U - count));
+    }
 
     /// The next 1 to 16 bits.
     [[nodiscard]] unsigned get(unsigned count) {
@@ -39,8 +54,14 @@ class BitReader {
     /// Whether fewer than eight bits are left before a marker or the end, and no more were consumed than
     /// there are: this is how an entropy-coded segment ends.
     [[nodiscard]] bool closes() {
-        refill();
+        fill();
         return padding_ > 0 && bits_ >= padding_ && bits_ - padding_ < 8;
+    }
+
+    /// Whether fewer than this many bits, at most 57, are left before a marker or the end.
+    [[nodiscard]] bool ends_within(unsigned count) {
+        fill();
+        return padding_ > 0 && bits_ < padding_ + count;
     }
 
     /// The offset of the next byte to be loaded, at most eight bytes ahead of the next bit. After closes() or
@@ -48,9 +69,20 @@ class BitReader {
     [[nodiscard]] std::size_t stop() const { return position_; }
 
     /// The offset of the first byte of which no bit was consumed.
-    [[nodiscard]] std::size_t offset() const {
+    [[nodiscard]] std::size_t offset() const { return bytes_back(overrun() ? 0 : (bits_ - padding_) / 8); }
+
+    /// The offset of the byte that the next bit is in. FF 00 is one byte, at the offset of the FF.
+    [[nodiscard]] std::size_t byte_of_next_bit() const {
+        return bytes_back(overrun() ? 0 : (bits_ - padding_ + 7) / 8);
+    }
+
+    /// Which bit of that byte is the next: 0 is the highest, 7 the lowest.
+    [[nodiscard]] unsigned next_bit() const { return overrun() ? 0 : (8 - (bits_ - padding_) % 8) % 8; }
+
+  private:
+    [[nodiscard]] std::size_t bytes_back(std::uint32_t count) const {
         std::size_t at = position_;
-        for (std::uint32_t ahead = overrun() ? 0 : (bits_ - padding_) / 8; ahead > 0 && at > 0; --ahead) {
+        for (; count > 0 && at > 0; --count) {
             --at;
             if (data_[at] == 0x00 && at > 0 && data_[at - 1] == 0xFF) {
                 --at; // FF 00 is one byte.
@@ -59,12 +91,38 @@ class BitReader {
         return at;
     }
 
-  private:
-    void refill() {
+    /// Loads as many bytes as there is room for if none of the next eight is FF; there must be room for one.
+    bool fill_from_plain_bytes() {
+        if (data_.size() < 8 || position_ > data_.size() - 8) {
+            return false;
+        }
+        const std::uint64_t bytes = eight_bytes(data_.data() + position_);
+        if (has_ff(bytes)) {
+            return false;
+        }
+        window_ |= bytes >> bits_; // The last byte's bits without room come again with the next load.
+        const std::uint32_t loaded = (64U - bits_) / 8U;
+        position_ += loaded;
+        bits_ += 8U * loaded;
+        return true;
+    }
+
+    void fill_bytewise() {
         while (bits_ <= 56) {
-            window_ = window_ << 8U | next_byte();
+            window_ |= std::uint64_t{next_byte()} << (56U - bits_);
             bits_ += 8;
         }
+    }
+
+    static std::uint64_t eight_bytes(const unsigned char* from) {
+        return std::uint64_t{from[0]} << 56U | std::uint64_t{from[1]} << 48U | std::uint64_t{from[2]} << 40U |
+               std::uint64_t{from[3]} << 32U | std::uint64_t{from[4]} << 24U | std::uint64_t{from[5]} << 16U |
+               std::uint64_t{from[6]} << 8U | std::uint64_t{from[7]};
+    }
+
+    static bool has_ff(std::uint64_t bytes) {
+        // A byte of the complement that is zero borrows from its highest bit.
+        return ((~bytes - 0x0101010101010101U) & bytes & 0x8080808080808080U) != 0;
     }
 
     unsigned next_byte() {
@@ -85,7 +143,7 @@ class BitReader {
 
     std::span<const unsigned char> data_;
     std::size_t position_ = 0; // Offset of the next byte that is not in the window.
-    std::uint64_t window_ = 0; // The next bits_ bits are its lowest.
+    std::uint64_t window_ = 0; // The next bits_ bits are its highest. Any after them are the next byte's.
     std::uint32_t bits_ = 0;
     std::uint32_t padding_ = 0; // Zeros that were made up; bits_ below this is an overrun.
 };

@@ -1,0 +1,103 @@
+#include "coding/CrxHeads.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+// | code (2) | size of the rest (2) | length of the coded bytes (4) | more |, high byte first.
+constexpr unsigned kTile = 0xFF01; // Plane and band follow. Larger headers have 10 more.
+constexpr unsigned kLeastRest = 8;
+constexpr unsigned kMostRest = 64;
+
+std::uint64_t number(Bytes bytes, std::uint64_t offset, unsigned count) {
+    std::uint64_t value = 0;
+    for (const unsigned char byte : bytes.subspan(static_cast<std::size_t>(offset), count)) {
+        value = value << 8U | byte;
+    }
+    return value;
+}
+
+std::optional<CrxHeader> read_header(Bytes bytes, std::uint64_t offset) {
+    if (offset > bytes.size() || bytes.size() - offset < 4 + kLeastRest) {
+        return std::nullopt;
+    }
+    const auto code = static_cast<unsigned>(number(bytes, offset, 2));
+    const auto rest = static_cast<unsigned>(number(bytes, offset + 2, 2));
+    const unsigned nth = (code & ~0x10U) - kTile;
+    if (nth > 2 || rest < kLeastRest || rest > kMostRest || bytes.size() - offset < 4 + rest) {
+        return std::nullopt;
+    }
+    return CrxHeader{static_cast<CrxHeader::Kind>(nth), code, 4 + rest, offset, number(bytes, offset + 4, 4)};
+}
+
+/// Whether each header of a kind states the sum of the next kind's headers up to the next one like it.
+bool sums_agree(const std::vector<CrxHeader>& headers, CrxHeader::Kind whole, CrxHeader::Kind part) {
+    std::uint64_t stated = 0;
+    std::uint64_t sum = 0;
+    for (const CrxHeader& header : headers) {
+        if (header.kind == part) {
+            sum += header.length;
+        } else if (header.kind == whole) {
+            if (sum != stated) {
+                return false;
+            }
+            stated = header.length;
+            sum = 0;
+        }
+    }
+    return sum == stated;
+}
+
+} // namespace
+
+std::uint64_t CrxHeads::coded_length() const {
+    std::uint64_t sum = 0;
+    for (const CrxHeader& header : headers) {
+        sum += header.kind == CrxHeader::Kind::kTile ? header.length : 0;
+    }
+    return sum;
+}
+
+bool CrxHeads::is_like(const CrxHeads& other) const {
+    return std::equal(headers.begin(), headers.end(), other.headers.begin(), other.headers.end(),
+                      [](const CrxHeader& one, const CrxHeader& two) {
+                          return one.code == two.code && one.size == two.size;
+                      });
+}
+
+std::optional<CrxHeads> read_crx_heads(Bytes bytes, std::uint64_t offset) {
+    CrxHeads heads;
+    auto header = read_header(bytes, offset);
+    if (!header || header->kind != CrxHeader::Kind::kTile) {
+        return std::nullopt;
+    }
+    for (; header; header = read_header(bytes, offset)) {
+        heads.headers.push_back(*header);
+        offset += header->size;
+    }
+    using Kind = CrxHeader::Kind;
+    heads.lengths_agree = sums_agree(heads.headers, Kind::kTile, Kind::kPlane) &&
+                          sums_agree(heads.headers, Kind::kPlane, Kind::kBand);
+    return heads;
+}
+
+std::vector<CrxHeads> find_crx_heads(Bytes damaged, const CrxHeads& sample) {
+    std::vector<CrxHeads> found;
+    const auto from = [&](std::uint64_t offset) {
+        return damaged.begin() + static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(offset, damaged.size()));
+    };
+    for (auto at = from(0); (at = std::find(at, damaged.end(), 0xFF)) != damaged.end();) {
+        const auto offset = static_cast<std::uint64_t>(at - damaged.begin());
+        auto heads = read_crx_heads(damaged, offset);
+        at = from(heads ? heads->end() : offset + 1);
+        if (heads && heads->is_like(sample) && (heads->lengths_agree || !sample.lengths_agree)) {
+            found.push_back(std::move(*heads));
+        }
+    }
+    return found;
+}
+
+} // namespace raw_mend

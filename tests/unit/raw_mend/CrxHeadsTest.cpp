@@ -1,0 +1,88 @@
+#include "coding/CrxHeads.h"
+
+#include "support/CrxEncoder.h"
+#include "support/Scene.h"
+
+#include <gtest/gtest.h>
+
+namespace test {
+namespace {
+
+using raw_mend::CrxHeader;
+using raw_mend::find_crx_heads;
+using raw_mend::read_crx_heads;
+
+Bytes track(unsigned number) {
+    return encode_crx(Scene(number).bayer(64, 48, 14), 64, 48, 14);
+}
+
+TEST(CrxHeads, AreTilePlanesAndBandsWithLengthsThatAgree) {
+    const Bytes bytes = joined(noise(50, 1), track(1));
+    const auto heads = read_crx_heads(bytes, 50);
+    ASSERT_TRUE(heads);
+    ASSERT_EQ(heads->headers.size(), 9U);
+    EXPECT_EQ(heads->headers[0].kind, CrxHeader::Kind::kTile);
+    EXPECT_EQ(heads->headers[1].kind, CrxHeader::Kind::kPlane);
+    EXPECT_EQ(heads->headers[2].kind, CrxHeader::Kind::kBand);
+    EXPECT_EQ(heads->headers[8].kind, CrxHeader::Kind::kBand);
+    EXPECT_EQ(heads->begin(), 50U);
+    EXPECT_EQ(heads->end(), 50U + 9 * 12);
+    EXPECT_TRUE(heads->lengths_agree);
+    EXPECT_EQ(heads->begin() + kCrxHeaderSize + heads->coded_length(), bytes.size());
+}
+
+TEST(CrxHeads, ChangedLengthDoesNotAgree) {
+    const Bytes bytes = track(1);
+    for (std::size_t nth = 0; nth < 9; ++nth) {
+        Bytes changed = bytes;
+        changed[12 * nth + 7] = static_cast<unsigned char>(changed[12 * nth + 7] + 1);
+        const auto heads = read_crx_heads(changed, 0);
+        ASSERT_TRUE(heads);
+        EXPECT_FALSE(heads->lengths_agree) << nth;
+    }
+}
+
+TEST(CrxHeads, LargerHeadersAreRead) {
+    Bytes bytes{0xFF, 0x11, 0, 16};
+    bytes.resize(20);
+    bytes[7] = 9;
+    Bytes plane{0xFF, 0x12, 0, 16};
+    plane.resize(20);
+    plane[7] = 9;
+    const auto heads = read_crx_heads(joined(bytes, plane), 0);
+    ASSERT_TRUE(heads);
+    EXPECT_EQ(heads->headers.size(), 2U);
+    EXPECT_EQ(heads->headers[1].size, 20U);
+    EXPECT_EQ(heads->coded_length(), 9U);
+    EXPECT_EQ(heads->end(), 40U);
+}
+
+TEST(CrxHeads, AreFoundInAnotherPhotograph) {
+    const auto sample = read_crx_heads(track(1), 0);
+    ASSERT_TRUE(sample);
+    const Bytes other = track(2);
+    const Bytes damaged = joined(joined(noise(5000, 1), other), joined(noise(777, 2), other));
+    const auto found = find_crx_heads(damaged, *sample);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].begin(), 5000U);
+    EXPECT_EQ(found[0].begin() + kCrxHeaderSize + found[0].coded_length(), 5000 + other.size());
+    EXPECT_EQ(found[1].begin(), 5777 + other.size());
+    Bytes broken = other;
+    broken[12 * 3] = 0;
+    EXPECT_TRUE(find_crx_heads(broken, *sample).empty());
+    EXPECT_TRUE(find_crx_heads({}, *sample).empty());
+}
+
+TEST(CrxHeads, NoTruncatedOneIsLikeTheSample) {
+    const Bytes bytes = track(1);
+    const auto sample = read_crx_heads(bytes, 0);
+    ASSERT_TRUE(sample);
+    for (std::size_t size = 0; size < 9 * 12; ++size) {
+        EXPECT_TRUE(find_crx_heads(part(bytes, 0, size), *sample).empty()) << size;
+    }
+    EXPECT_FALSE(read_crx_heads(bytes, ~std::uint64_t{0}));
+    EXPECT_FALSE(read_crx_heads(bytes, 12)) << "a plane is no begin";
+}
+
+} // namespace
+} // namespace test
