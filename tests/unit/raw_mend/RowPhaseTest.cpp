@@ -111,10 +111,12 @@ TEST(RowPhase, HasNoAnswerInTwoPhasesAtOnce) {
 }
 
 TEST(RowPhase, OfInterleavedColoursIsThatOfAPixel) {
-    const Picture grey = clouds(160, 120, 4);
-    RowGeometry geometry{Packing::kBytes, 8, std::uint64_t{3} * grey.width, grey.height, 3, 1};
+    constexpr std::size_t kWidth = 160;
+    Picture clear = clouds(2 * kWidth, 240, 4);
+    const RowGeometry geometry{Packing::kBytes, 8, 3 * kWidth, 120, 3, 1};
     Bytes image;
-    for (const std::uint16_t value : grey.samples) {
+    for (std::size_t i = 0; i < kWidth * 120; ++i) {
+        const unsigned value = clear.at(2 * (i % kWidth), 2 * (i / kWidth)); // One colour of the filter.
         for (const unsigned share : {16U, 20U, 28U}) {
             image.push_back(static_cast<unsigned char>(value / share));
         }

@@ -24,7 +24,8 @@ class Region {
           known_last_(row_at(pieces.back().end)) {
         const bool ends_with_file =
             end == file.size() && offset(fit_.rows()) == static_cast<std::int64_t>(end);
-        runs_ = find_row_runs(fit_, geometry.cfa_period, ends_with_file, known_first_, known_last_);
+        runs_ = find_row_runs(fit_, geometry.cfa_period, {origin_ == 0, ends_with_file}, known_first_,
+                              known_last_);
         all_runs_ = runs_;
         std::erase_if(runs_, [](const RowRun& run) { return run.last - run.first < kMinRows; });
     }
@@ -34,10 +35,8 @@ class Region {
         add_by_end(images);
         add_by_edges(images);
         add_by_sample_start(images);
+        add_doubtful(images);
         std::ranges::sort(images, {}, &ImagePlace::start);
-        if (images.empty()) {
-            add_doubtful(images);
-        }
         return images;
     }
 
@@ -153,11 +152,16 @@ class Region {
         }
     }
 
+    /// For rows of known pieces that are in no other image, one that begins with the first of them.
     void add_doubtful(std::vector<ImagePlace>& images) const {
         for (const RowRun& run : runs_) {
-            if (run.last > known_first_ && run.first < known_last_) {
+            const bool known = run.last > known_first_ && run.first < known_last_;
+            const bool taken = std::ranges::any_of(images, [&](const ImagePlace& image) {
+                const std::int64_t end = image.start + static_cast<std::int64_t>(geometry_.image_bytes());
+                return offset(run.first) < end && image.start < offset(run.last);
+            });
+            if (known && !taken) {
                 images.push_back(place(offset(run.first), PlaceProof::kNone));
-                return;
             }
         }
     }

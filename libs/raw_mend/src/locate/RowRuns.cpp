@@ -13,8 +13,7 @@ constexpr double kSharpFactor = 1.3;
 
 class Runs {
   public:
-    Runs(RowFit& fit, std::uint64_t period, bool ends_with_file)
-        : fit_(fit), period_(period), ends_with_file_(ends_with_file) {
+    Runs(RowFit& fit, std::uint64_t period, WholeRows whole) : fit_(fit), period_(period), whole_(whole) {
         for (std::uint64_t row = 0; row + period < fit.rows(); ++row) {
             misfits_.push_back(fit.misfit(row));
         }
@@ -72,28 +71,28 @@ class Runs {
     }
 
     [[nodiscard]] bool is_sharp_before(std::uint64_t first) const {
-        return break_all(first - std::min(first, period_), first);
+        return first == 0 ? whole_.first : break_all(first - std::min(first, period_), first);
     }
 
     [[nodiscard]] bool is_sharp_after(std::uint64_t last) const {
         if (last == fit_.rows()) {
-            return ends_with_file_;
+            return whole_.last;
         }
         return break_all(last - period_, std::min(last, fit_.rows() - period_));
     }
 
     RowFit& fit_;
     std::uint64_t period_;
-    bool ends_with_file_;
+    WholeRows whole_;
     std::vector<RowFit::Misfit> misfits_;
     double limit_ = 0;
 };
 
 } // namespace
 
-std::vector<RowRun> find_row_runs(RowFit& fit, std::uint64_t period, bool ends_with_file,
+std::vector<RowRun> find_row_runs(RowFit& fit, std::uint64_t period, WholeRows whole,
                                   std::uint64_t known_first, std::uint64_t known_last) {
-    return Runs(fit, period, ends_with_file).find(known_first, known_last);
+    return Runs(fit, period, whole).find(known_first, known_last);
 }
 
 } // namespace raw_mend
