@@ -28,9 +28,11 @@ class Bins {
 } // namespace
 
 BreakScores::BreakScores(const RowGeometry& geometry)
-    : geometry_(geometry), step_(geometry.step()), per_group_(geometry.group_units()),
-      units_(static_cast<std::size_t>(geometry.row_units())), differences_(units_ + step_ + 1),
-      candidates_(units_), sum_(units_), squares_(units_), slopes_(units_) {}
+    : geometry_(geometry), cells_(geometry.packing == Packing::kCells), step_(geometry.step()),
+      per_group_(geometry.group_units()), units_(static_cast<std::size_t>(geometry.row_units())),
+      differences_(units_ + step_ + 1), left_ends_(cells_ ? units_ : 0), right_ends_(cells_ ? units_ + 1 : 0),
+      candidates_(units_), sum_(units_), squares_(units_), slopes_(units_),
+      right_slopes_(cells_ ? units_ : 0) {}
 
 void BreakScores::add(Bytes window) {
     const std::uint64_t whole = window.size() / geometry_.row_bytes;
@@ -40,7 +42,9 @@ void BreakScores::add(Bytes window) {
 }
 
 void BreakScores::add_vote(Bytes window, std::uint64_t first_row) {
-    std::ranges::fill(differences_, 0.0F);
+    for (auto* differences : {&differences_, &left_ends_, &right_ends_}) {
+        std::ranges::fill(*differences, 0.0F);
+    }
     for (unsigned row = 0; row < geometry_.cfa_period; ++row) {
         read_row(window, first_row + row);
         add_differences();
@@ -58,24 +62,46 @@ void BreakScores::read_row(Bytes window, std::uint64_t row) {
 
 void BreakScores::add_differences() {
     const float* const right = row_.first.data() + step_;
-    const float* const left = geometry_.packing == Packing::kCells ? row_.last.data() : row_.first.data();
+    const float* const left = cells_ ? row_.last.data() : row_.first.data();
     float* const sum = differences_.data() + step_ + 1;
     for (std::size_t i = 0; i < units_; ++i) {
         sum[i] += std::abs(right[i] - left[i]);
     }
+    if (cells_) {
+        add_ends();
+    }
+}
+
+/// In cells, the neighbours of a break are inside.
+void BreakScores::add_ends() {
+    for (std::size_t i = 0; i < units_; ++i) {
+        left_ends_[i] += std::abs(row_.second[i] - row_.first[i]);
+        right_ends_[1 + i] += std::abs(row_.last[i] - row_.last_but_one[i]);
+    }
+    right_ends_[0] = right_ends_[units_];
+}
+
+const float* BreakScores::right_of_break() const {
+    return cells_ ? left_ends_.data() : differences_.data() + step_ + 1;
+}
+
+const float* BreakScores::left_of_break() const {
+    return cells_ ? right_ends_.data() + 1 : differences_.data() + 1;
 }
 
 /// At the seam, as many neighbours in a row differ as there are colours, and none beside them.
 void BreakScores::score_candidates() {
     std::copy(differences_.end() - static_cast<std::ptrdiff_t>(step_ + 1), differences_.end(),
               differences_.begin());
+    const float* const right = right_of_break();
+    const float* const before_left = left_of_break() - 1;
     for (std::size_t unit = 0; unit < units_; unit += per_group_) {
-        const float* const first = differences_.data() + unit + 1;
-        float least = first[0];
+        const float* const across = differences_.data() + unit + 1;
+        float least = across[0];
         for (std::size_t i = 1; i < step_; ++i) {
-            least = std::min(least, first[i]);
+            least = std::min(least, across[i]);
         }
-        candidates_[unit] = least - std::max(first[-1], first[step_]);
+        candidates_[unit] = least - std::max(before_left[unit], right[unit]);
     }
 }
 
@@ -108,9 +134,12 @@ void BreakScores::rank_candidates() {
         }
     }
     const float median = median_difference();
-    const float* const differences = differences_.data() + step_ + 1;
+    const float* const right = right_of_break();
     for (std::size_t i = 0; i < units_; ++i) {
-        slopes_[i] += differences[i] / (differences[i] + median);
+        slopes_[i] += right[i] / (right[i] + median);
+    }
+    for (std::size_t i = 0; i < right_slopes_.size(); ++i) {
+        right_slopes_[i] += right_ends_[1 + i] / (right_ends_[1 + i] + median);
     }
 }
 
@@ -155,8 +184,11 @@ std::optional<BreakScores::Best> BreakScores::best() const {
 
 /// The difference of neighbours that are wholly on one side of a break, so many units from it.
 double BreakScores::slope(std::size_t unit, std::size_t distance, bool left) const {
-    const std::size_t at = left ? unit + 2 * units_ - step_ - 1 - distance : unit + distance;
-    return slopes_[at % units_];
+    if (!left) {
+        return slopes_[(unit + distance) % units_];
+    }
+    const std::size_t last = unit + 2 * units_ - 1 - distance;
+    return cells_ ? right_slopes_[last % units_] : slopes_[(last - step_) % units_];
 }
 
 double BreakScores::steepness(std::size_t unit) const {

@@ -44,26 +44,37 @@ class BreakScores {
     void add_vote(Bytes window, std::uint64_t first_row);
     void read_row(Bytes window, std::uint64_t row);
     void add_differences();
+    void add_ends();
     void score_candidates();
     void rank_candidates();
     [[nodiscard]] float median_difference();
+    /// At i: how steep the picture is directly right of a break before unit i, and directly left of one after
+    /// it.
+    [[nodiscard]] const float* right_of_break() const;
+    [[nodiscard]] const float* left_of_break() const;
     [[nodiscard]] double slope(std::size_t unit, std::size_t distance, bool left) const;
 
     RowGeometry geometry_;
+    bool cells_;
     std::size_t step_;
     std::size_t per_group_;
     std::size_t units_;
     std::uint64_t votes_ = 0;
     Units row_; ///< A row, and the first units of the next.
-    /// At i: between the unit before i by a step, and one further, and its right neighbour; summed over a
-    /// vote. Those of the row's end come first once more.
+    /// At step + 1 + i: between unit i and the next of its colour, summed over a vote. Those of the row's
+    /// last units are at the beginning once more.
     std::vector<float> differences_;
+    std::vector<float> left_ends_; ///< In cells, at i: between the first two samples of unit i.
+    std::vector<float>
+        right_ends_; ///< At 1 + i: between its last two; that of the row's last unit is at 0 too.
     std::vector<float> candidates_; ///< At i: how strong the break before unit i is.
     std::vector<float> sorted_;
     std::vector<double> sum_;
     std::vector<double> squares_;
-    std::vector<double>
-        slopes_; ///< Differences relative to their median, bounded by 1; summed over all votes.
+    /// Differences relative to their median, bounded by 1; summed over all votes. At i: from unit i to the
+    /// right, or in its first samples; and, in cells, in its last ones.
+    std::vector<float> slopes_;
+    std::vector<float> right_slopes_;
 };
 
 } // namespace raw_mend

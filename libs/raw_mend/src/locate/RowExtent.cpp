@@ -35,6 +35,7 @@ class Region {
         add_by_end(images);
         add_by_edges(images);
         add_by_sample_start(images);
+        std::ranges::sort(images, {}, &ImagePlace::start);
         add_doubtful(images);
         std::ranges::sort(images, {}, &ImagePlace::start);
         return images;
@@ -52,28 +53,27 @@ class Region {
         return static_cast<std::int64_t>(origin_ + row * geometry_.row_bytes);
     }
 
-    /// The runs that begin or end in an image at an offset set the picture's borders.
+    /// An image at an offset. The first and last run in it set the borders of its picture.
     [[nodiscard]] ImagePlace place(std::int64_t start, PlaceProof proof) const {
-        const std::int64_t end = start + static_cast<std::int64_t>(geometry_.image_bytes());
+        const std::int64_t end = start + size();
         ImagePlace place{start, phase_, 0, 0, proof};
-        bool found = false;
-        for (const RowRun& run : runs_) {
-            if (offset(run.last) <= start || offset(run.first) >= end) {
-                continue;
-            }
-            if (!found) {
-                place.picture_begin = static_cast<std::uint64_t>(std::max(offset(run.first), start));
-                found = true;
-            }
-            place.picture_end = static_cast<std::uint64_t>(std::min(offset(run.last), end));
+        auto run =
+            std::ranges::upper_bound(runs_, start, {}, [&](const RowRun& r) { return offset(r.last); });
+        if (run == runs_.end() || offset(run->first) >= end) {
+            return place;
+        }
+        place.picture_begin = static_cast<std::uint64_t>(std::max(offset(run->first), start));
+        for (; run != runs_.end() && offset(run->first) < end; ++run) {
+            place.picture_end = static_cast<std::uint64_t>(std::min(offset(run->last), end));
         }
         return place;
     }
 
+    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(geometry_.image_bytes()); }
+
     [[nodiscard]] bool overlaps(std::span<const ImagePlace> images, std::int64_t start) const {
-        const auto size = static_cast<std::int64_t>(geometry_.image_bytes());
         return std::ranges::any_of(images, [&](const ImagePlace& image) {
-            return start < image.start + size && image.start < start + size;
+            return start < image.start + size() && image.start < start + size();
         });
     }
 
@@ -86,8 +86,7 @@ class Region {
         if (!in_phase || end < origin_ || row_at(end) < runs_.back().last || row_at(end) > fit_.rows()) {
             return;
         }
-        const std::int64_t start =
-            static_cast<std::int64_t>(end) - static_cast<std::int64_t>(geometry_.image_bytes());
+        const std::int64_t start = static_cast<std::int64_t>(end) - size();
         const ImagePlace image = place(start, PlaceProof::kEnd);
         if (image.picture_end > 0 && rows_before_are_lost(image, row_at(end))) {
             images.push_back(image);
@@ -122,20 +121,21 @@ class Region {
     }
 
     void add_by_edges(std::vector<ImagePlace>& images) const {
-        std::vector<ImagePlace> found;
+        std::vector<std::int64_t> starts;
         for (const RowRun& run : runs_) {
             const auto end = std::ranges::lower_bound(runs_, run.first + geometry_.rows, {}, &RowRun::last);
             if (run.sharp_first && end != runs_.end() && end->last == run.first + geometry_.rows &&
                 end->sharp_last && !overlaps(images, offset(run.first))) {
-                found.push_back(place(offset(run.first), PlaceProof::kBothEdges));
+                starts.push_back(offset(run.first));
             }
         }
-        for (std::size_t i = 0; i + 1 < found.size(); ++i) {
-            if (overlaps(std::span(&found[i], 1), found[i + 1].start)) {
-                return; // One of them is wrong.
-            }
+        const auto overlap = [&](std::int64_t one, std::int64_t next) { return next < one + size(); };
+        if (std::ranges::adjacent_find(starts, overlap) != starts.end()) {
+            return; // One of them is wrong.
         }
-        images.insert(images.end(), found.begin(), found.end());
+        for (const std::int64_t start : starts) {
+            images.push_back(place(start, PlaceProof::kBothEdges));
+        }
     }
 
     void add_by_sample_start(std::vector<ImagePlace>& images) const {
@@ -153,15 +153,18 @@ class Region {
     }
 
     /// For rows of known pieces that are in no other image, one that begins with the first of them.
+    /// The images are by offset.
     void add_doubtful(std::vector<ImagePlace>& images) const {
+        const std::vector<ImagePlace> proven = images;
+        std::int64_t taken = 0; // By the last doubtful one.
         for (const RowRun& run : runs_) {
             const bool known = run.last > known_first_ && run.first < known_last_;
-            const bool taken = std::ranges::any_of(images, [&](const ImagePlace& image) {
-                const std::int64_t end = image.start + static_cast<std::int64_t>(geometry_.image_bytes());
-                return offset(run.first) < end && image.start < offset(run.last);
-            });
-            if (known && !taken) {
+            const auto next = std::ranges::upper_bound(
+                proven, offset(run.first), {}, [&](const ImagePlace& image) { return image.start + size(); });
+            const bool is_proven = next != proven.end() && next->start < offset(run.last);
+            if (known && !is_proven && offset(run.first) >= taken) {
                 images.push_back(place(offset(run.first), PlaceProof::kNone));
+                taken = offset(run.first) + size();
             }
         }
     }

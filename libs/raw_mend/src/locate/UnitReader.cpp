@@ -110,6 +110,19 @@ class Cell {
     unsigned shift_ = 0;
 };
 
+void read_cells(Bytes bytes, std::size_t count, Units& units) {
+    units.second.resize(count);
+    units.last_but_one.resize(count);
+    units.last.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const Cell cell(bytes.subspan(16 * i, 16));
+        units.first[i] = cell.sample(0);
+        units.second[i] = cell.sample(1);
+        units.last_but_one[i] = cell.sample(14);
+        units.last[i] = cell.sample(15);
+    }
+}
+
 } // namespace
 
 void read_units(const RowGeometry& geometry, Bytes bytes, std::size_t count, Units& units) {
@@ -132,12 +145,7 @@ void read_units(const RowGeometry& geometry, Bytes bytes, std::size_t count, Uni
         read_packed<false>(geometry.bits, bytes, count, first);
         break;
     case Packing::kCells:
-        units.last.resize(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            const Cell cell(bytes.subspan(16 * i, 16));
-            first[i] = cell.sample(0);
-            units.last[i] = cell.sample(15);
-        }
+        read_cells(bytes, count, units);
         break;
     }
 }

@@ -8,14 +8,16 @@
 
 namespace raw_mend {
 
-/// The first and the last sample of each unit: the same, except in cells.
+/// The samples of each unit that are at its ends. Only cells have more than the first.
 struct Units {
     std::vector<float> first;
+    std::vector<float> second;
+    std::vector<float> last_but_one;
     std::vector<float> last;
 };
 
 /// Reads count units, whole groups of them, from bytes, which begin with a group. The bytes must hold them.
-/// The last samples are read only in cells.
+/// The other samples are read only in cells.
 void read_units(const RowGeometry& geometry, Bytes bytes, std::size_t count, Units& units);
 
 } // namespace raw_mend
