@@ -1,5 +1,6 @@
 #include "locate/UnitReader.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <numeric>
 
@@ -7,28 +8,27 @@ namespace raw_mend {
 
 namespace {
 
-/// Reads groups of samples, each of which fits a 128-bit number: the first sample at its highest bits if
-/// high_first, else at its lowest.
+/// Reads groups of samples, the first one at their highest bits if high_first, else at their lowest.
 template <unsigned kBits, bool kHighFirst>
 void read_packed(Bytes bytes, std::size_t count, float* out) {
     constexpr unsigned kGroupBytes = kBits / std::gcd(kBits, 8U);
     constexpr unsigned kGroupUnits = 8 / std::gcd(kBits, 8U);
-    constexpr unsigned kHalfUnits = kGroupUnits > 4 ? kGroupUnits / 2 : kGroupUnits; // At most 64 bits.
+    constexpr unsigned kPartUnits = std::min(kGroupUnits, 4U); // At most 64 bits, with those of their bytes.
     constexpr std::uint64_t kMask = (std::uint64_t{1} << kBits) - 1;
     for (std::size_t group = 0; group < count / kGroupUnits; ++group) {
         const unsigned char* const from = bytes.data() + group * kGroupBytes;
-        for (unsigned unit = 0; unit < kGroupUnits; unit += kHalfUnits) {
-            const unsigned first_bit = unit * kBits;
-            const unsigned last_bit = first_bit + kHalfUnits * kBits;
-            std::uint64_t bits = 0;
-            for (unsigned byte = first_bit / 8; byte < (last_bit + 7) / 8; ++byte) {
-                const unsigned place = kHighFirst ? (last_bit + 7) / 8 - 1 - byte : byte - first_bit / 8;
-                bits |= std::uint64_t{from[byte]} << 8 * place;
+        for (unsigned first_bit = 0; first_bit < kGroupUnits * kBits; first_bit += kPartUnits * kBits) {
+            const unsigned first = first_bit / 8;
+            const unsigned last = (first_bit + kPartUnits * kBits + 7) / 8;
+            std::uint64_t pending = 0;
+            for (unsigned byte = first; byte < last; ++byte) {
+                pending |= std::uint64_t{from[byte]}
+                           << (kHighFirst ? 56 - 8 * (byte - first) : 8 * (byte - first));
             }
-            for (unsigned i = 0; i < kHalfUnits; ++i) {
-                const unsigned shift = kHighFirst ? (last_bit + 7) / 8 * 8 - first_bit - (i + 1) * kBits
-                                                  : i * kBits + first_bit % 8;
-                *out++ = static_cast<float>(bits >> shift & kMask);
+            pending = kHighFirst ? pending << first_bit % 8 : pending >> first_bit % 8;
+            for (unsigned i = 0; i < kPartUnits; ++i) {
+                *out++ = static_cast<float>(kHighFirst ? pending >> (64 - kBits) : pending & kMask);
+                pending = kHighFirst ? pending << kBits : pending >> kBits;
             }
         }
     }
