@@ -13,12 +13,10 @@ namespace {
 using raw_mend::find_row_extent;
 using raw_mend::ImagePlace;
 using raw_mend::Packing;
-using raw_mend::PhasePiece;
 using raw_mend::PlaceProof;
 using raw_mend::RowExtent;
 using raw_mend::RowGeometry;
 using raw_mend::RowTraits;
-using raw_mend::SamplePlace;
 
 constexpr std::size_t kHead = 20000;
 constexpr std::size_t kTail = 700;

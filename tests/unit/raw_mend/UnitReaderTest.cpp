@@ -46,7 +46,7 @@ TEST(UnitReader, ReadsTheFirstAndLastSampleOfACell) {
     picture.at(31, 4) = 2047;
     const RowGeometry geometry = geometry_of(picture, Packing::kCells, 12);
     raw_mend::Units units;
-    raw_mend::read_units(geometry, coded_rows(picture, geometry), 8 * 32, units);
+    raw_mend::read_units(geometry, coded_rows(picture, geometry), std::size_t{8} * 32, units);
     for (std::size_t i = 0; i < units.first.size(); ++i) {
         const std::size_t x = i % 8 / 2 * 32 + i % 2;
         EXPECT_NEAR(units.first[i], picture.at(x, i / 8), 16) << i; // Steps of 16 at most.
@@ -60,10 +60,11 @@ TEST(UnitReader, ReadsNoByteMoreThanItNeeds) {
     const Picture picture = all_values();
     for (const NamedPacking& named : packings()) {
         const RowGeometry geometry = geometry_of(picture, named.packing, named.bits);
-        const Bytes bytes = noise(geometry.group_bytes() * 5, 1); // An allocation of its own.
+        const Bytes bytes = noise(std::size_t{5} * geometry.group_bytes(), 1); // An allocation of its own.
+        const std::size_t count = std::size_t{5} * geometry.group_units();
         raw_mend::Units units;
-        raw_mend::read_units(geometry, bytes, geometry.group_units() * std::size_t{5}, units);
-        EXPECT_EQ(units.first.size(), geometry.group_units() * std::size_t{5}) << named.name;
+        raw_mend::read_units(geometry, bytes, count, units);
+        EXPECT_EQ(units.first.size(), count) << named.name;
     }
 }
 
