@@ -1,5 +1,6 @@
 #include "RowImages.h"
 
+#include "locate/RowExtent.h"
 #include "locate/RowPhase.h"
 
 #include <gtest/gtest.h>
@@ -99,6 +100,18 @@ TEST_P(RowPhaseOfPacking, ReadsNothingOutsideWindowsOfAnySize) {
         }
     }
     EXPECT_EQ(find_row_phase(raw_mend::Bytes{}, geometry).finding, PhaseFinding::kTooShort);
+}
+
+TEST(RowPhase, HasNoAnswerWhereTheGeometryIsNotSupported) {
+    const Bytes file = noise(100000, 1);
+    for (const RowGeometry& geometry :
+         {RowGeometry{}, RowGeometry{Packing::kPackedHighFirst, 0, 300, 100, 1, 2},
+          RowGeometry{Packing::kLittleWords, 14, ~std::uint64_t{0}, ~std::uint64_t{0}, 1, 2},
+          RowGeometry{Packing::kBytes, 8, 200, 100, 0, 0}}) {
+        EXPECT_EQ(find_row_phase(file, geometry).finding, PhaseFinding::kUnsupported);
+        EXPECT_EQ(measure_row_traits(file, geometry), RowTraits{});
+        EXPECT_TRUE(raw_mend::find_row_extent(file, geometry).images.empty());
+    }
 }
 
 TEST(RowPhase, HasNoAnswerInTwoPhasesAtOnce) {

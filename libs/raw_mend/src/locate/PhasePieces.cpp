@@ -92,6 +92,9 @@ class Windows {
 } // namespace
 
 std::vector<PhasePiece> find_phase_pieces(Bytes file, const RowGeometry& geometry, const RowTraits& traits) {
+    if (!geometry.supported()) {
+        return {};
+    }
     return Windows(file, geometry, traits).pieces();
 }
 

@@ -44,7 +44,7 @@ struct RowExtent {
         images; ///< By offset. One per phase, or several if its rows are too many for one.
 };
 
-/// Finds all images of a geometry, which must be supported(). No images where no phase is clear.
+/// Finds all images of a geometry. None if the geometry is not supported() or no phase is clear.
 [[nodiscard]] RowExtent find_row_extent(Bytes file, const RowGeometry& geometry, const RowTraits& traits = {},
                                         const SamplePlace& sample = {});
 

@@ -109,6 +109,9 @@ std::vector<Bytes> windows_of_image(Bytes image, const RowGeometry& geometry) {
 } // namespace
 
 RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry) {
+    if (!geometry.supported()) {
+        return {};
+    }
     const std::vector<Bytes> windows = windows_of_image(image, geometry);
     BreakScores scores(geometry);
     for (const Bytes window : windows) {
@@ -138,6 +141,10 @@ RowPhase find_row_phase(Bytes window, const RowGeometry& geometry, const RowTrai
 RowPhase find_row_phase(std::span<const Bytes> windows, const RowGeometry& geometry,
                         const RowTraits& traits) {
     RowPhase result;
+    if (!geometry.supported()) {
+        return result;
+    }
+    result.finding = PhaseFinding::kTooShort;
     if (rows_of(windows, geometry) < kMinRows) {
         return result;
     }

@@ -31,6 +31,7 @@ struct RowTraits {
 /// Why there is an answer or not.
 enum class PhaseFinding {
     kClear,
+    kUnsupported, ///< RowGeometry::supported().
     kTooShort,    ///< Fewer rows than can be judged.
     kNoAlignment, ///< Rows do not fit one another at this distance, or fit at several alignments.
     kNotDistinct, ///< Another place is nearly as good: a flat picture, noise, or two phases.
@@ -40,7 +41,7 @@ enum class PhaseFinding {
 
 /// The offset, modulo the bytes of a row, at which rows begin, and the evidence.
 struct RowPhase {
-    PhaseFinding finding = PhaseFinding::kTooShort;
+    PhaseFinding finding = PhaseFinding::kUnsupported;
     std::optional<std::uint64_t> phase; ///< Only if clear: 0 to the bytes of a row less one. Exact.
     std::optional<unsigned> alignment;  ///< The phase modulo the bytes of a group.
     double best = 0;                    ///< Score of the best place: 0 to 5, about 1 where there is no seam.
@@ -50,7 +51,6 @@ struct RowPhase {
 };
 
 /// The phase of a window: the offset in it, modulo the bytes of a row, at which its rows begin.
-/// The geometry must be supported().
 [[nodiscard]] RowPhase find_row_phase(Bytes window, const RowGeometry& geometry,
                                       const RowTraits& traits = {});
 
