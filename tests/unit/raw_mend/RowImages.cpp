@@ -210,7 +210,7 @@ Picture picture_of_jpeg(const Bytes& jpeg, double light, double noise) {
 RowGeometry geometry_of(const Picture& picture, Packing packing, unsigned bits) {
     const bool words = packing == Packing::kLittleWords || packing == Packing::kBigWords;
     const std::size_t stored = packing == Packing::kCells ? 8 : words ? 16 : bits;
-    return {packing, bits, picture.width * stored / 8, picture.height, 1, 2};
+    return {packing, bits, (picture.width * stored + 7) / 8, picture.height, 1, 2};
 }
 
 unsigned stored_sample(unsigned value, std::size_t place, unsigned bits, LowBits low) {

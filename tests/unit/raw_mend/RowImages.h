@@ -29,7 +29,7 @@ struct Picture {
 /// that grows with the square root of the light. The width is cut to a multiple of 32.
 [[nodiscard]] Picture picture_of_jpeg(const Bytes& jpeg, double light, double noise);
 
-/// The geometry of a picture in a packing. The width must be a multiple of 32.
+/// The geometry of a picture in a packing. For cells, the width must be a multiple of 32.
 [[nodiscard]] raw_mend::RowGeometry geometry_of(const Picture& picture, raw_mend::Packing packing,
                                                 unsigned bits);
 

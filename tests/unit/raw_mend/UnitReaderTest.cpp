@@ -79,7 +79,9 @@ TEST(RowGeometry, IsSupportedIfItsNumbersAreSensible) {
     EXPECT_FALSE(changed([](RowGeometry& g) { g.bits = 0; }));
     EXPECT_FALSE(changed([](RowGeometry& g) { g.bits = 17; }));
     EXPECT_FALSE(changed([](RowGeometry& g) { g.row_bytes = 0; }));
-    EXPECT_FALSE(changed([](RowGeometry& g) { g.row_bytes = 3019; })) << "no whole groups";
+    EXPECT_TRUE(changed([](RowGeometry& g) { g.row_bytes = 3019; })) << "no whole groups";
+    EXPECT_FALSE(changed([](RowGeometry& g) { g = {Packing::kLittleWords, 12, 3019, 1324, 1, 2}; }));
+    EXPECT_FALSE(changed([](RowGeometry& g) { g = {Packing::kCells, 11, 3019, 1324, 1, 2}; }));
     EXPECT_FALSE(changed([](RowGeometry& g) { g.row_bytes = 30; })) << "too narrow";
     EXPECT_FALSE(changed([](RowGeometry& g) { g.row_bytes = std::uint64_t{3} << 40U; }));
     EXPECT_FALSE(changed([](RowGeometry& g) { g.rows = 0; }));

@@ -11,6 +11,10 @@ constexpr std::uint64_t kMaxRows = std::uint64_t{1} << 20U;
 constexpr std::uint64_t kMinUnits = 64;
 constexpr unsigned kCellBytes = 16;
 
+bool is_packed(Packing packing) {
+    return packing == Packing::kPackedHighFirst || packing == Packing::kPackedLowFirst;
+}
+
 bool bits_fit(Packing packing, unsigned bits) {
     if (packing == Packing::kBytes) {
         return bits == 8;
@@ -35,14 +39,13 @@ unsigned RowGeometry::group_bytes() const {
 }
 
 unsigned RowGeometry::group_units() const {
-    const bool packed = packing == Packing::kPackedHighFirst || packing == Packing::kPackedLowFirst;
-    return packed ? 8 / std::gcd(bits, 8U) : 1;
+    return is_packed(packing) ? 8 / std::gcd(bits, 8U) : 1;
 }
 
 bool RowGeometry::supported() const {
     return bits_fit(packing, bits) && samples_per_pixel >= 1 && samples_per_pixel <= 4 && cfa_period >= 1 &&
            cfa_period <= 2 && rows >= 1 && rows <= kMaxRows && row_bytes >= 1 && row_bytes <= kMaxRowBytes &&
-           row_bytes % group_bytes() == 0 && row_units() >= kMinUnits;
+           (is_even() || is_packed(packing)) && row_units() >= kMinUnits;
 }
 
 } // namespace raw_mend

@@ -29,13 +29,16 @@ struct RowGeometry {
     [[nodiscard]] unsigned group_units() const;
     /// Units from one sample to the next of its colour in the same row.
     [[nodiscard]] unsigned step() const { return samples_per_pixel * cfa_period; }
-    /// Units in a row.
+    /// Units in the whole groups of a row.
     [[nodiscard]] std::uint64_t row_units() const { return row_bytes / group_bytes() * group_units(); }
     /// Bytes of the image.
     [[nodiscard]] std::uint64_t image_bytes() const { return row_bytes * rows; }
 
-    /// Whether the phase of such rows can be searched for: sensible numbers, rows of whole groups, at least
-    /// 64 units in a row and at most 2^20 bytes, and an image of less than 2^40 bytes.
+    /// Whether rows are whole groups. Only those of packed samples need not be.
+    [[nodiscard]] bool is_even() const { return row_bytes % group_bytes() == 0; }
+
+    /// Whether the phase of such rows can be searched for: sensible numbers, at least 64 units in a row and
+    /// at most 2^20 bytes, and at most 2^20 rows.
     [[nodiscard]] bool supported() const;
 
     bool operator==(const RowGeometry&) const = default;

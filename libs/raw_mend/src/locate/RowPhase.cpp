@@ -3,6 +3,7 @@
 #include "locate/Alignment.h"
 #include "locate/BreakScores.h"
 #include "locate/MaskedColumns.h"
+#include "locate/UnevenRows.h"
 
 #include <algorithm>
 #include <vector>
@@ -16,6 +17,7 @@ constexpr double kMinDistance = 5;       ///< Standard deviations to the second 
 constexpr double kMinScore = 1.5;        ///< A break scores 1 where there is none.
 constexpr double kMaxSteepness = 1.25;   ///< At the seam, a picture is as steep as elsewhere.
 constexpr std::size_t kBesideBreak = 16; ///< Units on either side of it that are judged.
+constexpr double kMaxMisfit = 0.16;      ///< Of the range of samples.
 constexpr std::uint64_t kMeasuredRows = 64;
 
 struct Masks {
@@ -30,11 +32,11 @@ Masks masks_beside(std::span<const Bytes> windows, const RowGeometry& geometry, 
             is_masked(windows, geometry, unit, groups)};
 }
 
-/// The windows without their first bytes, so that they begin with a group of samples.
-std::vector<Bytes> aligned(std::span<const Bytes> windows, unsigned alignment) {
+/// The windows without their first bytes.
+std::vector<Bytes> from(std::span<const Bytes> windows, std::size_t first) {
     std::vector<Bytes> result;
     for (const Bytes window : windows) {
-        result.push_back(window.subspan(std::min<std::size_t>(alignment, window.size())));
+        result.push_back(window.subspan(std::min(first, window.size())));
     }
     return result;
 }
@@ -106,6 +108,27 @@ std::vector<Bytes> windows_of_image(Bytes image, const RowGeometry& geometry) {
     return windows;
 }
 
+/// The number of idle bits must be known: else, samples of another size at another place may fit better.
+RowPhase find_uneven(std::span<const Bytes> windows, const RowGeometry& geometry, const RowTraits& traits) {
+    RowPhase result;
+    const auto found = find_uneven_phase(windows, geometry);
+    result.finding = PhaseFinding::kNotDistinct;
+    if (!found) {
+        return result;
+    }
+    result.distance = found->distance;
+    result.rows = found->rows;
+    const std::vector<Bytes> rows = from(windows, static_cast<std::size_t>(found->phase));
+    if (found->misfit > kMaxMisfit || !traits.idle_low_bits ||
+        count_idle_low_bits(rows, geometry) != traits.idle_low_bits) {
+        result.finding = PhaseFinding::kNoAlignment;
+    } else if (found->distance >= kMinDistance) {
+        result.finding = PhaseFinding::kClear;
+        result.phase = found->phase;
+    }
+    return result;
+}
+
 } // namespace
 
 RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry) {
@@ -113,12 +136,16 @@ RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry) {
         return {};
     }
     const std::vector<Bytes> windows = windows_of_image(image, geometry);
+    RowTraits traits;
+    traits.idle_low_bits = count_idle_low_bits(windows, geometry);
+    if (!geometry.is_even()) {
+        traits.break_known = true; // What masked columns hide is not needed.
+        return traits;
+    }
     BreakScores scores(geometry);
     for (const Bytes window : windows) {
         scores.add(window);
     }
-    RowTraits traits;
-    traits.idle_low_bits = count_idle_low_bits(windows, geometry);
     const auto best = scores.best();
     if (!best || best->distance < kMinDistance || scores.mean(best->unit) < kMinScore) {
         return traits;
@@ -148,12 +175,15 @@ RowPhase find_row_phase(std::span<const Bytes> windows, const RowGeometry& geome
     if (rows_of(windows, geometry) < kMinRows) {
         return result;
     }
+    if (!geometry.is_even()) {
+        return find_uneven(windows, geometry, traits);
+    }
     result.alignment = common_alignment(windows, geometry, traits.idle_low_bits);
     if (!result.alignment) {
         result.finding = PhaseFinding::kNoAlignment;
         return result;
     }
-    const std::vector<Bytes> groups = aligned(windows, *result.alignment);
+    const std::vector<Bytes> groups = from(windows, *result.alignment);
     BreakScores scores(geometry);
     for (const Bytes window : groups) {
         scores.add(window);

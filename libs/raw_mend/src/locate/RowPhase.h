@@ -43,7 +43,7 @@ enum class PhaseFinding {
 struct RowPhase {
     PhaseFinding finding = PhaseFinding::kUnsupported;
     std::optional<std::uint64_t> phase; ///< Only if clear: 0 to the bytes of a row less one. Exact.
-    std::optional<unsigned> alignment;  ///< The phase modulo the bytes of a group.
+    std::optional<unsigned> alignment;  ///< The phase modulo the bytes of a group, if rows are whole groups.
     double best = 0;                    ///< Score of the best place: 0 to 5, about 1 where there is no seam.
     double second = 0;                  ///< Score of the place that comes nearest to it.
     double distance = 0;                ///< Between the two, in standard deviations.
