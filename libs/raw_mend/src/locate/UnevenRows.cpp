@@ -1,0 +1,166 @@
+#include "locate/UnevenRows.h"
+
+#include "locate/UnitReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr std::uint64_t kMaxVotes = 96;
+constexpr std::uint64_t kMinVotes = 8;
+constexpr double kTie = 1e-3;         ///< Costs per vote that are the same.
+constexpr std::uint64_t kMaxPart = 8; ///< Bytes that are the same in all rows: one in so many at most.
+
+/// What it costs to read two rows, one a period below the other, as if rows began at each of their bytes: the
+/// logarithm of how badly groups of samples fit.
+class Costs {
+  public:
+    explicit Costs(const RowGeometry& geometry)
+        : geometry_(geometry), row_bytes_(static_cast<std::size_t>(geometry.row_bytes)),
+          group_(geometry.group_bytes()), sums_(row_bytes_), costs_(row_bytes_) {}
+
+    /// Per phase. There must be one more row after the lower one.
+    const std::vector<double>& of_rows(Bytes window, std::uint64_t row) {
+        for (std::size_t alignment = 0; alignment < group_; ++alignment) {
+            add_fit(window, row, alignment);
+        }
+        for (std::size_t at = group_; at < row_bytes_; ++at) {
+            sums_[at] += sums_[at - group_];
+        }
+        for (std::size_t phase = 0; phase < row_bytes_; ++phase) {
+            costs_[phase] = cost(phase);
+        }
+        return costs_;
+    }
+
+  private:
+    /// The groups that begin at an alignment, each at its first byte.
+    void add_fit(Bytes window, std::uint64_t row, std::size_t alignment) {
+        const std::size_t groups = (row_bytes_ - alignment + group_ - 1) / group_;
+        const std::size_t units = geometry_.group_units();
+        const auto from = static_cast<std::size_t>(row * geometry_.row_bytes) + alignment;
+        const std::size_t below = geometry_.cfa_period * row_bytes_;
+        read_units(geometry_, window.subspan(from), groups * units, upper_);
+        read_units(geometry_, window.subspan(from + below), groups * units, lower_);
+        const double range = std::exp2(geometry_.bits) * static_cast<double>(units);
+        for (std::size_t group = 0; group < groups; ++group) {
+            double sum = 0;
+            for (std::size_t i = group * units; i < (group + 1) * units; ++i) {
+                sum += std::abs(upper_.first[i] - lower_.first[i]);
+            }
+            sums_[alignment + group * group_] = std::log((sum + 0.5) / range);
+        }
+    }
+
+    /// The groups of a row that begins at the phase. Those past the end of the row that is read are at the
+    /// same places of the next.
+    [[nodiscard]] double cost(std::size_t phase) const {
+        const std::size_t groups = row_bytes_ / group_;
+        const std::size_t here = std::min((row_bytes_ - phase + group_ - 1) / group_, groups);
+        double sum = sums_[phase + (here - 1) * group_] - (phase >= group_ ? sums_[phase - group_] : 0);
+        if (here < groups) {
+            const std::size_t first = phase + here * group_ - row_bytes_;
+            sum +=
+                sums_[first + (groups - here - 1) * group_] - (first >= group_ ? sums_[first - group_] : 0);
+        }
+        return sum;
+    }
+
+    const RowGeometry& geometry_;
+    std::size_t row_bytes_;
+    std::size_t group_;
+    Units upper_;
+    Units lower_;
+    std::vector<double> sums_;
+    std::vector<double> costs_;
+};
+
+/// Calls a function with the costs of some of the rows of all windows.
+template <typename Function>
+std::uint64_t for_each_vote(std::span<const Bytes> windows, const RowGeometry& geometry, Function function) {
+    std::uint64_t all = 0;
+    for (const Bytes window : windows) {
+        all += window.size() / geometry.row_bytes;
+    }
+    const std::uint64_t step = geometry.cfa_period * (all / geometry.cfa_period / kMaxVotes + 1);
+    Costs costs(geometry);
+    std::uint64_t votes = 0;
+    for (const Bytes window : windows) {
+        const std::uint64_t rows = window.size() / geometry.row_bytes;
+        for (std::uint64_t row = 0; row + geometry.cfa_period + 1 < rows; row += step) {
+            function(costs.of_rows(window, row));
+            ++votes;
+        }
+    }
+    return votes;
+}
+
+/// How each phase compares with one of them.
+struct Comparison {
+    std::vector<double> sum;
+    std::vector<double> squares;
+};
+
+Comparison compare(std::span<const Bytes> windows, const RowGeometry& geometry, std::size_t best) {
+    Comparison comparison{std::vector<double>(static_cast<std::size_t>(geometry.row_bytes)),
+                          std::vector<double>(static_cast<std::size_t>(geometry.row_bytes))};
+    for_each_vote(windows, geometry, [&](const std::vector<double>& costs) {
+        for (std::size_t phase = 0; phase < costs.size(); ++phase) {
+            const double difference = costs[phase] - costs[best];
+            comparison.sum[phase] += difference;
+            comparison.squares[phase] += difference * difference;
+        }
+    });
+    return comparison;
+}
+
+} // namespace
+
+std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, const RowGeometry& geometry) {
+    std::vector<double> sums(static_cast<std::size_t>(geometry.row_bytes));
+    const std::uint64_t votes = for_each_vote(windows, geometry, [&](const std::vector<double>& costs) {
+        std::ranges::transform(sums, costs, sums.begin(), std::plus<>());
+    });
+    if (votes < kMinVotes) {
+        return std::nullopt;
+    }
+    const auto least = static_cast<std::size_t>(std::ranges::min_element(sums) - sums.begin());
+    const Comparison comparison = compare(windows, geometry, least);
+    const auto count = static_cast<double>(votes);
+    const std::size_t size = sums.size();
+    const std::size_t group = geometry.group_bytes();
+    const auto is_tie = [&](std::size_t phase) { return comparison.squares[phase] <= kTie * kTie * count; };
+
+    // Bytes that are the same in all rows may be read either way: they are the end of the row.
+    std::vector<bool> taken(size);
+    std::size_t best = least;
+    std::size_t ties = 0;
+    while (is_tie((best + group) % size) && ties < size / group) {
+        best = (best + group) % size;
+        ++ties;
+    }
+    for (std::size_t at = best; is_tie(at) && !taken[at]; at = (at + size - group) % size) {
+        taken[at] = true;
+    }
+    if (static_cast<std::uint64_t>(std::ranges::count(taken, true)) * group > size / kMaxPart + group) {
+        return std::nullopt;
+    }
+    UnevenPhase found{best, kMaxVotes * count, 0, votes * geometry.cfa_period};
+    for (std::size_t phase = 0; phase < size; ++phase) {
+        if (!taken[phase]) {
+            const double spread =
+                comparison.squares[phase] - comparison.sum[phase] * comparison.sum[phase] / count;
+            const double distance = comparison.sum[phase] / std::sqrt(std::max(spread, 0.0) + count / 4);
+            found.distance = std::min(found.distance, distance);
+        }
+    }
+    const auto groups = static_cast<double>(size / group);
+    found.misfit = std::exp(sums[best] / count / groups);
+    return found;
+}
+
+} // namespace raw_mend
