@@ -11,7 +11,7 @@ using jpeg_bits::BitReader;
 /// Samples per step: so few that a frame which claims more samples than it has bits costs little.
 constexpr std::uint64_t kStep = 1024;
 
-/// Of differences two of which fit in the 57 bits that are loaded.
+/// Two differences of so many bits fit in the 57 that are loaded.
 constexpr unsigned kPairBits = 28;
 
 using Order = McuTables::Order;

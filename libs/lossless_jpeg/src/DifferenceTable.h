@@ -72,8 +72,8 @@ class DifferenceTable {
     /// Loads bits as well, before and after.
     [[nodiscard]] int decode_long(jpeg_bits::BitReader& reader) const;
 
-    std::array<std::uint8_t, 1U << kIndexBits>
-        bits_{}; // Of differences; 0 for rare codes and for bits that are no code.
+    /// A difference's bits; 0 for rare codes and for bits that are no code.
+    std::array<std::uint8_t, 1U << kIndexBits> bits_{};
     std::array<std::uint8_t, 1U << kIndexBits> categories_{};
     unsigned longest_ = 0;
     jpeg_bits::HuffmanTable table_;

@@ -11,7 +11,7 @@ namespace {
 
 using jpeg_bits::HuffmanCodes;
 
-constexpr unsigned kMostCategory = 16; // Of a difference of 16-bit samples (T.81, table H.2).
+constexpr unsigned kMostCategory = 16; // The highest of 16-bit samples (T.81, table H.2).
 
 class Reader {
   public:

@@ -12,6 +12,8 @@ using raw_mend::CrxHeader;
 using raw_mend::find_crx_heads;
 using raw_mend::read_crx_heads;
 
+constexpr std::size_t kHeader = 12; ///< Bytes of a header.
+
 Bytes track(unsigned number) {
     return encode_crx(Scene(number).bayer(64, 48, 14), 64, 48, 14);
 }
@@ -26,7 +28,7 @@ TEST(CrxHeads, AreTilePlanesAndBandsWithLengthsThatAgree) {
     EXPECT_EQ(heads->headers[2].kind, CrxHeader::Kind::kBand);
     EXPECT_EQ(heads->headers[8].kind, CrxHeader::Kind::kBand);
     EXPECT_EQ(heads->begin(), 50U);
-    EXPECT_EQ(heads->end(), 50U + 9 * 12);
+    EXPECT_EQ(heads->end(), 50U + 9 * kHeader);
     EXPECT_TRUE(heads->lengths_agree);
     EXPECT_EQ(heads->begin() + kCrxHeaderSize + heads->coded_length(), bytes.size());
 }
@@ -35,7 +37,8 @@ TEST(CrxHeads, ChangedLengthDoesNotAgree) {
     const Bytes bytes = track(1);
     for (std::size_t nth = 0; nth < 9; ++nth) {
         Bytes changed = bytes;
-        changed[12 * nth + 7] = static_cast<unsigned char>(changed[12 * nth + 7] + 1);
+        unsigned char& low = changed[kHeader * nth + 7];
+        low = static_cast<unsigned char>(low + 1);
         const auto heads = read_crx_heads(changed, 0);
         ASSERT_TRUE(heads);
         EXPECT_FALSE(heads->lengths_agree) << nth;
@@ -68,7 +71,7 @@ TEST(CrxHeads, AreFoundInAnotherPhotograph) {
     EXPECT_EQ(found[0].begin() + kCrxHeaderSize + found[0].coded_length(), 5000 + other.size());
     EXPECT_EQ(found[1].begin(), 5777 + other.size());
     Bytes broken = other;
-    broken[12 * 3] = 0;
+    broken[kHeader * 3] = 0;
     EXPECT_TRUE(find_crx_heads(broken, *sample).empty());
     EXPECT_TRUE(find_crx_heads({}, *sample).empty());
 }
@@ -77,11 +80,11 @@ TEST(CrxHeads, NoTruncatedOneIsLikeTheSample) {
     const Bytes bytes = track(1);
     const auto sample = read_crx_heads(bytes, 0);
     ASSERT_TRUE(sample);
-    for (std::size_t size = 0; size < 9 * 12; ++size) {
+    for (std::size_t size = 0; size < 9 * kHeader; ++size) {
         EXPECT_TRUE(find_crx_heads(part(bytes, 0, size), *sample).empty()) << size;
     }
     EXPECT_FALSE(read_crx_heads(bytes, ~std::uint64_t{0}));
-    EXPECT_FALSE(read_crx_heads(bytes, 12)) << "a plane is no begin";
+    EXPECT_FALSE(read_crx_heads(bytes, 12)) << "a plane";
 }
 
 } // namespace

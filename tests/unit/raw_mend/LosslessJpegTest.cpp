@@ -368,7 +368,7 @@ TEST(LosslessJpegFault, KeepsTheCompleteRowsBeforeIt) {
     const auto result = decoded(shorter);
     EXPECT_EQ(result.decoded.progress.fault, Fault::kEndsEarly);
     EXPECT_EQ(result.decoded.progress.samples, checked(shorter).samples);
-    EXPECT_EQ(result.decoded.rows, result.decoded.progress.samples / (2 * kColumns));
+    EXPECT_EQ(result.decoded.rows, result.decoded.progress.samples / (std::uint64_t{2} * kColumns));
     EXPECT_GT(result.decoded.rows, kRows / 2);
     const auto kept = static_cast<std::ptrdiff_t>(result.decoded.rows * std::uint64_t{2} * kColumns);
     EXPECT_EQ(result.samples, Samples(samples.begin(), samples.begin() + kept));

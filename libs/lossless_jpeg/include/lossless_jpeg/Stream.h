@@ -18,7 +18,7 @@ enum class Fault {
 
 /// How far the entropy-coded data could be decoded.
 struct Progress {
-    std::uint64_t samples = 0; ///< Of all components, before the fault; all of the frame if there is none.
+    std::uint64_t samples = 0; ///< Before the fault, of all components; all of the frame if there is none.
     Fault fault = Fault::kNone;
     std::uint64_t byte = 0; ///< Offset of the byte that the fault is in; that of EOI if there is none.
     unsigned bit = 0;       ///< The bit of that byte, 0 for the highest.

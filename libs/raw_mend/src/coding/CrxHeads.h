@@ -14,12 +14,12 @@ struct CrxHeader {
 
     Kind kind = Kind::kTile;
     unsigned code = 0;        ///< The header's first two bytes.
-    unsigned size = 0;        ///< Of the header in bytes, at least 12.
-    std::uint64_t offset = 0; ///< Of the header.
-    std::uint64_t length = 0; ///< Of the coded bytes that it states.
+    unsigned size = 0;        ///< The header's own bytes, at least 12.
+    std::uint64_t offset = 0; ///< The header's own offset.
+    std::uint64_t length = 0; ///< The number of coded bytes that it states.
 };
 
-/// The headers at the begin of a track's data: tiles, the planes of each after it, and the bands of each
+/// The headers at the start of a track's data: tiles, the planes of each after it, and the bands of each
 /// plane after that. The coded bytes follow, after zeros that fill the headers up.
 struct CrxHeads {
     std::vector<CrxHeader> headers; ///< The first one is a tile's.
@@ -29,7 +29,7 @@ struct CrxHeads {
 
     [[nodiscard]] std::uint64_t begin() const { return headers.front().offset; }
     [[nodiscard]] std::uint64_t end() const { return headers.back().offset + headers.back().size; }
-    [[nodiscard]] std::uint64_t coded_length() const; ///< Of all tiles.
+    [[nodiscard]] std::uint64_t coded_length() const; ///< The sum of all tiles.
     /// Whether the headers are as many, of the same codes and sizes: those of a photograph from the same
     /// camera.
     [[nodiscard]] bool is_like(const CrxHeads& other) const;

@@ -18,7 +18,7 @@ struct FujiHead {
     unsigned width = 0;
     unsigned height = 0; ///< Six rows per line.
     unsigned block_width = 0;
-    std::vector<std::uint32_t> lengths; ///< Of the blocks in bytes; at most 255.
+    std::vector<std::uint32_t> lengths; ///< The blocks' lengths in bytes; at most 255.
 
     [[nodiscard]] std::uint64_t end() const; ///< After the last block.
     /// Whether all is the same except for the offset and the lengths: a photograph from the same camera.

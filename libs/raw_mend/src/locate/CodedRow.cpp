@@ -137,7 +137,7 @@ class Choice {
 
     /// Which places are a piece's for certain. A head that was moved into another stream, or after one,
     /// begins a stream that is not proved, and there is a place more than there should be. Then those before
-    /// and after are certain if nothing can be missing from them to the image's begin or end.
+    /// and after are certain if nothing can be missing from them to the image's start or end.
     [[nodiscard]] static std::vector<bool> trusted(std::span<const CodedPlace> row,
                                                    const std::vector<Gap>& gaps) {
         std::size_t first_pair = row.size();

@@ -9,7 +9,7 @@ namespace raw_mend {
 struct Gap {
     std::size_t least = 0;   ///< That are missing there.
     std::size_t most = 0;    ///< At most the sample's count.
-    std::uint64_t bytes = 0; ///< Of them, as far as that can be estimated.
+    std::uint64_t bytes = 0; ///< Where they can be, as far as that can be estimated.
 };
 
 /// The gap before each place, and the one after the last. A stream that is not proved may hold the data of
