@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 
 // The fields of a description are all that it takes to move the parts of a file: with bytes put in and every
 // field corrected, the file is described as before, with each part where it is now.
@@ -75,18 +76,16 @@ Bytes put_in(const Bytes& bytes, const Description& description, std::uint64_t a
     return result;
 }
 
-std::vector<Extent> moved_extents(const std::vector<Piece>& pieces, std::uint64_t at) {
+std::vector<Extent> extents_of(const std::vector<Piece>& pieces) {
     std::vector<Extent> extents;
-    for (const Piece& piece : pieces) {
-        extents.push_back(moved(piece.data, at));
-    }
+    std::ranges::transform(pieces, std::back_inserter(extents), &Piece::data);
     return extents;
 }
 
-std::vector<Extent> extents_of(const std::vector<Piece>& pieces) {
-    std::vector<Extent> extents;
-    for (const Piece& piece : pieces) {
-        extents.push_back(piece.data);
+std::vector<Extent> moved_extents(const std::vector<Piece>& pieces, std::uint64_t at) {
+    std::vector<Extent> extents = extents_of(pieces);
+    for (Extent& extent : extents) {
+        extent = moved(extent, at);
     }
     return extents;
 }

@@ -336,7 +336,7 @@ TEST_P(TiffInBothOrders, NamesTheCodings) {
     }
 }
 
-TEST_P(TiffInBothOrders, TellsLosslessFromLossyByTheJpegItself) {
+TEST_P(TiffInBothOrders, DistinguishesLosslessFromLossyByTheJpegItself) {
     const Bytes jpeg = test::lossless_jpeg(std::vector<std::uint16_t>(64), 16, 4, 14);
     auto entries = raw_entries(tiff_);
     entries[4] = tiff_.shorts(test::kCompression, {7});

@@ -55,8 +55,8 @@ struct Frame {
     std::uint32_t compression = 0;  ///< The container's own number: TIFF's tag 259, or 0.
     std::uint32_t piece_width = 0;  ///< Of a tile; the image's width for strips.
     std::uint32_t piece_height = 0; ///< Of a tile or strip.
-    ByteOrder order =
-        ByteOrder::kLittle; ///< Of the tables that describe it; cameras store 16-bit samples likewise.
+    /// Of the tables that describe it; cameras store 16-bit samples likewise.
+    ByteOrder order = ByteOrder::kLittle;
     bool operator==(const Frame&) const = default;
 };
 

@@ -51,8 +51,8 @@ void TiffReader::add_sentence(const std::string& sentence) const {
 }
 
 bool TiffReader::is_directory(std::uint64_t offset, std::uint16_t count) const {
-    constexpr std::uint16_t kLookedAt = 4;
-    for (std::uint16_t index = 0; index < std::min(count, kLookedAt); ++index) {
+    constexpr std::uint16_t kChecked = 4;
+    for (std::uint16_t index = 0; index < std::min(count, kChecked); ++index) {
         const std::uint64_t entry = offset + kCountSize + index * kEntrySize;
         if (bytes_.holds(entry, kEntrySize) && size_of_type(*bytes_.u16(entry + 2)) == 0) {
             return false;
