@@ -80,6 +80,22 @@ TEST_F(RowExtentTest, FollowsEveryDisplacement) {
     }
 }
 
+TEST(RowExtent, IsExactInEveryPacking) {
+    for (const NamedPacking& named : packings()) {
+        const Picture picture = clouds(1024, 300, 1);
+        const RowGeometry geometry = geometry_of(picture, named.packing, named.bits);
+        const Bytes image = coded_rows(picture, geometry);
+        const RowTraits traits = measure_row_traits(image, geometry);
+        for (const std::size_t before : {0U, 1U, 5003U, 70000U}) {
+            const Bytes file = joined(joined(noise(before, 1), image), noise(3000, 2));
+            const RowExtent extent = find_row_extent(file, geometry, traits);
+            ASSERT_EQ(extent.images.size(), 1U) << named.name << ", " << before;
+            EXPECT_EQ(extent.images[0].start, static_cast<std::int64_t>(before)) << named.name;
+            EXPECT_TRUE(before == 1 || !extent.images[0].is_doubtful()) << named.name << ", " << before;
+        }
+    }
+}
+
 TEST_F(RowExtentTest, SurvivesALostHead) {
     for (const std::size_t lost : {kHead / 2, kHead, kHead + 100, kHead + 1000, kHead + 40000}) {
         const std::string name = std::to_string(lost);

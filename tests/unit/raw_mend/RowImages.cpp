@@ -182,7 +182,7 @@ Picture clouds(std::size_t width, std::size_t height, unsigned number) {
 
 Picture flat_picture(std::size_t width, std::size_t height, unsigned noise) {
     std::mt19937 random(noise);
-    std::normal_distribution<double> change(0, noise);
+    std::normal_distribution<double> change(0, std::max(noise, 1U));
     Picture picture{width, height, std::vector<std::uint16_t>(width * height)};
     std::ranges::generate(picture.samples, [&] { return limited(noise > 0 ? 900 + change(random) : 900); });
     return picture;
@@ -217,7 +217,9 @@ unsigned stored_sample(unsigned value, std::size_t place, unsigned bits, LowBits
     if (bits <= 12) {
         return value >> (12 - bits);
     }
-    const auto random = static_cast<std::uint32_t>(place + 1) * 2654435761U >> 16U;
+    std::uint32_t random = static_cast<std::uint32_t>(place + 1) * 2654435761U;
+    random = (random ^ random >> 15U) * 2246822519U; // Otherwise, it would be periodic from row to row.
+    random = (random ^ random >> 13U) * 3266489917U >> 16U;
     const unsigned mask = (1U << (bits - 12)) - 1;
     return value << (bits - 12) | (low == LowBits::kNoise ? random & mask : 0);
 }

@@ -52,8 +52,8 @@ TEST(UnitReader, ReadsTheFirstAndLastSampleOfACell) {
         EXPECT_NEAR(units.first[i], picture.at(x, i / 8), 16) << i; // Steps of 16 at most.
         EXPECT_NEAR(units.last[i], picture.at(x + 30, i / 8), 16) << i;
     }
-    EXPECT_EQ(units.first[3 * 8], 0);
-    EXPECT_EQ(units.last[4 * 8 + 1], 2047);
+    EXPECT_EQ(units.first[24], 0);
+    EXPECT_EQ(units.last[33], 2047);
 }
 
 TEST(UnitReader, ReadsNoByteMoreThanItNeeds) {

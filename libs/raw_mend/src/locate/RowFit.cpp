@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::uint64_t kParts = 8; ///< Of a row, evenly spread.
 constexpr std::uint64_t kUnitsOfPart = 48;
+constexpr std::uint64_t kCellsOfPart = 12;
 constexpr std::size_t kBlankShare = 16; ///< One in so many bytes of a blank row may differ.
 constexpr std::size_t kBlankOf = 512;   ///< Bytes that are read, roughly.
 
@@ -34,8 +35,9 @@ bool RowFit::is_blank(std::uint64_t row) const {
 
 void RowFit::read(std::uint64_t row, std::vector<float>& samples) {
     const std::uint64_t groups = geometry_.row_bytes / geometry_.group_bytes();
+    const std::uint64_t wanted = geometry_.packing == Packing::kCells ? kCellsOfPart : kUnitsOfPart;
     const std::uint64_t of_part =
-        std::min((kUnitsOfPart + geometry_.group_units() - 1) / geometry_.group_units(), groups / kParts);
+        std::min((wanted + geometry_.group_units() - 1) / geometry_.group_units(), groups / kParts);
     const auto units = static_cast<std::size_t>(of_part * geometry_.group_units());
     samples.clear();
     for (std::uint64_t part = 0; part < kParts; ++part) {

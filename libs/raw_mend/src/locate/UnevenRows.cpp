@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
 #include <vector>
 
 namespace raw_mend {
@@ -12,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kMaxVotes = 96;
 constexpr std::uint64_t kMinVotes = 8;
-constexpr double kTie = 1e-3;         ///< Costs per vote that are the same.
+constexpr double kTie = 1e-2;         ///< Costs per vote that are the same.
 constexpr std::uint64_t kMaxPart = 8; ///< Bytes that are the same in all rows: one in so many at most.
 
 /// What it costs to read two rows, one a period below the other, as if rows began at each of their bytes: the
@@ -79,21 +81,21 @@ class Costs {
     std::vector<double> costs_;
 };
 
-/// Calls a function with the costs of some of the rows of all windows.
-template <typename Function>
-std::uint64_t for_each_vote(std::span<const Bytes> windows, const RowGeometry& geometry, Function function) {
+/// The costs of some of the rows of all windows, per phase.
+std::vector<std::vector<float>> votes_of(std::span<const Bytes> windows, const RowGeometry& geometry) {
     std::uint64_t all = 0;
     for (const Bytes window : windows) {
         all += window.size() / geometry.row_bytes;
     }
     const std::uint64_t step = geometry.cfa_period * (all / geometry.cfa_period / kMaxVotes + 1);
     Costs costs(geometry);
-    std::uint64_t votes = 0;
+    std::vector<std::vector<float>> votes;
     for (const Bytes window : windows) {
         const std::uint64_t rows = window.size() / geometry.row_bytes;
         for (std::uint64_t row = 0; row + geometry.cfa_period + 1 < rows; row += step) {
-            function(costs.of_rows(window, row));
-            ++votes;
+            const std::vector<double>& vote = costs.of_rows(window, row);
+            std::ranges::transform(vote, std::back_inserter(votes.emplace_back()),
+                                   [](double cost) { return static_cast<float>(cost); });
         }
     }
     return votes;
@@ -105,32 +107,33 @@ struct Comparison {
     std::vector<double> squares;
 };
 
-Comparison compare(std::span<const Bytes> windows, const RowGeometry& geometry, std::size_t best) {
-    Comparison comparison{std::vector<double>(static_cast<std::size_t>(geometry.row_bytes)),
-                          std::vector<double>(static_cast<std::size_t>(geometry.row_bytes))};
-    for_each_vote(windows, geometry, [&](const std::vector<double>& costs) {
-        for (std::size_t phase = 0; phase < costs.size(); ++phase) {
-            const double difference = costs[phase] - costs[best];
+Comparison compare(const std::vector<std::vector<float>>& votes, std::size_t best) {
+    const std::size_t phases = votes.front().size();
+    Comparison comparison{std::vector<double>(phases), std::vector<double>(phases)};
+    for (const std::vector<float>& costs : votes) {
+        for (std::size_t phase = 0; phase < phases; ++phase) {
+            const double difference = double{costs[phase]} - double{costs[best]};
             comparison.sum[phase] += difference;
             comparison.squares[phase] += difference * difference;
         }
-    });
+    }
     return comparison;
 }
 
 } // namespace
 
 std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, const RowGeometry& geometry) {
-    std::vector<double> sums(static_cast<std::size_t>(geometry.row_bytes));
-    const std::uint64_t votes = for_each_vote(windows, geometry, [&](const std::vector<double>& costs) {
-        std::ranges::transform(sums, costs, sums.begin(), std::plus<>());
-    });
-    if (votes < kMinVotes) {
+    const std::vector<std::vector<float>> votes = votes_of(windows, geometry);
+    if (votes.size() < kMinVotes) {
         return std::nullopt;
     }
+    std::vector<double> sums(static_cast<std::size_t>(geometry.row_bytes));
+    for (const std::vector<float>& costs : votes) {
+        std::ranges::transform(sums, costs, sums.begin(), std::plus<>());
+    }
     const auto least = static_cast<std::size_t>(std::ranges::min_element(sums) - sums.begin());
-    const Comparison comparison = compare(windows, geometry, least);
-    const auto count = static_cast<double>(votes);
+    const Comparison comparison = compare(votes, least);
+    const auto count = static_cast<double>(votes.size());
     const std::size_t size = sums.size();
     const std::size_t group = geometry.group_bytes();
     const auto is_tie = [&](std::size_t phase) { return comparison.squares[phase] <= kTie * kTie * count; };
@@ -149,7 +152,7 @@ std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, con
     if (static_cast<std::uint64_t>(std::ranges::count(taken, true)) * group > size / kMaxPart + group) {
         return std::nullopt;
     }
-    UnevenPhase found{best, kMaxVotes * count, 0, votes * geometry.cfa_period};
+    UnevenPhase found{best, kMaxVotes * count, 0, votes.size() * geometry.cfa_period};
     for (std::size_t phase = 0; phase < size; ++phase) {
         if (!taken[phase]) {
             const double spread =

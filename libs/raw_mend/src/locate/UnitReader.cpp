@@ -70,7 +70,11 @@ void read_words(std::size_t high, Bytes bytes, std::size_t count, float* out) {
 /// sample, how far it is above the least one; all from the lowest bit on.
 class Cell {
   public:
-    explicit Cell(Bytes bytes) : bytes_(bytes) {
+    explicit Cell(const unsigned char* bytes) {
+        for (unsigned i = 0; i < 8; ++i) {
+            low_ |= std::uint64_t{bytes[i]} << 8 * i;
+            high_ |= std::uint64_t{bytes[8 + i]} << 8 * i;
+        }
         greatest_ = bits(0, 11);
         least_ = bits(11, 11);
         greatest_at_ = bits(22, 4);
@@ -95,14 +99,15 @@ class Cell {
 
   private:
     [[nodiscard]] unsigned bits(unsigned from, unsigned count) const {
-        unsigned value = 0;
-        for (unsigned byte = 0; byte < 3 && from / 8 + byte < 16; ++byte) {
-            value |= static_cast<unsigned>(bytes_[from / 8 + byte]) << 8 * byte;
-        }
-        return value >> from % 8 & ((1U << count) - 1);
+        const std::uint64_t from_low = from < 64 ? low_ >> from : 0;
+        const std::uint64_t from_high = from >= 64 ? high_ >> (from - 64)
+                                        : from > 0 ? high_ << (64 - from)
+                                                   : 0;
+        return static_cast<unsigned>((from_low | from_high) & ((1U << count) - 1));
     }
 
-    Bytes bytes_;
+    std::uint64_t low_ = 0;
+    std::uint64_t high_ = 0;
     unsigned greatest_ = 0;
     unsigned least_ = 0;
     unsigned greatest_at_ = 0;
@@ -115,7 +120,7 @@ void read_cells(Bytes bytes, std::size_t count, Units& units) {
     units.last_but_one.resize(count);
     units.last.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
-        const Cell cell(bytes.subspan(16 * i, 16));
+        const Cell cell(bytes.data() + 16 * i);
         units.first[i] = cell.sample(0);
         units.second[i] = cell.sample(1);
         units.last_but_one[i] = cell.sample(14);
