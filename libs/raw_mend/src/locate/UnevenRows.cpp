@@ -161,8 +161,8 @@ std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, con
             found.distance = std::min(found.distance, distance);
         }
     }
-    const auto groups = static_cast<double>(size / group);
-    found.misfit = std::exp(sums[best] / count / groups);
+    const std::size_t groups = size / group;
+    found.misfit = std::exp(sums[best] / count / static_cast<double>(groups));
     return found;
 }
 
