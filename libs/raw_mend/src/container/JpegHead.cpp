@@ -10,7 +10,7 @@ namespace {
 
 using byte_reader::ByteReader;
 
-constexpr unsigned kSoi = 0xFFD8;
+constexpr unsigned kStart = 0xFFD8;    // SOI.
 constexpr unsigned kMostSegments = 64; // Cameras write about a dozen.
 
 bool is_frame_header(unsigned marker) {
@@ -41,7 +41,7 @@ std::optional<JpegHead> read_jpeg_head(Bytes bytes, const Extent& extent) {
     const ByteReader reader(
         bytes.subspan(static_cast<std::size_t>(extent.offset), static_cast<std::size_t>(length)),
         std::endian::big);
-    if (reader.u16(0) != kSoi) {
+    if (reader.u16(0) != kStart) {
         return std::nullopt;
     }
     std::uint64_t at = 2;

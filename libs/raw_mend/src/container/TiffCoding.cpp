@@ -1,26 +1,13 @@
 #include "container/TiffCoding.h"
 
+#include "container/TiffTags.h"
+
 #include <algorithm>
 #include <array>
 
 namespace raw_mend {
 
 namespace {
-
-enum Compression : std::uint32_t {
-    kUncompressed = 1,
-    kOldJpeg = 6,
-    kJpeg = 7,
-    kAdobeDeflate = 8,
-    kDeflate = 32946,
-    kSony = 32767,
-    kEpson = 32769,
-    kSamsung = 32770,
-    kPanasonic = 34316,
-    kNikon = 34713,
-    kLossyJpeg = 34892,
-    kOlympusOrPentax = 65535,
-};
 
 /// The samples of an image; 0 where there are more than any camera has.
 std::uint64_t samples_of(const Frame& frame) {
@@ -57,25 +44,25 @@ Coding coding_of_sony(const Frame& frame, std::uint64_t length) {
 Coding coding_of(const Frame& frame, const CodingFacts& facts) {
     const bool is_orf = facts.kind == TiffHeader::Kind::kOrf && facts.holds_sensor_data;
     switch (frame.compression) {
-    case kUncompressed:
+    case compression::kUncompressed:
         // Cameras with an ORF state this for compressed data too. Uncompressed ones have 12 bits or more per
         // sample.
         return is_orf && facts.data_length < samples_of(frame) / 2 * 3 ? Coding::kRun : Coding::kUncompressed;
-    case kOldJpeg:
-    case kJpeg:
+    case compression::kOldJpeg:
+    case compression::kJpeg:
         return coding_of_jpeg(frame, facts);
-    case kAdobeDeflate:
-    case kDeflate:
+    case compression::kAdobeDeflate:
+    case compression::kDeflate:
         return Coding::kDeflate;
-    case kSony:
+    case compression::kSony:
         return coding_of_sony(frame, facts.data_length);
-    case kNikon:
+    case compression::kNikon:
         return is_packed(frame, facts.data_length, frame.bits) || is_packed(frame, facts.data_length, 16)
                    ? Coding::kUncompressed
                    : Coding::kHuffman;
-    case kLossyJpeg:
+    case compression::kLossyJpeg:
         return Coding::kLossyJpeg;
-    case kOlympusOrPentax:
+    case compression::kOlympusOrPentax:
         return is_orf ? Coding::kRun : Coding::kOther;
     default:
         return Coding::kOther;
@@ -83,8 +70,9 @@ Coding coding_of(const Frame& frame, const CodingFacts& facts) {
 }
 
 bool is_sensor_compression(std::uint32_t compression) {
-    constexpr std::array<std::uint32_t, 6> kAll{kSony,      kEpson, kSamsung,
-                                                kPanasonic, kNikon, kOlympusOrPentax};
+    constexpr std::array<std::uint32_t, 6> kAll{compression::kSony,    compression::kEpson,
+                                                compression::kSamsung, compression::kPanasonic,
+                                                compression::kNikon,   compression::kOlympusOrPentax};
     return std::ranges::find(kAll, compression) != kAll.end();
 }
 

@@ -11,7 +11,6 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint32_t kOldJpeg = 6; // Compression.
 constexpr std::uint32_t kCfa = 32803; // Photometric interpretations.
 constexpr std::uint32_t kLinearRaw = 34892;
 
@@ -186,7 +185,7 @@ void add_jpeg_image(const TiffReader& reader, std::uint64_t directory, const Pie
     Frame& frame = found.image.frame;
     found.image.pieces.push_back(piece);
     frame.coding = Coding::kLossyJpeg;
-    frame.compression = kOldJpeg;
+    frame.compression = compression::kOldJpeg;
     frame.samples = 3;
     frame.order = reader.order();
     if (const auto head = jpeg_of(reader, found.image)) {

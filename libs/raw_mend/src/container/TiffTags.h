@@ -36,3 +36,24 @@ enum Tag : std::uint16_t {
 };
 
 } // namespace raw_mend::tag
+
+// Values of Compression: TIFF 6.0, its supplements and DNG, and those of makers.
+
+namespace raw_mend::compression {
+
+enum Compression : std::uint32_t {
+    kUncompressed = 1,
+    kOldJpeg = 6,
+    kJpeg = 7,
+    kAdobeDeflate = 8,
+    kDeflate = 32946,
+    kSony = 32767,
+    kEpson = 32769,
+    kSamsung = 32770,
+    kPanasonic = 34316,
+    kNikon = 34713,
+    kLossyJpeg = 34892,
+    kOlympusOrPentax = 65535,
+};
+
+} // namespace raw_mend::compression

@@ -1,5 +1,7 @@
 #include "locate/CodedHeads.h"
 
+#include "locate/MarkerCodes.h"
+
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
@@ -8,9 +10,6 @@
 namespace raw_mend {
 
 namespace {
-
-constexpr unsigned char kSoi = 0xD8;
-constexpr unsigned char kEoi = 0xD9;
 
 /// The offset of the next FF with this byte after it, before the limit; the limit if there is none.
 std::size_t find_marker(Bytes bytes, unsigned char code, std::size_t from, std::size_t limit) {

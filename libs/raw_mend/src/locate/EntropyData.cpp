@@ -1,5 +1,7 @@
 #include "locate/EntropyData.h"
 
+#include "locate/MarkerCodes.h"
+
 #include <cstddef>
 #include <utility>
 
@@ -10,11 +12,6 @@ namespace {
 constexpr std::size_t kLongRun = 64;                  // Bytes of a filler.
 constexpr std::uint64_t kMostBytesPerStuffing = 8192; // About 256 is usual.
 constexpr std::uint64_t kLeastBytesPerZero = 32;      // About 256 is usual; tables have many zeros.
-
-constexpr unsigned char kRst0 = 0xD0;
-constexpr unsigned char kRst7 = 0xD7;
-constexpr unsigned char kEoi = 0xD9;
-constexpr unsigned char kSos = 0xDA;
 
 class Search {
   public:

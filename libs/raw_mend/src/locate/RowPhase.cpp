@@ -12,7 +12,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kMinRows = 24;
+constexpr std::uint64_t kMinJudgedRows = 24;
 constexpr double kMinDistance = 5;       ///< Standard deviations to the second best.
 constexpr double kMinScore = 1.5;        ///< A break scores 1 where there is none.
 constexpr double kMaxSteepness = 1.25;   ///< At the seam, a picture is as steep as elsewhere.
@@ -172,7 +172,7 @@ RowPhase find_row_phase(std::span<const Bytes> windows, const RowGeometry& geome
         return result;
     }
     result.finding = PhaseFinding::kTooShort;
-    if (rows_of(windows, geometry) < kMinRows) {
+    if (rows_of(windows, geometry) < kMinJudgedRows) {
         return result;
     }
     if (!geometry.is_even()) {
