@@ -1,0 +1,237 @@
+#include "assemble/Transplant.h"
+#include "container/Describe.h"
+
+#include "support/ArwPhoto.h"
+#include "support/Cr2Photo.h"
+#include "support/Cr3Photo.h"
+#include "support/DngPhoto.h"
+#include "support/NefPhoto.h"
+#include "support/OrfPhoto.h"
+#include "support/RafPhoto.h"
+#include "support/RawDecode.h"
+#include "support/Sr2Photo.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
+#include <random>
+
+namespace test {
+namespace {
+
+using raw_mend::describe;
+using raw_mend::Description;
+using raw_mend::Extent;
+using raw_mend::Splice;
+using raw_mend::transplant;
+
+using Places = std::vector<std::optional<Extent>>;
+
+Bytes written(const Splice& splice) {
+    Bytes all;
+    splice.write([&](raw_mend::Bytes part) { all.insert(all.end(), part.begin(), part.end()); });
+    return all;
+}
+
+Bytes bytes_of(const Bytes& file, const Extent& extent) {
+    return part(file, static_cast<std::size_t>(extent.offset), static_cast<std::size_t>(extent.end()));
+}
+
+Places places_of(const Bytes& file) {
+    const auto description = describe(file);
+    Places places;
+    for (const auto& piece : description->raw.pieces) {
+        places.emplace_back(piece.data);
+    }
+    return places;
+}
+
+/// Two photographs of one camera.
+struct TwoPhotographs {
+    std::string name;
+    Bytes sample;
+    Bytes other;
+
+    friend void PrintTo(const TwoPhotographs& two, std::ostream* out) { *out << two.name; }
+};
+
+std::vector<TwoPhotographs> all_formats() {
+    std::vector<TwoPhotographs> all;
+    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
+        const std::string end = order == ByteOrder::kLittle ? "_II" : "_MM";
+        const auto arw = [&](unsigned number) { return ArwPhoto({.order = order, .number = number}).bytes; };
+        const auto cr2 = [&](unsigned number) { return Cr2Photo({.order = order, .number = number}).bytes; };
+        const auto dng = [&](unsigned number) { return DngPhoto({.order = order, .number = number}).bytes; };
+        const auto nef = [&](unsigned number) { return NefPhoto({.order = order, .number = number}).bytes; };
+        const auto orf = [&](unsigned scene) { return make_orf({.order = order, .scene = scene}).bytes; };
+        const auto sr2 = [&](unsigned scene) { return make_sr2({.order = order, .scene = scene}).bytes; };
+        all.push_back({"arw" + end, arw(1), arw(2)});
+        all.push_back({"cr2" + end, cr2(1), cr2(2)});
+        all.push_back({"dng" + end, dng(1), dng(2)});
+        all.push_back({"nef" + end, nef(1), nef(2)});
+        all.push_back({"orf" + end, orf(1), orf(2)});
+        all.push_back({"sr2" + end, sr2(1), sr2(2)});
+    }
+    const auto cr3 = [](unsigned number) { return Cr3Photo({.number = number, .pictures = true}).bytes; };
+    all.push_back({"raf", RafPhoto({.number = 1}).bytes, RafPhoto({.number = 2}).bytes});
+    all.push_back({"cr3", cr3(1), cr3(2)});
+    return all;
+}
+
+class TransplantOfAnyFormat : public testing::TestWithParam<TwoPhotographs> {};
+
+INSTANTIATE_TEST_SUITE_P(Formats, TransplantOfAnyFormat, testing::ValuesIn(all_formats()),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_P(TransplantOfAnyFormat, ShowsTheOtherPhotograph) {
+    const auto& [name, sample, other] = GetParam();
+    const auto splice = transplant(sample, *describe(sample), other, places_of(other));
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const auto picture = decode_raw(other);
+    ASSERT_TRUE(picture);
+    EXPECT_NE(decode_raw(sample), picture);
+    EXPECT_EQ(decode_raw(result), picture);
+}
+
+TEST_P(TransplantOfAnyFormat, KeepsThePartsOfTheSample) {
+    const auto& [name, sample, other] = GetParam();
+    const auto before = describe(sample);
+    const auto splice = transplant(sample, *before, other, places_of(other));
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const auto after = describe(result);
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->raw.frame, before->raw.frame);
+    EXPECT_EQ(after->not_understood, before->not_understood);
+    EXPECT_EQ(after->references.size(), before->references.size());
+    ASSERT_EQ(after->pictures.size(), before->pictures.size());
+    for (std::size_t nth = 0; nth < before->pictures.size(); ++nth) {
+        ASSERT_EQ(after->pictures[nth].pieces.size(), before->pictures[nth].pieces.size());
+        for (std::size_t piece = 0; piece < before->pictures[nth].pieces.size(); ++piece) {
+            EXPECT_EQ(bytes_of(result, after->pictures[nth].pieces[piece].data),
+                      bytes_of(sample, before->pictures[nth].pieces[piece].data));
+        }
+    }
+    ASSERT_EQ(after->metadata.size(), before->metadata.size());
+    for (std::size_t nth = 0; nth < before->metadata.size(); ++nth) {
+        EXPECT_EQ(bytes_of(result, after->metadata[nth].data), bytes_of(sample, before->metadata[nth].data));
+    }
+}
+
+TEST_P(TransplantOfAnyFormat, WithItsOwnImageIsTheSample) {
+    const Bytes& sample = GetParam().sample;
+    const auto splice = transplant(sample, *describe(sample), sample, places_of(sample));
+    ASSERT_TRUE(splice);
+    EXPECT_EQ(written(*splice), sample);
+}
+
+TEST_P(TransplantOfAnyFormat, RefusesPiecesThatAreNotThere) {
+    const auto& [name, sample, other] = GetParam();
+    const auto description = describe(sample);
+    const Places places = places_of(other);
+    Places changed = places;
+    changed.emplace_back(places.front());
+    EXPECT_FALSE(transplant(sample, *description, other, changed));
+    EXPECT_FALSE(transplant(sample, *description, other, {}));
+    changed = places;
+    changed.back() = Extent{other.size() - 1, 2};
+    EXPECT_FALSE(transplant(sample, *description, other, changed));
+    changed.back() = Extent{~std::uint64_t{0}, 2};
+    EXPECT_FALSE(transplant(sample, *description, other, changed));
+    changed.back() = Extent{other.size() - 2, 2};
+    EXPECT_TRUE(transplant(sample, *description, other, changed));
+}
+
+TEST_P(TransplantOfAnyFormat, HasZerosInPlaceOfALostPiece) {
+    const auto& [name, sample, other] = GetParam();
+    const auto before = describe(sample);
+    Places places = places_of(other);
+    places.back() = std::nullopt;
+    const auto splice = transplant(sample, *before, other, places);
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const auto after = describe(result);
+    ASSERT_TRUE(after);
+    const std::uint64_t length = before->raw.pieces.back().data.length;
+    EXPECT_EQ(bytes_of(result, after->raw.pieces.back().data), Bytes(static_cast<std::size_t>(length)));
+}
+
+TEST_P(TransplantOfAnyFormat, WritesAsManyBytesAsItSaysWhateverTheSampleStates) {
+    const auto& [name, sample, other] = GetParam();
+    std::mt19937 random(1);
+    unsigned done = 0;
+    for (unsigned nth = 0; nth < 300; ++nth) {
+        Bytes changed = sample;
+        for (unsigned count = 0; count <= nth % 4; ++count) {
+            const auto tables = describe(sample)->tables;
+            const Extent& table = tables[random() % tables.size()];
+            changed[static_cast<std::size_t>(table.offset + random() % table.length)] =
+                static_cast<unsigned char>(random());
+        }
+        const auto description = describe(changed);
+        if (!description) {
+            continue;
+        }
+        Places places;
+        for (const auto& piece : description->raw.pieces) {
+            places.emplace_back(Extent{random() % (other.size() / 2), random() % (other.size() / 2)});
+            static_cast<void>(piece);
+        }
+        if (const auto splice = transplant(changed, *description, other, places)) {
+            EXPECT_EQ(written(*splice).size(), splice->size());
+            ++done;
+        }
+    }
+    EXPECT_GT(done, 30U);
+}
+
+TEST(Transplant, RefusesPiecesOfTheSampleThatOverlap) {
+    const DngPhoto sample;
+    Description description = *describe(sample.bytes);
+    ++description.raw.pieces.front().data.length;
+    std::ranges::sort(description.raw.pieces, {}, [](const auto& piece) { return piece.data.offset; });
+    description.raw.pieces.front().data.length =
+        description.raw.pieces[1].data.offset - description.raw.pieces[0].data.offset + 1;
+    EXPECT_FALSE(transplant(sample.bytes, description, sample.bytes, places_of(sample.bytes)));
+}
+
+TEST(Transplant, RefusesAnImageWhoseLengthHasNoRoom) {
+    const DngPhoto sample;
+    Description description = *describe(sample.bytes);
+    const Bytes other(70000, 1);
+    Places places(description.raw.pieces.size(), Extent{0, 100});
+    places.front() = Extent{0, 65535};
+    description.raw.pieces.front().length_field->size = 2;
+    EXPECT_TRUE(transplant(sample.bytes, description, other, places));
+    places.front() = Extent{0, 65536};
+    EXPECT_FALSE(transplant(sample.bytes, description, other, places));
+}
+
+TEST(Transplant, KeepsThePaddingOfTheOtherFile) {
+    const DngPhoto sample;
+    const Description description = *describe(sample.bytes);
+    std::vector<std::size_t> order(description.raw.pieces.size());
+    for (std::size_t nth = 0; nth < order.size(); ++nth) {
+        order[nth] = nth;
+    }
+    std::ranges::sort(order, {},
+                      [&](std::size_t piece) { return description.raw.pieces[piece].data.offset; });
+    Bytes other(1000, 9);
+    Places places(order.size());
+    std::uint64_t at = 10;
+    for (const std::size_t piece : order) {
+        places[piece] = Extent{at, 5};
+        std::fill_n(other.begin() + static_cast<std::ptrdiff_t>(at), 5, static_cast<unsigned char>(1));
+        at += 8;
+    }
+    const auto splice = transplant(sample.bytes, description, other, places);
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const auto first = static_cast<std::size_t>(description.raw.pieces[order[0]].data.offset);
+    EXPECT_EQ(part(result, first, first + 13), (Bytes{1, 1, 1, 1, 1, 9, 9, 9, 1, 1, 1, 1, 1}));
+}
+
+} // namespace
+} // namespace test
