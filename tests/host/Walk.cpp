@@ -220,7 +220,9 @@ std::vector<WalkResult> walk_some(const Format& format, const Pair& pair, const 
          utf8(folder / "out"), "--json", utf8(folder / "records.jsonl"), utf8(folder / "broken")},
         program_file());
     if (status > 2) {
-        throw std::runtime_error("the program gave " + std::to_string(status));
+        const Bytes records = read_file(folder / "records.jsonl");
+        throw std::runtime_error("the program gave " + std::to_string(status) + ":\n" +
+                                 std::string(records.begin(), records.end()));
     }
     const auto original = decode_raw(pair.original).value();
     std::vector<WalkResult> results;
