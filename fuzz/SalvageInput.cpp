@@ -6,15 +6,15 @@ namespace fuzz {
 
 namespace {
 
-constexpr std::size_t kHeader = 5;
+constexpr std::size_t kBeforeFile = 5;
 
 } // namespace
 
 test::Bytes repeated_file(const unsigned char* data, std::size_t size) {
-    if (size <= kHeader) {
+    if (size <= kBeforeFile) {
         return {};
     }
-    test::Bytes file(data + kHeader, data + size);
+    test::Bytes file(data + kBeforeFile, data + size);
     const std::size_t first = (data[1] | std::size_t{data[2]} << 8U) % file.size();
     const std::size_t length = std::min(data[3] | std::size_t{data[4]} << 8U, file.size() - first);
     if (length == 0) {
