@@ -1,7 +1,8 @@
 #include <lossless_jpeg/Head.h>
 
-#include "Markers.h"
 #include "McuLayout.h"
+
+#include <lossless_jpeg/Markers.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "Walk.h"
 
-#include "Markers.h"
+#include <lossless_jpeg/Markers.h>
 
 #include <algorithm>
 

@@ -22,7 +22,12 @@ std::size_t count_found(const std::vector<std::optional<Extent>>& pieces) {
 class Engine {
   public:
     Engine(Bytes damaged, Bytes sample, const Description& description)
-        : damaged_(damaged), sample_(sample), description_(description), raw_(description.raw) {}
+        : damaged_(damaged), sample_(sample), description_(description), raw_(description.raw),
+          rows_(rows_of(raw_)) {
+        if (rows_) {
+            traits_ = measure_row_traits(rows_->extent.of(sample_), rows_->geometry);
+        }
+    }
 
     std::optional<Repaired> run() {
         if (auto own = with_own_tables()) {
@@ -31,17 +36,14 @@ class Engine {
         if (raw_.frame.coding == Coding::kLosslessJpeg) {
             return with_coded_heads();
         }
-        if (const auto rows = rows_of(raw_)) {
-            return with_rows(*rows);
-        }
-        return std::nullopt;
+        return rows_ ? with_rows() : std::nullopt;
     }
 
   private:
     // Its own tables.
 
     /// The damaged file from where its own header is, if these tables lead to an image like the sample's that
-    /// is proved to be complete.
+    /// is proved.
     std::optional<Repaired> with_own_tables() {
         std::size_t offset = 0;
         for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
@@ -52,7 +54,7 @@ class Engine {
             const Bytes file = damaged_.subspan(offset);
             const auto own = describe(file);
             if (!own || own->raw.frame != raw_.frame || own->raw.pieces.size() != raw_.pieces.size() ||
-                !is_complete(file, own->raw)) {
+                !is_proved(file, own->raw)) {
                 continue;
             }
             Repaired result;
@@ -72,10 +74,9 @@ class Engine {
         return static_cast<std::size_t>(found - damaged_.begin());
     }
 
-    [[nodiscard]] bool is_complete(Bytes file, const Image& image) const {
-        const bool inside = std::ranges::all_of(image.pieces, [&](const Piece& piece) {
-            return piece.data.offset <= file.size() && piece.data.length <= file.size() - piece.data.offset;
-        });
+    [[nodiscard]] bool is_proved(Bytes file, const Image& image) const {
+        const bool inside = std::ranges::all_of(
+            image.pieces, [&](const Piece& piece) { return piece.data.is_within(file); });
         if (!inside) {
             return false;
         }
@@ -84,17 +85,7 @@ class Engine {
                                        [&](const Piece& piece) { return is_whole(file, piece.data); });
         }
         const auto rows = rows_of(image);
-        const auto sample_rows = rows_of(raw_);
-        if (!rows || !sample_rows) {
-            return false;
-        }
-        const auto traits = measure_row_traits(bytes_of(sample_, sample_rows->extent), sample_rows->geometry);
-        const RowPhase phase = find_row_phase(bytes_of(file, rows->extent), rows->geometry, traits);
-        return phase.phase == 0U;
-    }
-
-    static Bytes bytes_of(Bytes file, const Extent& extent) {
-        return file.subspan(static_cast<std::size_t>(extent.offset), static_cast<std::size_t>(extent.length));
+        return rows && rows_ && find_row_phase(rows->extent.of(file), rows->geometry, traits_).phase == 0U;
     }
 
     static bool is_whole(Bytes file, const Extent& extent) {
@@ -132,10 +123,9 @@ class Engine {
 
     // Rows.
 
-    std::optional<Repaired> with_rows(const ImageRows& rows) {
-        const auto traits = measure_row_traits(bytes_of(sample_, rows.extent), rows.geometry);
-        const SamplePlace place{rows.extent.offset, sample_.size() - rows.extent.end()};
-        const RowExtent found = find_row_extent(damaged_, rows.geometry, traits, place);
+    std::optional<Repaired> with_rows() {
+        const SamplePlace place{rows_->extent.offset, sample_.size() - rows_->extent.end()};
+        const RowExtent found = find_row_extent(damaged_, rows_->geometry, traits_, place);
         if (found.images.size() != 1 || found.images[0].is_doubtful() || found.images[0].start < 0) {
             return std::nullopt;
         }
@@ -166,6 +156,8 @@ class Engine {
     Bytes sample_;
     const Description& description_;
     const Image& raw_;
+    std::optional<ImageRows> rows_; // The sample's.
+    RowTraits traits_;
 };
 
 } // namespace

@@ -21,7 +21,8 @@ struct Repaired {
     Way way = Way::kOwnTables;
     std::size_t pieces = 0; ///< Of the raw image.
     std::size_t found = 0;  ///< Pieces that have a place.
-    std::size_t proved = 0; ///< Pieces whose data are proved to be complete.
+    std::size_t proved = 0; ///< Pieces that are proved: coded data to their last value; rows only by their place, so
+                            ///< that foreign bytes among them are not noticed.
     std::vector<std::string> doubts;
 };
 

@@ -54,41 +54,11 @@ class Ranking {
     std::optional<Assessment> thumbnail_;
 };
 
-/// How much of one file may be decoded in total, in bytes. Candidates that share bytes use it up.
+/// What may be spent on one file. What does not fit is not spent.
 class Budget {
   public:
-    explicit Budget(std::size_t size) : left_(kPerByte * size + kFree) {}
-    bool spend(std::size_t bytes) {
-        if (bytes > left_) {
-            return false;
-        }
-        left_ -= bytes;
-        return true;
-    }
-
-  private:
-    static constexpr std::size_t kPerByte = 16;
-    static constexpr std::size_t kFree = 1U << 20U; // In bytes.
-
-    std::size_t left_;
-};
-
-/// How many blocks may be cleared for frames that are too large for their data, in all attempts on one file.
-/// The coefficients of a frame are cleared anew in each attempt, however little decodes.
-class FrameBudget {
-  public:
-    /// The largest frame may always be tried a few times: a picture that has lost its end is too large for
-    /// what is left of it.
-    FrameBudget(std::size_t size, const std::vector<PictureCandidate>& candidates) : left_(size) {
-        std::uint64_t largest = 0;
-        for (const auto& candidate : candidates) {
-            largest = std::max(largest, candidate.frame ? blocks(*candidate.frame) : 0);
-        }
-        left_ += kAttempts * largest;
-    }
-
-    bool spend(const Frame& frame, std::size_t bytes) {
-        const std::uint64_t cost = blocks(frame) - std::min<std::uint64_t>(blocks(frame), bytes);
+    explicit Budget(std::uint64_t most) : left_(most) {}
+    bool spend(std::uint64_t cost) {
         if (cost > left_) {
             return false;
         }
@@ -97,14 +67,31 @@ class FrameBudget {
     }
 
   private:
-    static constexpr std::uint64_t kAttempts = 8;
-
-    static std::uint64_t blocks(const Frame& frame) {
-        return std::uint64_t{frame.mcus()} * frame.blocks_per_mcu();
-    }
-
     std::uint64_t left_;
 };
+
+/// How much of a file of this size may be decoded in total, in bytes. Candidates that share bytes use it up.
+std::uint64_t most_bytes(std::size_t size) {
+    constexpr std::uint64_t kPerByte = 16;
+    constexpr std::uint64_t kFree = 1U << 20U;
+    return kPerByte * size + kFree;
+}
+
+std::uint64_t blocks_of(const Frame& frame) {
+    return std::uint64_t{frame.mcus()} * frame.blocks_per_mcu();
+}
+
+/// How many blocks may be cleared for frames that are too large for their data, in all attempts on one file.
+/// The coefficients of a frame are cleared anew in each attempt, however little decodes. The largest frame
+/// may always be tried a few times: a picture that has lost its end is too large for what is left of it.
+std::uint64_t most_blocks(std::size_t size, const std::vector<PictureCandidate>& candidates) {
+    constexpr std::uint64_t kAttempts = 8;
+    std::uint64_t largest = 0;
+    for (const auto& candidate : candidates) {
+        largest = std::max(largest, candidate.frame ? blocks_of(*candidate.frame) : 0);
+    }
+    return size + kAttempts * largest;
+}
 
 /// Candidates, largest first.
 std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>& candidates) {
@@ -124,8 +111,8 @@ class FileSalvage {
   public:
     explicit FileSalvage(Bytes file)
         : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
-          siblings_(find_siblings(candidates_)), intact_budget_(file.size()), budget_(file.size()),
-          frame_budget_(file.size(), candidates_) {}
+          siblings_(find_siblings(candidates_)), intact_bytes_(most_bytes(file.size())),
+          bytes_(most_bytes(file.size())), blocks_(most_blocks(file.size(), candidates_)) {}
 
     std::optional<BestPicture> best() {
         for (const PictureCandidate* candidate : by_size(candidates_)) {
@@ -154,7 +141,8 @@ class FileSalvage {
     /// Spends what one more attempt on a candidate costs.
     bool pay_for(const PictureCandidate& candidate) {
         const std::size_t bytes = data_size(candidate);
-        return frame_budget_.spend(*candidate.frame, bytes) && budget_.spend(bytes);
+        const std::uint64_t blocks = blocks_of(*candidate.frame);
+        return blocks_.spend(blocks - std::min<std::uint64_t>(blocks, bytes)) && bytes_.spend(bytes);
     }
 
     void consider(const PictureCandidate& candidate) {
@@ -174,7 +162,7 @@ class FileSalvage {
     /// libjpeg is tried first: what it decodes without a warning is kept.
     std::optional<Assessment> intact(const PictureCandidate& candidate) {
         const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
-        return readable && intact_budget_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
+        return readable && intact_bytes_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
                                                                       : std::nullopt;
     }
 
@@ -205,9 +193,9 @@ class FileSalvage {
     std::vector<PictureCandidate> candidates_;
     std::vector<PictureCandidate> siblings_;
     Ranking ranking_;
-    Budget intact_budget_;
-    Budget budget_;
-    FrameBudget frame_budget_;
+    Budget intact_bytes_;
+    Budget bytes_;
+    Budget blocks_;
     std::vector<Range> covered_;
 };
 

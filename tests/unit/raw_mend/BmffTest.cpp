@@ -105,16 +105,6 @@ Bytes file_with(const std::vector<Bytes>& tracks, std::size_t size = 4096) {
     return all_of({bytes, box("mdat", Bytes(size - bytes.size() - 8, 0xAB))});
 }
 
-Description described(const Bytes& bytes) {
-    const auto description = describe(bytes);
-    EXPECT_TRUE(description);
-    if (!description) {
-        return {};
-    }
-    expect_consistent(bytes, *description);
-    return *description;
-}
-
 std::vector<Extent> extents(const Image& image) {
     std::vector<Extent> all;
     for (const Piece& piece : image.pieces) {

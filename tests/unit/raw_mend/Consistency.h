@@ -19,6 +19,12 @@ void expect_consistent(const test::Bytes& bytes, const Description& description)
 /// The same; a file that is not described is fine.
 void expect_consistent(const test::Bytes& bytes, const std::optional<Description>& description);
 
+/// The description of a file that must have one, and be consistent; else the test fails, and it is empty.
+[[nodiscard]] Description described(const test::Bytes& bytes);
+
+/// The same; everything in the file must be understood.
+[[nodiscard]] Description understood(const test::Bytes& bytes);
+
 /// The number in a field. It must be within the bytes.
 [[nodiscard]] std::uint64_t number_in(const test::Bytes& bytes, const NumberField& field);
 

@@ -21,16 +21,6 @@ using ::testing::IsEmpty;
 constexpr test::ByteOrder kLittle = test::ByteOrder::kLittle;
 constexpr test::ByteOrder kBig = test::ByteOrder::kBig;
 
-Description described(const Bytes& bytes) {
-    const auto description = describe(bytes);
-    EXPECT_TRUE(description);
-    if (!description) {
-        return {};
-    }
-    expect_consistent(bytes, *description);
-    return *description;
-}
-
 /// Whether the bytes of a piece begin and end as a JPEG. Converters pad each to an even length.
 bool is_jpeg(const Bytes& bytes, const Extent& data) {
     const auto u16 = [&](std::uint64_t at) {

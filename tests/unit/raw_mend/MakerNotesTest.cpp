@@ -43,17 +43,6 @@ Bytes photo_with_notes(test::ByteOrder order, const std::string& make, std::uint
     return tiff.bytes();
 }
 
-Description described(const Bytes& bytes) {
-    const auto description = describe(bytes);
-    EXPECT_TRUE(description);
-    if (!description) {
-        return {};
-    }
-    expect_consistent(bytes, *description);
-    EXPECT_THAT(description->not_understood, IsEmpty());
-    return *description;
-}
-
 /// A TIFF writer whose bytes begin with so many that are not a header.
 TiffWriter writer_after(test::ByteOrder order, const Bytes& start) {
     TiffWriter writer(order);
@@ -79,7 +68,7 @@ TEST(MakerNotes, OfNikonHaveATiffStructureWithAPreviewAndACurve) {
         notes.pad_to(600);
         Bytes all = test::joined(text("Nikon\0\x02\x10\0\0"sv), notes.bytes());
         const Bytes bytes = photo_with_notes(test::ByteOrder::kLittle, "NIKON", 34713, all);
-        const Description description = described(bytes);
+        const Description description = understood(bytes);
         EXPECT_EQ(description.raw.frame.coding, Coding::kHuffman);
         ASSERT_EQ(description.pictures.size(), 1U);
         const Piece& piece = description.pictures[0].pieces[0];
@@ -90,7 +79,7 @@ TEST(MakerNotes, OfNikonHaveATiffStructureWithAPreviewAndACurve) {
         const std::uint32_t curve = test::get_u32(notes.bytes(), directory.value(tag), test::ByteOrder::kBig);
         EXPECT_EQ(description.raw.parameters, (Extent{base + curve, 46}));
         // An uncompressed image needs none.
-        EXPECT_FALSE(described(photo_with_notes(test::ByteOrder::kLittle, "NIKON", 1, all)).raw.parameters);
+        EXPECT_FALSE(understood(photo_with_notes(test::ByteOrder::kLittle, "NIKON", 1, all)).raw.parameters);
     }
 }
 
@@ -102,7 +91,7 @@ TEST(MakerNotes, OfOlympusNameAPreviewFromTheirOwnStart) {
         notes.write_directory({notes.longs(0x101, {400}), notes.longs(0x102, {77})});
     notes.set_value(directory, 0x2020, settings.offset);
     const Bytes bytes = photo_with_notes(test::ByteOrder::kBig, "OLYMPUS", 1, notes.bytes());
-    const Description description = described(bytes);
+    const Description description = understood(bytes);
     ASSERT_EQ(description.pictures.size(), 1U);
     EXPECT_EQ(description.pictures[0].pieces[0].data, (Extent{kNote + 400, 77}));
     EXPECT_EQ(description.pictures[0].pieces[0].offset_field->base, kNote);
@@ -120,7 +109,7 @@ TEST(MakerNotes, OfOldOlympusNameAPreviewFromTheStartOfTheFile) {
     const std::uint32_t at = test::get_u32(all, directory.value(0x2020), test::ByteOrder::kLittle);
     test::put_u32(all, directory.value(0x2020), kNote + at, test::ByteOrder::kLittle);
     const Bytes bytes = photo_with_notes(test::ByteOrder::kLittle, "OLYMPUS", 1, all);
-    const Description description = described(bytes);
+    const Description description = understood(bytes);
     ASSERT_EQ(description.pictures.size(), 1U);
     EXPECT_EQ(description.pictures[0].pieces[0].data, (Extent{2048, 77}));
 }
@@ -135,7 +124,7 @@ TEST(MakerNotes, OfPentaxNameAPreviewAndACurve) {
         const std::uint32_t at = test::get_u32(all, directory.value(0x220), test::ByteOrder::kBig);
         test::put_u32(all, directory.value(0x220), kNote + at, test::ByteOrder::kBig);
         const Bytes bytes = photo_with_notes(test::ByteOrder::kBig, "PENTAX", 65535, all);
-        const Description description = described(bytes);
+        const Description description = understood(bytes);
         EXPECT_EQ(description.raw.frame.coding, Coding::kOther);
         EXPECT_EQ(description.raw.parameters, (Extent{kNote + at, 30}));
         ASSERT_EQ(description.pictures.size(), 1U);
@@ -161,7 +150,7 @@ TEST(MakerNotes, OfCanonStateTheSizeOfARawImageThatHasNone) {
                               tiff.longs(test::kStripByteCounts, {100})});
     tiff.patch_u32(link, raw.offset);
     tiff.pad_to(1024);
-    const Frame frame = described(tiff.bytes()).raw.frame;
+    const Frame frame = understood(tiff.bytes()).raw.frame;
     EXPECT_EQ(frame.width, 3744U);
     EXPECT_EQ(frame.height, 2784U);
     EXPECT_EQ(frame.piece_height, 2784U);
@@ -174,7 +163,7 @@ TEST(MakerNotes, ThatAreNoneAreNotReported) {
                                          "OLYMPUS\0II\3\0\xFF\xFF"sv, "AOC\0II\xFF\xFF\xFF\xFF"sv}) {
         for (const char* make : {"Canon", "Other"}) {
             const Bytes notes = test::joined(text(start), Bytes(100, 0xF0));
-            EXPECT_THAT(described(photo_with_notes(test::ByteOrder::kLittle, make, 1, notes)).pictures,
+            EXPECT_THAT(understood(photo_with_notes(test::ByteOrder::kLittle, make, 1, notes)).pictures,
                         IsEmpty());
         }
     }

@@ -1,4 +1,5 @@
 #include "Repair.h"
+#include "Written.h"
 
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
@@ -65,9 +66,7 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
         const Bytes damaged = damage.make(original, GetParam().image);
         const auto repaired = raw_mend::repair(damaged, sample);
         ASSERT_TRUE(repaired);
-        Bytes result;
-        repaired->file.write(
-            [&](raw_mend::Bytes part) { result.insert(result.end(), part.begin(), part.end()); });
+        const Bytes result = written(repaired->file);
         EXPECT_EQ(result.size(), repaired->file.size());
         EXPECT_EQ(repaired->proved, repaired->pieces);
         EXPECT_EQ(decode_raw(result), expected);

@@ -17,16 +17,6 @@ constexpr test::ByteOrder kBig = test::ByteOrder::kBig;
 constexpr std::uint32_t kCfaHeader = 200;
 constexpr std::uint32_t kCfaData = 512;
 
-Description described(const Bytes& bytes) {
-    const auto description = describe(bytes);
-    EXPECT_TRUE(description);
-    if (!description) {
-        return {};
-    }
-    expect_consistent(bytes, *description);
-    return *description;
-}
-
 /// An old camera's file: CFA data without directories. 8 rows of 16 samples of 16 bits.
 Bytes old_raf() {
     Bytes bytes(1024);

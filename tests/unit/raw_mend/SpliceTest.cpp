@@ -1,6 +1,4 @@
-#include "assemble/Splice.h"
-
-#include "support/Bytes.h"
+#include "Written.h"
 
 #include <gtest/gtest.h>
 
@@ -10,12 +8,6 @@ namespace {
 using raw_mend::ByteOrder;
 using raw_mend::NumberField;
 using raw_mend::Splice;
-
-Bytes written(const Splice& splice) {
-    Bytes all;
-    splice.write([&](raw_mend::Bytes part) { all.insert(all.end(), part.begin(), part.end()); });
-    return all;
-}
 
 class SpliceOfTwo : public testing::Test {
   protected:

@@ -24,16 +24,6 @@ using ::testing::IsEmpty;
 
 constexpr std::uint16_t kIfdType = 13;
 
-Description described(const Bytes& bytes) {
-    const auto description = describe(bytes);
-    EXPECT_TRUE(description);
-    if (!description) {
-        return {};
-    }
-    expect_consistent(bytes, *description);
-    return *description;
-}
-
 /// The entries of a raw image of 16 by 4 pixels without its pieces.
 std::vector<TiffEntry> raw_entries(const TiffWriter& tiff) {
     return {tiff.longs(test::kNewSubfileType, {0}), tiff.longs(test::kImageWidth, {16}),

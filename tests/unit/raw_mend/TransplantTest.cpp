@@ -1,3 +1,4 @@
+#include "Written.h"
 #include "assemble/Transplant.h"
 #include "container/Describe.h"
 
@@ -28,14 +29,9 @@ using raw_mend::transplant;
 
 using Places = std::vector<std::optional<Extent>>;
 
-Bytes written(const Splice& splice) {
-    Bytes all;
-    splice.write([&](raw_mend::Bytes part) { all.insert(all.end(), part.begin(), part.end()); });
-    return all;
-}
-
 Bytes bytes_of(const Bytes& file, const Extent& extent) {
-    return part(file, static_cast<std::size_t>(extent.offset), static_cast<std::size_t>(extent.end()));
+    const auto bytes = extent.of(file);
+    return {bytes.begin(), bytes.end()};
 }
 
 Places places_of(const Bytes& file) {

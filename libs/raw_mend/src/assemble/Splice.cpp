@@ -64,9 +64,8 @@ void Splice::write(const std::function<void(Bytes)>& sink) const {
     std::uint64_t done = 0;
     const auto pass_on = [&](std::uint64_t end) {
         static constexpr std::array<unsigned char, kZeros> kNothing{};
-        auto part = std::ranges::upper_bound(parts_, done, {}, &Part::begin);
         while (done < end) {
-            const Part& from = *std::prev(part);
+            const Part& from = *std::prev(std::ranges::upper_bound(parts_, done, {}, &Part::begin));
             const std::uint64_t inside = done - from.begin;
             auto count = static_cast<std::size_t>(std::min(end - done, from.length - inside));
             if (from.bytes.empty()) {
@@ -76,7 +75,6 @@ void Splice::write(const std::function<void(Bytes)>& sink) const {
                 sink(from.bytes.subspan(static_cast<std::size_t>(inside), count));
             }
             done += count;
-            part = std::ranges::upper_bound(parts_, done, {}, &Part::begin);
         }
     };
     for (const auto& [at, bytes] : changes_) {

@@ -17,10 +17,6 @@ struct Moved {
     Extent to;
 };
 
-bool is_inside(const Extent& extent, std::uint64_t size) {
-    return extent.offset <= size && extent.length <= size - extent.offset;
-}
-
 /// Bytes that are more than padding.
 class Occupied {
   public:
@@ -76,8 +72,8 @@ class Transplantation {
         std::uint64_t end = 0;
         for (const std::size_t piece : order_) {
             const Extent& data = raw_[piece].data;
-            if (data.offset < end || !is_inside(data, sample_.size()) ||
-                (pieces_[piece] && !is_inside(*pieces_[piece], other_.size()))) {
+            if (data.offset < end || !data.is_within(sample_) ||
+                (pieces_[piece] && !pieces_[piece]->is_within(other_))) {
                 return false;
             }
             end = data.end();
@@ -100,8 +96,7 @@ class Transplantation {
 
     void keep(const Extent& extent) {
         moved_.push_back({extent, {result_.size(), extent.length}});
-        result_.append(sample_.subspan(static_cast<std::size_t>(extent.offset),
-                                       static_cast<std::size_t>(extent.length)));
+        result_.append(extent.of(sample_));
     }
 
     void put_in(std::size_t piece) {
@@ -109,8 +104,7 @@ class Transplantation {
         const std::uint64_t length = pieces_[piece] ? pieces_[piece]->length : data.length;
         moved_.push_back({data, {result_.size(), length}});
         if (pieces_[piece]) {
-            result_.append(other_.subspan(static_cast<std::size_t>(pieces_[piece]->offset),
-                                          static_cast<std::size_t>(length)));
+            result_.append(pieces_[piece]->of(other_));
         } else {
             result_.append_zeros(length);
         }
@@ -121,23 +115,20 @@ class Transplantation {
         const Extent& before = raw_[order_[nth - 1]].data;
         const Extent& after = raw_[order_[nth]].data;
         const Extent padding{before.end(), after.offset - before.end()};
-        if (padding.length > kMostPadding || !is_padding(padding)) {
+        if (padding.length > kMostPadding || occupied_.overlaps(padding)) {
             return false;
         }
         const auto& left = pieces_[order_[nth - 1]];
         const auto& right = pieces_[order_[nth]];
         if (left && right && right->offset >= left->end() &&
             right->offset - left->end() <= std::max<std::uint64_t>(padding.length, kLeastOwnPadding)) {
-            result_.append(other_.subspan(static_cast<std::size_t>(left->end()),
-                                          static_cast<std::size_t>(right->offset - left->end())));
+            result_.append(Extent{left->end(), right->offset - left->end()}.of(other_));
         } else {
             // Pieces that begin at even offsets in the sample do so in the result.
             result_.append_zeros((after.offset - result_.size()) % 2);
         }
         return true;
     }
-
-    [[nodiscard]] bool is_padding(const Extent& extent) const { return !occupied_.overlaps(extent); }
 
     bool correct_fields() {
         bool good = std::ranges::all_of(raw_, [&](const Piece& piece) { return correct(piece); });

@@ -1,12 +1,8 @@
 #include "coding/HeadStructure.h"
 
+#include <lossless_jpeg/Markers.h>
+
 namespace raw_mend {
-
-namespace {
-
-constexpr unsigned char kDht = 0xC4;
-
-} // namespace
 
 HeadStructure::HeadStructure(const lossless_jpeg::Head& head)
     : numbers_{head.precision,        head.width,           head.height,
@@ -15,7 +11,7 @@ HeadStructure::HeadStructure(const lossless_jpeg::Head& head)
         numbers_.insert(numbers_.end(), {component.id, component.horizontal, component.vertical});
     }
     for (const auto& segment : head.segments) {
-        numbers_.insert(numbers_.end(), {segment.code, segment.code == kDht ? 0 : segment.length});
+        numbers_.insert(numbers_.end(), {segment.code, segment.code == lossless_jpeg::kDht ? 0 : segment.length});
     }
 }
 

@@ -18,6 +18,13 @@ struct Extent {
     std::uint64_t length = 0;
 
     [[nodiscard]] std::uint64_t end() const { return offset + length; }
+    [[nodiscard]] bool is_within(Bytes file) const {
+        return offset <= file.size() && length <= file.size() - offset;
+    }
+    /// The bytes themselves; they must be within the file.
+    [[nodiscard]] Bytes of(Bytes file) const {
+        return file.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(length));
+    }
     bool operator==(const Extent&) const = default;
 };
 

@@ -1,7 +1,6 @@
 #include "locate/CodedHeads.h"
 
-#include "locate/MarkerCodes.h"
-
+#include <lossless_jpeg/Markers.h>
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
@@ -12,7 +11,7 @@ namespace raw_mend {
 namespace {
 
 /// The offset of the next FF with this byte after it, before the limit; the limit if there is none.
-std::size_t find_marker(Bytes bytes, unsigned char code, std::size_t from, std::size_t limit) {
+std::size_t find_marker(Bytes bytes, unsigned code, std::size_t from, std::size_t limit) {
     while (from + 2 <= limit) {
         const void* found = std::memchr(bytes.data() + from, 0xFF, limit - 1 - from);
         if (found == nullptr) {
@@ -54,8 +53,8 @@ void find_end(Bytes damaged, const CodedSample& sample, std::uint64_t limit, Cod
     const bool takes_last = last && sample.count() == 1 && sample.after_last() < sample.shortest();
     const auto stop = static_cast<std::size_t>(limit);
     std::optional<std::uint64_t> likely_end;
-    std::size_t at = find_marker(damaged, kEoi, static_cast<std::size_t>(place.data), stop);
-    for (; at < stop; at = find_marker(damaged, kEoi, at + 2, stop)) {
+    std::size_t at = find_marker(damaged, lossless_jpeg::kEoi, static_cast<std::size_t>(place.data), stop);
+    for (; at < stop; at = find_marker(damaged, lossless_jpeg::kEoi, at + 2, stop)) {
         const std::uint64_t end = at + 2;
         const bool fits =
             last ? sample.ends_alike(limit - end) : sample.spacing().allows({place.offset, end}, limit);
@@ -75,7 +74,7 @@ void find_end(Bytes damaged, const CodedSample& sample, std::uint64_t limit, Cod
 
 std::vector<CodedPlace> find_coded_streams(Bytes damaged, const CodedSample& sample) {
     std::vector<CodedPlace> places;
-    std::size_t at = find_marker(damaged, kSoi, 0, damaged.size());
+    std::size_t at = find_marker(damaged, lossless_jpeg::kSoi, 0, damaged.size());
     while (at < damaged.size()) {
         const auto head = lossless_jpeg::read_head(damaged, at);
         const auto structure = head ? sample.find_structure(*head) : std::nullopt;
@@ -84,7 +83,7 @@ std::vector<CodedPlace> find_coded_streams(Bytes damaged, const CodedSample& sam
             places.push_back(check_place(damaged, *head, *structure, sample));
             next = static_cast<std::size_t>(std::max(places.back().data, places.back().fault));
         }
-        at = find_marker(damaged, kSoi, next, damaged.size());
+        at = find_marker(damaged, lossless_jpeg::kSoi, next, damaged.size());
     }
     for (std::size_t nth = 0; nth < places.size(); ++nth) {
         if (!places[nth].proved) {

@@ -1,6 +1,6 @@
 #include "locate/EntropyData.h"
 
-#include "locate/MarkerCodes.h"
+#include <lossless_jpeg/Markers.h>
 
 #include <cstddef>
 #include <utility>
@@ -46,7 +46,7 @@ class Search {
 
     void take_marker(unsigned char code) {
         run_ = 0;
-        if (code == 0x00 || (code >= kRst0 && code <= kRst7)) {
+        if (code == 0x00 || lossless_jpeg::is_restart(code)) {
             stuffings_ += code == 0x00 ? 1U : 0U;
             at_ += 2;
             return;
@@ -55,8 +55,8 @@ class Search {
             ++at_;
             return;
         }
-        close(code == kEoi ? at_ + 2 : at_, code == kEoi);
-        if (code != kSos || at_ + 4 > bytes_.size()) {
+        close(code == lossless_jpeg::kEoi ? at_ + 2 : at_, code == lossless_jpeg::kEoi);
+        if (code != lossless_jpeg::kSos || at_ + 4 > bytes_.size()) {
             at_ += 2;
             start(at_, false);
             return;
@@ -73,7 +73,7 @@ class Search {
         while (at < bytes_.size() && bytes_[at] == 0xFF && at < at_ + 4) {
             ++at;
         }
-        return at < bytes_.size() && ((bytes_[at] >= kRst0 && bytes_[at] <= kRst7) || bytes_[at] == kEoi);
+        return at < bytes_.size() && (lossless_jpeg::is_restart(bytes_[at]) || bytes_[at] == lossless_jpeg::kEoi);
     }
 
     void start(std::size_t at, bool has_head) {
