@@ -58,17 +58,19 @@ class Pairs : public testing::TestWithParam<PairOfPhotographs> {};
 
 TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
     REAL_FILE_OR_SKIP(original, GetParam().damaged);
-    REAL_FILE_OR_SKIP(sample, GetParam().sample);
+    REAL_FILE_OR_SKIP(intact, GetParam().sample);
+    const auto sample = raw_mend::Sample::read(intact);
+    ASSERT_TRUE(sample);
     const auto expected = decode_raw(original);
     ASSERT_TRUE(expected);
     for (const DamageOfHead& damage : damages()) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original, GetParam().image);
-        const auto repaired = raw_mend::repair(damaged, sample);
+        const auto repaired = raw_mend::repair(damaged, *sample);
         ASSERT_TRUE(repaired);
         const Bytes result = written(repaired->file);
         EXPECT_EQ(result.size(), repaired->file.size());
-        EXPECT_EQ(repaired->proved, repaired->pieces);
+        EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
         EXPECT_EQ(decode_raw(result), expected);
     }
 }

@@ -1,0 +1,197 @@
+/** @file
+ * raw_mend.h - repairs damaged RAW photographs by understanding an intact sample from the same camera.
+ *
+ * The sample is read for what it is made of: where its raw image is, in how many pieces, how they are coded,
+ * and which numbers in the file say so. The damaged file is then searched for pieces of the same kind. The
+ * result is the sample's structure around the damaged file's image, with every offset and length right for
+ * it. Formats are recognised by content, never by name: all that are built like TIFF (ARW, SR2, ORF, DNG,
+ * CR2, NEF and their kin), RAF, and CR3.
+ *
+ * Strings are NUL-terminated UTF-8 and are not kept. Functions may be called from several threads at once,
+ * and do not throw. There is no global state. Inputs are mapped, and never changed: they must not be
+ * truncated while a call runs. Windows refuses that; elsewhere the process gets the signal SIGBUS.
+ */
+#ifndef RAW_MEND_RAW_MEND_H
+#define RAW_MEND_RAW_MEND_H
+
+#include <stdint.h>
+
+/** Marks the exports. */
+#if defined(_WIN32)
+#if defined(RAW_MEND_BUILDING)
+#define RAW_MEND_API __declspec(dllexport)
+#else
+#define RAW_MEND_API __declspec(dllimport)
+#endif
+#else
+#define RAW_MEND_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Results. After an error, there is no output. */
+enum {
+    /** The output was written. The report says how much of its image was found, and how much is proved. */
+    RAW_MEND_OK = 0,
+    /** A required pointer is null, or a count is 0. */
+    RAW_MEND_BAD_ARGUMENT = -1,
+    /** The damaged file cannot be read: it does not exist, is no regular file, is empty, or access is denied.
+     */
+    RAW_MEND_DAMAGED_UNREADABLE = -2,
+    /** No sample can be read. */
+    RAW_MEND_SAMPLE_UNREADABLE = -3,
+    /** No sample is a photograph whose structure is understood. */
+    RAW_MEND_SAMPLE_NOT_UNDERSTOOD = -4,
+    /** The damaged file holds no image like that of a sample, or nothing shows where it is. */
+    RAW_MEND_NOT_FOUND = -5,
+    /** The image was found, but a sample's tables have no room for its offsets or lengths. */
+    RAW_MEND_DOES_NOT_FIT = -6,
+    /** Something is at the output's path already. It was not touched. */
+    RAW_MEND_OUTPUT_EXISTS = -7,
+    /** The output cannot be written, or the disk is full. */
+    RAW_MEND_OUTPUT_UNWRITABLE = -8,
+    /** Memory ran out. */
+    RAW_MEND_NO_MEMORY = -9,
+    /** Another unexpected error. */
+    RAW_MEND_INTERNAL = -10
+};
+
+/** How the image was found: RawMendReport.way. */
+enum {
+    /** Not found. */
+    RAW_MEND_WAY_NONE = 0,
+    /** By the damaged file's own tables, which may be displaced. Its own structure is kept. */
+    RAW_MEND_WAY_OWN_TABLES = 1,
+    /** By the heads that the camera writes before each coded piece. */
+    RAW_MEND_WAY_CODED_HEADS = 2,
+    /** By how the rows of the image fit one another. */
+    RAW_MEND_WAY_ROWS = 3,
+    /** At the places where the sample has its image. */
+    RAW_MEND_WAY_SAMPLE_PLACES = 4,
+    /** By decoding from place to place until the data decoded to their end. */
+    RAW_MEND_WAY_TRIAL_DECODING = 5
+};
+
+/** What to know about a result: the bits of RawMendReport.notes. */
+enum {
+    /** Date, exposure, serial number and the like are the sample's, not the photograph's. */
+    RAW_MEND_SAMPLE_METADATA = 1,
+    /** Some previews are the sample's, and show another photograph. RawMendReplacePictures puts others there.
+     */
+    RAW_MEND_SAMPLE_PICTURES = 2,
+    /** Some pieces are lost. Zeros are in their place. */
+    RAW_MEND_PIECES_LOST = 4,
+    /** The place of some pieces is a guess: others are possible too. */
+    RAW_MEND_PLACES_GUESSED = 8,
+    /** What a decoder needs besides the image (curves, predictors, levels) is the sample's, and may differ.
+     */
+    RAW_MEND_SAMPLE_PARAMETERS = 16
+};
+
+/** How a repair found the image, and what is proved. A piece is a strip, a tile, or a sample of a track. */
+typedef struct RawMendReport {
+    /** RAW_MEND_WAY_OWN_TABLES and its like. */
+    uint32_t way;
+    /** RAW_MEND_SAMPLE_METADATA and its like, combined. */
+    uint32_t notes;
+    /** Index of the sample that was used. */
+    uint32_t sample;
+    /** Always 0. */
+    uint32_t reserved;
+    /** Pieces of the raw image. */
+    uint64_t piece_count;
+    /** Pieces that were found. */
+    uint64_t found_piece_count;
+    /** Found pieces that are proved: coded data decode to their last value at their last byte, rows fit one
+     * another. Foreign bytes within rows are not noticed. */
+    uint64_t proved_piece_count;
+    /** Offset of the image's first found piece in the damaged file, in bytes. */
+    uint64_t image_offset;
+    /** Bytes of the output. */
+    uint64_t size;
+} RawMendReport;
+
+/**
+ * Repairs a damaged photograph with intact ones from the same camera.
+ *
+ *   damaged_file  only read.
+ *   sample_files  tried in this order until one leads to a result that is proved as a whole. If none does,
+ * the result with the most proved pieces is kept, the earliest of equal ones. sample_count  at least 1.
+ *   output_file   created; nothing may be at this path.
+ *   report        is filled if the result is RAW_MEND_OK, and all zeros otherwise. May be null.
+ *
+ * Returns one of the codes above. If all samples fail, it is that of the first sample that came furthest.
+ */
+RAW_MEND_API int32_t RawMendRepair(const char* damaged_file, const char* const* sample_files,
+                                   uint32_t sample_count, const char* output_file, RawMendReport* report);
+
+/** How an embedded picture is coded: RawMendPicture.coding. */
+enum {
+    /** Baseline or progressive JPEG. */
+    RAW_MEND_PICTURE_JPEG = 1,
+    /** Red, green and blue, 8 bits each, row by row without padding. */
+    RAW_MEND_PICTURE_RGB = 2,
+    /** Anything else. It cannot be replaced. */
+    RAW_MEND_PICTURE_OTHER = 3
+};
+
+/** A preview or thumbnail of a photograph. */
+typedef struct RawMendPicture {
+    /** Width, in pixels; 0 if not known. */
+    uint32_t width;
+    /** Height, in pixels; 0 if not known. */
+    uint32_t height;
+    /** RAW_MEND_PICTURE_JPEG and its like. */
+    uint32_t coding;
+    /** Always 0. */
+    uint32_t reserved;
+    /** Offset in the file, in bytes. */
+    uint64_t offset;
+    /** Bytes. */
+    uint64_t length;
+} RawMendPicture;
+
+/**
+ * Lists the previews and thumbnails of a photograph, largest first.
+ *
+ *   file      an intact photograph, or the output of a repair.
+ *   pictures  receives the first `capacity` of them. May be null if the capacity is 0.
+ *   count     receives the number of all.
+ *
+ * Returns RAW_MEND_OK, RAW_MEND_BAD_ARGUMENT, RAW_MEND_SAMPLE_UNREADABLE or RAW_MEND_SAMPLE_NOT_UNDERSTOOD
+ * (also for the file, which has the role of a sample here), RAW_MEND_NO_MEMORY or RAW_MEND_INTERNAL.
+ */
+RAW_MEND_API int32_t RawMendPictures(const char* file, RawMendPicture* pictures, uint32_t capacity,
+                                     uint32_t* count);
+
+/** Bytes that replace a picture. */
+typedef struct RawMendPictureData {
+    /** Coded as the picture that they replace; for RAW_MEND_PICTURE_RGB exactly as long. Null: keep the
+     * picture. */
+    const unsigned char* bytes;
+    /** How many. */
+    uint64_t length;
+} RawMendPictureData;
+
+/**
+ * Writes a copy of a photograph with other pictures. Every offset and length in the copy is right for them.
+ *
+ *   file         only read.
+ *   pictures     as many as RawMendPictures counts, in the same order.
+ *   output_file  created; nothing may be at this path.
+ *
+ * Returns one of the codes above.
+ */
+RAW_MEND_API int32_t RawMendReplacePictures(const char* file, const RawMendPictureData* pictures,
+                                            uint32_t count, const char* output_file);
+
+/** A sentence in English for a result, for people. Never null; static. */
+RAW_MEND_API const char* RawMendDescribe(int32_t result);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* RAW_MEND_RAW_MEND_H */

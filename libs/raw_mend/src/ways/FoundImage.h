@@ -1,0 +1,30 @@
+#pragma once
+
+#include "container/Description.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace raw_mend {
+
+/// How an image was found.
+enum class Way {
+    kOwnTables,  ///< By the damaged file's own tables, which may be displaced.
+    kCodedHeads, ///< By the heads of its coded pieces.
+    kRows,       ///< By how its rows fit one another.
+};
+
+/// Where a damaged file has its raw image.
+struct FoundImage {
+    Way way = Way::kOwnTables;
+    std::vector<std::optional<Extent>> pieces; ///< Of the sample's raw image, in its order.
+    std::size_t proved = 0; ///< Pieces that are proved: coded data to their last value; rows only by their
+                            ///< place, so that foreign bytes among them are not noticed.
+    std::vector<std::string> doubts;
+
+    [[nodiscard]] std::size_t count_found() const;
+};
+
+} // namespace raw_mend

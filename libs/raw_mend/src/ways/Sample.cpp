@@ -1,0 +1,19 @@
+#include "ways/Sample.h"
+
+#include "container/Describe.h"
+
+#include <utility>
+
+namespace raw_mend {
+
+std::optional<Sample> Sample::read(Bytes file) {
+    auto description = describe(file);
+    if (!description || description->raw.pieces.empty()) {
+        return std::nullopt;
+    }
+    auto rows = rows_of(description->raw);
+    const RowTraits traits = rows ? measure_row_traits(rows->extent.of(file), rows->geometry) : RowTraits{};
+    return Sample{file, std::move(*description), std::move(rows), traits};
+}
+
+} // namespace raw_mend
