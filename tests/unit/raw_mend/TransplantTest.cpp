@@ -1,5 +1,6 @@
-#include "Written.h"
 #include "assemble/Transplant.h"
+#include "Consistency.h"
+#include "Written.h"
 #include "container/Describe.h"
 
 #include "support/ArwPhoto.h"
@@ -12,6 +13,7 @@
 #include "support/RawDecode.h"
 #include "support/Sr2Photo.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,8 +24,11 @@ namespace test {
 namespace {
 
 using raw_mend::describe;
+using raw_mend::described;
 using raw_mend::Description;
 using raw_mend::Extent;
+using raw_mend::replace;
+using raw_mend::Replacement;
 using raw_mend::Splice;
 using raw_mend::transplant;
 
@@ -152,6 +157,87 @@ TEST_P(TransplantOfAnyFormat, HasZerosInPlaceOfALostPiece) {
     ASSERT_TRUE(after);
     const std::uint64_t length = before->raw.pieces.back().data.length;
     EXPECT_EQ(bytes_of(result, after->raw.pieces.back().data), Bytes(static_cast<std::size_t>(length)));
+}
+
+/// Whether a picture is inside another one, as a preview's thumbnail.
+bool is_nested(const Description& description, const Extent& inner) {
+    return std::ranges::any_of(description.pictures, [&](const auto& picture) {
+        const Extent& outer = picture.pieces.front().data;
+        return outer != inner && outer.offset <= inner.offset && inner.end() <= outer.end();
+    });
+}
+
+/// So many bytes that begin as these.
+Bytes resized(Bytes bytes, std::ptrdiff_t more) {
+    const std::size_t kept = bytes.size() / 2;
+    bytes.resize(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(bytes.size()) + more));
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(std::min(kept, bytes.size())), bytes.end(), 0xA5);
+    return bytes;
+}
+
+/// Replaces pictures of one piece with bytes of this many more or fewer, and checks the result: these
+/// pictures are as they were put in, and the raw image is as before.
+void expect_pictures_replaced(const Bytes& file, std::ptrdiff_t more) {
+    const Description before = described(file);
+    std::vector<Bytes> pictures;
+    std::vector<Replacement> replacements;
+    for (const auto& picture : before.pictures) {
+        const Extent& old = picture.pieces.front().data;
+        if (picture.pieces.size() == 1 && picture.pieces.front().length_field && !is_nested(before, old)) {
+            pictures.push_back(resized(bytes_of(file, old), more));
+            replacements.push_back({old, {}});
+        }
+    }
+    for (std::size_t nth = 0; nth < pictures.size(); ++nth) {
+        replacements[nth].bytes = pictures[nth];
+    }
+    const auto splice = replace(file, before, replacements);
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const std::size_t growth = more > 0 ? static_cast<std::size_t>(more) * replacements.size() : 0;
+    EXPECT_EQ(result.size(), file.size() + growth);
+    EXPECT_EQ(decode_raw(result), decode_raw(file));
+    std::vector<Bytes> found;
+    for (const auto& picture : described(result).pictures) {
+        found.push_back(bytes_of(result, picture.pieces.front().data));
+    }
+    EXPECT_THAT(found, testing::IsSupersetOf(pictures));
+}
+
+TEST_P(TransplantOfAnyFormat, HasOtherPicturesOfAnyLength) {
+    for (const std::ptrdiff_t more : {0, 1, -1, 5000, -20}) {
+        SCOPED_TRACE(more);
+        expect_pictures_replaced(GetParam().sample, more);
+    }
+}
+
+TEST_P(TransplantOfAnyFormat, HasOtherTablesOfTheSameLength) {
+    const auto& [name, sample, other] = GetParam();
+    const auto description = describe(sample);
+    const Extent table = description->tables.back();
+    const Bytes bytes = bytes_of(sample, table);
+    Bytes without = sample;
+    std::fill_n(without.begin() + static_cast<std::ptrdiff_t>(table.offset), table.length, 0);
+    const std::vector<Replacement> replacements{{table, bytes}};
+    const auto splice = transplant(without, *description, sample, places_of(sample), replacements);
+    ASSERT_TRUE(splice);
+    EXPECT_EQ(written(*splice), sample);
+}
+
+TEST_P(TransplantOfAnyFormat, RefusesReplacementsThatOverlap) {
+    const Bytes& sample = GetParam().sample;
+    const auto description = describe(sample);
+    const Extent raw = description->raw.pieces.front().data;
+    const Extent table = description->tables.front();
+    const Bytes bytes(100);
+    const auto is_refused = [&](const std::vector<Replacement>& replacements) {
+        return !replace(sample, *description, replacements);
+    };
+    EXPECT_TRUE(is_refused({{{raw.offset, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{raw.end() - 1, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{table, bytes_of(sample, table)}, {{table.end() - 1, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{sample.size(), 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{~std::uint64_t{0}, 1}, bytes}}));
 }
 
 TEST_P(TransplantOfAnyFormat, WritesAsManyBytesAsItSaysWhateverTheSampleStates) {
