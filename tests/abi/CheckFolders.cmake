@@ -26,26 +26,26 @@ elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.
     set(root libs)
     set(table
-        "still_mend: jpeg_bits system_path"
-        "raw_mend: byte_reader lossless_jpeg"
+        "still_mend: jpeg_bits mapped_file system_path"
+        "raw_mend: byte_reader lossless_jpeg mapped_file system_path"
         "quill_log: system_path"
         "byte_reader:"
         "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
+        "mapped_file:"
         "system_path:")
     set(owners "plate_mend/: nobody")
 elseif(PART STREQUAL "StillMend")
     # StillMend.cpp and Salvage are above all folders.
     set(root libs/still_mend/src)
     set(table
-        "output: assessment header jpeg platform"
+        "output: assessment header jpeg"
         "assessment: progressive header sequential fit jpeg"
         "progressive: header fit jpeg"
         "header: sequential fit jpeg"
         "sequential: fit jpeg"
         "fit: jpeg"
-        "jpeg:"
-        "platform:")
+        "jpeg:")
     set(owners "")
     set(common Bytes.h Work.h)
 else()
