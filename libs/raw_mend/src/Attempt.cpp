@@ -1,6 +1,7 @@
 #include "Attempt.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace raw_mend {
 
@@ -24,6 +25,12 @@ std::uint64_t first_offset(const FoundImage& image) {
     return first == image.pieces.end() ? 0 : (*first)->offset;
 }
 
+/// The greater is the better: proved pieces, then fewer lost ones, then certain places.
+std::tuple<std::size_t, std::ptrdiff_t, bool> quality_of(const FoundImage& image) {
+    const auto lost = static_cast<std::ptrdiff_t>(image.pieces.size() - image.count_found());
+    return {image.proved, -lost, image.doubts.empty()};
+}
+
 } // namespace
 
 Attempt::Attempt(Bytes damaged, const std::filesystem::path& sample) : result_(run(damaged, sample)) {}
@@ -44,12 +51,13 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path) {
 }
 
 bool Attempt::is_proved() const {
-    return result_ == RAW_MEND_OK && repaired_->image.proved == repaired_->image.pieces.size();
+    return result_ == RAW_MEND_OK && repaired_->image.proved == repaired_->image.pieces.size() &&
+           repaired_->image.doubts.empty();
 }
 
 bool Attempt::is_better_than(const Attempt& other) const {
     if (result_ == RAW_MEND_OK && other.result_ == RAW_MEND_OK) {
-        return repaired_->image.proved > other.repaired_->image.proved;
+        return quality_of(repaired_->image) > quality_of(other.repaired_->image);
     }
     // The further a repair comes, the smaller is the number of its error.
     return result_ == RAW_MEND_OK || (other.result_ != RAW_MEND_OK && result_ < other.result_);

@@ -19,10 +19,11 @@ class Attempt {
 
     /// RAW_MEND_OK if there is a repaired file, otherwise the reason why there is none.
     [[nodiscard]] std::int32_t result() const { return result_; }
-    /// Whether there is a repaired file, and every piece of its image is proved.
+    /// Whether there is a repaired file, every piece of its image is proved, and none of their places is a
+    /// guess.
     [[nodiscard]] bool is_proved() const;
-    /// Whether this is a better result than another: a repaired file with more proved pieces, or a failure
-    /// further on the way.
+    /// Whether this is a better result than another: a repaired file with more proved pieces, or as many and
+    /// fewer lost ones, or with certain places instead of guessed ones; or a failure further on the way.
     [[nodiscard]] bool is_better_than(const Attempt& other) const;
 
     /// There must be a repaired file.
