@@ -1,4 +1,4 @@
-# cmake -DSOURCE_DIR=... -DPART=Host|Libs|StillMend -P CheckFolders.cmake
+# cmake -DSOURCE_DIR=... -DPART=Host|Libs|RawMend|StillMend -P CheckFolders.cmake
 # Fails where a source includes a header of a folder that its own folder must not know. Each line of a table is a
 # folder and the folders that it may include, apart from itself. They must come after it in the table, so that
 # includes never run in a circle.
@@ -35,6 +35,18 @@ elseif(PART STREQUAL "Libs")
         "mapped_file:"
         "system_path:")
     set(owners "plate_mend/: nobody")
+elseif(PART STREQUAL "RawMend")
+    # The sources that put these folders together are above them all.
+    set(root libs/raw_mend/src)
+    set(table
+        "ways: locate coding container"
+        "assemble: container"
+        "locate: coding container"
+        "coding:"
+        "container:"
+        "platform:")
+    set(owners "raw_mend/: nobody")
+    set(common Bytes.h)
 elseif(PART STREQUAL "StillMend")
     # StillMend.cpp and Salvage are above all folders.
     set(root libs/still_mend/src)
