@@ -219,10 +219,11 @@ TEST(Builder, Cr3) {
                                               photo.tracks[0].offset, photo.tracks[1].offset}));
         ASSERT_EQ(description.metadata.size(), 1U);
         EXPECT_EQ(description.metadata[0].data, (Extent{photo.tracks[3].offset, photo.tracks[3].size}));
-        ASSERT_EQ(description.enclosing.size(), 1U);
-        EXPECT_EQ(description.enclosing[0].data,
+        // "moov", "uuid" and "THMB"; "uuid" and "PRVW"; "mdat".
+        ASSERT_EQ(description.enclosing.size(), 6U);
+        EXPECT_EQ(description.enclosing[5].data,
                   (Extent{photo.at("mdat"), photo.bytes.size() - photo.at("mdat")}));
-        EXPECT_EQ(description.enclosing[0].length_field->size, is_large ? 8U : 4U);
+        EXPECT_EQ(description.enclosing[5].length_field->size, is_large ? 8U : 4U);
     }
 }
 

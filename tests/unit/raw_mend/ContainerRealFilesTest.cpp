@@ -250,8 +250,9 @@ TEST(ContainerRealFiles, HeadOfACanonEosR) {
     EXPECT_TRUE(is_jpeg(bytes, {12824, 16199}));
     ASSERT_EQ(description.metadata.size(), 1U);
     EXPECT_EQ(description.metadata[0].data, (Extent{0x1BFA592, 0xA2D0}));
-    ASSERT_EQ(description.enclosing.size(), 3U); // XMP, preview, and media data, by CTBO.
-    EXPECT_EQ(description.enclosing[2].data.offset, 0x6272AU);
+    // "moov" and "uuid"; XMP, preview and media data, by CTBO; "THMB". That of the preview is cut.
+    ASSERT_EQ(description.enclosing.size(), 6U);
+    EXPECT_EQ(description.enclosing[4].data.offset, 0x6272AU);
     EXPECT_EQ(description.model, "Canon EOS R");
 }
 

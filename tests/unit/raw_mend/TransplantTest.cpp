@@ -1,5 +1,6 @@
-#include "Written.h"
 #include "assemble/Transplant.h"
+#include "Consistency.h"
+#include "Written.h"
 #include "container/Describe.h"
 
 #include "support/ArwPhoto.h"
@@ -12,9 +13,11 @@
 #include "support/RawDecode.h"
 #include "support/Sr2Photo.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <ostream>
 #include <random>
 
@@ -22,8 +25,11 @@ namespace test {
 namespace {
 
 using raw_mend::describe;
+using raw_mend::described;
 using raw_mend::Description;
 using raw_mend::Extent;
+using raw_mend::replace;
+using raw_mend::Replacement;
 using raw_mend::Splice;
 using raw_mend::transplant;
 
@@ -43,45 +49,47 @@ Places places_of(const Bytes& file) {
     return places;
 }
 
-/// Two photographs of one camera.
-struct TwoPhotographs {
+/// Makes photographs of one camera, each with another number.
+struct Format {
     std::string name;
-    Bytes sample;
-    Bytes other;
+    std::function<Bytes(unsigned number)> photograph;
 
-    friend void PrintTo(const TwoPhotographs& two, std::ostream* out) { *out << two.name; }
+    friend void PrintTo(const Format& format, std::ostream* out) { *out << format.name; }
 };
 
-std::vector<TwoPhotographs> all_formats() {
-    std::vector<TwoPhotographs> all;
+std::vector<Format> all_formats() {
+    std::vector<Format> all;
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
         const std::string end = order == ByteOrder::kLittle ? "_II" : "_MM";
-        const auto arw = [&](unsigned number) { return ArwPhoto({.order = order, .number = number}).bytes; };
-        const auto cr2 = [&](unsigned number) { return Cr2Photo({.order = order, .number = number}).bytes; };
-        const auto dng = [&](unsigned number) { return DngPhoto({.order = order, .number = number}).bytes; };
-        const auto nef = [&](unsigned number) { return NefPhoto({.order = order, .number = number}).bytes; };
-        const auto orf = [&](unsigned scene) { return make_orf({.order = order, .scene = scene}).bytes; };
-        const auto sr2 = [&](unsigned scene) { return make_sr2({.order = order, .scene = scene}).bytes; };
-        all.push_back({"arw" + end, arw(1), arw(2)});
-        all.push_back({"cr2" + end, cr2(1), cr2(2)});
-        all.push_back({"dng" + end, dng(1), dng(2)});
-        all.push_back({"nef" + end, nef(1), nef(2)});
-        all.push_back({"orf" + end, orf(1), orf(2)});
-        all.push_back({"sr2" + end, sr2(1), sr2(2)});
+        all.push_back({"arw" + end,
+                       [=](unsigned number) { return ArwPhoto({.order = order, .number = number}).bytes; }});
+        all.push_back({"cr2" + end,
+                       [=](unsigned number) { return Cr2Photo({.order = order, .number = number}).bytes; }});
+        all.push_back({"dng" + end,
+                       [=](unsigned number) { return DngPhoto({.order = order, .number = number}).bytes; }});
+        all.push_back({"nef" + end,
+                       [=](unsigned number) { return NefPhoto({.order = order, .number = number}).bytes; }});
+        all.push_back({"orf" + end,
+                       [=](unsigned number) { return make_orf({.order = order, .scene = number}).bytes; }});
+        all.push_back({"sr2" + end,
+                       [=](unsigned number) { return make_sr2({.order = order, .scene = number}).bytes; }});
     }
-    const auto cr3 = [](unsigned number) { return Cr3Photo({.number = number, .pictures = true}).bytes; };
-    all.push_back({"raf", RafPhoto({.number = 1}).bytes, RafPhoto({.number = 2}).bytes});
-    all.push_back({"cr3", cr3(1), cr3(2)});
+    all.push_back({"raf", [](unsigned number) { return RafPhoto({.number = number}).bytes; }});
+    all.push_back(
+        {"cr3", [](unsigned number) { return Cr3Photo({.number = number, .pictures = true}).bytes; }});
     return all;
 }
 
-class TransplantOfAnyFormat : public testing::TestWithParam<TwoPhotographs> {};
+class TransplantOfAnyFormat : public testing::TestWithParam<Format> {
+  protected:
+    const Bytes sample = GetParam().photograph(1);
+    const Bytes other = GetParam().photograph(2);
+};
 
 INSTANTIATE_TEST_SUITE_P(Formats, TransplantOfAnyFormat, testing::ValuesIn(all_formats()),
                          [](const auto& test) { return test.param.name; });
 
 TEST_P(TransplantOfAnyFormat, ShowsTheOtherPhotograph) {
-    const auto& [name, sample, other] = GetParam();
     const auto splice = transplant(sample, *describe(sample), other, places_of(other));
     ASSERT_TRUE(splice);
     const Bytes result = written(*splice);
@@ -92,7 +100,6 @@ TEST_P(TransplantOfAnyFormat, ShowsTheOtherPhotograph) {
 }
 
 TEST_P(TransplantOfAnyFormat, KeepsThePartsOfTheSample) {
-    const auto& [name, sample, other] = GetParam();
     const auto before = describe(sample);
     const auto splice = transplant(sample, *before, other, places_of(other));
     ASSERT_TRUE(splice);
@@ -117,14 +124,12 @@ TEST_P(TransplantOfAnyFormat, KeepsThePartsOfTheSample) {
 }
 
 TEST_P(TransplantOfAnyFormat, WithItsOwnImageIsTheSample) {
-    const Bytes& sample = GetParam().sample;
     const auto splice = transplant(sample, *describe(sample), sample, places_of(sample));
     ASSERT_TRUE(splice);
     EXPECT_EQ(written(*splice), sample);
 }
 
 TEST_P(TransplantOfAnyFormat, RefusesPiecesThatAreNotThere) {
-    const auto& [name, sample, other] = GetParam();
     const auto description = describe(sample);
     const Places places = places_of(other);
     Places changed = places;
@@ -141,7 +146,6 @@ TEST_P(TransplantOfAnyFormat, RefusesPiecesThatAreNotThere) {
 }
 
 TEST_P(TransplantOfAnyFormat, HasZerosInPlaceOfALostPiece) {
-    const auto& [name, sample, other] = GetParam();
     const auto before = describe(sample);
     Places places = places_of(other);
     places.back() = std::nullopt;
@@ -154,8 +158,86 @@ TEST_P(TransplantOfAnyFormat, HasZerosInPlaceOfALostPiece) {
     EXPECT_EQ(bytes_of(result, after->raw.pieces.back().data), Bytes(static_cast<std::size_t>(length)));
 }
 
+/// Whether a picture is inside another one, as a preview's thumbnail.
+bool is_nested(const Description& description, const Extent& inner) {
+    return std::ranges::any_of(description.pictures, [&](const auto& picture) {
+        const Extent& outer = picture.pieces.front().data;
+        return outer != inner && outer.offset <= inner.offset && inner.end() <= outer.end();
+    });
+}
+
+/// So many bytes that begin as these.
+Bytes resized(Bytes bytes, std::ptrdiff_t more) {
+    const std::size_t kept = bytes.size() / 2;
+    bytes.resize(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(bytes.size()) + more));
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(std::min(kept, bytes.size())), bytes.end(), 0xA5);
+    return bytes;
+}
+
+/// Replaces pictures of one piece with bytes of this many more or fewer, and checks the result: these
+/// pictures are as they were put in, and the raw image is as before.
+void expect_pictures_replaced(const Bytes& file, std::ptrdiff_t more) {
+    const Description before = described(file);
+    std::vector<Bytes> pictures;
+    std::vector<Replacement> replacements;
+    for (const auto& picture : before.pictures) {
+        const Extent& old = picture.pieces.front().data;
+        if (picture.pieces.size() == 1 && picture.pieces.front().length_field && !is_nested(before, old)) {
+            pictures.push_back(resized(bytes_of(file, old), more));
+            replacements.push_back({old, {}});
+        }
+    }
+    for (std::size_t nth = 0; nth < pictures.size(); ++nth) {
+        replacements[nth].bytes = pictures[nth];
+    }
+    const auto splice = replace(file, before, replacements);
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const std::size_t growth = more > 0 ? static_cast<std::size_t>(more) * replacements.size() : 0;
+    EXPECT_EQ(result.size(), file.size() + growth);
+    EXPECT_EQ(decode_raw(result), decode_raw(file));
+    std::vector<Bytes> found;
+    for (const auto& picture : described(result).pictures) {
+        found.push_back(bytes_of(result, picture.pieces.front().data));
+    }
+    EXPECT_THAT(found, testing::IsSupersetOf(pictures));
+}
+
+TEST_P(TransplantOfAnyFormat, HasOtherPicturesOfAnyLength) {
+    for (const std::ptrdiff_t more : {0, 1, -1, 5000, -20}) {
+        SCOPED_TRACE(more);
+        expect_pictures_replaced(sample, more);
+    }
+}
+
+TEST_P(TransplantOfAnyFormat, HasOtherTablesOfTheSameLength) {
+    const auto description = describe(sample);
+    const Extent table = description->tables.back();
+    const Bytes bytes = bytes_of(sample, table);
+    Bytes without = sample;
+    std::fill_n(without.begin() + static_cast<std::ptrdiff_t>(table.offset), table.length, 0);
+    const std::vector<Replacement> replacements{{table, bytes}};
+    const auto splice = transplant(without, *description, sample, places_of(sample), replacements);
+    ASSERT_TRUE(splice);
+    EXPECT_EQ(written(*splice), sample);
+}
+
+TEST_P(TransplantOfAnyFormat, RefusesReplacementsThatOverlap) {
+    const auto description = describe(sample);
+    const Extent raw = description->raw.pieces.front().data;
+    const Extent table = description->tables.front();
+    const Bytes bytes(100);
+    const auto is_refused = [&](const std::vector<Replacement>& replacements) {
+        return !replace(sample, *description, replacements);
+    };
+    EXPECT_TRUE(is_refused({{{raw.offset, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{raw.end() - 1, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{table, bytes_of(sample, table)}, {{table.end() - 1, 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{sample.size(), 1}, bytes}}));
+    EXPECT_TRUE(is_refused({{{~std::uint64_t{0}, 1}, bytes}}));
+}
+
 TEST_P(TransplantOfAnyFormat, WritesAsManyBytesAsItSaysWhateverTheSampleStates) {
-    const auto& [name, sample, other] = GetParam();
     std::mt19937 random(1);
     unsigned done = 0;
     for (unsigned nth = 0; nth < 300; ++nth) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <numeric>
 
 namespace raw_mend {
 
@@ -15,6 +14,7 @@ constexpr std::uint64_t kLeastOwnPadding = 16; // As much is kept between two pi
 struct Moved {
     Extent from;
     Extent to;
+    std::uint64_t padding = 0; ///< Zeros after it.
 };
 
 /// Bytes that are more than padding.
@@ -46,18 +46,25 @@ class Occupied {
     std::vector<std::uint64_t> ends_; // Of each, and of all before it: the greatest.
 };
 
+/// What is put in the place of a part of the sample.
+struct Insertion {
+    Extent from;                  // In the sample.
+    std::optional<Bytes> bytes;   // Nothing: zeros.
+    std::uint64_t least = 0;      // Bytes it takes at least: zeros follow it.
+    std::size_t piece = kNoPiece; // Of the raw image.
+
+    static constexpr std::size_t kNoPiece = ~std::size_t{0};
+};
+
 class Transplantation {
   public:
     Transplantation(Bytes sample, const Description& description, Bytes other,
-                    std::span<const std::optional<Extent>> pieces)
+                    std::span<const std::optional<Extent>> pieces, std::span<const Replacement> replacements)
         : sample_(sample), description_(description), other_(other), pieces_(pieces),
-          raw_(description.raw.pieces), occupied_(description), order_(raw_.size()) {
-        std::iota(order_.begin(), order_.end(), std::size_t{0});
-        std::ranges::stable_sort(order_, {}, [&](std::size_t piece) { return raw_[piece].data.offset; });
-    }
+          raw_(description.raw.pieces), replacements_(replacements), occupied_(description) {}
 
     std::optional<Splice> run() {
-        if (!is_possible()) {
+        if (!add_pieces() || !add_replacements()) {
             return std::nullopt;
         }
         place_parts();
@@ -65,67 +72,86 @@ class Transplantation {
     }
 
   private:
-    [[nodiscard]] bool is_possible() const {
+    bool add_pieces() {
         if (raw_.empty() || pieces_.size() != raw_.size()) {
             return false;
         }
-        std::uint64_t end = 0;
-        for (const std::size_t piece : order_) {
-            const Extent& data = raw_[piece].data;
-            if (data.offset < end || !data.is_within(sample_) ||
-                (pieces_[piece] && !pieces_[piece]->is_within(other_))) {
+        for (std::size_t piece = 0; piece < raw_.size(); ++piece) {
+            const auto& own = pieces_[piece];
+            if (own && !own->is_within(other_)) {
                 return false;
             }
-            end = data.end();
+            insertions_.push_back(
+                {raw_[piece].data, own ? std::optional(own->of(other_)) : std::nullopt, 0, piece});
+        }
+        return true;
+    }
+
+    /// Also checks that nothing that is replaced overlaps.
+    bool add_replacements() {
+        for (const Replacement& part : replacements_) {
+            insertions_.push_back({part.extent, part.bytes, part.extent.length});
+        }
+        std::ranges::stable_sort(insertions_, {},
+                                 [](const Insertion& insertion) { return insertion.from.offset; });
+        std::uint64_t end = 0;
+        for (const Insertion& insertion : insertions_) {
+            if (insertion.from.offset < end || !insertion.from.is_within(sample_)) {
+                return false;
+            }
+            end = insertion.from.end();
         }
         return true;
     }
 
     void place_parts() {
         std::uint64_t from = 0;
-        for (std::size_t nth = 0; nth < order_.size(); ++nth) {
-            const Extent& data = raw_[order_[nth]].data;
-            if (nth == 0 || !place_padding(nth)) {
-                keep({from, data.offset - from});
+        const Insertion* before = nullptr;
+        for (const Insertion& insertion : insertions_) {
+            if (before == nullptr || !place_padding(*before, insertion)) {
+                keep({from, insertion.from.offset - from});
             }
-            put_in(order_[nth]);
-            from = data.end();
+            put_in(insertion);
+            from = insertion.from.end();
+            before = &insertion;
         }
         keep({from, sample_.size() - from});
     }
 
     void keep(const Extent& extent) {
-        moved_.push_back({extent, {result_.size(), extent.length}});
+        moved_.push_back({extent, {result_.size(), extent.length}, 0});
         result_.append(extent.of(sample_));
     }
 
-    void put_in(std::size_t piece) {
-        const Extent& data = raw_[piece].data;
-        const std::uint64_t length = pieces_[piece] ? pieces_[piece]->length : data.length;
-        moved_.push_back({data, {result_.size(), length}});
-        if (pieces_[piece]) {
-            result_.append(pieces_[piece]->of(other_));
+    void put_in(const Insertion& insertion) {
+        const std::uint64_t length = insertion.bytes ? insertion.bytes->size() : insertion.from.length;
+        const std::uint64_t padding = insertion.least > length ? insertion.least - length : 0;
+        moved_.push_back({insertion.from, {result_.size(), length}, padding});
+        if (insertion.bytes) {
+            result_.append(*insertion.bytes);
         } else {
             result_.append_zeros(length);
         }
+        result_.append_zeros(padding);
     }
 
-    /// Places what is between a piece and the one before it, if that is padding.
-    bool place_padding(std::size_t nth) {
-        const Extent& before = raw_[order_[nth - 1]].data;
-        const Extent& after = raw_[order_[nth]].data;
-        const Extent padding{before.end(), after.offset - before.end()};
+    /// Places what is between two pieces of the raw image, if that is padding.
+    bool place_padding(const Insertion& before, const Insertion& after) {
+        if (before.piece == Insertion::kNoPiece || after.piece == Insertion::kNoPiece) {
+            return false;
+        }
+        const Extent padding{before.from.end(), after.from.offset - before.from.end()};
         if (padding.length > kMostPadding || occupied_.overlaps(padding)) {
             return false;
         }
-        const auto& left = pieces_[order_[nth - 1]];
-        const auto& right = pieces_[order_[nth]];
+        const auto& left = pieces_[before.piece];
+        const auto& right = pieces_[after.piece];
         if (left && right && right->offset >= left->end() &&
             right->offset - left->end() <= std::max<std::uint64_t>(padding.length, kLeastOwnPadding)) {
             result_.append(Extent{left->end(), right->offset - left->end()}.of(other_));
         } else {
             // Pieces that begin at even offsets in the sample do so in the result.
-            result_.append_zeros((after.offset - result_.size()) % 2);
+            result_.append_zeros((after.from.offset - result_.size()) % 2);
         }
         return true;
     }
@@ -144,11 +170,22 @@ class Transplantation {
     }
 
     bool correct(const Piece& piece) {
+        if (is_gone(piece.data)) {
+            return true;
+        }
         const auto begin = begin_of(piece.data.offset);
-        const auto end = piece.data.length == 0 ? begin : end_of(piece.data.end());
+        const auto end = piece.data.length == 0 ? begin : end_of(piece.data);
         return begin && end && *end >= *begin &&
                (!piece.offset_field || set(*piece.offset_field, *begin, true)) &&
                (!piece.length_field || set(*piece.length_field, *end - *begin, false));
+    }
+
+    /// Whether an extent was inside a picture that was replaced: a thumbnail, for example.
+    [[nodiscard]] bool is_gone(const Extent& extent) const {
+        return std::ranges::any_of(replacements_, [&](const Replacement& part) {
+            return part.bytes.size() != part.extent.length && extent != part.extent &&
+                   extent.offset >= part.extent.offset && extent.end() <= part.extent.end();
+        });
     }
 
     bool set(NumberField field, std::uint64_t number, bool is_offset) {
@@ -189,20 +226,21 @@ class Transplantation {
         return offset == sample_.size() ? std::optional(result_.size()) : std::nullopt;
     }
 
-    /// Where what ends at an offset of the sample ends in the result.
-    [[nodiscard]] std::optional<std::uint64_t> end_of(std::uint64_t offset) const {
-        auto after =
-            std::ranges::lower_bound(moved_, offset, {}, [](const Moved& part) { return part.from.offset; });
+    /// Where what this was in the sample ends in the result. Padding after a part belongs to what is around
+    /// it.
+    [[nodiscard]] std::optional<std::uint64_t> end_of(const Extent& extent) const {
+        auto after = std::ranges::lower_bound(moved_, extent.end(), {},
+                                              [](const Moved& part) { return part.from.offset; });
         while (after != moved_.begin()) {
             const Moved& part = *--after;
             if (part.from.length == 0) {
                 continue;
             }
-            if (offset == part.from.end()) {
-                return part.to.end();
+            if (extent.end() == part.from.end()) {
+                return part.to.end() + (extent.offset < part.from.offset ? part.padding : 0);
             }
-            const bool inside = offset < part.from.end() && part.from.length == part.to.length;
-            return inside ? std::optional(part.to.offset + (offset - part.from.offset)) : std::nullopt;
+            const bool inside = extent.end() < part.from.end() && part.from.length == part.to.length;
+            return inside ? std::optional(part.to.offset + (extent.end() - part.from.offset)) : std::nullopt;
         }
         return std::nullopt;
     }
@@ -212,17 +250,28 @@ class Transplantation {
     Bytes other_;
     std::span<const std::optional<Extent>> pieces_;
     const std::vector<Piece>& raw_;
+    std::span<const Replacement> replacements_;
     Occupied occupied_;
-    std::vector<std::size_t> order_; // Of pieces by offset.
-    std::vector<Moved> moved_;       // By offset in the sample.
+    std::vector<Insertion> insertions_; // By offset in the sample.
+    std::vector<Moved> moved_;          // Likewise.
     Splice result_;
 };
 
 } // namespace
 
 std::optional<Splice> transplant(Bytes sample, const Description& description, Bytes other,
-                                 std::span<const std::optional<Extent>> pieces) {
-    return Transplantation(sample, description, other, pieces).run();
+                                 std::span<const std::optional<Extent>> pieces,
+                                 std::span<const Replacement> replacements) {
+    return Transplantation(sample, description, other, pieces, replacements).run();
+}
+
+std::optional<Splice> replace(Bytes file, const Description& description,
+                              std::span<const Replacement> replacements) {
+    std::vector<std::optional<Extent>> pieces;
+    for (const Piece& piece : description.raw.pieces) {
+        pieces.emplace_back(piece.data);
+    }
+    return transplant(file, description, file, pieces, replacements);
 }
 
 } // namespace raw_mend

@@ -7,16 +7,27 @@
 
 namespace raw_mend {
 
+/// Other bytes for a part of the sample: a picture, metadata, or a table.
+struct Replacement {
+    Extent extent; ///< In the sample. Not empty.
+    Bytes bytes;   ///< For a table, exactly as many.
+};
+
 /// The structure of a sample around the raw image of another file. The pieces are those of the sample's raw
 /// image, in its order: where each is in the other file, or nothing for one that is lost, in whose place are
 /// zeros. All offsets and lengths in the result are those of what was put in. What is between two pieces is
 /// kept as it is in the other file, if it is only padding in the sample and the pieces follow each other in
-/// both.
+/// both. Zeros follow a replacement that is shorter than what it replaces, so that nothing after it moves.
 ///
-/// The description is the sample's, and both files must outlive the result. Nothing if the number of pieces
-/// is another, a piece is outside the other file, raw pieces of the sample overlap one another or other
-/// parts, or a number has no room in its field.
+/// The description is the sample's, and all bytes must outlive the result. Nothing if the number of pieces
+/// is another, a piece is outside the other file, raw pieces of the sample or replaced parts overlap one
+/// another or other parts, or a number has no room in its field.
 [[nodiscard]] std::optional<Splice> transplant(Bytes sample, const Description& description, Bytes other,
-                                               std::span<const std::optional<Extent>> pieces);
+                                               std::span<const std::optional<Extent>> pieces,
+                                               std::span<const Replacement> replacements = {});
+
+/// A photograph in which some parts, but not its raw image, are replaced, as above.
+[[nodiscard]] std::optional<Splice> replace(Bytes file, const Description& description,
+                                            std::span<const Replacement> replacements);
 
 } // namespace raw_mend

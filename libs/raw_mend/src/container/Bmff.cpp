@@ -48,6 +48,7 @@ class BmffReader {
     void add_track(const Box& entry, std::vector<Piece> samples);
     [[nodiscard]] Frame read_cmp1(const Box& cmp1) const;
     void read_mdat(const Box& mdat);
+    void enclose(const Box& box);
     void choose_raw();
 
     Bytes bytes_;
@@ -92,7 +93,16 @@ void BmffReader::read_mdat(const Box& mdat) {
         {.data = {mdat.at, mdat.stated_end - mdat.at}, .offset_field = {}, .length_field = mdat.size_field});
 }
 
+/// Notes that the box has pictures in it, with which it grows.
+void BmffReader::enclose(const Box& box) {
+    if (box.end == box.stated_end) {
+        description_.enclosing.push_back(
+            {.data = {box.at, box.end - box.at}, .offset_field = {}, .length_field = box.size_field});
+    }
+}
+
 void BmffReader::read_moov(const Box& moov) {
+    enclose(moov);
     for (const Box& box : children(moov)) {
         if (box.type == four_cc("trak")) {
             read_track(box);
@@ -106,6 +116,7 @@ void BmffReader::read_uuid(const Box& uuid) {
     constexpr std::uint64_t kUuidSize = 16;
     constexpr std::uint64_t kBeforePreview = 8; // Of the preview's.
     if (has_uuid(uuid, kPreviewUuid)) {
+        enclose(uuid);
         for (const Box& box : children(uuid, kUuidSize + kBeforePreview)) {
             if (box.type == four_cc("PRVW")) {
                 read_preview(box);
@@ -115,6 +126,7 @@ void BmffReader::read_uuid(const Box& uuid) {
     if (!has_uuid(uuid, kCanonUuid)) {
         return;
     }
+    enclose(uuid);
     for (const Box& box : children(uuid, kUuidSize)) {
         if (box.type == four_cc("CTBO")) {
             read_ctbo(box);
@@ -171,6 +183,7 @@ void BmffReader::add_jpeg(const Box& box, std::uint64_t size_at, std::uint64_t d
                                 " states a picture that is not in it.");
         return;
     }
+    enclose(box);
     frame.bits = 8;
     frame.samples = 3;
     frame.coding = Coding::kLossyJpeg;

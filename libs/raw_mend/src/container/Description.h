@@ -100,7 +100,8 @@ struct Description {
     std::vector<Piece> references;
     /// Data with an offset and a length that are no image: timed metadata of CR3.
     std::vector<Piece> metadata;
-    /// Ranges around images with lengths of their own: mdat, the boxes that CTBO lists, CFA data.
+    /// Ranges around images with lengths of their own: mdat and all boxes around pictures, the boxes that
+    /// CTBO lists, CFA data.
     std::vector<Piece> enclosing;
     std::string make; ///< Text, trimmed; empty if not stated.
     std::string model;
