@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Bytes.h"
-#include "jpeg/JpegError.h"
 #include "jpeg/MarkerSegments.h"
+
+#include <jpeg_errors/JpegErrors.h>
 
 #include <cstdint>
 
@@ -42,7 +43,7 @@ class JpegDecompressor {
     [[nodiscard]] bool ran_out() const;
 
     jpeg_decompress_struct info{};
-    JpegErrors errors;
+    jpeg_errors::JpegErrors errors;
 
   private:
     Bytes jpeg_;

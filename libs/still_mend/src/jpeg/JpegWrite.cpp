@@ -1,6 +1,7 @@
 #include "jpeg/JpegWrite.h"
 
-#include "jpeg/JpegError.h"
+#include <jpeg_errors/JpegErrors.h>
+
 #include "jpeg/Markers.h"
 
 #include <algorithm>
@@ -97,13 +98,13 @@ class Compressor {
 
     void write(const Frame& frame, const Tables& tables, CoefficientStore& store,
                const std::vector<Bytes>& segments) {
-        if (!run_jpeg(errors_, [&] { compress(frame, tables, store, segments); })) {
+        if (!jpeg_errors::run_jpeg(errors_, [&] { compress(frame, tables, store, segments); })) {
             throw JpegError{};
         }
     }
 
   private:
-    /// Within run_jpeg.
+    /// Within jpeg_errors::run_jpeg.
     void compress(const Frame& frame, const Tables& tables, CoefficientStore& store,
                   const std::vector<Bytes>& segments) {
         jpeg_create_compress(&info_);
@@ -194,7 +195,7 @@ class Compressor {
     }
 
     jpeg_compress_struct info_{};
-    JpegErrors errors_;
+    jpeg_errors::JpegErrors errors_;
     StreamDestination destination_;
 };
 

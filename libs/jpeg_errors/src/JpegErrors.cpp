@@ -1,8 +1,8 @@
-#include "jpeg/JpegError.h"
+#include <jpeg_errors/JpegErrors.h>
 
 #include <jerror.h>
 
-namespace still_mend {
+namespace jpeg_errors {
 
 namespace {
 
@@ -39,4 +39,4 @@ bool JpegErrors::out_of_memory() const {
     return msg_code == JERR_OUT_OF_MEMORY;
 }
 
-} // namespace still_mend
+} // namespace jpeg_errors

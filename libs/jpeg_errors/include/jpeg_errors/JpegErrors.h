@@ -7,11 +7,7 @@
 
 #include <jpeglib.h>
 
-namespace still_mend {
-
-/// A fatal error of libjpeg, except a lack of memory, which is std::bad_alloc. Thrown by callers of libjpeg,
-/// never through it.
-struct JpegError {};
+namespace jpeg_errors {
 
 /// libjpeg's error manager. Errors leave libjpeg by a jump back into run_jpeg; nothing is printed; warnings
 /// are counted. A codec points to it, so it must not move.
@@ -45,4 +41,4 @@ template <typename Calls>
     return true;
 }
 
-} // namespace still_mend
+} // namespace jpeg_errors
