@@ -25,6 +25,10 @@ struct HeadlessCoding {
     /// Of all values, if each stands alone; else null.
     std::shared_ptr<const DifferenceCodes> codes;
 
+    /// How much rows of an image that decodes differ from those of their colours above: the least if it is
+    /// decoded from the right place. Null where values do not add up along rows.
+    std::function<double(Bytes)> roughness;
+
     /// Decodes from an offset of the file. Nothing if not all values are there.
     [[nodiscard]] std::optional<Extent> decode_at(Bytes file, std::uint64_t offset) const;
 };

@@ -2,8 +2,10 @@
 
 #include <byte_reader/ByteReader.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <span>
 #include <utility>
 
@@ -80,6 +82,7 @@ std::optional<int> count_values(const byte_reader::ByteReader& reader, std::uint
 std::optional<Parameters> read_parameters(Bytes bytes, ByteOrder order, unsigned bits) {
     constexpr unsigned kLosslessVersion = 0x46;
     constexpr unsigned kSplitVersion = 0x44;
+    constexpr std::array<unsigned, 2> kSplitRevisions{0x20, 0x40};
     constexpr std::uint64_t kSplit = 562;
     constexpr std::uint64_t kLongestCurve = 0x4001;
     const byte_reader::ByteReader reader(bytes,
@@ -97,7 +100,8 @@ std::optional<Parameters> read_parameters(Bytes bytes, ByteOrder order, unsigned
     }
     found.tree = (bits == 14 ? kOf14Bits : 0) + (*version == kLosslessVersion ? kLossless : 0);
     found.values = 1 << bits;
-    const bool is_stepped = *version == kSplitVersion && revision == 0x20U && *count > 1;
+    const bool is_stepped = *version == kSplitVersion && *count > 1 &&
+                            std::ranges::find(kSplitRevisions, *revision) != kSplitRevisions.end();
     if (is_stepped) {
         found.split = reader.u16(kSplit).value_or(0);
     } else if (*version != kLosslessVersion && *count > 1 && *count <= kLongestCurve) {
@@ -116,8 +120,26 @@ class Decoder {
     Decoder(const Parameters& parameters, Bytes data, std::uint64_t columns)
         : values_(parameters.values), above_(parameters.first), bits_(data), columns_(columns) {}
 
+    /// The rows from the first on; each value of theirs is passed on. Ends at the first that cannot be.
+    template <typename Sink>
+    void decode_rows(const Parameters& parameters, std::uint64_t rows, const Sink& sink) {
+        constexpr int kBelowAfterSplit = 16;
+        for (std::uint64_t row = 0; row < rows; ++row) {
+            const bool is_split = parameters.split != 0 && row >= parameters.split;
+            const DifferenceCodes& of_row = *codes(parameters.tree + (is_split ? kAfterSplit : 0));
+            if (!decode_row(row, of_row, is_split ? kBelowAfterSplit : 0, sink)) {
+                return;
+            }
+        }
+    }
+
+    [[nodiscard]] std::uint64_t decoded() const { return decoded_; }
+    [[nodiscard]] std::uint64_t bytes() const { return bits_.bytes(); }
+
+  private:
     /// A row; false at the first value that cannot be. Values may be less than 0 by so many.
-    bool decode_row(std::uint64_t row, const DifferenceCodes& codes, int below) {
+    template <typename Sink>
+    bool decode_row(std::uint64_t row, const DifferenceCodes& codes, int below, const Sink& sink) {
         std::array<int, 2>& first = above_[row % 2];
         std::array<int, 2> last{};
         int difference = 0;
@@ -134,20 +156,33 @@ class Decoder {
                 return false;
             }
             ++decoded_;
+            sink(last[colour]);
         }
         return true;
     }
 
-    [[nodiscard]] std::uint64_t decoded() const { return decoded_; }
-    [[nodiscard]] std::uint64_t bytes() const { return bits_.bytes(); }
-
-  private:
     int values_;
     std::array<std::array<int, 2>, 2> above_;
     PlainBits bits_;
     std::uint64_t columns_;
     std::uint64_t decoded_ = 0;
 };
+
+/// The mean difference of a value to the one two rows above.
+double measure_roughness(const Parameters& parameters, Bytes data, std::uint64_t columns,
+                         std::uint64_t rows) {
+    std::vector<int> above(static_cast<std::size_t>(2 * columns));
+    std::uint64_t count = 0;
+    double sum = 0;
+    Decoder decoder(parameters, data, columns);
+    decoder.decode_rows(parameters, rows, [&](int value) {
+        int& last = above[static_cast<std::size_t>(count % (2 * columns))];
+        sum += count >= 2 * columns ? std::abs(value - last) : 0;
+        last = value;
+        ++count;
+    });
+    return sum / static_cast<double>(std::max<std::uint64_t>(count, 1));
+}
 
 } // namespace
 
@@ -156,21 +191,18 @@ std::optional<HeadlessCoding> nikon_coding(Bytes parameters, ByteOrder order, co
     if (!known) {
         return std::nullopt;
     }
-    const auto decode = [known = *known, columns = frame.width, rows = frame.height](Bytes data) {
-        constexpr int kBelowAfterSplit = 16;
+    const std::uint64_t columns = frame.width;
+    const std::uint64_t rows = frame.height;
+    const auto decode = [known = *known, columns, rows](Bytes data) {
         Decoder decoder(known, data, columns);
-        for (std::uint64_t row = 0; row < rows; ++row) {
-            const bool is_split = known.split != 0 && row >= known.split;
-            const DifferenceCodes& of_row = *codes(known.tree + (is_split ? kAfterSplit : 0));
-            if (!decoder.decode_row(row, of_row, is_split ? kBelowAfterSplit : 0)) {
-                return Trial{decoder.decoded(), 0};
-            }
-        }
+        decoder.decode_rows(known, rows, [](int) {});
         return Trial{decoder.decoded(), decoder.bytes()};
     };
+    const auto roughness = [known = *known, columns, rows](Bytes data) {
+        return measure_roughness(known, data, columns, rows);
+    };
     const bool stands_alone = known->split == 0;
-    return HeadlessCoding{std::uint64_t{frame.width} * frame.height, decode,
-                          stands_alone ? codes(known->tree) : nullptr};
+    return HeadlessCoding{columns * rows, decode, stands_alone ? codes(known->tree) : nullptr, roughness};
 }
 
 } // namespace raw_mend

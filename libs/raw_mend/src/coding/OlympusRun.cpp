@@ -125,7 +125,7 @@ HeadlessCoding olympus_coding(std::uint64_t columns, std::uint64_t rows) {
         }
         return Trial{decoded.size(), kSkipped + bits.bytes()};
     };
-    return {columns * rows, decode, nullptr};
+    return {columns * rows, decode, nullptr, nullptr};
 }
 
 } // namespace raw_mend

@@ -54,7 +54,7 @@ HeadlessCoding sony_coding(std::uint64_t columns, std::uint64_t rows) {
         trial.bytes = bits.bytes();
         return trial;
     };
-    return {values, decode, codes()};
+    return {values, decode, codes(), nullptr};
 }
 
 } // namespace raw_mend

@@ -51,6 +51,9 @@ class Search {
     /// Where a row begins, in a run that is longer than the image by less than a row: some of what is beside
     /// the image may look like cells.
     void add_by_rows() {
+        if (!sample_.rows) {
+            return;
+        }
         const RowGeometry& geometry = sample_.rows->geometry;
         for (const ByteRange& run : runs_) {
             const Bytes cells = Extent{run.begin, run.length()}.of(damaged_);

@@ -20,7 +20,7 @@ class Search {
     Search(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), coding_(*sample.headless),
           image_end_(damaged.size() - std::min<std::uint64_t>(sample.bytes_after(), damaged.size())),
-          values_left_(kMostReads * damaged.size()) {}
+          filler_ends_(find_filler_ends(damaged)), values_left_(kMostReads * damaged.size()) {}
 
     std::optional<FoundImage> find() {
         try_layouts();
@@ -33,6 +33,9 @@ class Search {
         if (decoded_.empty()) {
             try_filler_ends();
         }
+        if (decoded_.empty() && coding_.codes == nullptr) {
+            try_everywhere();
+        }
         return choose();
     }
 
@@ -41,26 +44,40 @@ class Search {
 
     struct Decoded {
         Extent data;
-        bool ends_well = false;
+        bool ends_well = false;   ///< Where the file, or its own tables, let an image end.
+        bool ends_alike = false;  ///< As many bytes after the last value as in the sample.
+        bool is_expected = false; ///< By surviving structure.
+        double roughness = 0;
     };
 
     void try_layouts() {
         for (const Layout& layout : find_layouts(damaged_, sample_)) {
             const Extent& piece = layout.pieces.front();
             const bool is_own = layout.reason == Layout::Reason::kTables;
+            const std::size_t before = decoded_.size();
             try_at(piece.offset, is_own ? std::optional(piece.length) : std::nullopt);
+            if (decoded_.size() > before) {
+                decoded_.back().is_expected = is_own || layout.reason == Layout::Reason::kStructure;
+            }
         }
     }
 
     void try_filler_ends() {
         std::uint64_t tried = 0;
-        for (const std::uint64_t end : find_filler_ends(damaged_)) {
+        for (const std::uint64_t end : filler_ends_) {
             for (std::uint64_t alike = 0; alike < std::min(kMostAlike, end); ++alike) {
                 try_at(end - alike, std::nullopt);
             }
             if (++tried == kMostFillerEnds) {
                 return;
             }
+        }
+    }
+
+    /// Most places are ruled out by their first values.
+    void try_everywhere() {
+        for (std::uint64_t start = 0; start < damaged_.size() && decoded_.empty(); ++start) {
+            try_at(start, std::nullopt);
         }
     }
 
@@ -94,18 +111,24 @@ class Search {
             return end >= values.end() && (end - values.end() <= kMostPadding ||
                                            is_filler(Extent{values.end(), end - values.end()}.of(damaged_)));
         };
+        Decoded decoded{.data = values};
         if (own_length && Extent{values.offset, *own_length}.is_within(damaged_) &&
             ends_at(values.offset + *own_length)) {
-            return {{values.offset, *own_length}, true};
+            decoded.data.length = *own_length;
+            decoded.ends_well = true;
+            decoded.ends_alike = values.length + sample_.slack == *own_length;
+            return decoded;
         }
-        const bool ends_well = ends_at(image_end_) || ends_at(damaged_.size());
-        const std::uint64_t of_sample = sample_.range().length;
         const std::uint64_t rest = image_end_ - std::min(values.end(), image_end_);
-        if (ends_at(image_end_) && (rest <= kMostPadding || image_end_ - values.offset == of_sample)) {
-            return {{values.offset, image_end_ - values.offset}, ends_well};
+        const std::uint64_t to_the_end = image_end_ - std::min(values.offset, image_end_);
+        decoded.ends_well = ends_at(image_end_) || ends_at(damaged_.size());
+        decoded.ends_alike = ends_at(image_end_) && rest == sample_.slack;
+        if (ends_at(image_end_) && (rest <= kMostPadding || to_the_end == sample_.range().length)) {
+            decoded.data.length = to_the_end;
+        } else {
+            decoded.data.length += std::min(sample_.slack, damaged_.size() - values.end());
         }
-        const std::uint64_t after = std::min(sample_.slack, damaged_.size() - values.end());
-        return {{values.offset, values.length + after}, ends_well};
+        return decoded;
     }
 
     /// Where the last bytes that are all the same begin, before an offset.
@@ -118,30 +141,54 @@ class Search {
         return last > 1 && last != end ? last - 1 : end;
     }
 
-    /// The first that ends where it must; several are a doubt.
+    /// Those that end where they must, are smooth, and follow filler or are where surviving structure says,
+    /// if there are such. Others that are as good are a doubt: a few bytes before the image may decode too.
     std::optional<FoundImage> choose() {
-        std::ranges::stable_sort(
-            decoded_, [](const Decoded& a, const Decoded& b) { return a.ends_well && !b.ends_well; });
         if (decoded_.empty()) {
             return std::nullopt;
         }
-        const Decoded& best = decoded_.front();
-        const auto rivals = std::ranges::count(decoded_, best.ends_well, &Decoded::ends_well);
-        FoundImage image{Way::kTrialDecoding, {best.data}, 0, {}};
-        image.proved = best.ends_well && rivals == 1 ? 1 : 0;
-        if (rivals > 1) {
-            image.doubts.emplace_back("The data decode from " + std::to_string(rivals) +
-                                      " places; one is chosen.");
-        } else if (!best.ends_well) {
+        keep_if_any([](const Decoded& decoded) { return decoded.ends_well; });
+        keep_smoothest();
+        keep_if_any([](const Decoded& decoded) { return decoded.ends_alike; });
+        keep_if_any([&](const Decoded& decoded) {
+            return decoded.is_expected || std::ranges::binary_search(filler_ends_, decoded.data.offset);
+        });
+        const auto best = std::ranges::min_element(decoded_, {}, &Decoded::roughness);
+        FoundImage image{Way::kTrialDecoding, {best->data}, 0, {}};
+        image.proved = best->ends_well && decoded_.size() == 1 ? 1 : 0;
+        if (decoded_.size() > 1) {
+            image.doubts.emplace_back("The data decode from several places; one is chosen.");
+        } else if (!best->ends_well) {
             image.doubts.emplace_back("The data decode, but nothing shows that they end where they should.");
         }
         return image;
+    }
+
+    template <typename Predicate>
+    void keep_if_any(const Predicate& predicate) {
+        if (std::ranges::any_of(decoded_, predicate)) {
+            std::erase_if(decoded_, [&](const Decoded& decoded) { return !predicate(decoded); });
+        }
+    }
+
+    void keep_smoothest() {
+        constexpr double kMuchRougher = 1.1; // Decoded from a place that is some values off.
+        if (decoded_.size() == 1 || !coding_.roughness) {
+            return;
+        }
+        for (Decoded& decoded : decoded_) {
+            decoded.roughness = coding_.roughness(decoded.data.of(damaged_));
+        }
+        const double least = std::ranges::min_element(decoded_, {}, &Decoded::roughness)->roughness;
+        std::erase_if(decoded_,
+                      [&](const Decoded& decoded) { return decoded.roughness > kMuchRougher * least; });
     }
 
     Bytes damaged_;
     const Sample& sample_;
     const HeadlessCoding& coding_;
     std::uint64_t image_end_; ///< If the file ends as the sample does.
+    std::vector<std::uint64_t> filler_ends_;
     std::uint64_t values_left_;
     std::vector<Decoded> decoded_;
 };

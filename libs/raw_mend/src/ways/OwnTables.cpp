@@ -61,13 +61,16 @@ Judgement judge_headless(Bytes file, const Image& image) {
     return Judgement::kRefuted;
 }
 
+Judgement judge_cells(Bytes file, const Image& image) {
+    const bool all =
+        std::ranges::all_of(image.pieces, [&](const Piece& piece) { return are_cells(piece.data.of(file)); });
+    return all ? Judgement::kProved : Judgement::kRefuted;
+}
+
 Judgement judge_rows(Bytes file, const Image& image, const Sample& sample) {
     const auto rows = rows_of(image);
     if (!rows || !sample.rows || rows->extent.length != sample.rows->extent.length) {
         return rows.has_value() == sample.rows.has_value() ? Judgement::kPossible : Judgement::kRefuted;
-    }
-    if (sample.has_cells) {
-        return are_cells(rows->extent.of(file)) ? Judgement::kProved : Judgement::kRefuted;
     }
     const auto phase = find_row_phase(rows->extent.of(file), rows->geometry, sample.traits).phase;
     return !phase ? Judgement::kPossible : *phase == 0 ? Judgement::kProved : Judgement::kRefuted;
@@ -98,7 +101,10 @@ Judgement judge(Bytes file, const Image& image, const Sample& sample) {
     if (coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg) {
         return judge_streams(file, image);
     }
-    Judgement result = sample.headless ? judge_headless(file, image) : judge_rows(file, image, sample);
+    if (sample.has_cells) {
+        return judge_cells(file, image);
+    }
+    const Judgement result = sample.headless ? judge_headless(file, image) : judge_rows(file, image, sample);
     return result == Judgement::kPossible ? judge_content(file, image, sample) : result;
 }
 

@@ -42,8 +42,10 @@ std::optional<Sample> Sample::read(Bytes file) {
     if (sample.rows) {
         const Bytes image = sample.rows->extent.of(file);
         sample.traits = measure_row_traits(image, sample.rows->geometry);
-        sample.has_cells = sample.rows->geometry.packing == Packing::kCells && are_cells(image);
     }
+    const Extent range = sample.range();
+    sample.has_cells = sample.description.raw.frame.coding == Coding::kFixedRate && range.is_within(file) &&
+                       are_cells(range.of(file));
     read_headless(sample);
     return sample;
 }
