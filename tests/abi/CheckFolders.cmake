@@ -26,13 +26,12 @@ elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.
     set(root libs)
     set(table
-        "still_mend: jpeg_bits jpeg_errors mapped_file system_path"
-        "raw_mend: byte_reader jpeg_errors lossless_jpeg mapped_file system_path"
+        "still_mend: jpeg_bits mapped_file system_path"
+        "raw_mend: byte_reader jpeg_bits lossless_jpeg mapped_file system_path"
         "quill_log: system_path"
         "byte_reader:"
         "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
-        "jpeg_errors:"
         "mapped_file:"
         "system_path:")
     set(owners "plate_mend/: nobody")

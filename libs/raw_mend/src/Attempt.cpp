@@ -15,6 +15,10 @@ std::uint32_t code_of(Way way) {
         return RAW_MEND_WAY_CODED_HEADS;
     case Way::kRows:
         return RAW_MEND_WAY_ROWS;
+    case Way::kSamplePlaces:
+        return RAW_MEND_WAY_SAMPLE_PLACES;
+    case Way::kTrialDecoding:
+        return RAW_MEND_WAY_TRIAL_DECODING;
     }
     return RAW_MEND_WAY_NONE;
 }

@@ -2,9 +2,13 @@
 
 #include "assemble/OwnMetadata.h"
 #include "assemble/OwnPictures.h"
+#include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
 #include "ways/FittingRows.h"
+#include "ways/HeadlessImage.h"
+#include "ways/LossyPieces.h"
 #include "ways/OwnTables.h"
+#include "ways/SamplePlaces.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,11 +21,23 @@ namespace {
 Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
     Repaired result{.file = Splice(), .image = {}};
     result.file->append(damaged.subspan(static_cast<std::size_t>(own.header)));
-    for (const Piece& piece : own.description.raw.pieces) {
-        result.image.pieces.emplace_back(Extent{own.header + piece.data.offset, piece.data.length});
+    for (const Extent& piece : own.pieces()) {
+        result.image.pieces.emplace_back(piece);
     }
-    result.image.proved = result.image.pieces.size();
+    if (own.is_proved) {
+        result.image.proved = result.image.pieces.size();
+    } else {
+        result.image.doubts.emplace_back("The image is where the file's own tables say; nothing proves it.");
+    }
     return result;
+}
+
+std::optional<FoundImage> find_proved_image(Bytes damaged, const Sample& sample) {
+    auto image = find_coded_pieces(damaged, sample);
+    image = image ? std::move(image) : find_lossy_pieces(damaged, sample);
+    image = image ? std::move(image) : find_headless_image(damaged, sample);
+    image = image ? std::move(image) : find_cell_image(damaged, sample);
+    return image ? std::move(image) : find_fitting_rows(damaged, sample);
 }
 
 /// The damaged file's image, from its first piece to its last.
@@ -56,13 +72,15 @@ Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
 } // namespace
 
 std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
-    if (const auto own = find_own_structure(damaged, sample)) {
+    const auto own = find_own_structure(damaged, sample);
+    if (own && own->is_proved) {
         return keep_structure(damaged, *own);
     }
-    auto image = find_coded_pieces(damaged, sample);
-    if (!image) {
-        image = find_fitting_rows(damaged, sample);
+    auto image = find_proved_image(damaged, sample);
+    if (!image && own) {
+        return keep_structure(damaged, *own);
     }
+    image = image ? std::move(image) : find_at_sample_places(damaged, sample);
     return image ? std::optional(take_structure(damaged, sample, std::move(*image))) : std::nullopt;
 }
 

@@ -3,7 +3,6 @@
 #include "Written.h"
 #include "assemble/OwnMetadata.h"
 #include "assemble/OwnPictures.h"
-#include "coding/PreviewJpeg.h"
 
 #include "support/ArwPhoto.h"
 #include "support/Cr2Photo.h"
@@ -160,14 +159,6 @@ TEST_F(RealPair, TakesThePreviewsNearestToTheImage) {
 
 TEST_F(RealPair, TakesNoPreviewThatDoesNotDecode) {
     const Extent preview = description.pictures.front().pieces.front().data;
-    const Bytes bytes = bytes_of(original, preview);
-    const auto& frame = description.pictures.front().frame;
-    EXPECT_EQ(raw_mend::measure_jpeg(bytes, frame.width, frame.height), bytes.size());
-    EXPECT_EQ(raw_mend::measure_jpeg(joined(bytes, Bytes(1000)), frame.width, frame.height), bytes.size());
-    EXPECT_FALSE(raw_mend::measure_jpeg(bytes, frame.width + 1, frame.height));
-    EXPECT_FALSE(raw_mend::measure_jpeg(bytes, frame.width, frame.height + 1));
-    EXPECT_FALSE(raw_mend::measure_jpeg(part(bytes, 0, bytes.size() - 2), frame.width, frame.height));
-    EXPECT_FALSE(raw_mend::measure_jpeg({}, frame.width, frame.height));
     EXPECT_EQ(pictures_in(original).pictures.size(), 2U);
     const std::size_t middle = static_cast<std::size_t>(preview.offset + preview.length / 2);
     EXPECT_EQ(pictures_in(zeroed(original, middle, middle + 512)).pictures.size(), 1U);

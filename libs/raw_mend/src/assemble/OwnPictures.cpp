@@ -1,6 +1,6 @@
 #include "assemble/OwnPictures.h"
 
-#include "coding/PreviewJpeg.h"
+#include "coding/BaselineJpeg.h"
 #include "container/JpegHead.h"
 
 #include <algorithm>
@@ -89,8 +89,8 @@ class PictureSearch {
         });
         for (std::size_t nth = 0; nth < std::min(alike.size(), kMostTries); ++nth) {
             const Bytes bytes = Extent{alike[nth]->offset, alike[nth]->end - alike[nth]->offset}.of(damaged_);
-            if (const auto length = measure_jpeg(bytes, picture.frame.width, picture.frame.height)) {
-                return bytes.first(static_cast<std::size_t>(*length));
+            if (const auto jpeg = check_baseline_jpeg(bytes, 0).jpeg) {
+                return jpeg->data.of(bytes);
             }
         }
         return std::nullopt;

@@ -12,7 +12,7 @@ struct OwnPictures {
     bool is_complete = false; ///< Whether no picture of the sample remains, except inside another one.
 };
 
-/// JPEGs outside the image of a damaged file that decode without a warning and have the size of one of the
+/// JPEGs outside the image of a damaged file that decode to their end and have the size of one of the
 /// sample's. Where there are several, the one whose distance from the image is most like the sample's is
 /// taken.
 ///

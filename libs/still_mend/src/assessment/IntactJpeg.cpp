@@ -44,16 +44,16 @@ bool decode(JpegDecompressor& codec) {
     info.buffered_image = jpeg_has_multiple_scans(&info);
     info.scale_num = 1;
     info.scale_denom = 8;
-    if (!jpeg_errors::run_jpeg(codec.errors, [&info] { jpeg_start_decompress(&info); })) {
+    if (!run_jpeg(codec.errors, [&info] { jpeg_start_decompress(&info); })) {
         return false;
     }
     if (info.buffered_image != FALSE) {
         bool complete = false;
-        return jpeg_errors::run_jpeg(codec.errors, [&] { complete = read_scans(codec); }) && complete;
+        return run_jpeg(codec.errors, [&] { complete = read_scans(codec); }) && complete;
     }
     std::vector<JSAMPLE> row(std::size_t{info.output_width} *
                              static_cast<std::size_t>(info.output_components));
-    return jpeg_errors::run_jpeg(codec.errors, [&] { read_rows(codec, row.data()); });
+    return run_jpeg(codec.errors, [&] { read_rows(codec, row.data()); });
 }
 
 } // namespace

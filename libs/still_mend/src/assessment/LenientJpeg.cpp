@@ -66,15 +66,14 @@ class LenientReader {
         }
         codec_.info.progress = &watch_;
         jvirt_barray_ptr* arrays = nullptr;
-        if (!jpeg_errors::run_jpeg(codec_.errors, [&] { arrays = jpeg_read_coefficients(&codec_.info); }) ||
+        if (!run_jpeg(codec_.errors, [&] { arrays = jpeg_read_coefficients(&codec_.info); }) ||
             arrays == nullptr) {
             return std::nullopt;
         }
         std::optional<LenientJpeg> picture(LenientJpeg{frame, {}, CoefficientStore(frame)});
         take_tables(*picture);
         for (std::size_t index = 0; index < frame.components.size(); ++index) {
-            if (!jpeg_errors::run_jpeg(codec_.errors,
-                                       [&] { copy(frame, index, arrays[index], picture->store); })) {
+            if (!run_jpeg(codec_.errors, [&] { copy(frame, index, arrays[index], picture->store); })) {
                 return std::nullopt;
             }
         }

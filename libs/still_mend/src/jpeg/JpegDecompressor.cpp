@@ -31,7 +31,7 @@ JpegDecompressor::~JpegDecompressor() {
 }
 
 bool JpegDecompressor::read_header() {
-    return jpeg_errors::run_jpeg(errors, [this] {
+    return run_jpeg(errors, [this] {
         constexpr std::size_t kMost = std::numeric_limits<unsigned long>::max();
         jpeg_create_decompress(&info);
         jpeg_mem_src(&info, jpeg_.data(), static_cast<unsigned long>(std::min(jpeg_.size(), kMost)));

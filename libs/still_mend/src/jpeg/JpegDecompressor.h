@@ -1,9 +1,8 @@
 #pragma once
 
 #include "Bytes.h"
+#include "jpeg/JpegError.h"
 #include "jpeg/MarkerSegments.h"
-
-#include <jpeg_errors/JpegErrors.h>
 
 #include <cstdint>
 
@@ -43,7 +42,7 @@ class JpegDecompressor {
     [[nodiscard]] bool ran_out() const;
 
     jpeg_decompress_struct info{};
-    jpeg_errors::JpegErrors errors;
+    JpegErrors errors;
 
   private:
     Bytes jpeg_;

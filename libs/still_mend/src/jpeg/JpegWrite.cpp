@@ -1,7 +1,6 @@
 #include "jpeg/JpegWrite.h"
 
-#include <jpeg_errors/JpegErrors.h>
-
+#include "jpeg/JpegError.h"
 #include "jpeg/Markers.h"
 
 #include <algorithm>
@@ -98,13 +97,13 @@ class Compressor {
 
     void write(const Frame& frame, const Tables& tables, CoefficientStore& store,
                const std::vector<Bytes>& segments) {
-        if (!jpeg_errors::run_jpeg(errors_, [&] { compress(frame, tables, store, segments); })) {
+        if (!run_jpeg(errors_, [&] { compress(frame, tables, store, segments); })) {
             throw JpegError{};
         }
     }
 
   private:
-    /// Within jpeg_errors::run_jpeg.
+    /// Within run_jpeg.
     void compress(const Frame& frame, const Tables& tables, CoefficientStore& store,
                   const std::vector<Bytes>& segments) {
         jpeg_create_compress(&info_);
@@ -195,7 +194,7 @@ class Compressor {
     }
 
     jpeg_compress_struct info_{};
-    jpeg_errors::JpegErrors errors_;
+    JpegErrors errors_;
     StreamDestination destination_;
 };
 

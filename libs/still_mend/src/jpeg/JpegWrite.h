@@ -9,9 +9,6 @@
 
 namespace still_mend {
 
-/// A fatal error of libjpeg, except a lack of memory. Thrown by callers of libjpeg, never through it.
-struct JpegError {};
-
 /// Writes DQT, SOF, DHT, DRI and SOS for a picture with one interleaved scan, from what is known of it.
 void write_headers(std::ostream& stream, const Frame& frame, const Scan& scan, const Tables& tables);
 

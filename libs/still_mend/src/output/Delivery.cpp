@@ -2,6 +2,7 @@
 
 #include "assessment/DecodedPicture.h"
 #include "jpeg/JpegDecode.h"
+#include "jpeg/JpegError.h"
 #include "jpeg/JpegWrite.h"
 #include "jpeg/Markers.h"
 #include "output/Exif.h"

@@ -7,7 +7,11 @@
 
 #include <jpeglib.h>
 
-namespace jpeg_errors {
+namespace still_mend {
+
+/// A fatal error of libjpeg, except a lack of memory, which is std::bad_alloc. Thrown by callers of libjpeg,
+/// never through it.
+struct JpegError {};
 
 /// libjpeg's error manager. Errors leave libjpeg by a jump back into run_jpeg; nothing is printed; warnings
 /// are counted. A codec points to it, so it must not move.
@@ -41,4 +45,4 @@ template <typename Calls>
     return true;
 }
 
-} // namespace jpeg_errors
+} // namespace still_mend

@@ -1,8 +1,8 @@
-#include <jpeg_errors/JpegErrors.h>
+#include "jpeg/JpegError.h"
 
 #include <jerror.h>
 
-namespace jpeg_errors {
+namespace still_mend {
 
 namespace {
 
@@ -39,4 +39,4 @@ bool JpegErrors::out_of_memory() const {
     return msg_code == JERR_OUT_OF_MEMORY;
 }
 
-} // namespace jpeg_errors
+} // namespace still_mend
