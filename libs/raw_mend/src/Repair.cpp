@@ -1,8 +1,11 @@
 #include "Repair.h"
 
 #include "assemble/Transplant.h"
+#include "assemble/Widen.h"
 #include "ways/CodedPieces.h"
+#include "ways/CrxTracks.h"
 #include "ways/FittingRows.h"
+#include "ways/FujiStream.h"
 #include "ways/OwnTables.h"
 
 #include <utility>
@@ -29,12 +32,19 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
     }
     auto image = find_coded_pieces(damaged, sample);
     if (!image) {
+        image = find_crx_tracks(damaged, sample);
+    }
+    if (!image) {
+        image = find_fuji_stream(damaged, sample);
+    }
+    if (!image) {
         image = find_fitting_rows(damaged, sample);
     }
     if (!image) {
         return std::nullopt;
     }
-    auto file = transplant(sample.file, sample.description, damaged, image->pieces);
+    const Widened wide = widen(sample.description, *image);
+    auto file = transplant(sample.file, wide.description, damaged, wide.pieces);
     return file ? std::optional(Repaired{std::move(*file), std::move(*image)}) : std::nullopt;
 }
 

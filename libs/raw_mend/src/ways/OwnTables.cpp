@@ -1,6 +1,8 @@
 #include "ways/OwnTables.h"
 
 #include "container/Describe.h"
+#include "ways/CrxTracks.h"
+#include "ways/FujiStream.h"
 
 #include <lossless_jpeg/Stream.h>
 
@@ -28,7 +30,8 @@ bool is_whole_stream(Bytes file, const Extent& extent) {
     return head && lossless_jpeg::check(stream, *head).is_complete();
 }
 
-bool is_proved(Bytes file, const Image& image, const Sample& sample) {
+bool is_proved(Bytes file, const Description& own, const Sample& sample) {
+    const Image& image = own.raw;
     const bool inside =
         std::ranges::all_of(image.pieces, [&](const Piece& piece) { return piece.data.is_within(file); });
     if (!inside) {
@@ -37,6 +40,12 @@ bool is_proved(Bytes file, const Image& image, const Sample& sample) {
     if (image.frame.coding == Coding::kLosslessJpeg) {
         return std::ranges::all_of(image.pieces,
                                    [&](const Piece& piece) { return is_whole_stream(file, piece.data); });
+    }
+    if (image.frame.coding == Coding::kCrx) {
+        return has_whole_crx_tracks(file, own, sample);
+    }
+    if (image.frame.coding == Coding::kFujiLossless) {
+        return has_whole_fuji_stream(file, own, sample);
     }
     const auto rows = rows_of(image);
     return rows && sample.rows &&
@@ -56,7 +65,7 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         const Bytes file = damaged.subspan(offset);
         auto own = describe(file);
         if (own && own->raw.frame == raw.frame && own->raw.pieces.size() == raw.pieces.size() &&
-            is_proved(file, own->raw, sample)) {
+            is_proved(file, *own, sample)) {
             return OwnStructure{offset, std::move(*own)};
         }
     }
