@@ -237,7 +237,9 @@ CompletedCr3 complete_cr3(const Bytes& head, const Cr3Shape& shape, const Cr3Con
         result.bytes.resize(places.tracks[nth]);
         result.bytes.insert(result.bytes.end(), contents.tracks[nth].begin(), contents.tracks[nth].end());
     }
-    result.bytes.resize(result.bytes.size() + shape.after);
+    if (shape.after != 0) {
+        result.bytes = joined(result.bytes, box("free", Bytes(shape.after - 8)));
+    }
     return result;
 }
 

@@ -18,7 +18,7 @@ struct Cr3Shape {
     bool wide_offsets = true;        ///< "co64", or "stco".
     bool wide_mdat = true;           ///< The size of mdat in 64 bits.
     std::size_t alignment = 1;       ///< The tracks begin at multiples of it; zeros are between them.
-    std::size_t after = 0;           ///< Bytes after mdat.
+    std::size_t after = 0;           ///< Bytes of a box of filler after mdat, 8 or more.
 };
 
 struct Cr3Contents {

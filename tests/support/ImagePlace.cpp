@@ -133,39 +133,43 @@ ByteRun box(const Numbers& in, const ByteRun& within, std::size_t skipped, std::
     return boxes(in, within.offset + skipped, within.offset + within.size, type).at(0);
 }
 
-/// The raw track with the most pixels; the first of several. It has one chunk.
-Runs find_in_cr3(const Bytes& file) {
-    const Numbers in(file, ByteOrder::kBig);
-    std::size_t most = 0;
-    Runs best;
-    for (const ByteRun& trak :
-         boxes(in, box(in, {0, file.size()}, 0, "moov").offset,
-               box(in, {0, file.size()}, 0, "moov").offset + box(in, {0, file.size()}, 0, "moov").size,
-               "trak")) {
+struct Track {
+    std::size_t pixels = 0; ///< Of a raw image; else 0.
+    Runs samples;
+};
+
+/// Each has one chunk.
+std::vector<Track> read_tracks(const Numbers& in, std::size_t size) {
+    const ByteRun moov = box(in, {0, size}, 0, "moov");
+    std::vector<Track> tracks;
+    for (const ByteRun& trak : boxes(in, moov.offset, moov.offset + moov.size, "trak")) {
         const ByteRun stbl = box(in, box(in, box(in, trak, 0, "mdia"), 0, "minf"), 0, "stbl");
         const ByteRun stsd = box(in, stbl, 0, "stsd");
-        const auto entries = boxes(in, stsd.offset + 8, stsd.offset + stsd.size, "CRAW");
-        const auto cmp1 =
-            entries.empty() ? Runs{}
-                            : boxes(in, entries[0].offset + 82, entries[0].offset + entries[0].size, "CMP1");
-        const std::size_t pixels =
-            cmp1.empty() ? 0 : in.u32(cmp1[0].offset + 8) * in.u32(cmp1[0].offset + 12);
-        if (pixels <= most) {
-            continue;
+        Track track;
+        for (const ByteRun& entry : boxes(in, stsd.offset + 8, stsd.offset + stsd.size, "CRAW")) {
+            for (const ByteRun& cmp1 : boxes(in, entry.offset + 82, entry.offset + entry.size, "CMP1")) {
+                track.pixels = in.u32(cmp1.offset + 8) * in.u32(cmp1.offset + 12);
+            }
         }
-        most = pixels;
         const std::size_t stsz = box(in, stbl, 0, "stsz").offset;
         const auto wide = boxes(in, stbl.offset, stbl.offset + stbl.size, "co64");
         std::size_t at =
             wide.empty() ? in.u32(box(in, stbl, 0, "stco").offset + 8) : in.u64(wide[0].offset + 8);
-        best.clear();
         for (std::size_t nth = 0; nth < in.u32(stsz + 8); ++nth) {
-            const std::size_t size = in.u32(stsz + 4) != 0 ? in.u32(stsz + 4) : in.u32(stsz + 12 + 4 * nth);
-            best.push_back({at, size});
-            at += size;
+            const std::size_t length = in.u32(stsz + 4) != 0 ? in.u32(stsz + 4) : in.u32(stsz + 12 + 4 * nth);
+            track.samples.push_back({at, length});
+            at += length;
         }
+        tracks.push_back(track);
     }
-    return best;
+    return tracks;
+}
+
+/// The raw track with the most pixels; the first of several.
+Runs find_in_cr3(const Bytes& file) {
+    const auto tracks = read_tracks(Numbers(file, ByteOrder::kBig), file.size());
+    const auto most = std::ranges::max_element(tracks, {}, &Track::pixels);
+    return most == tracks.end() || most->pixels == 0 ? Runs{} : most->samples;
 }
 
 } // namespace
@@ -196,6 +200,14 @@ std::optional<Bytes> image_bytes(const Bytes& file) {
         all.insert(all.end(), piece.begin(), piece.end());
     }
     return all;
+}
+
+std::vector<ByteRun> find_tracks(const Bytes& file) {
+    Runs runs;
+    for (const Track& track : read_tracks(Numbers(file, ByteOrder::kBig), file.size())) {
+        runs.push_back(track.samples.at(0));
+    }
+    return runs;
 }
 
 } // namespace test

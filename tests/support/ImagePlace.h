@@ -21,4 +21,8 @@ struct ByteRun {
 /// The image's bytes, one piece after another. Nothing where there is no place, or it ends after the file.
 [[nodiscard]] std::optional<Bytes> image_bytes(const Bytes& file);
 
+/// Where the first samples of all tracks of a CR3 are, in the order of the tracks. Throws std::out_of_range
+/// if a table leads outside the file.
+[[nodiscard]] std::vector<ByteRun> find_tracks(const Bytes& file);
+
 } // namespace test

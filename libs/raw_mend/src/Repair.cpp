@@ -7,6 +7,7 @@
 #include "ways/FittingRows.h"
 #include "ways/FujiStream.h"
 #include "ways/OwnTables.h"
+#include "ways/TwinRows.h"
 
 #include <utility>
 
@@ -36,6 +37,9 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
     }
     if (!image) {
         image = find_fuji_stream(damaged, sample);
+    }
+    if (!image) {
+        image = find_twin_rows(damaged, sample);
     }
     if (!image) {
         image = find_fitting_rows(damaged, sample);

@@ -10,10 +10,26 @@ namespace raw_mend {
 namespace {
 
 constexpr std::uint64_t kHeaderSizeInCmp1 = 36;
+// Of CMP1: the geometry, all 4 bytes, then the bits, and planes and levels in half a byte each.
+constexpr std::uint64_t kWidth = 16;
+constexpr std::uint64_t kTileWidth = 24;
+constexpr std::uint64_t kBits = 32;
+constexpr std::uint64_t kPlanes = 33;
+constexpr std::uint64_t kLevels = 34;
 constexpr std::uint64_t kMostAlignment = 4096;
 
 std::uint64_t padded(std::uint64_t length, std::uint64_t alignment) {
     return (length + alignment - 1) / alignment * alignment;
+}
+
+CrxFrame read_frame(const byte_reader::ByteReader& reader, std::uint64_t cmp1) {
+    return {.width = reader.u32(cmp1 + kWidth).value_or(0),
+            .height = reader.u32(cmp1 + kWidth + 4).value_or(0),
+            .tile_width = reader.u32(cmp1 + kTileWidth).value_or(0),
+            .tile_height = reader.u32(cmp1 + kTileWidth + 4).value_or(0),
+            .bits = reader.u8(cmp1 + kBits).value_or(0),
+            .planes = reader.u8(cmp1 + kPlanes).value_or(0U) / 16U,
+            .levels = reader.u8(cmp1 + kLevels).value_or(0U) % 16U};
 }
 
 } // namespace
@@ -22,7 +38,7 @@ std::uint64_t CrxLayout::length(const CrxHeads& other) const {
     return padded(header_size + other.coded_length(), alignment);
 }
 
-bool CrxLayout::is_like(const CrxLayout& other) const {
+bool CrxLayout::has_headers_like(const CrxLayout& other) const {
     const auto same = [](const CrxHeader& one, const CrxHeader& two) {
         return one.code == two.code && one.size == two.size;
     };
@@ -41,7 +57,7 @@ std::optional<CrxLayout> read_crx_layout(Bytes file, const Extent& data, const E
     if (!heads || !heads->lengths_agree) {
         return std::nullopt;
     }
-    CrxLayout layout{std::move(*heads), *header_size, 1};
+    CrxLayout layout{std::move(*heads), *header_size, read_frame(reader, cmp1.offset), 1};
     while (layout.length(layout.heads) < data.length && layout.alignment < kMostAlignment) {
         layout.alignment *= 2;
     }

@@ -60,7 +60,7 @@ void CrxPlaces::find_structures() {
     for (const MediaItem& item : items) {
         const auto first = std::ranges::find_if(items, [&](const MediaItem& other) {
             return &other == &item ||
-                   (other.kind == Kind::kCrx && item.kind == Kind::kCrx && other.layout.is_like(item.layout));
+                   (other.kind == Kind::kCrx && item.kind == Kind::kCrx && other.layout.has_headers_like(item.layout));
         });
         structures_.push_back(static_cast<std::size_t>(first - items.begin()));
     }

@@ -1,8 +1,10 @@
 #include "ways/CrxChoice.h"
 
+#include "coding/CrxCheck.h"
 #include "locate/TrackTables.h"
 
 #include <algorithm>
+#include <optional>
 #include <tuple>
 
 namespace raw_mend {
@@ -11,14 +13,16 @@ namespace {
 
 constexpr std::uint64_t kLeastNear = 65536;
 constexpr std::uint64_t kPartNear = 8;
+constexpr unsigned kMostDecoded = 8;
 
 /// What can be said for a place.
 struct Evidence {
     const CrxPlace* place = nullptr;
     bool in_file = false;
-    bool ends = false;     ///< What must follow it does, or a table states its length.
-    bool in_table = false; ///< A surviving table states its length,
-    bool at_table = false; ///< and its offset.
+    bool ends = false;
+    bool is_broken = false; ///< Its data do not decode.
+    bool in_table = false;  ///< A surviving table states its length,
+    bool at_table = false;  ///< and its offset.
     bool is_near = false;
     bool at_end = false;
 
@@ -35,12 +39,36 @@ bool is_near(std::uint64_t offset, std::uint64_t usual) {
     return more - less <= std::max(kLeastNear, usual / kPartNear);
 }
 
-std::vector<Evidence> collect_evidence(Bytes damaged, const CrxPlaces& places, const MediaRow& row,
-                                       std::size_t item) {
+/// Decodes the first places, if the sample's data can be decoded.
+class Decoder {
+  public:
+    Decoder(Bytes sample, Bytes damaged, const MediaItem& item)
+        : damaged_(damaged), item_(item),
+          is_known_(check_crx(sample, item.data, item.layout) == CrxDecoding::kComplete) {}
+
+    /// Nothing if they cannot be decoded.
+    std::optional<bool> decodes(const CrxPlace& place) {
+        if (!is_known_) {
+            return std::nullopt;
+        }
+        return ++count_ <= kMostDecoded &&
+               check_crx(damaged_, place.data, item_.layout) == CrxDecoding::kComplete;
+    }
+
+  private:
+    Bytes damaged_;
+    const MediaItem& item_;
+    bool is_known_;
+    unsigned count_ = 0;
+};
+
+std::vector<Evidence> collect_evidence(Bytes sample, Bytes damaged, const CrxPlaces& places,
+                                       const MediaRow& row, std::size_t item) {
     const auto tables = find_track_tables(damaged);
     const std::uint64_t usual = row.items()[item].data.offset;
     const std::uint64_t after =
         row.items().back().data.end() + row.after_in_file() - row.items()[item].data.end();
+    Decoder decoder(sample, damaged, row.items()[item]);
     std::vector<Evidence> all;
     for (const CrxPlace& place : places.all()) {
         if (place.item != item) {
@@ -52,7 +80,9 @@ std::vector<Evidence> collect_evidence(Bytes damaged, const CrxPlaces& places, c
             evidence.in_table = evidence.in_table || same;
             evidence.at_table = evidence.at_table || (same && table.offset == place.data.offset);
         }
-        evidence.ends = evidence.in_file && (place.met_after || evidence.in_table);
+        const auto decodes = evidence.in_file ? decoder.decodes(place) : std::nullopt;
+        evidence.is_broken = decodes == false;
+        evidence.ends = evidence.in_file && decodes.value_or(place.met_after || evidence.in_table);
         evidence.is_near = is_near(place.data.offset, usual);
         evidence.at_end = evidence.in_file && damaged.size() - place.data.end() == after;
         all.push_back(evidence);
@@ -62,8 +92,9 @@ std::vector<Evidence> collect_evidence(Bytes damaged, const CrxPlaces& places, c
 
 } // namespace
 
-CrxChoice choose_crx_place(Bytes damaged, const CrxPlaces& places, const MediaRow& row, std::size_t item) {
-    const auto all = collect_evidence(damaged, places, row, item);
+CrxChoice choose_crx_place(Bytes sample, Bytes damaged, const CrxPlaces& places, const MediaRow& row,
+                           std::size_t item) {
+    const auto all = collect_evidence(sample, damaged, places, row, item);
     const auto best = std::ranges::max_element(all, {}, &Evidence::rank);
     if (best == all.end()) {
         return {};
@@ -81,6 +112,8 @@ CrxChoice choose_crx_place(Bytes damaged, const CrxPlaces& places, const MediaRo
     }
     if (!best->in_file) {
         choice.doubts.emplace_back("The raw image extends past the end of the file.");
+    } else if (best->is_broken) {
+        choice.doubts.emplace_back("The raw image does not decode to its end.");
     } else if (!best->ends) {
         choice.doubts.emplace_back("Nothing confirms where the raw image ends.");
     }

@@ -1,5 +1,6 @@
 #include "ways/CrxTracks.h"
 
+#include "coding/CrxCheck.h"
 #include "ways/CrxChoice.h"
 #include "ways/CrxNeighbours.h"
 
@@ -15,7 +16,7 @@ namespace {
 class TrackSearch {
   public:
     TrackSearch(Bytes damaged, const Sample& sample, const MediaRow& row)
-        : damaged_(damaged), row_(row),
+        : sample_(sample.file), damaged_(damaged), row_(row),
           places_(damaged, row), image_{
                                      Way::kCodedHeads,
                                      std::vector<std::optional<Extent>>(sample.description.raw.pieces.size()),
@@ -38,7 +39,7 @@ class TrackSearch {
 
   private:
     void add_raw(std::size_t item) {
-        CrxChoice choice = choose_crx_place(damaged_, places_, row_, item);
+        CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
         if (choice.place == nullptr) {
             return;
         }
@@ -84,7 +85,7 @@ class TrackSearch {
         const MediaItem& like = row_.items()[item];
         std::optional<Extent> found;
         if (like.kind == MediaItem::Kind::kCrx) {
-            const CrxChoice choice = choose_crx_place(damaged_, places_, row_, item);
+            const CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
             if (choice.place != nullptr && choice.unique && choice.place->is_within(damaged_)) {
                 found = choice.place->data;
             }
@@ -114,11 +115,22 @@ class TrackSearch {
         }
     }
 
+    Bytes sample_;
     Bytes damaged_;
     const MediaRow& row_;
     CrxPlaces places_;
     FoundImage image_;
 };
+
+/// Whether the raw image is in an mdat, as decoders demand.
+bool is_in_mdat(const Description& description) {
+    return std::ranges::all_of(description.raw.pieces, [&](const Piece& piece) {
+        return std::ranges::any_of(description.enclosing, [&](const Piece& box) {
+            const bool is_mdat = !box.offset_field; // Not one that CTBO states.
+            return is_mdat && box.data.offset < piece.data.offset && piece.data.end() <= box.data.end();
+        });
+    });
+}
 
 } // namespace
 
@@ -131,9 +143,16 @@ bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& samp
     const auto intact = MediaRow::read(sample.file, sample.description);
     const auto found = MediaRow::read(file, own);
     const auto alike = [](const MediaItem& one, const MediaItem& two) {
-        return one.kind == two.kind && one.layout.is_like(two.layout);
+        return one.kind == two.kind && one.raw_piece == two.raw_piece && one.layout.is_like(two.layout);
     };
-    return intact && found && std::ranges::equal(intact->items(), found->items(), alike);
+    const auto decodes = [](Bytes bytes, const MediaItem& item) {
+        return !item.raw_piece || check_crx(bytes, item.data, item.layout) == CrxDecoding::kComplete;
+    };
+    const auto all_decode = [&](Bytes bytes, const MediaRow& row) {
+        return std::ranges::all_of(row.items(), [&](const auto& item) { return decodes(bytes, item); });
+    };
+    return intact && found && std::ranges::equal(intact->items(), found->items(), alike) && is_in_mdat(own) &&
+           (!all_decode(sample.file, *intact) || all_decode(file, *found));
 }
 
 } // namespace raw_mend

@@ -1,11 +1,12 @@
 #include "ways/FittingRows.h"
 
 #include "locate/RowExtent.h"
+#include "ways/TwinRows.h"
 
 namespace raw_mend {
 
 std::optional<FoundImage> find_fitting_rows(Bytes damaged, const Sample& sample) {
-    if (!sample.rows) {
+    if (!sample.rows || has_twin(sample.description)) {
         return std::nullopt;
     }
     const SamplePlace place{sample.rows->extent.offset, sample.file.size() - sample.rows->extent.end()};
