@@ -13,8 +13,8 @@ namespace raw_mend {
 /// of the image are lost.
 [[nodiscard]] std::optional<FoundImage> find_crx_tracks(Bytes damaged, const Sample& sample);
 
-/// Whether a file's own tables lead to tracks like the sample's in an mdat, to raw images that end where these
-/// state, and to metadata whose records do.
+/// Whether a file's own tables lead to tracks like the sample's in an mdat, to raw images that end where
+/// these state, and to metadata whose records do.
 [[nodiscard]] bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& sample);
 
 } // namespace raw_mend
