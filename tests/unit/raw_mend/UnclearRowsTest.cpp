@@ -79,8 +79,8 @@ TEST_P(UnclearRows, AreProvedOnlyWhereTheyAre) {
         const Bytes result = written(repaired->file);
         const raw_mend::Extent found = Sample::read(result)->range();
         EXPECT_TRUE(part(result, found.offset, found.end()) == image)
-            << static_cast<int>(repaired->image.way) << ", " << repaired->image.proved
-            << testing::PrintToString(repaired->image.doubts);
+            << repaired->image.pieces.front()->offset << ", " << static_cast<int>(repaired->image.way) << ", "
+            << repaired->image.proved << testing::PrintToString(repaired->image.doubts);
         if (repaired->image.proved == 0) {
             EXPECT_FALSE(repaired->image.doubts.empty());
         }
