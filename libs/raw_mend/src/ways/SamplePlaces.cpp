@@ -12,7 +12,14 @@ namespace {
 
 /// Coded data with a head are found by it, or not at all.
 bool has_heads(Coding coding) {
-    return coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg || coding == Coding::kDeflate;
+    return coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg;
+}
+
+/// Whether a zlib stream may begin so: deflate, a sensible window, no dictionary, and the check bits.
+bool may_be_zlib(Bytes piece) {
+    constexpr unsigned kDictionary = 0x20;
+    return piece.size() > 2 && (piece[0] & 0x8FU) == 8 && (piece[1] & kDictionary) == 0 &&
+           (piece[0] * 256U + piece[1]) % 31 == 0;
 }
 
 class Guess {
@@ -44,6 +51,12 @@ class Guess {
 
   private:
     [[nodiscard]] bool is_possible(const Layout& layout) const {
+        const bool is_deflate = sample_.description.raw.frame.coding == Coding::kDeflate;
+        if (is_deflate && !std::ranges::all_of(layout.pieces, [&](const Extent& piece) {
+                return may_be_zlib(piece.of(damaged_));
+            })) {
+            return false;
+        }
         ImageContent content(sample_.description.raw.frame);
         for (const Extent& piece : layout.pieces) {
             content.add(piece.of(damaged_));
