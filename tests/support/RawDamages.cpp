@@ -190,17 +190,18 @@ std::vector<RawDamage> make_damages() {
     };
     for (const std::size_t size : {4 * kKiB, 32 * kKiB}) {
         const std::string name = std::to_string(size / kKiB) + " KiB";
-        all.push_back({"cluster lost, " + name, lose(size)});
-        all.push_back({"cluster put in, " + name, put_in(size)});
-        all.push_back({"cluster zeroed, " + name, zero(size)});
-        all.push_back({"cluster noise, " + name, overwrite(size)});
-        all.push_back({"clusters swapped, " + name, swap(size)});
+        all.push_back({"cluster lost, " + name, lose(size), false, size});
+        all.push_back({"cluster put in, " + name, put_in(size), false, size});
+        all.push_back({"cluster zeroed, " + name, zero(size), false, size});
+        all.push_back({"cluster noise, " + name, overwrite(size), false, size});
+        all.push_back({"clusters swapped, " + name, swap(size), false, size});
     }
     all.push_back({"head zeroed, 64 KiB, cluster lost, 4 KiB",
                    [](DamagedRaw& damaged, const RawPhotograph& photograph) {
                        zero_head(64 * kKiB)(damaged, photograph);
                        lose(4 * kKiB)(damaged, photograph);
-                   }});
+                   },
+                   false, 4 * kKiB});
     all.push_back({"cut at half", cut_at_half});
     return all;
 }
@@ -237,10 +238,10 @@ void DamagedRaw::overwrite(std::size_t at, const Bytes& foreign) {
 }
 
 void DamagedRaw::swap(std::size_t first, std::size_t second, std::size_t count) {
-    // From the last cut to the first, each index stays right.
-    split(second + count);
-    split(second);
-    split(first + count);
+    // Once a run begins at each of these positions, iterators stay valid.
+    for (const std::size_t at : {first, first + count, second, second + count}) {
+        split(at);
+    }
     const auto run = [this](std::size_t at) {
         return runs_.begin() + static_cast<std::ptrdiff_t>(split(at));
     };

@@ -61,10 +61,10 @@ struct RawDamage {
     std::string name;
     std::function<void(DamagedRaw& damaged, const RawPhotograph& photograph)> apply;
     bool needs_other = false; ///< Takes bytes of another photograph, so the two must differ.
+    std::size_t cluster = 0;  ///< The image must have more than twice as many bytes.
 };
 
-/// All kinds. They may be applied to any photograph that has a layout; parts of a damage that would be past
-/// the end of the file are left out.
+/// All kinds. Parts of a damage that would be past the end of the file are left out.
 [[nodiscard]] const std::vector<RawDamage>& raw_damages();
 
 } // namespace test

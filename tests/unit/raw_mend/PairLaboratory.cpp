@@ -107,6 +107,10 @@ DamagedPhotograph damage(const RealPair& pair, const RawDamage& kind, unsigned s
 }
 
 bool applies(const RawDamage& kind, const RealPair& pair) {
+    const RawLayout& layout = pair.damaged->layout;
+    if (layout.image_end() - layout.image_begin() <= 2 * kind.cluster) {
+        return false;
+    }
     return !kind.needs_other || (pair.same_camera() && !pair.same_photograph());
 }
 
@@ -121,6 +125,7 @@ PairTrial run_pair_trial(const RealPair& pair, const raw_mend::Sample& sample, c
         return trial;
     }
     trial.way = repaired->image.way;
+    trial.coded = !sample.rows;
     trial.pieces = repaired->image.pieces.size();
     trial.found = repaired->image.count_found();
     trial.proved = repaired->image.proved;
@@ -146,8 +151,7 @@ std::string cell_of(const PairTrial& trial) {
             : trial.survival == Survival::kTorn ? " (torn)"
                                                 : "";
     if (trial.false_claim()) {
-        text +=
-            trial.way == raw_mend::Way::kRows && trial.survival == Survival::kLost ? " BY PLACE" : " FALSE";
+        text += trial.proved_by_place() ? " BY PLACE" : " FALSE";
     }
     return text;
 }

@@ -22,16 +22,13 @@ struct Totals {
     std::size_t trials = 0;
     std::size_t exact = 0;
     std::size_t false_claims = 0;
-    std::size_t by_place = 0; // Of them, found by rows, with lost image bytes.
+    std::size_t by_place = 0; // Of them.
 
     void count(const PairTrial& trial) {
         ++trials;
         exact += trial.exact ? 1U : 0U;
         false_claims += trial.false_claim() ? 1U : 0U;
-        by_place +=
-            trial.false_claim() && trial.survival == Survival::kLost && (trial.way == raw_mend::Way::kRows)
-                ? 1U
-                : 0U;
+        by_place += trial.proved_by_place() ? 1U : 0U;
     }
 };
 
@@ -58,7 +55,7 @@ struct AllTotals {
         for (const auto& [survival, totals] : same_camera) {
             std::cout << "- " << kNames.at(survival) << ": " << totals.exact << " of " << totals.trials
                       << " exact, " << totals.false_claims - totals.by_place << " false claims";
-            if (survival == Survival::kLost) {
+            if (survival != Survival::kWhole) {
                 std::cout << ", and " << totals.by_place << " proved only by place";
             }
             std::cout << '\n';

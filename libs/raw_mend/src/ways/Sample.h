@@ -12,7 +12,7 @@ namespace raw_mend {
 struct Sample {
     Bytes file; ///< Must outlive this.
     Description description;
-    std::optional<ImageRows> rows; ///< Of the raw image, if its rows have a fixed length.
+    std::optional<ImageRows> rows; ///< Of the raw image, if they have a fixed length and are all there.
     RowTraits traits;              ///< Of these rows.
 
     /// Nothing if the file is not understood, or has no raw image.
