@@ -1,87 +1,108 @@
 #include "PairLaboratory.h"
 
 #include "support/RealFiles.h"
+#include "support/TempDir.h"
+
+#include <plate_mend/plate_mend.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
 #include <iostream>
 #include <map>
+#include <sstream>
 
-// raw_mend_laboratory                        prints the totals and the table of
-// docs/measurements/raw-pairs.md raw_mend_laboratory --rows                 prints the head of the table and
-// the first cell of each row raw_mend_laboratory --seeds COUNT [KIND]   prints each cell whose picture is
-// another, for seeds from 0 on, and
-//                                            the totals; of kinds whose names begin so
+// raw_mend_laboratory                       prints the totals and the table of docs/measurements/raw-pairs.md
+// raw_mend_laboratory --page FILE           writes them to that page, in place of those that are there
+// raw_mend_laboratory --rows                prints the head of the table and the first cell of each row
+// raw_mend_laboratory --seeds COUNT [KIND]  prints each cell whose picture is another, for seeds from 0 on,
+// and
+//                                           the totals; of kinds whose names begin so
 
 namespace {
 
 using namespace test;
+
+constexpr const char* kFirstMadeLine = "## Totals";
 
 /// Trials of one class of damage.
 struct Totals {
     std::size_t trials = 0;
     std::size_t exact = 0;
     std::size_t false_claims = 0;
-    std::size_t by_place = 0; // Of them.
+    std::size_t by_place = 0; // Not among the false claims.
 
     void count(const PairTrial& trial) {
         ++trials;
         exact += trial.exact ? 1U : 0U;
-        false_claims += trial.false_claim() ? 1U : 0U;
         by_place += trial.proved_by_place() ? 1U : 0U;
+        false_claims += trial.false_claim() && !trial.proved_by_place() ? 1U : 0U;
     }
 };
 
-/// Same camera by survival, and other cameras.
+/// Those of the sample's camera by what survives, and those of other cameras.
 struct AllTotals {
     std::map<Survival, Totals> same_camera;
     Totals other_cameras;
-    std::size_t claims_of_others = 0; // Repaired at all.
+    std::size_t repaired_with_others = 0;
 
     void count(const RealPair& pair, const PairTrial& trial) {
         if (pair.same_camera()) {
             same_camera[trial.survival].count(trial);
         } else {
             other_cameras.count(trial);
-            claims_of_others += trial.repaired ? 1U : 0U;
+            repaired_with_others += trial.repaired ? 1U : 0U;
         }
     }
 
-    void print() const {
+    [[nodiscard]] std::string text() const {
         static const std::map<Survival, const char*> kNames{
             {Survival::kWhole, "Every image byte survives, each piece in one run"},
             {Survival::kTorn, "Every image byte survives, but pieces are torn"},
             {Survival::kLost, "Image bytes are lost"}};
+        std::ostringstream out;
         for (const auto& [survival, totals] : same_camera) {
-            std::cout << "- " << kNames.at(survival) << ": " << totals.exact << " of " << totals.trials
-                      << " exact, " << totals.false_claims - totals.by_place << " false claims";
+            out << "- " << kNames.at(survival) << ": " << totals.exact << " of " << totals.trials
+                << " exact, " << totals.false_claims << " false claims";
             if (survival != Survival::kWhole) {
-                std::cout << ", and " << totals.by_place << " proved only by place";
+                out << ", " << totals.by_place << " proved by place only";
             }
-            std::cout << '\n';
+            out << ".\n";
         }
-        std::cout << "- Sample of another camera: " << claims_of_others << " of " << other_cameras.trials
-                  << " repaired\n";
+        out << "- A sample of another camera: " << repaired_with_others << " of " << other_cameras.trials
+            << " repaired.\n";
+        return out.str();
     }
 };
 
-void print_head(const std::vector<RealPair>& pairs) {
-    std::cout << "| Damage |";
-    for (const RealPair& pair : pairs) {
-        std::cout << ' ' << column_of(pair) << " |";
+std::string head_of(const std::vector<std::string>& columns) {
+    std::string head = "| Damage |";
+    std::string rule = "|---|";
+    for (const std::string& column : columns) {
+        head += ' ' + column + " |";
+        rule += "---|";
     }
-    std::cout << "\n|---|";
-    for (std::size_t nth = 0; nth < pairs.size(); ++nth) {
-        std::cout << "---|";
-    }
-    std::cout << '\n';
+    return head + '\n' + rule + '\n';
 }
 
 void print_rows() {
-    print_head({});
+    std::cout << head_of({});
     for (const RawDamage& kind : raw_damages()) {
         std::cout << "| " << kind.name << " |\n";
     }
+}
+
+/// Whether the library for single formats repairs the photograph to the original's picture.
+bool library_repairs(const RealPair& pair, const RawDamage& kind) {
+    const TempDir folder;
+    const std::string extension = std::filesystem::path(pair.damaged->name).extension().string();
+    const auto path = [&](const char* name) { return folder / (name + extension); };
+    write_file(path("damaged"), damage(pair, kind, 0).bytes);
+    write_file(path("sample"), pair.sample->bytes);
+    const std::string work = utf8(folder.path());
+    MndRawInit((work + "/missing").c_str(), work.c_str(), work.c_str()); // No log.
+    const auto code = MndRawAdvanceRepair(utf8(path("damaged")).c_str(), utf8(path("sample")).c_str(),
+                                          utf8(path("output")).c_str());
+    return code == PLATE_MEND_OK && decode_raw(path("output")) == pair.damaged->picture;
 }
 
 /// Pairs, and what is known of their samples.
@@ -94,26 +115,23 @@ class Laboratory {
         }
     }
 
-    void print_table() {
-        std::vector<RealPair> columns;
+    /// What the page has after its text.
+    std::string totals_and_table() {
+        std::vector<std::string> columns;
         for (const RealPair& pair : pairs_) {
             if (pair.same_camera()) {
-                columns.push_back(pair);
+                columns.push_back(column_of(pair));
             }
         }
-        print_head(columns);
+        columns.insert(columns.end(), {"exact", "before: exact"});
+        std::string table = head_of(columns);
         for (const RawDamage& kind : raw_damages()) {
-            std::cout << "| " << kind.name << " |";
-            for (const RealPair& pair : pairs_) {
-                const std::string cell = applies(kind, pair) ? cell_of(run(pair, kind, 0)) : "";
-                if (pair.same_camera()) {
-                    std::cout << ' ' << cell << " |" << std::flush;
-                }
-            }
-            std::cout << '\n';
+            table += row_of(kind) + '\n';
+            std::cerr << kind.name << '\n';
         }
-        std::cout << '\n';
-        totals_.print();
+        return std::string(kFirstMadeLine) + "\n\n" + totals_.text() +
+               "- Before this engine, all of these: " + std::to_string(before_) + " of " +
+               std::to_string(before_trials_) + " exact.\n\n## The table\n\n" + table;
     }
 
     void print_failures(unsigned seeds, const std::string& kinds) {
@@ -131,13 +149,40 @@ class Laboratory {
                 }
             }
         }
-        totals_.print();
+        std::cout << totals_.text();
     }
 
   private:
+    std::string row_of(const RawDamage& kind) {
+        std::string row = "| " + kind.name + " |";
+        std::size_t trials = 0;
+        std::size_t exact = 0;
+        std::size_t before = 0;
+        for (const RealPair& pair : pairs_) {
+            const bool counts = applies(kind, pair);
+            const PairTrial trial = counts ? run(pair, kind, 0) : PairTrial{};
+            if (!pair.same_camera()) {
+                continue;
+            }
+            row += counts ? ' ' + cell_of(trial) + " |" : " |";
+            trials += counts ? 1U : 0U;
+            exact += trial.exact ? 1U : 0U;
+            before += counts && library_repairs(pair, kind) ? 1U : 0U;
+        }
+        before_ += before;
+        before_trials_ += trials;
+        const std::string of = " of " + std::to_string(trials) + " |";
+        return row + ' ' + std::to_string(exact) + of + ' ' + std::to_string(before) + of;
+    }
+
     PairTrial run(const RealPair& pair, const RawDamage& kind, unsigned seed) {
         const auto& sample = samples_.at(pair.sample);
-        const PairTrial trial = sample ? run_pair_trial(pair, *sample, kind, seed) : PairTrial{};
+        PairTrial trial;
+        if (sample) {
+            trial = run_pair_trial(pair, *sample, kind, seed);
+        } else {
+            trial.survival = damage(pair, kind, seed).survival;
+        }
         totals_.count(pair, trial);
         return trial;
     }
@@ -146,7 +191,26 @@ class Laboratory {
     std::vector<RealPair> pairs_;
     std::map<const RealPhotograph*, std::optional<raw_mend::Sample>> samples_;
     AllTotals totals_;
+    std::size_t before_ = 0;
+    std::size_t before_trials_ = 0;
 };
+
+/// Keeps the lines of a page that are written by hand, and writes the others anew.
+void write_page(const std::filesystem::path& path, const std::string& made) {
+    std::string kept;
+    {
+        std::ifstream page(path);
+        for (std::string line; std::getline(page, line) && line != kFirstMadeLine;) {
+            kept += line + '\n';
+        }
+    }
+    std::ofstream(path) << kept << made;
+}
+
+int usage() {
+    std::cerr << "usage: raw_mend_laboratory [--rows | --page FILE | --seeds COUNT [KIND]]\n";
+    return 2;
+}
 
 } // namespace
 
@@ -163,14 +227,14 @@ int main(int argc, char** argv) {
     }
     Laboratory laboratory(*folder);
     if (arguments.empty()) {
-        laboratory.print_table();
-        return 0;
-    }
-    if (arguments[0] == "--seeds" && (arguments.size() == 2 || arguments.size() == 3)) {
+        std::cout << laboratory.totals_and_table();
+    } else if (arguments[0] == "--page" && arguments.size() == 2) {
+        write_page(arguments[1], laboratory.totals_and_table());
+    } else if (arguments[0] == "--seeds" && (arguments.size() == 2 || arguments.size() == 3)) {
         laboratory.print_failures(static_cast<unsigned>(std::strtoul(arguments[1].c_str(), nullptr, 10)),
                                   arguments.size() == 3 ? arguments[2] : "");
-        return 0;
+    } else {
+        return usage();
     }
-    std::cerr << "usage: raw_mend_laboratory [--rows | --seeds COUNT [KIND]]\n";
-    return 2;
+    return 0;
 }
