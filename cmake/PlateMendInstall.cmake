@@ -1,18 +1,19 @@
-# cmake --install: the three libraries with their headers, the files through which CMake and pkg-config find them, and
+# cmake --install: the four libraries with their headers, the files through which CMake and pkg-config find them, and
 # the program. The whole installation can be moved afterwards.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(PLATE_MEND_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/plate_mend")
 
-set_property(TARGET plate_mend still_mend quill_log APPEND PROPERTY
+set_property(TARGET plate_mend raw_mend still_mend quill_log APPEND PROPERTY
     INTERFACE_INCLUDE_DIRECTORIES "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
-install(TARGETS plate_mend still_mend quill_log EXPORT plate_mendTargets
+install(TARGETS plate_mend raw_mend still_mend quill_log EXPORT plate_mendTargets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(DIRECTORY
     "${PROJECT_SOURCE_DIR}/include/plate_mend"
+    "${PROJECT_SOURCE_DIR}/libs/raw_mend/include/raw_mend"
     "${PROJECT_SOURCE_DIR}/libs/still_mend/include/still_mend"
     "${PROJECT_SOURCE_DIR}/libs/quill_log/include/quill_log"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
@@ -44,6 +45,7 @@ function(plate_mend_pkg_config name library description)
     install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${pkg_config_dir}")
 endfunction()
 plate_mend_pkg_config(plate_mend _plate_mend "${PROJECT_DESCRIPTION}")
+plate_mend_pkg_config(raw_mend _raw_mend "Repairs damaged raw photographs with any intact sample")
 plate_mend_pkg_config(still_mend _still_mend "Salvages a picture from a broken file")
 plate_mend_pkg_config(quill_log QuillLogSDK "A small log: one file, lines with time, level and module")
 

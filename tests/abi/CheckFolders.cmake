@@ -1,4 +1,4 @@
-# cmake -DSOURCE_DIR=... -DPART=Host|Libs|StillMend -P CheckFolders.cmake
+# cmake -DSOURCE_DIR=... -DPART=Host|Libs|RawMend|StillMend -P CheckFolders.cmake
 # Fails where a source includes a header of a folder that its own folder must not know. Each line of a table is a
 # folder and the folders that it may include, apart from itself. They must come after it in the table, so that
 # includes never run in a circle.
@@ -26,26 +26,38 @@ elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.
     set(root libs)
     set(table
-        "still_mend: jpeg_bits system_path"
-        "raw_mend: byte_reader lossless_jpeg"
+        "still_mend: jpeg_bits mapped_file system_path"
+        "raw_mend: byte_reader lossless_jpeg mapped_file system_path"
         "quill_log: system_path"
         "byte_reader:"
         "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
+        "mapped_file:"
         "system_path:")
     set(owners "plate_mend/: nobody")
+elseif(PART STREQUAL "RawMend")
+    # The sources that put these folders together are above them all.
+    set(root libs/raw_mend/src)
+    set(table
+        "ways: locate coding container"
+        "assemble: container"
+        "locate: coding container"
+        "coding:"
+        "container:"
+        "platform:")
+    set(owners "raw_mend/: nobody")
+    set(common Bytes.h)
 elseif(PART STREQUAL "StillMend")
     # StillMend.cpp and Salvage are above all folders.
     set(root libs/still_mend/src)
     set(table
-        "output: assessment header jpeg platform"
+        "output: assessment header jpeg"
         "assessment: progressive header sequential fit jpeg"
         "progressive: header fit jpeg"
         "header: sequential fit jpeg"
         "sequential: fit jpeg"
         "fit: jpeg"
-        "jpeg:"
-        "platform:")
+        "jpeg:")
     set(owners "")
     set(common Bytes.h Work.h)
 else()

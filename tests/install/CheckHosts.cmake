@@ -92,7 +92,7 @@ elseif(WAY STREQUAL "pkg_config")
     install_and_move()
     ask_pkg_config(flags plate_mend)
     run("${C_COMPILER}" "${consumer}/host.c" ${flags} -o "${WORK_DIR}/hosts/host_c")
-    ask_pkg_config(flags plate_mend still_mend quill_log)
+    ask_pkg_config(flags plate_mend raw_mend still_mend quill_log)
     run("${CXX_COMPILER}" -std=c++20 "${consumer}/host.cpp" ${flags} -o "${WORK_DIR}/hosts/host_cpp")
 elseif(WAY STREQUAL "add_subdirectory")
     build_with_cmake(Debug "-DPLATE_MEND_SOURCE_DIR=${SOURCE_DIR}" -DCMAKE_UNITY_BUILD=ON) # Quickly: it is the whole project.

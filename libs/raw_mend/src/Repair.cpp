@@ -12,8 +12,8 @@ namespace raw_mend {
 namespace {
 
 Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
-    Repaired result;
-    result.file.append(damaged.subspan(static_cast<std::size_t>(own.header)));
+    Repaired result{Splice(), {}};
+    result.file->append(damaged.subspan(static_cast<std::size_t>(own.header)));
     for (const Piece& piece : own.description.raw.pieces) {
         result.image.pieces.emplace_back(Extent{own.header + piece.data.offset, piece.data.length});
     }
@@ -35,7 +35,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
         return std::nullopt;
     }
     auto file = transplant(sample.file, sample.description, damaged, image->pieces);
-    return file ? std::optional(Repaired{std::move(*file), std::move(*image)}) : std::nullopt;
+    return Repaired{std::move(file), std::move(*image)};
 }
 
 } // namespace raw_mend

@@ -10,12 +10,12 @@ namespace raw_mend {
 
 /// A repaired photograph.
 struct Repaired {
-    Splice file;
+    std::optional<Splice> file; ///< Nothing if the sample's tables have no room for the image.
     FoundImage image;
 };
 
 /// Repairs a damaged photograph with an intact one from the same camera. Both must outlive the result.
-/// Nothing if the damaged file's image is not found, or the sample's tables have no room for it.
+/// Nothing if the damaged file's image is not found.
 [[nodiscard]] std::optional<Repaired> repair(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend

@@ -1,9 +1,9 @@
+#include <mapped_file/MappedFile.h>
 #include <still_mend/still_mend.h>
 #include <system_path/system_path.h>
 
 #include "Salvage.h"
 #include "output/Delivery.h"
-#include "platform/MappedFile.h"
 
 #include <filesystem>
 #include <string>
@@ -52,7 +52,7 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
 }
 
 std::int32_t repair(const fs::path& damaged, const fs::path& output, StillMendReport& report) {
-    still_mend::MappedFile file;
+    mapped_file::MappedFile file;
     if (!file.open(damaged)) {
         return STILL_MEND_INPUT_UNREADABLE;
     }

@@ -67,9 +67,9 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original, GetParam().image);
         const auto repaired = raw_mend::repair(damaged, *sample);
-        ASSERT_TRUE(repaired);
-        const Bytes result = written(repaired->file);
-        EXPECT_EQ(result.size(), repaired->file.size());
+        ASSERT_TRUE(repaired && repaired->file);
+        const Bytes result = written(*repaired->file);
+        EXPECT_EQ(result.size(), repaired->file->size());
         EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
         EXPECT_EQ(decode_raw(result), expected);
     }

@@ -42,7 +42,7 @@ enum {
     RAW_MEND_DAMAGED_UNREADABLE = -2,
     /** No sample can be read. */
     RAW_MEND_SAMPLE_UNREADABLE = -3,
-    /** No sample is a photograph whose structure is understood. */
+    /** No sample is a photograph whose structure is understood, with all of its raw image. */
     RAW_MEND_SAMPLE_NOT_UNDERSTOOD = -4,
     /** The damaged file holds no image like that of a sample, or nothing shows where it is. */
     RAW_MEND_NOT_FOUND = -5,
@@ -117,10 +117,12 @@ typedef struct RawMendReport {
  * Repairs a damaged photograph with intact ones from the same camera.
  *
  *   damaged_file  only read.
- *   sample_files  tried in this order until one leads to a result that is proved as a whole. If none does,
- * the result with the most proved pieces is kept, the earliest of equal ones. sample_count  at least 1.
+ *   sample_files  tried in this order until one leads to a result all of whose pieces are proved, in places
+ *                 that are certain. If none does, the result with the most proved pieces is kept, or that with
+ *                 the fewest lost pieces if several have as many, or the earliest of these.
+ *   sample_count  at least 1.
  *   output_file   created; nothing may be at this path.
- *   report        is filled if the result is RAW_MEND_OK, and all zeros otherwise. May be null.
+ *   report        filled if the result is RAW_MEND_OK, and all zeros otherwise. May be null.
  *
  * Returns one of the codes above. If all samples fail, it is that of the first sample that came furthest.
  */

@@ -2,13 +2,16 @@
 
 #include "container/Describe.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace raw_mend {
 
 std::optional<Sample> Sample::read(Bytes file) {
     auto description = describe(file);
-    if (!description || description->raw.pieces.empty()) {
+    const auto is_within = [&](const Piece& piece) { return piece.data.is_within(file); };
+    if (!description || description->raw.pieces.empty() ||
+        !std::ranges::all_of(description->raw.pieces, is_within)) {
         return std::nullopt;
     }
     auto rows = rows_of(description->raw);

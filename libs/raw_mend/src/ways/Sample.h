@@ -15,7 +15,7 @@ struct Sample {
     std::optional<ImageRows> rows; ///< Of the raw image, if they have a fixed length and are all there.
     RowTraits traits;              ///< Of these rows.
 
-    /// Nothing if the file is not understood, or has no raw image.
+    /// Nothing if the file is not understood, or does not hold all of a raw image.
     [[nodiscard]] static std::optional<Sample> read(Bytes file);
 };
 

@@ -6,8 +6,8 @@
 #include "jpeg/JpegWrite.h"
 #include "jpeg/Markers.h"
 #include "output/Exif.h"
-#include "platform/MappedFile.h"
 
+#include <mapped_file/MappedFile.h>
 #include <system_path/system_path.h>
 
 #include <algorithm>
@@ -149,7 +149,7 @@ class Writer {
 
 /// Whether the written file is what it should be. Nothing where it cannot be read.
 std::optional<bool> is_sound(const fs::path& path, const std::optional<Bytes>& wanted) {
-    MappedFile written;
+    mapped_file::MappedFile written;
     if (!written.open(path)) {
         return std::nullopt;
     }

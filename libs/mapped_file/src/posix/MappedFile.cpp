@@ -1,4 +1,4 @@
-#include "platform/MappedFile.h"
+#include <mapped_file/MappedFile.h>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -9,7 +9,7 @@
 #include <limits>
 #include <new>
 
-namespace still_mend {
+namespace mapped_file {
 
 bool MappedFile::open(const std::filesystem::path& path) {
     close();
@@ -47,4 +47,4 @@ void MappedFile::close() {
     }
 }
 
-} // namespace still_mend
+} // namespace mapped_file

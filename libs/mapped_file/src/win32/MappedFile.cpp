@@ -1,11 +1,11 @@
-#include "platform/MappedFile.h"
+#include <mapped_file/MappedFile.h>
 
 #include <windows.h>
 
 #include <limits>
 #include <new>
 
-namespace still_mend {
+namespace mapped_file {
 
 namespace {
 
@@ -55,4 +55,4 @@ void MappedFile::close() {
     }
 }
 
-} // namespace still_mend
+} // namespace mapped_file

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Bytes.h"
-
+#include <cstddef>
 #include <filesystem>
+#include <span>
 
-namespace still_mend {
+namespace mapped_file {
 
 /// A regular file mapped whole for reading. The bytes are valid as long as the object exists. An empty file
 /// has no bytes.
@@ -20,11 +20,11 @@ class MappedFile {
     [[nodiscard]] bool open(const std::filesystem::path& path);
     void close();
 
-    [[nodiscard]] Bytes bytes() const { return {data_, size_}; }
+    [[nodiscard]] std::span<const unsigned char> bytes() const { return {data_, size_}; }
 
   private:
     const unsigned char* data_ = nullptr;
     std::size_t size_ = 0;
 };
 
-} // namespace still_mend
+} // namespace mapped_file

@@ -1,14 +1,14 @@
-#include "platform/MappedFile.h"
+#include <mapped_file/MappedFile.h>
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-// Takes the place of the salvager's own mapping when a program is linked. The last byte of a file is the last
+// Takes the place of the libraries' own mapping when a program is linked. The last byte of a file is the last
 // one before a page that cannot be read, so that one byte too far stops the program.
 
-namespace still_mend {
+namespace mapped_file {
 
 namespace {
 
@@ -58,4 +58,4 @@ void MappedFile::close() {
     }
 }
 
-} // namespace still_mend
+} // namespace mapped_file

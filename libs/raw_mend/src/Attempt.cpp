@@ -1,0 +1,94 @@
+#include "Attempt.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace raw_mend {
+
+namespace {
+
+std::uint32_t code_of(Way way) {
+    switch (way) {
+    case Way::kOwnTables:
+        return RAW_MEND_WAY_OWN_TABLES;
+    case Way::kCodedHeads:
+        return RAW_MEND_WAY_CODED_HEADS;
+    case Way::kRows:
+        return RAW_MEND_WAY_ROWS;
+    }
+    return RAW_MEND_WAY_NONE;
+}
+
+std::uint64_t first_offset(const FoundImage& image) {
+    const auto first =
+        std::ranges::find_if(image.pieces, [](const auto& piece) { return piece.has_value(); });
+    return first == image.pieces.end() ? 0 : (*first)->offset;
+}
+
+/// The greater is the better: proved pieces, then fewer lost ones, then certain places.
+std::tuple<std::size_t, std::ptrdiff_t, bool> quality_of(const FoundImage& image) {
+    const auto lost = static_cast<std::ptrdiff_t>(image.pieces.size() - image.count_found());
+    return {image.proved, -lost, image.doubts.empty()};
+}
+
+} // namespace
+
+Attempt::Attempt(Bytes damaged, const std::filesystem::path& sample) : result_(run(damaged, sample)) {}
+
+std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path) {
+    if (!mapping_.open(path) || mapping_.bytes().empty()) {
+        return RAW_MEND_SAMPLE_UNREADABLE;
+    }
+    sample_ = Sample::read(mapping_.bytes());
+    if (!sample_) {
+        return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
+    }
+    repaired_ = repair(damaged, *sample_);
+    if (!repaired_) {
+        return RAW_MEND_NOT_FOUND;
+    }
+    return repaired_->file ? RAW_MEND_OK : RAW_MEND_DOES_NOT_FIT;
+}
+
+bool Attempt::is_proved() const {
+    return result_ == RAW_MEND_OK && repaired_->image.proved == repaired_->image.pieces.size() &&
+           repaired_->image.doubts.empty();
+}
+
+bool Attempt::is_better_than(const Attempt& other) const {
+    if (result_ == RAW_MEND_OK && other.result_ == RAW_MEND_OK) {
+        return quality_of(repaired_->image) > quality_of(other.repaired_->image);
+    }
+    // The further a repair comes, the smaller is the number of its error.
+    return result_ == RAW_MEND_OK || (other.result_ != RAW_MEND_OK && result_ < other.result_);
+}
+
+std::uint32_t Attempt::notes() const {
+    const FoundImage& image = repaired_->image;
+    std::uint32_t notes = 0;
+    const auto note_if = [&notes](bool condition, std::uint32_t bit) { notes |= condition ? bit : 0U; };
+    note_if(image.count_found() < image.pieces.size(), RAW_MEND_PIECES_LOST);
+    note_if(!image.doubts.empty(), RAW_MEND_PLACES_GUESSED);
+    if (image.way != Way::kOwnTables) {
+        const Description& description = sample_->description;
+        notes |= RAW_MEND_SAMPLE_METADATA;
+        note_if(!description.pictures.empty(), RAW_MEND_SAMPLE_PICTURES);
+        note_if(description.raw.parameters.has_value(), RAW_MEND_SAMPLE_PARAMETERS);
+    }
+    return notes;
+}
+
+RawMendReport Attempt::report() const {
+    const FoundImage& image = repaired_->image;
+    RawMendReport report{};
+    report.way = code_of(image.way);
+    report.notes = notes();
+    report.piece_count = image.pieces.size();
+    report.found_piece_count = image.count_found();
+    report.proved_piece_count = image.proved;
+    report.image_offset = first_offset(image);
+    report.size = file().size();
+    return report;
+}
+
+} // namespace raw_mend

@@ -1,0 +1,173 @@
+#include <raw_mend/raw_mend.h>
+
+#include "Attempt.h"
+#include "Pictures.h"
+#include "container/Describe.h"
+#include "platform/OutputFile.h"
+
+#include <mapped_file/MappedFile.h>
+#include <system_path/system_path.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <new>
+#include <span>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path path_of(const char* utf8) {
+    const std::string text(utf8);
+    return system_path::reachable(fs::path(std::u8string(text.begin(), text.end())));
+}
+
+/// What a function returns; exceptions become codes.
+template <typename Function>
+std::int32_t result_of(const Function& function) noexcept {
+    try {
+        return function();
+    } catch (const std::bad_alloc&) {
+        return RAW_MEND_NO_MEMORY;
+    } catch (...) {
+        return RAW_MEND_INTERNAL;
+    }
+}
+
+std::int32_t write_file(const Splice& file, const fs::path& path) {
+    OutputFile output;
+    switch (output.create(path)) {
+    case OutputFile::Created::kYes:
+        break;
+    case OutputFile::Created::kExists:
+        return RAW_MEND_OUTPUT_EXISTS;
+    case OutputFile::Created::kUnwritable:
+        return RAW_MEND_OUTPUT_UNWRITABLE;
+    }
+    bool good = true;
+    file.write([&](Bytes bytes) { good = good && output.write(bytes); });
+    return good && output.finish() ? RAW_MEND_OK : RAW_MEND_OUTPUT_UNWRITABLE;
+}
+
+/// The best result of all samples, and the index of its sample.
+struct Best {
+    std::unique_ptr<Attempt> attempt;
+    std::uint32_t sample = 0;
+};
+
+Best try_samples(Bytes damaged, std::span<const char* const> samples) {
+    Best best;
+    for (std::uint32_t index = 0; index < samples.size(); ++index) {
+        auto attempt = std::make_unique<Attempt>(damaged, path_of(samples[index]));
+        if (!best.attempt || attempt->is_better_than(*best.attempt)) {
+            best = {std::move(attempt), index};
+        }
+        if (best.attempt->is_proved()) {
+            break;
+        }
+    }
+    return best;
+}
+
+std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* const> samples,
+                         const fs::path& output_file, RawMendReport& report) {
+    mapped_file::MappedFile damaged;
+    if (!damaged.open(damaged_file) || damaged.bytes().empty()) {
+        return RAW_MEND_DAMAGED_UNREADABLE;
+    }
+    // Asked before the search, which takes longer. That nothing is replaced does not depend on it.
+    std::error_code ignored;
+    if (fs::exists(system_path::status(output_file, ignored))) {
+        return RAW_MEND_OUTPUT_EXISTS;
+    }
+    const Best best = try_samples(damaged.bytes(), samples);
+    if (best.attempt->result() != RAW_MEND_OK) {
+        return best.attempt->result();
+    }
+    const std::int32_t result = write_file(best.attempt->file(), output_file);
+    if (result == RAW_MEND_OK) {
+        report = best.attempt->report();
+        report.sample = best.sample;
+    }
+    return result;
+}
+
+std::int32_t pictures_of_file(const fs::path& path, std::span<RawMendPicture> pictures,
+                              std::uint32_t& count) {
+    mapped_file::MappedFile file;
+    if (!file.open(path) || file.bytes().empty()) {
+        return RAW_MEND_SAMPLE_UNREADABLE;
+    }
+    const auto description = describe(file.bytes());
+    if (!description) {
+        return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
+    }
+    const auto all = list_pictures(file.bytes(), *description);
+    std::ranges::copy(std::span(all).first(std::min(all.size(), pictures.size())), pictures.begin());
+    count = static_cast<std::uint32_t>(
+        std::min<std::size_t>(all.size(), std::numeric_limits<std::uint32_t>::max()));
+    return RAW_MEND_OK;
+}
+
+} // namespace
+
+} // namespace raw_mend
+
+std::int32_t RawMendRepair(const char* damaged_file, const char* const* sample_files,
+                           std::uint32_t sample_count, const char* output_file, RawMendReport* report) {
+    RawMendReport filled{};
+    std::int32_t result = RAW_MEND_BAD_ARGUMENT;
+    if (damaged_file != nullptr && sample_files != nullptr && sample_count != 0 && output_file != nullptr) {
+        const std::span samples(sample_files, sample_count);
+        if (std::ranges::find(samples, nullptr) == samples.end()) {
+            result = raw_mend::result_of([&] {
+                return raw_mend::repair_file(raw_mend::path_of(damaged_file), samples,
+                                             raw_mend::path_of(output_file), filled);
+            });
+        }
+    }
+    if (report != nullptr) {
+        *report = filled;
+    }
+    return result;
+}
+
+std::int32_t RawMendPictures(const char* file, RawMendPicture* pictures, std::uint32_t capacity,
+                             std::uint32_t* count) {
+    if (count == nullptr) {
+        return RAW_MEND_BAD_ARGUMENT;
+    }
+    *count = 0;
+    if (file == nullptr || (pictures == nullptr && capacity != 0)) {
+        return RAW_MEND_BAD_ARGUMENT;
+    }
+    return raw_mend::result_of([&] {
+        return raw_mend::pictures_of_file(raw_mend::path_of(file), {pictures, capacity}, *count);
+    });
+}
+
+const char* RawMendDescribe(std::int32_t result) {
+    static constexpr std::array<const char*, 11> kSentences{
+        "The photograph was repaired.",
+        "A required argument is missing.",
+        "The damaged file cannot be read.",
+        "The sample cannot be read.",
+        "The sample is not a photograph whose structure is understood.",
+        "The damaged file holds no image like the sample's, or nothing shows where it is.",
+        "The image was found, but the sample's tables have no room for its offsets or lengths.",
+        "Something is at the output's path already.",
+        "The output cannot be written, or the disk is full.",
+        "Memory ran out.",
+        "An unexpected error occurred.",
+    };
+    const bool is_known = result <= RAW_MEND_OK && result >= RAW_MEND_INTERNAL;
+    return is_known ? kSentences[static_cast<std::size_t>(-result)] : "This result is not known.";
+}
