@@ -44,7 +44,7 @@ bool repairs_consistently(const Bytes& damaged, const Bytes& sample_file) {
         return false;
     }
     const auto repaired = raw_mend::repair(damaged, *sample);
-    if (!repaired) {
+    if (!repaired || !repaired->file) {
         return false;
     }
     const raw_mend::FoundImage& image = repaired->image;
@@ -57,9 +57,9 @@ bool repairs_consistently(const Bytes& damaged, const Bytes& sample_file) {
             return true;
         }
     }
-    EXPECT_LE(repaired->file.size(), damaged.size() + 2 * sample_file.size());
-    const Bytes result = written(repaired->file);
-    EXPECT_EQ(result.size(), repaired->file.size());
+    EXPECT_LE(repaired->file->size(), damaged.size() + 2 * sample_file.size());
+    const Bytes result = written(*repaired->file);
+    EXPECT_EQ(result.size(), repaired->file->size());
     expect_pieces(result, damaged, image);
     return true;
 }

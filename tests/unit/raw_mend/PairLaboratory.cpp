@@ -120,8 +120,8 @@ PairTrial run_pair_trial(const RealPair& pair, const raw_mend::Sample& sample, c
     PairTrial trial;
     trial.survival = damaged.survival;
     const auto repaired = raw_mend::repair(damaged.bytes, sample);
-    trial.repaired = repaired.has_value();
-    if (!repaired) {
+    trial.repaired = repaired && repaired->file;
+    if (!trial.repaired) {
         return trial;
     }
     trial.way = repaired->image.way;
@@ -129,7 +129,8 @@ PairTrial run_pair_trial(const RealPair& pair, const raw_mend::Sample& sample, c
     trial.pieces = repaired->image.pieces.size();
     trial.found = repaired->image.count_found();
     trial.proved = repaired->image.proved;
-    if (const auto picture = decode_raw(written(repaired->file))) {
+    trial.doubtful = !repaired->image.doubts.empty();
+    if (const auto picture = decode_raw(written(*repaired->file))) {
         trial.exact = *picture == pair.damaged->picture;
         trial.share = share_of(*picture, pair.damaged->picture);
     }

@@ -45,11 +45,12 @@ struct PairTrial {
     std::size_t pieces = 0;
     std::size_t found = 0;
     std::size_t proved = 0;
-    bool coded = false; ///< The image is made of coded pieces, whose proof is in their bytes.
-    bool exact = false; ///< LibRaw decodes the result to the original's picture.
-    double share = 0;   ///< Samples in their place that are the original's; 0 if the sizes differ.
+    bool doubtful = false; ///< There are doubts.
+    bool coded = false;    ///< The image is made of coded pieces, whose proof is in their bytes.
+    bool exact = false;    ///< LibRaw decodes the result to the original's picture.
+    double share = 0;      ///< Samples in their place that are the original's; 0 if the sizes differ.
 
-    [[nodiscard]] bool claims_all() const { return repaired && proved == pieces; }
+    [[nodiscard]] bool claims_all() const { return repaired && proved == pieces && !doubtful; }
     /// Everything is reported as proved, but the picture is another.
     [[nodiscard]] bool false_claim() const { return claims_all() && !exact; }
     /// Such a claim that is as true as it can be: the image is not whole, and uncompressed rows are proved by

@@ -22,6 +22,9 @@ struct TiffEntry {
     bool is_inline = false;   ///< Whether they are in the entry.
 };
 
+/// The bytes of all values of an entry; 0 if there is no such type.
+[[nodiscard]] std::uint64_t length_of_values(const TiffEntry& entry);
+
 /// A directory (IFD).
 struct TiffDirectory {
     Extent extent;                     ///< With the link to the next one; as stated, if it is truncated.

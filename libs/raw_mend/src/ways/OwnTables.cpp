@@ -1,6 +1,7 @@
 #include "ways/OwnTables.h"
 
 #include "container/Describe.h"
+#include "container/Likeness.h"
 
 #include <lossless_jpeg/Stream.h>
 
@@ -56,7 +57,7 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         const Bytes file = damaged.subspan(offset);
         auto own = describe(file);
         if (own && own->raw.frame == raw.frame && own->raw.pieces.size() == raw.pieces.size() &&
-            is_proved(file, own->raw, sample)) {
+            are_read_alike(file, sample.file) && is_proved(file, own->raw, sample)) {
             return OwnStructure{offset, std::move(*own)};
         }
     }

@@ -14,7 +14,7 @@ struct OwnStructure {
 };
 
 /// The first photograph like the sample in a damaged file that is whole: its own tables lead to an image of
-/// the same frame, all of whose pieces are proved.
+/// the same frame, all of whose pieces are proved, and say of it what those of the sample do.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend
