@@ -60,6 +60,10 @@ const char* name_of(raw_mend::Way way) {
         return "heads";
     case raw_mend::Way::kRows:
         return "rows";
+    case raw_mend::Way::kSamplePlaces:
+        return "places";
+    case raw_mend::Way::kTrialDecoding:
+        return "trial";
     }
     return "other";
 }

@@ -114,7 +114,7 @@ class Traits {
             trait.count = entry.count;
         }
         if (compared == Compared::kValues && entry.is_inside) {
-            const Extent values{entry.values, std::min(kMostValueBytes, length_of_values(entry))};
+            const Extent values{entry.values, std::min(kMostValueBytes, entry.length)};
             const Bytes bytes = values.of(inventory_.bytes());
             trait.values.assign(bytes.begin(), bytes.end());
         }

@@ -18,12 +18,10 @@ struct TiffEntry {
     std::uint32_t count = 0;
     std::uint64_t at = 0;     ///< Offset of the entry.
     std::uint64_t values = 0; ///< Offset of its first value, in the entry or elsewhere.
+    std::uint64_t length = 0; ///< Bytes of all values.
     bool is_inside = false;   ///< Whether all its values are within the file.
     bool is_inline = false;   ///< Whether they are in the entry.
 };
-
-/// The bytes of all values of an entry; 0 if there is no such type.
-[[nodiscard]] std::uint64_t length_of_values(const TiffEntry& entry);
 
 /// A directory (IFD).
 struct TiffDirectory {

@@ -73,7 +73,8 @@ class Search {
         while (at < bytes_.size() && bytes_[at] == 0xFF && at < at_ + 4) {
             ++at;
         }
-        return at < bytes_.size() && (lossless_jpeg::is_restart(bytes_[at]) || bytes_[at] == lossless_jpeg::kEoi);
+        return at < bytes_.size() &&
+               (lossless_jpeg::is_restart(bytes_[at]) || bytes_[at] == lossless_jpeg::kEoi);
     }
 
     void start(std::size_t at, bool has_head) {

@@ -11,9 +11,11 @@ namespace raw_mend {
 
 /// How an image was found.
 enum class Way {
-    kOwnTables,  ///< By the damaged file's own tables, which may be displaced.
-    kCodedHeads, ///< By the heads of its coded pieces.
-    kRows,       ///< By how its rows fit one another.
+    kOwnTables,     ///< By the damaged file's own tables, which may be displaced.
+    kCodedHeads,    ///< By the heads of its coded pieces.
+    kRows,          ///< By how its rows fit one another.
+    kSamplePlaces,  ///< At the places where the sample has its image.
+    kTrialDecoding, ///< By decoding from place to place until the data decoded to their end.
 };
 
 /// Where a damaged file has its raw image.
