@@ -4,13 +4,17 @@
 #include "assemble/OwnPictures.h"
 #include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
+#include "ways/CrxTracks.h"
 #include "ways/FittingRows.h"
+#include "ways/FujiStream.h"
 #include "ways/HeadlessImage.h"
 #include "ways/LossyPieces.h"
 #include "ways/OwnTables.h"
 #include "ways/SamplePlaces.h"
+#include "ways/TwinRows.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -35,32 +39,47 @@ Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
 std::optional<FoundImage> find_proved_image(Bytes damaged, const Sample& sample) {
     auto image = find_coded_pieces(damaged, sample);
     image = image ? std::move(image) : find_lossy_pieces(damaged, sample);
+    image = image ? std::move(image) : find_crx_tracks(damaged, sample);
+    image = image ? std::move(image) : find_fuji_stream(damaged, sample);
     image = image ? std::move(image) : find_headless_image(damaged, sample);
     image = image ? std::move(image) : find_cell_image(damaged, sample);
+    image = image ? std::move(image) : find_twin_rows(damaged, sample);
     return image ? std::move(image) : find_fitting_rows(damaged, sample);
 }
 
-/// The damaged file's image, from its first piece to its last.
-Extent extent_of(const FoundImage& image) {
-    Extent all{~std::uint64_t{0}, 0};
+/// The damaged file's image, from its first piece to its last; empty, at the end of the file, if all are lost.
+Extent extent_of(const FoundImage& image, Bytes damaged) {
+    std::uint64_t begin = damaged.size();
     std::uint64_t end = 0;
     for (const auto& piece : image.pieces) {
         if (piece) {
-            all.offset = std::min(all.offset, piece->offset);
+            begin = std::min(begin, piece->offset);
             end = std::max(end, piece->end());
         }
     }
-    all.length = end - all.offset;
-    return all;
+    return {begin, std::max(begin, end) - begin};
+}
+
+/// Adds those for parts that have none yet.
+void add(std::span<const Replacement> more, std::vector<Replacement>& replacements) {
+    for (const Replacement& part : more) {
+        if (std::ranges::find(replacements, part.extent, &Replacement::extent) == replacements.end()) {
+            replacements.push_back(part);
+        }
+    }
 }
 
 /// The sample's structure, with what survives of the damaged file's own.
 Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
-    const Extent extent = extent_of(image);
+    const Extent extent = extent_of(image, damaged);
     const auto metadata = find_own_metadata(damaged, sample.file, sample.description, extent);
     const auto pictures = find_own_pictures(damaged, sample.description, extent);
-    std::vector<Replacement> own = metadata.tables;
-    own.insert(own.end(), pictures.pictures.begin(), pictures.pictures.end());
+    std::vector<Replacement> own;
+    for (const Substitute& other : image.others) {
+        own.push_back({other.in_sample, other.in_damaged.of(damaged)});
+    }
+    add(pictures.pictures, own);
+    add(metadata.tables, own);
     auto file = transplant(sample.file, sample.description, damaged, image.pieces, own);
     if (file || own.empty()) {
         return {std::move(file), std::move(image), metadata.is_complete, pictures.is_complete};

@@ -2,6 +2,7 @@
 
 #include "locate/ImageContent.h"
 #include "locate/RowExtent.h"
+#include "ways/TwinRows.h"
 
 #include <algorithm>
 
@@ -83,7 +84,8 @@ class Rows {
 } // namespace
 
 std::optional<FoundImage> find_fitting_rows(Bytes damaged, const Sample& sample) {
-    return sample.rows ? Rows(damaged, sample).choose() : std::nullopt;
+    const bool is_single = sample.rows && !has_twin(sample.description);
+    return is_single ? Rows(damaged, sample).choose() : std::nullopt;
 }
 
 } // namespace raw_mend

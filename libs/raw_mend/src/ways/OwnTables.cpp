@@ -5,6 +5,8 @@
 #include "container/Describe.h"
 #include "container/Likeness.h"
 #include "locate/ImageContent.h"
+#include "ways/CrxTracks.h"
+#include "ways/FujiStream.h"
 
 #include <lossless_jpeg/Stream.h>
 
@@ -92,7 +94,8 @@ Judgement judge_content(Bytes file, const Image& image, const Sample& sample) {
     return content.can_be_like(expected) ? Judgement::kPossible : Judgement::kRefuted;
 }
 
-Judgement judge(Bytes file, const Image& image, const Sample& sample) {
+Judgement judge(Bytes file, const Description& own, const Sample& sample) {
+    const Image& image = own.raw;
     const bool inside =
         std::ranges::all_of(image.pieces, [&](const Piece& piece) { return piece.data.is_within(file); });
     if (!inside) {
@@ -101,6 +104,12 @@ Judgement judge(Bytes file, const Image& image, const Sample& sample) {
     const Coding coding = image.frame.coding;
     if (coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg) {
         return judge_streams(file, image);
+    }
+    if (coding == Coding::kCrx) {
+        return has_whole_crx_tracks(file, own, sample) ? Judgement::kProved : Judgement::kRefuted;
+    }
+    if (coding == Coding::kFujiLossless) {
+        return has_whole_fuji_stream(file, own, sample) ? Judgement::kProved : Judgement::kRefuted;
     }
     if (sample.has_cells) {
         return judge_cells(file, image);
@@ -137,7 +146,7 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         if (!own || !is_like(own->raw, sample) || !are_read_alike(file, sample.file)) {
             continue;
         }
-        const Judgement judgement = judge(file, own->raw, sample);
+        const Judgement judgement = judge(file, *own, sample);
         OwnStructure found{offset, std::move(*own), judgement == Judgement::kProved};
         if (found.is_proved) {
             return found;

@@ -12,7 +12,16 @@ namespace {
 
 /// Coded data with a head are found by it, or not at all.
 bool has_heads(Coding coding) {
-    return coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg || coding == Coding::kDeflate;
+    switch (coding) {
+    case Coding::kLosslessJpeg:
+    case Coding::kLossyJpeg:
+    case Coding::kDeflate:
+    case Coding::kCrx:
+    case Coding::kFujiLossless:
+        return true;
+    default:
+        return false;
+    }
 }
 
 class Guess {
