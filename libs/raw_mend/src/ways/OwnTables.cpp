@@ -3,6 +3,7 @@
 #include "coding/BaselineJpeg.h"
 #include "coding/Cells.h"
 #include "container/Describe.h"
+#include "container/Likeness.h"
 #include "locate/ImageContent.h"
 #include "ways/CrxTracks.h"
 #include "ways/FujiStream.h"
@@ -142,7 +143,7 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         }
         const Bytes file = damaged.subspan(offset);
         auto own = describe(file);
-        if (!own || !is_like(own->raw, sample)) {
+        if (!own || !is_like(own->raw, sample) || !are_read_alike(file, sample.file)) {
             continue;
         }
         const Judgement judgement = judge(file, *own, sample);
