@@ -27,15 +27,19 @@ class Workers {
     /// `log` receives the library's log lines and must outlive this object; null for none.
     explicit Workers(WorkerLimits limits, RunLog* log = nullptr) : limits_(std::move(limits)), log_(log) {}
 
-    /// Files of an advanced repair.
+    /// Files of a repair with a sample.
     struct RepairTask {
         std::filesystem::path damaged;
         std::filesystem::path sample;
         std::filesystem::path output;
         std::string title; ///< Of the damaged file and the sample, for the log.
     };
-    /// The advanced repair. Returns an attempt with its code or its problem. The library works in the folder.
+    /// The advanced repair. Returns an attempt with its engine, and its code or its problem. The library
+    /// works in the folder.
     [[nodiscard]] Attempt repair(const std::filesystem::path& folder, const RepairTask& task) const;
+
+    /// The same by the raw engine, which goes by content and writes no log. The output must not exist.
+    [[nodiscard]] Attempt repair_raw(const std::filesystem::path& folder, const RepairTask& task) const;
 
     /// Files of a general repair.
     struct SalvageTask {

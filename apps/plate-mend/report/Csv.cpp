@@ -77,7 +77,8 @@ void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     fields.push_back(text(reported.sample));
     fields.push_back(text(reported.why));
     fields.push_back(reported.code ? std::to_string(*reported.code) : "");
-    fields.push_back(reported.code && *reported.code != 0 ? text(explain_repair(*reported.code)) : "");
+    fields.push_back(
+        reported.code && *reported.code != 0 ? text(explain_attempt(reported.engine, *reported.code)) : "");
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
     fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");

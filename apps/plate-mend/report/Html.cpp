@@ -167,7 +167,7 @@ std::vector<std::string> findings_of(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
     } else if (!record.attempts.empty()) {
-        findings.push_back("Repair: " + describe_refusal(record.attempts.back()));
+        findings.push_back("Repair: " + describe_refusal(record));
     }
     if (record.salvage.code && *record.salvage.code != 0) {
         findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
@@ -216,7 +216,7 @@ std::string salvage_html(const SalvagedPicture& salvage) {
     if (!salvage.code) {
         return "";
     }
-    std::vector<std::string> lines = salvage_warnings(salvage.warnings);
+    std::vector<std::string> lines = explain_bits(salvage.warnings, CodeSource::kWarning);
     if (salvage.blocks != 0) {
         lines.insert(lines.begin(), std::to_string(salvage.blocks_own) + " of " +
                                         std::to_string(salvage.blocks) +
