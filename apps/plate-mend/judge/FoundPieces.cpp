@@ -67,8 +67,10 @@ PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
         doubts.findings.emplace_back("the place of parts of the image is a guess");
         doubts.place_unknown = true;
     } else if (image.pieces_proved < found && !decodes_exactly) {
-        doubts.findings.push_back("nothing proves the place of " +
-                                  describe_pieces(found - image.pieces_proved, image.pieces));
+        const std::uint64_t open = found - image.pieces_proved;
+        doubts.findings.push_back(
+            "nothing proves that " + describe_pieces(open, image.pieces) +
+            (open == 1 ? " is complete and in its place" : " are complete and in their place"));
         doubts.place_unknown = true;
     }
     return doubts;

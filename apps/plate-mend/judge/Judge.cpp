@@ -66,6 +66,11 @@ struct FileEvidence {
     Findings promise;
     PieceDoubts pieces;
 
+    /// Every part of a lossless JPEG ends where its image does.
+    [[nodiscard]] bool decodes_exactly(const RawDecoder& decoder) const {
+        return decoder.is_lossless_jpeg() && compressed_data.empty();
+    }
+
     /// Something is wrong, and nothing shows from which row on.
     [[nodiscard]] bool place_unknown() const {
         return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty() ||
@@ -80,8 +85,7 @@ FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decode
     evidence.compressed_data = check_compressed_data(decoder, file, image);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
     if (request.image) {
-        const bool exact = decoder.is_lossless_jpeg() && evidence.compressed_data.empty();
-        evidence.pieces = find_doubts(*request.image, exact);
+        evidence.pieces = find_doubts(*request.image, evidence.decodes_exactly(decoder));
         evidence.promise = compare_with_damaged(request, decoder, file);
         return evidence;
     }
@@ -102,6 +106,7 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
                    Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty();
+    view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
         return;

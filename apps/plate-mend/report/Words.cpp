@@ -93,14 +93,16 @@ std::string describe(const FoundImage& image) {
            (image.pieces_proved >= image.pieces ? "proved" : std::to_string(image.pieces_proved) + " proved");
 }
 
+std::uint64_t unreadable_bytes(const std::vector<UnreadableSpan>& unreadable) {
+    return std::accumulate(unreadable.begin(), unreadable.end(), std::uint64_t{0},
+                           [](std::uint64_t bytes, const UnreadableSpan& span) { return bytes + span.size; });
+}
+
 std::string describe_unreadable(const std::vector<UnreadableSpan>& unreadable) {
-    std::uint64_t bytes = 0;
-    for (const UnreadableSpan& span : unreadable) {
-        bytes += span.size;
-    }
     const std::size_t places = unreadable.size();
     return places == 0 ? ""
-                       : format_size(bytes) + " of it cannot be read (" + format_count(places, "place") + ')';
+                       : format_size(unreadable_bytes(unreadable)) + " of it cannot be read (" +
+                             format_count(places, "place") + ')';
 }
 
 } // namespace plate_mend::host

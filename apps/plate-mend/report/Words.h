@@ -38,6 +38,9 @@ class Counts {
 /// "image found by how its rows fit one another, 66 of 67 pieces, 60 proved".
 [[nodiscard]] std::string describe(const FoundImage& image);
 
+/// Of all spans together.
+[[nodiscard]] std::uint64_t unreadable_bytes(const std::vector<UnreadableSpan>& unreadable);
+
 /// "8.2 kB of it cannot be read (3 places)"; empty where all of the damaged file was read.
 [[nodiscard]] std::string describe_unreadable(const std::vector<UnreadableSpan>& unreadable);
 
