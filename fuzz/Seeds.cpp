@@ -48,6 +48,8 @@ void write_photographs(const fs::path& folder) {
     const auto write_pair = [&folder](const std::string& format, const std::string& name, const Bytes& sample,
                                       const Bytes& damaged) {
         write_seed(folder, format, "photographs_" + name, fuzz::join({sample, test::zeroed(damaged, 0, 64)}));
+        write_seed(folder, "raw_describe", format + "_" + name, sample);
+        write_seed(folder, "raw_repair", format + "_" + name, fuzz::join({sample, damaged}));
     };
     for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
         const std::string name = order == ByteOrder::kLittle ? "II" : "MM";
@@ -130,6 +132,38 @@ Bytes growing_brightness() {
     return test::joined(test::joined(file, frame), test::joined(table, scan));
 }
 
+/// A sample and a damaged photograph in which every way to find an image has enough to go by.
+void write_raw_pairs(const fs::path& folder) {
+    const auto write = [&folder](const std::string& name, const Bytes& sample, const Bytes& damaged) {
+        write_seed(folder, "raw_repair", name, fuzz::join({sample, damaged}));
+    };
+    for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
+        const std::string name = order == ByteOrder::kLittle ? "II" : "MM";
+        const auto rows = [order](unsigned number) {
+            return test::ArwPhoto(
+                {.order = order, .number = number, .width = 64, .height = 64, .maker_notes = 16});
+        };
+        const auto tiles = [order](unsigned number) {
+            return test::DngPhoto({.order = order,
+                                   .number = number,
+                                   .width = 32,
+                                   .height = 16,
+                                   .tile_width = 16,
+                                   .tile_height = 16,
+                                   .private_data = 16,
+                                   .sub_previews = 1});
+        };
+        const test::ArwPhoto strip = rows(2);
+        write("rows_" + name, rows(1).bytes, test::zeroed(strip.bytes, 0, strip.image_offset));
+        write("rows_displaced_" + name, rows(1).bytes, test::joined(test::noise(100, 1), strip.bytes));
+        const test::DngPhoto coded = tiles(2);
+        const std::size_t second = coded.tile_offsets[1];
+        write("tiles_" + name, tiles(1).bytes, test::zeroed(coded.bytes, 0, coded.tile_offsets[0]));
+        write("tiles_one_lost_" + name, tiles(1).bytes, test::zeroed(coded.bytes, second, second + 64));
+        write("tiles_displaced_" + name, tiles(1).bytes, test::joined(test::noise(100, 1), coded.bytes));
+    }
+}
+
 void write_pictures(const fs::path& folder) {
     const auto write = [&folder](const std::string& name, const Bytes& file) {
         write_seed(folder, "still_mend", name, fuzz::repeating(file));
@@ -172,6 +206,7 @@ int main(int argc, char** argv) {
         const fs::path folder(argv[1]);
         write_small_pairs(folder);
         write_photographs(folder);
+        write_raw_pairs(folder);
         write_pictures(folder);
         write_paths(folder);
     } catch (const std::exception& e) {

@@ -267,12 +267,12 @@ TEST_F(Machine, FileThatCannotBeRecordedKeepsItsVerdictAndTheRunStops) {
 
 #if !defined(PLATE_MEND_LEAK_DETECTION)
 TEST_F(Machine, NoMemoryLimitMakesAVerdictOnThePhotograph) {
-    const ArwPhoto good(ArwPhoto::Options{.number = 1, .width = 4000, .height = 3000});
-    const ArwPhoto photo(ArwPhoto::Options{.number = 2, .width = 4000, .height = 3000});
+    const ArwPhoto good(ArwPhoto::Options{.number = 1, .width = 2000, .height = 1500});
+    const ArwPhoto photo(ArwPhoto::Options{.number = 2, .width = 2000, .height = 1500});
     write_file(folder / "good.arw", good.bytes);
     write_file(folder / "broken.arw", zeroed(photo.bytes, 0, photo.strip_entries));
     bool short_of_memory = false;
-    for (const unsigned limit : {70U, 100U, 130U, 170U, 220U, 300U}) {
+    for (const unsigned limit : {60U, 64U, 68U, 71U, 74U, 90U}) {
         const int status = run({"repair", "--force", "--memory-limit", std::to_string(limit), "-s",
                                 in("good.arw"), "-o", in("made.arw"), in("broken.arw")});
         EXPECT_THAT(status, AnyOf(0, 3)) << limit << " MiB: " << out << err;

@@ -63,19 +63,27 @@ Color sky(double x, double y, unsigned number) {
     return mix(color, {0.85, 0.55, 0.45}, std::clamp(cloud * 3, 0.0, 0.7));
 }
 
+/// The height of a range of hills, from the top.
+double ridge_of(unsigned range, double x, unsigned number) {
+    return 0.40 + 0.07 * range +
+           0.16 * (0.5 - fractal_noise(x * (2.5 + 2 * range) + 3 * number, 0, 31 + range));
+}
+
+bool is_on_hill(unsigned range, double x, double y, unsigned number) {
+    constexpr double kMostHeight = 0.09; // Noise is from 0 to 1.
+    const double middle = 0.40 + 0.07 * range;
+    return y > middle + kMostHeight || (y > middle - kMostHeight && y > ridge_of(range, x, number));
+}
+
 Color land_and_sky(double x, double y, unsigned number) {
-    Color color = sky(x, y, number);
     const std::array<Color, 3> hills{{{0.16, 0.14, 0.24}, {0.07, 0.10, 0.12}, {0.02, 0.05, 0.03}}};
-    for (unsigned range = 0; range < hills.size(); ++range) {
-        const double top = 0.40 + 0.07 * range;
-        const double ridge =
-            top + 0.16 * (0.5 - fractal_noise(x * (2.5 + 2 * range) + 3 * number, 0, 31 + range));
-        if (y > ridge) {
-            const double grain = fractal_noise(x * 60, y * 60, 51 + range);
-            color = mix(hills[range], {0.12, 0.16, 0.06}, (grain - 0.3) * 0.4 * range);
+    for (auto range = static_cast<unsigned>(hills.size()); range-- > 0;) { // The nearest hides the others.
+        if (is_on_hill(range, x, y, number)) {
+            const double grain = range == 0 ? 0 : fractal_noise(x * 60, y * 60, 51 + range);
+            return mix(hills[range], {0.12, 0.16, 0.06}, (grain - 0.3) * 0.4 * range);
         }
     }
-    return color;
+    return sky(x, y, number);
 }
 
 } // namespace

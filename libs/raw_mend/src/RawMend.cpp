@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <span>
 #include <string>
 #include <system_error>
@@ -100,21 +101,46 @@ std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* con
     return result;
 }
 
-std::int32_t pictures_of_file(const fs::path& path, std::span<RawMendPicture> pictures,
-                              std::uint32_t& count) {
-    mapped_file::MappedFile file;
+/// Maps a photograph and describes it. RAW_MEND_OK, or why it could not.
+std::int32_t read_photograph(const fs::path& path, mapped_file::MappedFile& file,
+                             std::optional<Description>& description) {
     if (!file.open(path) || file.bytes().empty()) {
         return RAW_MEND_SAMPLE_UNREADABLE;
     }
-    const auto description = describe(file.bytes());
-    if (!description) {
-        return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
+    description = describe(file.bytes());
+    return description ? RAW_MEND_OK : RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
+}
+
+std::int32_t pictures_of_file(const fs::path& path, std::span<RawMendPicture> pictures,
+                              std::uint32_t& count) {
+    mapped_file::MappedFile file;
+    std::optional<Description> description;
+    if (const auto failure = read_photograph(path, file, description); failure != RAW_MEND_OK) {
+        return failure;
     }
     const auto all = list_pictures(file.bytes(), *description);
     std::ranges::copy(std::span(all).first(std::min(all.size(), pictures.size())), pictures.begin());
     count = static_cast<std::uint32_t>(
         std::min<std::size_t>(all.size(), std::numeric_limits<std::uint32_t>::max()));
     return RAW_MEND_OK;
+}
+
+std::int32_t replace_pictures(const fs::path& path, std::span<const RawMendPictureData> data,
+                              const fs::path& output) {
+    mapped_file::MappedFile file;
+    std::optional<Description> description;
+    if (const auto failure = read_photograph(path, file, description); failure != RAW_MEND_OK) {
+        return failure;
+    }
+    if (description->raw.pieces.empty()) {
+        return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
+    }
+    const auto replacements = replacements_of(file.bytes(), list_pictures(file.bytes(), *description), data);
+    if (!replacements) {
+        return RAW_MEND_BAD_ARGUMENT;
+    }
+    const auto copy = replace(file.bytes(), *description, *replacements);
+    return copy ? write_file(*copy, output) : RAW_MEND_DOES_NOT_FIT;
 }
 
 } // namespace
@@ -151,6 +177,17 @@ std::int32_t RawMendPictures(const char* file, RawMendPicture* pictures, std::ui
     }
     return raw_mend::result_of([&] {
         return raw_mend::pictures_of_file(raw_mend::path_of(file), {pictures, capacity}, *count);
+    });
+}
+
+std::int32_t RawMendReplacePictures(const char* file, const RawMendPictureData* pictures, std::uint32_t count,
+                                    const char* output_file) {
+    if (file == nullptr || output_file == nullptr || (pictures == nullptr && count != 0)) {
+        return RAW_MEND_BAD_ARGUMENT;
+    }
+    return raw_mend::result_of([&] {
+        return raw_mend::replace_pictures(raw_mend::path_of(file), {pictures, count},
+                                          raw_mend::path_of(output_file));
     });
 }
 

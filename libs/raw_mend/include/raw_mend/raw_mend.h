@@ -156,7 +156,8 @@ typedef struct RawMendPicture {
 } RawMendPicture;
 
 /**
- * Lists the previews and thumbnails of a photograph, largest first.
+ * Lists the previews, thumbnails and other images of a photograph, largest first, apart from its raw image.
+ * Those that are not within the file are left out.
  *
  *   file      an intact photograph, or the output of a repair.
  *   pictures  receives the first `capacity` of them. May be null if the capacity is 0.
@@ -170,8 +171,8 @@ RAW_MEND_API int32_t RawMendPictures(const char* file, RawMendPicture* pictures,
 
 /** Bytes that replace a picture. */
 typedef struct RawMendPictureData {
-    /** Coded as the picture that they replace; for RAW_MEND_PICTURE_RGB exactly as long. Null: keep the
-     * picture. */
+    /** Coded as the picture that they replace: a JPEG from its SOI on, or for RAW_MEND_PICTURE_RGB exactly as
+     * many bytes. Null: keep the picture. */
     const unsigned char* bytes;
     /** How many. */
     uint64_t length;
@@ -179,12 +180,20 @@ typedef struct RawMendPictureData {
 
 /**
  * Writes a copy of a photograph with other pictures. Every offset and length in the copy is right for them.
+ * Zeros follow a picture that is shorter than the old one, and may be part of its length.
  *
  *   file         only read.
- *   pictures     as many as RawMendPictures counts, in the same order.
+ *   pictures     as many as RawMendPictures counts, in the same order. The Exif of a JPEG is kept if
+ *                the new JPEG has none. A picture inside another one, such as the thumbnail in a JPEG's Exif,
+ *                is replaced only by one that is no longer, and not at all if it goes with the one around it.
+ *                Widths and heights in the file's tables stay: new pictures should have the old ones' sizes.
+ *   count        how many these are.
  *   output_file  created; nothing may be at this path.
  *
- * Returns one of the codes above.
+ * Returns RAW_MEND_OK, RAW_MEND_BAD_ARGUMENT (also if there are more or fewer pictures than the file has, or
+ * the data cannot replace one), RAW_MEND_SAMPLE_UNREADABLE, RAW_MEND_SAMPLE_NOT_UNDERSTOOD,
+ * RAW_MEND_DOES_NOT_FIT, RAW_MEND_OUTPUT_EXISTS, RAW_MEND_OUTPUT_UNWRITABLE, RAW_MEND_NO_MEMORY or
+ * RAW_MEND_INTERNAL.
  */
 RAW_MEND_API int32_t RawMendReplacePictures(const char* file, const RawMendPictureData* pictures,
                                             uint32_t count, const char* output_file);

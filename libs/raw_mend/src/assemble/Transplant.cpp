@@ -100,8 +100,17 @@ class Transplantation {
                 return false;
             }
             end = insertion.from.end();
+            if (insertion.piece == Insertion::kNoPiece && !is_in_table(insertion.from)) {
+                gone_.push_back(insertion.from);
+            }
         }
         return true;
+    }
+
+    [[nodiscard]] bool is_in_table(const Extent& extent) const {
+        const auto& tables = description_.tables; // Sorted, and apart.
+        const auto table = std::ranges::upper_bound(tables, extent.offset, {}, &Extent::end);
+        return table != tables.end() && table->offset < extent.end();
     }
 
     void place_parts() {
@@ -180,12 +189,12 @@ class Transplantation {
                (!piece.length_field || set(*piece.length_field, *end - *begin, false));
     }
 
-    /// Whether an extent was inside a picture that was replaced: a thumbnail, for example.
+    /// Whether an extent was inside a part that was replaced and is no table: a preview's own thumbnail, for
+    /// example. The fields that say where it was may be gone too.
     [[nodiscard]] bool is_gone(const Extent& extent) const {
-        return std::ranges::any_of(replacements_, [&](const Replacement& part) {
-            return part.bytes.size() != part.extent.length && extent != part.extent &&
-                   extent.offset >= part.extent.offset && extent.end() <= part.extent.end();
-        });
+        const auto after = std::ranges::upper_bound(gone_, extent.offset, {}, &Extent::offset);
+        return after != gone_.begin() && extent != *std::prev(after) &&
+               extent.end() <= std::prev(after)->end();
     }
 
     bool set(NumberField field, std::uint64_t number, bool is_offset) {
@@ -253,6 +262,7 @@ class Transplantation {
     std::span<const Replacement> replacements_;
     Occupied occupied_;
     std::vector<Insertion> insertions_; // By offset in the sample.
+    std::vector<Extent> gone_;          // What replacements other than tables replace; likewise.
     std::vector<Moved> moved_;          // Likewise.
     Splice result_;
 };
