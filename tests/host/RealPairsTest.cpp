@@ -1,10 +1,15 @@
 #include "host/BatchFixture.h"
 
+#include "judge/RawDecoder.h"
+#include "support/Jpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 
 #include <gmock/gmock.h>
 
+#include <raw_mend/raw_mend.h>
+
+#include <cmath>
 #include <functional>
 
 // The program on photographs from real cameras, in pairs: one is damaged, the other is its sample.
@@ -58,6 +63,28 @@ const std::vector<HeadDamage>& head_damages() {
     return kAll;
 }
 
+/// The samples of the JPEG that LibRaw takes for a photograph's preview; nothing when there is none.
+std::optional<Bytes> preview_of(const fs::path& photograph) {
+    plate_mend::host::RawDecoder decoder;
+    if (!decoder.open(photograph)) {
+        return std::nullopt;
+    }
+    const auto preview = decoder.unpack_preview();
+    return preview.jpeg ? jpeg_samples(Bytes(preview.jpeg->begin(), preview.jpeg->end())) : std::nullopt;
+}
+
+/// Mean step between samples; as large as can be for pictures of other sizes.
+double difference(const Bytes& one, const Bytes& other) {
+    if (one.size() != other.size()) {
+        return 255;
+    }
+    double sum = 0;
+    for (std::size_t index = 0; index < one.size(); ++index) {
+        sum += std::abs(static_cast<double>(one[index]) - static_cast<double>(other[index]));
+    }
+    return sum / static_cast<double>(one.size());
+}
+
 class RealPairs : public BatchFixture, public ::testing::WithParamInterface<RealPair> {
   protected:
     /// Repairs a damaged file with the sample; its record.
@@ -87,27 +114,48 @@ TEST_P(RealPairs, DamageBeforeTheImageEndsInTheOriginalsPixels) {
     }
 }
 
+TEST_P(RealPairs, PreviewsShowThePhotograph) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    if (photo == good) {
+        GTEST_SKIP() << "needs two photographs";
+    }
+    const Record record = repair(without_head(photo, GetParam().image), good);
+    const auto* taken = record.taken();
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->image->notes & RAW_MEND_SAMPLE_PICTURES, 0U);
+    write_file(folder / "photo", photo);
+    const auto result = preview_of(record.raw->path);
+    write_file(folder / "good", good);
+    const auto sample_preview = preview_of(folder / "good");
+    const auto photo_preview = preview_of(folder / "photo");
+    ASSERT_EQ(result.has_value(), photo_preview.has_value());
+    ASSERT_EQ(result.has_value(), sample_preview.has_value());
+    if (result) {
+        EXPECT_GT(taken->pictures_rendered, 0U);
+        EXPECT_LT(difference(*result, *photo_preview), difference(*result, *sample_preview));
+    }
+}
+
 TEST_P(RealPairs, DamageWithinTheImageIsNeverCalledWhole) {
     REAL_FILE_OR_SKIP(photo, GetParam().original);
     REAL_FILE_OR_SKIP(good, GetParam().sample);
     const std::size_t at = (GetParam().image + (photo.size() - GetParam().image) / 2) / 512 * 512;
     constexpr std::size_t kCluster = 32 * kKiB;
-    for (const bool with_head : {true, false}) {
-        const Bytes head = with_head ? photo : without_head(photo, GetParam().image);
-        const Bytes rest = part(head, at + kCluster, head.size());
-        const Bytes before = part(head, 0, at);
-        const std::vector<std::pair<const char*, Bytes>> broken = {
-            {"lost", joined(before, rest)},
-            {"zeroed", joined(joined(before, Bytes(kCluster)), rest)},
-            {"overwritten", joined(joined(before, noise(kCluster, 7)), rest)},
-            {"put in", joined(joined(before, noise(kCluster, 7)), part(head, at, head.size()))},
-        };
-        for (const auto& [name, bytes] : broken) {
-            const Record record = repair(bytes, good);
-            EXPECT_NE(status, 0) << name << with_head;
-            EXPECT_NE(record.verdict, Verdict::kWhole) << name << with_head;
-            EXPECT_NE(record.verdict, Verdict::kIntact) << name << with_head;
-        }
+    const Bytes before = part(photo, 0, at);
+    const Bytes beheaded = without_head(before, GetParam().image);
+    const Bytes rest = part(photo, at + kCluster, photo.size());
+    const std::vector<std::pair<const char*, Bytes>> broken = {
+        {"lost", joined(before, rest)},
+        {"zeroed", joined(joined(beheaded, Bytes(kCluster)), rest)},
+        {"overwritten", joined(joined(before, noise(kCluster, 7)), rest)},
+        {"put in", joined(joined(beheaded, noise(kCluster, 7)), part(photo, at, photo.size()))},
+    };
+    for (const auto& [name, bytes] : broken) {
+        const Record record = repair(bytes, good);
+        EXPECT_NE(status, 0) << name;
+        EXPECT_NE(record.verdict, Verdict::kWhole) << name;
+        EXPECT_NE(record.verdict, Verdict::kIntact) << name;
     }
 }
 

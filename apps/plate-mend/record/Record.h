@@ -83,6 +83,7 @@ struct Attempt {
     std::string engine; ///< What made the result: kExactEngine or kRawEngine. Empty for a sample that was
                         ///< set aside.
     std::optional<FoundImage> image = std::nullopt; ///< Of the raw engine, if its code is 0.
+    std::uint64_t pictures_rendered = 0; ///< Previews of the result that were rendered from its own image.
 };
 
 /// The general repair's part.
@@ -117,6 +118,7 @@ struct Record {
 
     /// The attempt the delivered RAW photograph came from; null when there is none.
     [[nodiscard]] const Attempt* taken() const;
+    [[nodiscard]] Attempt* taken();
 };
 
 } // namespace plate_mend::host

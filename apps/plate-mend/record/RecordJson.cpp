@@ -49,7 +49,8 @@ Json to_json(const Attempt& attempt) {
          {"judgement", has_result ? host::to_json(attempt.judgement) : Json()},
          {"taken", attempt.taken},
          {"engine", Json::text_or_null(attempt.engine)},
-         {"image", host::to_json(attempt.image)}});
+         {"image", host::to_json(attempt.image)},
+         {"pictures_rendered", attempt.pictures_rendered}});
 }
 
 Attempt attempt_from(const Json& json) {
@@ -62,6 +63,7 @@ Attempt attempt_from(const Json& json) {
     attempt.taken = json.truth("taken");
     attempt.engine = json.text("engine");
     attempt.image = found_image_from(json.member("image"));
+    attempt.pictures_rendered = integer_or_zero<std::uint64_t>(json, "pictures_rendered");
     return attempt;
 }
 

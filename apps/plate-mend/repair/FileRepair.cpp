@@ -9,6 +9,8 @@
 #include "repair/Worth.h"
 #include "text/Paths.h"
 
+#include <raw_mend/raw_mend.h>
+
 #include <algorithm>
 #include <chrono>
 #include <optional>
@@ -67,6 +69,7 @@ class FileRepair {
             return;
         }
         try_samples();
+        replace_pictures();
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
@@ -261,6 +264,29 @@ class FileRepair {
         record_.verdict = verdict_of(trial.attempt.judgement);
         fs::rename(trial.result, best_file());
         record_.picture = trial.picture.empty() ? "" : read_small_file(trial.picture);
+    }
+
+    /// Previews that are the sample's show another photograph. Where others cannot be put in their place,
+    /// they stay, and the record says whose they are.
+    void replace_pictures() {
+        Attempt* taken = record_.taken();
+        if (taken == nullptr || !taken->image || (taken->image->notes & RAW_MEND_SAMPLE_PICTURES) == 0) {
+            return;
+        }
+        const fs::path copy = folder_->path() / "with-own-pictures";
+        try {
+            const ReplacedPictures pictures =
+                tools_.workers.replace_pictures(folder_->path(), best_file(), copy);
+            if (pictures.replaced != 0) {
+                fs::rename(copy, best_file());
+                taken->pictures_rendered = pictures.replaced;
+                taken->image->notes &= pictures.replaced == pictures.pictures
+                                           ? ~std::uint32_t{RAW_MEND_SAMPLE_PICTURES}
+                                           : ~std::uint32_t{0};
+            }
+        } catch (const MachineFailure&) { // The result itself is good.
+            fs::remove(copy);
+        }
     }
 
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }

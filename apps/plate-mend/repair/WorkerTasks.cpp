@@ -8,6 +8,7 @@
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "record/RecordJson.h"
+#include "repair/OwnPictures.h"
 #include "repair/RawEngine.h"
 #include "repair/WorkerFiles.h"
 #include "text/Paths.h"
@@ -137,6 +138,11 @@ Json do_raw_repair(const Task& task) {
     return answer;
 }
 
+Json do_replace_pictures(const Task& task) {
+    const ReplacedPictures pictures = replace_pictures(task.path("photograph"), task.path("output"));
+    return Json::object({{"pictures", pictures.pictures}, {"replaced", pictures.replaced}});
+}
+
 Json do_salvage(const Task& task) {
     StillMendReport report{};
     const auto code = MndJpegGeneralRepairReport(task.path_bytes("damaged").c_str(),
@@ -232,10 +238,15 @@ struct TaskFunction {
 };
 
 constexpr std::array kTasks = {
-    TaskFunction{"repair", do_repair},         TaskFunction{"raw", do_raw_repair},
-    TaskFunction{"salvage", do_salvage},       TaskFunction{"judge", do_judge},
-    TaskFunction{"intact", do_check_intact},   TaskFunction{"fill", do_fill},
-    TaskFunction{"preview", do_check_preview}, TaskFunction{"check", do_check},
+    TaskFunction{"repair", do_repair},
+    TaskFunction{"raw", do_raw_repair},
+    TaskFunction{"pictures", do_replace_pictures},
+    TaskFunction{"salvage", do_salvage},
+    TaskFunction{"judge", do_judge},
+    TaskFunction{"intact", do_check_intact},
+    TaskFunction{"fill", do_fill},
+    TaskFunction{"preview", do_check_preview},
+    TaskFunction{"check", do_check},
     TaskFunction{"diagnose", do_diagnose},
 };
 

@@ -65,6 +65,19 @@ Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) cons
     return attempt_from(answer, kRawEngine);
 }
 
+ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::path& photograph,
+                                           const fs::path& output) const {
+    const WorkerAnswer answer = run_worker(Json::object({{"task", "pictures"},
+                                                         {"photograph", name_in_task(folder, photograph)},
+                                                         {"output", name_in_task(folder, output)}}),
+                                           folder, limits_);
+    if (answer.json.is_null()) {
+        return {};
+    }
+    return {answer.json.required_integer<std::uint64_t>("pictures"),
+            answer.json.required_integer<std::uint64_t>("replaced")};
+}
+
 SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task) const {
     const WorkerAnswer answer = run_worker(Json::object({{"task", "salvage"},
                                                          {"damaged", name_in_task(folder, task.damaged)},

@@ -212,6 +212,9 @@ std::string repair_html(const Attempt& taken) {
     std::vector<std::string> lines{describe(*taken.image)};
     const auto notes = explain_bits(taken.image->notes, CodeSource::kNote);
     lines.insert(lines.end(), notes.begin(), notes.end());
+    if (taken.pictures_rendered != 0) {
+        lines.push_back(format_count(taken.pictures_rendered, "preview") + " rendered from its own image");
+    }
     return term_html("Repair by the raw engine", list_html(lines));
 }
 

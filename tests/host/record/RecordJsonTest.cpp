@@ -43,6 +43,7 @@ void expect_same(const Attempt& left, const Attempt& right) {
     EXPECT_EQ(left.judgement.camera, right.judgement.camera);
     EXPECT_EQ(left.judgement.taken, right.judgement.taken);
     EXPECT_EQ(left.engine, right.engine);
+    EXPECT_EQ(left.pictures_rendered, right.pictures_rendered);
     ASSERT_EQ(left.image.has_value(), right.image.has_value());
     if (left.image) {
         EXPECT_EQ(left.image->way, right.image->way);

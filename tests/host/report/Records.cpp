@@ -26,6 +26,7 @@ Record full_record() {
                         .taken = "2026-05-01 12:30:00"};
     second.taken = true;
     second.engine = kRawEngine;
+    second.pictures_rendered = 3;
     second.image = {.way = RAW_MEND_WAY_ROWS,
                     .notes = RAW_MEND_SAMPLE_METADATA | RAW_MEND_PIECES_LOST,
                     .pieces = 67,
