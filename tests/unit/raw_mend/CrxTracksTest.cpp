@@ -163,6 +163,43 @@ TEST_P(CrxTracksOfCameras, ComeBackWhateverTheHeadHasSuffered) {
     }
 }
 
+TEST_P(CrxTracksOfCameras, ComeBackAtTheirFullLength) {
+    const Camera& camera = GetParam();
+    REAL_FILE_OR_SKIP(head, camera.file);
+    const Photograph original = photograph(camera, head, 1, 1);
+    const Photograph other = photograph(camera, head, 2, 1);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const std::size_t raw = original.file.tracks[original.raw].offset;
+    const Bytes damaged = zeroed(joined(noise(1000, 1), original.file.bytes), 0, raw + 1000);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired);
+    EXPECT_TRUE(image_bytes(written(repaired->file)) == original.file.track(original.raw));
+    EXPECT_EQ(repaired->image.proved, 1U);
+}
+
+/// Bytes after the coded data that the sizes of the tables count too.
+TEST_P(CrxTracksOfCameras, ComeBackThoughTheirTablesCountMoreBytes) {
+    const Camera& camera = GetParam();
+    REAL_FILE_OR_SKIP(head, camera.file);
+    const auto padded = [&](unsigned number) {
+        Photograph made = photograph(camera, head, number, 8);
+        made.contents.tracks[made.raw].resize(made.contents.tracks[made.raw].size() + 5000 + number);
+        made.file = complete_cr3(head, camera.shape, made.contents);
+        return made;
+    };
+    const Photograph original = padded(1);
+    const Photograph other = padded(2);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const Bytes damaged = zeroed(original.file.bytes, 0, original.file.tracks[original.raw].offset);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired);
+    const Bytes raw = original.file.track(original.raw);
+    EXPECT_TRUE(image_bytes(written(repaired->file)) == part(raw, 0, raw.size() - 5001));
+    EXPECT_EQ(repaired->image.proved, 0U) << "where it ends is a guess";
+}
+
 TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
     const Camera camera = cameras().front();
     REAL_FILE_OR_SKIP(head, camera.file);

@@ -1,6 +1,7 @@
 #include "Repair.h"
 #include "Written.h"
 
+#include "support/ImagePlace.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 
@@ -63,6 +64,8 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
     ASSERT_TRUE(sample);
     const auto expected = decode_raw(original);
     ASSERT_TRUE(expected);
+    const auto image = image_bytes(original);
+    ASSERT_TRUE(image);
     for (const DamageOfHead& damage : damages()) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original, GetParam().image);
@@ -72,6 +75,7 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
         EXPECT_EQ(result.size(), repaired->file.size());
         EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
         EXPECT_EQ(decode_raw(result), expected);
+        EXPECT_TRUE(image_bytes(result) == image);
     }
 }
 

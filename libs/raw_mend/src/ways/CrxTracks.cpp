@@ -111,7 +111,7 @@ class TrackSearch {
     void put_others(const FoundItems& items) {
         for (std::size_t item = 0; item < items.size(); ++item) {
             if (items[item] && !row_.items()[item].raw_piece) {
-                image_.others.push_back({row_.items()[item].data, *items[item]});
+                image_.others.push_back({row_.items()[item].piece, *items[item]});
             }
         }
     }
