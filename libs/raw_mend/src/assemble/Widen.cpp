@@ -1,7 +1,6 @@
 #include "assemble/Widen.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace raw_mend {
 
@@ -33,7 +32,7 @@ Widened widen(const Description& description, const FoundImage& image) {
     Widened wide{description, image.pieces};
     for (const Substitute& other : image.others) {
         if (auto piece = take_piece(wide.description, other.in_sample)) {
-            wide.description.raw.pieces.push_back(std::move(*piece));
+            wide.description.raw.pieces.push_back(*piece);
             wide.pieces.emplace_back(other.in_damaged);
         }
     }

@@ -88,7 +88,7 @@ void CrxPlaces::keep_longest() {
     const auto same = [](const CrxPlace& one, const CrxPlace& two) {
         return one.data.offset == two.data.offset;
     };
-    places_.erase(std::ranges::unique(places_, same).begin(), places_.end());
+    places_.erase(std::unique(places_.begin(), places_.end(), same), places_.end());
 }
 
 void CrxPlaces::collect_ends() {

@@ -144,7 +144,7 @@ std::vector<std::uint64_t> MediaRow::next_begins(std::size_t nth, const Extent& 
     for (const std::uint64_t alignment : alignments_) {
         begins.push_back(item.offset + padded(item.length, alignment));
     }
-    begins.erase(std::ranges::unique(begins).begin(), begins.end());
+    begins.erase(std::unique(begins.begin(), begins.end()), begins.end());
     return begins;
 }
 

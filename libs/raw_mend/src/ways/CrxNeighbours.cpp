@@ -96,11 +96,11 @@ class Neighbours {
         Bytes before =
             damaged_.subspan(static_cast<std::size_t>(least), static_cast<std::size_t>(next - least));
         for (unsigned tried = 0; tried < kMostStarts; ++tried) {
-            const auto start = std::ranges::find_end(before, kSoi);
-            if (start.empty()) {
+            const auto start = std::find_end(before.begin(), before.end(), kSoi.begin(), kSoi.end());
+            if (start == before.end()) {
                 break;
             }
-            const auto inside = static_cast<std::size_t>(start.begin() - before.begin());
+            const auto inside = static_cast<std::size_t>(start - before.begin());
             const std::uint64_t begin = least + inside;
             if (is_jpeg_like(item, begin)) {
                 const auto end = find_jpeg_end(damaged_.first(static_cast<std::size_t>(next)), begin);

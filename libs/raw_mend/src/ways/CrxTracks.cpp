@@ -17,12 +17,12 @@ namespace {
 class TrackSearch {
   public:
     TrackSearch(Bytes damaged, const Sample& sample, const MediaRow& row)
-        : sample_(sample.file), damaged_(damaged), row_(row),
-          places_(damaged, row), image_{
-                                     Way::kCodedHeads,
-                                     std::vector<std::optional<Extent>>(sample.description.raw.pieces.size()),
-                                     0,
-                                     {}} {}
+        : damaged_(damaged), row_(row), places_(damaged, row),
+          chooser_(sample.file, damaged, places_, row), image_{Way::kCodedHeads,
+                                                               std::vector<std::optional<Extent>>(
+                                                                   sample.description.raw.pieces.size()),
+                                                               0,
+                                                               {}} {}
 
     std::optional<FoundImage> run() {
         for (std::size_t item = 0; item < row_.items().size(); ++item) {
@@ -40,7 +40,7 @@ class TrackSearch {
 
   private:
     void add_raw(std::size_t item) {
-        CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
+        CrxChoice choice = chooser_.choose(item);
         if (choice.place == nullptr) {
             return;
         }
@@ -86,7 +86,7 @@ class TrackSearch {
         const MediaItem& like = row_.items()[item];
         std::optional<Extent> found;
         if (like.kind == MediaItem::Kind::kCrx) {
-            const CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
+            const CrxChoice choice = chooser_.choose(item);
             if (choice.place != nullptr && choice.unique && choice.place->is_within(damaged_)) {
                 found = choice.place->data;
             }
@@ -116,10 +116,10 @@ class TrackSearch {
         }
     }
 
-    Bytes sample_;
     Bytes damaged_;
     const MediaRow& row_;
     CrxPlaces places_;
+    CrxChooser chooser_;
     FoundImage image_;
 };
 
