@@ -17,7 +17,7 @@ namespace {
 
 Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
     Repaired result;
-    result.file.append(damaged.subspan(static_cast<std::size_t>(own.header)));
+    result.file.append(Extent{own.header, own.size}.of(damaged));
     for (const Piece& piece : own.description.raw.pieces) {
         result.image.pieces.emplace_back(Extent{own.header + piece.data.offset, piece.data.length});
     }

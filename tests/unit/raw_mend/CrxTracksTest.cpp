@@ -111,27 +111,37 @@ std::vector<Damage> damages() {
     };
     const auto whole = [](const CompletedCr3& file, std::size_t) { return file.bytes; };
     const auto all = head(~std::size_t{0});
-    return {{"None", whole},
-            {"Head4K", head(4096)},
-            {"Head64K", head(65536)},
-            {"Head128K", head(131072)},
-            {"HeadAll", all},
-            {"Displaced512", displaced(512, whole)},
-            {"Displaced4096", displaced(4096, whole)},
-            {"Displaced1000", displaced(1000, whole)},
-            {"Displaced1", displaced(1, whole)},
-            {"Head4KDisplaced1", displaced(1, head(4096))},
-            {"Head64KDisplaced4096", displaced(4096, head(65536))},
-            {"HeadAllDisplaced1000", displaced(1000, all)},
-            {"NoMoov",
-             [](const CompletedCr3& file, std::size_t) {
-                 return joined(part(file.bytes, 0, 24), part(file.bytes, file.moov_end, file.bytes.size()));
-             }},
-            {"MoovZeroed",
-             [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, 24, file.moov_end); }},
-            {"MdatHeaderZeroed", [](const CompletedCr3& file, std::size_t) {
-                 return zeroed(file.bytes, file.mdat, file.payload);
-             }}};
+    return {
+        {"None", whole},
+        {"Head4K", head(4096)},
+        {"Head64K", head(65536)},
+        {"Head128K", head(131072)},
+        {"HeadAll", all},
+        {"Displaced512", displaced(512, whole)},
+        {"Displaced4096", displaced(4096, whole)},
+        {"Displaced1000", displaced(1000, whole)},
+        {"Displaced1", displaced(1, whole)},
+        {"Head4KDisplaced1", displaced(1, head(4096))},
+        {"Head64KDisplaced4096", displaced(4096, head(65536))},
+        {"HeadAllDisplaced1000", displaced(1000, all)},
+        {"NoMoov",
+         [](const CompletedCr3& file, std::size_t) {
+             return joined(part(file.bytes, 0, 24), part(file.bytes, file.moov_end, file.bytes.size()));
+         }},
+        {"MoovZeroed",
+         [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, 24, file.moov_end); }},
+        {"MdatHeaderZeroed",
+         [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, file.mdat, file.payload); }},
+        {"ZerosAfter", [](const CompletedCr3& file, std::size_t) { return joined(file.bytes, Bytes(3000)); }},
+        {"NoiseAfter",
+         [](const CompletedCr3& file, std::size_t) { return joined(file.bytes, noise(3000, 5)); }},
+        {"HeadAllNoiseAfter",
+         [=](const CompletedCr3& file, std::size_t raw) { return joined(all(file, raw), noise(3000, 5)); }},
+        {"ClusterPutInBeforeMdat", [](const CompletedCr3& file, std::size_t) {
+             const std::size_t at = file.mdat / 2;
+             return joined(joined(part(file.bytes, 0, at), noise(4096, 5)),
+                           part(file.bytes, at, file.bytes.size()));
+         }}};
 }
 
 class CrxTracksOfCameras : public testing::TestWithParam<Camera> {};

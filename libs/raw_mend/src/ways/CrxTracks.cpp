@@ -123,14 +123,18 @@ class TrackSearch {
     FoundImage image_;
 };
 
-/// Whether the raw image is in an mdat, as decoders demand.
-bool is_in_mdat(const Description& description) {
-    return std::ranges::all_of(description.raw.pieces, [&](const Piece& piece) {
-        return std::ranges::any_of(description.enclosing, [&](const Piece& box) {
-            const bool is_mdat = !box.offset_field; // Not one that CTBO states.
-            return is_mdat && box.data.offset < piece.data.offset && piece.data.end() <= box.data.end();
-        });
+/// The mdat that a piece is in; null if there is none. Boxes that CTBO states have offsets of their own.
+const Piece* find_mdat(const Description& description, const Piece& piece) {
+    const auto mdat = std::ranges::find_if(description.enclosing, [&](const Piece& box) {
+        return !box.offset_field && box.data.offset < piece.data.offset && piece.data.end() <= box.data.end();
     });
+    return mdat == description.enclosing.end() ? nullptr : &*mdat;
+}
+
+/// As decoders demand.
+bool is_in_mdat(const Description& description) {
+    return std::ranges::all_of(description.raw.pieces,
+                               [&](const Piece& piece) { return find_mdat(description, piece) != nullptr; });
 }
 
 /// Whether data decode if the sample's do, or have no blank part if the sample's have none.
@@ -159,6 +163,18 @@ bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& samp
                (!one.raw_piece || is_as_sound(sample.file, one, file, two));
     };
     return intact && found && is_in_mdat(own) && std::ranges::equal(intact->items(), found->items(), alike);
+}
+
+std::optional<std::uint64_t> end_of_boxes(const Description& own, const Sample& sample) {
+    if (own.container != Description::Container::kBmff) {
+        return std::nullopt;
+    }
+    const Piece* const intact = find_mdat(sample.description, sample.description.raw.pieces.front());
+    const Piece* const found = find_mdat(own, own.raw.pieces.front());
+    if (intact == nullptr || found == nullptr || intact->data.end() > sample.file.size()) {
+        return std::nullopt;
+    }
+    return found->data.end() + (sample.file.size() - intact->data.end());
 }
 
 } // namespace raw_mend

@@ -66,7 +66,9 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         auto own = describe(file);
         if (own && own->raw.frame == raw.frame && own->raw.pieces.size() == raw.pieces.size() &&
             is_proved(file, *own, sample)) {
-            return OwnStructure{offset, std::move(*own)};
+            const auto end = end_of_boxes(*own, sample);
+            return OwnStructure{offset, std::min<std::uint64_t>(end.value_or(file.size()), file.size()),
+                                std::move(*own)};
         }
     }
     return std::nullopt;

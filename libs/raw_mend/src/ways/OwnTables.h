@@ -10,6 +10,7 @@ namespace raw_mend {
 /// A whole photograph inside a damaged file.
 struct OwnStructure {
     std::uint64_t header = 0; ///< Where it begins in the damaged file.
+    std::uint64_t size = 0;   ///< Its bytes; up to the end of the damaged file if nothing says where it ends.
     Description description;  ///< Its offsets count from there.
 };
 
