@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -24,7 +25,7 @@ namespace {
 
 Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
     Repaired result{.file = Splice(), .image = {}};
-    result.file->append(damaged.subspan(static_cast<std::size_t>(own.header)));
+    result.file->append(Extent{own.header, own.size}.of(damaged));
     for (const Extent& piece : own.pieces()) {
         result.image.pieces.emplace_back(piece);
     }
@@ -32,6 +33,10 @@ Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
         result.image.proved = result.image.pieces.size();
     } else {
         result.image.doubts.emplace_back("The image is where the file's own tables say; nothing proves it.");
+    }
+    if (own.other) {
+        result.image.doubts.emplace_back("Another whole photograph of this kind begins at offset " +
+                                         std::to_string(*own.other) + ".");
     }
     return result;
 }

@@ -1,5 +1,6 @@
 #include "coding/CrxHeads.h"
 
+#include "support/Cr3Completion.h"
 #include "support/CrxEncoder.h"
 #include "support/Scene.h"
 
@@ -74,6 +75,46 @@ TEST(CrxHeads, AreFoundInAnotherPhotograph) {
     broken[kHeader * 3] = 0;
     EXPECT_TRUE(find_crx_heads(broken, *sample).empty());
     EXPECT_TRUE(find_crx_heads({}, *sample).empty());
+}
+
+/// A tile that has bytes of its own before its planes.
+TEST(CrxHeads, TablesOfATileCount) {
+    const Bytes track = noisy_crx({.tiles = 2, .lossy = true}, 50000, 1);
+    const auto heads = read_crx_heads(track, 0);
+    ASSERT_TRUE(heads);
+    EXPECT_EQ(heads->headers.size(), 2 * (1 + 4 * 11U));
+    EXPECT_TRUE(heads->lengths_agree);
+    EXPECT_EQ(heads->headers[0].own, 1024U);
+    EXPECT_EQ(CrxKind({.tiles = 2, .lossy = true}).header_size() + heads->coded_length(), 50000U);
+    for (const std::size_t at : {15U, 17U}) {
+        Bytes changed = track;
+        changed[at] = static_cast<unsigned char>(changed[at] + 1);
+        EXPECT_FALSE(read_crx_heads(changed, 0)->lengths_agree) << at;
+    }
+}
+
+TEST(CrxHeads, AreFoundWhateverFollowsOrPrecedesThem) {
+    const Bytes bytes = track(1);
+    const auto sample = read_crx_heads(bytes, 0);
+    ASSERT_TRUE(sample);
+    const Bytes head = part(bytes, 0, 9 * kHeader);
+    // What is before and after looks like further headers.
+    const Bytes damaged = joined(joined(part(head, 0, kHeader), head), part(head, 0, 2 * kHeader));
+    const auto found = find_crx_heads(damaged, *sample);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].begin(), kHeader);
+    EXPECT_EQ(found[0].headers.size(), 9U);
+}
+
+TEST(CrxHeads, CountlessOnesAreReadInLinearTime) {
+    Bytes tiles;
+    for (unsigned nth = 0; nth < 200000; ++nth) {
+        tiles.insert(tiles.end(), {0xFF, 0x01, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0});
+    }
+    const auto sample = read_crx_heads(tiles, 0);
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(sample->headers.size(), raw_mend::kMostCrxHeaders);
+    EXPECT_EQ(find_crx_heads(tiles, *sample).size(), 200000 / raw_mend::kMostCrxHeaders);
 }
 
 TEST(CrxHeads, NoTruncatedOneIsLikeTheSample) {

@@ -111,27 +111,37 @@ std::vector<Damage> damages() {
     };
     const auto whole = [](const CompletedCr3& file, std::size_t) { return file.bytes; };
     const auto all = head(~std::size_t{0});
-    return {{"None", whole},
-            {"Head4K", head(4096)},
-            {"Head64K", head(65536)},
-            {"Head128K", head(131072)},
-            {"HeadAll", all},
-            {"Displaced512", displaced(512, whole)},
-            {"Displaced4096", displaced(4096, whole)},
-            {"Displaced1000", displaced(1000, whole)},
-            {"Displaced1", displaced(1, whole)},
-            {"Head4KDisplaced1", displaced(1, head(4096))},
-            {"Head64KDisplaced4096", displaced(4096, head(65536))},
-            {"HeadAllDisplaced1000", displaced(1000, all)},
-            {"NoMoov",
-             [](const CompletedCr3& file, std::size_t) {
-                 return joined(part(file.bytes, 0, 24), part(file.bytes, file.moov_end, file.bytes.size()));
-             }},
-            {"MoovZeroed",
-             [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, 24, file.moov_end); }},
-            {"MdatHeaderZeroed", [](const CompletedCr3& file, std::size_t) {
-                 return zeroed(file.bytes, file.mdat, file.payload);
-             }}};
+    return {
+        {"None", whole},
+        {"Head4K", head(4096)},
+        {"Head64K", head(65536)},
+        {"Head128K", head(131072)},
+        {"HeadAll", all},
+        {"Displaced512", displaced(512, whole)},
+        {"Displaced4096", displaced(4096, whole)},
+        {"Displaced1000", displaced(1000, whole)},
+        {"Displaced1", displaced(1, whole)},
+        {"Head4KDisplaced1", displaced(1, head(4096))},
+        {"Head64KDisplaced4096", displaced(4096, head(65536))},
+        {"HeadAllDisplaced1000", displaced(1000, all)},
+        {"NoMoov",
+         [](const CompletedCr3& file, std::size_t) {
+             return joined(part(file.bytes, 0, 24), part(file.bytes, file.moov_end, file.bytes.size()));
+         }},
+        {"MoovZeroed",
+         [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, 24, file.moov_end); }},
+        {"MdatHeaderZeroed",
+         [](const CompletedCr3& file, std::size_t) { return zeroed(file.bytes, file.mdat, file.payload); }},
+        {"ZerosAfter", [](const CompletedCr3& file, std::size_t) { return joined(file.bytes, Bytes(3000)); }},
+        {"NoiseAfter",
+         [](const CompletedCr3& file, std::size_t) { return joined(file.bytes, noise(3000, 5)); }},
+        {"HeadAllNoiseAfter",
+         [=](const CompletedCr3& file, std::size_t raw) { return joined(all(file, raw), noise(3000, 5)); }},
+        {"ClusterPutInBeforeMdat", [](const CompletedCr3& file, std::size_t) {
+             const std::size_t at = file.mdat / 2;
+             return joined(joined(part(file.bytes, 0, at), noise(4096, 5)),
+                           part(file.bytes, at, file.bytes.size()));
+         }}};
 }
 
 class CrxTracksOfCameras : public testing::TestWithParam<Camera> {};
@@ -163,6 +173,43 @@ TEST_P(CrxTracksOfCameras, ComeBackWhateverTheHeadHasSuffered) {
     }
 }
 
+TEST_P(CrxTracksOfCameras, ComeBackAtTheirFullLength) {
+    const Camera& camera = GetParam();
+    REAL_FILE_OR_SKIP(head, camera.file);
+    const Photograph original = photograph(camera, head, 1, 1);
+    const Photograph other = photograph(camera, head, 2, 1);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const std::size_t raw = original.file.tracks[original.raw].offset;
+    const Bytes damaged = zeroed(joined(noise(1000, 1), original.file.bytes), 0, raw + 1000);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired && repaired->file);
+    EXPECT_TRUE(image_bytes(written(*repaired->file)) == original.file.track(original.raw));
+    EXPECT_EQ(repaired->image.proved, 1U);
+}
+
+/// Bytes after the coded data that the sizes of the tables count too.
+TEST_P(CrxTracksOfCameras, ComeBackThoughTheirTablesCountMoreBytes) {
+    const Camera& camera = GetParam();
+    REAL_FILE_OR_SKIP(head, camera.file);
+    const auto padded = [&](unsigned number) {
+        Photograph made = photograph(camera, head, number, 8);
+        made.contents.tracks[made.raw].resize(made.contents.tracks[made.raw].size() + 5000 + number);
+        made.file = complete_cr3(head, camera.shape, made.contents);
+        return made;
+    };
+    const Photograph original = padded(1);
+    const Photograph other = padded(2);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const Bytes damaged = zeroed(original.file.bytes, 0, original.file.tracks[original.raw].offset);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired && repaired->file);
+    const Bytes raw = original.file.track(original.raw);
+    EXPECT_TRUE(image_bytes(written(*repaired->file)) == part(raw, 0, raw.size() - 5001));
+    EXPECT_EQ(repaired->image.proved, 0U) << "where it ends is a guess";
+}
+
 TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
     const Camera camera = cameras().front();
     REAL_FILE_OR_SKIP(head, camera.file);
@@ -192,7 +239,7 @@ TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
     for (const Case& item : cases) {
         SCOPED_TRACE(item.name);
         const auto repaired = raw_mend::repair(item.damaged, *sample);
-        ASSERT_TRUE(repaired);
+        ASSERT_TRUE(repaired && repaired->file);
         EXPECT_EQ(repaired->image.proved, item.proved);
         EXPECT_EQ(repaired->image.doubts.empty(), item.proved == 1);
         if (item.proved == 1) {

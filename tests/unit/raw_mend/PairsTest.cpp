@@ -2,6 +2,7 @@
 #include "Repair.h"
 #include "Written.h"
 
+#include "support/ImagePlace.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 
@@ -31,6 +32,8 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
     ASSERT_TRUE(sample);
     const auto expected = decode_raw(original);
     ASSERT_TRUE(expected);
+    const auto image = image_bytes(original);
+    ASSERT_TRUE(image);
     for (const Damage& damage : damages()) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original, GetParam().image, intact);
@@ -42,6 +45,7 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
             EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
         }
         EXPECT_EQ(decode_raw(result), expected);
+        EXPECT_TRUE(image_bytes(result) == image);
     }
 }
 

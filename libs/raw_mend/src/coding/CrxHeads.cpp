@@ -104,10 +104,13 @@ std::optional<CrxHeads> read_crx_heads(Bytes bytes, std::uint64_t offset, const 
 
 std::vector<CrxHeads> find_crx_heads(Bytes damaged, const CrxHeads& sample) {
     std::vector<CrxHeads> found;
-    for (auto at = damaged.begin(); (at = std::find(at, damaged.end(), 0xFF)) != damaged.end(); ++at) {
+    for (auto at = damaged.begin(); (at = std::find(at, damaged.end(), 0xFF)) != damaged.end();) {
         auto heads = read_crx_heads(damaged, static_cast<std::uint64_t>(at - damaged.begin()), sample);
         if (heads && (heads->lengths_agree || !sample.lengths_agree)) {
+            at += static_cast<std::ptrdiff_t>(heads->end() - heads->begin());
             found.push_back(std::move(*heads));
+        } else {
+            ++at;
         }
     }
     return found;

@@ -17,10 +17,7 @@ constexpr std::uint64_t kBits = 32;
 constexpr std::uint64_t kPlanes = 33;
 constexpr std::uint64_t kLevels = 34;
 constexpr std::uint64_t kMostAlignment = 4096;
-
-std::uint64_t padded(std::uint64_t length, std::uint64_t alignment) {
-    return (length + alignment - 1) / alignment * alignment;
-}
+constexpr std::uint64_t kMostRest = 65536;
 
 CrxFrame read_frame(const byte_reader::ByteReader& reader, std::uint64_t cmp1) {
     return {.width = reader.u32(cmp1 + kWidth).value_or(0),
@@ -35,15 +32,18 @@ CrxFrame read_frame(const byte_reader::ByteReader& reader, std::uint64_t cmp1) {
 } // namespace
 
 std::uint64_t CrxLayout::length(const CrxHeads& other) const {
-    return padded(header_size + other.coded_length(), alignment);
+    return pad(header_size + other.coded_length());
+}
+
+std::uint64_t CrxLayout::pad(std::uint64_t length) const {
+    return (length + alignment - 1) / alignment * alignment;
 }
 
 bool CrxLayout::has_headers_like(const CrxLayout& other) const {
     const auto same = [](const CrxHeader& one, const CrxHeader& two) {
         return one.code == two.code && one.size == two.size;
     };
-    return header_size == other.header_size && alignment == other.alignment &&
-           std::ranges::equal(heads.headers, other.heads.headers, same);
+    return header_size == other.header_size && std::ranges::equal(heads.headers, other.heads.headers, same);
 }
 
 std::optional<CrxLayout> read_crx_layout(Bytes file, const Extent& data, const Extent& cmp1) {
@@ -57,11 +57,18 @@ std::optional<CrxLayout> read_crx_layout(Bytes file, const Extent& data, const E
     if (!heads || !heads->lengths_agree) {
         return std::nullopt;
     }
-    CrxLayout layout{std::move(*heads), *header_size, read_frame(reader, cmp1.offset), 1};
+    CrxLayout layout{std::move(*heads), *header_size, read_frame(reader, cmp1.offset), 1, 0};
     while (layout.length(layout.heads) < data.length && layout.alignment < kMostAlignment) {
         layout.alignment *= 2;
     }
-    return layout.length(layout.heads) == data.length ? std::optional(std::move(layout)) : std::nullopt;
+    if (layout.length(layout.heads) == data.length) {
+        return layout;
+    }
+    layout.alignment = 1;
+    const std::uint64_t length = layout.length(layout.heads);
+    layout.rest = data.length - std::min(length, data.length);
+    return length <= data.length && layout.rest <= kMostRest ? std::optional(std::move(layout))
+                                                             : std::nullopt;
 }
 
 } // namespace raw_mend

@@ -27,19 +27,23 @@ struct CrxLayout {
     std::uint64_t header_size = 0; ///< Bytes of the headers and the zeros after them.
     CrxFrame frame;
     std::uint64_t alignment = 1; ///< Power of two that the length is padded to; 1 for no padding.
+    std::uint64_t rest = 0;      ///< Bytes after that in the intact photograph, which nothing explains.
 
-    /// The length of a sample with other headers of this kind.
+    /// The length of a sample with other headers of this kind, without a rest.
     [[nodiscard]] std::uint64_t length(const CrxHeads& other) const;
-    /// Whether there are as many headers, of the same codes and sizes, and with the same padding.
+    /// A length with its padding.
+    [[nodiscard]] std::uint64_t pad(std::uint64_t length) const;
+    /// Whether there are as many headers, of the same codes and sizes, with as many zeros after them.
     [[nodiscard]] bool has_headers_like(const CrxLayout& other) const;
-    /// The same, and the geometry is the same: only lengths may differ.
+    /// The same, and geometry and padding are the same: only lengths may differ.
     [[nodiscard]] bool is_like(const CrxLayout& other) const {
-        return frame == other.frame && has_headers_like(other);
+        return has_headers_like(other) && frame == other.frame && alignment == other.alignment &&
+               (rest == 0) == (other.rest == 0);
     }
 };
 
 /// Reads the layout of an intact sample of a track. CMP1 is the box with its parameters. Nothing if the data
-/// are not headers whose lengths agree, and add up to the data's length.
+/// are not headers whose lengths agree, and add up to the data's length or a little less.
 [[nodiscard]] std::optional<CrxLayout> read_crx_layout(Bytes file, const Extent& data, const Extent& cmp1);
 
 } // namespace raw_mend

@@ -70,7 +70,8 @@ void CrxPlaces::add_places(std::size_t structure) {
     const CrxLayout& layout = row_.items()[structure].layout;
     for (const CrxHeads& heads : find_crx_heads(damaged_, layout.heads)) {
         if (are_zeros(damaged_, heads.end(), heads.begin() + layout.header_size)) {
-            places_.push_back({{heads.begin(), layout.length(heads)}, structure, 0, false, false});
+            const std::uint64_t end = heads.begin() + layout.header_size + heads.coded_length();
+            places_.push_back({{heads.begin(), layout.length(heads)}, end, structure, 0, false, false});
         }
     }
 }
@@ -87,7 +88,7 @@ void CrxPlaces::keep_longest() {
     const auto same = [](const CrxPlace& one, const CrxPlace& two) {
         return one.data.offset == two.data.offset;
     };
-    places_.erase(std::ranges::unique(places_, same).begin(), places_.end());
+    places_.erase(std::unique(places_.begin(), places_.end(), same), places_.end());
 }
 
 void CrxPlaces::collect_ends() {
@@ -105,7 +106,7 @@ void CrxPlaces::collect_nexts() {
     for (const CrxPlace& place : places_) {
         for (std::size_t item = 0; item < structures_.size(); ++item) {
             if (structures_[item] == place.structure) {
-                for (const std::uint64_t next : row_.next_begins(item, place.data)) {
+                for (const std::uint64_t next : row_.next_begins(item, data_as(item, place))) {
                     nexts_.emplace_back(item + 1, next);
                 }
             }
@@ -120,6 +121,11 @@ const CrxPlace* CrxPlaces::find(std::size_t item, std::uint64_t offset) const {
     const bool is_there =
         place != places_.end() && place->data.offset == offset && place->structure == structures_[item];
     return is_there ? &*place : nullptr;
+}
+
+Extent CrxPlaces::data_as(std::size_t item, const CrxPlace& place) const {
+    const std::uint64_t begin = place.data.offset;
+    return {begin, row_.items()[item].layout.pad(place.coded_end - begin)};
 }
 
 bool CrxPlaces::ends_file(const Extent& data) const {
@@ -169,10 +175,11 @@ bool CrxPlaces::assign_in_order() {
             continue;
         }
         if (place == places_.end() || place->structure != structures_[item] ||
-            !is_met_after(item, place->data)) {
+            !is_met_after(item, data_as(item, *place))) {
             return false;
         }
         place->item = item;
+        place->data = data_as(item, *place);
         place->met_after = true;
         place->met_before = is_met_before(item, place->data);
         ++place;
@@ -182,6 +189,7 @@ bool CrxPlaces::assign_in_order() {
 
 void CrxPlaces::assign(CrxPlace& place) const {
     double best = -1;
+    Extent chosen = place.data;
     for (std::size_t item = place.structure; item < structures_.size(); ++item) {
         if (structures_[item] != place.structure) {
             continue;
@@ -197,6 +205,7 @@ void CrxPlaces::assign(CrxPlace& place) const {
             place.met_before = before;
         }
     }
+    place.data = chosen;
 }
 
 } // namespace raw_mend

@@ -11,7 +11,9 @@ namespace raw_mend {
 
 /// Where a damaged file has the data of a raw track: headers whose lengths agree.
 struct CrxPlace {
-    Extent data; ///< By its headers; may extend past the end of the file.
+    /// By its headers, and padded as the item is; may extend past the end of the file.
+    Extent data;
+    std::uint64_t coded_end = 0; ///< Where its coded bytes end.
     /// The first item of the sample's row with such headers.
     std::size_t structure = 0;
     std::size_t item = 0; ///< The item of the sample's row that it most likely is.
@@ -36,6 +38,8 @@ class CrxPlaces {
 
     /// The place at an offset that can be an item; null if there is none.
     [[nodiscard]] const CrxPlace* find(std::size_t item, std::uint64_t offset) const;
+    /// A place's data if it is an item.
+    [[nodiscard]] Extent data_as(std::size_t item, const CrxPlace& place) const;
     /// Whether an item that is no raw track, or can be one, begins at an offset.
     [[nodiscard]] bool begins(std::size_t item, std::uint64_t offset) const;
 

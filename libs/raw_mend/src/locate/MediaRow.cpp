@@ -1,5 +1,7 @@
 #include "locate/MediaRow.h"
 
+#include "coding/JpegEnd.h"
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -16,14 +18,18 @@ std::uint64_t padded(std::uint64_t length, std::uint64_t alignment) {
 }
 
 MediaItem item_of(Bytes file, const Image& image, const Piece& piece) {
-    MediaItem item{.data = piece.data};
+    MediaItem item{.piece = piece.data, .data = piece.data};
     if (image.frame.coding == Coding::kCrx && image.parameters) {
         if (auto layout = read_crx_layout(file, piece.data, *image.parameters)) {
             item.kind = MediaItem::Kind::kCrx;
             item.layout = std::move(*layout);
+            item.data.length = item.layout.length(item.layout.heads);
         }
     } else if ((item.jpeg = read_jpeg_head(file, piece.data))) {
         item.kind = MediaItem::Kind::kJpeg;
+        const auto end =
+            find_jpeg_end(file.first(static_cast<std::size_t>(piece.data.end())), piece.data.offset);
+        item.data.length = end ? *end - piece.data.offset : piece.data.length;
     }
     return item;
 }
@@ -40,7 +46,7 @@ std::vector<MediaItem> other_items(Bytes file, const Description& description) {
     }
     for (const Piece& piece : description.metadata) {
         if (piece.data.is_within(file) && piece.data.length != 0) {
-            MediaItem item{.data = piece.data};
+            MediaItem item{.piece = piece.data, .data = piece.data};
             if (auto records = read_metadata_records(file, piece.data)) {
                 item.kind = MediaItem::Kind::kRecords;
                 item.records = std::move(*records);
@@ -80,7 +86,11 @@ std::optional<MediaRow> MediaRow::read(Bytes file, const Description& descriptio
     }
     MediaRow row;
     for (std::size_t nth = 0; nth < description.raw.pieces.size(); ++nth) {
-        row.items_.push_back(item_of(file, description.raw, description.raw.pieces[nth]));
+        const Piece& piece = description.raw.pieces[nth];
+        if (!piece.data.is_within(file)) {
+            return std::nullopt;
+        }
+        row.items_.push_back(item_of(file, description.raw, piece));
         row.items_.back().raw_piece = nth;
         if (row.items_.back().kind != MediaItem::Kind::kCrx) {
             return std::nullopt;
@@ -134,7 +144,7 @@ std::vector<std::uint64_t> MediaRow::next_begins(std::size_t nth, const Extent& 
     for (const std::uint64_t alignment : alignments_) {
         begins.push_back(item.offset + padded(item.length, alignment));
     }
-    begins.erase(std::ranges::unique(begins).begin(), begins.end());
+    begins.erase(std::unique(begins.begin(), begins.end()), begins.end());
     return begins;
 }
 

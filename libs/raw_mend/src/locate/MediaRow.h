@@ -16,7 +16,8 @@ struct MediaItem {
     enum class Kind { kCrx, kJpeg, kRecords, kOther };
 
     Kind kind = Kind::kOther;
-    Extent data;
+    Extent piece;                           ///< As the tables state it.
+    Extent data;                            ///< Without what is after its coded bytes.
     std::optional<std::size_t> raw_piece{}; ///< Its number among the pieces of the raw image, if it is one.
     CrxLayout layout{};                     ///< Of kCrx.
     std::optional<JpegHead> jpeg{};         ///< Of kJpeg.

@@ -15,25 +15,6 @@ constexpr std::uint64_t kLeastNear = 65536;
 constexpr std::uint64_t kPartNear = 8;
 constexpr unsigned kMostDecoded = 8;
 
-/// What can be said for a place.
-struct Evidence {
-    const CrxPlace* place = nullptr;
-    bool in_file = false;
-    bool ends = false;
-    bool is_broken = false; ///< Its data do not decode, or parts of them are clearly lost.
-    bool in_table = false;  ///< A surviving table states its length,
-    bool at_table = false;  ///< and its offset.
-    bool is_near = false;
-    bool at_end = false;
-
-    [[nodiscard]] auto rank() const { return std::tuple(in_file, ends, at_table, in_table, is_near, at_end); }
-    /// Whether all that can be said for another can be said for this, and more.
-    [[nodiscard]] bool outdoes(const Evidence& other) const {
-        return in_table >= other.in_table && at_table >= other.at_table && is_near >= other.is_near &&
-               at_end >= other.at_end && rank() != other.rank();
-    }
-};
-
 std::uint64_t distance(std::uint64_t one, std::uint64_t two) {
     const auto [less, more] = std::minmax(one, two);
     return more - less;
@@ -79,40 +60,62 @@ class DataCheck {
     unsigned count_ = 0;
 };
 
-std::vector<Evidence> collect_evidence(Bytes sample, Bytes damaged, const CrxPlaces& places,
-                                       const MediaRow& row, std::size_t item) {
-    const auto tables = find_track_tables(damaged);
-    const std::uint64_t usual = row.items()[item].data.offset;
-    const std::uint64_t after =
-        row.items().back().data.end() + row.after_in_file() - row.items()[item].data.end();
-    DataCheck check(sample, damaged, places, row.items()[item]);
+} // namespace
+
+/// What can be said for a place.
+struct CrxChooser::Evidence {
+    const CrxPlace* place = nullptr;
+    bool in_file = false;
+    bool ends = false;
+    bool is_broken = false; ///< Its data do not decode, or parts of them are clearly lost.
+    bool in_table = false;  ///< A surviving table states its length,
+    bool at_table = false;  ///< and its offset.
+    bool is_near = false;
+    bool at_end = false;
+
+    [[nodiscard]] auto rank() const { return std::tuple(in_file, ends, at_table, in_table, is_near, at_end); }
+    /// Whether all that can be said for another can be said for this, and more.
+    [[nodiscard]] bool outdoes(const Evidence& other) const {
+        return in_table >= other.in_table && at_table >= other.at_table && is_near >= other.is_near &&
+               at_end >= other.at_end && rank() != other.rank();
+    }
+};
+
+CrxChooser::CrxChooser(Bytes sample, Bytes damaged, const CrxPlaces& places, const MediaRow& row)
+    : sample_(sample), damaged_(damaged), places_(places), row_(row) {
+    for (const TrackTable& table : find_track_tables(damaged)) {
+        tables_.emplace_back(table.length, table.offset);
+    }
+    std::ranges::sort(tables_);
+}
+
+std::vector<CrxChooser::Evidence> CrxChooser::collect(std::size_t item) const {
+    const MediaItem& like = row_.items()[item];
+    const std::uint64_t after = row_.items().back().data.end() + row_.after_in_file() - like.data.end();
+    DataCheck check(sample_, damaged_, places_, like);
     std::vector<Evidence> all;
-    for (const CrxPlace& place : places.all()) {
+    for (const CrxPlace& place : places_.all()) {
         if (place.item != item) {
             continue;
         }
-        Evidence evidence{.place = &place, .in_file = place.is_within(damaged)};
-        for (const TrackTable& table : tables) {
-            const bool same = table.length == place.data.length;
-            evidence.in_table = evidence.in_table || same;
-            evidence.at_table = evidence.at_table || (same && table.offset == place.data.offset);
-        }
+        Evidence evidence{.place = &place, .in_file = place.is_within(damaged_)};
+        const auto table = std::ranges::lower_bound(tables_, std::pair(place.data.length, std::uint64_t{0}));
+        evidence.in_table = table != tables_.end() && table->first == place.data.length;
+        evidence.at_table =
+            std::ranges::binary_search(tables_, std::pair(place.data.length, place.data.offset));
         evidence.is_broken = evidence.in_file && check.is_broken(place);
         evidence.ends = evidence.in_file && !evidence.is_broken &&
                         (check.decodes() || place.met_after || evidence.in_table);
-        evidence.is_near = is_near(place.data.offset, usual);
+        evidence.is_near = is_near(place.data.offset, like.data.offset);
         evidence.at_end =
-            evidence.in_file && distance(damaged.size() - place.data.end(), after) <= row.slack();
+            evidence.in_file && distance(damaged_.size() - place.data.end(), after) <= row_.slack();
         all.push_back(evidence);
     }
     return all;
 }
 
-} // namespace
-
-CrxChoice choose_crx_place(Bytes sample, Bytes damaged, const CrxPlaces& places, const MediaRow& row,
-                           std::size_t item) {
-    const auto all = collect_evidence(sample, damaged, places, row, item);
+CrxChoice CrxChooser::choose(std::size_t item) const {
+    const auto all = collect(item);
     const auto best = std::ranges::max_element(all, {}, &Evidence::rank);
     if (best == all.end()) {
         return {};

@@ -53,8 +53,9 @@ class Neighbours {
         std::optional<std::uint64_t> end;
         if (like.kind == Kind::kCrx) {
             const CrxPlace* const place = places_.find(item, begin);
-            end = place != nullptr && place->is_within(damaged_) ? std::optional(place->data.end())
-                                                                 : std::nullopt;
+            if (place != nullptr && places_.data_as(item, *place).is_within(damaged_)) {
+                end = places_.data_as(item, *place).end();
+            }
         } else if (like.kind == Kind::kRecords) {
             end = find_records_end(damaged_, begin, like.records);
         } else if (like.kind == Kind::kJpeg) {
@@ -79,8 +80,9 @@ class Neighbours {
 
     std::optional<Extent> find_crx_before(std::size_t item, std::uint64_t next) const {
         for (const CrxPlace& place : places_.all()) {
-            if (places_.find(item, place.data.offset) == &place && row_.are_next(item, place.data, next)) {
-                return place.data;
+            const Extent data = places_.data_as(item, place);
+            if (places_.find(item, data.offset) == &place && row_.are_next(item, data, next)) {
+                return data;
             }
         }
         return std::nullopt;
@@ -94,11 +96,11 @@ class Neighbours {
         Bytes before =
             damaged_.subspan(static_cast<std::size_t>(least), static_cast<std::size_t>(next - least));
         for (unsigned tried = 0; tried < kMostStarts; ++tried) {
-            const auto start = std::ranges::find_end(before, kSoi);
-            if (start.empty()) {
+            const auto start = std::find_end(before.begin(), before.end(), kSoi.begin(), kSoi.end());
+            if (start == before.end()) {
                 break;
             }
-            const auto inside = static_cast<std::size_t>(start.begin() - before.begin());
+            const auto inside = static_cast<std::size_t>(start - before.begin());
             const std::uint64_t begin = least + inside;
             if (is_jpeg_like(item, begin)) {
                 const auto end = find_jpeg_end(damaged_.first(static_cast<std::size_t>(next)), begin);

@@ -17,12 +17,12 @@ namespace {
 class TrackSearch {
   public:
     TrackSearch(Bytes damaged, const Sample& sample, const MediaRow& row)
-        : sample_(sample.file), damaged_(damaged), row_(row),
-          places_(damaged, row), image_{
-                                     Way::kCodedHeads,
-                                     std::vector<std::optional<Extent>>(sample.description.raw.pieces.size()),
-                                     0,
-                                     {}} {}
+        : damaged_(damaged), row_(row), places_(damaged, row),
+          chooser_(sample.file, damaged, places_, row), image_{Way::kCodedHeads,
+                                                               std::vector<std::optional<Extent>>(
+                                                                   sample.description.raw.pieces.size()),
+                                                               0,
+                                                               {}} {}
 
     std::optional<FoundImage> run() {
         for (std::size_t item = 0; item < row_.items().size(); ++item) {
@@ -40,7 +40,7 @@ class TrackSearch {
 
   private:
     void add_raw(std::size_t item) {
-        CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
+        CrxChoice choice = chooser_.choose(item);
         if (choice.place == nullptr) {
             return;
         }
@@ -86,7 +86,7 @@ class TrackSearch {
         const MediaItem& like = row_.items()[item];
         std::optional<Extent> found;
         if (like.kind == MediaItem::Kind::kCrx) {
-            const CrxChoice choice = choose_crx_place(sample_, damaged_, places_, row_, item);
+            const CrxChoice choice = chooser_.choose(item);
             if (choice.place != nullptr && choice.unique && choice.place->is_within(damaged_)) {
                 found = choice.place->data;
             }
@@ -111,26 +111,30 @@ class TrackSearch {
     void put_others(const FoundItems& items) {
         for (std::size_t item = 0; item < items.size(); ++item) {
             if (items[item] && !row_.items()[item].raw_piece) {
-                image_.others.push_back({row_.items()[item].data, *items[item]});
+                image_.others.push_back({row_.items()[item].piece, *items[item]});
             }
         }
     }
 
-    Bytes sample_;
     Bytes damaged_;
     const MediaRow& row_;
     CrxPlaces places_;
+    CrxChooser chooser_;
     FoundImage image_;
 };
 
-/// Whether the raw image is in an mdat, as decoders demand.
-bool is_in_mdat(const Description& description) {
-    return std::ranges::all_of(description.raw.pieces, [&](const Piece& piece) {
-        return std::ranges::any_of(description.enclosing, [&](const Piece& box) {
-            const bool is_mdat = !box.offset_field; // Not one that CTBO states.
-            return is_mdat && box.data.offset < piece.data.offset && piece.data.end() <= box.data.end();
-        });
+/// The mdat that a piece is in; null if there is none. Boxes that CTBO states have offsets of their own.
+const Piece* find_mdat(const Description& description, const Piece& piece) {
+    const auto mdat = std::ranges::find_if(description.enclosing, [&](const Piece& box) {
+        return !box.offset_field && box.data.offset < piece.data.offset && piece.data.end() <= box.data.end();
     });
+    return mdat == description.enclosing.end() ? nullptr : &*mdat;
+}
+
+/// As decoders demand.
+bool is_in_mdat(const Description& description) {
+    return std::ranges::all_of(description.raw.pieces,
+                               [&](const Piece& piece) { return find_mdat(description, piece) != nullptr; });
 }
 
 /// Whether data decode if the sample's do, or have no blank part if the sample's have none.
@@ -159,6 +163,18 @@ bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& samp
                (!one.raw_piece || is_as_sound(sample.file, one, file, two));
     };
     return intact && found && is_in_mdat(own) && std::ranges::equal(intact->items(), found->items(), alike);
+}
+
+std::optional<std::uint64_t> end_of_boxes(const Description& own, const Sample& sample) {
+    if (own.container != Description::Container::kBmff) {
+        return std::nullopt;
+    }
+    const Piece* const intact = find_mdat(sample.description, sample.description.raw.pieces.front());
+    const Piece* const found = find_mdat(own, own.raw.pieces.front());
+    if (intact == nullptr || found == nullptr || intact->data.end() > sample.file.size()) {
+        return std::nullopt;
+    }
+    return found->data.end() + (sample.file.size() - intact->data.end());
 }
 
 } // namespace raw_mend

@@ -17,4 +17,8 @@ namespace raw_mend {
 /// these state, and to metadata whose records do.
 [[nodiscard]] bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& sample);
 
+/// Where a CR3 ends that has as many bytes after its mdat as the sample: decoders take what follows for
+/// boxes. Nothing for other files.
+[[nodiscard]] std::optional<std::uint64_t> end_of_boxes(const Description& own, const Sample& sample);
+
 } // namespace raw_mend

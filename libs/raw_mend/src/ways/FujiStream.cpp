@@ -9,6 +9,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace raw_mend {
 
@@ -60,13 +61,23 @@ Stream read_stream(Bytes damaged, const FujiHead& head, const FujiSample& sample
     stream.in_file = stream.data.is_within(damaged);
     stream.data.length = std::min<std::uint64_t>(stream.data.length, damaged.size() - head.offset);
     stream.at_end = stream.in_file && stream.data.end() + sample.after == damaged.size();
-    stream.is_broken = !sample.has_blank_part && has_blank_part(stream.data.of(damaged));
     const bool meets_next =
         stream.in_file && reader.has(stream.data.end() + sample.after, "FUJIFILMCCD-RAW ");
-    stream.ends = (stream.at_end || meets_next) && !stream.is_broken;
+    stream.ends = stream.at_end || meets_next;
     const auto [less, more] = std::minmax(head.offset, sample.head.offset);
     stream.is_near = more - less <= std::max(kLeastNear, sample.head.offset / kPartNear);
     return stream;
+}
+
+/// Streams with a blank part; and those among whose data another one begins: they are remains, and their end
+/// is lost. Streams are by offset.
+void mark_broken(Bytes damaged, const FujiSample& sample, std::vector<Stream>& streams) {
+    for (auto stream = streams.begin(); stream != streams.end(); ++stream) {
+        const bool overlapped = stream + 1 != streams.end() && stream->data.end() > (stream + 1)->data.offset;
+        const bool blank = !overlapped && !sample.has_blank_part && has_blank_part(stream->data.of(damaged));
+        stream->is_broken = overlapped || blank;
+        stream->ends = stream->ends && !stream->is_broken;
+    }
 }
 
 } // namespace
@@ -80,13 +91,7 @@ std::optional<FoundImage> find_fuji_stream(Bytes damaged, const Sample& sample) 
     for (const FujiHead& head : find_fuji_heads(damaged, intact->head)) {
         streams.push_back(read_stream(damaged, head, *intact));
     }
-    // Where another one begins among the data of a stream, they are remains, and their end is lost.
-    for (std::size_t nth = 0; nth + 1 < streams.size(); ++nth) {
-        if (streams[nth].data.end() > streams[nth + 1].data.offset) {
-            streams[nth].is_broken = true;
-            streams[nth].ends = false;
-        }
-    }
+    mark_broken(damaged, *intact, streams);
     const auto best = std::ranges::max_element(streams, {}, &Stream::rank);
     if (best == streams.end()) {
         return std::nullopt;

@@ -11,6 +11,7 @@
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace raw_mend {
@@ -24,7 +25,7 @@ constexpr unsigned kMostHeaders = 32; // Previews begin with headers of their ow
 std::size_t find_header(Bytes damaged, const Sample& sample, std::size_t from) {
     const Bytes signature = sample.file.first(std::min<std::size_t>(sample.file.size(), kSignature));
     const auto found = std::search(damaged.begin() + static_cast<std::ptrdiff_t>(from), damaged.end(),
-                                   signature.begin(), signature.end());
+                                   std::boyer_moore_horspool_searcher(signature.begin(), signature.end()));
     return static_cast<std::size_t>(found - damaged.begin());
 }
 
@@ -123,6 +124,34 @@ bool is_like(const Image& image, const Sample& sample) {
     return image.frame == raw.frame && image.pieces.size() == raw.pieces.size();
 }
 
+/// The photograph that begins at an offset, unless something speaks against it.
+std::optional<OwnStructure> read_own_structure(Bytes damaged, std::size_t offset, const Sample& sample) {
+    const Bytes file = damaged.subspan(offset);
+    auto own = describe(file);
+    if (!own || !is_like(own->raw, sample) || !are_read_alike(file, sample.file)) {
+        return std::nullopt;
+    }
+    const Judgement judgement = judge(file, *own, sample);
+    if (judgement == Judgement::kRefuted) {
+        return std::nullopt;
+    }
+    const auto end = end_of_boxes(*own, sample);
+    const std::uint64_t size = std::min<std::uint64_t>(end.value_or(file.size()), file.size());
+    return OwnStructure{offset, size, std::move(*own), judgement == Judgement::kProved, std::nullopt};
+}
+
+bool ends_as_sample(const OwnStructure& own, Bytes damaged, const Sample& sample) {
+    return own.pieces().back().end() + sample.bytes_after() == damaged.size();
+}
+
+OwnStructure choose(OwnStructure first, OwnStructure second, Bytes damaged, const Sample& sample) {
+    const bool takes_second =
+        ends_as_sample(second, damaged, sample) && !ends_as_sample(first, damaged, sample);
+    OwnStructure& chosen = takes_second ? second : first;
+    chosen.other = takes_second ? first.header : second.header;
+    return std::move(chosen);
+}
+
 } // namespace
 
 std::vector<Extent> OwnStructure::pieces() const {
@@ -134,6 +163,7 @@ std::vector<Extent> OwnStructure::pieces() const {
 }
 
 std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample) {
+    std::optional<OwnStructure> proved;
     std::optional<OwnStructure> possible;
     std::size_t offset = 0;
     for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
@@ -141,21 +171,16 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         if (offset == damaged.size()) {
             break;
         }
-        const Bytes file = damaged.subspan(offset);
-        auto own = describe(file);
-        if (!own || !is_like(own->raw, sample) || !are_read_alike(file, sample.file)) {
-            continue;
-        }
-        const Judgement judgement = judge(file, *own, sample);
-        OwnStructure found{offset, std::move(*own), judgement == Judgement::kProved};
-        if (found.is_proved) {
-            return found;
-        }
-        if (judgement == Judgement::kPossible && !possible) {
+        auto found = read_own_structure(damaged, offset, sample);
+        if (found && !found->is_proved && !possible) {
             possible = std::move(found);
+        } else if (found && found->is_proved && proved) {
+            return choose(std::move(*proved), std::move(*found), damaged, sample);
+        } else if (found && found->is_proved) {
+            proved = std::move(found);
         }
     }
-    return possible;
+    return proved ? std::move(proved) : std::move(possible);
 }
 
 } // namespace raw_mend

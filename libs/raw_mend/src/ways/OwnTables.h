@@ -10,16 +10,19 @@ namespace raw_mend {
 /// A photograph with its own structure inside a damaged file.
 struct OwnStructure {
     std::uint64_t header = 0; ///< Where it begins in the damaged file.
+    std::uint64_t size = 0;   ///< Its bytes; up to the end of the damaged file if nothing says where it ends.
     Description description;  ///< Its offsets count from there.
     bool is_proved = false;   ///< Whether all pieces are; else nothing speaks against them.
+    std::optional<std::uint64_t> other; ///< Where a second one begins all of whose pieces are proved.
 
     /// The pieces of its raw image in the damaged file.
     [[nodiscard]] std::vector<Extent> pieces() const;
 };
 
-/// The first photograph like the sample in a damaged file whose own tables lead to an image of the same
-/// frame, all of whose pieces are proved, and say of it what those of the sample do; if there is none, the
-/// first whose image may be at fault nowhere.
+/// The photograph like the sample in a damaged file whose own tables lead to an image of the same frame, all
+/// of whose pieces are proved, and say of it what those of the sample do. Of several, the first that ends the
+/// file as the sample's image does its own; if none does, the first. If none is proved, the first whose image
+/// may be at fault nowhere.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend
