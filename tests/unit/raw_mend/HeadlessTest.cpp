@@ -69,7 +69,7 @@ TEST_P(Headless, ComeBackWhereverTheyAre) {
         const Bytes damaged = damage.make(original.bytes, original.image_offset, intact.bytes);
         const auto repaired = repair(damaged, *sample);
         ASSERT_TRUE(repaired);
-        if (damage.ends_alike) {
+        if (damage.is_clear) {
             EXPECT_EQ(repaired->image.proved, 1U) << testing::PrintToString(repaired->image.doubts);
         }
         EXPECT_EQ(image_by_tables(written(repaired->file)), image(original));

@@ -27,13 +27,13 @@ class Search {
 
     std::optional<FoundImage> find() {
         try_layouts();
-        if (decoded_.empty()) {
+        if (!ends_well()) {
             try_chains(image_end_);
         }
-        if (decoded_.empty() && end_of_data(damaged_.size()) != end_of_data(image_end_)) {
+        if (!ends_well() && end_of_data(damaged_.size()) != end_of_data(image_end_)) {
             try_chains(damaged_.size());
         }
-        if (decoded_.empty()) {
+        if (!ends_well()) {
             try_filler_ends();
         }
         if (decoded_.empty() && coding_.codes == nullptr) {
@@ -54,6 +54,9 @@ class Search {
         bool is_expected = false; ///< By the sample's places, or by surviving structure.
         double roughness = 0;
     };
+
+    /// Whether an image was found that ends where it must. Others may be those of other photographs.
+    [[nodiscard]] bool ends_well() const { return std::ranges::any_of(decoded_, &Decoded::ends_well); }
 
     void try_layouts() {
         for (const Layout& layout : find_layouts(damaged_, sample_)) {
