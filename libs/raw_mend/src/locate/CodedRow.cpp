@@ -83,11 +83,13 @@ class Choice {
         std::optional<std::size_t> best;
         std::size_t rows = 0;
         std::size_t rows_at_end = 0;
+        std::size_t first_last = 0; // The last place of the first row.
         for (std::size_t last = count - 1; last < places_.size(); ++last) {
             const std::size_t first = last + 1 - count;
             if (lengths[last] < count || frames[last] < count) {
                 continue;
             }
+            first_last = rows == 0 ? last : first_last;
             ++rows;
             const bool ends = ends_alike(last);
             rows_at_end += ends ? 1 : 0;
@@ -99,7 +101,8 @@ class Choice {
         if (!best) {
             return false;
         }
-        assign_in_order(*best, rows == 1);
+        // Streams before those at the end, too few for another image, are remains.
+        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best));
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
                                   (count == 1 ? " stream" : " streams") + " are in the file; the one " +
