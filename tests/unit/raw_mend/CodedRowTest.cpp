@@ -106,10 +106,13 @@ TEST_F(CodedRows, TwoWholeRowsAreADoubt) {
     EXPECT_EQ(chosen.row.doubts.size(), 2U);
     EXPECT_EQ(chosen.certain(), std::vector<std::size_t>(6, kNone));
     ASSERT_EQ(chosen.row.found(), 6U);
-    EXPECT_EQ(chosen.row.pieces[0]->place, 0U) << "the one near the sample's offset";
+    EXPECT_EQ(chosen.row.pieces[0]->place, 6U) << "the one at the end of the file";
     const auto reverse = choose(joined(other.bytes, photo_.bytes), sample_);
-    EXPECT_EQ(reverse.row.pieces[0]->place, 0U);
+    EXPECT_EQ(reverse.row.pieces[0]->place, 6U);
     EXPECT_EQ(reverse.row.doubts.size(), 2U);
+    const auto none = choose(joined(joined(photo_.bytes, other.bytes), Bytes(5000, 0x33)), sample_);
+    EXPECT_EQ(none.row.pieces[0]->place, 0U) << "the one near the sample's offset";
+    EXPECT_EQ(none.row.doubts.size(), 2U);
 }
 
 TEST_F(CodedRows, RowsThatAreAllBrokenAreADoubt) {

@@ -51,6 +51,15 @@ Damage head_lost_before(const std::string& name, const Bytes& more) {
             false};
 }
 
+/// Two images: that of the photograph is the last.
+Damage head_lost_after_another() {
+    return {"head_all_after_another",
+            [](const Bytes& file, std::size_t image, const Bytes& other) {
+                return joined(zeroed(other, 0, image), zeroed(file, 0, image));
+            },
+            false};
+}
+
 /// In place of the head, so that the remains are directly before the image.
 Damage head_replaced_by_remains() {
     return {"head_replaced_by_remains", [](const Bytes& file, std::size_t image, const Bytes& other) {
@@ -83,6 +92,7 @@ const std::vector<Damage>& damages() {
             "remains",
             [](const Bytes& other) { return part(other, other.size() - other.size() / 3, other.size()); }),
         head_replaced_by_remains(),
+        head_lost_after_another(),
         head_lost_before("zeros", Bytes(20000)),
         head_lost_before("noise", noise(20000, 11)),
     };

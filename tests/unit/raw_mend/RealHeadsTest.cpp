@@ -122,6 +122,7 @@ struct Camera {
     std::string head;
     std::function<Completed(const Bytes& head, unsigned number)> complete;
     bool can_be_proved = true;
+    bool end_shows = true; ///< Whether the end of the file says where the image is.
 };
 
 class RealHeads : public testing::TestWithParam<Camera> {};
@@ -139,7 +140,7 @@ TEST_P(RealHeads, ComeBackWhereverTheirImageIs) {
         const Bytes damaged = damage.make(original.file, original.image, intact.file);
         const auto repaired = raw_mend::repair(damaged, *sample);
         ASSERT_TRUE(repaired && repaired->file);
-        if (damage.ends_alike || !GetParam().can_be_proved) {
+        if (damage.is_clear || !GetParam().can_be_proved) {
             EXPECT_EQ(repaired->image.proved, GetParam().can_be_proved ? 1U : 0U)
                 << testing::PrintToString(repaired->image.doubts);
         }
@@ -148,6 +149,10 @@ TEST_P(RealHeads, ComeBackWhereverTheirImageIs) {
         ASSERT_TRUE(described);
         const auto& piece = described->description.raw.pieces.front().data;
         ASSERT_TRUE(piece.is_within(result));
+        if (!damage.is_clear && !GetParam().end_shows && !repaired->image.doubts.empty()) {
+            EXPECT_EQ(repaired->image.proved, 0U);
+            continue;
+        }
         ASSERT_GE(piece.length, image.size());
         EXPECT_TRUE(part(result, piece.offset, piece.offset + image.size()) == image) << piece.offset;
     }
@@ -165,15 +170,15 @@ TEST_P(RealHeads, DecodeAsTheOriginalDoes) {
     EXPECT_EQ(decode_raw(written(*repaired->file)), decode_raw(original.file));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealHeads,
-                         testing::Values(Camera{"SonyA330", "arw/sony-a330-head.arw", a330},
-                                         Camera{"SonyA330OfNoise", "arw/sony-a330-head.arw", a330_of_noise,
-                                                false},
-                                         Camera{"SonyA7M3", "arw/sony-a7m3-head.arw", a7m3},
-                                         Camera{"SonyZvE10", "arw/sony-zv-e10-head.arw", zv_e10},
-                                         Camera{"CanonS90", "cr2/canon-s90-head.cr2", s90},
-                                         Camera{"CanonS90Padded", "cr2/canon-s90-head.cr2", s90_padded}),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    All, RealHeads,
+    testing::Values(Camera{"SonyA330", "arw/sony-a330-head.arw", a330},
+                    Camera{"SonyA330OfNoise", "arw/sony-a330-head.arw", a330_of_noise, false},
+                    Camera{"SonyA7M3", "arw/sony-a7m3-head.arw", a7m3},
+                    Camera{"SonyZvE10", "arw/sony-zv-e10-head.arw", zv_e10},
+                    Camera{"CanonS90", "cr2/canon-s90-head.cr2", s90},
+                    Camera{"CanonS90Padded", "cr2/canon-s90-head.cr2", s90_padded, true, false}),
+    [](const auto& test) { return test.param.name; });
 
 } // namespace
 } // namespace test

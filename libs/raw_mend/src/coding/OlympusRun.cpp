@@ -1,6 +1,7 @@
 #include "coding/Headless.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 
@@ -12,7 +13,8 @@ constexpr std::size_t kSkipped = 7; // Bytes before the first value.
 constexpr int kValues = 1 << 12U;
 constexpr unsigned kLongestPrefix = 12; // Zeros.
 constexpr unsigned kLowBits = 2;
-constexpr int kMostDifference = 1 << 14U; // More is beyond the range of values anyway.
+constexpr std::uint64_t kFirstValues = 32; // That are tried before anything is allocated.
+constexpr int kMostDifference = 1 << 14U;  // More is beyond the range of values anyway.
 
 /// How large the last differences of one colour in a row were.
 struct Carry {
@@ -97,7 +99,7 @@ class Rows {
 
 /// Decodes a row; false at the first value that cannot be.
 bool decode_row(PlainBits& bits, Rows& rows, std::size_t columns) {
-    Carry carries[2];
+    std::array<Carry, 2> carries;
     for (std::size_t column = 0; column < columns; ++column) {
         const int value = rows.predicted() + read_difference(bits, carries[column % 2]);
         if (value < 0 || value >= kValues || bits.overrun()) {
@@ -109,6 +111,22 @@ bool decode_row(PlainBits& bits, Rows& rows, std::size_t columns) {
     return true;
 }
 
+/// How many of the first values of a row at the top can be: most places where no image begins are ruled out
+/// by these.
+std::uint64_t count_first_values(Bytes data, std::uint64_t count) {
+    PlainBits bits(data);
+    std::array<Carry, 2> carries;
+    std::array<int, 2> left{};
+    for (std::uint64_t column = 0; column < count; ++column) {
+        int& value = left[column % 2];
+        value += read_difference(bits, carries[column % 2]);
+        if (value < 0 || value >= kValues) {
+            return column;
+        }
+    }
+    return count;
+}
+
 } // namespace
 
 HeadlessCoding olympus_coding(std::uint64_t columns, std::uint64_t rows) {
@@ -116,7 +134,12 @@ HeadlessCoding olympus_coding(std::uint64_t columns, std::uint64_t rows) {
         if (data.size() <= kSkipped) {
             return Trial{};
         }
-        PlainBits bits(data.subspan(kSkipped));
+        const Bytes values = data.subspan(kSkipped);
+        const std::uint64_t tried = std::min(columns, kFirstValues);
+        if (const std::uint64_t first = count_first_values(values, tried); first < tried) {
+            return Trial{first, 0};
+        }
+        PlainBits bits(values);
         Rows decoded(static_cast<std::size_t>(columns));
         for (std::uint64_t row = 0; row < rows; ++row) {
             if (!decode_row(bits, decoded, static_cast<std::size_t>(columns))) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bitset>
+#include <cstring>
 #include <functional>
 #include <map>
 
@@ -10,7 +11,7 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kAnchor = 32;         ///< Bytes that are looked for.
-constexpr std::size_t kMostAnchors = 16;    ///< Each is a search through the file.
+constexpr std::size_t kMostAnchors = 16;    ///< That are looked for.
 constexpr std::size_t kLeastDistinct = 10;  ///< Different values in an anchor.
 constexpr std::size_t kMostPlaces = 4;      ///< That one anchor may be found at.
 constexpr std::size_t kLeastFiller = 256;   ///< Bytes of one value.
@@ -56,18 +57,68 @@ std::vector<std::uint64_t> choose_anchors(Bytes sample, std::span<const Extent> 
     return anchors;
 }
 
-void vote(Bytes damaged, Bytes sample, std::uint64_t anchor, std::map<std::int64_t, std::size_t>& votes) {
-    const Bytes wanted = Extent{anchor, kAnchor}.of(sample);
-    const std::boyer_moore_horspool_searcher searcher(wanted.begin(), wanted.end());
-    auto at = damaged.begin();
-    for (std::size_t found = 0; found < kMostPlaces; ++found, ++at) {
-        at = std::search(at, damaged.end(), searcher);
-        if (at == damaged.end()) {
-            return;
+/// Finds all anchors in one pass.
+class Votes {
+  public:
+    Votes(Bytes sample, const std::vector<std::uint64_t>& anchors) : sample_(sample), may_begin_(kKeys) {
+        for (const std::uint64_t anchor : anchors) {
+            anchors_.push_back({anchor, key_at(sample, static_cast<std::size_t>(anchor)), 0});
+            may_begin_[anchors_.back().key] = true;
         }
-        ++votes[(at - damaged.begin()) - static_cast<std::int64_t>(anchor)];
     }
-}
+
+    void count(Bytes damaged) {
+        for (std::size_t at = 0; at + kAnchor <= damaged.size(); ++at) {
+            if (const std::size_t key = key_at(damaged, at); may_begin_[key]) {
+                count_at(damaged, at, key);
+            }
+        }
+    }
+
+    /// The displacements, the one with the most votes first.
+    [[nodiscard]] std::vector<std::int64_t> ranked() {
+        std::vector<std::int64_t> found;
+        found.reserve(votes_.size());
+        for (const auto& [displacement, count] : votes_) {
+            found.push_back(displacement);
+        }
+        std::ranges::stable_sort(found, std::ranges::greater(),
+                                 [&](std::int64_t displacement) { return votes_[displacement]; });
+        return found;
+    }
+
+  private:
+    static constexpr std::size_t kKeys = 1U << 16U;
+
+    struct Anchor {
+        std::uint64_t at = 0;
+        std::size_t key = 0;
+        std::size_t places = 0; // That it was found at.
+    };
+
+    static std::size_t key_at(Bytes bytes, std::size_t at) {
+        std::uint64_t number = 0;
+        std::memcpy(&number, bytes.data() + at, sizeof(number));
+        return static_cast<std::size_t>(number * 0x9E3779B97F4A7C15U >> 48U);
+    }
+
+    void count_at(Bytes damaged, std::size_t at, std::size_t key) {
+        for (Anchor& anchor : anchors_) {
+            const bool is_there =
+                anchor.key == key && anchor.places < kMostPlaces &&
+                std::ranges::equal(damaged.subspan(at, kAnchor), Extent{anchor.at, kAnchor}.of(sample_));
+            if (is_there) {
+                ++anchor.places;
+                ++votes_[static_cast<std::int64_t>(at) - static_cast<std::int64_t>(anchor.at)];
+            }
+        }
+    }
+
+    Bytes sample_;
+    std::vector<Anchor> anchors_;
+    std::vector<bool> may_begin_; // By key.
+    std::map<std::int64_t, std::size_t> votes_;
+};
 
 /// Passes on the runs that other bytes follow, without some of their first bytes.
 template <typename Visit>
@@ -88,16 +139,9 @@ void visit_fillers(Bytes file, const Visit& visit) {
 } // namespace
 
 std::vector<std::int64_t> find_displacements(Bytes damaged, Bytes sample, std::span<const Extent> parts) {
-    std::map<std::int64_t, std::size_t> votes;
-    for (const std::uint64_t anchor : choose_anchors(sample, parts)) {
-        vote(damaged, sample, anchor, votes);
-    }
-    std::vector<std::int64_t> found;
-    for (const auto& [displacement, count] : votes) {
-        found.push_back(displacement);
-    }
-    std::ranges::stable_sort(found, [&](std::int64_t a, std::int64_t b) { return votes[a] > votes[b]; });
-    return found;
+    Votes votes(sample, choose_anchors(sample, parts));
+    votes.count(damaged);
+    return votes.ranked();
 }
 
 std::vector<std::uint64_t> find_filler_ends(Bytes file) {

@@ -71,30 +71,43 @@ class Choice {
         return offset > usual ? offset - usual : usual - offset;
     }
 
+    /// Whether a row with this last place ends as far before the end of the file as in the sample.
+    [[nodiscard]] bool ends_alike(std::size_t last) const {
+        return places_[last].end_known && sample_.ends_alike(damaged_.size() - places_[last].end);
+    }
+
     bool choose_unbroken() {
         const std::size_t count = sample_.count();
         const auto lengths = lengths_of_rows();
         const auto frames = lengths_of_matching_frames();
         std::optional<std::size_t> best;
         std::size_t rows = 0;
+        std::size_t rows_at_end = 0;
+        std::size_t first_last = 0; // The last place of the first row.
         for (std::size_t last = count - 1; last < places_.size(); ++last) {
             const std::size_t first = last + 1 - count;
             if (lengths[last] < count || frames[last] < count) {
                 continue;
             }
+            first_last = rows == 0 ? last : first_last;
             ++rows;
-            if (!best || distance(first) < distance(*best)) {
+            const bool ends = ends_alike(last);
+            rows_at_end += ends ? 1 : 0;
+            const bool is_nearer = !best || distance(first) < distance(*best);
+            if (ends ? rows_at_end == 1 || is_nearer : rows_at_end == 0 && is_nearer) {
                 best = first;
             }
         }
         if (!best) {
             return false;
         }
-        assign_in_order(*best, rows == 1);
+        // Streams before those at the end, too few for another image, are remains.
+        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best));
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
-                                  (count == 1 ? " stream" : " streams") +
-                                  " are in the file; the one nearest to the sample's offset was chosen.");
+                                  (count == 1 ? " stream" : " streams") + " are in the file; the one " +
+                                  (rows_at_end == 1 ? "at its end" : "nearest to the sample's offset") +
+                                  " was chosen.");
         }
         return true;
     }

@@ -32,7 +32,7 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
         if (piece) {
             const CodedPlace& place = places[piece->place];
             image.pieces.emplace_back(Extent{place.offset, place.end - place.offset});
-            image.proved += place.proved ? 1U : 0U;
+            image.proved += place.proved && piece->certain ? 1U : 0U;
         } else {
             image.pieces.emplace_back();
         }

@@ -54,7 +54,8 @@ void replace_start(Copy& copy, Bytes sample, const std::vector<Extent>& tables) 
             return;
         }
         if (begin < end) {
-            std::copy(sample.begin() + table.offset, sample.begin() + static_cast<std::ptrdiff_t>(end),
+            std::copy(sample.begin() + static_cast<std::ptrdiff_t>(begin),
+                      sample.begin() + static_cast<std::ptrdiff_t>(end),
                       copy.begin() + static_cast<std::ptrdiff_t>(begin));
         }
     }

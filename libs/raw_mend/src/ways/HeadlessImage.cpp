@@ -13,24 +13,27 @@ namespace {
 
 constexpr std::uint64_t kMostPadding = 16;     ///< Of any values.
 constexpr std::uint64_t kMostFillerEnds = 256; ///< That are tried.
-constexpr std::uint64_t kMostAlike = 8;        ///< First bytes that look like the filler before them.
+constexpr std::uint64_t kMostAlike = 16;       ///< First bytes that look like the filler before them.
 
 class Search {
   public:
     Search(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), coding_(*sample.headless),
           image_end_(damaged.size() - std::min<std::uint64_t>(sample.bytes_after(), damaged.size())),
-          filler_ends_(find_filler_ends(damaged)), values_left_(kMostReads * damaged.size()) {}
+          filler_ends_(find_filler_ends(damaged)),
+          values_left_(kMostReads * damaged.size() + kMostImages * coding_.values) {
+        expected_.add(sample.range().of(sample.file));
+    }
 
     std::optional<FoundImage> find() {
         try_layouts();
-        if (decoded_.empty()) {
+        if (!ends_well()) {
             try_chains(image_end_);
         }
-        if (decoded_.empty() && end_of_data(damaged_.size()) != end_of_data(image_end_)) {
+        if (!ends_well() && end_of_data(damaged_.size()) != end_of_data(image_end_)) {
             try_chains(damaged_.size());
         }
-        if (decoded_.empty()) {
+        if (!ends_well()) {
             try_filler_ends();
         }
         if (decoded_.empty() && coding_.codes == nullptr) {
@@ -40,15 +43,20 @@ class Search {
     }
 
   private:
-    static constexpr std::uint64_t kMostReads = 64; ///< Values that may be decoded for each byte of the file.
+    static constexpr std::uint64_t kMostReads = 8; ///< Values that may be decoded for each byte of the file.
+
+    static constexpr std::uint64_t kMostImages = 8; ///< That may be decoded besides.
 
     struct Decoded {
         Extent data;
         bool ends_well = false;   ///< Where the file, or its own tables, let an image end.
         bool ends_alike = false;  ///< As many bytes after the last value as in the sample.
-        bool is_expected = false; ///< By surviving structure.
+        bool is_expected = false; ///< By the sample's places, or by surviving structure.
         double roughness = 0;
     };
+
+    /// Whether an image was found that ends where it must. Others may be those of other photographs.
+    [[nodiscard]] bool ends_well() const { return std::ranges::any_of(decoded_, &Decoded::ends_well); }
 
     void try_layouts() {
         for (const Layout& layout : find_layouts(damaged_, sample_)) {
@@ -57,7 +65,7 @@ class Search {
             const std::size_t before = decoded_.size();
             try_at(piece.offset, is_own ? std::optional(piece.length) : std::nullopt);
             if (decoded_.size() > before) {
-                decoded_.back().is_expected = is_own || layout.reason == Layout::Reason::kStructure;
+                decoded_.back().is_expected = true;
             }
         }
     }
@@ -100,9 +108,16 @@ class Search {
         }
         const Trial trial = coding_.decode(damaged_.subspan(static_cast<std::size_t>(start)));
         values_left_ -= std::min(values_left_, trial.values + 1);
-        if (trial.values == coding_.values) {
+        if (trial.values == coding_.values && is_like_sample({start, trial.bytes})) {
             decoded_.push_back(finish({start, trial.bytes}, own_length));
         }
+    }
+
+    /// Zeros decode to an image too.
+    [[nodiscard]] bool is_like_sample(const Extent& data) const {
+        ImageContent content(sample_.description.raw.frame);
+        content.add(data.of(damaged_));
+        return content.can_be_like(expected_);
     }
 
     /// The image with what is after its last value.
@@ -150,18 +165,28 @@ class Search {
         keep_if_any([](const Decoded& decoded) { return decoded.ends_well; });
         keep_smoothest();
         keep_if_any([](const Decoded& decoded) { return decoded.ends_alike; });
-        keep_if_any([&](const Decoded& decoded) {
-            return decoded.is_expected || std::ranges::binary_search(filler_ends_, decoded.data.offset);
-        });
+        keep_if_any([&](const Decoded& decoded) { return is_at_a_start(decoded, 0); });
         const auto best = std::ranges::min_element(decoded_, {}, &Decoded::roughness);
         FoundImage image{Way::kTrialDecoding, {best->data}, 0, {}};
-        image.proved = best->ends_well && decoded_.size() == 1 ? 1 : 0;
-        if (decoded_.size() > 1) {
+        image.proved = best->ends_well && decoded_.size() == 1 && is_at_a_start(*best, kMostAlike) ? 1 : 0;
+        if (decoded_.size() == 1 && best->ends_well && image.proved == 0) {
+            image.doubts.emplace_back("The data decode to their end; their first bytes may be foreign.");
+        } else if (decoded_.size() > 1) {
             image.doubts.emplace_back("The data decode from several places; one is chosen.");
         } else if (!best->ends_well) {
             image.doubts.emplace_back("The data decode, but nothing shows that they end where they should.");
         }
         return image;
+    }
+
+    /// Whether something besides the data shows that they begin there. If their first bytes are lost, what
+    /// precedes the others may decode too.
+    [[nodiscard]] bool is_at_a_start(const Decoded& decoded, std::uint64_t alike) const {
+        constexpr std::uint64_t kSector = 512;
+        const std::uint64_t start = decoded.data.offset;
+        const auto filler_end = std::ranges::lower_bound(filler_ends_, start);
+        return decoded.is_expected || (filler_end != filler_ends_.end() && *filler_end - start <= alike) ||
+               (start % kSector == 0 && sample_.range().offset % kSector == 0);
     }
 
     template <typename Predicate>
@@ -190,6 +215,7 @@ class Search {
     std::uint64_t image_end_; ///< If the file ends as the sample does.
     std::vector<std::uint64_t> filler_ends_;
     std::uint64_t values_left_;
+    ImageContent expected_{sample_.description.raw.frame};
     std::vector<Decoded> decoded_;
 };
 
