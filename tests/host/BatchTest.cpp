@@ -37,7 +37,8 @@ TEST_F(Batch, FolderOfFilesIsRepairedIntoAnotherOfTheSameShape) {
     EXPECT_EQ(found.at("a.arw").verdict, Verdict::kWhole);
     EXPECT_EQ(found.at("B.ARW").verdict, Verdict::kWhole);
     EXPECT_EQ(found.at("c.nef").verdict, Verdict::kNotRepaired);
-    EXPECT_EQ(found.at("c.nef").problem, "no sample of this format");
+    ASSERT_THAT(found.at("c.nef").attempts, SizeIs(1));
+    EXPECT_EQ(found.at("c.nef").attempts[0].engine, "raw") << "the exact engine has no sample of this format";
 }
 
 TEST_F(Batch, OnlyRequestedExtensionsAreTakenFromFolders) {

@@ -50,6 +50,10 @@ Bytes make_preview(const Scene& scene, unsigned width, unsigned height) {
 }
 
 bool jpeg_decodes(const Bytes& jpeg) {
+    return jpeg_samples(jpeg).has_value();
+}
+
+std::optional<Bytes> jpeg_samples(const Bytes& jpeg) {
     jpeg_decompress_struct info{};
     jpeg_error_mgr errors{};
     info.err = jpeg_std_error(&errors);
@@ -57,21 +61,23 @@ bool jpeg_decodes(const Bytes& jpeg) {
     errors.output_message = ignore_message;
     jpeg_create_decompress(&info);
     bool clean = false;
+    Bytes samples;
     try {
         jpeg_mem_src(&info, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
         jpeg_read_header(&info, TRUE);
         jpeg_start_decompress(&info);
-        Bytes row(std::size_t{info.output_width} * static_cast<std::size_t>(info.output_components));
-        auto* rows = row.data();
+        const auto stride = std::size_t{info.output_width} * static_cast<std::size_t>(info.output_components);
+        samples.resize(stride * info.output_height);
         while (info.output_scanline < info.output_height) {
-            jpeg_read_scanlines(&info, &rows, 1);
+            auto* row = samples.data() + stride * info.output_scanline;
+            jpeg_read_scanlines(&info, &row, 1);
         }
         clean = errors.num_warnings == 0;
     } catch (const std::runtime_error&) {
         clean = false;
     }
     jpeg_destroy_decompress(&info);
-    return clean;
+    return clean ? std::optional(std::move(samples)) : std::nullopt;
 }
 
 } // namespace test

@@ -2,6 +2,8 @@
 
 #include "support/Bytes.h"
 
+#include <optional>
+
 namespace test {
 
 class Scene;
@@ -15,5 +17,8 @@ class Scene;
 
 /// Whether libjpeg decodes the whole picture without a warning.
 [[nodiscard]] bool jpeg_decodes(const Bytes& jpeg);
+
+/// Its samples, interleaved by row; nothing when libjpeg does not decode the whole picture without a warning.
+[[nodiscard]] std::optional<Bytes> jpeg_samples(const Bytes& jpeg);
 
 } // namespace test

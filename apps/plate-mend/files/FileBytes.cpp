@@ -24,6 +24,18 @@ std::vector<unsigned char> FileBytes::read(std::uint64_t offset, std::size_t cou
     return bytes;
 }
 
+std::optional<std::uint64_t> FileBytes::find(const std::vector<unsigned char>& bytes, std::uint64_t from) {
+    constexpr std::size_t kBlock = std::size_t{1} << 20U;
+    for (std::uint64_t at = from; at < size_ && bytes.size() <= size_ - at; at += kBlock) {
+        const auto block = read(at, kBlock + bytes.size() - 1);
+        const auto found = std::search(block.begin(), block.end(), bytes.begin(), bytes.end());
+        if (found != block.end()) {
+            return at + static_cast<std::uint64_t>(found - block.begin());
+        }
+    }
+    return std::nullopt;
+}
+
 bool FileBytes::only_slack_after(std::uint64_t offset) {
     constexpr std::uint64_t kSector = 512;
     constexpr std::uint64_t kLargestCluster = std::uint64_t{2} << 20U;

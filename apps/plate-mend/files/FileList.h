@@ -15,7 +15,7 @@ struct Input {
 
 /// Which files are taken, and which root their results' paths are relative to.
 struct FileFilter {
-    std::vector<std::string> extensions; ///< Lower case, without dots. Empty: those of an advanced repair.
+    std::vector<std::string> extensions; ///< Lower case, without dots. Empty: those of RAW photographs.
     std::filesystem::path root;          ///< Empty: the folder that all paths have in common.
     std::filesystem::path left_out;      ///< A folder whose files are not inputs; empty: none.
 };

@@ -20,6 +20,10 @@ constexpr std::array kExtensions = {
     Extension{"raf", RawFormat::kRaf}, Extension{"orf", RawFormat::kOrf}, Extension{"dng", RawFormat::kDng},
     Extension{"cr2", RawFormat::kCr2}, Extension{"nef", RawFormat::kNef}, Extension{"cr3", RawFormat::kCr3}};
 
+/// Of photographs that only the raw engine repairs; it goes by content.
+constexpr std::array kOtherExtensions = {"3fr", "arq", "dcr", "erf", "fff", "gpr", "iiq", "kdc",
+                                         "mef", "mos", "nrw", "pef", "rw2", "rwl", "srf", "srw"};
+
 } // namespace
 
 const char* name_of(RawFormat format) {
@@ -30,10 +34,11 @@ const char* name_of(RawFormat format) {
 const std::vector<std::string>& raw_extensions() {
     static const std::vector<std::string> extensions = [] {
         std::vector<std::string> texts;
-        texts.reserve(kExtensions.size());
+        texts.reserve(kExtensions.size() + kOtherExtensions.size());
         for (const Extension& one : kExtensions) {
             texts.emplace_back(one.text);
         }
+        texts.insert(texts.end(), kOtherExtensions.begin(), kOtherExtensions.end());
         return texts;
     }();
     return extensions;
@@ -55,6 +60,11 @@ std::optional<RawFormat> format_of(const std::filesystem::path& path) {
         }
     }
     return std::nullopt;
+}
+
+bool have_same_kind(const std::filesystem::path& one, const std::filesystem::path& other) {
+    const auto format = format_of(one);
+    return format ? format == format_of(other) : extension_of(one) == extension_of(other);
 }
 
 } // namespace plate_mend::host

@@ -12,7 +12,8 @@ enum class RawFormat { kArw, kSr2, kRaf, kOrf, kDng, kCr2, kNef, kCr3 };
 /// "ARW" and so on.
 [[nodiscard]] const char* name_of(RawFormat format);
 
-/// The extensions that an advanced repair accepts, in lower case without the dot.
+/// The extensions of RAW photographs, in lower case without the dot: those of the formats, and those that
+/// only the raw engine repairs.
 [[nodiscard]] const std::vector<std::string>& raw_extensions();
 
 /// A path's extension, ASCII letters in lower case, without the dot.
@@ -20,5 +21,8 @@ enum class RawFormat { kArw, kSr2, kRaf, kOrf, kDng, kCr2, kNef, kCr3 };
 
 /// The format by the extension, in any case; nothing for one that no advanced repair accepts.
 [[nodiscard]] std::optional<RawFormat> format_of(const std::filesystem::path& path);
+
+/// Whether two names are of photographs of one format, or have the same extension.
+[[nodiscard]] bool have_same_kind(const std::filesystem::path& one, const std::filesystem::path& other);
 
 } // namespace plate_mend::host

@@ -2,6 +2,7 @@
 
 #include "files/FileBytes.h"
 #include "judge/CompressedData.h"
+#include "judge/FoundPieces.h"
 #include "judge/GoodRows.h"
 #include "judge/Lengths.h"
 #include "judge/Picture.h"
@@ -63,10 +64,17 @@ struct FileEvidence {
     Findings tables;
     Lengths lengths;
     Findings promise;
+    PieceDoubts pieces;
+
+    /// Every part of a lossless JPEG ends where its image does.
+    [[nodiscard]] bool decodes_exactly(const RawDecoder& decoder) const {
+        return decoder.is_lossless_jpeg() && compressed_data.empty();
+    }
 
     /// Something is wrong, and nothing shows from which row on.
     [[nodiscard]] bool place_unknown() const {
-        return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty();
+        return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty() ||
+               pieces.place_unknown;
     }
 };
 
@@ -75,8 +83,13 @@ FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decode
                            std::uint64_t image) {
     FileEvidence evidence;
     evidence.compressed_data = check_compressed_data(decoder, file, image);
-    evidence.tables = compare_with_tables(request.damaged);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
+    if (request.image) {
+        evidence.pieces = find_doubts(*request.image, evidence.decodes_exactly(decoder));
+        evidence.promise = compare_with_damaged(request, decoder, file);
+        return evidence;
+    }
+    evidence.tables = compare_with_tables(request.damaged);
     evidence.promise = check_promise(request, image, evidence.lengths.image_is_last);
     return evidence;
 }
@@ -93,6 +106,7 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
                    Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty();
+    view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
         return;
@@ -149,8 +163,8 @@ Judgement judge_raw(const JudgeRequest& request) {
     add(describe_data_errors(judgement.data_errors), judgement.findings);
 
     const FileEvidence evidence = examine_files(request, decoder, file, image);
-    for (const Findings* findings :
-         {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings, &evidence.promise}) {
+    for (const Findings* findings : {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings,
+                                     &evidence.promise, &evidence.pieces.findings}) {
         add(*findings, judgement.findings);
     }
     judge_samples(request, decoder, evidence, judgement);

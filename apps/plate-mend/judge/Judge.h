@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 
 namespace plate_mend::host {
 
@@ -15,6 +16,7 @@ struct JudgeRequest {
     std::filesystem::path picture; ///< Where a small upright JPEG of the result goes. Empty: nowhere.
     std::uint64_t filled = 0;      ///< Bytes at the end of the result that stand in for lost ones.
     bool lost_in_preview = false;  ///< Some of these may be missing before the end of the preview.
+    std::optional<FoundImage> image = std::nullopt; ///< If the raw engine made the result.
 };
 
 /// How many bytes the result lacks at its end, by the sample: decoders refuse a truncated file, but with so

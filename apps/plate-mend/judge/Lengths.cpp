@@ -46,6 +46,11 @@ bool ends_with_slack(const fs::path& file, std::uint64_t count) {
     return bytes.only_slack_after(bytes.size() - count);
 }
 
+/// Whether nothing but the image fits into so many bytes.
+bool has_room_for_image_only(std::uint64_t length, const RawDecoder& decoder) {
+    return decoder.rows_in(length) <= decoder.sensor_rows() * kRoomForRows + kMoreRows;
+}
+
 void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder, std::uint64_t length,
                          Lengths& lengths) {
     const auto expected = image_length_in_sample(request.sample, decoder);
@@ -53,7 +58,7 @@ void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder,
         return;
     }
     // Only where the image is the last thing in the sample does its length show anything.
-    lengths.image_is_last = decoder.rows_in(*expected) <= decoder.sensor_rows() * kRoomForRows + kMoreRows;
+    lengths.image_is_last = has_room_for_image_only(*expected, decoder);
     if (!lengths.image_is_last || length == *expected) {
         return;
     }
@@ -72,6 +77,11 @@ void compare_with_sample(const JudgeRequest& request, const RawDecoder& decoder,
 std::string describe_bytes_after_image(std::uint64_t count) {
     return format_count(count, "byte") + (count == 1 ? " follows" : " follow") +
            " the image data of the damaged file";
+}
+
+bool is_image_last(const fs::path& sample, const RawDecoder& decoder) {
+    const auto length = decoder.has_fixed_rate() ? image_length_in_sample(sample, decoder) : std::nullopt;
+    return length && has_room_for_image_only(*length, decoder);
 }
 
 std::vector<std::string> compare_with_tables(const fs::path& damaged) {

@@ -13,6 +13,11 @@ namespace plate_mend::host {
 /// "2 bytes follow the image data of the damaged file".
 [[nodiscard]] std::string describe_bytes_after_image(std::uint64_t count);
 
+/// Whether the image is the last thing in the sample, and each of its rows takes the same number of bytes.
+///
+///   decoder  has opened a photograph from the same camera
+[[nodiscard]] bool is_image_last(const std::filesystem::path& sample, const RawDecoder& decoder);
+
 /// Compares the length of a damaged CR3 with its own tables. Returns what differs, in words; nothing for
 /// other formats. Where bytes are missing or left over, any row may be displaced.
 [[nodiscard]] std::vector<std::string> compare_with_tables(const std::filesystem::path& damaged);

@@ -1,18 +1,14 @@
 #include "judge/Picture.h"
 
 #include "files/FileBytes.h"
+#include "judge/Image.h"
+#include "judge/JpegEncoder.h"
+#include "judge/LibjpegErrors.h"
+#include "judge/Rendering.h"
 #include "platform/Files.h"
 
-#include <libraw/libraw.h>
-
 #include <algorithm>
-#include <csetjmp>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <vector>
-
-#include <jpeglib.h>
 
 namespace plate_mend::host {
 
@@ -20,45 +16,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Interleaved RGB rows, 8 bits per sample.
-struct Image {
-    std::size_t width = 0;
-    std::size_t height = 0;
-    std::vector<unsigned char> rgb;
-
-    [[nodiscard]] const unsigned char* pixel(std::size_t x, std::size_t y) const {
-        return &rgb[3 * (y * width + x)];
-    }
-};
-
-/// The image in the size for contact sheets: each pixel is the mean of those it replaces.
+/// The image in the size for contact sheets.
 Image shrink(const Image& image) {
     const std::size_t side = std::max(image.width, image.height);
-    if (side <= kPictureSide) {
-        return image;
-    }
-    Image small;
-    small.width = std::max<std::size_t>(1, image.width * kPictureSide / side);
-    small.height = std::max<std::size_t>(1, image.height * kPictureSide / side);
-    small.rgb.reserve(3 * small.width * small.height);
-    for (std::size_t y = 0; y < small.height; ++y) {
-        const std::size_t top = y * image.height / small.height;
-        const std::size_t bottom = std::max(top + 1, (y + 1) * image.height / small.height);
-        for (std::size_t x = 0; x < small.width; ++x) {
-            const std::size_t left = x * image.width / small.width;
-            const std::size_t right = std::max(left + 1, (x + 1) * image.width / small.width);
-            for (std::size_t colour = 0; colour < 3; ++colour) {
-                std::size_t sum = 0;
-                for (std::size_t row = top; row < bottom; ++row) {
-                    for (std::size_t column = left; column < right; ++column) {
-                        sum += image.pixel(column, row)[colour];
-                    }
-                }
-                small.rgb.push_back(static_cast<unsigned char>(sum / ((bottom - top) * (right - left))));
-            }
-        }
-    }
-    return small;
+    return side <= kPictureSide ? image
+                                : scale(image, std::max<std::size_t>(1, image.width * kPictureSide / side),
+                                        std::max<std::size_t>(1, image.height * kPictureSide / side));
 }
 
 /// The image upright, by its Exif orientation, 1 to 8. Other values leave it as it is.
@@ -83,31 +46,6 @@ Image turn_upright(const Image& image, unsigned orientation) {
         }
     }
     return upright;
-}
-
-/// libjpeg's error manager: an error leaves libjpeg by a jump back into runs().
-struct JumpingErrors : jpeg_error_mgr {
-    JumpingErrors() : jpeg_error_mgr{} {
-        jpeg_std_error(this);
-        error_exit = [](j_common_ptr codec) {
-            std::longjmp(static_cast<JumpingErrors*>(codec->err)->out, 1);
-        };
-        emit_message = [](j_common_ptr codec, int level) { codec->err->num_warnings += level < 0 ? 1 : 0; };
-        output_message = [](j_common_ptr) {};
-    }
-    std::jmp_buf out{};
-};
-
-/// Calls what calls libjpeg with this error manager; false when libjpeg cannot go on. While libjpeg runs, the
-/// calls must not hold anything with a destructor: a jump skips it.
-template <typename Calls>
-bool runs(JumpingErrors& errors, const Calls& calls) {
-    // NOLINTNEXTLINE(cert-err52-cpp): libjpeg has no other way out.
-    if (setjmp(errors.out) != 0) {
-        return false;
-    }
-    calls();
-    return true;
 }
 
 /// The orientation in an Exif segment, by its entry of tag 0x0112; 1 when there is none.
@@ -192,55 +130,12 @@ class Decoder {
     JumpingErrors errors_;
 };
 
-/// libjpeg's compressor and its output, freed on every way out.
-class Encoder {
-  public:
-    Encoder() { codec_.err = &errors_; }
-    Encoder(const Encoder&) = delete;
-    Encoder& operator=(const Encoder&) = delete;
-    ~Encoder() {
-        jpeg_destroy_compress(&codec_);
-        std::free(buffer_); // NOLINT(cppcoreguidelines-no-malloc): libjpeg took it from malloc.
-    }
-
-    /// False when it cannot.
-    bool encode(const Image& image) {
-        return runs(errors_, [&] { compress(image); });
-    }
-
-    [[nodiscard]] const unsigned char* data() const { return buffer_; }
-    [[nodiscard]] unsigned long size() const { return size_; }
-
-  private:
-    void compress(const Image& image) {
-        jpeg_create_compress(&codec_);
-        jpeg_mem_dest(&codec_, &buffer_, &size_);
-        codec_.image_width = static_cast<JDIMENSION>(image.width);
-        codec_.image_height = static_cast<JDIMENSION>(image.height);
-        codec_.input_components = 3;
-        codec_.in_color_space = JCS_RGB;
-        jpeg_set_defaults(&codec_);
-        jpeg_set_quality(&codec_, 82, TRUE);
-        jpeg_start_compress(&codec_, TRUE);
-        while (codec_.next_scanline < codec_.image_height) {
-            // libjpeg does not write to its input, but does not say so.
-            auto* row = const_cast<JSAMPROW>(&image.rgb[3 * image.width * codec_.next_scanline]);
-            jpeg_write_scanlines(&codec_, &row, 1);
-        }
-        jpeg_finish_compress(&codec_);
-    }
-
-    unsigned char* buffer_ = nullptr;
-    unsigned long size_ = 0;
-    jpeg_compress_struct codec_{};
-    JumpingErrors errors_;
-};
-
 void write(const Image& image, const fs::path& path) {
-    Encoder encoder;
-    if (!image.rgb.empty() && encoder.encode(image)) {
+    constexpr int kQuality = 82;
+    const auto jpeg = encode_jpeg(image, kQuality);
+    if (!jpeg.empty()) {
         fs::remove(path); // An earlier attempt may have left one.
-        platform::NewFile(path).write(encoder.data(), encoder.size());
+        platform::NewFile(path).write(jpeg.data(), jpeg.size());
     }
 }
 
@@ -251,28 +146,7 @@ bool is_jpeg_whole(const unsigned char* bytes, std::size_t size) {
 }
 
 void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {
-    unpacked.imgdata.params.half_size = 1;
-    unpacked.imgdata.params.use_camera_wb = 1;
-    unpacked.imgdata.params.output_bps = 8;
-    if (unpacked.dcraw_process() != LIBRAW_SUCCESS) {
-        return;
-    }
-    int error = 0;
-    const std::unique_ptr<libraw_processed_image_t, decltype(&LibRaw::dcraw_clear_mem)> rendered(
-        unpacked.dcraw_make_mem_image(&error), &LibRaw::dcraw_clear_mem);
-    if (rendered == nullptr || rendered->type != LIBRAW_IMAGE_BITMAP || rendered->bits != 8 ||
-        (rendered->colors != 3 && rendered->colors != 1)) {
-        return;
-    }
-    Image image{rendered->width, rendered->height, {}};
-    const std::size_t colours = rendered->colors;
-    image.rgb.reserve(3 * image.width * image.height);
-    for (std::size_t index = 0; index < image.width * image.height; ++index) {
-        for (std::size_t colour = 0; colour < 3; ++colour) {
-            image.rgb.push_back(rendered->data[index * colours + (colours == 3 ? colour : 0)]);
-        }
-    }
-    write(shrink(image), picture);
+    write(shrink(render(unpacked, true)), picture);
 }
 
 void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {

@@ -35,18 +35,6 @@ std::uint64_t count_same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& 
     return same;
 }
 
-/// The offset of the needle in the file; nothing when it is not there.
-std::optional<std::uint64_t> find_bytes(FileBytes& file, const std::vector<unsigned char>& needle) {
-    for (std::uint64_t at = 0; at + needle.size() <= file.size(); at += kBlock) {
-        const auto block = file.read(at, kBlock + needle.size() - 1);
-        const auto found = std::search(block.begin(), block.end(), needle.begin(), needle.end());
-        if (found != block.end()) {
-            return at + static_cast<std::uint64_t>(found - block.begin());
-        }
-    }
-    return std::nullopt;
-}
-
 /// Whether the bytes before the image are the sample's, except what a repair blanks and patches there.
 bool starts_like_sample(FileBytes& result, FileBytes& sample, std::uint64_t image) {
     constexpr std::uint64_t kMostPatched = 65536;
@@ -89,7 +77,7 @@ Promise compare_with_promise(const fs::path& result_path, const fs::path& damage
         count_same_bytes(result, image, damaged, damaged.size() - length, length) == length) {
         return promise;
     }
-    const auto found = find_bytes(damaged, result.read(image, kNeedle));
+    const auto found = damaged.find(result.read(image, kNeedle));
     const std::uint64_t proved = in_one_piece ? length : std::min<std::uint64_t>(length, kNeedle);
     if (!found || count_same_bytes(result, image, damaged, *found, proved) < proved) {
         promise.broken.emplace_back("the image data are not those of the damaged file");

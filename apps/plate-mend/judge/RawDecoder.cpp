@@ -246,6 +246,26 @@ SensorView RawDecoder::sensor_view() const {
     return view;
 }
 
+/// All samples, whatever their kind. Empty for none.
+std::span<const unsigned char> RawDecoder::sample_bytes() const {
+    const auto& data = raw_->imgdata.rawdata;
+    const std::array<const void*, 6> kinds = {data.raw_image,   data.color3_image, data.color4_image,
+                                              data.float_image, data.float3_image, data.float4_image};
+    const auto* const kind =
+        std::find_if(kinds.begin(), kinds.end(), [](const void* samples) { return samples != nullptr; });
+    return kind == kinds.end()
+               ? std::span<const unsigned char>()
+               : std::span(static_cast<const unsigned char*>(*kind),
+                           std::size_t{raw_->imgdata.sizes.raw_pitch} * raw_->imgdata.sizes.raw_height);
+}
+
+bool RawDecoder::has_same_samples(const RawDecoder& other) const {
+    const auto ours = sample_bytes();
+    const auto theirs = other.sample_bytes();
+    return !ours.empty() && sensor_columns() == other.sensor_columns() &&
+           std::equal(ours.begin(), ours.end(), theirs.begin(), theirs.end());
+}
+
 std::uint64_t RawDecoder::tiles() const {
     const auto& unpacker = unpacker_data(*raw_);
     if (unpacker.tile_length == 0 || unpacker.tile_length >= INT_MAX || unpacker.tile_width == 0 ||

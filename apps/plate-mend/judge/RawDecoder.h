@@ -113,7 +113,11 @@ class RawDecoder {
     /// Valid as long as the decoder exists.
     [[nodiscard]] SensorView sensor_view() const;
 
+    /// Whether another photograph has the same sensor data, margins included. Both only after unpack().
+    [[nodiscard]] bool has_same_samples(const RawDecoder& other) const;
+
   private:
+    [[nodiscard]] std::span<const unsigned char> sample_bytes() const;
     [[nodiscard]] std::string_view method() const;
     [[nodiscard]] bool method_begins_with(std::string_view text) const;
     [[nodiscard]] std::uint64_t tiles() const;

@@ -1,9 +1,13 @@
 #include "record/Codes.h"
 
+#include "record/Record.h"
+
 #include <plate_mend/plate_mend.h>
+#include <raw_mend/raw_mend.h>
 #include <still_mend/still_mend.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <system_error>
@@ -39,6 +43,45 @@ constexpr Text kDamagedCut = {"the damaged file ends too early or has lost what 
                               "try 'plate-mend salvage'"};
 constexpr Text kMergeFailed = {"the parts of the two files could not be joined",
                                "is the sample from the same camera?"};
+
+constexpr Text kNothingNamed = {"a file was not named", "report this: the program names all files"};
+constexpr Text kDamagedUnreadable = {"the damaged file cannot be read, or is empty",
+                                     "is it there, is it a file, and may you read it?"};
+constexpr Text kSampleUnreadable = {"the sample cannot be read, or is empty", "check the sample"};
+constexpr Text kSampleNotUnderstood = {"the structure of the sample is not understood",
+                                       "use another intact photograph from the same camera"};
+constexpr Text kImageNotFound = {
+    "the damaged file has no image like the sample's, or nothing shows where it is",
+    "is the sample from the same camera, with the same settings?"};
+constexpr Text kDoesNotFit = {"the sample's tables have no room for the image that was found",
+                              "use another sample"};
+constexpr Text kOutputExists = {"something is at the path of the result already",
+                                "choose another path; nothing was replaced"};
+constexpr Text kOutputUnwritable = {"the result cannot be written", "is there room?"};
+constexpr Text kRawNoMemory = {"memory ran out",
+                               "close other programs and try again, or allow more with --memory-limit"};
+constexpr Text kRawInternal = {"another unexpected error", "try another sample"};
+
+constexpr Text kWayNone = {"the image was not found", ""};
+constexpr Text kWayOwnTables = {"by the damaged file's own tables", ""};
+constexpr Text kWayCodedHeads = {"by the heads of its coded pieces", ""};
+constexpr Text kWayRows = {"by how its rows fit one another", ""};
+constexpr Text kWaySamplePlaces = {"at the places where the sample has its image", ""};
+constexpr Text kWayTrialDecoding = {"by trial decoding", ""};
+
+/// By RawMendReport.way.
+constexpr std::array<const char*, 6> kWayNames = {"none", "own tables",    "coded heads",
+                                                  "rows", "sample places", "trial decoding"};
+
+constexpr Text kSampleMetadata = {"date, exposure, serial number and the like are the sample's", ""};
+constexpr Text kSamplePictures = {"some previews are the sample's, and show another photograph",
+                                  "render new previews with your RAW converter"};
+constexpr Text kPiecesLost = {"some pieces of the image are lost; zeros are in their place", ""};
+constexpr Text kPlacesGuessed = {"the place of some pieces of the image is a guess",
+                                 "check whether the parts of the picture are in the right place"};
+constexpr Text kSampleParameters = {
+    "curves, predictors and levels that a decoder needs are the sample's, and may differ",
+    "check the brightness and colours"};
 
 constexpr Text kPictureWritten = {"a picture that decodes was written", ""};
 constexpr Text kUnreadable = {"the file cannot be read", "is it there, is it a file, and may you read it?"};
@@ -124,6 +167,28 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(PLATE_MEND_RAF_SAMPLE_NOT_FOUND), CodeSource::kRepair, kBadSample),
         row(ROW(PLATE_MEND_RAF_MERGE_FAILED), CodeSource::kRepair, kMergeFailed),
         row(ROW(PLATE_MEND_RAF_SAMPLE_UNUSABLE), CodeSource::kRepair, kBadSample),
+        row(ROW(RAW_MEND_OK), CodeSource::kAny, kOk),
+        row(ROW(RAW_MEND_BAD_ARGUMENT), CodeSource::kRawRepair, kNothingNamed),
+        row(ROW(RAW_MEND_DAMAGED_UNREADABLE), CodeSource::kRawRepair, kDamagedUnreadable),
+        row(ROW(RAW_MEND_SAMPLE_UNREADABLE), CodeSource::kRawRepair, kSampleUnreadable),
+        row(ROW(RAW_MEND_SAMPLE_NOT_UNDERSTOOD), CodeSource::kRawRepair, kSampleNotUnderstood),
+        row(ROW(RAW_MEND_NOT_FOUND), CodeSource::kRawRepair, kImageNotFound),
+        row(ROW(RAW_MEND_DOES_NOT_FIT), CodeSource::kRawRepair, kDoesNotFit),
+        row(ROW(RAW_MEND_OUTPUT_EXISTS), CodeSource::kRawRepair, kOutputExists),
+        row(ROW(RAW_MEND_OUTPUT_UNWRITABLE), CodeSource::kRawRepair, kOutputUnwritable),
+        row(ROW(RAW_MEND_NO_MEMORY), CodeSource::kRawRepair, kRawNoMemory),
+        row(ROW(RAW_MEND_INTERNAL), CodeSource::kRawRepair, kRawInternal),
+        row(ROW(RAW_MEND_WAY_NONE), CodeSource::kWay, kWayNone),
+        row(ROW(RAW_MEND_WAY_OWN_TABLES), CodeSource::kWay, kWayOwnTables),
+        row(ROW(RAW_MEND_WAY_CODED_HEADS), CodeSource::kWay, kWayCodedHeads),
+        row(ROW(RAW_MEND_WAY_ROWS), CodeSource::kWay, kWayRows),
+        row(ROW(RAW_MEND_WAY_SAMPLE_PLACES), CodeSource::kWay, kWaySamplePlaces),
+        row(ROW(RAW_MEND_WAY_TRIAL_DECODING), CodeSource::kWay, kWayTrialDecoding),
+        row(ROW(RAW_MEND_SAMPLE_METADATA), CodeSource::kNote, kSampleMetadata),
+        row(ROW(RAW_MEND_SAMPLE_PICTURES), CodeSource::kNote, kSamplePictures),
+        row(ROW(RAW_MEND_PIECES_LOST), CodeSource::kNote, kPiecesLost),
+        row(ROW(RAW_MEND_PLACES_GUESSED), CodeSource::kNote, kPlacesGuessed),
+        row(ROW(RAW_MEND_SAMPLE_PARAMETERS), CodeSource::kNote, kSampleParameters),
         row(ROW(STILL_MEND_OK), CodeSource::kAny, kPictureWritten),
         row(ROW(STILL_MEND_INPUT_UNREADABLE), CodeSource::kSalvage, kUnreadable),
         row(ROW(STILL_MEND_NOTHING_FOUND), CodeSource::kSalvage, kNothing),
@@ -168,6 +233,12 @@ const char* describe(CodeSource source) {
         return "from the start of the log";
     case CodeSource::kRepair:
         return "from a repair with a sample";
+    case CodeSource::kRawRepair:
+        return "from a repair by the raw engine";
+    case CodeSource::kWay:
+        return "how the raw engine found an image";
+    case CodeSource::kNote:
+        return "noted by the raw engine about a result";
     case CodeSource::kSalvage:
         return "from a salvage";
     case CodeSource::kWarning:
@@ -216,6 +287,37 @@ const std::vector<CodeEntry>& all_codes() {
 std::string explain_repair(std::int32_t code) {
     const CodeEntry* entry = find(code, code == 0 ? CodeSource::kAny : CodeSource::kRepair);
     return explain_entry(entry, "unknown result", code);
+}
+
+std::string explain_attempt(const std::string& engine, std::int32_t code) {
+    return engine == kRawEngine && code != 0
+               ? explain_entry(find(code, CodeSource::kRawRepair), "unknown result", code)
+               : explain_repair(code);
+}
+
+const char* name_of_way(std::uint32_t way) {
+    return kWayNames.at(way < kWayNames.size() ? way : 0);
+}
+
+std::uint32_t way_from_name(std::string_view name) {
+    const auto* const found = std::find(kWayNames.begin(), kWayNames.end(), name);
+    const auto way = static_cast<std::uint32_t>(found - kWayNames.begin());
+    return way < kWayNames.size() ? way : std::uint32_t{RAW_MEND_WAY_NONE};
+}
+
+const char* explain_way(std::uint32_t way) {
+    const CodeEntry* entry = find(static_cast<std::int32_t>(way), CodeSource::kWay);
+    return entry == nullptr ? "in an unknown way" : entry->meaning;
+}
+
+std::vector<std::string> explain_bits(std::uint32_t bits, CodeSource source) {
+    std::vector<std::string> lines;
+    for (const CodeEntry& entry : all_codes()) {
+        if (entry.source == source && (bits & static_cast<std::uint32_t>(entry.code)) != 0) {
+            lines.emplace_back(entry.meaning);
+        }
+    }
+    return lines;
 }
 
 std::string explain_salvage(std::int32_t code) {

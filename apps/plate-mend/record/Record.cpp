@@ -1,5 +1,8 @@
 #include "record/Record.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace plate_mend::host {
 
 const char* name_of(Verdict verdict) {
@@ -30,12 +33,13 @@ std::optional<Verdict> verdict_from_name(const std::string& name) {
 }
 
 const Attempt* Record::taken() const {
-    for (const Attempt& attempt : attempts) {
-        if (attempt.taken) {
-            return &attempt;
-        }
-    }
-    return nullptr;
+    const auto found =
+        std::find_if(attempts.begin(), attempts.end(), [](const Attempt& attempt) { return attempt.taken; });
+    return found == attempts.end() ? nullptr : &*found;
+}
+
+Attempt* Record::taken() {
+    return const_cast<Attempt*>(std::as_const(*this).taken());
 }
 
 } // namespace plate_mend::host

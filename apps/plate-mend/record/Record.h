@@ -54,18 +54,36 @@ struct Judgement {
     std::string taken;                 ///< The date in the file, "2026-05-01 12:30:00"; may be empty.
 };
 
-/// One sample that was tried, or was set aside.
+/// The engines' names in records: lib_plate_mend, which knows formats, and lib_raw_mend, which understands
+/// the sample.
+inline constexpr const char* kExactEngine = "exact";
+inline constexpr const char* kRawEngine = "raw";
+
+/// How the raw engine found the image of a damaged file. A piece is a strip, a tile, or a sample of a track.
+struct FoundImage {
+    std::uint32_t way = 0;           ///< RawMendReport.way.
+    std::uint32_t notes = 0;         ///< Bits of RawMendReport.notes.
+    std::uint64_t pieces = 0;        ///< Of the image.
+    std::uint64_t pieces_found = 0;  ///< Of these, those that were found.
+    std::uint64_t pieces_proved = 0; ///< Of these, those that are proved to be in their place.
+    std::uint64_t offset = 0;        ///< Of the first found piece in the damaged file.
+};
+
+/// One sample that was tried by one engine, or was set aside.
 struct Attempt {
     std::string sample;
     std::string why;                  ///< Why the sample has this rank.
-    std::optional<std::int32_t> code; ///< Of the advanced repair; nothing when it returned none.
+    std::optional<std::int32_t> code; ///< Of the engine; nothing when it returned none.
     std::string problem;      ///< Why there was no code: an exception, a crash, the time limit. May be empty.
     Judgement judgement;      ///< Of the result; all empty unless the code is 0.
     bool taken = false;       ///< The delivered RAW photograph was made with this sample.
     std::string room_problem; ///< The machine's, if the result could not have grown to its full length. Not
                               ///< in JSON or CSV.
     bool no_room = false;     ///< That is a full disk. Likewise.
-    std::string engine;       ///< What made the result: "exact". Empty for a sample that was set aside.
+    std::string engine; ///< What made the result: kExactEngine or kRawEngine. Empty for a sample that was
+                        ///< set aside.
+    std::optional<FoundImage> image = std::nullopt; ///< Of the raw engine, if its code is 0.
+    std::uint64_t pictures_rendered = 0; ///< Previews of the result that were rendered from its own image.
 };
 
 /// The general repair's part.
@@ -100,6 +118,7 @@ struct Record {
 
     /// The attempt the delivered RAW photograph came from; null when there is none.
     [[nodiscard]] const Attempt* taken() const;
+    [[nodiscard]] Attempt* taken();
 };
 
 } // namespace plate_mend::host

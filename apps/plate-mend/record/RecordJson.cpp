@@ -43,11 +43,14 @@ Json to_json(const Attempt& attempt) {
         {{"sample", escaped_name(attempt.sample)},
          {"why", Json::text_or_null(attempt.why)},
          {"code", attempt.code},
-         {"meaning", attempt.code && !has_result ? Json(explain_repair(*attempt.code)) : Json()},
+         {"meaning",
+          attempt.code && !has_result ? Json(explain_attempt(attempt.engine, *attempt.code)) : Json()},
          {"problem", Json::text_or_null(attempt.problem)},
          {"judgement", has_result ? host::to_json(attempt.judgement) : Json()},
          {"taken", attempt.taken},
-         {"engine", Json::text_or_null(attempt.engine)}});
+         {"engine", Json::text_or_null(attempt.engine)},
+         {"image", host::to_json(attempt.image)},
+         {"pictures_rendered", attempt.pictures_rendered}});
 }
 
 Attempt attempt_from(const Json& json) {
@@ -59,6 +62,8 @@ Attempt attempt_from(const Json& json) {
     attempt.judgement = judgement_from(json.member("judgement"));
     attempt.taken = json.truth("taken");
     attempt.engine = json.text("engine");
+    attempt.image = found_image_from(json.member("image"));
+    attempt.pictures_rendered = integer_or_zero<std::uint64_t>(json, "pictures_rendered");
     return attempt;
 }
 
@@ -107,6 +112,28 @@ Judgement judgement_from(const Json& json) {
     judgement.camera = json.text("camera");
     judgement.taken = json.text("taken");
     return judgement;
+}
+
+Json to_json(const std::optional<FoundImage>& image) {
+    return image ? Json::object({{"way", name_of_way(image->way)},
+                                 {"notes", image->notes},
+                                 {"pieces", image->pieces},
+                                 {"pieces_found", image->pieces_found},
+                                 {"pieces_proved", image->pieces_proved},
+                                 {"offset", image->offset}})
+                 : Json();
+}
+
+std::optional<FoundImage> found_image_from(const Json& json) {
+    if (json.is_null()) {
+        return std::nullopt;
+    }
+    return FoundImage{.way = way_from_name(json.text("way")),
+                      .notes = integer_or_zero<std::uint32_t>(json, "notes"),
+                      .pieces = integer_or_zero<std::uint64_t>(json, "pieces"),
+                      .pieces_found = integer_or_zero<std::uint64_t>(json, "pieces_found"),
+                      .pieces_proved = integer_or_zero<std::uint64_t>(json, "pieces_proved"),
+                      .offset = integer_or_zero<std::uint64_t>(json, "offset")};
 }
 
 Json to_json(const SalvagedPicture& salvage) {

@@ -16,6 +16,10 @@ namespace plate_mend::host {
 [[nodiscard]] Json to_json(const Judgement& judgement);
 [[nodiscard]] Judgement judgement_from(const Json& json);
 
+/// Null for no image.
+[[nodiscard]] Json to_json(const std::optional<FoundImage>& image);
+[[nodiscard]] std::optional<FoundImage> found_image_from(const Json& json);
+
 /// Null for a general repair that was not run.
 [[nodiscard]] Json to_json(const SalvagedPicture& salvage);
 [[nodiscard]] SalvagedPicture salvage_from(const Json& json);

@@ -75,7 +75,6 @@ void add_track(const ByteReader& reader, std::size_t at, FileFacts& facts) {
 FileFacts facts_of(const std::filesystem::path& path) {
     FileFacts facts;
     facts.path = path;
-    facts.format = format_of(path);
     FileBytes file(path);
     facts.size = file.size();
     std::error_code none;

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "files/Formats.h"
-
 #include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <set>
 #include <utility>
 
@@ -13,7 +10,6 @@ namespace plate_mend::host {
 /// What the bytes of a photograph show without decoding it, even if it is damaged.
 struct FileFacts {
     std::filesystem::path path;
-    std::optional<RawFormat> format;
     std::uint64_t size = 0; ///< In bytes.
     std::filesystem::file_time_type changed{};
     unsigned little_endian = 0; ///< Pairs of directory entries in either byte order.

@@ -5,10 +5,11 @@
 #include "files/InputFile.h"
 #include "files/SafeOutput.h"
 #include "repair/Delivery.h"
+#include "repair/Engines.h"
+#include "repair/Worth.h"
 #include "text/Paths.h"
 
-#include <plate_mend/plate_mend.h>
-#include <still_mend/still_mend.h>
+#include <raw_mend/raw_mend.h>
 
 #include <algorithm>
 #include <chrono>
@@ -23,33 +24,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// With a smaller share of good rows, a result is not a photograph, even if it decodes.
-constexpr double kFewestRows = 0.01;
-
 /// Zeros at the end of a file that fill up its last cluster, at most.
 constexpr std::uint64_t kLargestCluster = std::uint64_t{2} << 20U;
 
 /// The cluster of most memory cards.
 constexpr std::uint64_t kCluster = 32768;
-
-Verdict verdict_of(const Judgement& judgement) {
-    if (!judgement.decodes || judgement.rows_good.value_or(1) < kFewestRows) {
-        return Verdict::kNotRepaired;
-    }
-    return judgement.findings.empty() ? Verdict::kWhole : Verdict::kPartial;
-}
-
-/// Higher is better. Partial results rank by their good rows; if that is unknown, by fewer signs of damage.
-double worth(const Judgement& judgement) {
-    switch (verdict_of(judgement)) {
-    case Verdict::kWhole:
-        return 2;
-    case Verdict::kPartial:
-        return judgement.rows_good.value_or(0.5) - 0.001 * static_cast<double>(judgement.findings.size());
-    default:
-        return -1;
-    }
-}
 
 /// The repair of one damaged file, step by step.
 class FileRepair {
@@ -89,11 +68,8 @@ class FileRepair {
             record_.verdict = Verdict::kIntact;
             return;
         }
-        if (!format_of(input_.path)) {
-            record_.problem = "no format is known for this extension";
-        } else {
-            try_samples();
-        }
+        try_samples();
+        replace_pictures();
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
@@ -126,11 +102,12 @@ class FileRepair {
         }
         make_folders(folder_of(outputs_.raw));
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
-        damaged_ = folder_->path() / "damaged";
-        if (format_of(input_.path)) {
-            damaged_ += input_.path.extension(); // The library goes by the extension.
+        damaged_ = {input_.path, folder_->path() / "damaged", format_of(input_.path)};
+        if (damaged_.format) {
+            damaged_.copy += input_.path.extension(); // The exact engine goes by the extension.
         }
-        const CopiedFile copied = copy_readable(input_.path, damaged_);
+        const CopiedFile copied = copy_readable(input_.path, damaged_.copy);
+        damaged_.unreadable = !copied.unreadable.empty();
         record_.damaged.size = copied.size;
         record_.damaged.sha256 = copied.sha256;
         record_.damaged.modified = copied.modified;
@@ -147,15 +124,15 @@ class FileRepair {
         const std::uint64_t longest = (shortest / kCluster + 1) * kCluster;
         const bool too_long = copied.size > longest && copied.size - longest > kLargestCluster;
         record_.zeros_left_out = too_long ? copied.size - longest : 0;
-        fs::resize_file(damaged_, copied.size - record_.zeros_left_out);
+        fs::resize_file(damaged_.copy, copied.size - record_.zeros_left_out);
     }
 
     bool is_intact() {
-        if (!format_of(input_.path) || !record_.unreadable.empty()) {
+        if (damaged_.unreadable) {
             return false;
         }
         const fs::path picture = picture_file("intact.jpg");
-        if (!tools_.workers.is_intact(folder_->path(), damaged_, picture) || !is_as_long_as_others()) {
+        if (!tools_.workers.is_intact(folder_->path(), damaged_.copy, picture) || !is_as_long_as_others()) {
             return false;
         }
         record_.picture = picture.empty() ? "" : read_small_file(picture);
@@ -170,7 +147,8 @@ class FileRepair {
             try {
                 const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
                 if (check(ranked, name).fitness == SampleChecks::Fitness::kWhole) {
-                    return tools_.workers.judge(folder_->path(), {damaged_, {}, name, {}}).findings.empty();
+                    return tools_.workers.judge(folder_->path(), {damaged_.copy, {}, name, {}})
+                        .findings.empty();
                 }
             } catch (const MachineFailure& e) {
                 if (e.no_room()) {
@@ -188,7 +166,7 @@ class FileRepair {
     /// The samples of this format, the likeliest first. The working copy is read once for them.
     const std::vector<RankedSample>& ranked_samples() {
         if (!ranked_samples_) {
-            ranked_samples_ = tools_.samples.ranked_for(input_.path, damaged_);
+            ranked_samples_ = tools_.samples.ranked_for(input_.path, damaged_.copy);
         }
         return *ranked_samples_;
     }
@@ -204,7 +182,7 @@ class FileRepair {
     /// Samples without a sign of damage first, in their order, then those that decode.
     void try_samples() {
         if (ranked_samples().empty()) {
-            record_.problem = "no sample of this format";
+            record_.problem = "no sample but the file itself";
         }
         std::size_t left = settings_.most_samples;
         std::string trouble;
@@ -253,78 +231,62 @@ class FileRepair {
         return result.fitness;
     }
 
+    /// Each engine in turn, until a result is whole.
     void try_sample(const RankedSample& ranked) {
-        // The decoder goes by content, but the extension does no harm.
-        fs::path result = folder_->path() / "made";
-        result += input_.path.extension();
-        const fs::path picture = picture_file("made.jpg");
-        const fs::path sample = sample_for_library(ranked);
-        Attempt attempt = tools_.workers.repair(
-            folder_->path(),
-            {damaged_, sample, result, utf8_from(input_.path) + ", sample " + utf8_from(ranked.path)});
-        attempt.sample = utf8_from(ranked.path);
-        attempt.why = ranked.why;
-        attempt.engine = "exact";
-        if (attempt.code == PLATE_MEND_OK) {
-            attempt.judgement = judge_result({result, damaged_, sample, picture});
+        const Engines engines(tools_.workers, damaged_, folder_->path(), settings_.pictures);
+        for (const Engine engine : engines.accepting(ranked)) {
+            if (record_.verdict != Verdict::kWhole) {
+                add_trial(engines.try_sample(engine, ranked), ranked);
+            }
         }
-        const bool whole = attempt.code == PLATE_MEND_OK && verdict_of(attempt.judgement) == Verdict::kWhole;
+    }
+
+    void add_trial(Trial trial, const RankedSample& ranked) {
+        Attempt& attempt = trial.attempt;
+        const bool whole = attempt.code == 0 && verdict_of(attempt.judgement) == Verdict::kWhole;
         if (!whole && !attempt.room_problem.empty()) {
             throw MachineFailure(attempt.room_problem, attempt.no_room);
         }
         if (!whole) {
             require_all_readable(ranked.path);
         }
-        if (attempt.code == PLATE_MEND_OK && worth(attempt.judgement) > best_) {
-            keep(attempt, result, picture);
+        if (attempt.code == 0 && is_better(attempt, record_.taken())) {
+            keep(trial);
         }
         record_.attempts.push_back(std::move(attempt));
     }
 
-    /// The library writes to a CR3 sample's mapping, and others may use the sample at the same time.
-    [[nodiscard]] fs::path sample_for_library(const RankedSample& ranked) const {
-        if (format_of(input_.path) != RawFormat::kCr3) {
-            return reachable_name(ranked.path, folder_->path(), "sample");
-        }
-        fs::path copy = folder_->path() / "sample";
-        copy += ranked.path.extension();
-        fs::copy_file(ranked.path, copy, fs::copy_options::overwrite_existing);
-        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
-        return copy;
-    }
-
-    /// A result that a decoder refuses because it is truncated gets zeros for what is lost, and is judged
-    /// again.
-    [[nodiscard]] Judgement judge_result(JudgeRequest request) const {
-        const fs::path& folder = folder_->path();
-        Judgement judgement = tools_.workers.judge(folder, request);
-        if (!judgement.decodes) {
-            request.filled = tools_.workers.fill(folder, request.result, request.sample);
-            if (request.filled != 0) {
-                request.lost_in_preview = tools_.workers.is_lost_in_preview(folder, request.damaged);
-                judgement = tools_.workers.judge(folder, request);
-            }
-        }
-        add_unreadable(judgement);
-        return judgement;
-    }
-
-    /// Zeros in place of what could not be read may look like anything, so they are a finding.
-    void add_unreadable(Judgement& judgement) const {
-        if (judgement.decodes && !record_.unreadable.empty()) {
-            judgement.findings.emplace_back("parts of the damaged file cannot be read");
-        }
-    }
-
-    void keep(Attempt& attempt, const fs::path& result, const fs::path& picture) {
-        best_ = worth(attempt.judgement);
+    void keep(Trial& trial) {
         for (Attempt& other : record_.attempts) {
             other.taken = false;
         }
-        attempt.taken = true;
-        record_.verdict = verdict_of(attempt.judgement);
-        fs::rename(result, best_file());
-        record_.picture = picture.empty() ? "" : read_small_file(picture);
+        trial.attempt.taken = true;
+        record_.verdict = verdict_of(trial.attempt.judgement);
+        fs::rename(trial.result, best_file());
+        record_.picture = trial.picture.empty() ? "" : read_small_file(trial.picture);
+    }
+
+    /// Previews that are the sample's show another photograph. Where others cannot be put in their place,
+    /// they stay, and the record says whose they are.
+    void replace_pictures() {
+        Attempt* taken = record_.taken();
+        if (taken == nullptr || !taken->image || (taken->image->notes & RAW_MEND_SAMPLE_PICTURES) == 0) {
+            return;
+        }
+        const fs::path copy = folder_->path() / "with-own-pictures";
+        try {
+            const ReplacedPictures pictures =
+                tools_.workers.replace_pictures(folder_->path(), best_file(), copy);
+            if (pictures.replaced != 0) {
+                fs::rename(copy, best_file());
+                taken->pictures_rendered = pictures.replaced;
+                taken->image->notes &= pictures.replaced == pictures.pictures
+                                           ? ~std::uint32_t{RAW_MEND_SAMPLE_PICTURES}
+                                           : ~std::uint32_t{0};
+            }
+        } catch (const MachineFailure&) { // The result itself is good.
+            fs::remove(copy);
+        }
     }
 
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
@@ -332,7 +294,7 @@ class FileRepair {
 
     void salvage() {
         const fs::path picture = picture_file("salvaged-small.jpg");
-        record_.salvage = tools_.workers.salvage(folder_->path(), {damaged_, jpeg_file(), picture});
+        record_.salvage = tools_.workers.salvage(folder_->path(), {damaged_.copy, jpeg_file(), picture});
         if (!fs::exists(jpeg_file())) {
             return;
         }
@@ -349,9 +311,8 @@ class FileRepair {
     const DeliveryRules rules_;
     Delivery delivery_;
     std::optional<PrivateFolder> folder_;
-    fs::path damaged_; ///< The working copy.
+    DamagedFile damaged_;
     std::optional<std::vector<RankedSample>> ranked_samples_;
-    double best_ = 0; ///< Worth of the best result so far. Anything worth less is not a photograph.
     Record record_;
 };
 

@@ -1,6 +1,7 @@
 #include "repair/Samples.h"
 
 #include "files/Failures.h"
+#include "files/Formats.h"
 #include "text/Paths.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 namespace plate_mend::host {
 
@@ -17,6 +19,8 @@ namespace fs = std::filesystem;
 
 struct Scored {
     double points = 0;
+    bool same_kind = false;  ///< As the damaged file, by extension.
+    bool same_sizes = false; ///< Of pictures.
     RankedSample sample;
 };
 
@@ -111,12 +115,23 @@ double points_of_date(const FileFacts& damaged, const FileFacts& sample, std::st
 Scored rank(const FileFacts& damaged, const FileFacts& sample) {
     Scored ranked;
     std::string why;
-    for (const auto points :
-         {points_of_sizes, points_of_order, points_of_length, points_of_name, points_of_date}) {
+    ranked.same_kind = have_same_kind(damaged.path, sample.path);
+    ranked.points = points_of_sizes(damaged, sample, why);
+    ranked.same_sizes = ranked.points > 0;
+    for (const auto points : {points_of_order, points_of_length, points_of_name, points_of_date}) {
         ranked.points += points(damaged, sample, why);
     }
-    ranked.sample = {sample.path, why.empty() ? "nothing in common except the format" : why};
+    ranked.sample = {
+        sample.path,
+        why.empty() ? (ranked.same_kind ? "nothing in common except the format" : "nothing in common") : why};
     return ranked;
+}
+
+/// Leaves out samples of another kind that share no picture size, unless there are no others.
+void drop_strangers(std::vector<Scored>& ranked) {
+    if (std::any_of(ranked.begin(), ranked.end(), [](const Scored& one) { return one.same_kind; })) {
+        std::erase_if(ranked, [](const Scored& one) { return !one.same_kind && !one.same_sizes; });
+    }
 }
 
 bool same_file(const fs::path& one, const fs::path& other) {
@@ -135,38 +150,38 @@ Samples::Samples(const std::vector<fs::path>& files) {
 }
 
 std::uint64_t Samples::longest_for(const fs::path& damaged) const {
-    const auto format = format_of(damaged);
-    std::uint64_t of_format = 0;
+    std::uint64_t of_kind = 0;
     std::uint64_t of_all = 0;
     for (const FileFacts& sample : facts_) {
         of_all = std::max(of_all, sample.size);
-        of_format = std::max(of_format, sample.format == format ? sample.size : 0);
+        of_kind = std::max(of_kind, have_same_kind(damaged, sample.path) ? sample.size : 0);
     }
-    return of_format != 0 ? of_format : of_all;
+    return of_kind != 0 ? of_kind : of_all;
 }
 
 std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
-    std::vector<const FileFacts*> fitting;
+    std::vector<const FileFacts*> others;
     for (const FileFacts& sample : facts_) {
-        if (sample.format == format_of(damaged_path) && !same_file(sample.path, damaged_path)) {
-            fitting.push_back(&sample);
+        if (!same_file(sample.path, damaged_path)) {
+            others.push_back(&sample);
         }
     }
-    if (facts_.size() == 1 &&
-        !fitting.empty()) { // Nothing to choose from: the damaged file need not be read.
-        return {{fitting.front()->path, "the only one"}};
+    if (facts_.size() == 1 && !others.empty()) { // Nothing to choose from: the damaged file need not be read.
+        return {{others.front()->path, "the only one"}};
     }
     FileFacts damaged = facts_of(copy);
     damaged.path = damaged_path;
     std::error_code none;
     damaged.changed = fs::last_write_time(damaged_path, none);
     std::vector<Scored> ranked;
-    ranked.reserve(fitting.size());
-    for (const FileFacts* sample : fitting) {
+    ranked.reserve(others.size());
+    for (const FileFacts* sample : others) {
         ranked.push_back(rank(damaged, *sample));
     }
-    std::stable_sort(ranked.begin(), ranked.end(),
-                     [](const Scored& one, const Scored& other) { return one.points > other.points; });
+    drop_strangers(ranked);
+    std::stable_sort(ranked.begin(), ranked.end(), [](const Scored& one, const Scored& other) {
+        return std::pair(one.same_kind, one.points) > std::pair(other.same_kind, other.points);
+    });
     std::vector<RankedSample> samples;
     samples.reserve(ranked.size());
     for (Scored& one : ranked) {

@@ -8,15 +8,19 @@
 #include "platform/Files.h"
 #include "platform/Process.h"
 #include "record/RecordJson.h"
+#include "repair/OwnPictures.h"
+#include "repair/RawEngine.h"
 #include "repair/WorkerFiles.h"
 #include "text/Paths.h"
 
 #include <plate_mend/plate_mend.h>
+#include <raw_mend/raw_mend.h>
 #include <still_mend/still_mend.h>
 
 #include <algorithm>
 #include <array>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 
@@ -43,6 +47,7 @@ class Task {
     [[nodiscard]] std::uint64_t number(const char* member) const {
         return json_.required_integer<std::uint64_t>(member);
     }
+    [[nodiscard]] std::optional<FoundImage> image() const { return found_image_from(json_.member("image")); }
     [[nodiscard]] fs::path folder() const { return folder_.empty() ? fs::path(".") : folder_; }
 
   private:
@@ -119,6 +124,25 @@ Json do_repair(const Task& task) {
     return answer;
 }
 
+Json do_raw_repair(const Task& task) {
+    const RawRepair repair = run_raw_engine(task.path("damaged"), task.path("sample"), task.path("output"));
+    if (repair.code == RAW_MEND_DAMAGED_UNREADABLE || repair.code == RAW_MEND_SAMPLE_UNREADABLE) {
+        require_memory_for(task,
+                           size_of(task.path("damaged")) + size_of(task.path("sample"))); // Both mapped.
+    }
+    Json answer = Json::object({{"code", repair.code}, {"image", to_json(repair.image)}});
+    if (repair.code == RAW_MEND_OUTPUT_UNWRITABLE) { // In the private folder only the machine is to blame.
+        const auto reason = shortage(task, size_of(task.path("damaged")) + size_of(task.path("sample")));
+        add_room(answer, reason ? reason : std::make_error_code(std::errc::io_error));
+    }
+    return answer;
+}
+
+Json do_replace_pictures(const Task& task) {
+    const ReplacedPictures pictures = replace_pictures(task.path("photograph"), task.path("output"));
+    return Json::object({{"pictures", pictures.pictures}, {"replaced", pictures.replaced}});
+}
+
 Json do_salvage(const Task& task) {
     StillMendReport report{};
     const auto code = MndJpegGeneralRepairReport(task.path_bytes("damaged").c_str(),
@@ -150,7 +174,7 @@ Json do_salvage(const Task& task) {
 Json do_judge(const Task& task) {
     const Judgement judgement =
         judge_raw({task.path("result"), task.path("damaged"), task.path("sample"), task.path("picture"),
-                   task.number("filled"), task.truth("lost_in_preview")});
+                   task.number("filled"), task.truth("lost_in_preview"), task.image()});
     if (!judgement.decodes) {
         require_memory_for(task, memory_of_decoding(task.path("result")));
     }
@@ -214,10 +238,16 @@ struct TaskFunction {
 };
 
 constexpr std::array kTasks = {
-    TaskFunction{"repair", do_repair}, TaskFunction{"salvage", do_salvage},
-    TaskFunction{"judge", do_judge},   TaskFunction{"intact", do_check_intact},
-    TaskFunction{"fill", do_fill},     TaskFunction{"preview", do_check_preview},
-    TaskFunction{"check", do_check},   TaskFunction{"diagnose", do_diagnose},
+    TaskFunction{"repair", do_repair},
+    TaskFunction{"raw", do_raw_repair},
+    TaskFunction{"pictures", do_replace_pictures},
+    TaskFunction{"salvage", do_salvage},
+    TaskFunction{"judge", do_judge},
+    TaskFunction{"intact", do_check_intact},
+    TaskFunction{"fill", do_fill},
+    TaskFunction{"preview", do_check_preview},
+    TaskFunction{"check", do_check},
+    TaskFunction{"diagnose", do_diagnose},
 };
 
 Json do_task(const Task& task) {

@@ -25,6 +25,19 @@ void throw_for_room(const Json& answer) {
     }
 }
 
+Attempt attempt_from(const WorkerAnswer& answer, const char* engine) {
+    Attempt attempt;
+    attempt.engine = engine;
+    attempt.problem = answer.problem;
+    if (!answer.json.is_null()) {
+        attempt.code = answer.json.required_integer<std::int32_t>("code");
+        attempt.image = found_image_from(answer.json.member("image"));
+        attempt.room_problem = answer.json.text("room");
+        attempt.no_room = answer.json.truth("no_room");
+    }
+    return attempt;
+}
+
 } // namespace
 
 Attempt Workers::repair(const fs::path& folder, const RepairTask& task) const {
@@ -40,14 +53,29 @@ Attempt Workers::repair(const fs::path& folder, const RepairTask& task) const {
     if (log_ != nullptr) {
         log_->take(folder / kWorkerLogFolder / kWorkerLog, task.title);
     }
-    Attempt attempt;
-    attempt.problem = answer.problem;
-    if (!answer.json.is_null()) {
-        attempt.code = answer.json.required_integer<std::int32_t>("code");
-        attempt.room_problem = answer.json.text("room");
-        attempt.no_room = answer.json.truth("no_room");
+    return attempt_from(answer, kExactEngine);
+}
+
+Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) const {
+    const WorkerAnswer answer = run_worker(Json::object({{"task", "raw"},
+                                                         {"damaged", name_in_task(folder, task.damaged)},
+                                                         {"sample", name_in_task(folder, task.sample)},
+                                                         {"output", name_in_task(folder, task.output)}}),
+                                           folder, limits_);
+    return attempt_from(answer, kRawEngine);
+}
+
+ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::path& photograph,
+                                           const fs::path& output) const {
+    const WorkerAnswer answer = run_worker(Json::object({{"task", "pictures"},
+                                                         {"photograph", name_in_task(folder, photograph)},
+                                                         {"output", name_in_task(folder, output)}}),
+                                           folder, limits_);
+    if (answer.json.is_null()) {
+        return {};
     }
-    return attempt;
+    return {answer.json.required_integer<std::uint64_t>("pictures"),
+            answer.json.required_integer<std::uint64_t>("replaced")};
 }
 
 SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task) const {
@@ -83,6 +111,7 @@ Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const
                                                          {"sample", name_in_task(folder, task.sample)},
                                                          {"picture", name_in_task(folder, task.picture)},
                                                          {"filled", task.filled},
+                                                         {"image", to_json(task.image)},
                                                          {"lost_in_preview", task.lost_in_preview}}),
                                            folder, limits_);
     if (!answer.json.is_null()) {

@@ -2,6 +2,7 @@
 
 #include "judge/Judge.h"
 #include "record/Record.h"
+#include "repair/OwnPictures.h"
 #include "repair/WorkerProcess.h"
 
 #include <cstdint>
@@ -27,15 +28,25 @@ class Workers {
     /// `log` receives the library's log lines and must outlive this object; null for none.
     explicit Workers(WorkerLimits limits, RunLog* log = nullptr) : limits_(std::move(limits)), log_(log) {}
 
-    /// Files of an advanced repair.
+    /// Files of a repair with a sample.
     struct RepairTask {
         std::filesystem::path damaged;
         std::filesystem::path sample;
         std::filesystem::path output;
         std::string title; ///< Of the damaged file and the sample, for the log.
     };
-    /// The advanced repair. Returns an attempt with its code or its problem. The library works in the folder.
+    /// The advanced repair. Returns an attempt with its engine, and its code or its problem. The library
+    /// works in the folder.
     [[nodiscard]] Attempt repair(const std::filesystem::path& folder, const RepairTask& task) const;
+
+    /// The same by the raw engine, which goes by content and writes no log. The output must not exist.
+    [[nodiscard]] Attempt repair_raw(const std::filesystem::path& folder, const RepairTask& task) const;
+
+    /// Writes a copy of a photograph whose previews show its own raw image, with the same raw image. Returns
+    /// how many it has and how many show it; nothing was written if that is none, whatever the reason.
+    [[nodiscard]] ReplacedPictures replace_pictures(const std::filesystem::path& folder,
+                                                    const std::filesystem::path& photograph,
+                                                    const std::filesystem::path& output) const;
 
     /// Files of a general repair.
     struct SalvageTask {

@@ -14,11 +14,17 @@ namespace plate_mend::host {
 
 namespace {
 
-constexpr std::array kColumns = {"damaged",    "damaged_size", "damaged_sha256", "verdict",     "problem",
-                                 "sample",     "sample_why",   "code",           "meaning",     "width",
-                                 "height",     "rows_good",    "data_errors",    "findings",    "camera",
-                                 "taken",      "refused",      "salvage_code",   "raw",         "raw_size",
-                                 "raw_sha256", "jpeg",         "jpeg_size",      "jpeg_sha256", "seconds"};
+constexpr std::array kColumns = {"damaged",       "damaged_size",   "damaged_sha256",
+                                 "unreadable",    "zeros_left_out", "verdict",
+                                 "problem",       "sample",         "sample_why",
+                                 "engine",        "code",           "meaning",
+                                 "way",           "pieces",         "pieces_found",
+                                 "pieces_proved", "notes",          "width",
+                                 "height",        "rows_good",      "data_errors",
+                                 "findings",      "camera",         "taken",
+                                 "refused",       "salvage_code",   "raw",
+                                 "raw_size",      "raw_sha256",     "jpeg",
+                                 "jpeg_size",     "jpeg_sha256",    "seconds"};
 
 constexpr int kDigits = 4; ///< After the decimal point of a number.
 
@@ -69,6 +75,14 @@ void add_file(std::vector<std::string>& fields, const std::optional<FileIdentity
     fields.push_back(file ? text(file->sha256) : "");
 }
 
+void add_image(std::vector<std::string>& fields, const std::optional<FoundImage>& image) {
+    fields.push_back(image ? text(name_of_way(image->way)) : "");
+    fields.push_back(image ? std::to_string(image->pieces) : "");
+    fields.push_back(image ? std::to_string(image->pieces_found) : "");
+    fields.push_back(image ? std::to_string(image->pieces_proved) : "");
+    fields.push_back(image ? text(join(explain_bits(image->notes, CodeSource::kNote))) : "");
+}
+
 void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     static const Attempt kNone;
     const Attempt& reported = attempt == nullptr ? kNone : *attempt;
@@ -76,8 +90,11 @@ void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     const bool decodes = judgement.decodes;
     fields.push_back(text(reported.sample));
     fields.push_back(text(reported.why));
+    fields.push_back(text(reported.engine));
     fields.push_back(reported.code ? std::to_string(*reported.code) : "");
-    fields.push_back(reported.code && *reported.code != 0 ? text(explain_repair(*reported.code)) : "");
+    fields.push_back(
+        reported.code && *reported.code != 0 ? text(explain_attempt(reported.engine, *reported.code)) : "");
+    add_image(fields, reported.image);
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
     fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");
@@ -105,6 +122,8 @@ std::string csv_row(const Record& record) {
     std::vector<std::string> fields;
     fields.reserve(kColumns.size());
     add_file(fields, record.damaged);
+    fields.push_back(std::to_string(unreadable_bytes(record.unreadable)));
+    fields.push_back(std::to_string(record.zeros_left_out));
     fields.emplace_back(name_of(record.verdict));
     fields.push_back(text(record.problem));
     add_attempt(fields, reported_attempt(record));

@@ -5,6 +5,8 @@
 #include "text/Format.h"
 #include "text/Text.h"
 
+#include <raw_mend/raw_mend.h>
+
 #include <algorithm>
 #include <random>
 #include <stdexcept>
@@ -167,7 +169,7 @@ std::vector<std::string> findings_of(const Record& record) {
     if (const Attempt* taken = record.taken()) {
         findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
     } else if (!record.attempts.empty()) {
-        findings.push_back("Repair: " + describe_refusal(record.attempts.back()));
+        findings.push_back("Repair: " + describe_refusal(record));
     }
     if (record.salvage.code && *record.salvage.code != 0) {
         findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
@@ -177,16 +179,23 @@ std::vector<std::string> findings_of(const Record& record) {
     return findings;
 }
 
+/// Whether the metadata of a result are the photograph's.
+bool has_own_metadata(const Attempt& attempt) {
+    return attempt.image && (attempt.image->notes & RAW_MEND_SAMPLE_METADATA) == 0;
+}
+
 /// Where the parts of the delivered files come from.
 std::string origin_html(const Record& record) {
     const std::string damaged = escape(base_name(record.damaged.path));
     std::string html;
     if (const Attempt* taken = record.taken(); taken != nullptr && record.raw) {
         const std::string& date = taken->judgement.taken;
+        const bool own = has_own_metadata(*taken);
         html += term_html("Image data", "from the damaged file <b>" + damaged + "</b>");
         html += term_html("Everything else: date, exposure, white balance, lens, GPS, serial number",
-                          "from the sample <b>" + escape(base_name(taken->sample)) + "</b>" +
-                              (date.empty() ? "" : ", so the file is dated " + escape(date)));
+                          own ? "from the damaged file, too"
+                              : "from the sample <b>" + escape(base_name(taken->sample)) + "</b>" +
+                                    (date.empty() ? "" : ", so the file is dated " + escape(date)));
     }
     if (record.jpeg) {
         html += term_html("JPEG",
@@ -195,12 +204,26 @@ std::string origin_html(const Record& record) {
     return html.empty() ? html : "<dl class=\"origin\">\n" + html + "</dl>\n";
 }
 
+/// What made the delivered photograph, and what to know about it.
+std::string repair_html(const Attempt& taken) {
+    if (!taken.image) {
+        return term_html("Repair", "carried out (code 0)");
+    }
+    std::vector<std::string> lines{describe(*taken.image)};
+    const auto notes = explain_bits(taken.image->notes, CodeSource::kNote);
+    lines.insert(lines.end(), notes.begin(), notes.end());
+    if (taken.pictures_rendered != 0) {
+        lines.push_back(format_count(taken.pictures_rendered, "preview") + " rendered from its own image");
+    }
+    return term_html("Repair by the raw engine", list_html(lines));
+}
+
 std::string samples_html(const Record& record) {
     std::string html;
     if (const Attempt* taken = record.taken()) {
         html += term_html("Sample taken", escape(taken->sample) +
                                               (taken->why.empty() ? "" : "<br>Why: " + escape(taken->why)));
-        html += term_html("Repair", "carried out (code 0)");
+        html += repair_html(*taken);
     }
     std::vector<std::string> refused;
     for (const Attempt& attempt : record.attempts) {
@@ -216,7 +239,7 @@ std::string salvage_html(const SalvagedPicture& salvage) {
     if (!salvage.code) {
         return "";
     }
-    std::vector<std::string> lines = salvage_warnings(salvage.warnings);
+    std::vector<std::string> lines = explain_bits(salvage.warnings, CodeSource::kWarning);
     if (salvage.blocks != 0) {
         lines.insert(lines.begin(), std::to_string(salvage.blocks_own) + " of " +
                                         std::to_string(salvage.blocks) +
@@ -349,7 +372,7 @@ std::string HtmlReport::summary(bool interrupted) const {
 void HtmlReport::close(bool interrupted) {
     write(
         "</ul>\n</main>\n<footer>In a repaired RAW photograph the image data are those of the damaged file; "
-        "all else, its date too, is the sample's. " +
+        "where nothing else is said, all else, its date too, is the sample's. " +
         escape(made_) + "</footer>\n" + script_ + "</body>\n</html>\n");
     const std::string text = summary(interrupted);
     if (text.size() > kSummaryRoom) {

@@ -81,11 +81,14 @@ std::string file_line(const Record& record) {
     }
     if (const Attempt* taken = record.taken()) {
         line += ", sample " + taken->sample;
+        if (taken->image) {
+            line += ", " + describe(*taken->image);
+        }
         if (!taken->judgement.findings.empty()) {
             line += " (" + join(taken->judgement.findings) + ")";
         }
     } else if (!record.attempts.empty()) {
-        line += ", " + describe_refusal(record.attempts.back());
+        line += ", " + describe_refusal(record);
     }
     return printable(line);
 }

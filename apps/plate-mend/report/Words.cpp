@@ -7,6 +7,26 @@
 
 namespace plate_mend::host {
 
+namespace {
+
+std::string explain_refusal(const Attempt& attempt) {
+    if (!attempt.problem.empty()) {
+        return attempt.problem;
+    }
+    if (!attempt.code) {
+        return "was not tried";
+    }
+    if (*attempt.code != 0) {
+        return explain_attempt(attempt.engine, *attempt.code);
+    }
+    if (!attempt.judgement.decodes) {
+        return "LibRaw does not decode the result";
+    }
+    return attempt.judgement.findings.empty() ? "another sample was taken" : join(attempt.judgement.findings);
+}
+
+} // namespace
+
 void Counts::add(Verdict verdict) {
     ++counts_.at(static_cast<std::size_t>(verdict));
 }
@@ -48,40 +68,41 @@ const char* describe(Verdict verdict) {
 }
 
 std::string describe_refusal(const Attempt& attempt) {
-    if (!attempt.problem.empty()) {
-        return attempt.problem;
-    }
-    if (!attempt.code) {
-        return "was not tried";
-    }
-    if (*attempt.code != 0) {
-        return explain_repair(*attempt.code);
-    }
-    if (!attempt.judgement.decodes) {
-        return "LibRaw does not decode the result";
-    }
-    return attempt.judgement.findings.empty() ? "another sample was taken" : join(attempt.judgement.findings);
+    return (attempt.engine == kRawEngine ? "raw engine: " : "") + explain_refusal(attempt);
 }
 
-std::vector<std::string> salvage_warnings(std::uint32_t warnings) {
-    std::vector<std::string> lines;
-    for (const CodeEntry& entry : all_codes()) {
-        if (entry.source == CodeSource::kWarning &&
-            (warnings & static_cast<std::uint32_t>(entry.code)) != 0) {
-            lines.emplace_back(entry.meaning);
+std::string describe_refusal(const Record& record) {
+    std::vector<std::string> parts;
+    for (const Attempt& attempt : record.attempts) {
+        if (attempt.sample == record.attempts.back().sample) {
+            parts.push_back(describe_refusal(attempt));
         }
     }
-    return lines;
+    return join(parts);
+}
+
+std::string describe(const FoundImage& image) {
+    const auto count = [](std::uint64_t pieces) { return format_count(pieces, "piece"); };
+    std::string text = std::string("image found ") + explain_way(image.way) + ", ";
+    if (image.pieces_found < image.pieces) {
+        text += std::to_string(image.pieces_found) + " of " + count(image.pieces);
+    } else {
+        text += count(image.pieces);
+    }
+    return text + ", " +
+           (image.pieces_proved >= image.pieces ? "proved" : std::to_string(image.pieces_proved) + " proved");
+}
+
+std::uint64_t unreadable_bytes(const std::vector<UnreadableSpan>& unreadable) {
+    return std::accumulate(unreadable.begin(), unreadable.end(), std::uint64_t{0},
+                           [](std::uint64_t bytes, const UnreadableSpan& span) { return bytes + span.size; });
 }
 
 std::string describe_unreadable(const std::vector<UnreadableSpan>& unreadable) {
-    std::uint64_t bytes = 0;
-    for (const UnreadableSpan& span : unreadable) {
-        bytes += span.size;
-    }
     const std::size_t places = unreadable.size();
     return places == 0 ? ""
-                       : format_size(bytes) + " of it cannot be read (" + format_count(places, "place") + ')';
+                       : format_size(unreadable_bytes(unreadable)) + " of it cannot be read (" +
+                             format_count(places, "place") + ')';
 }
 
 } // namespace plate_mend::host

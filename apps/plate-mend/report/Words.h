@@ -32,8 +32,14 @@ class Counts {
 /// Why an attempt was not chosen: the text of its code, its problem, or what its result lacks.
 [[nodiscard]] std::string describe_refusal(const Attempt& attempt);
 
-/// What was done to a salvaged JPEG, from the bits of StillMendReport.warnings: one line each.
-[[nodiscard]] std::vector<std::string> salvage_warnings(std::uint32_t warnings);
+/// The same for all attempts with the last sample; empty where nothing was tried.
+[[nodiscard]] std::string describe_refusal(const Record& record);
+
+/// "image found by how its rows fit one another, 66 of 67 pieces, 60 proved".
+[[nodiscard]] std::string describe(const FoundImage& image);
+
+/// Of all spans together.
+[[nodiscard]] std::uint64_t unreadable_bytes(const std::vector<UnreadableSpan>& unreadable);
 
 /// "8.2 kB of it cannot be read (3 places)"; empty where all of the damaged file was read.
 [[nodiscard]] std::string describe_unreadable(const std::vector<UnreadableSpan>& unreadable);

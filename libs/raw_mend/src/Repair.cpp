@@ -47,7 +47,8 @@ std::optional<FoundImage> find_proved_image(Bytes damaged, const Sample& sample)
     return image ? std::move(image) : find_fitting_rows(damaged, sample);
 }
 
-/// The damaged file's image, from its first piece to its last; empty, at the end of the file, if all are lost.
+/// The damaged file's image, from its first piece to its last; empty, at the end of the file, if all are
+/// lost.
 Extent extent_of(const FoundImage& image, Bytes damaged) {
     std::uint64_t begin = damaged.size();
     std::uint64_t end = 0;

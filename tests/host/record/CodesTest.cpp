@@ -51,13 +51,15 @@ TEST(Codes, SalvagersCodesAreExplained) {
 /// The constants of the public headers' enumerations as their texts have them: name and value.
 std::vector<std::pair<std::string, std::int32_t>> constants_of_headers() {
     std::vector<std::pair<std::string, std::int32_t>> constants;
-    for (const char* header : {PLATE_MEND_HEADER, STILL_MEND_HEADER}) {
+    for (const char* header : {PLATE_MEND_HEADER, RAW_MEND_HEADER, STILL_MEND_HEADER}) {
         const test::Bytes bytes = test::read_file(header);
         const std::string text(bytes.begin(), bytes.end());
         // A word, an equals sign and a number, also spread over lines.
         const std::regex constant(R"(\b([A-Z][A-Z0-9_]+)\s*=\s*(-?[0-9]+)\b)");
         for (std::sregex_iterator found(text.begin(), text.end(), constant), end; found != end; ++found) {
-            constants.emplace_back((*found)[1], std::stoi((*found)[2]));
+            if (!(*found)[1].str().starts_with("RAW_MEND_PICTURE_")) { // No report has them.
+                constants.emplace_back((*found)[1], std::stoi((*found)[2]));
+            }
         }
     }
     return constants;
@@ -70,7 +72,7 @@ TEST(Codes, EveryConstantOfTheHeadersHasAnEntryAndNoOtherHas) {
         EXPECT_THAT(entry.meaning, Not(StrEq(""))) << entry.name;
     }
     EXPECT_EQ(entries, constants_of_headers());
-    EXPECT_EQ(entries.size(), 70U) << "the headers were read";
+    EXPECT_EQ(entries.size(), 92U) << "the headers were read";
 }
 
 TEST(Codes, FailureSaysWhatToTryNext) {

@@ -42,6 +42,17 @@ void expect_same(const Attempt& left, const Attempt& right) {
     EXPECT_EQ(left.judgement.findings, right.judgement.findings);
     EXPECT_EQ(left.judgement.camera, right.judgement.camera);
     EXPECT_EQ(left.judgement.taken, right.judgement.taken);
+    EXPECT_EQ(left.engine, right.engine);
+    EXPECT_EQ(left.pictures_rendered, right.pictures_rendered);
+    ASSERT_EQ(left.image.has_value(), right.image.has_value());
+    if (left.image) {
+        EXPECT_EQ(left.image->way, right.image->way);
+        EXPECT_EQ(left.image->notes, right.image->notes);
+        EXPECT_EQ(left.image->pieces, right.image->pieces);
+        EXPECT_EQ(left.image->pieces_found, right.image->pieces_found);
+        EXPECT_EQ(left.image->pieces_proved, right.image->pieces_proved);
+        EXPECT_EQ(left.image->offset, right.image->offset);
+    }
 }
 
 void expect_same(const Record& left, const Record& right) {
@@ -114,6 +125,31 @@ TEST(RecordJson, FailedAttemptHasItsCodeInWordsAndNoJudgement) {
     EXPECT_TRUE(json.at("attempts").at(1).at("meaning").is_null());
     EXPECT_EQ(json.at("attempts").at(1).at("judgement").at("rows_good"), 0.75);
     EXPECT_EQ(json.at("attempts").at(2).at("code"), nullptr);
+}
+
+TEST(RecordJson, AttemptOfTheRawEngineSaysHowTheImageWasFound) {
+    const auto json = nlohmann::json::parse(to_json_line(test::full_record()));
+    EXPECT_EQ(json.at("attempts").at(0).at("image"), nullptr);
+    const auto& attempt = json.at("attempts").at(1);
+    EXPECT_EQ(attempt.at("engine"), "raw");
+    EXPECT_EQ(attempt.at("image"), nlohmann::json::parse(R"({"way":"rows","notes":5,"pieces":67,)"
+                                                         R"("pieces_found":66,"pieces_proved":65,)"
+                                                         R"("offset":59642})"));
+}
+
+TEST(RecordJson, CodeOfTheRawEngineIsExplainedAsItsOwn) {
+    Record record = test::full_record();
+    record.attempts[1].code = -5;
+    const auto json = nlohmann::json::parse(to_json_line(record));
+    EXPECT_THAT(json.at("attempts").at(1).at("meaning").get<std::string>(), HasSubstr("no image like"));
+}
+
+TEST(RecordJson, EveryWaySurvivesARoundTrip) {
+    for (std::uint32_t way = 0; way <= 5; ++way) {
+        Record record = test::full_record();
+        record.attempts[1].image->way = way;
+        EXPECT_EQ(read_again(record).attempts[1].image->way, way);
+    }
 }
 
 TEST(RecordJson, PathThatIsNotUtf8IsEscapedWithoutLoss) {

@@ -53,6 +53,15 @@ TEST(Csv, RowDescribesTheAttemptThatWasTaken) {
     EXPECT_EQ(row["damaged_size"], "9571748");
     EXPECT_EQ(row["verdict"], "partial");
     EXPECT_EQ(row["sample"], "samples/good.arw");
+    EXPECT_EQ(row["unreadable"], "1536");
+    EXPECT_EQ(row["zeros_left_out"], "65536");
+    EXPECT_EQ(row["engine"], "raw");
+    EXPECT_EQ(row["way"], "rows");
+    EXPECT_EQ(row["pieces"], "67");
+    EXPECT_EQ(row["pieces_found"], "66");
+    EXPECT_EQ(row["pieces_proved"], "65");
+    EXPECT_EQ(row["notes"], "date, exposure, serial number and the like are the sample's; some pieces of the "
+                            "image are lost; zeros are in their place");
     EXPECT_EQ(row["code"], "0");
     EXPECT_EQ(row["meaning"], "");
     EXPECT_EQ(row["rows_good"], "0.7500");
@@ -72,6 +81,8 @@ TEST(Csv, RowHasTheLastCodeWhenNothingWasTaken) {
     EXPECT_EQ(row["sample"], "samples/other.arw");
     EXPECT_EQ(row["code"], "-1126") << "a number is no formula";
     EXPECT_THAT(row["meaning"], HasSubstr("(code -1126)"));
+    EXPECT_EQ(row["engine"], "exact");
+    EXPECT_EQ(row["way"], "");
 }
 
 TEST(Csv, EmptyRecordHasAllFields) {

@@ -1,5 +1,7 @@
 #include "host/report/Records.h"
 
+#include <raw_mend/raw_mend.h>
+
 namespace test {
 
 using namespace plate_mend::host;
@@ -9,6 +11,7 @@ Record full_record() {
     first.sample = "samples/other.arw";
     first.why = "same camera, date nearest";
     first.code = -1126;
+    first.engine = kExactEngine;
     Attempt second;
     second.sample = "samples/good.arw";
     second.why = "same camera, size nearest";
@@ -22,6 +25,14 @@ Record full_record() {
                         .camera = "Sony DSLR-A330",
                         .taken = "2026-05-01 12:30:00"};
     second.taken = true;
+    second.engine = kRawEngine;
+    second.pictures_rendered = 3;
+    second.image = {.way = RAW_MEND_WAY_ROWS,
+                    .notes = RAW_MEND_SAMPLE_METADATA | RAW_MEND_PIECES_LOST,
+                    .pieces = 67,
+                    .pieces_found = 66,
+                    .pieces_proved = 65,
+                    .offset = 59642};
     Attempt third;
     third.sample = "samples/third.arw";
     third.why = "another camera";
@@ -30,6 +41,8 @@ Record full_record() {
     record.damaged = {"broken/IMG_0042.arw", 9571748, std::string(64, 'a')};
     record.verdict = Verdict::kPartial;
     record.problem = "";
+    record.unreadable = {{512, 1024}, {4096, 512}};
+    record.zeros_left_out = 65536;
     record.attempts = {first, second, third};
     record.salvage = {.code = -5,
                       .problem = "slow",

@@ -163,6 +163,44 @@ TEST_P(CrxTracksOfCameras, ComeBackWhateverTheHeadHasSuffered) {
     }
 }
 
+TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
+    const Camera camera = cameras().front();
+    REAL_FILE_OR_SKIP(head, camera.file);
+    const Photograph original = photograph(camera, head, 1, 8);
+    const Photograph other = photograph(camera, head, 2, 8);
+    const Photograph third = photograph(camera, head, 3, 8);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const Bytes raw = original.file.track(original.raw);
+    const std::size_t at = original.file.tracks[original.raw].offset;
+    const Bytes headless = zeroed(original.file.bytes, 0, at);
+    const std::size_t third_at = third.file.tracks[third.raw].offset;
+    const Bytes truncated = part(third.file.bytes, 0, third_at + 5000);
+    const Bytes from_raw = part(third.file.bytes, third_at, third.file.bytes.size());
+    struct Case {
+        std::string name;
+        Bytes damaged;
+        std::size_t proved;
+    };
+    const std::vector<Case> cases{
+        {"truncated before", joined(truncated, headless), 1},
+        {"truncated after", joined(headless, truncated), 1},
+        {"whole after", joined(headless, from_raw), 0},
+        {"end unconfirmed, whole after", joined(part(headless, 0, at + raw.size()), from_raw), 0},
+        {"blank", zeroed(headless, at + 50000, at + 54096), 0},
+    };
+    for (const Case& item : cases) {
+        SCOPED_TRACE(item.name);
+        const auto repaired = raw_mend::repair(item.damaged, *sample);
+        ASSERT_TRUE(repaired);
+        EXPECT_EQ(repaired->image.proved, item.proved);
+        EXPECT_EQ(repaired->image.doubts.empty(), item.proved == 1);
+        if (item.proved == 1) {
+            EXPECT_TRUE(image_bytes(written(*repaired->file)) == raw);
+        }
+    }
+}
+
 // ---- Whole photographs with pictures, so that their data are decoded. ----
 
 constexpr unsigned kBits = 14;

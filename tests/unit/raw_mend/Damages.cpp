@@ -43,6 +43,14 @@ Damage head_lost_after(const std::string& name, const std::function<Bytes(const 
             }};
 }
 
+Damage head_lost_before(const std::string& name, const Bytes& more) {
+    return {"head_all_before_" + name,
+            [more](const Bytes& file, std::size_t image, const Bytes&) {
+                return joined(zeroed(file, 0, image), more);
+            },
+            false};
+}
+
 /// In place of the head, so that the remains are directly before the image.
 Damage head_replaced_by_remains() {
     return {"head_replaced_by_remains", [](const Bytes& file, std::size_t image, const Bytes& other) {
@@ -75,6 +83,8 @@ const std::vector<Damage>& damages() {
             "remains",
             [](const Bytes& other) { return part(other, other.size() - other.size() / 3, other.size()); }),
         head_replaced_by_remains(),
+        head_lost_before("zeros", Bytes(20000)),
+        head_lost_before("noise", noise(20000, 11)),
     };
     return all;
 }

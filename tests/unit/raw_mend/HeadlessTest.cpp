@@ -72,8 +72,10 @@ TEST_P(Headless, ComeBackWhereverTheyAre) {
         // A few bytes before a 14-bit image decode too here, so that only the edge of the filler decides.
         const bool has_edge = damage.name != "head_replaced_by_remains";
         const bool is_proved = has_edge || GetParam().kind != Kind::kNikonLossless14;
-        EXPECT_EQ(repaired->image.proved, is_proved ? 1U : 0U)
-            << testing::PrintToString(repaired->image.doubts);
+        if (damage.ends_alike) {
+            EXPECT_EQ(repaired->image.proved, is_proved ? 1U : 0U)
+                << testing::PrintToString(repaired->image.doubts);
+        }
         EXPECT_EQ(image_by_tables(written(*repaired->file)), image(original));
     }
 }

@@ -38,7 +38,9 @@ TEST_P(Pairs, ComeBackPixelForPixelWhereverTheirImageIs) {
         ASSERT_TRUE(repaired && repaired->file);
         const Bytes result = written(*repaired->file);
         EXPECT_EQ(result.size(), repaired->file->size());
-        EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
+        if (damage.ends_alike) {
+            EXPECT_EQ(repaired->image.proved, repaired->image.pieces.size());
+        }
         EXPECT_EQ(decode_raw(result), expected);
     }
 }

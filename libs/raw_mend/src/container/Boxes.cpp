@@ -55,6 +55,9 @@ std::vector<Box> read_boxes(Inventory& inventory, std::uint64_t start, std::uint
     std::vector<Box> boxes;
     std::uint64_t at = start;
     while (at < end) {
+        if (!inventory.spend_box()) {
+            break;
+        }
         const auto box = read_box(reader, at, end);
         if (!box) {
             inventory.add_sentence("There is no box at offset " + std::to_string(at) +

@@ -9,6 +9,12 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kMostSentences = 48;
+constexpr std::uint64_t kMostNumbers = 1U << 17U; // Of two lists for 65,536 strips or tiles.
+constexpr std::uint64_t kMostDirectoryBytes = 1U << 20U;
+constexpr std::size_t kMostDirectories = 4096;
+constexpr std::uint64_t kMostBoxes = 1U << 16U;
+constexpr std::uint64_t kMostUnlisted = 1U << 16U;
+constexpr std::uint64_t kBytesPerUnlisted = 16;
 
 /// The same bytes, sorted and without overlaps or seams.
 std::vector<Extent> merge(std::vector<Extent> extents) {
@@ -72,6 +78,11 @@ std::uint64_t data_length(const Image& image) {
     return length;
 }
 
+Inventory::Inventory(Bytes bytes)
+    : bytes_(bytes), numbers_left_(std::min<std::uint64_t>(bytes.size() / 2, kMostNumbers)),
+      unlisted_left_(std::min<std::uint64_t>(bytes.size() / kBytesPerUnlisted, kMostUnlisted)),
+      directory_bytes_left_(kMostDirectoryBytes), boxes_left_(kMostBoxes) {}
+
 Inventory::Claim Inventory::claim(const Extent& extent) {
     const auto after = claims_.lower_bound(extent.offset);
     if (after != claims_.end() && after->first == extent.offset) {
@@ -82,16 +93,41 @@ Inventory::Claim Inventory::claim(const Extent& extent) {
     if (overlaps_next || overlaps_last) {
         return Claim::kOverlap;
     }
+    if (claims_.size() == kMostDirectories || extent.length > directory_bytes_left_) {
+        return Claim::kTooMany;
+    }
+    directory_bytes_left_ -= extent.length;
     claims_.emplace_hint(after, extent.offset, extent.end());
     return Claim::kNew;
 }
 
 bool Inventory::spend_numbers(std::uint64_t count) {
     if (count > numbers_left_) {
-        add_sentence("The tables state more numbers than the file has room for; some were not read.");
+        add_sentence(
+            "The tables state more numbers than the file has room for, or any photograph has; some were "
+            "not read.");
         return false;
     }
     numbers_left_ -= count;
+    return true;
+}
+
+bool Inventory::spend_unlisted(std::uint64_t count) {
+    if (count > unlisted_left_) {
+        add_sentence("The tables state more samples than the file has room for, or any photograph has; "
+                     "some were not read.");
+        return false;
+    }
+    unlisted_left_ -= count;
+    return true;
+}
+
+bool Inventory::spend_box() {
+    if (boxes_left_ == 0) {
+        add_sentence("There are more boxes than any photograph has; some were not read.");
+        return false;
+    }
+    --boxes_left_;
     return true;
 }
 

@@ -16,8 +16,6 @@ using byte_reader::ByteReader;
 /// More samples than this in one track, and they are not a photograph's.
 constexpr std::uint32_t kMostSamples = 1U << 16U;
 
-constexpr std::uint64_t kNumbersPerSample = 8;
-
 /// A table of numbers in a box.
 struct Table {
     std::uint64_t first = 0; ///< Offset of its first entry.
@@ -47,7 +45,7 @@ class SampleSizes {
         fixed_ = reader.u32(fixed_at_).value_or(0);
         if (fixed_ == 0) {
             table_ = table_at(reader, box, box.payload + 8, 4, inventory);
-            count_ = table_.count;
+            count_ = inventory.spend_numbers(table_.count * 2) ? table_.count : 0;
             return;
         }
         count_ = reader.u32(box.payload + 8).value_or(0);
@@ -55,9 +53,7 @@ class SampleSizes {
             inventory.add_sentence("A track states more than " + std::to_string(kMostSamples) + " samples.");
             count_ = kMostSamples;
         }
-        // No table grows with these samples. They count as many numbers, so that they are few for the file's
-        // size.
-        if (!inventory.spend_numbers(count_ * kNumbersPerSample)) {
+        if (!inventory.spend_unlisted(count_)) {
             count_ = 0;
         }
     }

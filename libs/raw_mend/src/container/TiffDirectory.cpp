@@ -68,6 +68,9 @@ bool TiffReader::claim(const Extent& extent) const {
     case Inventory::Claim::kSame:
         add_sentence("More than one table leads to the directory " + at_offset(extent.offset) + ".");
         return false;
+    case Inventory::Claim::kTooMany:
+        inventory_.add_sentence("There are more directories than any photograph has; some were not read.");
+        return false;
     case Inventory::Claim::kOverlap:
         break;
     }

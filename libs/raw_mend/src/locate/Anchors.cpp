@@ -69,6 +69,22 @@ void vote(Bytes damaged, Bytes sample, std::uint64_t anchor, std::map<std::int64
     }
 }
 
+/// Passes on the runs that other bytes follow, without some of their first bytes.
+template <typename Visit>
+void visit_fillers(Bytes file, const Visit& visit) {
+    constexpr std::size_t kStep = kLeastFiller / 2; // A run that is long enough has a step in its first half.
+    for (std::size_t at = kStep; at < file.size();) {
+        const auto other = [&](unsigned char byte) { return byte != file[at]; };
+        const auto from = file.begin() + static_cast<std::ptrdiff_t>(at);
+        const auto end = std::find_if(from, file.end(), other);
+        const auto length = static_cast<std::size_t>(end - from);
+        if (length >= kStep && end != file.end()) {
+            visit(Extent{at, length});
+        }
+        at += std::max(length / kStep, std::size_t{1}) * kStep;
+    }
+}
+
 } // namespace
 
 std::vector<std::int64_t> find_displacements(Bytes damaged, Bytes sample, std::span<const Extent> parts) {
@@ -86,18 +102,19 @@ std::vector<std::int64_t> find_displacements(Bytes damaged, Bytes sample, std::s
 
 std::vector<std::uint64_t> find_filler_ends(Bytes file) {
     std::vector<std::uint64_t> ends;
-    for (std::size_t at = kLeastFiller / 2; at < file.size() && ends.size() < kMostFillers;) {
-        const auto other = [&](unsigned char byte) { return byte != file[at]; };
-        const auto from = file.begin() + static_cast<std::ptrdiff_t>(at);
-        const auto end = std::find_if(from, file.end(), other);
-        const auto length = static_cast<std::size_t>(end - from);
-        // A run that is long enough has one of the places that are looked at in its first half.
-        if (length >= kLeastFiller / 2 && end != file.end()) {
-            ends.push_back(at + length);
+    visit_fillers(file, [&](const Extent& filler) {
+        if (ends.size() < kMostFillers) {
+            ends.push_back(filler.end());
         }
-        at += std::max(length / (kLeastFiller / 2), std::size_t{1}) * (kLeastFiller / 2);
-    }
+    });
     return ends;
+}
+
+std::optional<std::uint64_t> find_longest_filler_end(Bytes file) {
+    Extent longest;
+    visit_fillers(file,
+                  [&](const Extent& filler) { longest = filler.length > longest.length ? filler : longest; });
+    return longest.length == 0 ? std::nullopt : std::optional(longest.end());
 }
 
 } // namespace raw_mend

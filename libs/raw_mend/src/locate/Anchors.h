@@ -3,6 +3,7 @@
 #include "container/Description.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -17,5 +18,8 @@ namespace raw_mend {
 /// The ends of long runs of one value: filler, and what was zeroed. Image data may begin there, or, if their
 /// first bytes have that value, a few bytes before.
 [[nodiscard]] std::vector<std::uint64_t> find_filler_ends(Bytes file);
+
+/// The end of the longest of these runs.
+[[nodiscard]] std::optional<std::uint64_t> find_longest_filler_end(Bytes file);
 
 } // namespace raw_mend

@@ -75,7 +75,7 @@ void find_end(Bytes damaged, const CodedSample& sample, std::uint64_t limit, Cod
 std::vector<CodedPlace> find_coded_streams(Bytes damaged, const CodedSample& sample) {
     std::vector<CodedPlace> places;
     std::size_t at = find_marker(damaged, lossless_jpeg::kSoi, 0, damaged.size());
-    while (at < damaged.size()) {
+    while (at < damaged.size() && places.size() < kMostCodedPlaces) {
         const auto head = lossless_jpeg::read_head(damaged, at);
         const auto structure = head ? sample.find_structure(*head) : std::nullopt;
         std::size_t next = at + 2;

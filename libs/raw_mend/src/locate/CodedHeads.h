@@ -25,8 +25,12 @@ struct CodedPlace {
     [[nodiscard]] ByteRange range() const { return {offset, end}; }
 };
 
-/// All places of streams in the order of their offsets, which do not overlap. Reads each byte a bounded
-/// number of times. Lossy JPEGs, and frames that the sample's raw image does not have, are none.
+/// As many places are found at most. Photographs have some hundreds.
+inline constexpr std::size_t kMostCodedPlaces = 65536;
+
+/// All places of streams in the order of their offsets, which do not overlap, up to kMostCodedPlaces. Reads
+/// each byte a bounded number of times. Lossy JPEGs, and frames that the sample's raw image does not have,
+/// are none.
 [[nodiscard]] std::vector<CodedPlace> find_coded_streams(Bytes damaged, const CodedSample& sample);
 
 } // namespace raw_mend

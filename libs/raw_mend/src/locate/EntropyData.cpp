@@ -9,6 +9,7 @@ namespace raw_mend {
 
 namespace {
 
+constexpr std::size_t kMostStretches = 65536;
 constexpr std::size_t kLongRun = 64;                  // Bytes of a filler.
 constexpr std::uint64_t kMostBytesPerStuffing = 8192; // About 256 is usual.
 constexpr std::uint64_t kLeastBytesPerZero = 32;      // About 256 is usual; tables have many zeros.
@@ -88,7 +89,7 @@ class Search {
         const std::uint64_t length = end > begin_ ? end - begin_ : 0;
         const bool likely = length >= kLeastHeadlessBytes && stuffings_ > length / kMostBytesPerStuffing &&
                             zeros_ <= length / kLeastBytesPerZero;
-        if (length > 2 && (has_head_ || likely)) {
+        if (length > 2 && (has_head_ || likely) && found_.size() < kMostStretches) {
             found_.push_back({{begin_, end}, closed, has_head_});
         }
     }

@@ -20,7 +20,8 @@ inline constexpr std::uint64_t kLeastHeadlessBytes = 2048;
 
 /// The stretches in a range of a file: what survives of streams whose heads are lost, and those of other
 /// pictures. Each byte is read a bounded number of times. Of stretches without a head, those with fewer
-/// bytes, or with so few FFs that they are hardly compressed, are left out.
+/// bytes, or with so few FFs that they are hardly compressed, are left out, as are all after the first
+/// 65,536.
 [[nodiscard]] std::vector<EntropyData> find_entropy_data(Bytes bytes, const ByteRange& within);
 
 } // namespace raw_mend

@@ -51,7 +51,7 @@ void ImageContent::add_words(Bytes piece) {
 bool ImageContent::can_be_like(const ImageContent& sample) const {
     constexpr double kMostFiller = 0.75; // More than the sample has.
     constexpr double kMostText = 0.9;
-    constexpr double kMostTooLarge = 0.25;
+    constexpr double kMostTooLarge = 0.6;
     const bool is_text = share(text_, bytes_) > kMostText && share(sample.text_, sample.bytes_) < kMostText;
     const bool is_too_large =
         share(too_large_, words_) > kMostTooLarge + share(sample.too_large_, sample.words_);

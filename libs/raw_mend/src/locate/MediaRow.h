@@ -39,6 +39,9 @@ class MediaRow {
     /// Where the next item can begin, in ascending order.
     [[nodiscard]] std::vector<std::uint64_t> next_begins(std::size_t nth, const Extent& item) const;
 
+    /// By how many bytes the padding after an item may differ.
+    [[nodiscard]] std::uint64_t slack() const { return alignments_.empty() ? 0 : alignments_.back() - 1; }
+
     /// Bytes after the last item, to the end of mdat and to the end of the file.
     [[nodiscard]] std::uint64_t after_in_mdat() const { return after_in_mdat_; }
     [[nodiscard]] std::uint64_t after_in_file() const { return after_in_file_; }

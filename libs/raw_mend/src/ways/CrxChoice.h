@@ -16,10 +16,10 @@ struct CrxChoice {
 };
 
 /// Chooses the place for an item. A place ends where it must if its data decode to their end; if the sample's
-/// are coded in a way that cannot be checked, if what must follow it does, or a surviving table states its
-/// length. Of several that end where they must, one is certain only if all that can be
-/// said for any other can be said for it too, and more: a surviving table states its length, it is about
-/// where the sample has the item, or it is as far before the end of the file.
+/// are coded in a way that cannot be checked, if no part is blank, and what must follow it does, or a
+/// surviving table states its length. Of several that end where they must, one is certain only if all that
+/// can be said for any other can be said for it too, and more: a surviving table states its length, it is
+/// about where the sample has the item, or it is as far before the end of the file.
 [[nodiscard]] CrxChoice choose_crx_place(Bytes sample, Bytes damaged, const CrxPlaces& places,
                                          const MediaRow& row, std::size_t item);
 

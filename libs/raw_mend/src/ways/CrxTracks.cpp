@@ -1,5 +1,6 @@
 #include "ways/CrxTracks.h"
 
+#include "coding/BlankData.h"
 #include "coding/CrxCheck.h"
 #include "ways/CrxChoice.h"
 #include "ways/CrxNeighbours.h"
@@ -132,6 +133,17 @@ bool is_in_mdat(const Description& description) {
     });
 }
 
+/// Whether data decode if the sample's do, or have no blank part if the sample's have none.
+bool is_as_sound(Bytes sample, const MediaItem& intact, Bytes file, const MediaItem& item) {
+    const auto decodes = [](Bytes bytes, const MediaItem& one) {
+        return check_crx(bytes, one.data, one.layout) == CrxDecoding::kComplete;
+    };
+    if (decodes(sample, intact)) {
+        return decodes(file, item);
+    }
+    return has_blank_part(intact.data.of(sample)) || !has_blank_part(item.data.of(file));
+}
+
 } // namespace
 
 std::optional<FoundImage> find_crx_tracks(Bytes damaged, const Sample& sample) {
@@ -142,17 +154,11 @@ std::optional<FoundImage> find_crx_tracks(Bytes damaged, const Sample& sample) {
 bool has_whole_crx_tracks(Bytes file, const Description& own, const Sample& sample) {
     const auto intact = MediaRow::read(sample.file, sample.description);
     const auto found = MediaRow::read(file, own);
-    const auto alike = [](const MediaItem& one, const MediaItem& two) {
-        return one.kind == two.kind && one.raw_piece == two.raw_piece && one.layout.is_like(two.layout);
+    const auto alike = [&](const MediaItem& one, const MediaItem& two) {
+        return one.kind == two.kind && one.raw_piece == two.raw_piece && one.layout.is_like(two.layout) &&
+               (!one.raw_piece || is_as_sound(sample.file, one, file, two));
     };
-    const auto decodes = [](Bytes bytes, const MediaItem& item) {
-        return !item.raw_piece || check_crx(bytes, item.data, item.layout) == CrxDecoding::kComplete;
-    };
-    const auto all_decode = [&](Bytes bytes, const MediaRow& row) {
-        return std::ranges::all_of(row.items(), [&](const auto& item) { return decodes(bytes, item); });
-    };
-    return intact && found && std::ranges::equal(intact->items(), found->items(), alike) && is_in_mdat(own) &&
-           (!all_decode(sample.file, *intact) || all_decode(file, *found));
+    return intact && found && is_in_mdat(own) && std::ranges::equal(intact->items(), found->items(), alike);
 }
 
 } // namespace raw_mend

@@ -4,6 +4,7 @@
 #include "ways/CompletedTables.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace raw_mend {
@@ -30,7 +31,7 @@ class Layouts {
             add_at(Reason::kStructure, static_cast<std::int64_t>(range_.offset) + displacement);
         }
         add_with_filler();
-        add_at(Reason::kEndOfFile, start_by_end());
+        add_unsupported();
         add_at(Reason::kSampleStart, static_cast<std::int64_t>(range_.offset));
         return std::move(layouts_);
     }
@@ -40,8 +41,7 @@ class Layouts {
         return static_cast<std::int64_t>(damaged_.size()) - static_cast<std::int64_t>(after_ + range_.length);
     }
 
-    /// After filler, at the place that the end of the file or the sample says; or anywhere, if it extends to
-    /// the end of the file and has a length of its own.
+    /// After filler, at the place that the end of the file or the sample says.
     void add_with_filler() {
         const auto sample_start = static_cast<std::int64_t>(range_.offset);
         for (const std::int64_t start : {start_by_end(), sample_start}) {
@@ -49,6 +49,21 @@ class Layouts {
                 add_at(Reason::kFillerEnd, start);
             }
         }
+    }
+
+    /// As far from the end of the file as in the sample, or after most of all filler: whichever is nearer to
+    /// the sample's offset first.
+    void add_unsupported() {
+        const auto filler_end = find_longest_filler_end(damaged_);
+        const std::int64_t after_filler = filler_end ? static_cast<std::int64_t>(*filler_end) : -1;
+        const auto distance = [&](std::int64_t start) {
+            return std::abs(start - static_cast<std::int64_t>(range_.offset));
+        };
+        if (filler_end && distance(after_filler) < distance(start_by_end())) {
+            add_at(Reason::kFillerEnd, after_filler);
+        }
+        add_at(Reason::kEndOfFile, start_by_end());
+        add_at(Reason::kFillerEnd, after_filler);
     }
 
     /// The first bytes of the image may look like filler themselves.

@@ -12,7 +12,7 @@ struct Layout {
     enum class Reason {
         kTables,     ///< The damaged file's own tables, completed with the sample's where they are lost.
         kStructure,  ///< The sample's places, displaced as surviving structure is.
-        kFillerEnd,  ///< The image follows filler directly, and begins or ends where the sample's does.
+        kFillerEnd,  ///< The image follows filler directly.
         kEndOfFile,  ///< As far before the end of the file as in the sample.
         kSampleStart ///< At the sample's offset.
     };

@@ -15,13 +15,19 @@ bool has_heads(Coding coding) {
     switch (coding) {
     case Coding::kLosslessJpeg:
     case Coding::kLossyJpeg:
-    case Coding::kDeflate:
     case Coding::kCrx:
     case Coding::kFujiLossless:
         return true;
     default:
         return false;
     }
+}
+
+/// Whether a zlib stream may begin so: deflate, a sensible window, no dictionary, and the check bits.
+bool may_be_zlib(Bytes piece) {
+    constexpr unsigned kDictionary = 0x20;
+    return piece.size() > 2 && (piece[0] & 0x8FU) == 8 && (piece[1] & kDictionary) == 0 &&
+           (piece[0] * 256U + piece[1]) % 31 == 0;
 }
 
 class Guess {
@@ -53,6 +59,12 @@ class Guess {
 
   private:
     [[nodiscard]] bool is_possible(const Layout& layout) const {
+        const bool is_deflate = sample_.description.raw.frame.coding == Coding::kDeflate;
+        if (is_deflate && !std::ranges::all_of(layout.pieces, [&](const Extent& piece) {
+                return may_be_zlib(piece.of(damaged_));
+            })) {
+            return false;
+        }
         ImageContent content(sample_.description.raw.frame);
         for (const Extent& piece : layout.pieces) {
             content.add(piece.of(damaged_));

@@ -37,15 +37,34 @@ std::optional<Found> find_adjacent(Bytes damaged, const Sample& sample, const Sa
     return Found{static_cast<std::uint64_t>(found.images[0].start), found.pieces.size() == 1};
 }
 
+/// Whether rows that fit one another are in an image at an offset, in its phase.
+bool has_rows(const RowExtent& found, const RowGeometry& geometry, std::uint64_t start) {
+    return std::ranges::any_of(found.pieces, [&](const PhasePiece& piece) {
+        return piece.phase == start % geometry.row_bytes && piece.end > start &&
+               piece.begin < start + geometry.image_bytes();
+    });
+}
+
+/// By one whose place is certain, and rows of the other where it must be.
 std::optional<Found> find_apart(Bytes damaged, const Sample& sample, const SamplePlace& place,
                                 std::uint64_t distance) {
-    const RowExtent found = find_row_extent(damaged, sample.rows->geometry, sample.traits, place);
-    if (found.images.size() != 2 || found.images[0].start < 0 ||
-        found.images[1].start - found.images[0].start != static_cast<std::int64_t>(distance) ||
-        (found.images[0].is_doubtful() && found.images[1].is_doubtful())) {
-        return std::nullopt;
+    const RowGeometry& geometry = sample.rows->geometry;
+    const RowExtent found = find_row_extent(damaged, geometry, sample.traits, place);
+    std::optional<std::uint64_t> only;
+    for (const ImagePlace& image : found.images) {
+        const auto is_first = static_cast<std::uint64_t>(image.start);
+        for (const std::uint64_t start : {is_first, is_first - distance}) {
+            if (image.start < 0 || image.is_doubtful() || start > is_first ||
+                !has_rows(found, geometry, start) || !has_rows(found, geometry, start + distance)) {
+                continue;
+            }
+            if (only && only != start) {
+                return std::nullopt;
+            }
+            only = start;
+        }
     }
-    return Found{static_cast<std::uint64_t>(found.images[0].start), found.pieces.size() == 2};
+    return only ? std::optional(Found{*only, found.pieces.size() == 2}) : std::nullopt;
 }
 
 } // namespace

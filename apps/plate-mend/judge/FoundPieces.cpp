@@ -1,0 +1,102 @@
+#include "judge/FoundPieces.h"
+
+#include "files/FileBytes.h"
+#include "judge/Lengths.h"
+
+#include <raw_mend/raw_mend.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+namespace {
+
+constexpr std::uint64_t kNeedle = 256;       ///< Bytes by which image data are found in the damaged file.
+constexpr std::uint64_t kPastTheHead = 4096; ///< From the start of a piece: past its head.
+constexpr std::size_t kMostSearched = 16;    ///< Pieces; each search reads the damaged file.
+
+std::string describe_pieces(std::uint64_t some, std::uint64_t all) {
+    return all == 1 ? "the image's only piece"
+                    : std::to_string(some) + " of " + std::to_string(all) + " pieces of the image";
+}
+
+/// Some bytes of a piece, past its head, by which it is recognised.
+struct Needle {
+    std::uint64_t offset = 0; ///< In the result.
+    std::vector<unsigned char> bytes;
+};
+
+/// Of the pieces of the image, and of not too many of them.
+std::vector<Needle> choose_needles(const RawDecoder& decoder, FileBytes& file) {
+    const auto parts = decoder.part_offsets(file);
+    const std::size_t step = parts.size() / kMostSearched + 1;
+    std::vector<Needle> needles;
+    for (std::size_t part = 0; part < parts.size(); part += step) {
+        const std::uint64_t first = parts[part];
+        const std::uint64_t end = std::max(first, part + 1 < parts.size() ? parts[part + 1] : file.size());
+        const std::uint64_t at = first + std::min(kPastTheHead, (end - first) / 2);
+        needles.push_back({at, file.read(at, static_cast<std::size_t>(std::min(kNeedle, end - at)))});
+    }
+    return needles;
+}
+
+/// Where a needle is in the damaged file, at the place where it should be if it is there.
+std::optional<std::uint64_t> find_needle(const Needle& needle, FileBytes& damaged, std::uint64_t expected,
+                                         std::uint64_t from) {
+    return damaged.read(expected, needle.bytes.size()) == needle.bytes ? expected
+                                                                       : damaged.find(needle.bytes, from);
+}
+
+} // namespace
+
+PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
+    PieceDoubts doubts;
+    const std::uint64_t found = std::min(image.pieces_found, image.pieces);
+    const std::uint64_t lost = image.pieces - found;
+    if (lost != 0) {
+        doubts.findings.push_back(describe_pieces(lost, image.pieces) +
+                                  (lost == 1 ? " is lost" : " are lost"));
+    } else if ((image.notes & RAW_MEND_PIECES_LOST) != 0) {
+        doubts.findings.emplace_back("parts of the image are lost");
+    }
+    if ((image.notes & RAW_MEND_PLACES_GUESSED) != 0) {
+        doubts.findings.emplace_back("the place of parts of the image is a guess");
+        doubts.place_unknown = true;
+    } else if (image.pieces_proved < found && !decodes_exactly) {
+        const std::uint64_t open = found - image.pieces_proved;
+        doubts.findings.push_back(
+            "nothing proves that " + describe_pieces(open, image.pieces) +
+            (open == 1 ? " is complete and in its place" : " are complete and in their place"));
+        doubts.place_unknown = true;
+    }
+    return doubts;
+}
+
+std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const RawDecoder& decoder,
+                                              FileBytes& file) {
+    FileBytes damaged(request.damaged);
+    const FoundImage& image = request.image.value();
+    const auto needles = choose_needles(decoder, file);
+    if (image.pieces_found < image.pieces) {
+        return {}; // Any of the needles may be in zeros.
+    }
+    const std::uint64_t start = decoder.image_offset(file);
+    std::uint64_t end = 0; // Of what the result has from the image on, in the damaged file.
+    for (const Needle& needle : needles) {
+        const auto found = find_needle(needle, damaged, image.offset + (needle.offset - start), image.offset);
+        if (!found) {
+            return {"the image data are not those of the damaged file"};
+        }
+        end = *found + (file.size() - needle.offset);
+    }
+    if (end < damaged.size() && is_image_last(request.sample, decoder) && !damaged.only_slack_after(end)) {
+        return {describe_bytes_after_image(damaged.size() - end)};
+    }
+    return {};
+}
+
+} // namespace plate_mend::host

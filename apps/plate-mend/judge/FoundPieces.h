@@ -1,0 +1,32 @@
+#pragma once
+
+#include "judge/Judge.h"
+#include "judge/RawDecoder.h"
+
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// Why the raw engine's own report does not call an image whole.
+struct PieceDoubts {
+    std::vector<std::string> findings; ///< In words.
+    bool place_unknown = false; ///< Pieces may be in a wrong place. Lost ones leave zeros in their own.
+};
+
+/// Doubts about an image with lost pieces, with guessed places, or with pieces that nothing proves.
+///
+///   decodes_exactly  the judge has found that every piece of coded data ends where its image does
+[[nodiscard]] PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly);
+
+/// Compares a result of the raw engine with the files that it was made from. Returns what differs, in words:
+/// image data that are not the damaged file's, and bytes that are left over after the image where nothing
+/// follows it in the sample and each row takes the same number of bytes, since foreign bytes between rows do
+/// not show otherwise.
+///
+///   decoder  has opened the result
+///   file     the result
+[[nodiscard]] std::vector<std::string> compare_with_damaged(const JudgeRequest& request,
+                                                            const RawDecoder& decoder, FileBytes& file);
+
+} // namespace plate_mend::host

@@ -1,0 +1,71 @@
+#include "repair/Engines.h"
+
+#include "files/SafeOutput.h"
+#include "text/Paths.h"
+
+#include <utility>
+
+namespace plate_mend::host {
+
+namespace fs = std::filesystem;
+
+std::vector<Engine> Engines::accepting(const RankedSample& sample) const {
+    const bool known = damaged_.format && damaged_.format == format_of(sample.path);
+    return known ? std::vector{Engine::kExact, Engine::kRaw} : std::vector{Engine::kRaw};
+}
+
+Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
+    const bool exact = engine == Engine::kExact;
+    const fs::path sample = name_for_engine(engine, ranked);
+    Trial trial;
+    // The decoder goes by content, but the extension does no harm.
+    trial.result = folder_ / (exact ? "made" : "raw-made");
+    trial.result += damaged_.path.extension();
+    trial.picture = pictures_ ? folder_ / "made.jpg" : fs::path();
+    fs::remove(trial.result);
+    fs::remove(trial.picture);
+    const Workers::RepairTask task{damaged_.copy, sample, trial.result,
+                                   utf8_from(damaged_.path) + ", sample " + utf8_from(ranked.path)};
+    trial.attempt = exact ? workers_.repair(folder_, task) : workers_.repair_raw(folder_, task);
+    trial.attempt.sample = utf8_from(ranked.path);
+    trial.attempt.why = ranked.why;
+    if (trial.attempt.code == 0) {
+        trial.attempt.judgement = judge({.result = trial.result,
+                                         .damaged = damaged_.copy,
+                                         .sample = sample,
+                                         .picture = trial.picture,
+                                         .image = trial.attempt.image});
+    }
+    return trial;
+}
+
+/// The exact engine writes to a CR3 sample's mapping, and others may use the sample at the same time.
+fs::path Engines::name_for_engine(Engine engine, const RankedSample& ranked) const {
+    if (engine != Engine::kExact || damaged_.format != RawFormat::kCr3) {
+        return reachable_name(ranked.path, folder_, "sample");
+    }
+    fs::path copy = folder_ / "sample-copy";
+    copy += ranked.path.extension();
+    fs::copy_file(ranked.path, copy, fs::copy_options::overwrite_existing);
+    fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
+    return copy;
+}
+
+/// A result that a decoder refuses because it is truncated gets zeros for what is lost, and is judged again.
+/// Zeros in place of what could not be read may look like anything, so they are a finding.
+Judgement Engines::judge(JudgeRequest request) const {
+    Judgement judgement = workers_.judge(folder_, request);
+    if (!judgement.decodes) {
+        request.filled = workers_.fill(folder_, request.result, request.sample);
+        if (request.filled != 0) {
+            request.lost_in_preview = workers_.is_lost_in_preview(folder_, request.damaged);
+            judgement = workers_.judge(folder_, request);
+        }
+    }
+    if (judgement.decodes && damaged_.unreadable) {
+        judgement.findings.emplace_back("parts of the damaged file cannot be read");
+    }
+    return judgement;
+}
+
+} // namespace plate_mend::host

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "files/Formats.h"
+#include "repair/Samples.h"
+#include "repair/Workers.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// The damaged file of a repair.
+struct DamagedFile {
+    std::filesystem::path path;      ///< As the user gave it.
+    std::filesystem::path copy;      ///< The working copy.
+    std::optional<RawFormat> format; ///< By the extension; nothing for one that only the raw engine accepts.
+    bool unreadable = false;         ///< Zeros replace parts that cannot be read.
+};
+
+/// The engines, in the order in which each sample is tried.
+enum class Engine {
+    kExact, ///< lib_plate_mend, for the formats that it knows.
+    kRaw,   ///< lib_raw_mend, which goes by content.
+};
+
+/// What one engine made with one sample.
+struct Trial {
+    Attempt attempt;
+    std::filesystem::path result;  ///< Exists if the attempt's code is 0. In the working folder.
+    std::filesystem::path picture; ///< A small picture of it, if one was made; empty: none was asked for.
+};
+
+/// Has engines repair one damaged file, and results judged, in workers. Throws as Workers does, and
+/// std::system_error.
+class Engines {
+  public:
+    /// The folder is for work on this file. Everything given must outlive this object.
+    Engines(const Workers& workers, const DamagedFile& damaged, const std::filesystem::path& folder,
+            bool pictures)
+        : workers_(workers), damaged_(damaged), folder_(folder), pictures_(pictures) {}
+
+    /// Those that accept the damaged file and the sample, in their order.
+    [[nodiscard]] std::vector<Engine> accepting(const RankedSample& sample) const;
+
+    /// Tries a sample. What an earlier trial of this engine made is replaced.
+    [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& sample) const;
+
+  private:
+    [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& sample) const;
+    [[nodiscard]] Judgement judge(JudgeRequest request) const;
+
+    const Workers& workers_;
+    const DamagedFile& damaged_;
+    const std::filesystem::path& folder_;
+    bool pictures_;
+};
+
+} // namespace plate_mend::host

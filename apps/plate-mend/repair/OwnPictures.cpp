@@ -1,0 +1,106 @@
+#include "repair/OwnPictures.h"
+
+#include "judge/PreviewCoder.h"
+#include "judge/RawDecoder.h"
+#include "judge/Rendering.h"
+#include "text/Paths.h"
+
+#include <raw_mend/raw_mend.h>
+
+#include <algorithm>
+#include <new>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace plate_mend::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// More than any camera writes.
+constexpr std::uint32_t kMostPictures = 64;
+
+void require_memory_from(std::int32_t code) {
+    if (code == RAW_MEND_NO_MEMORY) {
+        throw std::bad_alloc();
+    }
+}
+
+/// The pictures of a photograph; none if there are too many.
+std::vector<RawMendPicture> list_pictures(const std::string& photograph) {
+    std::vector<RawMendPicture> pictures(kMostPictures);
+    std::uint32_t count = 0;
+    const std::int32_t code = RawMendPictures(photograph.c_str(), pictures.data(), kMostPictures, &count);
+    require_memory_from(code);
+    pictures.resize(code == RAW_MEND_OK && count <= kMostPictures ? count : 0);
+    return pictures;
+}
+
+std::vector<unsigned char> coded_as(const RawMendPicture& picture, const PreviewCoder& coder) {
+    if (!PreviewCoder::can_code(picture.width, picture.height)) {
+        return {};
+    }
+    switch (picture.coding) {
+    case RAW_MEND_PICTURE_JPEG:
+        return coder.jpeg(picture.width, picture.height, picture.length);
+    case RAW_MEND_PICTURE_RGB:
+        return coder.rgb(picture.width, picture.height);
+    default:
+        return {};
+    }
+}
+
+/// The rendering of a photograph as its sensor has it; nothing where it cannot be rendered.
+std::optional<PreviewCoder> coder_for(const fs::path& photograph) {
+    RawDecoder decoder;
+    if (!decoder.open(photograph) || !decoder.unpack().empty()) {
+        return std::nullopt;
+    }
+    Image rendering = render(decoder.raw(), false);
+    return rendering.rgb.empty() ? std::nullopt
+                                 : std::optional<PreviewCoder>(std::in_place, std::move(rendering));
+}
+
+bool have_same_raw_image(const fs::path& one, const fs::path& other) {
+    RawDecoder ours;
+    RawDecoder theirs;
+    return ours.open(one) && theirs.open(other) && ours.unpack().empty() && theirs.unpack().empty() &&
+           ours.has_same_samples(theirs);
+}
+
+} // namespace
+
+ReplacedPictures replace_pictures(const fs::path& photograph, const fs::path& output) {
+    const std::string name = utf8_from(photograph);
+    const auto pictures = list_pictures(name);
+    const auto coder = pictures.empty() ? std::nullopt : coder_for(photograph);
+    if (!coder) {
+        return {};
+    }
+    ReplacedPictures result{pictures.size(), 0};
+    std::vector<std::vector<unsigned char>> coded;
+    std::vector<RawMendPictureData> data;
+    for (const RawMendPicture& picture : pictures) {
+        const auto& bytes = coded.emplace_back(coded_as(picture, *coder));
+        data.push_back({bytes.empty() ? nullptr : bytes.data(), bytes.size()});
+        result.replaced += bytes.empty() ? 0U : 1U;
+    }
+    if (result.replaced == 0) {
+        return {};
+    }
+    const std::int32_t code = RawMendReplacePictures(
+        name.c_str(), data.data(), static_cast<std::uint32_t>(data.size()), utf8_from(output).c_str());
+    require_memory_from(code);
+    if (code != RAW_MEND_OK || !have_same_raw_image(photograph, output)) {
+        std::error_code none;
+        fs::remove(output, none);
+        return {};
+    }
+    return result;
+}
+
+} // namespace plate_mend::host

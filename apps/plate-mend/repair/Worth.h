@@ -1,0 +1,17 @@
+#pragma once
+
+#include "record/Record.h"
+
+namespace plate_mend::host {
+
+/// The verdict on a result by itself: whole, partial, or not repaired.
+[[nodiscard]] Verdict verdict_of(const Judgement& judgement);
+
+/// Whether an attempt's result is a photograph that is better than another's: by verdict, then by its share
+/// of good rows, then by fewer signs of damage; of equal ones the exact engine's is better than the raw
+/// one's.
+///
+///   kept  the best attempt so far; null: none
+[[nodiscard]] bool is_better(const Attempt& attempt, const Attempt* kept);
+
+} // namespace plate_mend::host

@@ -1,0 +1,182 @@
+#include "host/BatchFixture.h"
+
+#include "judge/RawDecoder.h"
+#include "support/Jpeg.h"
+#include "support/RawDecode.h"
+#include "support/RealFiles.h"
+
+#include <gmock/gmock.h>
+
+#include <raw_mend/raw_mend.h>
+
+#include <cmath>
+#include <functional>
+
+// The program on photographs from real cameras, in pairs: one is damaged, the other is its sample.
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using plate_mend::host::Record;
+using plate_mend::host::Verdict;
+
+struct RealPair {
+    const char* original;
+    const char* sample;
+    std::size_t image; ///< Offset of the original's image.
+};
+
+struct HeadDamage {
+    const char* name;
+    std::function<Bytes(const Bytes& original, std::size_t image)> apply;
+};
+
+constexpr std::size_t kKiB = 1024;
+
+Bytes without_head(const Bytes& original, std::size_t length) {
+    return zeroed(original, 0, length);
+}
+
+Bytes displaced(const Bytes& bytes, std::size_t by) {
+    return joined(noise(by, 12), bytes);
+}
+
+/// Damages that leave every byte of the image where the head is shorter than what precedes the image.
+const std::vector<HeadDamage>& head_damages() {
+    static const std::vector<HeadDamage> kAll = {
+        {"HeadOf4KiB",
+         [](const Bytes& o, std::size_t image) { return without_head(o, std::min(image, 4 * kKiB)); }},
+        {"HeadOf64KiB",
+         [](const Bytes& o, std::size_t image) { return without_head(o, std::min(image, 64 * kKiB)); }},
+        {"WholeHead", without_head},
+        {"DisplacedBy512", [](const Bytes& o, std::size_t) { return displaced(o, 512); }},
+        {"DisplacedBy4096", [](const Bytes& o, std::size_t) { return displaced(o, 4096); }},
+        {"DisplacedBy1000", [](const Bytes& o, std::size_t) { return displaced(o, 1000); }},
+        {"HeadOf4KiBDisplaced",
+         [](const Bytes& o, std::size_t image) {
+             return displaced(without_head(o, std::min(image, 4 * kKiB)), 4096);
+         }},
+        {"WholeHeadDisplaced",
+         [](const Bytes& o, std::size_t image) { return displaced(without_head(o, image), 1000); }},
+    };
+    return kAll;
+}
+
+/// The samples of the JPEG that LibRaw takes for a photograph's preview; nothing when there is none.
+std::optional<Bytes> preview_of(const fs::path& photograph) {
+    plate_mend::host::RawDecoder decoder;
+    if (!decoder.open(photograph)) {
+        return std::nullopt;
+    }
+    const auto preview = decoder.unpack_preview();
+    return preview.jpeg ? jpeg_samples(Bytes(preview.jpeg->begin(), preview.jpeg->end())) : std::nullopt;
+}
+
+/// Mean step between samples; as large as can be for pictures of other sizes.
+double difference(const Bytes& one, const Bytes& other) {
+    if (one.size() != other.size()) {
+        return 255;
+    }
+    double sum = 0;
+    for (std::size_t index = 0; index < one.size(); ++index) {
+        sum += std::abs(static_cast<double>(one[index]) - static_cast<double>(other[index]));
+    }
+    return sum / static_cast<double>(one.size());
+}
+
+class RealPairs : public BatchFixture, public ::testing::WithParamInterface<RealPair> {
+  protected:
+    /// Repairs a damaged file with the sample; its record.
+    Record repair(const Bytes& broken, const Bytes& good) {
+        const std::string extension = fs::path(GetParam().original).extension().string();
+        write_file(folder / ("broken" + extension), broken);
+        write_file(folder / ("sample" + extension), good);
+        status = run({"repair", "--force", "--no-fallback", "-s", in("sample" + extension), "--json",
+                      in("records.jsonl"), in("broken" + extension)});
+        return records().at("broken" + extension);
+    }
+
+    int status = 0;
+};
+
+TEST_P(RealPairs, DamageBeforeTheImageEndsInTheOriginalsPixels) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const auto picture = decode_raw(photo);
+    ASSERT_TRUE(picture.has_value());
+    for (const HeadDamage& damage : head_damages()) {
+        const Record record = repair(damage.apply(photo, GetParam().image), good);
+        EXPECT_EQ(status, 0) << damage.name << out << err;
+        EXPECT_EQ(record.verdict, Verdict::kWhole) << damage.name;
+        ASSERT_TRUE(record.raw.has_value()) << damage.name;
+        EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == picture) << damage.name;
+    }
+}
+
+TEST_P(RealPairs, PreviewsShowThePhotograph) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    if (photo == good) {
+        GTEST_SKIP() << "needs two photographs";
+    }
+    const Record record = repair(without_head(photo, GetParam().image), good);
+    const auto* taken = record.taken();
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->image->notes & RAW_MEND_SAMPLE_PICTURES, 0U);
+    write_file(folder / "photo", photo);
+    const auto result = preview_of(record.raw->path);
+    write_file(folder / "good", good);
+    const auto sample_preview = preview_of(folder / "good");
+    const auto photo_preview = preview_of(folder / "photo");
+    ASSERT_EQ(result.has_value(), photo_preview.has_value());
+    ASSERT_EQ(result.has_value(), sample_preview.has_value());
+    if (result) {
+        EXPECT_GT(taken->pictures_rendered, 0U);
+        EXPECT_LT(difference(*result, *photo_preview), difference(*result, *sample_preview));
+    }
+}
+
+TEST_P(RealPairs, DamageWithinTheImageIsNeverCalledWhole) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const std::size_t at = (GetParam().image + (photo.size() - GetParam().image) / 2) / 512 * 512;
+    constexpr std::size_t kCluster = 32 * kKiB;
+    const Bytes before = part(photo, 0, at);
+    const Bytes beheaded = without_head(before, GetParam().image);
+    const Bytes rest = part(photo, at + kCluster, photo.size());
+    const std::vector<std::pair<const char*, Bytes>> broken = {
+        {"lost", joined(before, rest)},
+        {"zeroed", joined(joined(beheaded, Bytes(kCluster)), rest)},
+        {"overwritten", joined(joined(before, noise(kCluster, 7)), rest)},
+        {"put in", joined(joined(beheaded, noise(kCluster, 7)), part(photo, at, photo.size()))},
+    };
+    for (const auto& [name, bytes] : broken) {
+        const Record record = repair(bytes, good);
+        EXPECT_NE(status, 0) << name;
+        EXPECT_NE(record.verdict, Verdict::kWhole) << name;
+        EXPECT_NE(record.verdict, Verdict::kIntact) << name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cameras, RealPairs,
+    ::testing::Values(
+        RealPair{"pairs/canon-30d/IMG_0848.CR2", "pairs/canon-30d/IMG_5952.CR2", 629814},
+        RealPair{"pairs/canon-30d/IMG_5952.CR2", "pairs/canon-30d/IMG_0848.CR2", 751441},
+        RealPair{"pairs/nikon-d5000-dng/sample1.dng", "pairs/nikon-d5000-dng/sample2.dng", 673114},
+        RealPair{"pairs/nikon-d5000-dng/sample2.dng", "pairs/nikon-d5000-dng/sample1.dng", 677728},
+        RealPair{"pairs/picamera-rig/image_0.dng", "pairs/picamera-rig/image_3.dng", 748},
+        RealPair{"pairs/picamera-rig/image_3.dng", "pairs/picamera-rig/image_0.dng", 748},
+        RealPair{"nef/nikon-d1.nef", "nef/nikon-d1.nef", 59642},
+        RealPair{"dng/blackmagic-pocket.dng", "dng/blackmagic-pocket.dng", 9216},
+        RealPair{"dng/canon-x4-colorchart.dng", "dng/canon-x4-colorchart.dng", 1536}),
+    [](const auto& pair) {
+        std::string name = fs::path(pair.param.original).stem().string();
+        std::erase_if(name,
+                      [](char letter) { return std::isalnum(static_cast<unsigned char>(letter)) == 0; });
+        return name;
+    });
+
+} // namespace
+} // namespace test

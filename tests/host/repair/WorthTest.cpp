@@ -1,0 +1,49 @@
+#include "repair/Worth.h"
+
+#include <gtest/gtest.h>
+
+namespace plate_mend::host {
+namespace {
+
+Attempt attempt_of(const char* engine, std::optional<double> rows, std::size_t findings,
+                   bool decodes = true) {
+    Attempt attempt;
+    attempt.engine = engine;
+    attempt.judgement.decodes = decodes;
+    attempt.judgement.rows_good = rows;
+    attempt.judgement.findings.assign(findings, "a sign of damage");
+    return attempt;
+}
+
+TEST(Worth, VerdictNeedsADecodeAndRowsAndNoFindings) {
+    EXPECT_EQ(verdict_of(attempt_of("raw", 1.0, 0).judgement), Verdict::kWhole);
+    EXPECT_EQ(verdict_of(attempt_of("raw", 1.0, 1).judgement), Verdict::kPartial);
+    EXPECT_EQ(verdict_of(attempt_of("raw", 0.0, 1).judgement), Verdict::kNotRepaired);
+    EXPECT_EQ(verdict_of(attempt_of("raw", 1.0, 0, false).judgement), Verdict::kNotRepaired);
+}
+
+TEST(Worth, WhatIsNoPhotographIsNeverKept) {
+    EXPECT_FALSE(is_better(attempt_of("exact", 0.0, 1), nullptr));
+    EXPECT_FALSE(is_better(attempt_of("exact", 1.0, 0, false), nullptr));
+    EXPECT_TRUE(is_better(attempt_of("exact", 0.02, 1), nullptr));
+}
+
+TEST(Worth, VerdictCountsFirstThenRowsThenFindings) {
+    const Attempt partial = attempt_of("raw", 0.9, 2);
+    EXPECT_TRUE(is_better(attempt_of("raw", 1.0, 0), &partial));
+    EXPECT_TRUE(is_better(attempt_of("raw", 0.95, 3), &partial));
+    EXPECT_TRUE(is_better(attempt_of("raw", 0.9, 1), &partial));
+    EXPECT_FALSE(is_better(attempt_of("raw", 0.8, 1), &partial));
+    EXPECT_FALSE(is_better(attempt_of("raw", std::nullopt, 1), &partial));
+}
+
+TEST(Worth, ExactEngineWinsATie) {
+    const Attempt exact = attempt_of("exact", 0.9, 2);
+    const Attempt raw = attempt_of("raw", 0.9, 2);
+    EXPECT_TRUE(is_better(exact, &raw));
+    EXPECT_FALSE(is_better(raw, &exact));
+    EXPECT_FALSE(is_better(exact, &exact)) << "the first sample's is kept";
+}
+
+} // namespace
+} // namespace plate_mend::host
