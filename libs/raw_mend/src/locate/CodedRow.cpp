@@ -71,10 +71,21 @@ class Choice {
         return offset > usual ? offset - usual : usual - offset;
     }
 
+    /// How many places before each one are proved, and before the end.
+    [[nodiscard]] std::vector<std::size_t> proved_before() const {
+        std::vector<std::size_t> counts{0};
+        for (const CodedPlace& place : places_) {
+            counts.push_back(counts.back() + (place.proved ? 1U : 0U));
+        }
+        return counts;
+    }
+
     bool choose_unbroken() {
         const std::size_t count = sample_.count();
         const auto lengths = lengths_of_rows();
         const auto frames = lengths_of_matching_frames();
+        const auto before = proved_before();
+        const auto proved = [&](std::size_t first) { return before[first + count] - before[first]; };
         std::optional<std::size_t> best;
         std::size_t rows = 0;
         for (std::size_t last = count - 1; last < places_.size(); ++last) {
@@ -83,7 +94,8 @@ class Choice {
                 continue;
             }
             ++rows;
-            if (!best || distance(first) < distance(*best)) {
+            const bool better = !best || proved(first) > proved(*best);
+            if (better || (proved(first) == proved(*best) && distance(first) < distance(*best))) {
                 best = first;
             }
         }
@@ -94,7 +106,8 @@ class Choice {
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
                                   (count == 1 ? " stream" : " streams") +
-                                  " are in the file; the one nearest to the sample's offset was chosen.");
+                                  " are in the file; of those with the most proved streams, the one nearest "
+                                  "to the sample's offset was chosen.");
         }
         return true;
     }

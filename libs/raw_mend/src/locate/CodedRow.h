@@ -28,8 +28,9 @@ struct CodedRow {
 };
 
 /// Chooses the places for the sample's number of pieces. An unbroken row of that many, with the sample's
-/// spacing, is preferred; several such rows are a doubt, and the one nearest to the sample's offset is
-/// chosen. With fewer places, each gets the index that the bytes between them allow.
+/// spacing, is preferred. The one with the most proved streams is chosen, of equal ones that nearest to the
+/// sample's offset; several rows are a doubt. With fewer places, each
+/// gets the index that the bytes between them allow.
 [[nodiscard]] CodedRow choose_row(Bytes damaged, const std::vector<CodedPlace>& places,
                                   const CodedSample& sample);
 

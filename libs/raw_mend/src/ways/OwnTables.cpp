@@ -123,6 +123,15 @@ bool is_like(const Image& image, const Sample& sample) {
     return image.frame == raw.frame && image.pieces.size() == raw.pieces.size();
 }
 
+/// Whether the image is the sample's own: cards and recovered files hold remains of other photographs.
+bool is_image_of(const Sample& sample, Bytes file, const Image& image) {
+    return std::ranges::equal(image.pieces, sample.description.raw.pieces,
+                              [&](const Piece& piece, const Piece& other) {
+                                  return piece.data.is_within(file) && other.data.is_within(sample.file) &&
+                                         std::ranges::equal(piece.data.of(file), other.data.of(sample.file));
+                              });
+}
+
 } // namespace
 
 std::vector<Extent> OwnStructure::pieces() const {
@@ -135,6 +144,7 @@ std::vector<Extent> OwnStructure::pieces() const {
 
 std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample) {
     std::optional<OwnStructure> possible;
+    std::optional<OwnStructure> sample_itself;
     std::size_t offset = 0;
     for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
         offset = find_header(damaged, sample, offset);
@@ -148,14 +158,18 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         }
         const Judgement judgement = judge(file, *own, sample);
         OwnStructure found{offset, std::move(*own), judgement == Judgement::kProved};
-        if (found.is_proved) {
+        if (found.is_proved && !is_image_of(sample, file, found.description.raw)) {
             return found;
+        }
+        if (found.is_proved && !sample_itself) {
+            sample_itself = std::move(found);
+            continue;
         }
         if (judgement == Judgement::kPossible && !possible) {
             possible = std::move(found);
         }
     }
-    return possible;
+    return possible ? possible : sample_itself;
 }
 
 } // namespace raw_mend

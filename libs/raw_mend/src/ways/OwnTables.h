@@ -19,7 +19,7 @@ struct OwnStructure {
 
 /// The first photograph like the sample in a damaged file whose own tables lead to an image of the same
 /// frame, all of whose pieces are proved, and say of it what those of the sample do; if there is none, the
-/// first whose image may be at fault nowhere.
+/// first whose image may be at fault nowhere. One with the sample's own image only if there is no other.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend
