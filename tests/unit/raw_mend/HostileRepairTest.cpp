@@ -49,7 +49,7 @@ bool repairs_consistently(const Bytes& damaged, const Bytes& sample_file) {
     }
     const raw_mend::FoundImage& image = repaired->image;
     EXPECT_EQ(image.pieces.size(), sample->description.raw.pieces.size());
-    EXPECT_GT(image.count_found(), 0U);
+    EXPECT_TRUE(image.count_found() != 0 || !image.others.empty());
     EXPECT_LE(image.proved, image.count_found());
     for (const auto& piece : image.pieces) {
         if (piece && !piece->is_within(damaged)) {

@@ -275,6 +275,22 @@ TEST(Transplant, RefusesPiecesOfTheSampleThatOverlap) {
     EXPECT_FALSE(transplant(sample.bytes, description, sample.bytes, places_of(sample.bytes)));
 }
 
+TEST(Transplant, RefusesFieldsInsideTheImage) {
+    const DngPhoto sample;
+    const Description intact = *describe(sample.bytes);
+    const Extent image =
+        std::ranges::min(intact.raw.pieces, {}, [](const auto& piece) { return piece.data.offset; }).data;
+    const auto is_done = [&](std::uint64_t at) {
+        Description description = intact;
+        description.references.front().offset_field->at = at;
+        return transplant(sample.bytes, description, sample.bytes, places_of(sample.bytes)).has_value();
+    };
+    EXPECT_TRUE(is_done(image.offset - 4));
+    EXPECT_FALSE(is_done(image.offset - 3));
+    EXPECT_FALSE(is_done(image.offset));
+    EXPECT_FALSE(is_done(image.end() - 1));
+}
+
 TEST(Transplant, RefusesAnImageWhoseLengthHasNoRoom) {
     const DngPhoto sample;
     Description description = *describe(sample.bytes);

@@ -199,7 +199,7 @@ class Transplantation {
 
     bool set(NumberField field, std::uint64_t number, bool is_offset) {
         const auto at = begin_of(field.at);
-        if (!at) {
+        if (!at || is_in_image(field)) {
             return false;
         }
         field.at = *at;
@@ -214,6 +214,15 @@ class Transplantation {
             field.base = *base;
         }
         return result_.set(field, number);
+    }
+
+    /// Whether a field has bytes of the raw image: its tables are not those of a photograph.
+    [[nodiscard]] bool is_in_image(const NumberField& field) const {
+        const auto after =
+            std::ranges::lower_bound(insertions_, field.at + field.size, {},
+                                     [](const Insertion& insertion) { return insertion.from.offset; });
+        return after != insertions_.begin() && std::prev(after)->piece != Insertion::kNoPiece &&
+               std::prev(after)->from.end() > field.at;
     }
 
     /// Where what begins at an offset of the sample begins in the result.

@@ -21,7 +21,7 @@ struct Replacement {
 ///
 /// The description is the sample's, and all bytes must outlive the result. Nothing if the number of pieces
 /// is another, a piece is outside the other file, raw pieces of the sample or replaced parts overlap one
-/// another or other parts, or a number has no room in its field.
+/// another or other parts, a field is in a raw piece, or a number has no room in its field.
 [[nodiscard]] std::optional<Splice> transplant(Bytes sample, const Description& description, Bytes other,
                                                std::span<const std::optional<Extent>> pieces,
                                                std::span<const Replacement> replacements = {});

@@ -76,10 +76,21 @@ class Choice {
         return places_[last].end_known && sample_.ends_alike(damaged_.size() - places_[last].end);
     }
 
+    /// How many places before each one are proved, and before the end.
+    [[nodiscard]] std::vector<std::size_t> proved_before() const {
+        std::vector<std::size_t> counts{0};
+        for (const CodedPlace& place : places_) {
+            counts.push_back(counts.back() + (place.proved ? 1U : 0U));
+        }
+        return counts;
+    }
+
     bool choose_unbroken() {
         const std::size_t count = sample_.count();
         const auto lengths = lengths_of_rows();
         const auto frames = lengths_of_matching_frames();
+        const auto before = proved_before();
+        const auto proved = [&](std::size_t first) { return before[first + count] - before[first]; };
         std::optional<std::size_t> best;
         std::size_t rows = 0;
         std::size_t rows_at_end = 0;
@@ -93,8 +104,11 @@ class Choice {
             ++rows;
             const bool ends = ends_alike(last);
             rows_at_end += ends ? 1 : 0;
-            const bool is_nearer = !best || distance(first) < distance(*best);
-            if (ends ? rows_at_end == 1 || is_nearer : rows_at_end == 0 && is_nearer) {
+            const bool is_more = !best || proved(first) > proved(*best);
+            const bool is_nearer =
+                best && proved(first) == proved(*best) && distance(first) < distance(*best);
+            if (ends ? rows_at_end == 1 || is_more || is_nearer
+                     : rows_at_end == 0 && (is_more || is_nearer)) {
                 best = first;
             }
         }
@@ -106,7 +120,9 @@ class Choice {
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
                                   (count == 1 ? " stream" : " streams") + " are in the file; the one " +
-                                  (rows_at_end == 1 ? "at its end" : "nearest to the sample's offset") +
+                                  (rows_at_end == 1 ? "at its end"
+                                                    : "with the most proved streams, or nearest to the "
+                                                      "sample's offset,") +
                                   " was chosen.");
         }
         return true;

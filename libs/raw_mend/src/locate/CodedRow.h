@@ -29,8 +29,9 @@ struct CodedRow {
 
 /// Chooses the places for the sample's number of pieces. An unbroken row of that many, with the sample's
 /// spacing, is preferred; several such rows are a doubt, and the one that ends as far before the end of the
-/// file as in the sample is chosen, or, if there are several or none, the one nearest to the sample's offset.
-/// With fewer places, each gets the index that the bytes between them allow.
+/// file as in the sample is chosen, or, if there are several or none, the one with the most proved streams,
+/// and of equal ones that nearest to the sample's offset. With fewer places, each gets the index that the
+/// bytes between them allow.
 [[nodiscard]] CodedRow choose_row(Bytes damaged, const std::vector<CodedPlace>& places,
                                   const CodedSample& sample);
 

@@ -140,11 +140,25 @@ std::optional<OwnStructure> read_own_structure(Bytes damaged, std::size_t offset
     return OwnStructure{offset, size, std::move(*own), judgement == Judgement::kProved, std::nullopt};
 }
 
+/// Whether the image is the sample's own: cards and recovered files hold remains of other photographs.
+bool is_image_of(const Sample& sample, Bytes damaged, const std::vector<Extent>& pieces) {
+    return std::ranges::equal(pieces, sample.description.raw.pieces,
+                              [&](const Extent& piece, const Piece& other) {
+                                  return piece.is_within(damaged) && other.data.is_within(sample.file) &&
+                                         std::ranges::equal(piece.of(damaged), other.data.of(sample.file));
+                              });
+}
+
 bool ends_as_sample(const OwnStructure& own, Bytes damaged, const Sample& sample) {
     return own.pieces().back().end() + sample.bytes_after() == damaged.size();
 }
 
 OwnStructure choose(OwnStructure first, OwnStructure second, Bytes damaged, const Sample& sample) {
+    const bool is_first_sample = is_image_of(sample, damaged, first.pieces());
+    const bool is_second_sample = is_image_of(sample, damaged, second.pieces());
+    if (is_first_sample != is_second_sample) {
+        return is_first_sample ? std::move(second) : std::move(first);
+    }
     const bool takes_second =
         ends_as_sample(second, damaged, sample) && !ends_as_sample(first, damaged, sample);
     OwnStructure& chosen = takes_second ? second : first;

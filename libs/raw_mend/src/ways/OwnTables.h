@@ -13,16 +13,16 @@ struct OwnStructure {
     std::uint64_t size = 0;   ///< Its bytes; up to the end of the damaged file if nothing says where it ends.
     Description description;  ///< Its offsets count from there.
     bool is_proved = false;   ///< Whether all pieces are; else nothing speaks against them.
-    std::optional<std::uint64_t> other; ///< Where a second one begins all of whose pieces are proved.
+    std::optional<std::uint64_t> other; ///< Where a second one begins that may be meant as well.
 
     /// The pieces of its raw image in the damaged file.
     [[nodiscard]] std::vector<Extent> pieces() const;
 };
 
 /// The photograph like the sample in a damaged file whose own tables lead to an image of the same frame, all
-/// of whose pieces are proved, and say of it what those of the sample do. Of several, the first that ends the
-/// file as the sample's image does its own; if none does, the first. If none is proved, the first whose image
-/// may be at fault nowhere.
+/// of whose pieces are proved, and say of it what those of the sample do. Of several, one whose image is not
+/// the sample's own; then the first that ends the file as the sample's image does its own; if none does, the
+/// first. If none is proved, the first whose image may be at fault nowhere.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend
