@@ -61,22 +61,32 @@ void copy(const File& from, std::size_t offset, std::size_t size, const File& to
     }
 }
 
+/// In memory before the first measured copy ends.
+std::vector<char>& the_buffer() {
+    static std::vector<char> buffer(kBuffer);
+    return buffer;
+}
+
 } // namespace
 
+void copy_pieces(const std::vector<Piece>& pieces, const std::filesystem::path& sample,
+                 const std::filesystem::path& damaged, const std::filesystem::path& output) {
+    const File to(output, O_WRONLY | O_CREAT | O_EXCL);
+    for (const Piece& piece : pieces) {
+        const File from(piece.from == Piece::From::kSample ? sample : damaged, O_RDONLY);
+        copy(from, piece.offset, piece.size, to, the_buffer());
+    }
+}
+
 void copy_as_the_machine_can(const Pair& pair, const PairFiles& files) {
-    static std::vector<char> buffer(kBuffer); // In memory before the first measured copy ends.
     const bool clones = pair.extension != "cr3";
     const auto& sample_path = clones ? files.temporary : files.sample;
     if (clones) {
         const File sample(files.sample, O_RDONLY);
         const File temporary(files.temporary, O_WRONLY | O_CREAT | O_EXCL);
-        copy(sample, 0, pair.sample.size(), temporary, buffer);
+        copy(sample, 0, pair.sample.size(), temporary, the_buffer());
     }
-    const File output(files.output, O_WRONLY | O_CREAT | O_EXCL);
-    for (const Piece& piece : pair.output) {
-        const File from(piece.from == Piece::From::kSample ? sample_path : files.damaged, O_RDONLY);
-        copy(from, piece.offset, piece.size, output, buffer);
-    }
+    copy_pieces(pair.output, sample_path, files.damaged, files.output);
     if (clones) {
         std::filesystem::remove(files.temporary);
     }

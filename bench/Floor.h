@@ -3,6 +3,7 @@
 #include "bench/Pairs.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace bench {
 
@@ -13,6 +14,10 @@ struct PairFiles {
     std::filesystem::path output;
     std::filesystem::path temporary;
 };
+
+/// Copies pieces of two files to a new one, with reads and writes of 1 MiB.
+void copy_pieces(const std::vector<Piece>& pieces, const std::filesystem::path& sample,
+                 const std::filesystem::path& damaged, const std::filesystem::path& output);
 
 /// The least that the machine has to do for the bytes of a repair: the sample is copied to the temporary
 /// file, the pieces are copied to the output (those of the sample from the temporary file), and the temporary

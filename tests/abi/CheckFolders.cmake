@@ -27,7 +27,7 @@ elseif(PART STREQUAL "Libs")
     set(root libs)
     set(table
         "still_mend: jpeg_bits mapped_file system_path"
-        "raw_mend: byte_reader lossless_jpeg mapped_file system_path"
+        "raw_mend: byte_reader jpeg_bits lossless_jpeg mapped_file system_path"
         "quill_log: system_path"
         "byte_reader:"
         "lossless_jpeg: jpeg_bits"
@@ -40,7 +40,7 @@ elseif(PART STREQUAL "RawMend")
     set(root libs/raw_mend/src)
     set(table
         "ways: locate coding container"
-        "assemble: container"
+        "assemble: coding container"
         "locate: coding container"
         "coding:"
         "container:"

@@ -312,6 +312,9 @@ TEST(MeasurementPages, HaveARowForEachDamageThatIsMeasured) {
     expect_rows("salvage-alone.md", salvage[0]);
     expect_rows("salvage-sibling.md", salvage[0]);
     expect_rows("salvage-containers.md", salvage[1]);
+    const auto raw = rows_of_program(PLATE_MEND_RAW_LABORATORY);
+    ASSERT_EQ(raw.size(), 1U);
+    expect_rows("raw-pairs.md", raw[0]);
 }
 
 TEST(MeasurementPages, TwoShowAPartOfALongTable) {

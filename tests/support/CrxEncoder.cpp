@@ -19,6 +19,9 @@
 //
 // Four zeros bring the headers to 112 bytes; the coded planes follow, each filled up to a multiple of 8.
 //
+// A picture of several tiles has them side by side. The headers of the second one follow those of the first,
+// and so do its planes. The number of a tile is in the high half of its word.
+//
 // How a plane is coded. The middle of the range is subtracted from each sample. The prediction, the run mode
 // and its table are those of JPEG-LS (ITU-T T.87, A.4.1 and A.7); what the prediction missed is written in
 // an adaptive Rice code. x is the sample, a to d are its neighbours:
@@ -185,32 +188,49 @@ Bytes header(std::uint16_t kind, std::size_t length, std::uint32_t word) {
     return bytes;
 }
 
+void append(Bytes& bytes, const Bytes& more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
 } // namespace
 
-Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height, unsigned bits) {
+Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height, unsigned bits,
+                 unsigned tile_width) {
     const int middle = 1 << (bits - 1);
     Bytes headers;
     Bytes planes;
-    for (unsigned plane = 0; plane < kPlanes; ++plane) {
-        PlaneEncoder encoder(width / 2);
-        std::vector<int> line(width / 2);
-        for (std::size_t row = plane / 2; row < height; row += 2) {
-            for (std::size_t x = 0; x < line.size(); ++x) {
-                line[x] = samples.at(row * width + 2 * x + plane % 2) - middle;
+    for (unsigned left = 0; left < width; left += tile_width) {
+        Bytes tile_headers;
+        Bytes tile_planes;
+        const unsigned columns = std::min(tile_width, width - left);
+        for (unsigned plane = 0; plane < kPlanes; ++plane) {
+            PlaneEncoder encoder(columns / 2);
+            std::vector<int> line(columns / 2);
+            for (std::size_t row = plane / 2; row < height; row += 2) {
+                for (std::size_t x = 0; x < line.size(); ++x) {
+                    line[x] = samples.at(row * width + left + 2 * x + plane % 2) - middle;
+                }
+                encoder.put_line(line);
             }
-            encoder.put_line(line);
+            Bytes coded = encoder.bytes();
+            const std::size_t filler = (8 - coded.size() % 8) % 8;
+            coded = joined(coded, Bytes(filler));
+            const auto band = kNotQuantized | static_cast<std::uint32_t>(filler);
+            append(tile_headers, header(0xFF02, coded.size(), plane << 28U | kPredictedFromAbove));
+            append(tile_headers, header(0xFF03, coded.size(), band));
+            append(tile_planes, coded);
         }
-        Bytes coded = encoder.bytes();
-        const std::size_t filler = (8 - coded.size() % 8) % 8;
-        coded = joined(coded, Bytes(filler));
-        headers = joined(headers, header(0xFF02, coded.size(), plane << 28U | kPredictedFromAbove));
-        headers =
-            joined(headers, header(0xFF03, coded.size(), kNotQuantized | static_cast<std::uint32_t>(filler)));
-        planes = joined(planes, coded);
+        append(headers, header(0xFF01, tile_planes.size(), left / tile_width << 16U));
+        append(headers, tile_headers);
+        append(planes, tile_planes);
     }
-    headers = joined(header(0xFF01, planes.size(), 0), headers);
-    headers.resize(kCrxHeaderSize);
-    return joined(headers, planes);
+    append(headers, Bytes((8 - headers.size() % 8) % 8));
+    append(headers, planes);
+    return headers;
+}
+
+Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height, unsigned bits) {
+    return encode_crx(samples, width, height, bits, width);
 }
 
 } // namespace test

@@ -17,4 +17,9 @@ inline constexpr std::size_t kCrxHeaderSize = 112;
 [[nodiscard]] Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height,
                                unsigned bits);
 
+/// The same with tiles of a width, side by side. The width of each, even the last one, is at least 44 and
+/// even. CMP1 must state the length of the headers: 108 for each tile, up to a multiple of 8.
+[[nodiscard]] Bytes encode_crx(const std::vector<std::uint16_t>& samples, unsigned width, unsigned height,
+                               unsigned bits, unsigned tile_width);
+
 } // namespace test

@@ -15,6 +15,10 @@ std::uint32_t code_of(Way way) {
         return RAW_MEND_WAY_CODED_HEADS;
     case Way::kRows:
         return RAW_MEND_WAY_ROWS;
+    case Way::kSamplePlaces:
+        return RAW_MEND_WAY_SAMPLE_PLACES;
+    case Way::kTrialDecoding:
+        return RAW_MEND_WAY_TRIAL_DECODING;
     }
     return RAW_MEND_WAY_NONE;
 }
@@ -71,9 +75,10 @@ std::uint32_t Attempt::notes() const {
     note_if(!image.doubts.empty(), RAW_MEND_PLACES_GUESSED);
     if (image.way != Way::kOwnTables) {
         const Description& description = sample_->description;
-        notes |= RAW_MEND_SAMPLE_METADATA;
-        note_if(!description.pictures.empty(), RAW_MEND_SAMPLE_PICTURES);
-        note_if(description.raw.parameters.has_value(), RAW_MEND_SAMPLE_PARAMETERS);
+        note_if(!repaired_->own_metadata, RAW_MEND_SAMPLE_METADATA);
+        note_if(!repaired_->own_pictures, RAW_MEND_SAMPLE_PICTURES);
+        note_if(!repaired_->own_metadata && description.raw.parameters.has_value(),
+                RAW_MEND_SAMPLE_PARAMETERS);
     }
     return notes;
 }

@@ -1,41 +1,107 @@
 #include "Repair.h"
 
-#include "assemble/Transplant.h"
+#include "assemble/OwnMetadata.h"
+#include "assemble/OwnPictures.h"
+#include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
+#include "ways/CrxTracks.h"
 #include "ways/FittingRows.h"
+#include "ways/FujiStream.h"
+#include "ways/HeadlessImage.h"
+#include "ways/LossyPieces.h"
 #include "ways/OwnTables.h"
+#include "ways/SamplePlaces.h"
+#include "ways/TwinRows.h"
 
+#include <algorithm>
+#include <span>
 #include <utility>
+#include <vector>
 
 namespace raw_mend {
 
 namespace {
 
 Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
-    Repaired result{Splice(), {}};
+    Repaired result{.file = Splice(), .image = {}};
     result.file->append(damaged.subspan(static_cast<std::size_t>(own.header)));
-    for (const Piece& piece : own.description.raw.pieces) {
-        result.image.pieces.emplace_back(Extent{own.header + piece.data.offset, piece.data.length});
+    for (const Extent& piece : own.pieces()) {
+        result.image.pieces.emplace_back(piece);
     }
-    result.image.proved = result.image.pieces.size();
+    if (own.is_proved) {
+        result.image.proved = result.image.pieces.size();
+    } else {
+        result.image.doubts.emplace_back("The image is where the file's own tables say; nothing proves it.");
+    }
     return result;
+}
+
+std::optional<FoundImage> find_proved_image(Bytes damaged, const Sample& sample) {
+    auto image = find_coded_pieces(damaged, sample);
+    image = image ? std::move(image) : find_lossy_pieces(damaged, sample);
+    image = image ? std::move(image) : find_crx_tracks(damaged, sample);
+    image = image ? std::move(image) : find_fuji_stream(damaged, sample);
+    image = image ? std::move(image) : find_headless_image(damaged, sample);
+    image = image ? std::move(image) : find_cell_image(damaged, sample);
+    image = image ? std::move(image) : find_twin_rows(damaged, sample);
+    return image ? std::move(image) : find_fitting_rows(damaged, sample);
+}
+
+/// The damaged file's image, from its first piece to its last; empty, at the end of the file, if all are
+/// lost.
+Extent extent_of(const FoundImage& image, Bytes damaged) {
+    std::uint64_t begin = damaged.size();
+    std::uint64_t end = 0;
+    for (const auto& piece : image.pieces) {
+        if (piece) {
+            begin = std::min(begin, piece->offset);
+            end = std::max(end, piece->end());
+        }
+    }
+    return {begin, std::max(begin, end) - begin};
+}
+
+/// Adds those for parts that have none yet.
+void add(std::span<const Replacement> more, std::vector<Replacement>& replacements) {
+    for (const Replacement& part : more) {
+        if (std::ranges::find(replacements, part.extent, &Replacement::extent) == replacements.end()) {
+            replacements.push_back(part);
+        }
+    }
+}
+
+/// The sample's structure, with what survives of the damaged file's own.
+Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
+    const Extent extent = extent_of(image, damaged);
+    const auto metadata = find_own_metadata(damaged, sample.file, sample.description, extent);
+    const auto pictures = find_own_pictures(damaged, sample.description, extent);
+    std::vector<Replacement> own;
+    for (const Substitute& other : image.others) {
+        own.push_back({other.in_sample, other.in_damaged.of(damaged)});
+    }
+    add(pictures.pictures, own);
+    add(metadata.tables, own);
+    auto file = transplant(sample.file, sample.description, damaged, image.pieces, own);
+    if (file || own.empty()) {
+        return {std::move(file), std::move(image), metadata.is_complete, pictures.is_complete};
+    }
+    return {transplant(sample.file, sample.description, damaged, image.pieces), std::move(image), false,
+            false};
 }
 
 } // namespace
 
 std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
-    if (const auto own = find_own_structure(damaged, sample)) {
+    const auto own = find_own_structure(damaged, sample);
+    if (own && own->is_proved) {
         return keep_structure(damaged, *own);
     }
-    auto image = find_coded_pieces(damaged, sample);
-    if (!image) {
-        image = find_fitting_rows(damaged, sample);
+    auto image = find_proved_image(damaged, sample);
+    if (!image && own) {
+        return keep_structure(damaged, *own);
     }
-    if (!image) {
-        return std::nullopt;
-    }
-    auto file = transplant(sample.file, sample.description, damaged, image->pieces);
-    return Repaired{std::move(file), std::move(*image)};
+    image = image ? std::move(image) : find_at_sample_places(damaged, sample);
+    return image ? std::optional(take_structure(damaged, sample, std::move(*image))) : std::nullopt;
 }
 
 } // namespace raw_mend

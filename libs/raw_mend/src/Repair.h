@@ -12,6 +12,8 @@ namespace raw_mend {
 struct Repaired {
     std::optional<Splice> file; ///< Nothing if the sample's tables have no room for the image.
     FoundImage image;
+    bool own_metadata = true; ///< Whether directories and their values are all the damaged file's.
+    bool own_pictures = true; ///< Likewise previews.
 };
 
 /// Repairs a damaged photograph with an intact one from the same camera. Both must outlive the result.

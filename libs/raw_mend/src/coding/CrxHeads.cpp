@@ -8,7 +8,9 @@ namespace raw_mend {
 namespace {
 
 // | code (2) | size of the rest (2) | length of the coded bytes (4) | more |, high byte first.
+// A tile's with a rest of 16 goes on: | (4) | length of a table of quantizers (4) | of more bytes (2) | (2) |
 constexpr unsigned kTile = 0xFF01; // Plane and band follow. Larger headers have 10 more.
+constexpr unsigned kRestWithTables = 16;
 constexpr unsigned kLeastRest = 8;
 constexpr unsigned kMostRest = 64;
 
@@ -30,7 +32,12 @@ std::optional<CrxHeader> read_header(Bytes bytes, std::uint64_t offset) {
     if (nth > 2 || rest < kLeastRest || rest > kMostRest || bytes.size() - offset < 4 + rest) {
         return std::nullopt;
     }
-    return CrxHeader{static_cast<CrxHeader::Kind>(nth), code, 4 + rest, offset, number(bytes, offset + 4, 4)};
+    CrxHeader header{static_cast<CrxHeader::Kind>(nth), code, 4 + rest, offset,
+                     number(bytes, offset + 4, 4),      0};
+    if (nth == 0 && rest == kRestWithTables) {
+        header.own = number(bytes, offset + 12, 4) + number(bytes, offset + 16, 2);
+    }
+    return header;
 }
 
 /// Whether each header of a kind states the sum of the next kind's headers up to the next one like it.
@@ -45,10 +52,16 @@ bool sums_agree(const std::vector<CrxHeader>& headers, CrxHeader::Kind whole, Cr
                 return false;
             }
             stated = header.length;
-            sum = 0;
+            sum = header.own;
         }
     }
     return sum == stated;
+}
+
+bool do_lengths_agree(const CrxHeads& heads) {
+    using Kind = CrxHeader::Kind;
+    return sums_agree(heads.headers, Kind::kTile, Kind::kPlane) &&
+           sums_agree(heads.headers, Kind::kPlane, Kind::kBand);
 }
 
 } // namespace
@@ -61,39 +74,39 @@ std::uint64_t CrxHeads::coded_length() const {
     return sum;
 }
 
-bool CrxHeads::is_like(const CrxHeads& other) const {
-    return std::equal(headers.begin(), headers.end(), other.headers.begin(), other.headers.end(),
-                      [](const CrxHeader& one, const CrxHeader& two) {
-                          return one.code == two.code && one.size == two.size;
-                      });
-}
-
 std::optional<CrxHeads> read_crx_heads(Bytes bytes, std::uint64_t offset) {
     CrxHeads heads;
     auto header = read_header(bytes, offset);
     if (!header || header->kind != CrxHeader::Kind::kTile) {
         return std::nullopt;
     }
-    for (; header; header = read_header(bytes, offset)) {
+    for (; header && heads.headers.size() < kMostCrxHeaders; header = read_header(bytes, offset)) {
         heads.headers.push_back(*header);
         offset += header->size;
     }
-    using Kind = CrxHeader::Kind;
-    heads.lengths_agree = sums_agree(heads.headers, Kind::kTile, Kind::kPlane) &&
-                          sums_agree(heads.headers, Kind::kPlane, Kind::kBand);
+    heads.lengths_agree = do_lengths_agree(heads);
+    return heads;
+}
+
+std::optional<CrxHeads> read_crx_heads(Bytes bytes, std::uint64_t offset, const CrxHeads& sample) {
+    CrxHeads heads;
+    for (const CrxHeader& like : sample.headers) {
+        const auto header = read_header(bytes, offset);
+        if (!header || header->code != like.code || header->size != like.size) {
+            return std::nullopt;
+        }
+        heads.headers.push_back(*header);
+        offset += header->size;
+    }
+    heads.lengths_agree = do_lengths_agree(heads);
     return heads;
 }
 
 std::vector<CrxHeads> find_crx_heads(Bytes damaged, const CrxHeads& sample) {
     std::vector<CrxHeads> found;
-    const auto from = [&](std::uint64_t offset) {
-        return damaged.begin() + static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(offset, damaged.size()));
-    };
-    for (auto at = from(0); (at = std::find(at, damaged.end(), 0xFF)) != damaged.end();) {
-        const auto offset = static_cast<std::uint64_t>(at - damaged.begin());
-        auto heads = read_crx_heads(damaged, offset);
-        at = from(heads ? heads->end() : offset + 1);
-        if (heads && heads->is_like(sample) && (heads->lengths_agree || !sample.lengths_agree)) {
+    for (auto at = damaged.begin(); (at = std::find(at, damaged.end(), 0xFF)) != damaged.end(); ++at) {
+        auto heads = read_crx_heads(damaged, static_cast<std::uint64_t>(at - damaged.begin()), sample);
+        if (heads && (heads->lengths_agree || !sample.lengths_agree)) {
             found.push_back(std::move(*heads));
         }
     }

@@ -11,7 +11,8 @@ HeadStructure::HeadStructure(const lossless_jpeg::Head& head)
         numbers_.insert(numbers_.end(), {component.id, component.horizontal, component.vertical});
     }
     for (const auto& segment : head.segments) {
-        numbers_.insert(numbers_.end(), {segment.code, segment.code == lossless_jpeg::kDht ? 0 : segment.length});
+        numbers_.insert(numbers_.end(),
+                        {segment.code, segment.code == lossless_jpeg::kDht ? 0 : segment.length});
     }
 }
 

@@ -14,6 +14,7 @@ struct JpegHead {
     std::uint32_t height = 0;
     unsigned bits = 0;
     unsigned components = 0;
+    bool operator==(const JpegHead&) const = default;
 };
 
 /// Reads the first frame header of the JPEG that begins at the extent's start; nothing if there is no JPEG,

@@ -81,13 +81,13 @@ bool TiffReader::claim(const Extent& extent) const {
 TiffEntry TiffReader::read_entry(std::uint64_t at) const {
     TiffEntry entry{
         .tag = *bytes_.u16(at), .type = *bytes_.u16(at + 2), .count = *bytes_.u32(at + 4), .at = at};
-    const std::uint64_t length = size_of_type(entry.type) * entry.count;
-    entry.is_inline = length <= kInlineSize;
+    entry.length = size_of_type(entry.type) * entry.count;
+    entry.is_inline = entry.length <= kInlineSize;
     entry.values = entry.is_inline ? at + kValueField : base_ + *bytes_.u32(at + kValueField);
-    entry.is_inside = bytes_.holds(entry.values, length);
+    entry.is_inside = bytes_.holds(entry.values, entry.length);
     if (scope_ == Scope::kFile && !entry.is_inline) {
         if (entry.is_inside) {
-            inventory_.add_reference({entry.values, length}, long_field(at + kValueField));
+            inventory_.add_reference({entry.values, entry.length}, long_field(at + kValueField));
         } else {
             inventory_.count_outside();
         }

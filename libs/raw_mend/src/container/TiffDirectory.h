@@ -18,6 +18,7 @@ struct TiffEntry {
     std::uint32_t count = 0;
     std::uint64_t at = 0;     ///< Offset of the entry.
     std::uint64_t values = 0; ///< Offset of its first value, in the entry or elsewhere.
+    std::uint64_t length = 0; ///< Bytes of all values.
     bool is_inside = false;   ///< Whether all its values are within the file.
     bool is_inline = false;   ///< Whether they are in the entry.
 };

@@ -18,8 +18,15 @@ std::optional<Extent> one_range(const std::vector<Piece>& pieces) {
     return all;
 }
 
+/// The rows of all pieces, one after another. Tiles are as if they were one below the other.
+std::uint64_t count_rows(const Image& image) {
+    const Frame& frame = image.frame;
+    return frame.piece_width == frame.width ? frame.height
+                                            : std::uint64_t{frame.piece_height} * image.pieces.size();
+}
+
 std::optional<Packing> packing_of(const Frame& frame, std::uint64_t row_bytes) {
-    const std::uint64_t samples = std::uint64_t{frame.width} * frame.samples;
+    const std::uint64_t samples = std::uint64_t{frame.piece_width} * frame.samples;
     if (frame.coding == Coding::kFixedRate) {
         return row_bytes == samples ? std::optional(Packing::kCells) : std::nullopt;
     }
@@ -41,18 +48,17 @@ std::optional<ImageRows> rows_of(const Image& image) {
     const Frame& frame = image.frame;
     const bool fixed = frame.coding == Coding::kUncompressed || frame.coding == Coding::kFixedRate;
     const auto range = one_range(image.pieces);
-    if (!fixed || !range || frame.height == 0 || range->length % frame.height != 0 ||
-        frame.piece_width != frame.width) {
+    const std::uint64_t rows = count_rows(image);
+    if (!fixed || !range || rows == 0 || range->length % rows != 0) {
         return std::nullopt;
     }
-    const std::uint64_t row_bytes = range->length / frame.height;
+    const std::uint64_t row_bytes = range->length / rows;
     const auto packing = packing_of(frame, row_bytes);
     if (!packing) {
         return std::nullopt;
     }
     const unsigned bits = *packing == Packing::kCells ? 11 : frame.bits;
-    const RowGeometry geometry{*packing,     bits,          row_bytes,
-                               frame.height, frame.samples, frame.samples == 1 ? 2U : 1U};
+    const RowGeometry geometry{*packing, bits, row_bytes, rows, frame.samples, frame.samples == 1 ? 2U : 1U};
     return geometry.supported() ? std::optional(ImageRows{*range, geometry}) : std::nullopt;
 }
 

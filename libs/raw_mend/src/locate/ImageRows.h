@@ -13,8 +13,8 @@ struct ImageRows {
     RowGeometry geometry;
 };
 
-/// The rows of a described image. Nothing for coded data, tiles side by side, pieces that are apart or in
-/// another order, and lengths that fit no packing.
+/// The rows of a described image; those of tiles, one tile after another. Nothing for coded data, pieces that
+/// are apart or in another order, and lengths that fit no packing.
 [[nodiscard]] std::optional<ImageRows> rows_of(const Image& image);
 
 } // namespace raw_mend

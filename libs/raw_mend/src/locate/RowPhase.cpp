@@ -118,13 +118,18 @@ RowPhase find_uneven(std::span<const Bytes> windows, const RowGeometry& geometry
     }
     result.distance = found->distance;
     result.rows = found->rows;
-    const std::vector<Bytes> rows = from(windows, static_cast<std::size_t>(found->phase));
+    const auto phase =
+        traits.idle_ends ? settle_by_idle_ends(windows, geometry, found->phase) : std::optional(found->phase);
+    if (!phase) {
+        return result;
+    }
+    const std::vector<Bytes> rows = from(windows, static_cast<std::size_t>(*phase));
     if (found->misfit > kMaxMisfit || !traits.idle_low_bits ||
         count_idle_low_bits(rows, geometry) != traits.idle_low_bits) {
         result.finding = PhaseFinding::kNoAlignment;
     } else if (found->distance >= kMinDistance) {
         result.finding = PhaseFinding::kClear;
-        result.phase = found->phase;
+        result.phase = phase;
     }
     return result;
 }
@@ -140,6 +145,7 @@ RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry) {
     traits.idle_low_bits = count_idle_low_bits(windows, geometry);
     if (!geometry.is_even()) {
         traits.break_known = true; // What masked columns hide is not needed.
+        traits.idle_ends = has_idle_ends(windows, geometry, 0);
         return traits;
     }
     BreakScores scores(geometry);

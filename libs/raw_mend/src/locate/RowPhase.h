@@ -20,7 +20,8 @@ struct RowTraits {
     bool masked_left = false;     ///< The columns left of the break are masked.
     bool masked_right = false;    ///< Those right of it are.
     std::optional<unsigned>
-        idle_low_bits; ///< Lowest bits that are the same in all samples. Not known for cells.
+        idle_low_bits;      ///< Lowest bits that are the same in all samples. Not known for cells.
+    bool idle_ends = false; ///< Whether bits after the last sample of a row are the same in all rows.
     bool operator==(const RowTraits&) const = default;
 };
 

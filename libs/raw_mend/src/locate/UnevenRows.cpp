@@ -3,6 +3,7 @@
 #include "locate/UnitReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <iterator>
@@ -164,6 +165,47 @@ std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, con
     const std::size_t groups = size / group;
     found.misfit = std::exp(sums[best] / count / static_cast<double>(groups));
     return found;
+}
+
+bool has_idle_ends(std::span<const Bytes> windows, const RowGeometry& geometry, std::uint64_t phase) {
+    constexpr std::size_t kMostOthers = 64; // One row in so many may be damaged.
+    const auto idle_bits = static_cast<unsigned>(geometry.row_bytes * 8 % geometry.bits);
+    if (idle_bits == 0 || idle_bits > 8) {
+        return false;
+    }
+    std::array<std::size_t, 256> counts{};
+    std::size_t rows = 0;
+    for (const Bytes window : windows) {
+        for (std::uint64_t end = phase + geometry.row_bytes; end <= window.size();
+             end += geometry.row_bytes) {
+            const unsigned char last = window[static_cast<std::size_t>(end - 1)];
+            const bool is_high_first = geometry.packing == Packing::kPackedHighFirst;
+            ++counts[is_high_first ? last & ((1U << idle_bits) - 1) : last >> (8 - idle_bits)];
+            ++rows;
+        }
+    }
+    return rows > 0 && rows - *std::ranges::max_element(counts) <= rows / kMostOthers;
+}
+
+std::optional<std::uint64_t> settle_by_idle_ends(std::span<const Bytes> windows, const RowGeometry& geometry,
+                                                 std::uint64_t phase) {
+    constexpr std::uint64_t kReach = 8; // Groups on either side.
+    if (has_idle_ends(windows, geometry, phase)) {
+        return phase;
+    }
+    std::optional<std::uint64_t> only;
+    const std::uint64_t reach = std::min(kReach * geometry.group_bytes(), geometry.row_bytes / 2);
+    for (std::uint64_t at = geometry.row_bytes - reach / geometry.group_bytes() * geometry.group_bytes();
+         at <= geometry.row_bytes + reach; at += geometry.group_bytes()) {
+        const std::uint64_t other = (phase + at) % geometry.row_bytes;
+        if (has_idle_ends(windows, geometry, other)) {
+            if (only) {
+                return std::nullopt;
+            }
+            only = other;
+        }
+    }
+    return only;
 }
 
 } // namespace raw_mend

@@ -23,4 +23,14 @@ struct UnevenPhase {
 [[nodiscard]] std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows,
                                                            const RowGeometry& geometry);
 
+/// Whether the bits after the last sample of each row are the same in nearly all rows, if rows begin at the
+/// phase. False if there are none.
+[[nodiscard]] bool has_idle_ends(std::span<const Bytes> windows, const RowGeometry& geometry,
+                                 std::uint64_t phase);
+
+/// The phase, or the one some groups beside it, at which rows have idle ends: rows fit nearly as well at
+/// these. Nothing if none or several of the others have.
+[[nodiscard]] std::optional<std::uint64_t>
+settle_by_idle_ends(std::span<const Bytes> windows, const RowGeometry& geometry, std::uint64_t phase);
+
 } // namespace raw_mend

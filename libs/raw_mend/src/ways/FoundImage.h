@@ -11,9 +11,17 @@ namespace raw_mend {
 
 /// How an image was found.
 enum class Way {
-    kOwnTables,  ///< By the damaged file's own tables, which may be displaced.
-    kCodedHeads, ///< By the heads of its coded pieces.
-    kRows,       ///< By how its rows fit one another.
+    kOwnTables,     ///< By the damaged file's own tables, which may be displaced.
+    kCodedHeads,    ///< By the heads of its coded pieces.
+    kRows,          ///< By how its rows fit one another.
+    kSamplePlaces,  ///< At the places where the sample has its image.
+    kTrialDecoding, ///< By decoding from place to place until the data decoded to their end.
+};
+
+/// Bytes of a damaged file that belong where the sample has others: a further raw image, a preview, metadata.
+struct Substitute {
+    Extent in_sample;
+    Extent in_damaged;
 };
 
 /// Where a damaged file has its raw image.
@@ -23,6 +31,8 @@ struct FoundImage {
     std::size_t proved = 0; ///< Pieces that are proved: coded data to their last value; rows only by their
                             ///< place, so that foreign bytes among them are not noticed.
     std::vector<std::string> doubts;
+    /// What else was found. Each is for all bytes of one piece of a picture or of metadata.
+    std::vector<Substitute> others{};
 
     [[nodiscard]] std::size_t count_found() const;
 };

@@ -1,6 +1,12 @@
 #include "ways/OwnTables.h"
 
+#include "coding/BaselineJpeg.h"
+#include "coding/Cells.h"
 #include "container/Describe.h"
+#include "container/Likeness.h"
+#include "locate/ImageContent.h"
+#include "ways/CrxTracks.h"
+#include "ways/FujiStream.h"
 
 #include <lossless_jpeg/Stream.h>
 
@@ -28,25 +34,107 @@ bool is_whole_stream(Bytes file, const Extent& extent) {
     return head && lossless_jpeg::check(stream, *head).is_complete();
 }
 
-bool is_proved(Bytes file, const Image& image, const Sample& sample) {
+/// What the bytes at the places that tables name say about them.
+enum class Judgement { kProved, kPossible, kRefuted };
+
+bool is_whole_baseline_jpeg(Bytes file, const Extent& extent) {
+    const auto jpeg = check_baseline_jpeg(file, extent.offset).jpeg;
+    return jpeg && jpeg->data.length <= extent.length;
+}
+
+Judgement judge_streams(Bytes file, const Image& image) {
+    const bool is_lossless = image.frame.coding == Coding::kLosslessJpeg;
+    const bool are_whole = std::ranges::all_of(image.pieces, [&](const Piece& piece) {
+        return is_lossless ? is_whole_stream(file, piece.data) : is_whole_baseline_jpeg(file, piece.data);
+    });
+    return are_whole ? Judgement::kProved : Judgement::kRefuted;
+}
+
+/// Decodes with the parameters of the file itself.
+Judgement judge_headless(Bytes file, const Image& image) {
+    constexpr std::uint64_t kMostPadding = 16;
+    const Extent& piece = image.pieces.front().data;
+    for (const HeadlessCoding& coding : headless_codings(file, image)) {
+        const auto decoded = coding.decode_at(file, piece.offset);
+        if (decoded && decoded->length <= piece.length) {
+            const Bytes rest = piece.of(file).subspan(static_cast<std::size_t>(decoded->length));
+            return rest.size() <= kMostPadding || is_filler(rest) ? Judgement::kProved : Judgement::kPossible;
+        }
+    }
+    return Judgement::kRefuted;
+}
+
+Judgement judge_cells(Bytes file, const Image& image) {
+    const bool all =
+        std::ranges::all_of(image.pieces, [&](const Piece& piece) { return are_cells(piece.data.of(file)); });
+    return all ? Judgement::kProved : Judgement::kRefuted;
+}
+
+Judgement judge_rows(Bytes file, const Image& image, const Sample& sample) {
+    const auto rows = rows_of(image);
+    if (!rows || !sample.rows || rows->extent.length != sample.rows->extent.length) {
+        return rows.has_value() == sample.rows.has_value() ? Judgement::kPossible : Judgement::kRefuted;
+    }
+    const auto phase = find_row_phase(rows->extent.of(file), rows->geometry, sample.traits).phase;
+    return !phase ? Judgement::kPossible : *phase == 0 ? Judgement::kProved : Judgement::kRefuted;
+}
+
+/// Judges what has no proof of its own by what it looks like.
+Judgement judge_content(Bytes file, const Image& image, const Sample& sample) {
+    ImageContent expected(image.frame);
+    for (const Piece& piece : sample.description.raw.pieces) {
+        if (piece.data.is_within(sample.file)) {
+            expected.add(piece.data.of(sample.file));
+        }
+    }
+    ImageContent content(image.frame);
+    for (const Piece& piece : image.pieces) {
+        content.add(piece.data.of(file));
+    }
+    return content.can_be_like(expected) ? Judgement::kPossible : Judgement::kRefuted;
+}
+
+Judgement judge(Bytes file, const Description& own, const Sample& sample) {
+    const Image& image = own.raw;
     const bool inside =
         std::ranges::all_of(image.pieces, [&](const Piece& piece) { return piece.data.is_within(file); });
     if (!inside) {
-        return false;
+        return Judgement::kRefuted;
     }
-    if (image.frame.coding == Coding::kLosslessJpeg) {
-        return std::ranges::all_of(image.pieces,
-                                   [&](const Piece& piece) { return is_whole_stream(file, piece.data); });
+    const Coding coding = image.frame.coding;
+    if (coding == Coding::kLosslessJpeg || coding == Coding::kLossyJpeg) {
+        return judge_streams(file, image);
     }
-    const auto rows = rows_of(image);
-    return rows && sample.rows &&
-           find_row_phase(rows->extent.of(file), rows->geometry, sample.traits).phase == 0U;
+    if (coding == Coding::kCrx) {
+        return has_whole_crx_tracks(file, own, sample) ? Judgement::kProved : Judgement::kRefuted;
+    }
+    if (coding == Coding::kFujiLossless) {
+        return has_whole_fuji_stream(file, own, sample) ? Judgement::kProved : Judgement::kRefuted;
+    }
+    if (sample.has_cells) {
+        return judge_cells(file, image);
+    }
+    const Judgement result = sample.headless ? judge_headless(file, image) : judge_rows(file, image, sample);
+    return result == Judgement::kPossible ? judge_content(file, image, sample) : result;
+}
+
+bool is_like(const Image& image, const Sample& sample) {
+    const Image& raw = sample.description.raw;
+    return image.frame == raw.frame && image.pieces.size() == raw.pieces.size();
 }
 
 } // namespace
 
+std::vector<Extent> OwnStructure::pieces() const {
+    std::vector<Extent> all;
+    for (const Piece& piece : description.raw.pieces) {
+        all.push_back({header + piece.data.offset, piece.data.length});
+    }
+    return all;
+}
+
 std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample) {
-    const Image& raw = sample.description.raw;
+    std::optional<OwnStructure> possible;
     std::size_t offset = 0;
     for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
         offset = find_header(damaged, sample, offset);
@@ -55,12 +143,19 @@ std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& samp
         }
         const Bytes file = damaged.subspan(offset);
         auto own = describe(file);
-        if (own && own->raw.frame == raw.frame && own->raw.pieces.size() == raw.pieces.size() &&
-            is_proved(file, own->raw, sample)) {
-            return OwnStructure{offset, std::move(*own)};
+        if (!own || !is_like(own->raw, sample) || !are_read_alike(file, sample.file)) {
+            continue;
+        }
+        const Judgement judgement = judge(file, *own, sample);
+        OwnStructure found{offset, std::move(*own), judgement == Judgement::kProved};
+        if (found.is_proved) {
+            return found;
+        }
+        if (judgement == Judgement::kPossible && !possible) {
+            possible = std::move(found);
         }
     }
-    return std::nullopt;
+    return possible;
 }
 
 } // namespace raw_mend

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "coding/Headless.h"
 #include "container/Description.h"
 #include "locate/ImageRows.h"
 #include "locate/RowPhase.h"
@@ -12,11 +13,21 @@ namespace raw_mend {
 struct Sample {
     Bytes file; ///< Must outlive this.
     Description description;
-    std::optional<ImageRows> rows; ///< Of the raw image, if its rows have a fixed length.
-    RowTraits traits;              ///< Of these rows.
+    std::optional<ImageRows> rows;          ///< Of the raw image, if its rows have a fixed length.
+    RowTraits traits;                       ///< Of these rows.
+    bool has_cells = false;                 ///< Whether all of the raw image are cells.
+    std::optional<HeadlessCoding> headless; ///< One that the raw image decodes with, to its last value.
+    std::uint64_t slack = 0;                ///< Bytes of the raw image after that value.
 
     /// Nothing if the file is not understood, or does not hold all of a raw image.
     [[nodiscard]] static std::optional<Sample> read(Bytes file);
+
+    /// Of the raw image: its first offset, bytes from there to its last end, and bytes after that.
+    [[nodiscard]] Extent range() const;
+    [[nodiscard]] std::uint64_t bytes_after() const;
+
+    /// Whether all photographs of this camera have as many bytes of image data.
+    [[nodiscard]] bool has_fixed_length() const;
 };
 
 } // namespace raw_mend

@@ -1,0 +1,17 @@
+#include "coding/BlankData.h"
+
+#include <algorithm>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr int kMostZeros = 511;
+
+} // namespace
+
+bool has_blank_part(Bytes coded) {
+    return std::search_n(coded.begin(), coded.end(), kMostZeros + 1, 0) != coded.end();
+}
+
+} // namespace raw_mend

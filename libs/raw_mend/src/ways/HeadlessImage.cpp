@@ -1,0 +1,202 @@
+#include "ways/HeadlessImage.h"
+
+#include "locate/Anchors.h"
+#include "locate/CodeChains.h"
+#include "locate/ImageContent.h"
+#include "ways/Layouts.h"
+
+#include <algorithm>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr std::uint64_t kMostPadding = 16;     ///< Of any values.
+constexpr std::uint64_t kMostFillerEnds = 256; ///< That are tried.
+constexpr std::uint64_t kMostAlike = 8;        ///< First bytes that look like the filler before them.
+
+class Search {
+  public:
+    Search(Bytes damaged, const Sample& sample)
+        : damaged_(damaged), sample_(sample), coding_(*sample.headless),
+          image_end_(damaged.size() - std::min<std::uint64_t>(sample.bytes_after(), damaged.size())),
+          filler_ends_(find_filler_ends(damaged)), values_left_(kMostReads * damaged.size()) {}
+
+    std::optional<FoundImage> find() {
+        try_layouts();
+        if (decoded_.empty()) {
+            try_chains(image_end_);
+        }
+        if (decoded_.empty() && end_of_data(damaged_.size()) != end_of_data(image_end_)) {
+            try_chains(damaged_.size());
+        }
+        if (decoded_.empty()) {
+            try_filler_ends();
+        }
+        if (decoded_.empty() && coding_.codes == nullptr) {
+            try_everywhere();
+        }
+        return choose();
+    }
+
+  private:
+    static constexpr std::uint64_t kMostReads = 64; ///< Values that may be decoded for each byte of the file.
+
+    struct Decoded {
+        Extent data;
+        bool ends_well = false;   ///< Where the file, or its own tables, let an image end.
+        bool ends_alike = false;  ///< As many bytes after the last value as in the sample.
+        bool is_expected = false; ///< By surviving structure.
+        double roughness = 0;
+    };
+
+    void try_layouts() {
+        for (const Layout& layout : find_layouts(damaged_, sample_)) {
+            const Extent& piece = layout.pieces.front();
+            const bool is_own = layout.reason == Layout::Reason::kTables;
+            const std::size_t before = decoded_.size();
+            try_at(piece.offset, is_own ? std::optional(piece.length) : std::nullopt);
+            if (decoded_.size() > before) {
+                decoded_.back().is_expected = is_own || layout.reason == Layout::Reason::kStructure;
+            }
+        }
+    }
+
+    void try_filler_ends() {
+        std::uint64_t tried = 0;
+        for (const std::uint64_t end : filler_ends_) {
+            for (std::uint64_t alike = 0; alike < std::min(kMostAlike, end); ++alike) {
+                try_at(end - alike, std::nullopt);
+            }
+            if (++tried == kMostFillerEnds) {
+                return;
+            }
+        }
+    }
+
+    /// Most places are ruled out by their first values.
+    void try_everywhere() {
+        for (std::uint64_t start = 0; start < damaged_.size() && decoded_.empty(); ++start) {
+            try_at(start, std::nullopt);
+        }
+    }
+
+    void try_chains(std::uint64_t end) {
+        if (coding_.codes == nullptr) {
+            return;
+        }
+        const std::uint64_t last = end_of_data(end);
+        for (const std::uint64_t start :
+             find_chain_starts(damaged_, last == 0 ? 0 : last - 1, *coding_.codes, coding_.values)) {
+            try_at(start, std::nullopt);
+        }
+    }
+
+    void try_at(std::uint64_t start, std::optional<std::uint64_t> own_length) {
+        const bool is_known = std::ranges::any_of(
+            decoded_, [&](const Decoded& decoded) { return decoded.data.offset == start; });
+        if (is_known || start >= damaged_.size() || values_left_ == 0) {
+            return;
+        }
+        const Trial trial = coding_.decode(damaged_.subspan(static_cast<std::size_t>(start)));
+        values_left_ -= std::min(values_left_, trial.values + 1);
+        if (trial.values == coding_.values) {
+            decoded_.push_back(finish({start, trial.bytes}, own_length));
+        }
+    }
+
+    /// The image with what is after its last value.
+    [[nodiscard]] Decoded finish(const Extent& values, std::optional<std::uint64_t> own_length) const {
+        const auto ends_at = [&](std::uint64_t end) {
+            return end >= values.end() && (end - values.end() <= kMostPadding ||
+                                           is_filler(Extent{values.end(), end - values.end()}.of(damaged_)));
+        };
+        Decoded decoded{.data = values};
+        if (own_length && Extent{values.offset, *own_length}.is_within(damaged_) &&
+            ends_at(values.offset + *own_length)) {
+            decoded.data.length = *own_length;
+            decoded.ends_well = true;
+            decoded.ends_alike = values.length + sample_.slack == *own_length;
+            return decoded;
+        }
+        const std::uint64_t rest = image_end_ - std::min(values.end(), image_end_);
+        const std::uint64_t to_the_end = image_end_ - std::min(values.offset, image_end_);
+        decoded.ends_well = ends_at(image_end_) || ends_at(damaged_.size());
+        decoded.ends_alike = ends_at(image_end_) && rest == sample_.slack;
+        if (ends_at(image_end_) && (rest <= kMostPadding || to_the_end == sample_.range().length)) {
+            decoded.data.length = to_the_end;
+        } else {
+            decoded.data.length += std::min(sample_.slack, damaged_.size() - values.end());
+        }
+        return decoded;
+    }
+
+    /// Where the last bytes that are all the same begin, before an offset.
+    [[nodiscard]] std::uint64_t end_of_data(std::uint64_t end) const {
+        std::uint64_t last = end;
+        while (last > 1 &&
+               damaged_[static_cast<std::size_t>(last - 2)] == damaged_[static_cast<std::size_t>(end - 1)]) {
+            --last;
+        }
+        return last > 1 && last != end ? last - 1 : end;
+    }
+
+    /// Those that end where they must, are smooth, and follow filler or are where surviving structure says,
+    /// if there are such. Others that are as good are a doubt: a few bytes before the image may decode too.
+    std::optional<FoundImage> choose() {
+        if (decoded_.empty()) {
+            return std::nullopt;
+        }
+        keep_if_any([](const Decoded& decoded) { return decoded.ends_well; });
+        keep_smoothest();
+        keep_if_any([](const Decoded& decoded) { return decoded.ends_alike; });
+        keep_if_any([&](const Decoded& decoded) {
+            return decoded.is_expected || std::ranges::binary_search(filler_ends_, decoded.data.offset);
+        });
+        const auto best = std::ranges::min_element(decoded_, {}, &Decoded::roughness);
+        FoundImage image{Way::kTrialDecoding, {best->data}, 0, {}};
+        image.proved = best->ends_well && decoded_.size() == 1 ? 1 : 0;
+        if (decoded_.size() > 1) {
+            image.doubts.emplace_back("The data decode from several places; one is chosen.");
+        } else if (!best->ends_well) {
+            image.doubts.emplace_back("The data decode, but nothing shows that they end where they should.");
+        }
+        return image;
+    }
+
+    template <typename Predicate>
+    void keep_if_any(const Predicate& predicate) {
+        if (std::ranges::any_of(decoded_, predicate)) {
+            std::erase_if(decoded_, [&](const Decoded& decoded) { return !predicate(decoded); });
+        }
+    }
+
+    void keep_smoothest() {
+        constexpr double kMuchRougher = 1.1; // Decoded from a place that is some values off.
+        if (decoded_.size() == 1 || !coding_.roughness) {
+            return;
+        }
+        for (Decoded& decoded : decoded_) {
+            decoded.roughness = coding_.roughness(decoded.data.of(damaged_));
+        }
+        const double least = std::ranges::min_element(decoded_, {}, &Decoded::roughness)->roughness;
+        std::erase_if(decoded_,
+                      [&](const Decoded& decoded) { return decoded.roughness > kMuchRougher * least; });
+    }
+
+    Bytes damaged_;
+    const Sample& sample_;
+    const HeadlessCoding& coding_;
+    std::uint64_t image_end_; ///< If the file ends as the sample does.
+    std::vector<std::uint64_t> filler_ends_;
+    std::uint64_t values_left_;
+    std::vector<Decoded> decoded_;
+};
+
+} // namespace
+
+std::optional<FoundImage> find_headless_image(Bytes damaged, const Sample& sample) {
+    return sample.headless ? Search(damaged, sample).find() : std::nullopt;
+}
+
+} // namespace raw_mend
