@@ -71,7 +71,8 @@ PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
         doubts.findings.push_back(
             "nothing proves that " + describe_pieces(open, image.pieces) +
             (open == 1 ? " is complete and in its place" : " are complete and in their place"));
-        doubts.place_unknown = true;
+        doubts.place_unknown = image.way == RAW_MEND_WAY_SAMPLE_PLACES;
+        doubts.damaged_inside = true;
     }
     return doubts;
 }

@@ -11,6 +11,7 @@ namespace plate_mend::host {
 /// Why the raw engine's own report does not call an image whole.
 struct PieceDoubts {
     std::vector<std::string> findings; ///< In words.
+    bool damaged_inside = false;       ///< Bytes within pieces may be missing, or foreign.
     bool place_unknown = false; ///< Pieces may be in a wrong place. Lost ones leave zeros in their own.
 };
 
