@@ -169,6 +169,10 @@ Judgement judge_raw(const JudgeRequest& request) {
         add(*findings, judgement.findings);
     }
     judge_samples(request, decoder, evidence, judgement);
+    if (request.image &&
+        is_refuted_guess(*request.image, judgement.findings.size() - evidence.pieces.findings.size())) {
+        judgement.rows_good = 0;
+    }
     if (!request.picture.empty()) {
         write_raw_picture(decoder.raw(), request.picture);
     }

@@ -48,6 +48,13 @@ TEST(FoundPieces, GuessedPlacesAreAFindingWhateverTheJudgeProves) {
     }
 }
 
+TEST(FoundPieces, GuessIsRefutedByAnySignOfDamage) {
+    EXPECT_TRUE(is_refuted_guess(image_of(67, 67, 0, RAW_MEND_PLACES_GUESSED), 1));
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 0, RAW_MEND_PLACES_GUESSED), 0));
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 1, RAW_MEND_PLACES_GUESSED), 1)) << "a part is proved";
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 0), 1)) << "no guess";
+}
+
 TEST(FoundPieces, UnprovedOnesAreAFindingUnlessTheJudgeProvesThem) {
     const PieceDoubts doubts = find_doubts(image_of(67, 67, 60), false);
     EXPECT_THAT(
