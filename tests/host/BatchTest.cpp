@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <set>
 
 namespace test {
 namespace {
@@ -39,6 +40,36 @@ TEST_F(Batch, FolderOfFilesIsRepairedIntoAnotherOfTheSameShape) {
     EXPECT_EQ(found.at("c.nef").verdict, Verdict::kNotRepaired);
     ASSERT_THAT(found.at("c.nef").attempts, SizeIs(1));
     EXPECT_EQ(found.at("c.nef").attempts[0].engine, "raw") << "the exact engine has no sample of this format";
+}
+
+TEST_F(Batch, PhotographsOfOtherCamerasAreTakenFromFoldersAndRepairedByTheirContent) {
+    put("card/a.NRW", joined(noise(1000, 5), original.bytes));
+    put("card/b.pef", joined(noise(512, 6), original.bytes));
+    put("card/c.txt", original.bytes);
+    put("good/other.srw", sample.bytes);
+    EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),
+                   in("card")}),
+              0)
+        << out << err;
+    EXPECT_THAT(files_below("mended"), ElementsAre("a.NRW", "b.pef"));
+    EXPECT_EQ(decode_raw(folder / "mended/a.NRW"), decode_raw(original.bytes));
+    EXPECT_EQ(records().at("a.NRW").taken()->engine, "raw");
+}
+
+TEST_F(Batch, SamplesAreCountedNotTheEnginesThatTryThem) {
+    put("card/a.arw", lost_);
+    for (const unsigned number : {3U, 4U, 5U}) {
+        put("good/" + std::to_string(number) + ".arw", ArwPhoto(ArwPhoto::Options{.number = number}).bytes);
+    }
+    EXPECT_EQ(run({"repair", "--no-fallback", "--max-samples", "2", "--samples", in("good"), "--json",
+                   in("records.jsonl"), in("card")}),
+              2);
+    std::set<std::string> tried;
+    const Record record = records().at("a.arw");
+    for (const auto& attempt : record.attempts) {
+        tried.insert(attempt.sample + attempt.engine);
+    }
+    EXPECT_THAT(tried, SizeIs(4)) << "two samples, by both engines";
 }
 
 TEST_F(Batch, OnlyRequestedExtensionsAreTakenFromFolders) {

@@ -9,6 +9,8 @@
 #include "cli/CommandLine.h"
 #include "record/RecordJson.h"
 
+#include <raw_mend/raw_mend.h>
+
 #include <algorithm>
 #include <fstream>
 #include <iterator>
@@ -258,7 +260,10 @@ bool WalkResult::false_whole() const {
 }
 
 bool WalkResult::too_strict() const {
-    return same_picture && !called_whole();
+    const auto* taken = record.taken();
+    const bool guessed =
+        taken != nullptr && taken->image && (taken->image->notes & RAW_MEND_PLACES_GUESSED) != 0;
+    return same_picture && !called_whole() && !guessed;
 }
 
 bool WalkResult::too_rosy() const {

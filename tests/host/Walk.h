@@ -40,7 +40,8 @@ struct WalkResult {
     [[nodiscard]] bool called_whole() const;
     /// Either of these for what is not the original's picture.
     [[nodiscard]] bool false_whole() const;
-    /// Less than that for what is the original's picture.
+    /// Less than that for what is the original's picture, and not because its place is a guess: a right guess
+    /// proves nothing.
     [[nodiscard]] bool too_strict() const;
     /// More rows promised than there are, by more than two in a hundred.
     [[nodiscard]] bool too_rosy() const;

@@ -77,6 +77,52 @@ TEST_F(WorkerTroubles, HangIsEndedByTheTimeLimit) {
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
 }
 
+/// A damaged photograph that only the raw engine makes whole: all its entries are gone.
+class RawEngineTroubles : public WorkerTroubles {
+  protected:
+    RawEngineTroubles() {
+        write_file(folder / "broken.arw", zeroed(original.bytes, 0, original.image_offset));
+    }
+
+    /// A condition for scripts: the worker runs the raw engine.
+    const std::string is_raw_ = R"(grep -q '"task":"raw"' "$2/task.json")";
+};
+
+TEST_F(RawEngineTroubles, NoneIsTheControl) {
+    EXPECT_EQ(run_with("exec \"$program\" \"$@\"", repair_), 0) << out << err;
+    EXPECT_EQ(decode_raw(folder / "broken.repaired.arw"), decode_raw(original.bytes));
+}
+
+TEST_F(RawEngineTroubles, CrashCostsOnlyItsResult) {
+    EXPECT_EQ(run_with(is_raw_ + " && kill -SEGV $$\nexec \"$program\" \"$@\"", repair_), 2);
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+    EXPECT_THAT(out, HasSubstr("raw engine: crashed: Segmentation fault"));
+}
+
+TEST_F(RawEngineTroubles, HangIsEndedByTheTimeLimit) {
+    EXPECT_EQ(
+        run_with(is_raw_ + " && sleep 600\nexec \"$program\" \"$@\"",
+                 {"repair", "--time-limit", "2", "--no-fallback", "-s", in("good.arw"), in("broken.arw")}),
+        2);
+    EXPECT_THAT(out, HasSubstr("raw engine: stopped after 2 seconds"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(RawEngineTroubles, LackOfMemoryLeavesTheFileForAnotherRun) {
+    EXPECT_EQ(run_with(is_raw_ + " && exit 71\nexec \"$program\" \"$@\"", repair_), 3) << out << err;
+    EXPECT_THAT(out, HasSubstr("memory ran out"));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
+}
+
+TEST_F(RawEngineTroubles, PreviewsThatCannotBeRenderedStay) {
+    EXPECT_EQ(run_with(R"(grep -q '"task":"pictures"' "$2/task.json" && kill -SEGV $$
+exec "$program" "$@")",
+                       repair_),
+              0)
+        << out << err;
+    EXPECT_EQ(decode_raw(folder / "broken.repaired.arw"), decode_raw(original.bytes));
+}
+
 TEST_F(WorkerTroubles, WorkerWithoutAnAnswerIsAFailure) {
     EXPECT_EQ(run_with("exit 0", repair_), 2);
     EXPECT_THAT(out, HasSubstr("ended without an answer"));

@@ -232,7 +232,8 @@ class Program {
         command->callback([this] { status_ = run_task(path_from(folder_)); });
     }
 
-    CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF.",
+    CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF, and "
+                  "others by their content.",
                   "plate-mend"};
     const std::filesystem::path& program_;
     RepairOptions repair_;

@@ -19,6 +19,11 @@ constexpr std::uint64_t kNeedle = 256;       ///< Bytes by which image data are 
 constexpr std::uint64_t kPastTheHead = 4096; ///< From the start of a piece: past its head.
 constexpr std::size_t kMostSearched = 16;    ///< Pieces; each search reads the damaged file.
 
+/// Photographs from one camera differ by their previews and by how well they compress.
+bool have_similar_lengths(std::uint64_t one, std::uint64_t other) {
+    return std::max(one, other) - std::min(one, other) <= std::min(one, other) / 2;
+}
+
 std::string describe_pieces(std::uint64_t some, std::uint64_t all) {
     return all == 1 ? "the image's only piece"
                     : std::to_string(some) + " of " + std::to_string(all) + " pieces of the image";
@@ -71,15 +76,24 @@ PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
         doubts.findings.push_back(
             "nothing proves that " + describe_pieces(open, image.pieces) +
             (open == 1 ? " is complete and in its place" : " are complete and in their place"));
-        doubts.place_unknown = true;
+        doubts.place_unknown = image.way == RAW_MEND_WAY_SAMPLE_PLACES;
+        doubts.damaged_inside = true;
     }
     return doubts;
+}
+
+bool is_refuted_guess(const FoundImage& image, std::size_t signs) {
+    return (image.notes & RAW_MEND_PLACES_GUESSED) != 0 && image.pieces_proved == 0 && signs != 0;
 }
 
 std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const RawDecoder& decoder,
                                               FileBytes& file) {
     FileBytes damaged(request.damaged);
     const FoundImage& image = request.image.value();
+    if ((image.notes & RAW_MEND_PLACES_GUESSED) != 0 &&
+        !have_similar_lengths(damaged.size(), FileBytes(request.sample).size())) {
+        return {"the damaged file is not about as long as the sample"};
+    }
     const auto needles = choose_needles(decoder, file);
     if (image.pieces_found < image.pieces) {
         return {}; // Any of the needles may be in zeros.

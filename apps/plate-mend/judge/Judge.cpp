@@ -113,13 +113,14 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
     }
     const PixelSigns signs = find_signs(view);
     add(signs.findings, judgement.findings);
-    judgement.rows_good = share_of_good_rows({.signs = signs,
-                                              .rows_there = picture_rows_there(evidence.lengths, decoder),
-                                              .in_row_order = decoder.is_in_row_order(),
-                                              .data_errors = judgement.data_errors != 0,
-                                              .place_unknown = evidence.place_unknown(),
-                                              .lost_inside = evidence.lengths.lost_inside,
-                                              .filled = request.filled != 0});
+    judgement.rows_good =
+        share_of_good_rows({.signs = signs,
+                            .rows_there = picture_rows_there(evidence.lengths, decoder),
+                            .in_row_order = decoder.is_in_row_order(),
+                            .data_errors = judgement.data_errors != 0,
+                            .place_unknown = evidence.place_unknown(),
+                            .lost_inside = evidence.lengths.lost_inside || evidence.pieces.damaged_inside,
+                            .filled = request.filled != 0});
 }
 
 /// Bytes from the start of the image to the end of the file.
@@ -168,6 +169,10 @@ Judgement judge_raw(const JudgeRequest& request) {
         add(*findings, judgement.findings);
     }
     judge_samples(request, decoder, evidence, judgement);
+    if (request.image &&
+        is_refuted_guess(*request.image, judgement.findings.size() - evidence.pieces.findings.size())) {
+        judgement.rows_good = 0;
+    }
     if (!request.picture.empty()) {
         write_raw_picture(decoder.raw(), request.picture);
     }

@@ -43,7 +43,7 @@ PixelSigns find_signs(const SensorView& view) {
     add(find_runs(view), signs);
     const Windows windows(view);
     add(find_noise(view, windows), signs);
-    add(find_displacement(view, windows), signs);
+    add(find_displacement(view, windows, signs.bad_rows), signs);
     add(find_shift(view, signs.bad_rows), signs);
     add(find_wrong_width(view, signs.bad_rows), signs);
     add(find_seams(view), signs);

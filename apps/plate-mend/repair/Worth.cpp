@@ -7,13 +7,18 @@ namespace {
 /// With a smaller share of good rows, a result is not a photograph, even if it decodes.
 constexpr double kFewestRows = 0.01;
 
-/// Higher is better. If the share of good rows is unknown, it counts as a half.
+/// If the share of good rows is unknown, it counts as a half.
+double share(const Judgement& judgement) {
+    return judgement.rows_good.value_or(0.5);
+}
+
+/// Higher is better.
 double worth(const Judgement& judgement) {
     switch (verdict_of(judgement)) {
     case Verdict::kWhole:
         return 2;
     case Verdict::kPartial:
-        return judgement.rows_good.value_or(0.5) - 0.001 * static_cast<double>(judgement.findings.size());
+        return share(judgement) - 0.001 * static_cast<double>(judgement.findings.size());
     default:
         return -1;
     }
@@ -29,10 +34,18 @@ Verdict verdict_of(const Judgement& judgement) {
 }
 
 bool is_better(const Attempt& attempt, const Attempt* kept) {
-    const double ours = worth(attempt.judgement);
-    const double theirs = kept == nullptr ? 0 : worth(kept->judgement);
-    const bool wins_tie = kept != nullptr && attempt.engine == kExactEngine && kept->engine == kRawEngine;
-    return ours > theirs || (wins_tie && ours == theirs);
+    const Judgement& ours = attempt.judgement;
+    if (kept == nullptr) {
+        return worth(ours) > 0;
+    }
+    const Judgement& theirs = kept->judgement;
+    const bool both_partial =
+        verdict_of(ours) == Verdict::kPartial && verdict_of(theirs) == Verdict::kPartial;
+    if (attempt.engine == kept->engine || !both_partial) {
+        return worth(ours) > worth(theirs);
+    }
+    // Engines leave different signs of damage, so their number says nothing.
+    return share(ours) > share(theirs) || (share(ours) == share(theirs) && attempt.engine == kExactEngine);
 }
 
 } // namespace plate_mend::host

@@ -48,12 +48,23 @@ TEST(FoundPieces, GuessedPlacesAreAFindingWhateverTheJudgeProves) {
     }
 }
 
+TEST(FoundPieces, GuessIsRefutedByAnySignOfDamage) {
+    EXPECT_TRUE(is_refuted_guess(image_of(67, 67, 0, RAW_MEND_PLACES_GUESSED), 1));
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 0, RAW_MEND_PLACES_GUESSED), 0));
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 1, RAW_MEND_PLACES_GUESSED), 1)) << "a part is proved";
+    EXPECT_FALSE(is_refuted_guess(image_of(67, 67, 0), 1)) << "no guess";
+}
+
 TEST(FoundPieces, UnprovedOnesAreAFindingUnlessTheJudgeProvesThem) {
     const PieceDoubts doubts = find_doubts(image_of(67, 67, 60), false);
     EXPECT_THAT(
         doubts.findings,
         ElementsAre("nothing proves that 7 of 67 pieces of the image are complete and in their place"));
-    EXPECT_TRUE(doubts.place_unknown);
+    EXPECT_TRUE(doubts.damaged_inside);
+    EXPECT_FALSE(doubts.place_unknown) << "their heads or rows show it";
+    FoundImage in_sample_places = image_of(67, 67, 60);
+    in_sample_places.way = RAW_MEND_WAY_SAMPLE_PLACES;
+    EXPECT_TRUE(find_doubts(in_sample_places, false).place_unknown);
     EXPECT_THAT(find_doubts(image_of(67, 67, 60), true).findings, IsEmpty());
     EXPECT_THAT(find_doubts(image_of(1, 1, 0), false).findings,
                 ElementsAre("nothing proves that the image's only piece is complete and in its place"));

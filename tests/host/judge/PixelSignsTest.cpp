@@ -115,6 +115,20 @@ TEST_F(Signs, PictureIsDisplacedFromTheMiddleOfARowOn) {
     EXPECT_TRUE(signs.place_is_known);
 }
 
+TEST_F(Signs, EndOfALostTopIsNoDisplacement) {
+    // A head that is lost reaches into the image, and the picture is calm.
+    std::fill(samples.begin(), samples.end(), std::uint16_t{1800});
+    std::uint32_t state = 1;
+    std::for_each(at(30, 300), samples.data() + samples.size(), [&](std::uint16_t& sample) {
+        sample = static_cast<std::uint16_t>(1800 + random(state) % 8);
+    });
+    std::fill(samples.data(), at(30, 300), std::uint16_t{0});
+    const PixelSigns signs = found();
+    EXPECT_FALSE(signs.displaced_from.has_value());
+    EXPECT_THAT(signs.findings,
+                Contains("runs of one value where a picture should be: 31 rows from row 0 on"));
+}
+
 TEST_F(Signs, LevelBorderOfThePictureIsNoDisplacement) {
     for (auto* sample = at(200, 0); sample != samples.data() + samples.size(); ++sample) {
         *sample = static_cast<std::uint16_t>(*sample + 1500);

@@ -43,6 +43,11 @@ TEST(Worth, ExactEngineWinsATie) {
     EXPECT_TRUE(is_better(exact, &raw));
     EXPECT_FALSE(is_better(raw, &exact));
     EXPECT_FALSE(is_better(exact, &exact)) << "the first sample's is kept";
+    const Attempt fewer_signs = attempt_of("raw", 0.9, 1);
+    EXPECT_FALSE(is_better(fewer_signs, &exact)) << "signs of two engines cannot be compared";
+    EXPECT_TRUE(is_better(fewer_signs, &raw));
+    const Attempt unknown = attempt_of("exact", std::nullopt, 5);
+    EXPECT_FALSE(is_better(attempt_of("raw", std::nullopt, 1), &unknown));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "judge/signs/Displacement.h"
 
+#include <algorithm>
+
 namespace plate_mend::host {
 
 namespace {
@@ -66,13 +68,15 @@ class LeapTable {
 
 } // namespace
 
-Sign find_displacement(const SensorView& view, const Windows& windows) {
+Sign find_displacement(const SensorView& view, const Windows& windows, const std::vector<bool>& bad_rows) {
     if (windows.per_row() < kFewestWindows) {
         return {};
     }
     const LeapTable leaps(view, windows);
     const std::size_t side = windows.per_row() / kSide + 1;
-    for (std::size_t y = view.dy; y + view.dy < view.rows; ++y) {
+    const auto bad_at_top =
+        static_cast<std::size_t>(std::find(bad_rows.begin(), bad_rows.end(), false) - bad_rows.begin());
+    for (std::size_t y = bad_at_top + view.dy; y + view.dy < view.rows; ++y) {
         for (std::size_t cut = side; cut + side <= windows.per_row(); ++cut) {
             if (leaps.is_stair(y, cut)) {
                 return {"from row " + std::to_string(y) + " on the picture is displaced",
