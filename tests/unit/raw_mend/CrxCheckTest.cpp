@@ -90,6 +90,22 @@ TEST(CrxCheck, DamagedTracksDoNot) {
     EXPECT_EQ(found, 0U);
 }
 
+TEST(CrxCheck, FillerOfABandIsNotCoded) {
+    Track track(scene(1));
+    const auto add = [&](std::size_t field) {
+        put_u32(track.bytes, field, get_u32(track.bytes, field, ByteOrder::kBig) + 64, ByteOrder::kBig);
+    };
+    const std::size_t plane = track.at + 7 * 12; // The last one; its band follows.
+    for (const std::size_t field : {track.at + 4, plane + 4, plane + 12 + 4, plane + 12 + 8}) {
+        add(field);
+    }
+    track.bytes = joined(track.bytes, noise(64, 1));
+    EXPECT_EQ(track.check(), CrxDecoding::kComplete);
+    put_u32(track.bytes, plane + 12 + 8, get_u32(track.bytes, plane + 12 + 8, ByteOrder::kBig) - 16,
+            ByteOrder::kBig);
+    EXPECT_EQ(track.check(), CrxDecoding::kBroken) << "more bytes are left than a plane has";
+}
+
 TEST(CrxCheck, NothingIsKnownOfOtherCodings) {
     const Track whole(scene(1));
     CrxLayout layout = whole.layout();

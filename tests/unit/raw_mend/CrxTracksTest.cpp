@@ -2,6 +2,7 @@
 #include "Written.h"
 
 #include "support/Cr3Completion.h"
+#include "support/Cr3Photo.h"
 #include "support/CrxEncoder.h"
 #include "support/ImagePlace.h"
 #include "support/Jpeg.h"
@@ -210,6 +211,53 @@ TEST_P(CrxTracksOfCameras, ComeBackThoughTheirTablesCountMoreBytes) {
     EXPECT_EQ(repaired->image.proved, 0U) << "where it ends is a guess";
 }
 
+/// The headers of the small raw image may begin those of the large one.
+TEST(CrxTracksOfManyTiles, AreToldApart) {
+    Camera camera = cameras()[2];
+    REAL_FILE_OR_SKIP(file, camera.file);
+    Bytes head = file;
+    camera.small.tiles = 2; // No zeros fill the headers of two tiles up.
+    camera.raw.tiles = 4;
+    std::size_t at = 0;
+    for (const CrxKind& kind : {camera.small, camera.raw}) {
+        while (part(head, at, at + 4) != Bytes{'C', 'M', 'P', '1'}) {
+            ++at;
+        }
+        put_u32(head, at + 32, static_cast<std::uint32_t>(kind.header_size()), ByteOrder::kBig);
+        ++at;
+    }
+    const Photograph original = photograph(camera, head, 1, 16);
+    const Photograph other = photograph(camera, head, 2, 16);
+    const auto sample = raw_mend::Sample::read(other.file.bytes);
+    ASSERT_TRUE(sample);
+    const Bytes damaged = zeroed(original.file.bytes, 0, original.file.tracks[original.raw].offset);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired);
+    EXPECT_TRUE(image_bytes(written(repaired->file)) == original.file.track(original.raw));
+    EXPECT_EQ(repaired->image.proved, 1U);
+}
+
+TEST(CrxTracksWithGaps, ComeBackWithTheirNeighbours) {
+    const auto photo = [](unsigned number) {
+        return Cr3Photo({.number = number, .pictures = true, .gaps = {4, 5, 7, 3}});
+    };
+    const Cr3Photo original = photo(1);
+    const Cr3Photo other = photo(2);
+    const auto sample = raw_mend::Sample::read(other.bytes);
+    ASSERT_TRUE(sample);
+    const Bytes damaged = zeroed(original.bytes, 0, original.tracks[0].offset);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired);
+    EXPECT_EQ(repaired->image.proved, 1U);
+    const Bytes result = written(repaired->file);
+    const auto runs = find_tracks(result);
+    ASSERT_EQ(runs.size(), 4U);
+    for (unsigned n = 1; n <= 4; ++n) {
+        const ByteRun& run = runs[n - 1];
+        EXPECT_TRUE(part(result, run.offset, run.offset + run.size) == original.track(n)) << n;
+    }
+}
+
 TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
     const Camera camera = cameras().front();
     REAL_FILE_OR_SKIP(head, camera.file);
@@ -232,6 +280,8 @@ TEST(CrxTracksOfLossyCamera, RemainsAndDamages) {
     const std::vector<Case> cases{
         {"truncated before", joined(truncated, headless), 1},
         {"truncated after", joined(headless, truncated), 1},
+        {"truncated directly before",
+         joined(truncated, part(original.file.bytes, at, original.file.bytes.size())), 1},
         {"whole after", joined(headless, from_raw), 0},
         {"end unconfirmed, whole after", joined(part(headless, 0, at + raw.size()), from_raw), 0},
         {"blank", zeroed(headless, at + 50000, at + 54096), 0},
@@ -509,6 +559,17 @@ TEST_F(CrxTracksOfOneCamera, LostImageLeavesWhatElseThereIs) {
     const Result head = repair(zeroed(original_.bytes, 0, raw + 700));
     EXPECT_EQ(head.image.count_found(), 0U);
     EXPECT_TRUE(tracks_of(head.file)[kMetadata] == original_.track(kMetadata));
+}
+
+TEST_F(CrxTracksOfOneCamera, PreviewThatDoesNotMeetTheNextTrackIsLeftOut) {
+    const std::size_t end = original_.tracks[kJpeg].offset + original_.tracks[kJpeg].size;
+    const Bytes file = headless(original_);
+    const Bytes jpeg = part(original_.bytes, original_.tracks[kJpeg].offset, end);
+    const Result result = repair(joined(with(part(file, 0, end), end - jpeg.size(), jpeg),
+                                        joined(noise(100, 1), part(original_.bytes, end, file.size()))));
+    EXPECT_EQ(result.image.proved, 1U);
+    EXPECT_TRUE(tracks_of(result.file)[kSmall] == original_.track(kSmall));
+    EXPECT_TRUE(tracks_of(result.file)[kJpeg] == other_.track(kJpeg));
 }
 
 TEST_F(CrxTracksOfOneCamera, NothingIsFoundInOtherFiles) {

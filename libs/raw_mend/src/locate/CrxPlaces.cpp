@@ -76,7 +76,7 @@ void CrxPlaces::add_places(std::size_t structure) {
     }
 }
 
-/// The headers of one structure may be the first ones of another.
+/// The headers of one structure may be some of another's.
 void CrxPlaces::keep_longest() {
     const auto headers = [&](const CrxPlace& place) {
         return row_.items()[place.structure].layout.heads.headers.size();
@@ -85,10 +85,14 @@ void CrxPlaces::keep_longest() {
         return one.data.offset != two.data.offset ? one.data.offset < two.data.offset
                                                   : headers(one) > headers(two);
     });
-    const auto same = [](const CrxPlace& one, const CrxPlace& two) {
-        return one.data.offset == two.data.offset;
-    };
-    places_.erase(std::unique(places_.begin(), places_.end(), same), places_.end());
+    std::uint64_t end = 0;
+    std::erase_if(places_, [&](const CrxPlace& place) {
+        if (place.data.offset < end) {
+            return true;
+        }
+        end = place.data.offset + row_.items()[place.structure].layout.header_size;
+        return false;
+    });
 }
 
 void CrxPlaces::collect_ends() {

@@ -28,8 +28,10 @@ struct Substitute {
 struct FoundImage {
     Way way = Way::kOwnTables;
     std::vector<std::optional<Extent>> pieces; ///< Of the sample's raw image, in its order.
-    std::size_t proved = 0; ///< Pieces that are proved: coded data to their last value; rows only by their
-                            ///< place, so that foreign bytes among them are not noticed.
+    /// Pieces that are proved: coded data to their last value; those that cannot be decoded here (lossy CR3,
+    /// compressed RAF) by their head and by what follows them, and rows by their place, so that foreign bytes
+    /// among them are not noticed.
+    std::size_t proved = 0;
     std::vector<std::string> doubts;
     /// What else was found. Each is for all bytes of one piece of a picture or of metadata.
     std::vector<Substitute> others{};

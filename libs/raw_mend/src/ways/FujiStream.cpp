@@ -119,8 +119,12 @@ std::optional<FoundImage> find_fuji_stream(Bytes damaged, const Sample& sample) 
 bool has_whole_fuji_stream(Bytes file, const Description& own, const Sample& sample) {
     const auto intact = read_fuji_image(sample.file, sample.description.raw);
     const auto found = read_fuji_image(file, own.raw);
-    return intact && found && found->head.is_like(intact->head) && found->padding == intact->padding &&
-           (!found->has_blank_part || intact->has_blank_part);
+    if (!intact || !found || !found->head.is_like(intact->head) || found->padding != intact->padding ||
+        (found->has_blank_part && !intact->has_blank_part)) {
+        return false;
+    }
+    // Where another one begins among the data, the end of this one is lost.
+    return find_fuji_heads(own.raw.pieces.front().data.of(file), intact->head).size() == 1;
 }
 
 } // namespace raw_mend

@@ -13,8 +13,8 @@ namespace raw_mend {
 /// no head is found.
 [[nodiscard]] std::optional<FoundImage> find_fuji_stream(Bytes damaged, const Sample& sample);
 
-/// Whether a file's own tables lead to a stream like the sample's that ends where they state, and has no
-/// blank part.
+/// Whether a file's own tables lead to a stream like the sample's that ends where they state, without a
+/// blank part or the head of another stream in it.
 [[nodiscard]] bool has_whole_fuji_stream(Bytes file, const Description& own, const Sample& sample);
 
 } // namespace raw_mend
