@@ -53,8 +53,8 @@ TEST_P(BuiltPairs, ComeBackWhereverTheirImageIs) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original, described->range().offset, intact);
         const auto repaired = raw_mend::repair(damaged, *sample);
-        ASSERT_TRUE(repaired);
-        const Bytes result = written(repaired->file);
+        ASSERT_TRUE(repaired && repaired->file);
+        const Bytes result = written(*repaired->file);
         EXPECT_TRUE(pieces_of(result) == expected)
             << static_cast<int>(repaired->image.way) << testing::PrintToString(repaired->image.doubts);
         EXPECT_EQ(decode_raw(result), decode_raw(original));

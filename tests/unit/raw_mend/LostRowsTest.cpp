@@ -52,9 +52,9 @@ TEST_P(LostRows, LeaveTheOthersAtTheirPlace) {
             const std::size_t lost = range.length * percent / 100;
             const Bytes damaged = loss.make(original, range.offset + lost);
             const auto repaired = raw_mend::repair(damaged, *sample);
-            ASSERT_TRUE(repaired);
+            ASSERT_TRUE(repaired && repaired->file);
             EXPECT_LT(repaired->image.proved, repaired->image.pieces.size());
-            const Bytes result = written(repaired->file);
+            const Bytes result = written(*repaired->file);
             const raw_mend::Extent found = Sample::read(result)->range();
             ASSERT_EQ(found.length, range.length);
             EXPECT_TRUE(part(result, found.offset + lost, found.end()) ==
@@ -98,10 +98,10 @@ TEST(LostStrips, AreCountedAndTheOthersProved) {
     constexpr std::size_t kLost = 5;
     const Bytes damaged = zeroed(original, 0, sample->range().offset + kLost * strip);
     const auto repaired = raw_mend::repair(damaged, *sample);
-    ASSERT_TRUE(repaired);
+    ASSERT_TRUE(repaired && repaired->file);
     EXPECT_EQ(repaired->image.count_found(), count - kLost);
     EXPECT_EQ(repaired->image.proved, count - kLost);
-    const Bytes result = written(repaired->file);
+    const Bytes result = written(*repaired->file);
     const raw_mend::Extent range = Sample::read(result)->range();
     EXPECT_TRUE(part(result, range.offset + kLost * strip, range.end()) ==
                 part(original, sample->range().offset + kLost * strip, sample->range().end()));

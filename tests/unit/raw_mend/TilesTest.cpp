@@ -110,8 +110,8 @@ TEST(Tiles, ThatAreUncompressedComeBackWhereverTheyAre) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original.bytes, original.image, intact.bytes);
         const auto repaired = raw_mend::repair(damaged, *sample);
-        ASSERT_TRUE(repaired);
-        EXPECT_TRUE(tiles_by_tables(written(repaired->file)) == original.tiles)
+        ASSERT_TRUE(repaired && repaired->file);
+        EXPECT_TRUE(tiles_by_tables(written(*repaired->file)) == original.tiles)
             << repaired->image.pieces.front()->offset << ", " << repaired->image.proved
             << testing::PrintToString(repaired->image.doubts);
     }
@@ -127,9 +127,9 @@ TEST(Tiles, ThatAreDeflatedComeBackByTheirOwnTables) {
          {original.bytes, joined(noise(1000, 1), original.bytes), zeroed(original.bytes, 0, 100),
           joined(noise(777, 1), zeroed(original.bytes, 0, 40))}) {
         const auto repaired = raw_mend::repair(damaged, *sample);
-        ASSERT_TRUE(repaired);
+        ASSERT_TRUE(repaired && repaired->file);
         EXPECT_EQ(repaired->image.proved, 0U);
-        EXPECT_TRUE(tiles_by_tables(written(repaired->file)) == original.tiles);
+        EXPECT_TRUE(tiles_by_tables(written(*repaired->file)) == original.tiles);
     }
     EXPECT_FALSE(raw_mend::repair(zeroed(original.bytes, 0, 60000), *sample));
 }

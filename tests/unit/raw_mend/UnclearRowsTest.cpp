@@ -75,8 +75,8 @@ TEST_P(UnclearRows, AreProvedOnlyWhereTheyAre) {
         SCOPED_TRACE(damage.name);
         const Bytes damaged = damage.make(original.bytes, original.image, intact.bytes);
         const auto repaired = raw_mend::repair(damaged, *sample);
-        ASSERT_TRUE(repaired);
-        const Bytes result = written(repaired->file);
+        ASSERT_TRUE(repaired && repaired->file);
+        const Bytes result = written(*repaired->file);
         const raw_mend::Extent found = Sample::read(result)->range();
         EXPECT_TRUE(part(result, found.offset, found.end()) == image)
             << repaired->image.pieces.front()->offset << ", " << static_cast<int>(repaired->image.way) << ", "
