@@ -20,7 +20,7 @@ using raw_mend::FoundImage;
 std::string about_image(const FoundImage& image, const test::Bytes& damaged) {
     const bool inside = std::ranges::all_of(
         image.pieces, [&](const auto& piece) { return !piece || piece->is_within(damaged); });
-    if (inside && image.count_found() > 0 && image.proved <= image.count_found()) {
+    if (inside && (image.count_found() > 0 || !image.others.empty()) && image.proved <= image.count_found()) {
         return "";
     }
     std::ostringstream text;

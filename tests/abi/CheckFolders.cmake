@@ -42,7 +42,7 @@ elseif(PART STREQUAL "RawMend")
         "ways: locate coding container"
         "assemble: coding container"
         "locate: coding container"
-        "coding:"
+        "coding: container"
         "container:"
         "platform:")
     set(owners "raw_mend/: nobody")

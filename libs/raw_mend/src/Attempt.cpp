@@ -48,7 +48,7 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path) {
         return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
     }
     repaired_ = repair(damaged, *sample_);
-    if (!repaired_) {
+    if (!repaired_ || repaired_->image.count_found() == 0) {
         return RAW_MEND_NOT_FOUND;
     }
     return repaired_->file ? RAW_MEND_OK : RAW_MEND_DOES_NOT_FIT;

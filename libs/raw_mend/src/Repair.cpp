@@ -106,7 +106,10 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
         return keep_structure(damaged, *own);
     }
     image = image ? std::move(image) : find_at_sample_places(damaged, sample);
-    return image ? std::optional(take_structure(damaged, sample, std::move(*image))) : std::nullopt;
+    if (!image || (image->count_found() == 0 && image->others.empty())) {
+        return std::nullopt;
+    }
+    return take_structure(damaged, sample, std::move(*image));
 }
 
 } // namespace raw_mend

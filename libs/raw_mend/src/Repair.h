@@ -17,7 +17,8 @@ struct Repaired {
 };
 
 /// Repairs a damaged photograph with an intact one from the same camera. Both must outlive the result.
-/// Nothing if the damaged file's image is not found.
+/// Nothing if no piece of the damaged file's image is found, nor anything else that the camera keeps beside
+/// it.
 [[nodiscard]] std::optional<Repaired> repair(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend

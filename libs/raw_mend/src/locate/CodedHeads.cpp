@@ -34,7 +34,6 @@ CodedPlace check_place(Bytes damaged, const lossless_jpeg::Head& head, std::size
     place.data = head.end;
     place.end = progress.end;
     place.proved = progress.is_complete();
-    place.in_range = place.proved && count_bits(damaged, head) <= sample.bits() + 1;
     place.end_known = place.proved;
     place.structure = structure;
     place.samples = progress.samples;

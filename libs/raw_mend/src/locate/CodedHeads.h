@@ -10,10 +10,6 @@ struct CodedPlace {
     std::uint64_t data = 0;   ///< That of the entropy-coded data.
     std::uint64_t end = 0;    ///< After EOI, as far as that is known.
     bool proved = false;      ///< The stream is complete up to its last sample, and ends with EOI there.
-    /// Whether the stream is proved, and no sample is beyond the precision or needs two bits more than those
-    /// of the sample photograph. Data whose parts were exchanged seldom pass this. A photograph much brighter
-    /// than the sample may not pass it either, so this is no proof of damage.
-    bool in_range = false;
     /// Whether the end is certain: the stream is proved, or what follows it is at the place that the sample's
     /// spacing leaves for it.
     bool end_known = false;

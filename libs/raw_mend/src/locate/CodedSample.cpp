@@ -3,7 +3,6 @@
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
-#include <bit>
 #include <numeric>
 
 namespace raw_mend {
@@ -11,7 +10,6 @@ namespace raw_mend {
 namespace {
 
 constexpr std::uint64_t kMostAlignment = 65536;
-constexpr unsigned kOutOfRange = 32;
 constexpr std::uint64_t kCluster = 512; // The smallest unit that files are truncated to.
 
 std::uint64_t align_up(std::uint64_t number, std::uint64_t alignment) {
@@ -50,19 +48,6 @@ bool has_eoi_before(Bytes bytes, std::uint64_t offset, std::uint64_t padding) {
     return false;
 }
 
-unsigned count_bits(Bytes bytes, const lossless_jpeg::Head& head) {
-    if (!lossless_jpeg::can_decode(head)) {
-        return head.precision;
-    }
-    unsigned all = 0;
-    const auto decoded =
-        lossless_jpeg::decode(bytes, head, [&](std::uint64_t, std::span<const std::uint16_t> row) {
-            all = std::accumulate(row.begin(), row.end(), all,
-                                  [](unsigned one, unsigned other) { return one | other; });
-        });
-    return decoded.out_of_range != 0 ? kOutOfRange : static_cast<unsigned>(std::bit_width(all));
-}
-
 std::optional<CodedSample> CodedSample::read(Bytes sample, std::span<const ByteRange> pieces) {
     CodedSample result;
     if (pieces.empty() || !result.read_streams(sample, pieces)) {
@@ -94,7 +79,6 @@ bool CodedSample::read_streams(Bytes sample, std::span<const ByteRange> pieces) 
         if (!head || !progress.is_complete()) {
             return false;
         }
-        bits_ = std::max(bits_, count_bits(bytes, *head));
         previous_end = progress.end;
         streams_.push_back({range.begin, progress.end});
         heads.push_back({head->begin, head->end});

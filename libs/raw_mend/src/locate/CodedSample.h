@@ -57,9 +57,6 @@ class CodedSample {
     [[nodiscard]] std::uint64_t shortest() const { return shortest_; }
     [[nodiscard]] std::uint64_t mean() const { return mean_; }
     [[nodiscard]] std::uint64_t shortest_possible() const { return shortest_possible_; }
-    /// The bits that the largest sample of all streams needs, 0 to 16; the precision if they cannot be
-    /// decoded.
-    [[nodiscard]] unsigned bits() const { return bits_; }
     /// Bytes after the last stream.
     [[nodiscard]] std::uint64_t after_last() const { return after_last_; }
     /// Whether a file with this many bytes after its last stream ends as the sample does, padding included.
@@ -84,7 +81,6 @@ class CodedSample {
     Spacing spacing_;
     std::uint64_t shortest_ = 0;
     std::uint64_t mean_ = 0;
-    unsigned bits_ = 0;
     std::uint64_t shortest_possible_ = ~std::uint64_t{0};
     std::uint64_t after_last_ = 0;
     bool eoi_before_first_ = false;
@@ -92,9 +88,5 @@ class CodedSample {
 
 /// Whether an EOI ends at this offset or up to this many bytes before it.
 [[nodiscard]] bool has_eoi_before(Bytes bytes, std::uint64_t offset, std::uint64_t padding);
-
-/// The bits that the largest sample of a complete stream needs, 0 to 16; the precision if it cannot be
-/// decoded.
-[[nodiscard]] unsigned count_bits(Bytes bytes, const lossless_jpeg::Head& head);
 
 } // namespace raw_mend
