@@ -9,8 +9,8 @@ namespace plate_mend::host {
 
 namespace fs = std::filesystem;
 
-std::vector<Engine> Engines::accepting(const RankedSample& sample) const {
-    const bool known = damaged_.format && damaged_.format == format_of(sample.path);
+std::vector<Engine> Engines::accepting(const RankedSample& ranked) const {
+    const bool known = damaged_.format && damaged_.format == format_of(ranked.path);
     return known ? std::vector{Engine::kExact, Engine::kRaw} : std::vector{Engine::kRaw};
 }
 

@@ -42,13 +42,13 @@ class Engines {
         : workers_(workers), damaged_(damaged), folder_(folder), pictures_(pictures) {}
 
     /// Those that accept the damaged file and the sample, in their order.
-    [[nodiscard]] std::vector<Engine> accepting(const RankedSample& sample) const;
+    [[nodiscard]] std::vector<Engine> accepting(const RankedSample& ranked) const;
 
     /// Tries a sample. What an earlier trial of this engine made is replaced.
-    [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& sample) const;
+    [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& ranked) const;
 
   private:
-    [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& sample) const;
+    [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& ranked) const;
     [[nodiscard]] Judgement judge(JudgeRequest request) const;
 
     const Workers& workers_;
