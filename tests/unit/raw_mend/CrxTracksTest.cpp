@@ -232,8 +232,8 @@ TEST(CrxTracksOfManyTiles, AreToldApart) {
     ASSERT_TRUE(sample);
     const Bytes damaged = zeroed(original.file.bytes, 0, original.file.tracks[original.raw].offset);
     const auto repaired = raw_mend::repair(damaged, *sample);
-    ASSERT_TRUE(repaired);
-    EXPECT_TRUE(image_bytes(written(repaired->file)) == original.file.track(original.raw));
+    ASSERT_TRUE(repaired && repaired->file);
+    EXPECT_TRUE(image_bytes(written(*repaired->file)) == original.file.track(original.raw));
     EXPECT_EQ(repaired->image.proved, 1U);
 }
 
@@ -247,9 +247,9 @@ TEST(CrxTracksWithGaps, ComeBackWithTheirNeighbours) {
     ASSERT_TRUE(sample);
     const Bytes damaged = zeroed(original.bytes, 0, original.tracks[0].offset);
     const auto repaired = raw_mend::repair(damaged, *sample);
-    ASSERT_TRUE(repaired);
+    ASSERT_TRUE(repaired && repaired->file);
     EXPECT_EQ(repaired->image.proved, 1U);
-    const Bytes result = written(repaired->file);
+    const Bytes result = written(*repaired->file);
     const auto runs = find_tracks(result);
     ASSERT_EQ(runs.size(), 4U);
     for (unsigned n = 1; n <= 4; ++n) {
