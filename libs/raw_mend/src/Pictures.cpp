@@ -9,7 +9,7 @@ namespace raw_mend {
 namespace {
 
 constexpr unsigned kColours = 3;
-constexpr std::array<unsigned char, 2> kSoi{0xFF, 0xD8};
+constexpr std::array<unsigned char, 2> kJpegStart{0xFF, 0xD8};
 constexpr std::array<unsigned char, 6> kExif{'E', 'x', 'i', 'f', 0, 0};
 constexpr std::size_t kSegmentHead = 4; // Marker and length.
 constexpr unsigned char kMarker = 0xFF;
@@ -56,7 +56,8 @@ RawMendPicture picture_of(const Image& image) {
 bool can_replace(const RawMendPicture& picture, Bytes data) {
     switch (picture.coding) {
     case RAW_MEND_PICTURE_JPEG:
-        return data.size() >= kSoi.size() && std::ranges::equal(data.first(kSoi.size()), kSoi);
+        return data.size() >= kJpegStart.size() &&
+               std::ranges::equal(data.first(kJpegStart.size()), kJpegStart);
     case RAW_MEND_PICTURE_RGB:
         return data.size() == picture.length;
     default:
@@ -66,7 +67,7 @@ bool can_replace(const RawMendPicture& picture, Bytes data) {
 
 /// Where the Exif segment of a JPEG ends, if there is one before its scan.
 std::optional<std::size_t> end_of_exif(Bytes jpeg) {
-    std::size_t at = kSoi.size();
+    std::size_t at = kJpegStart.size();
     while (jpeg.size() - at >= kSegmentHead && jpeg[at] == kMarker && jpeg[at + 1] != kSos) {
         const std::size_t length = std::size_t{jpeg[at + 2]} << 8U | jpeg[at + 3];
         if (length > jpeg.size() - at - 2) {
@@ -94,7 +95,7 @@ Replacement replacement_of(Bytes file, const RawMendPicture& picture, Bytes data
     if (!kept || *kept == all.length || end_of_exif(data)) {
         return {all, data};
     }
-    return {{all.offset + *kept, all.length - *kept}, data.subspan(kSoi.size())};
+    return {{all.offset + *kept, all.length - *kept}, data.subspan(kJpegStart.size())};
 }
 
 bool is_inside(const RawMendPicture& inner, const RawMendPicture& outer) {

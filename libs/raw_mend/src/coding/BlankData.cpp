@@ -6,12 +6,12 @@ namespace raw_mend {
 
 namespace {
 
-constexpr int kMostZeros = 511;
+constexpr int kMostBlankZeros = 511;
 
 } // namespace
 
 bool has_blank_part(Bytes coded) {
-    return std::search_n(coded.begin(), coded.end(), kMostZeros + 1, 0) != coded.end();
+    return std::search_n(coded.begin(), coded.end(), kMostBlankZeros + 1, 0) != coded.end();
 }
 
 } // namespace raw_mend

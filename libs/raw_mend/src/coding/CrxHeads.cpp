@@ -12,7 +12,7 @@ namespace {
 constexpr unsigned kTile = 0xFF01; // Plane and band follow. Larger headers have 10 more.
 constexpr unsigned kRestWithTables = 16;
 constexpr unsigned kLeastRest = 8;
-constexpr unsigned kMostRest = 64;
+constexpr unsigned kMostHeadRest = 64;
 
 std::uint64_t number(Bytes bytes, std::uint64_t offset, unsigned count) {
     std::uint64_t value = 0;
@@ -29,7 +29,7 @@ std::optional<CrxHeader> read_header(Bytes bytes, std::uint64_t offset) {
     const auto code = static_cast<unsigned>(number(bytes, offset, 2));
     const auto rest = static_cast<unsigned>(number(bytes, offset + 2, 2));
     const unsigned nth = (code & ~0x10U) - kTile;
-    if (nth > 2 || rest < kLeastRest || rest > kMostRest || bytes.size() - offset < 4 + rest) {
+    if (nth > 2 || rest < kLeastRest || rest > kMostHeadRest || bytes.size() - offset < 4 + rest) {
         return std::nullopt;
     }
     CrxHeader header{static_cast<CrxHeader::Kind>(nth), code, 4 + rest, offset,

@@ -10,7 +10,7 @@ namespace {
 
 using byte_reader::ByteReader;
 
-constexpr unsigned kSoi = 0xFFD8;
+constexpr unsigned kJpegStart = 0xFFD8;
 constexpr unsigned kEoi = 0xFFD9;
 constexpr unsigned kSos = 0xFFDA;
 constexpr unsigned kLeastSegment = 0xFFC0; // Lower codes are reserved, or part of coded data.
@@ -35,7 +35,7 @@ std::uint64_t skip_coded_data(Bytes bytes, std::uint64_t offset) {
 
 std::optional<std::uint64_t> find_jpeg_end(Bytes bytes, std::uint64_t offset) {
     const ByteReader reader(bytes, std::endian::big);
-    if (reader.u16(offset) != kSoi) {
+    if (reader.u16(offset) != kJpegStart) {
         return std::nullopt;
     }
     std::uint64_t at = offset + 2;

@@ -10,7 +10,7 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kSkipped = 7; // Bytes before the first value.
-constexpr int kValues = 1 << 12U;
+constexpr int kOlympusValues = 1 << 12U;
 constexpr unsigned kLongestPrefix = 12; // Zeros.
 constexpr unsigned kLowBits = 2;
 constexpr std::uint64_t kFirstValues = 32; // That are tried before anything is allocated.
@@ -102,7 +102,7 @@ bool decode_row(PlainBits& bits, Rows& rows, std::size_t columns) {
     std::array<Carry, 2> carries;
     for (std::size_t column = 0; column < columns; ++column) {
         const int value = rows.predicted() + read_difference(bits, carries[column % 2]);
-        if (value < 0 || value >= kValues || bits.overrun()) {
+        if (value < 0 || value >= kOlympusValues || bits.overrun()) {
             return false;
         }
         rows.add(value);
@@ -120,7 +120,7 @@ std::uint64_t count_first_values(Bytes data, std::uint64_t count) {
     for (std::uint64_t column = 0; column < count; ++column) {
         int& value = left[column % 2];
         value += read_difference(bits, carries[column % 2]);
-        if (value < 0 || value >= kValues) {
+        if (value < 0 || value >= kOlympusValues) {
             return column;
         }
     }

@@ -6,7 +6,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr int kValues = 1 << 12U;
+constexpr int kSonyValues = 1 << 12U;
 
 std::shared_ptr<const DifferenceCodes> codes() {
     static constexpr std::array<DifferenceCode, 18> kCodes{{{15, 17},
@@ -47,7 +47,7 @@ HeadlessCoding sony_coding(std::uint64_t columns, std::uint64_t rows) {
                 return trial;
             }
             value += difference;
-            if (value < 0 || value >= kValues || bits.overrun()) {
+            if (value < 0 || value >= kSonyValues || bits.overrun()) {
                 return trial;
             }
         }

@@ -13,9 +13,9 @@ namespace {
 constexpr std::size_t kLeastCells = 64;
 
 /// Starts of the image that the cells allow.
-class Search {
+class CellSearch {
   public:
-    Search(Bytes damaged, const Sample& sample)
+    CellSearch(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), length_(sample.range().length),
           runs_(find_cell_runs(damaged, std::max<std::size_t>(kLeastCells, length_ / kCellBytes))) {}
 
@@ -110,7 +110,7 @@ class Search {
 } // namespace
 
 std::optional<FoundImage> find_cell_image(Bytes damaged, const Sample& sample) {
-    return sample.has_cells ? Search(damaged, sample).find() : std::nullopt;
+    return sample.has_cells ? CellSearch(damaged, sample).find() : std::nullopt;
 }
 
 } // namespace raw_mend

@@ -15,7 +15,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kMostPadding = 4096;
+constexpr std::uint64_t kMostFujiPadding = 4096;
 constexpr std::uint64_t kLeastNear = 65536;
 constexpr std::uint64_t kPartNear = 8;
 
@@ -33,7 +33,7 @@ std::optional<FujiSample> read_fuji_image(Bytes file, const Image& image) {
     }
     const Extent& data = image.pieces.front().data;
     auto head = data.is_within(file) ? read_fuji_head(file, data.offset) : std::nullopt;
-    if (!head || head->end() > data.end() || data.end() - head->end() > kMostPadding) {
+    if (!head || head->end() > data.end() || data.end() - head->end() > kMostFujiPadding) {
         return std::nullopt;
     }
     const std::uint64_t padding = data.end() - head->end();

@@ -11,13 +11,13 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kMostPadding = 16;     ///< Of any values.
+constexpr std::uint64_t kMostUnused = 16;      ///< Of any values.
 constexpr std::uint64_t kMostFillerEnds = 256; ///< That are tried.
-constexpr std::uint64_t kMostAlike = 16;       ///< First bytes that look like the filler before them.
+constexpr std::uint64_t kMostFillerAlike = 16; ///< First bytes that look like the filler before them.
 
-class Search {
+class HeadlessSearch {
   public:
-    Search(Bytes damaged, const Sample& sample)
+    HeadlessSearch(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), coding_(*sample.headless),
           image_end_(damaged.size() - std::min<std::uint64_t>(sample.bytes_after(), damaged.size())),
           filler_ends_(find_filler_ends(damaged)),
@@ -73,7 +73,7 @@ class Search {
     void try_filler_ends() {
         std::uint64_t tried = 0;
         for (const std::uint64_t end : filler_ends_) {
-            for (std::uint64_t alike = 0; alike < std::min(kMostAlike, end); ++alike) {
+            for (std::uint64_t alike = 0; alike < std::min(kMostFillerAlike, end); ++alike) {
                 try_at(end - alike, std::nullopt);
             }
             if (++tried == kMostFillerEnds) {
@@ -123,7 +123,7 @@ class Search {
     /// The image with what is after its last value.
     [[nodiscard]] Decoded finish(const Extent& values, std::optional<std::uint64_t> own_length) const {
         const auto ends_at = [&](std::uint64_t end) {
-            return end >= values.end() && (end - values.end() <= kMostPadding ||
+            return end >= values.end() && (end - values.end() <= kMostUnused ||
                                            is_filler(Extent{values.end(), end - values.end()}.of(damaged_)));
         };
         Decoded decoded{.data = values};
@@ -138,7 +138,7 @@ class Search {
         const std::uint64_t to_the_end = image_end_ - std::min(values.offset, image_end_);
         decoded.ends_well = ends_at(image_end_) || ends_at(damaged_.size());
         decoded.ends_alike = ends_at(image_end_) && rest == sample_.slack;
-        if (ends_at(image_end_) && (rest <= kMostPadding || to_the_end == sample_.range().length)) {
+        if (ends_at(image_end_) && (rest <= kMostUnused || to_the_end == sample_.range().length)) {
             decoded.data.length = to_the_end;
         } else {
             decoded.data.length += std::min(sample_.slack, damaged_.size() - values.end());
@@ -168,7 +168,8 @@ class Search {
         keep_if_any([&](const Decoded& decoded) { return is_at_a_start(decoded, 0); });
         const auto best = std::ranges::min_element(decoded_, {}, &Decoded::roughness);
         FoundImage image{Way::kTrialDecoding, {best->data}, 0, {}};
-        image.proved = best->ends_well && decoded_.size() == 1 && is_at_a_start(*best, kMostAlike) ? 1 : 0;
+        image.proved =
+            best->ends_well && decoded_.size() == 1 && is_at_a_start(*best, kMostFillerAlike) ? 1 : 0;
         if (decoded_.size() == 1 && best->ends_well && image.proved == 0) {
             image.doubts.emplace_back("The data decode to their end; their first bytes may be foreign.");
         } else if (decoded_.size() > 1) {
@@ -222,7 +223,7 @@ class Search {
 } // namespace
 
 std::optional<FoundImage> find_headless_image(Bytes damaged, const Sample& sample) {
-    return sample.headless ? Search(damaged, sample).find() : std::nullopt;
+    return sample.headless ? HeadlessSearch(damaged, sample).find() : std::nullopt;
 }
 
 } // namespace raw_mend

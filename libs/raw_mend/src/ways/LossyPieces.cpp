@@ -29,9 +29,9 @@ bool is_alike(const BaselineJpeg& one, const BaselineJpeg& other) {
     return one.width == other.width && one.height == other.height && one.components == other.components;
 }
 
-class Search {
+class LossySearch {
   public:
-    Search(Bytes damaged, const Sample& sample)
+    LossySearch(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), frames_(read_frames(sample)) {}
 
     std::optional<FoundImage> find() {
@@ -94,11 +94,11 @@ class Search {
 
     /// Whether streams follow each other as closely as the sample's pieces, and have their frames.
     [[nodiscard]] bool is_row(std::size_t first, const std::vector<std::size_t>& order) const {
-        constexpr std::uint64_t kMostPadding = 4096;
+        constexpr std::uint64_t kMostBetween = 4096;
         for (std::size_t nth = 0; nth < order.size(); ++nth) {
             const Extent& data = streams_[first + nth].data;
             if (!is_alike(streams_[first + nth], frames_[order[nth]]) ||
-                (nth > 0 && data.offset - streams_[first + nth - 1].data.end() > kMostPadding)) {
+                (nth > 0 && data.offset - streams_[first + nth - 1].data.end() > kMostBetween)) {
                 return false;
             }
         }
@@ -142,7 +142,7 @@ class Search {
 } // namespace
 
 std::optional<FoundImage> find_lossy_pieces(Bytes damaged, const Sample& sample) {
-    return sample.description.raw.frame.coding == Coding::kLossyJpeg ? Search(damaged, sample).find()
+    return sample.description.raw.frame.coding == Coding::kLossyJpeg ? LossySearch(damaged, sample).find()
                                                                      : std::nullopt;
 }
 

@@ -53,13 +53,13 @@ Judgement judge_streams(Bytes file, const Image& image) {
 
 /// Decodes with the parameters of the file itself.
 Judgement judge_headless(Bytes file, const Image& image) {
-    constexpr std::uint64_t kMostPadding = 16;
+    constexpr std::uint64_t kMostTrailing = 16;
     const Extent& piece = image.pieces.front().data;
     for (const HeadlessCoding& coding : headless_codings(file, image)) {
         const auto decoded = coding.decode_at(file, piece.offset);
         if (decoded && decoded->length <= piece.length) {
             const Bytes rest = piece.of(file).subspan(static_cast<std::size_t>(decoded->length));
-            return rest.size() <= kMostPadding || is_filler(rest) ? Judgement::kProved : Judgement::kPossible;
+            return rest.size() <= kMostTrailing || is_filler(rest) ? Judgement::kProved : Judgement::kPossible;
         }
     }
     return Judgement::kRefuted;
