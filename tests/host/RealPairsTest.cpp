@@ -137,6 +137,18 @@ TEST_P(RealPairs, PreviewsShowThePhotograph) {
     }
 }
 
+/// The camera's own previews are better than any that are rendered.
+TEST_P(RealPairs, PreviewsThatSurviveStay) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const Record record = repair(without_head(photo, std::min(GetParam().image, 4 * kKiB)), good);
+    const auto* taken = record.taken();
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->image->notes & RAW_MEND_SAMPLE_PICTURES, 0U);
+    write_file(folder / "photo", photo);
+    EXPECT_TRUE(preview_of(record.raw->path) == preview_of(folder / "photo"));
+}
+
 TEST_P(RealPairs, DamageWithinTheImageIsNeverCalledWhole) {
     REAL_FILE_OR_SKIP(photo, GetParam().original);
     REAL_FILE_OR_SKIP(good, GetParam().sample);

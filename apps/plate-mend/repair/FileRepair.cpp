@@ -275,8 +275,9 @@ class FileRepair {
         }
         const fs::path copy = folder_->path() / "with-own-pictures";
         try {
+            const fs::path sample = reachable_name(path_from(taken->sample), folder_->path(), "sample");
             const ReplacedPictures pictures =
-                tools_.workers.replace_pictures(folder_->path(), best_file(), copy);
+                tools_.workers.replace_pictures(folder_->path(), best_file(), sample, copy);
             if (pictures.replaced != 0) {
                 fs::rename(copy, best_file());
                 taken->pictures_rendered = pictures.replaced;

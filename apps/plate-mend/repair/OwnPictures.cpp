@@ -1,5 +1,6 @@
 #include "repair/OwnPictures.h"
 
+#include "files/FileBytes.h"
 #include "judge/PreviewCoder.h"
 #include "judge/RawDecoder.h"
 #include "judge/Rendering.h"
@@ -65,6 +66,25 @@ std::optional<PreviewCoder> coder_for(const fs::path& photograph) {
                                  : std::optional<PreviewCoder>(std::in_place, std::move(rendering));
 }
 
+/// The pictures of the sample, by which those of its structure are recognised.
+class SamplePictures {
+  public:
+    explicit SamplePictures(const fs::path& sample)
+        : bytes_(sample), pictures_(list_pictures(utf8_from(sample))) {}
+
+    [[nodiscard]] bool have(const RawMendPicture& picture, FileBytes& photograph) {
+        return std::ranges::any_of(pictures_, [&](const RawMendPicture& one) {
+            return one.length == picture.length &&
+                   bytes_.read(one.offset, static_cast<std::size_t>(one.length)) ==
+                       photograph.read(picture.offset, static_cast<std::size_t>(picture.length));
+        });
+    }
+
+  private:
+    FileBytes bytes_;
+    std::vector<RawMendPicture> pictures_;
+};
+
 bool have_same_raw_image(const fs::path& one, const fs::path& other) {
     RawDecoder ours;
     RawDecoder theirs;
@@ -74,20 +94,26 @@ bool have_same_raw_image(const fs::path& one, const fs::path& other) {
 
 } // namespace
 
-ReplacedPictures replace_pictures(const fs::path& photograph, const fs::path& output) {
+ReplacedPictures replace_pictures(const fs::path& photograph, const fs::path& sample,
+                                  const fs::path& output) {
     const std::string name = utf8_from(photograph);
     const auto pictures = list_pictures(name);
     const auto coder = pictures.empty() ? std::nullopt : coder_for(photograph);
     if (!coder) {
         return {};
     }
-    ReplacedPictures result{pictures.size(), 0};
+    SamplePictures of_sample(sample);
+    FileBytes bytes(photograph);
+    ReplacedPictures result;
     std::vector<std::vector<unsigned char>> coded;
     std::vector<RawMendPictureData> data;
     for (const RawMendPicture& picture : pictures) {
-        const auto& bytes = coded.emplace_back(coded_as(picture, *coder));
-        data.push_back({bytes.empty() ? nullptr : bytes.data(), bytes.size()});
-        result.replaced += bytes.empty() ? 0U : 1U;
+        const bool is_foreign = of_sample.have(picture, bytes);
+        const auto& other =
+            coded.emplace_back(is_foreign ? coded_as(picture, *coder) : std::vector<unsigned char>());
+        data.push_back({other.empty() ? nullptr : other.data(), other.size()});
+        result.pictures += is_foreign ? 1U : 0U;
+        result.replaced += other.empty() ? 0U : 1U;
     }
     if (result.replaced == 0) {
         return {};

@@ -139,7 +139,8 @@ Json do_raw_repair(const Task& task) {
 }
 
 Json do_replace_pictures(const Task& task) {
-    const ReplacedPictures pictures = replace_pictures(task.path("photograph"), task.path("output"));
+    const ReplacedPictures pictures =
+        replace_pictures(task.path("photograph"), task.path("sample"), task.path("output"));
     return Json::object({{"pictures", pictures.pictures}, {"replaced", pictures.replaced}});
 }
 

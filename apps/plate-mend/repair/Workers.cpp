@@ -66,9 +66,10 @@ Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) cons
 }
 
 ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::path& photograph,
-                                           const fs::path& output) const {
+                                           const fs::path& sample, const fs::path& output) const {
     const WorkerAnswer answer = run_worker(Json::object({{"task", "pictures"},
                                                          {"photograph", name_in_task(folder, photograph)},
+                                                         {"sample", name_in_task(folder, sample)},
                                                          {"output", name_in_task(folder, output)}}),
                                            folder, limits_);
     if (answer.json.is_null()) {

@@ -42,10 +42,12 @@ class Workers {
     /// The same by the raw engine, which goes by content and writes no log. The output must not exist.
     [[nodiscard]] Attempt repair_raw(const std::filesystem::path& folder, const RepairTask& task) const;
 
-    /// Writes a copy of a photograph whose previews show its own raw image, with the same raw image. Returns
-    /// how many it has and how many show it; nothing was written if that is none, whatever the reason.
+    /// Writes a copy of a photograph in which previews that are the sample's show its own raw image, with the
+    /// same raw image. Returns how many are the sample's and how many show it now; nothing was written if
+    /// that is none, whatever the reason.
     [[nodiscard]] ReplacedPictures replace_pictures(const std::filesystem::path& folder,
                                                     const std::filesystem::path& photograph,
+                                                    const std::filesystem::path& sample,
                                                     const std::filesystem::path& output) const;
 
     /// Files of a general repair.
