@@ -80,7 +80,7 @@ struct TwoImages {
         put_u32(bytes, 128, static_cast<std::uint32_t>(second), kBig);
         put_u32(bytes, 132, kSize, kBig);
         // The sensitive pixels, and the others. A small scene is made large.
-        const auto scene = Scene(number).bayer(kWidth / 4, kHeight / 4, 14);
+        const auto scene = Scene(number).bayer(kWidth / 4, kHeight / 4 + 1, 14);
         std::vector<std::uint16_t> samples(std::size_t{kWidth} * kHeight);
         for (std::size_t at = 0; at < samples.size(); ++at) {
             const std::size_t row = at / kWidth / 8 * 2 + at / kWidth % 2;
