@@ -163,7 +163,7 @@ class FileSalvage {
     std::optional<Assessment> intact(const PictureCandidate& candidate) {
         const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
         return readable && intact_bytes_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
-                                                                      : std::nullopt;
+                                                                     : std::nullopt;
     }
 
     std::optional<Assessment> likeliest(const PictureCandidate& candidate) {

@@ -118,9 +118,8 @@ typedef struct RawMendReport {
  *
  *   damaged_file  only read.
  *   sample_files  tried in this order until one leads to a result all of whose pieces are proved, in places
- *                 that are certain. If none does, the result with the most proved pieces is kept, or that with
- *                 the fewest lost pieces if several have as many, or the earliest of these.
- *   sample_count  at least 1.
+ *                 that are certain. If none does, the result with the most proved pieces is kept, or that
+ * with the fewest lost pieces if several have as many, or the earliest of these. sample_count  at least 1.
  *   output_file   created; nothing may be at this path.
  *   report        filled if the result is RAW_MEND_OK, and all zeros otherwise. May be null.
  *

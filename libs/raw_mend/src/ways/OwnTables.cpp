@@ -59,7 +59,8 @@ Judgement judge_headless(Bytes file, const Image& image) {
         const auto decoded = coding.decode_at(file, piece.offset);
         if (decoded && decoded->length <= piece.length) {
             const Bytes rest = piece.of(file).subspan(static_cast<std::size_t>(decoded->length));
-            return rest.size() <= kMostTrailing || is_filler(rest) ? Judgement::kProved : Judgement::kPossible;
+            return rest.size() <= kMostTrailing || is_filler(rest) ? Judgement::kProved
+                                                                   : Judgement::kPossible;
         }
     }
     return Judgement::kRefuted;
