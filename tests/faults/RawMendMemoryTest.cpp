@@ -102,7 +102,7 @@ TEST_F(RawMendMemory, IsLittleForALargePhotograph) {
 }
 
 TEST_F(RawMendMemory, IsLittleForFloodsOfHeads) {
-    const Bytes stream = lossless_jpeg(std::vector<std::uint16_t>(16 * 16, 1000), 16, 16);
+    const Bytes stream = lossless_jpeg(std::vector<std::uint16_t>(std::size_t{16} * 16, 1000), 16, 16);
     const Bytes dng =
         DngPhoto({.number = 2, .width = 32, .height = 16, .tile_width = 16, .tile_height = 16}).bytes;
     expect_little(repeated(stream, kLarge), dng);

@@ -31,10 +31,12 @@ class RawMendFixture : public ::testing::Test {
     std::int32_t repair() { return repair({sample}); }
     std::int32_t repair(const std::vector<std::filesystem::path>& samples) {
         std::vector<std::string> names;
+        names.reserve(samples.size());
         for (const auto& path : samples) {
             names.push_back(utf8(path));
         }
         std::vector<const char*> pointers;
+        pointers.reserve(names.size());
         for (const std::string& name : names) {
             pointers.push_back(name.c_str());
         }

@@ -59,13 +59,13 @@ TEST(CrxCheck, RunsAndNoiseDecode) {
     Samples half = scene(1);
     std::fill(half.begin() + kWidth * kHeight / 2, half.end(), std::uint16_t{16383});
     EXPECT_EQ(Track(half).check(), CrxDecoding::kComplete);
-    EXPECT_EQ(Track(Samples(kWidth * kHeight, 8192)).check(), CrxDecoding::kUnknown)
+    EXPECT_EQ(Track(Samples(std::size_t{kWidth} * kHeight, 8192)).check(), CrxDecoding::kUnknown)
         << "a few bytes for all of it";
     Samples noisy = scene(1);
     Samples striped = scene(1);
     const Bytes random = noise(2 * noisy.size(), 1);
     for (std::size_t at = 0; at < noisy.size(); ++at) {
-        noisy[at] = static_cast<std::uint16_t>((random[2 * at] << 8U | random[2 * at + 1]) & 0x3FFFU);
+        noisy[at] = static_cast<std::uint16_t>((random[2 * at] * 256U + random[2 * at + 1]) & 0x3FFFU);
         striped[at] = at / 37 % 2 == 0 ? 0 : 16383;
     }
     EXPECT_EQ(Track(noisy).check(), CrxDecoding::kComplete);
@@ -95,7 +95,7 @@ TEST(CrxCheck, FillerOfABandIsNotCoded) {
     const auto add = [&](std::size_t field) {
         put_u32(track.bytes, field, get_u32(track.bytes, field, ByteOrder::kBig) + 64, ByteOrder::kBig);
     };
-    const std::size_t plane = track.at + 7 * 12; // The last one; its band follows.
+    const std::size_t plane = track.at + std::size_t{7} * 12; // The last one; its band follows.
     for (const std::size_t field : {track.at + 4, plane + 4, plane + 12 + 4, plane + 12 + 8}) {
         add(field);
     }
@@ -127,19 +127,21 @@ TEST(CrxCheck, NothingIsKnownOfOtherCodings) {
 
 TEST(CrxCheck, SizesThatDoNotFitAreBroken) {
     const Track whole(scene(1));
-    for (const int wider : {-2, 2, 64}) {
+    for (const std::int64_t wider : {-2, 2, 64}) {
         CrxLayout layout = whole.layout();
-        layout.frame.width = layout.frame.tile_width = static_cast<std::uint64_t>(kWidth + wider);
+        layout.frame.width = layout.frame.tile_width =
+            static_cast<std::uint64_t>(std::int64_t{kWidth} + wider);
         EXPECT_EQ(check_crx(whole.bytes, whole.data(), layout), CrxDecoding::kBroken) << wider;
         layout = whole.layout();
-        layout.frame.height = layout.frame.tile_height = static_cast<std::uint64_t>(kHeight + wider);
+        layout.frame.height = layout.frame.tile_height =
+            static_cast<std::uint64_t>(std::int64_t{kHeight} + wider);
         EXPECT_EQ(check_crx(whole.bytes, whole.data(), layout), CrxDecoding::kBroken) << wider;
     }
 }
 
 TEST(CrxPlane, AnyBytesEnd) {
     for (unsigned seed = 0; seed < 200; ++seed) {
-        static_cast<void>(raw_mend::crx_plane_decodes(noise(seed * 7, seed), {100, 100, kBits}));
+        static_cast<void>(raw_mend::crx_plane_decodes(noise(std::size_t{seed} * 7, seed), {100, 100, kBits}));
     }
     EXPECT_FALSE(raw_mend::crx_plane_decodes({}, {100, 100, kBits}));
     EXPECT_FALSE(raw_mend::crx_plane_decodes(Bytes(5000, 0), {100, 100, kBits}));

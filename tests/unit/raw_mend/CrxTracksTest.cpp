@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <numeric>
 
@@ -74,7 +75,9 @@ Photograph photograph(const Camera& camera, const Bytes& head, unsigned number, 
     Cr3Contents& contents = result.contents;
     contents.thumbnail = make_preview(Scene(number), 160, 120);
     contents.preview = make_preview(Scene(number), 320, 240);
-    const auto length = [&](std::size_t stated) { return stated / part_of / 8 * 8 + number * 8 * 1001; };
+    const auto length = [&](std::size_t stated) {
+        return stated / part_of / 8 * 8 + std::size_t{number} * 8 * 1001;
+    };
     unsigned seed = 100 * number;
     for (const unsigned track : camera.shape.tracks) {
         ++seed;
@@ -532,8 +535,8 @@ TEST_F(CrxTracksOfOneCamera, TruncatedImageIsInPlaceUpToItsEnd) {
 
 TEST_F(CrxTracksOfOneCamera, ImageWithoutItsHeadIsInPlaceIfItsNeighboursAre) {
     const std::size_t raw = original_.tracks[kRaw].offset;
-    const std::size_t plane = raw + 12;    // The head of the first plane,
-    const std::size_t tile = raw + 12 * 9; // and of the second tile.
+    const std::size_t plane = raw + 12;                 // The head of the first plane,
+    const std::size_t tile = raw + std::size_t{12} * 9; // and of the second tile.
     for (const std::size_t at : {raw, plane, tile}) {
         const Bytes damaged = zeroed(original_.bytes, at, at + 12);
         const Result result = repair(damaged);

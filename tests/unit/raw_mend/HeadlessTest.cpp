@@ -14,7 +14,6 @@ namespace test {
 namespace {
 
 using Kind = HeadlessPhoto::Kind;
-using raw_mend::Extent;
 using raw_mend::repair;
 using raw_mend::Sample;
 

@@ -160,7 +160,7 @@ TEST_F(RealPair, TakesThePreviewsNearestToTheImage) {
 TEST_F(RealPair, TakesNoPreviewThatDoesNotDecode) {
     const Extent preview = description.pictures.front().pieces.front().data;
     EXPECT_EQ(pictures_in(original).pictures.size(), 2U);
-    const std::size_t middle = static_cast<std::size_t>(preview.offset + preview.length / 2);
+    const auto middle = static_cast<std::size_t>(preview.offset + preview.length / 2);
     EXPECT_EQ(pictures_in(zeroed(original, middle, middle + 512)).pictures.size(), 1U);
 }
 

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 // Files that hold remains of the sample itself before the photograph, as recovered ones do.
 
 namespace test {

@@ -51,7 +51,8 @@ Bytes tile_of(const Picture& picture, std::uint32_t column, std::uint32_t row) {
     Picture tile{kTile, kTile, {}};
     for (std::size_t y = 0; y < kTile; ++y) {
         for (std::size_t x = 0; x < kTile; ++x) {
-            tile.samples.push_back(picture.samples[(row * kTile + y) * picture.width + column * kTile + x]);
+            tile.samples.push_back(picture.samples[(std::size_t{row} * kTile + y) * picture.width +
+                                                   std::size_t{column} * kTile + x]);
         }
     }
     return coded_rows(tile, geometry_of(tile, raw_mend::Packing::kLittleWords, kBits));
@@ -64,7 +65,8 @@ TiledFile make_photo(bool is_deflated, unsigned number) {
     for (std::uint32_t row = 0; row < kDown; ++row) {
         for (std::uint32_t column = 0; column < kAcross; ++column) {
             const Bytes tile = tile_of(picture, column, row);
-            photo.tiles.push_back(is_deflated ? stored(part(tile, 0, tile.size() - 100 * number)) : tile);
+            photo.tiles.push_back(is_deflated ? stored(part(tile, 0, tile.size() - std::size_t{100} * number))
+                                              : tile);
             lengths.push_back(static_cast<std::uint32_t>(photo.tiles.back().size()));
         }
     }

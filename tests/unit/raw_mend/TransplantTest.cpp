@@ -30,7 +30,6 @@ using raw_mend::Description;
 using raw_mend::Extent;
 using raw_mend::replace;
 using raw_mend::Replacement;
-using raw_mend::Splice;
 using raw_mend::transplant;
 
 using Places = std::vector<std::optional<Extent>>;
