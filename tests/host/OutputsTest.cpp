@@ -239,6 +239,15 @@ TEST_F(ExistingFiles, FilesOfOthersWithPrivateNamesAreKept) {
     EXPECT_EQ(fs::exists(folder / "reports" / ".plate-mend-789"), static_cast<bool>(no_time)) << "nobody's";
 }
 
+TEST_F(ExistingFiles, FolderThatAnotherRunIsAboutToLockIsKeptAndOneThatADeadRunLeftIsRemoved) {
+    put("reports/.plate-mend-12/lock", {});
+    put("reports/.plate-mend-34/lock", {});
+    put("reports/.plate-mend-34/growing", mine_);
+    EXPECT_EQ(run(command({"--json", in("reports/r.jsonl"), in("card")})), 0);
+    EXPECT_TRUE(fs::exists(folder / "reports" / ".plate-mend-12" / "lock"));
+    EXPECT_FALSE(fs::exists(folder / "reports" / ".plate-mend-34"));
+}
+
 TEST_F(ExistingFiles, ReportIsNeitherResultNorInputNorSampleNorAnotherReport) {
     const std::vector<std::string> places{in("mended/a.arw"), in("mended/a.jpg"), in("mended/b.arw.jpg"),
                                           in("card/a.arw"),   in("good.arw"),     in("mended/../good.arw")};

@@ -6,6 +6,7 @@
 #include "text/Text.h"
 
 #include <chrono>
+#include <iterator>
 #include <random>
 #include <system_error>
 #include <utility>
@@ -75,11 +76,14 @@ bool is_stale(const fs::directory_entry& entry) {
     if (!entry.is_directory(none)) {
         return false;
     }
-    if (!platform::is_taken(entry.path() / kLock)) {
-        // Its owner may be about to lock it. If anything is in it, it is not ours.
-        return fs::is_empty(entry.path()) && is_older_than(entry, std::chrono::hours(1));
+    const bool has_lock = platform::is_taken(entry.path() / kLock);
+    const auto files = std::distance(fs::directory_iterator(entry.path()), fs::directory_iterator());
+    if (files == (has_lock ? 1 : 0)) { // Its owner may be about to create the lock, or to take it.
+        return is_older_than(entry, std::chrono::hours(1)) &&
+               (!has_lock || platform::Lock::take(entry.path() / kLock));
     }
-    return platform::Lock::take(entry.path() / kLock).has_value();
+    // Without a lock it is not ours, whatever its name. An owner puts nothing in it before it has locked it.
+    return has_lock && platform::Lock::take(entry.path() / kLock);
 }
 
 std::unique_ptr<PrivateFolder> private_folder_for(const fs::path& output) {
