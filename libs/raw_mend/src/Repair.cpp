@@ -75,23 +75,33 @@ void add(std::span<const Replacement> more, std::vector<Replacement>& replacemen
     }
 }
 
+/// The bytes must outlive the result: the vectors may be moved, their elements may not.
+std::vector<Replacement> replace_mended(const FoundImage& image, const Description& description) {
+    std::vector<Replacement> replacements;
+    for (const MendedPiece& mended : image.mended) {
+        replacements.push_back({description.raw.pieces[mended.piece].data, mended.bytes});
+    }
+    return replacements;
+}
+
 /// The sample's structure, with what survives of the damaged file's own.
 Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
     const Extent extent = extent_of(image, damaged);
     const auto metadata = find_own_metadata(damaged, sample.file, sample.description, extent);
     const auto pictures = find_own_pictures(damaged, sample.description, extent);
-    std::vector<Replacement> own;
+    const auto mended = replace_mended(image, sample.description);
+    std::vector<Replacement> own = mended;
     for (const Substitute& other : image.others) {
         own.push_back({other.in_sample, other.in_damaged.of(damaged)});
     }
     add(pictures.pictures, own);
     add(metadata.tables, own);
     auto file = transplant(sample.file, sample.description, damaged, image.pieces, own);
-    if (file || own.empty()) {
+    if (file || own.size() == mended.size()) {
         return {std::move(file), std::move(image), metadata.is_complete, pictures.is_complete};
     }
-    return {transplant(sample.file, sample.description, damaged, image.pieces), std::move(image), false,
-            false};
+    file = transplant(sample.file, sample.description, damaged, image.pieces, mended);
+    return {std::move(file), std::move(image), false, false};
 }
 
 } // namespace

@@ -157,6 +157,19 @@ TEST_P(TransplantOfAnyFormat, HasZerosInPlaceOfALostPiece) {
     EXPECT_EQ(bytes_of(result, after->raw.pieces.back().data), Bytes(static_cast<std::size_t>(length)));
 }
 
+TEST_P(TransplantOfAnyFormat, HasOtherBytesInPlaceOfAMendedPiece) {
+    const auto before = describe(sample);
+    const Extent piece = before->raw.pieces.back().data;
+    const Bytes mended(static_cast<std::size_t>(piece.length) + 1000, 0x5A);
+    const std::vector<Replacement> replacements{{piece, mended}};
+    const auto splice = transplant(sample, *before, other, places_of(other), replacements);
+    ASSERT_TRUE(splice);
+    const Bytes result = written(*splice);
+    const auto after = describe(result);
+    ASSERT_TRUE(after);
+    EXPECT_EQ(bytes_of(result, {after->raw.pieces.back().data.offset, mended.size()}), mended);
+}
+
 /// Whether a picture is inside another one, as a preview's thumbnail.
 bool is_nested(const Description& description, const Extent& inner) {
     return std::ranges::any_of(description.pictures, [&](const auto& picture) {

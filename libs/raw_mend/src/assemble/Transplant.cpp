@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 
 namespace raw_mend {
 
@@ -89,8 +90,17 @@ class Transplantation {
 
     /// Also checks that nothing that is replaced overlaps.
     bool add_replacements() {
+        std::map<std::uint64_t, std::size_t> pieces;
+        for (std::size_t piece = 0; piece < insertions_.size(); ++piece) {
+            pieces.emplace(insertions_[piece].from.offset, piece);
+        }
         for (const Replacement& part : replacements_) {
-            insertions_.push_back({part.extent, part.bytes, part.extent.length});
+            const auto piece = pieces.find(part.extent.offset);
+            if (piece != pieces.end() && insertions_[piece->second].from == part.extent) {
+                insertions_[piece->second].bytes = part.bytes;
+            } else {
+                insertions_.push_back({part.extent, part.bytes, part.extent.length});
+            }
         }
         std::ranges::stable_sort(insertions_, {},
                                  [](const Insertion& insertion) { return insertion.from.offset; });

@@ -3,6 +3,7 @@
 #include "container/Description.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,21 @@ struct Substitute {
     Extent in_damaged;
 };
 
+/// A rectangle of the raw image, in pixels of its frame.
+struct Area {
+    std::uint32_t left = 0;
+    std::uint32_t top = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    bool operator==(const Area&) const = default;
+};
+
+/// A piece that was put together anew, because its bytes are torn apart in the damaged file or some are lost.
+struct MendedPiece {
+    std::size_t piece = 0;            ///< Of the raw image.
+    std::vector<unsigned char> bytes; ///< All that the result has in its place.
+};
+
 /// Where a damaged file has its raw image.
 struct FoundImage {
     Way way = Way::kOwnTables;
@@ -35,6 +51,12 @@ struct FoundImage {
     std::vector<std::string> doubts;
     /// What else was found. Each is for all bytes of one piece of a picture or of metadata.
     std::vector<Substitute> others{};
+    /// By piece, each once. For these, `pieces` says where they were, from their first byte to their last.
+    std::vector<MendedPiece> mended{};
+    /// Pixels that are not the photograph's own: filled from others, or zero. They do not overlap.
+    std::vector<Area> lost{};
+    /// Pixels that may be another's or at the wrong level: nothing proves them. Neither do these.
+    std::vector<Area> doubtful{};
 
     [[nodiscard]] std::size_t count_found() const;
 };
