@@ -106,7 +106,7 @@ Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
 
 } // namespace
 
-std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
+std::optional<Repaired> repair(Bytes damaged, const Sample& sample, [[maybe_unused]] Filling filling) {
     const auto own = find_own_structure(damaged, sample);
     if (own && own->is_proved) {
         return keep_structure(damaged, *own);
