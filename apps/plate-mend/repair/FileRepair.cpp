@@ -233,7 +233,8 @@ class FileRepair {
 
     /// Each engine in turn, until a result is whole.
     void try_sample(const RankedSample& ranked) {
-        const Engines engines(tools_.workers, damaged_, folder_->path(), settings_.pictures);
+        const Engines engines(tools_.workers, damaged_, folder_->path(),
+                              {.pictures = settings_.pictures, .fill = settings_.fill});
         for (const Engine engine : engines.accepting(ranked)) {
             if (record_.verdict != Verdict::kWhole) {
                 add_trial(engines.try_sample(engine, ranked), ranked);

@@ -125,7 +125,8 @@ Json do_repair(const Task& task) {
 }
 
 Json do_raw_repair(const Task& task) {
-    const RawRepair repair = run_raw_engine(task.path("damaged"), task.path("sample"), task.path("output"));
+    const RawRepair repair =
+        run_raw_engine(task.path("damaged"), task.path("sample"), task.path("output"), task.truth("fill"));
     if (repair.code == RAW_MEND_DAMAGED_UNREADABLE || repair.code == RAW_MEND_SAMPLE_UNREADABLE) {
         require_memory_for(task,
                            size_of(task.path("damaged")) + size_of(task.path("sample"))); // Both mapped.

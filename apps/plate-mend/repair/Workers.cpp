@@ -60,7 +60,8 @@ Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) cons
     const WorkerAnswer answer = run_worker(Json::object({{"task", "raw"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"sample", name_in_task(folder, task.sample)},
-                                                         {"output", name_in_task(folder, task.output)}}),
+                                                         {"output", name_in_task(folder, task.output)},
+                                                         {"fill", task.fill}}),
                                            folder, limits_);
     return attempt_from(answer, kRawEngine);
 }

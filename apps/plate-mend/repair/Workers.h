@@ -34,6 +34,7 @@ class Workers {
         std::filesystem::path sample;
         std::filesystem::path output;
         std::string title; ///< Of the damaged file and the sample, for the log.
+        bool fill = true;  ///< The raw engine fills lost pixels from their neighbours.
     };
     /// The advanced repair. Returns an attempt with its engine, and its code or its problem. The library
     /// works in the folder.
