@@ -103,17 +103,19 @@ std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const
     if (image.pieces_found < image.pieces) {
         return {}; // Any of the needles may be in zeros.
     }
-    if (image.pieces_mended != 0) {
-        return {}; // Or in a piece with bytes of its own, which the engine accounts for by pixels.
-    }
     const std::uint64_t start = decoder.image_offset(file);
     std::uint64_t end = 0; // Of what the result has from the image on, in the damaged file.
+    std::uint64_t missing = 0;
     for (const Needle& needle : needles) {
         const auto found = find_needle(needle, damaged, image.offset + (needle.offset - start), image.offset);
-        if (!found) {
-            return {"the image data are not those of the damaged file"};
-        }
-        end = *found + (file.size() - needle.offset);
+        missing += found ? 0U : 1U;
+        end = found ? *found + (file.size() - needle.offset) : end;
+    }
+    if (missing > image.pieces_mended) { // These have bytes of their own.
+        return {"the image data are not those of the damaged file"};
+    }
+    if (image.pieces_mended != 0) {
+        return {}; // What was put in or is torn apart says nothing about what follows.
     }
     if (end < damaged.size() && is_image_last(request.sample, decoder) && !damaged.only_slack_after(end)) {
         return {describe_bytes_after_image(damaged.size() - end)};

@@ -61,7 +61,7 @@ PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted
     add_unknown(find_displacement(view, windows, signs.bad_rows));
     add_unknown(find_shift(view, signs.bad_rows));
     add_unknown(find_wrong_width(view, signs.bad_rows));
-    add_unknown(find_seams(view));
+    add(find_seams(view, accounted), signs);
     return signs;
 }
 

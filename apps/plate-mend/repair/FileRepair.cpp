@@ -7,6 +7,7 @@
 #include "repair/Delivery.h"
 #include "repair/Engines.h"
 #include "repair/Worth.h"
+#include "report/Mask.h"
 #include "text/Paths.h"
 
 #include <raw_mend/raw_mend.h>
@@ -73,7 +74,9 @@ class FileRepair {
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
-        delivery_.run(best_file(), jpeg_file(), record_);
+        make_mask();
+        forget_areas_of_others();
+        delivery_.run({best_file(), jpeg_file(), mask_file()}, record_);
     }
 
     /// Nothing is known about the photograph, and no result is kept.
@@ -101,6 +104,9 @@ class FileRepair {
             throw MachineFailure("no such file");
         }
         make_folders(folder_of(outputs_.raw));
+        if (!outputs_.mask.empty()) {
+            make_folders(folder_of(outputs_.mask));
+        }
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
         damaged_ = {input_.path, folder_->path() / "damaged", format_of(input_.path)};
         if (damaged_.format) {
@@ -291,6 +297,24 @@ class FileRepair {
         }
     }
 
+    void make_mask() {
+        const Attempt* taken = record_.taken();
+        if (taken != nullptr && taken->image && !outputs_.mask.empty() &&
+            !write_mask(*taken->image, mask_file())) {
+            record_.problem = "there is no mask: the raw image's size is not known";
+        }
+    }
+
+    void forget_areas_of_others() {
+        for (Attempt& attempt : record_.attempts) {
+            if (!attempt.taken && attempt.image) {
+                attempt.image->lost.clear();
+                attempt.image->doubtful.clear();
+            }
+        }
+    }
+
+    [[nodiscard]] fs::path mask_file() const { return folder_->path() / "mask.png"; }
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
     [[nodiscard]] fs::path jpeg_file() const { return folder_->path() / "salvaged.jpg"; }
 
