@@ -78,9 +78,10 @@ std::optional<double> share_of_good_pixels(const FoundImage& image, std::optiona
         return std::nullopt;
     }
     constexpr double kSteps = 10000; // The share is cut down to four digits.
+    constexpr double kInexact = 1e-6;
     const double own =
         1 - share_of(image.pixels_lost, image.pixels) - share_of(image.pixels_doubtful, image.pixels);
-    return std::max(0.0, std::floor((own - (1 - *rows_good)) * kSteps) / kSteps);
+    return std::max(0.0, std::floor((own - (1 - *rows_good)) * kSteps + kInexact) / kSteps);
 }
 
 } // namespace plate_mend::host

@@ -52,6 +52,7 @@ struct PicturePlace {
     unsigned turn = 0; ///< How it is turned, as LibRaw has it: 4 swaps rows and columns before 2 mirrors
                        ///< the sensor's rows and 1 its columns.
     double pixel_aspect = 1; ///< Width of a pixel by its height.
+    bool operator==(const PicturePlace&) const = default;
 };
 
 /// What an independent decode of a RAW file showed.
@@ -107,8 +108,8 @@ struct FoundImage {
     std::uint64_t pixels_doubtful = 0; ///< Of these, those that nothing proves; none of them is lost, too.
     bool filled = true;                ///< Lost pixels were filled from their neighbours; otherwise zero.
     /// Areas of lost pixels. Only those of the delivered result are kept.
-    std::vector<FrameArea> lost;
-    std::vector<FrameArea> doubtful; ///< Likewise.
+    std::vector<FrameArea> lost{};
+    std::vector<FrameArea> doubtful{}; ///< Likewise.
 
     /// Whether some pixels are lost or doubtful.
     [[nodiscard]] bool is_incomplete() const { return pixels_lost != 0 || pixels_doubtful != 0; }
