@@ -1,0 +1,193 @@
+#include "ways/TornRows.h"
+
+#include "locate/Anchors.h"
+#include "locate/PhasePieces.h"
+#include "mend/RowImage.h"
+#include "mend/RowSegments.h"
+#include "ways/FittingRows.h"
+#include "ways/TwinRows.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr std::uint64_t kMostMovedShare = 4; ///< Of so many parts of an image, one may be lost or put in.
+
+/// Where the first bytes of a torn image are.
+struct RowFront {
+    std::int64_t start = 0;
+    std::uint64_t header = 0; ///< Offset from which sectors of the photograph count.
+    std::optional<OwnStructure> own;
+};
+
+class TornRowsSearch {
+  public:
+    TornRowsSearch(Bytes damaged, const Sample& sample)
+        : damaged_(damaged), sample_(sample), geometry_(sample.rows->geometry),
+          length_(geometry_.image_bytes()), pieces_(find_phase_pieces(damaged, geometry_, sample.traits)) {}
+
+    std::optional<MendedRows> find(const std::optional<OwnStructure>& proved, Filling filling) {
+        const auto front = find_front(proved);
+        if (!front) {
+            return std::nullopt;
+        }
+        const RowAnchors anchors{front->start, back_of(front->start), {0, front->header}};
+        const RowSegments segments = find_row_segments(damaged_, geometry_, pieces_, anchors);
+        if (segments.segments.empty() || is_whole(segments, front->start)) {
+            return std::nullopt;
+        }
+        image_ = assemble_rows(damaged_, geometry_, segments);
+        fill_lost_rows(geometry_, rows_of_piece(), filling, image_);
+        return describe(*front, segments);
+    }
+
+  private:
+    [[nodiscard]] std::uint64_t rows_of_piece() const {
+        return std::max<std::uint64_t>(sample_.description.raw.frame.piece_height, 1);
+    }
+
+    [[nodiscard]] bool is_whole(const RowSegments& segments, std::int64_t start) const {
+        return segments.segments.size() == 1 && segments.segments.front().start == start &&
+               segments.segments.front().image == ImageRange{0, length_};
+    }
+
+    [[nodiscard]] std::uint64_t phase_of(std::int64_t start) const {
+        const auto row = static_cast<std::int64_t>(geometry_.row_bytes);
+        return static_cast<std::uint64_t>((start % row + row) % row);
+    }
+
+    /// Where the image begins by its end, if that is not too far from where it begins by its first bytes.
+    [[nodiscard]] std::optional<std::int64_t> back_of(std::int64_t front) const {
+        const auto back = static_cast<std::int64_t>(damaged_.size()) -
+                          static_cast<std::int64_t>(sample_.bytes_after() + length_);
+        const bool is_near = std::abs(back - front) <= static_cast<std::int64_t>(length_ / kMostMovedShare);
+        return is_near ? std::optional(back) : std::nullopt;
+    }
+
+    /// Whether the first piece in an image that begins there has its phase.
+    [[nodiscard]] bool is_confirmed(std::int64_t start) const {
+        const auto piece = std::ranges::find_if(
+            pieces_, [&](const PhasePiece& one) { return static_cast<std::int64_t>(one.end) > start; });
+        return piece != pieces_.end() && piece->phase == phase_of(start) &&
+               static_cast<std::int64_t>(piece->begin) < start + static_cast<std::int64_t>(length_);
+    }
+
+    std::optional<RowFront> find_front(const std::optional<OwnStructure>& proved) const {
+        if (proved && proved->is_proved) {
+            return front_of(*proved);
+        }
+        const auto whole = find_fitting_rows(damaged_, sample_);
+        if (whole && whole->proved == whole->pieces.size()) {
+            return std::nullopt;
+        }
+        for (OwnStructure& own : find_own_rows(damaged_, sample_)) {
+            RowFront front = front_of(std::move(own));
+            if (is_confirmed(front.start)) {
+                return front;
+            }
+        }
+        return find_lone_front();
+    }
+
+    [[nodiscard]] RowFront front_of(OwnStructure own) const {
+        const auto start = static_cast<std::int64_t>(own.pieces().front().offset);
+        return {start, own.header, std::move(own)};
+    }
+
+    /// Without tables: where the sample, displaced structure or filler lets expect the image, in the phase of
+    /// its first rows.
+    [[nodiscard]] std::optional<RowFront> find_lone_front() const {
+        const auto in_sample = static_cast<std::int64_t>(sample_.rows->extent.offset);
+        std::vector<std::int64_t> starts;
+        for (const std::int64_t moved :
+             find_displacements(damaged_, sample_.file, sample_.description.tables)) {
+            starts.push_back(in_sample + moved);
+        }
+        starts.push_back(in_sample);
+        for (const std::uint64_t end : find_filler_ends(damaged_)) {
+            starts.push_back(static_cast<std::int64_t>(end));
+        }
+        constexpr std::size_t kMostStarts = 64;
+        starts.resize(std::min(starts.size(), kMostStarts));
+        for (const std::int64_t start : starts) {
+            const auto back = back_of(start);
+            if (back && is_confirmed(start)) {
+                return RowFront{start, static_cast<std::uint64_t>(start - in_sample), std::nullopt};
+            }
+        }
+        return std::nullopt;
+    }
+
+    [[nodiscard]] MendedRows describe(const RowFront& front, const RowSegments& segments) const {
+        MendedRows result{{front.own ? Way::kOwnTables : Way::kRows, {}, 0, {}}, std::nullopt};
+        add_pieces(segments, result.image);
+        const Frame& frame = sample_.description.raw.frame;
+        result.image.lost = areas_of(image_.lost, geometry_, frame);
+        result.image.doubtful = areas_of(image_.doubtful, geometry_, frame);
+        if (front.own) {
+            const std::uint64_t end = front.own->header + front.own->size;
+            const std::int64_t last = segments.segments.back().start + static_cast<std::int64_t>(length_);
+            const std::uint64_t after = std::min(static_cast<std::uint64_t>(last), end);
+            result.own = {{front.own->header, static_cast<std::uint64_t>(front.start) - front.own->header},
+                          {after, end - after}};
+        }
+        return result;
+    }
+
+    void add_pieces(const RowSegments& segments, FoundImage& image) const {
+        std::uint64_t begin = 0;
+        for (std::size_t nth = 0; nth < sample_.description.raw.pieces.size(); ++nth) {
+            const ImageRange piece{begin, begin + sample_.description.raw.pieces[nth].data.length};
+            const auto data = image_.bytes.begin();
+            image.pieces.push_back(place_of(piece, segments));
+            image.mended.push_back({nth,
+                                    {data + static_cast<std::ptrdiff_t>(piece.begin),
+                                     data + static_cast<std::ptrdiff_t>(piece.end)}});
+            std::vector<ImageRange> own{piece};
+            remove_ranges(image_.lost, own);
+            remove_ranges(image_.doubtful, own);
+            image.proved += own == std::vector{piece} ? 1U : 0U;
+            begin = piece.end;
+        }
+    }
+
+    /// From the first byte of a piece that is in the file to the last.
+    [[nodiscard]] static std::optional<Extent> place_of(const ImageRange& piece,
+                                                        const RowSegments& segments) {
+        std::optional<Extent> place;
+        for (const RowSegment& segment : segments.segments) {
+            const std::uint64_t begin = std::max(segment.image.begin, piece.begin);
+            const std::uint64_t end = std::min(segment.image.end, piece.end);
+            if (begin < end) {
+                const auto offset =
+                    static_cast<std::uint64_t>(segment.start + static_cast<std::int64_t>(begin));
+                const std::uint64_t first = place ? place->offset : offset;
+                place = Extent{first, offset + (end - begin) - first};
+            }
+        }
+        return place;
+    }
+
+    Bytes damaged_;
+    const Sample& sample_;
+    const RowGeometry& geometry_;
+    std::uint64_t length_;
+    std::vector<PhasePiece> pieces_;
+    RowImage image_;
+};
+
+} // namespace
+
+std::optional<MendedRows> mend_torn_rows(Bytes damaged, const Sample& sample,
+                                         const std::optional<OwnStructure>& own, Filling filling) {
+    if (!sample.rows || has_twin(sample.description)) {
+        return std::nullopt;
+    }
+    return TornRowsSearch(damaged, sample).find(own, filling);
+}
+
+} // namespace raw_mend
