@@ -201,7 +201,7 @@ class BreakSearch {
             }
         }
         const std::uint64_t end = sample_at(last_ * geometry_.row_bytes);
-        const double unbroken = front_.between(0, end);
+        const double unbroken = std::min(front_.between(0, end), back_.between(0, end));
         result.gain = (unbroken - best.cost) / deviation(burst, mean);
         return result;
     }

@@ -30,7 +30,9 @@ struct ImageRange {
 struct RowBreak {
     std::uint64_t at = 0;  ///< The first byte of the image that is not in the front part.
     ImageRange possible{}; ///< From the first place to the last that fits nearly as well.
-    double gain = 0;       ///< How much less rows differ than if there were no break, in standard deviations.
+    /// How much less rows differ than if all were in the front part, or all in the back part, whichever
+    /// differ less: in standard deviations.
+    double gain = 0;
 };
 
 /// Searches the rows [first, last) of an image for the place where rows differ least from those above them:

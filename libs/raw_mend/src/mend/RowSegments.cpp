@@ -109,6 +109,8 @@ class Chain {
 
     void add(const RowBreak& found, std::int64_t start) {
         const std::uint64_t lost = current_ > start ? static_cast<std::uint64_t>(current_ - start) : 0;
+        result_.gain = is_torn_ ? std::min(result_.gain, found.gain) : found.gain;
+        is_torn_ = true;
         end_segment(found.at);
         if (found.possible.length() > 0) {
             result_.doubtful.push_back({found.possible.begin, found.possible.end + lost});
@@ -135,6 +137,7 @@ class Chain {
     std::int64_t current_;    // Of the segment that is being found.
     std::uint64_t begin_ = 0; // Of the same, in the image.
     std::uint64_t known_ = 0; // The row up to which its phase is known.
+    bool is_torn_ = false;
     RowSegments result_;
 };
 

@@ -20,6 +20,8 @@ struct RowSegment {
 struct RowSegments {
     std::vector<RowSegment> segments;
     std::vector<ImageRange> doubtful; ///< Where nothing shows which of two parts the bytes belong to.
+    /// The least RowBreak::gain of all breaks; 0 if there is none.
+    double gain = 0;
 };
 
 /// What is known of a torn image.

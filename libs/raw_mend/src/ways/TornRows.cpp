@@ -15,6 +15,7 @@ namespace raw_mend {
 
 namespace {
 
+constexpr double kLeastGain = 8;             ///< Of a break that confirms where the image begins.
 constexpr std::uint64_t kMostMovedShare = 4; ///< Of so many parts of an image, one may be lost or put in.
 
 /// Where the first bytes of a torn image are.
@@ -35,8 +36,7 @@ class TornRowsSearch {
         if (!front) {
             return std::nullopt;
         }
-        const RowAnchors anchors{front->start, back_of(front->start), {0, front->header}};
-        const RowSegments segments = find_row_segments(damaged_, geometry_, pieces_, anchors);
+        const RowSegments segments = find_segments(*front);
         if (segments.segments.empty() || is_whole(segments, front->start)) {
             return std::nullopt;
         }
@@ -46,6 +46,11 @@ class TornRowsSearch {
     }
 
   private:
+    [[nodiscard]] RowSegments find_segments(const RowFront& front) const {
+        return find_row_segments(damaged_, geometry_, pieces_,
+                                 {front.start, back_of(front.start), {0, front.header}});
+    }
+
     [[nodiscard]] std::uint64_t rows_of_piece() const {
         return std::max<std::uint64_t>(sample_.description.raw.frame.piece_height, 1);
     }
@@ -68,8 +73,13 @@ class TornRowsSearch {
         return is_near ? std::optional(back) : std::nullopt;
     }
 
-    /// Whether the first piece in an image that begins there has its phase.
-    [[nodiscard]] bool is_confirmed(std::int64_t start) const {
+    /// Whether the rows show that the image begins there: the first that are clear have its phase, or they
+    /// fit those after a break.
+    [[nodiscard]] bool is_confirmed(const RowFront& front) const {
+        return has_first_phase(front.start) || find_segments(front).gain >= kLeastGain;
+    }
+
+    [[nodiscard]] bool has_first_phase(std::int64_t start) const {
         const auto piece = std::ranges::find_if(
             pieces_, [&](const PhasePiece& one) { return static_cast<std::int64_t>(one.end) > start; });
         return piece != pieces_.end() && piece->phase == phase_of(start) &&
@@ -86,7 +96,7 @@ class TornRowsSearch {
         }
         for (OwnStructure& own : find_own_rows(damaged_, sample_)) {
             RowFront front = front_of(std::move(own));
-            if (is_confirmed(front.start)) {
+            if (is_confirmed(front)) {
                 return front;
             }
         }
@@ -111,12 +121,12 @@ class TornRowsSearch {
         for (const std::uint64_t end : find_filler_ends(damaged_)) {
             starts.push_back(static_cast<std::int64_t>(end));
         }
-        constexpr std::size_t kMostStarts = 64;
+        constexpr std::size_t kMostStarts = 8;
         starts.resize(std::min(starts.size(), kMostStarts));
         for (const std::int64_t start : starts) {
-            const auto back = back_of(start);
-            if (back && is_confirmed(start)) {
-                return RowFront{start, static_cast<std::uint64_t>(start - in_sample), std::nullopt};
+            RowFront front{start, static_cast<std::uint64_t>(start - in_sample), std::nullopt};
+            if (back_of(start) && is_confirmed(front)) {
+                return front;
             }
         }
         return std::nullopt;
