@@ -2,6 +2,7 @@
 
 #include "locate/Anchors.h"
 #include "locate/PhasePieces.h"
+#include "locate/RowFit.h"
 #include "mend/RowImage.h"
 #include "mend/RowSegments.h"
 #include "ways/FittingRows.h"
@@ -76,7 +77,26 @@ class TornRowsSearch {
     /// Whether the rows show that the image begins there: the first that are clear have its phase, or they
     /// fit those after a break.
     [[nodiscard]] bool is_confirmed(const RowFront& front) const {
-        return has_first_phase(front.start) || find_segments(front).gain >= kLeastGain;
+        if (has_first_phase(front.start)) {
+            return true;
+        }
+        const RowSegments segments = find_segments(front);
+        return segments.gain >= kLeastGain && has_picture(segments.segments.front());
+    }
+
+    /// Whether the last rows of a segment are no filler, which fits itself.
+    [[nodiscard]] bool has_picture(const RowSegment& segment) const {
+        constexpr std::uint64_t kRows = 4;
+        const std::uint64_t last = segment.image.end / geometry_.row_bytes;
+        if (segment.start < 0 || last < kRows) {
+            return false;
+        }
+        const RowFit fit(damaged_, geometry_, static_cast<std::uint64_t>(segment.start));
+        bool has_blank = false;
+        for (std::uint64_t row = last - kRows; row < last; ++row) {
+            has_blank = has_blank || fit.is_blank(row);
+        }
+        return !has_blank;
     }
 
     [[nodiscard]] bool has_first_phase(std::int64_t start) const {
@@ -108,8 +128,8 @@ class TornRowsSearch {
         return {start, own.header, std::move(own)};
     }
 
-    /// Without tables: where the sample, displaced structure or filler lets expect the image, in the phase of
-    /// its first rows.
+    /// Without tables: where the sample, displaced structure or filler lets expect the image, if a break shows
+    /// that its first rows belong to the last.
     [[nodiscard]] std::optional<RowFront> find_lone_front() const {
         const auto in_sample = static_cast<std::int64_t>(sample_.rows->extent.offset);
         std::vector<std::int64_t> starts;
@@ -125,11 +145,19 @@ class TornRowsSearch {
         starts.resize(std::min(starts.size(), kMostStarts));
         for (const std::int64_t start : starts) {
             RowFront front{start, static_cast<std::uint64_t>(start - in_sample), std::nullopt};
-            if (back_of(start) && is_confirmed(front)) {
+            if (is_torn(front)) {
                 return front;
             }
         }
         return std::nullopt;
+    }
+
+    /// Whether sectors are lost or put in between the first rows and the last, which have other phases.
+    [[nodiscard]] bool is_torn(const RowFront& front) const {
+        constexpr std::int64_t kSector = 512;
+        const auto back = back_of(front.start);
+        return back && (*back - front.start) % kSector == 0 && phase_of(*back) != phase_of(front.start) &&
+               find_segments(front).gain >= kLeastGain && is_confirmed(front);
     }
 
     [[nodiscard]] MendedRows describe(const RowFront& front, const RowSegments& segments) const {
