@@ -11,7 +11,6 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kSector = 512;
 constexpr std::size_t kStep = 16;  ///< Samples from one sum to the next.
 constexpr double kDoubtFactor = 3; ///< Standard deviations by which a place must be worse.
 constexpr double kMissing = 65536; ///< The difference of samples that are not in the file.
@@ -139,12 +138,12 @@ class BreakSearch {
         places_.push_back({begin, cost(begin)});
         for (const std::uint64_t origin : origins) {
             const auto offset = static_cast<std::uint64_t>(torn_.front + static_cast<std::int64_t>(begin));
-            const std::uint64_t skipped = (kSector - (offset - origin) % kSector) % kSector;
-            for (std::uint64_t at = begin + skipped; at <= most; at += kSector) {
+            const std::uint64_t skipped = (kSectorBytes - (offset - origin) % kSectorBytes) % kSectorBytes;
+            for (std::uint64_t at = begin + skipped; at <= most; at += kSectorBytes) {
                 places_.push_back({at, cost(at)});
             }
         }
-        if (distance(torn_) % kSector != 0) {
+        if (distance(torn_) % kSectorBytes != 0) {
             refine(begin, most);
         }
     }
@@ -152,8 +151,8 @@ class BreakSearch {
     /// Adds all places around the best one.
     void refine(std::uint64_t begin, std::uint64_t most) {
         const std::uint64_t best = std::ranges::min_element(places_, {}, &Place::cost)->at;
-        const std::uint64_t last = std::min(best + kSector, most);
-        for (std::uint64_t at = std::max(best, begin + kSector) - kSector; at <= last; ++at) {
+        const std::uint64_t last = std::min(best + kSectorBytes, most);
+        for (std::uint64_t at = std::max(best, begin + kSectorBytes) - kSectorBytes; at <= last; ++at) {
             places_.push_back({at, cost(at)});
         }
     }

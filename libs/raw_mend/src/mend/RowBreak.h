@@ -2,6 +2,7 @@
 
 #include "Bytes.h"
 #include "locate/RowGeometry.h"
+#include "mend/ImageRange.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,13 +19,8 @@ struct TornRows {
     std::int64_t back = 0;  ///< The same by the part after it. If less, bytes are lost; if more, put in.
 };
 
-/// Bytes of an image.
-struct ImageRange {
-    std::uint64_t begin = 0;
-    std::uint64_t end = 0;
-    [[nodiscard]] std::uint64_t length() const { return end - begin; }
-    bool operator==(const ImageRange&) const = default;
-};
+/// The least gain of a break that nothing else shows.
+inline constexpr double kLeastRowGain = 8;
 
 /// Where the two parts meet.
 struct RowBreak {

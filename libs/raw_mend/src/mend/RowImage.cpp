@@ -224,6 +224,27 @@ void remove_ranges(const std::vector<ImageRange>& others, std::vector<ImageRange
     ranges = std::move(rest);
 }
 
+void add_lost(const std::vector<ImageRange>& ranges, RowImage& image) {
+    image.lost.insert(image.lost.end(), ranges.begin(), ranges.end());
+    join_ranges(image.lost);
+    remove_ranges(image.lost, image.doubtful);
+}
+
+std::vector<ImageRange> find_filler_runs(Bytes image) {
+    std::vector<ImageRange> runs;
+    for (std::size_t begin = 0; begin < image.size();) {
+        const unsigned char value = image[begin];
+        const auto rest = image.subspan(begin);
+        const auto other = std::ranges::find_if(rest, [&](unsigned char byte) { return byte != value; });
+        const std::size_t end = begin + static_cast<std::size_t>(other - rest.begin());
+        if (end - begin >= kSectorBytes) {
+            runs.push_back({begin, end});
+        }
+        begin = end;
+    }
+    return runs;
+}
+
 void fill_lost_rows(const RowGeometry& geometry, std::uint64_t rows_of_piece, Filling filling,
                     RowImage& image) {
     round_to_groups(geometry, image.lost);

@@ -28,6 +28,12 @@ void join_ranges(std::vector<ImageRange>& ranges);
 /// Leaves what is in none of some other ranges, which are sorted and apart.
 void remove_ranges(const std::vector<ImageRange>& others, std::vector<ImageRange>& ranges);
 
+/// Adds what is lost. It is not doubtful any more.
+void add_lost(const std::vector<ImageRange>& ranges, RowImage& image);
+
+/// Runs of one value, of a sector or more.
+[[nodiscard]] std::vector<ImageRange> find_filler_runs(Bytes image);
+
 /// Fills what is lost, whole groups of samples at a time: from the nearest bytes of the same columns and
 /// colours in the same piece, or with zeros. The lost ranges become those of the whole groups.
 void fill_lost_rows(const RowGeometry& geometry, std::uint64_t rows_of_piece, Filling filling,

@@ -7,10 +7,8 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kSector = 512;
 constexpr std::int64_t kMostMoved = 256 * 1024; ///< Bytes lost or put in at one place, if the end is unknown.
 constexpr std::size_t kMostChoices = 8;
-constexpr double kLeastGain = 8;      ///< Of a break that no phase shows.
 constexpr std::uint64_t kMargin = 64; ///< Rows by which the border of a piece may be wrong: a window.
 
 class Chain {
@@ -87,7 +85,7 @@ class Chain {
         }
         const auto rank = [&](std::int64_t start) {
             const std::int64_t moved = std::abs(start - current_);
-            const bool has_sectors = moved % static_cast<std::int64_t>(kSector) == 0;
+            const bool has_sectors = moved % static_cast<std::int64_t>(kSectorBytes) == 0;
             return start == anchors_.back ? -1 : moved + (has_sectors ? 0 : 2 * kMostMoved);
         };
         std::ranges::sort(all, {}, rank);
@@ -102,7 +100,7 @@ class Chain {
         }
         const auto found = find_row_break({file_, geometry_, current_, *anchors_.back}, first_row(),
                                           geometry_.rows, anchors_.origins);
-        if (found && found->gain >= kLeastGain) {
+        if (found && found->gain >= kLeastRowGain) {
             add(*found, *anchors_.back);
         }
     }

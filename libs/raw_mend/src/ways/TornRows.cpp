@@ -3,6 +3,9 @@
 #include "locate/Anchors.h"
 #include "locate/PhasePieces.h"
 #include "locate/RowFit.h"
+#include "mend/ImageRange.h"
+#include "mend/RowClusters.h"
+#include "mend/RowExchange.h"
 #include "mend/RowImage.h"
 #include "mend/RowSegments.h"
 #include "ways/FittingRows.h"
@@ -10,20 +13,22 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 namespace raw_mend {
 
 namespace {
 
-constexpr double kLeastGain = 8;             ///< Of a break that confirms where the image begins.
 constexpr std::uint64_t kMostMovedShare = 4; ///< Of so many parts of an image, one may be lost or put in.
 
 /// Where the first bytes of a torn image are.
 struct RowFront {
     std::int64_t start = 0;
     std::uint64_t header = 0; ///< Offset from which sectors of the photograph count.
-    std::optional<OwnStructure> own;
+    std::optional<OwnStructure> own{};
+    std::vector<std::string> doubts{};
+    bool is_whole = false; ///< Whether all of the image is in one place.
 };
 
 class TornRowsSearch {
@@ -38,16 +43,54 @@ class TornRowsSearch {
             return std::nullopt;
         }
         const RowSegments segments = find_segments(*front);
-        if (segments.segments.empty() || is_whole(segments, front->start)) {
+        if (segments.segments.empty()) {
             return std::nullopt;
         }
         image_ = assemble_rows(damaged_, geometry_, segments);
+        if (!remove_foreign(segments, front->header) && is_whole(segments, front->start)) {
+            return std::nullopt;
+        }
         fill_lost_rows(geometry_, rows_of_piece(), filling, image_);
         return describe(*front, segments);
     }
 
   private:
+    /// What is not the photograph's own in the place of what is: put back if that is elsewhere, else lost.
+    /// Whether there is any.
+    bool remove_foreign(const RowSegments& segments, std::uint64_t header) {
+        if (find_filler_runs(sample_.rows->extent.of(sample_.file)).empty()) {
+            std::vector<ImageRange> filler = find_filler_runs(image_.bytes);
+            remove_ranges(image_.lost, filler);
+            has_foreign_ = !filler.empty();
+            add_lost(filler, image_);
+        }
+        RowImage filled = image_; // What is lost must not look foreign.
+        fill_lost_rows(geometry_, rows_of_piece(), Filling::kNeighbours, filled);
+        auto clusters = find_foreign_clusters(filled.bytes, geometry_, sectors_of(segments, header));
+        remove_ranges(filled.lost, clusters);
+        has_foreign_ = has_foreign_ || !clusters.empty();
+        add_lost(exchange_clusters(geometry_, clusters, image_.bytes), image_);
+        return has_foreign_;
+    }
+
+    /// Offsets in the image from which sectors may be counted.
+    [[nodiscard]] static std::vector<std::uint64_t> sectors_of(const RowSegments& segments,
+                                                               std::uint64_t header) {
+        std::vector<std::uint64_t> all;
+        for (const RowSegment& segment : segments.segments) {
+            const auto start = static_cast<std::uint64_t>(segment.start); // Modulo 2^64, if before the file.
+            all.push_back((0 - start) % kSectorBytes);
+            all.push_back((header - start) % kSectorBytes);
+        }
+        std::ranges::sort(all);
+        all.erase(std::unique(all.begin(), all.end()), all.end());
+        return all;
+    }
+
     [[nodiscard]] RowSegments find_segments(const RowFront& front) const {
+        if (front.is_whole) {
+            return {{{{0, length_}, front.start}}, {}};
+        }
         return find_row_segments(damaged_, geometry_, pieces_,
                                  {front.start, back_of(front.start), {0, front.header}});
     }
@@ -70,8 +113,12 @@ class TornRowsSearch {
     [[nodiscard]] std::optional<std::int64_t> back_of(std::int64_t front) const {
         const auto back = static_cast<std::int64_t>(damaged_.size()) -
                           static_cast<std::int64_t>(sample_.bytes_after() + length_);
-        const bool is_near = std::abs(back - front) <= static_cast<std::int64_t>(length_ / kMostMovedShare);
-        return is_near ? std::optional(back) : std::nullopt;
+        return are_near(back, front) ? std::optional(back) : std::nullopt;
+    }
+
+    /// Whether an image may begin at one place by its first bytes, and at the other by its last.
+    [[nodiscard]] bool are_near(std::int64_t one, std::int64_t other) const {
+        return std::abs(one - other) <= static_cast<std::int64_t>(length_ / kMostMovedShare);
     }
 
     /// Whether the rows show that the image begins there: the first that are clear have its phase, or they
@@ -81,7 +128,7 @@ class TornRowsSearch {
             return true;
         }
         const RowSegments segments = find_segments(front);
-        return segments.gain >= kLeastGain && has_picture(segments.segments.front());
+        return segments.gain >= kLeastRowGain && has_picture(segments.segments.front());
     }
 
     /// Whether the last rows of a segment are no filler, which fits itself.
@@ -112,24 +159,44 @@ class TornRowsSearch {
         }
         const auto whole = find_fitting_rows(damaged_, sample_);
         if (whole && whole->proved == whole->pieces.size()) {
-            return std::nullopt;
+            return front_of(*whole);
         }
         for (OwnStructure& own : find_own_rows(damaged_, sample_)) {
             RowFront front = front_of(std::move(own));
-            if (is_confirmed(front)) {
+            const bool is_another = whole && !are_near(front.start, front_of(*whole).start);
+            if (!is_another && is_confirmed(front)) {
                 return front;
             }
         }
-        return find_lone_front();
+        auto front = find_lone_front();
+        return front || !whole ? std::move(front) : front_of(*whole);
+    }
+
+    /// Of rows that are in one place, so that the end of the file shows nothing.
+    [[nodiscard]] RowFront front_of(const FoundImage& whole) const {
+        RowFront front;
+        std::uint64_t before = 0;
+        for (std::size_t nth = 0; nth < whole.pieces.size(); ++nth) {
+            if (whole.pieces[nth]) {
+                front.start = static_cast<std::int64_t>(whole.pieces[nth]->offset - before);
+            }
+            before += sample_.description.raw.pieces[nth].data.length;
+        }
+        front.header = static_cast<std::uint64_t>(front.start) - sample_.rows->extent.offset;
+        front.doubts = whole.doubts;
+        front.is_whole = true;
+        return front;
     }
 
     [[nodiscard]] RowFront front_of(OwnStructure own) const {
         const auto start = static_cast<std::int64_t>(own.pieces().front().offset);
-        return {start, own.header, std::move(own)};
+        RowFront front{start, own.header};
+        front.own = std::move(own);
+        return front;
     }
 
-    /// Without tables: where the sample, displaced structure or filler lets expect the image, if a break shows
-    /// that its first rows belong to the last.
+    /// Without tables: where the sample, displaced structure or filler lets expect the image, if a break
+    /// shows that its first rows belong to the last.
     [[nodiscard]] std::optional<RowFront> find_lone_front() const {
         const auto in_sample = static_cast<std::int64_t>(sample_.rows->extent.offset);
         std::vector<std::int64_t> starts;
@@ -144,7 +211,7 @@ class TornRowsSearch {
         constexpr std::size_t kMostStarts = 8;
         starts.resize(std::min(starts.size(), kMostStarts));
         for (const std::int64_t start : starts) {
-            RowFront front{start, static_cast<std::uint64_t>(start - in_sample), std::nullopt};
+            RowFront front{start, static_cast<std::uint64_t>(start - in_sample)};
             if (is_torn(front)) {
                 return front;
             }
@@ -154,15 +221,16 @@ class TornRowsSearch {
 
     /// Whether sectors are lost or put in between the first rows and the last, which have other phases.
     [[nodiscard]] bool is_torn(const RowFront& front) const {
-        constexpr std::int64_t kSector = 512;
+        constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
         const auto back = back_of(front.start);
         return back && (*back - front.start) % kSector == 0 && phase_of(*back) != phase_of(front.start) &&
-               find_segments(front).gain >= kLeastGain && is_confirmed(front);
+               find_segments(front).gain >= kLeastRowGain && is_confirmed(front);
     }
 
     [[nodiscard]] MendedRows describe(const RowFront& front, const RowSegments& segments) const {
         MendedRows result{{front.own ? Way::kOwnTables : Way::kRows, {}, 0, {}}, std::nullopt};
         add_pieces(segments, result.image);
+        result.image.doubts = front.doubts;
         const Frame& frame = sample_.description.raw.frame;
         result.image.lost = areas_of(image_.lost, geometry_, frame);
         result.image.doubtful = areas_of(image_.doubtful, geometry_, frame);
@@ -216,6 +284,7 @@ class TornRowsSearch {
     std::uint64_t length_;
     std::vector<PhasePiece> pieces_;
     RowImage image_;
+    bool has_foreign_ = false;
 };
 
 } // namespace
