@@ -187,6 +187,9 @@ class Program {
             "salvage", "Save the best picture from a damaged photograph or a damaged JPEG");
         command->footer(kFooter);
         command->add_option("DAMAGED", salvage_.damaged, "The damaged photograph")->required();
+        command->add_option("-s,--sample", salvage_.sample,
+                            "An intact photograph from the same camera, taken with the same settings: it "
+                            "lends size and tables if the header is lost");
         command->add_option("-o,--output", salvage_.output,
                             "The file to write (default: NAME.salvaged.jpg beside the damaged file)");
         command->add_flag("--force", salvage_.force, "Replace an existing output file");

@@ -11,6 +11,7 @@
 #include "text/Paths.h"
 
 #include <raw_mend/raw_mend.h>
+#include <still_mend/still_mend.h>
 
 #include <algorithm>
 #include <chrono>
@@ -323,7 +324,16 @@ class FileRepair {
 
     void salvage() {
         const fs::path picture = picture_file("salvaged-small.jpg");
-        record_.salvage = tools_.workers.salvage(folder_->path(), {damaged_.copy, jpeg_file(), picture});
+        fs::path sample;
+        if (!ranked_samples().empty()) {
+            sample = reachable_name(ranked_samples().front().path, folder_->path(), "lender");
+        }
+        Workers::SalvageTask task{damaged_.copy, jpeg_file(), picture, sample};
+        record_.salvage = tools_.workers.salvage(folder_->path(), task);
+        if (record_.salvage.code == STILL_MEND_SAMPLE_UNUSABLE) { // No JPEG is in it.
+            task.sample.clear();
+            record_.salvage = tools_.workers.salvage(folder_->path(), task);
+        }
         if (!fs::exists(jpeg_file())) {
             return;
         }

@@ -56,6 +56,7 @@ class Workers {
         std::filesystem::path damaged;
         std::filesystem::path output;
         std::filesystem::path picture; ///< Where a small upright JPEG of the result goes; empty: nowhere.
+        std::filesystem::path sample;  ///< An intact photograph that lends a header; empty: none.
     };
     /// The general repair.
     [[nodiscard]] SalvagedPicture salvage(const std::filesystem::path& folder, const SalvageTask& task) const;
