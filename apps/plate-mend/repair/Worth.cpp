@@ -17,6 +17,10 @@ double own_share(const Attempt& attempt) {
            static_cast<double>(image.pixels_lost + image.pixels_doubtful) / static_cast<double>(image.pixels);
 }
 
+bool is_mended(const Attempt& attempt) {
+    return attempt.image && attempt.image->pieces_mended != 0;
+}
+
 /// If the share is unknown, it counts as half of what can be.
 double share(const Attempt& attempt) {
     return attempt.judgement.share().value_or(0.5 * own_share(attempt));
@@ -52,6 +56,10 @@ bool is_better(const Attempt& attempt, const Attempt* kept) {
                               verdict_of(kept->judgement) == Verdict::kPartial;
     if (attempt.engine == kept->engine || !both_partial) {
         return worth(attempt) > worth(*kept);
+    }
+    if (!attempt.judgement.share() && !kept->judgement.share() && (is_mended(attempt) || is_mended(*kept))) {
+        const Attempt& mended = is_mended(attempt) ? attempt : *kept;
+        return (own_share(mended) > 0.5) == (&mended == &attempt);
     }
     // Engines leave different signs of damage, so their number says nothing.
     return share(attempt) > share(*kept) ||
