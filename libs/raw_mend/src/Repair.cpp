@@ -118,9 +118,9 @@ Repaired keep_structure(Bytes damaged, MendedRows rows) {
 
 } // namespace
 
-std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
+std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling filling) {
     const auto own = find_own_structure(damaged, sample);
-    if (auto rows = mend_torn_rows(damaged, sample, own, Filling::kNeighbours)) {
+    if (auto rows = mend_torn_rows(damaged, sample, own, filling)) {
         return rows->own ? keep_structure(damaged, std::move(*rows))
                          : take_structure(damaged, sample, std::move(rows->image));
     }
