@@ -106,7 +106,7 @@ std::optional<double> picture_rows_there(const Lengths& lengths, const RawDecode
 void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
                    Judgement& judgement) {
     SensorView view = decoder.sensor_view();
-    view.doubtful = !judgement.findings.empty();
+    view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
