@@ -1,0 +1,51 @@
+#pragma once
+
+#include "mend/StreamSearch.h"
+
+#include <vector>
+
+namespace raw_mend {
+
+/// Decodes a stream and undoes tears: bytes put in, swapped or moved elsewhere in the file.
+class StreamTears {
+  public:
+    /// The alarms are values of a like stream whose rows do not fit, in ascending order: where the rows of
+    /// this camera never do. All must outlive this.
+    StreamTears(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
+                std::span<const std::size_t> alarms)
+        : file_(file), walk_(walk), origins_(origins), alarms_(alarms) {}
+
+    /// Whether the stream is complete now. If not, the walk has stopped where nothing can be decoded and
+    /// nothing continues it, or at the end.
+    [[nodiscard]] bool run();
+
+    /// How many tears were undone.
+    [[nodiscard]] std::size_t undone() const { return undone_; }
+    /// Values that do not fit, without a continuation, in ascending order.
+    [[nodiscard]] const std::vector<std::size_t>& suspects() const { return suspects_; }
+
+  private:
+    /// What fits after a continuation.
+    struct Run {
+        std::size_t values = 0;
+        double misfit = 0;
+    };
+
+    [[nodiscard]] bool is_expected(const StreamBreak& broken) const;
+    [[nodiscard]] bool undo(const StreamBreak& broken);
+    [[nodiscard]] const Continuation* choose(const std::vector<Continuation>& found, std::size_t natural,
+                                             const StreamWalk::State& before);
+    [[nodiscard]] Run run_from(const Continuation& found);
+    [[nodiscard]] Run run_further(const Continuation& found);
+    void take(const Continuation& found);
+
+    Bytes file_;
+    StreamWalk& walk_;
+    std::span<const std::uint64_t> origins_;
+    std::span<const std::size_t> alarms_;
+    std::size_t undone_ = 0;
+    std::size_t searches_ = 0;
+    std::vector<std::size_t> suspects_;
+};
+
+} // namespace raw_mend
