@@ -2,6 +2,7 @@
 
 #include "assemble/OwnMetadata.h"
 #include "assemble/OwnPictures.h"
+#include "mend/StreamImage.h"
 #include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
 #include "ways/CrxTracks.h"
@@ -119,6 +120,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
     if (!image || (image->count_found() == 0 && image->others.empty())) {
         return std::nullopt;
     }
+    mend_streams(damaged, sample, Filling::kNeighbours, *image);
     return take_structure(damaged, sample, std::move(*image));
 }
 

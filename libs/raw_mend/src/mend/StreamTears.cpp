@@ -28,7 +28,7 @@ bool StreamTears::run() {
             return false;
         }
     }
-    return walk_.is_complete();
+    return walk_.find_end().has_value();
 }
 
 bool StreamTears::is_expected(const StreamBreak& broken) const {

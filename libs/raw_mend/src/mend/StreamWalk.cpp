@@ -123,16 +123,17 @@ void StreamWalk::resume(const StreamPlace& place) {
     reader_ = lossless_jpeg::DifferenceReader(bytes_->bytes(), tables_, place.place);
 }
 
-bool StreamWalk::is_complete() {
+std::optional<std::uint64_t> StreamWalk::find_end() {
     if (at_ < values_.size() || !reader_.closes()) {
-        return false;
+        return std::nullopt;
     }
     const Bytes all = bytes_->bytes();
     auto at = static_cast<std::size_t>(reader_.stop());
     while (at + 2 < all.size() && all[at] == 0xFF && all[at + 1] == 0xFF) {
         ++at;
     }
-    return at + 2 <= all.size() && all[at] == 0xFF && all[at + 1] == lossless_jpeg::kEoi;
+    const bool is_eoi = at + 2 <= all.size() && all[at] == 0xFF && all[at + 1] == lossless_jpeg::kEoi;
+    return is_eoi ? std::optional<std::uint64_t>(at + 2) : std::nullopt;
 }
 
 StreamPlace StreamWalk::place_before(std::uint64_t byte) const {

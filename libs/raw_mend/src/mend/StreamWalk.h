@@ -47,8 +47,8 @@ class StreamWalk {
     /// Takes up at a value whose bits begin there.
     void resume(const StreamPlace& place);
 
-    /// Whether all values are decoded, and EOI follows the last.
-    [[nodiscard]] bool is_complete();
+    /// Where EOI ends in the bytes, if all values are decoded, and EOI follows the last.
+    [[nodiscard]] std::optional<std::uint64_t> find_end();
     /// The last place before which no bit of a byte is used, nor of any after it; the byte must be after the
     /// head. Not later than what is decoded.
     [[nodiscard]] StreamPlace place_before(std::uint64_t byte) const;

@@ -1,0 +1,104 @@
+#include "mend/StreamImage.h"
+
+#include "mend/StreamAreas.h"
+#include "mend/StreamRepair.h"
+
+#include <lossless_jpeg/Stream.h>
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+class StreamImage {
+  public:
+    StreamImage(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
+        : damaged_(damaged), sample_(sample), raw_(sample.description.raw), filling_(filling), image_(image) {
+    }
+
+    void mend() {
+        for (std::size_t piece = 0; piece < image_.pieces.size(); ++piece) {
+            const auto sample = head_in(sample_.file, raw_.pieces[piece].data);
+            if (!sample) {
+                continue;
+            }
+            const auto head = image_.pieces[piece] ? head_in(damaged_, *image_.pieces[piece]) : std::nullopt;
+            if (!head) {
+                fill(piece, *sample);
+            } else if (!is_whole(*image_.pieces[piece], *head)) {
+                repair(piece, *head, *sample);
+            }
+        }
+    }
+
+  private:
+    static std::optional<lossless_jpeg::Head> head_in(Bytes file, const Extent& extent) {
+        auto head = lossless_jpeg::read_head(file, extent.offset);
+        return head && can_repair(*head) ? std::move(head) : std::nullopt;
+    }
+
+    [[nodiscard]] bool is_whole(const Extent& extent, const lossless_jpeg::Head& head) const {
+        const Bytes bytes =
+            damaged_.first(static_cast<std::size_t>(std::min<std::uint64_t>(extent.end(), damaged_.size())));
+        return lossless_jpeg::check(bytes, head).is_complete();
+    }
+
+    void fill(std::size_t piece, const lossless_jpeg::Head& sample) {
+        image_.mended.push_back({piece, make_grey_stream(sample_.file, sample)});
+        add(area_of_piece(raw_, piece), image_.lost);
+    }
+
+    void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
+        const std::vector<std::uint64_t> origins{0};
+        const StreamTraits traits = measure_stream(sample_.file, sample);
+        RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, origins,
+                                              bands_of(head), filling_);
+        image_.mended.push_back({piece, std::move(stream.bytes)});
+        if (stream.is_exact) {
+            ++image_.proved;
+        }
+        const std::size_t count = StreamFrame(head).count();
+        for (const ValueRun& run : stream.lost) {
+            add(areas_of(raw_, piece, count, run), image_.lost);
+        }
+        for (const ValueRun& run : stream.doubtful) {
+            add(areas_of(raw_, piece, count, run), image_.doubtful);
+        }
+    }
+
+    /// The rows of the stream at which slices begin.
+    [[nodiscard]] std::vector<std::size_t> bands_of(const lossless_jpeg::Head& head) const {
+        const std::size_t row = StreamFrame(head).row;
+        std::vector<std::size_t> bands;
+        std::uint64_t values = 0;
+        for (const std::uint32_t width : raw_.slices) {
+            values += std::uint64_t{width} * raw_.frame.height;
+            bands.push_back(static_cast<std::size_t>(values / row));
+        }
+        return bands;
+    }
+
+    static void add(const std::vector<Area>& more, std::vector<Area>& areas) {
+        areas.insert(areas.end(), more.begin(), more.end());
+    }
+
+    Bytes damaged_;
+    const Sample& sample_;
+    const Image& raw_;
+    Filling filling_;
+    FoundImage& image_;
+};
+
+} // namespace
+
+void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
+    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads &&
+        image.proved < image.pieces.size()) {
+        StreamImage(damaged, sample, filling, image).mend();
+    }
+}
+
+} // namespace raw_mend

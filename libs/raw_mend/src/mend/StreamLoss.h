@@ -1,0 +1,24 @@
+#pragma once
+
+#include "mend/StreamWalk.h"
+
+namespace raw_mend {
+
+/// Values of a stream, from one index up to another.
+struct ValueRun {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+/// Fills values that are lost from the nearest row above with the same colours; without one, with what is
+/// predicted.
+void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint16_t> values,
+                 const ValueRun& run);
+
+/// Decodes what is after values that are lost. The stream is counted from its end: the last value is
+/// followed by EOI, which ends at that byte, so that each value after the loss is at its index, if not at its
+/// level. Values from the loss on that cannot be decoded, or do not fit the rows after them, are filled.
+/// Returns those that are filled; none are after them if nothing can be decoded.
+[[nodiscard]] ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end);
+
+} // namespace raw_mend
