@@ -109,7 +109,7 @@ Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
 
 std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
     const auto own = find_own_structure(damaged, sample);
-    if (own && own->is_proved) {
+    if (own && own->is_proved && !has_exchanged_streams(damaged, sample, own->pieces())) {
         return keep_structure(damaged, *own);
     }
     auto image = find_proved_image(damaged, sample);

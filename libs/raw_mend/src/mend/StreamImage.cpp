@@ -6,12 +6,14 @@
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
-#include <map>
+#include <array>
 #include <utility>
 
 namespace raw_mend {
 
 namespace {
+
+constexpr std::array<std::uint64_t, 1> kOrigins{0};
 
 class StreamImage {
   public:
@@ -30,6 +32,9 @@ class StreamImage {
                 fill(piece, *sample);
             } else if (!is_whole(*image_.pieces[piece], *head)) {
                 repair(piece, *head, *sample);
+            } else if (auto exchanged = undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
+                                                      sample_.file, *sample, kOrigins)) {
+                image_.mended.push_back({piece, std::move(exchanged->bytes)});
             }
         }
     }
@@ -52,9 +57,8 @@ class StreamImage {
     }
 
     void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
-        const std::vector<std::uint64_t> origins{0};
         const StreamTraits traits = measure_stream(sample_.file, sample);
-        RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, origins,
+        RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins,
                                               bands_of(head), filling_);
         image_.mended.push_back({piece, std::move(stream.bytes)});
         if (stream.is_exact) {
@@ -94,9 +98,24 @@ class StreamImage {
 
 } // namespace
 
+bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
+    const Image& raw = sample.description.raw;
+    if (raw.frame.coding != Coding::kLosslessJpeg) {
+        return false;
+    }
+    for (std::size_t piece = 0; piece < pieces.size(); ++piece) {
+        const auto head = lossless_jpeg::read_head(damaged, pieces[piece].offset);
+        const auto like = lossless_jpeg::read_head(sample.file, raw.pieces[piece].data.offset);
+        if (head && like && can_repair(*head) && can_repair(*like) &&
+            undo_exchange(damaged, *head, pieces[piece].end(), sample.file, *like, kOrigins)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
-    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads &&
-        image.proved < image.pieces.size()) {
+    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads) {
         StreamImage(damaged, sample, filling, image).mend();
     }
 }

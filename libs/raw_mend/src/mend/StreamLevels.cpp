@@ -9,11 +9,11 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kMostRows = 64; // Of each side.
+constexpr std::size_t kMostRows = 256; // Of each side.
 constexpr std::size_t kLeastRows = 8;
 constexpr std::size_t kMostTests = 12;
 constexpr std::size_t kLeastTests = 4;
-constexpr double kCertainError = 0.2;
+constexpr double kCertainError = 0.4;
 
 using Means = std::vector<double>;
 

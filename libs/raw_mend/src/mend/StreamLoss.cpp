@@ -42,20 +42,27 @@ std::optional<Rest> find_rest(const StreamWalk& walk, const StreamPlace& from, s
     return std::nullopt;
 }
 
+bool is_near_any(std::span<const std::size_t> alarms, std::size_t value, std::size_t near) {
+    const auto alarm = std::ranges::lower_bound(alarms, value - std::min(value, near));
+    return alarm != alarms.end() && *alarm <= value + near;
+}
+
 /// The first row from which on all rows fit the next one with the same colours.
-std::size_t find_fitting_row(const StreamWalk& walk, std::span<const std::uint16_t> values,
-                             std::size_t first) {
+std::size_t find_fitting_row(const StreamWalk& walk, std::span<const std::uint16_t> values, std::size_t first,
+                             std::span<const std::size_t> alarms) {
     const std::size_t row = walk.frame().row;
     const std::size_t lag = walk.fit().lag();
-    StreamFit fit = walk.fit();
-    std::size_t at = walk.frame().rows;
+    StreamFit fit(walk.frame(), lag / row);
     for (std::size_t nth = walk.frame().rows; nth-- > first + lag / row;) {
-        if (fit.misfit(values, nth * row, (nth + 1) * row) > kMisfitting) {
-            break;
+        const std::size_t begin = nth * row;
+        if (fit.misfit(values, begin, begin + row) > kMisfitting && !is_near_any(alarms, begin, 2 * lag)) {
+            return nth;
         }
-        at = nth - lag / row;
+        for (std::size_t at = begin; at < begin + row; at += StreamFit::kBlock) {
+            fit.learn(values, at, std::min(at + StreamFit::kBlock, begin + row));
+        }
     }
-    return at;
+    return first;
 }
 
 } // namespace
@@ -67,7 +74,8 @@ void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint1
     }
 }
 
-ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end) {
+ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end,
+                           std::span<const std::size_t> alarms) {
     const StreamFrame& frame = walk.frame();
     const std::size_t lag = walk.fit().lag();
     const auto values = std::span(walk.values());
@@ -81,7 +89,7 @@ ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end
         }
         lossless_jpeg::DifferenceReader reader(walk.bytes().bytes(), walk.tables(), rest->place);
         static_cast<void>(decode_values(reader, frame, values, first, values.size()));
-        const std::size_t row = find_fitting_row(walk, values, (first + frame.row - 1) / frame.row);
+        const std::size_t row = find_fitting_row(walk, values, (first + frame.row - 1) / frame.row, alarms);
         return {loss, row * frame.row};
     }
     return {loss, values.size()};

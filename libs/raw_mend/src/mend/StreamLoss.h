@@ -18,7 +18,9 @@ void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint1
 /// Decodes what is after values that are lost. The stream is counted from its end: the last value is
 /// followed by EOI, which ends at that byte, so that each value after the loss is at its index, if not at its
 /// level. Values from the loss on that cannot be decoded, or do not fit the rows after them, are filled.
-/// Returns those that are filled; none are after them if nothing can be decoded.
-[[nodiscard]] ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end);
+/// Rows near the alarms need not fit. Returns those that are filled; none are after them if nothing can be
+/// decoded.
+[[nodiscard]] ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end,
+                                         std::span<const std::size_t> alarms);
 
 } // namespace raw_mend

@@ -6,6 +6,10 @@
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
 
 namespace raw_mend {
 
@@ -15,16 +19,17 @@ constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have
 
 class StreamRepair {
   public:
-    StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, std::span<const std::size_t> bands,
-                 Filling filling)
-        : head_(head), walk_(walk), bands_(bands), filling_(filling) {}
+    StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, std::span<const std::size_t> alarms,
+                 std::span<const std::size_t> bands, Filling filling)
+        : head_(head), walk_(walk), alarms_(alarms), bands_(bands), filling_(filling) {}
 
     /// Nothing continues the values at one of the suspects.
     RepairedStream run(const std::vector<std::size_t>& suspects, std::optional<std::uint64_t> end) {
         const std::size_t count = walk_.values().size();
         const std::size_t loss = choose_loss(suspects, end);
         const StreamPlace place = walk_.place_of(loss);
-        const ValueRun lost = end ? decode_after_loss(walk_, place.value, *end) : fill_rest(place.value);
+        const ValueRun lost =
+            end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
         RepairedStream result;
         result.lost.push_back(lost);
         if (lost.end < count && !correct_levels(lost)) {
@@ -58,7 +63,7 @@ class StreamRepair {
             return last;
         }
         const StreamWalk::State state = walk_.save(suspects.front());
-        const ValueRun lost = decode_after_loss(walk_, suspects.front(), *end);
+        const ValueRun lost = decode_after_loss(walk_, suspects.front(), *end, alarms_);
         walk_.restore(state);
         const std::size_t missing = walk_.values().size() - decoded;
         std::size_t loss = suspects.front();
@@ -118,6 +123,7 @@ class StreamRepair {
 
     const lossless_jpeg::Head& head_;
     StreamWalk& walk_;
+    std::span<const std::size_t> alarms_;
     std::span<const std::size_t> bands_;
     Filling filling_;
     std::vector<std::uint16_t> wanted_;
@@ -132,6 +138,37 @@ std::optional<std::uint64_t> end_in_stream(const StreamBytes& bytes, std::uint64
     return bytes.bytes().size() - (last.end - end);
 }
 
+RepairedStream take_whole(StreamWalk& walk) {
+    const Bytes all = walk.bytes().bytes().first(static_cast<std::size_t>(*walk.find_end()));
+    return {{all.begin(), all.end()}, true, {}, {}};
+}
+
+/// The parts of a run that are in none of these, which are in order.
+std::vector<ValueRun> outside(const std::vector<ValueRun>& others, const ValueRun& run) {
+    std::vector<ValueRun> parts;
+    std::size_t begin = run.begin;
+    for (const ValueRun& other : others) {
+        if (begin < other.begin) {
+            parts.push_back({begin, other.begin});
+        }
+        begin = std::max(begin, other.end);
+    }
+    if (begin < run.end) {
+        parts.push_back({begin, run.end});
+    }
+    return parts;
+}
+
+std::size_t measure_period(Bytes file, const lossless_jpeg::Head& head) {
+    constexpr std::size_t kRows = 64;
+    const StreamFrame frame(head);
+    const lossless_jpeg::ComponentTables tables(head);
+    std::vector<std::uint16_t> values(std::min(frame.rows, kRows) * frame.row);
+    lossless_jpeg::DifferenceReader reader(file, tables, {head.end, 0});
+    static_cast<void>(decode_values(reader, frame, values, 0, values.size()));
+    return find_row_period(frame, values);
+}
+
 } // namespace
 
 bool can_repair(const lossless_jpeg::Head& head) {
@@ -139,16 +176,10 @@ bool can_repair(const lossless_jpeg::Head& head) {
 }
 
 StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
-    constexpr std::size_t kRows = 64;
-    const StreamFrame frame(head);
-    const lossless_jpeg::ComponentTables tables(head);
-    std::vector<std::uint16_t> values(std::min(frame.rows, kRows) * frame.row);
-    lossless_jpeg::DifferenceReader reader(file, tables, {head.end, 0});
-    static_cast<void>(decode_values(reader, frame, values, 0, values.size()));
-    StreamTraits traits{find_row_period(frame, values), {}};
+    StreamTraits traits{measure_period(file, head), {}};
     StreamBytes bytes(file, head.begin, file.size() - head.begin);
     StreamWalk walk(head, traits.period, bytes);
-    while (const auto broken = walk.run(frame.count())) {
+    while (const auto broken = walk.run(walk.frame().count())) {
         if (broken->is_fault) {
             break;
         }
@@ -160,14 +191,53 @@ StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
 RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
                              const StreamTraits& traits, std::span<const std::uint64_t> origins,
                              std::span<const std::size_t> bands, Filling filling) {
-    StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
-    StreamWalk walk(head, traits.period, bytes);
-    StreamTears tears(damaged, walk, origins, traits.alarms);
-    if (tears.run()) {
-        const Bytes all = bytes.bytes().first(static_cast<std::size_t>(*walk.find_end()));
-        return {{all.begin(), all.end()}, true, {}, {}};
+    using Reach = StreamSearch::Reach;
+    struct Pass {
+        Reach reach;
+        bool is_cautious;
+        bool is_last;
+    };
+    constexpr std::array<Pass, 3> kPasses{
+        {{Reach::kAnywhere, true, false}, {Reach::kAnywhere, false, false}, {Reach::kNear, true, true}}};
+    for (const Pass& pass : kPasses) {
+        StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
+        StreamWalk walk(head, traits.period, bytes);
+        StreamTears tears(damaged, walk, origins, traits.alarms, pass.reach, pass.is_cautious);
+        if (tears.run()) {
+            return take_whole(walk);
+        }
+        if (getenv("DBG")) {
+            fprintf(stderr, "undone %zu decoded %zu suspects", tears.undone(), walk.decoded());
+            for (auto v : tears.suspects())
+                fprintf(stderr, " %zu", v);
+            for (auto& r : bytes.runs())
+                fprintf(stderr, " [%llu-%llu]", (unsigned long long)r.begin, (unsigned long long)r.end);
+            fprintf(stderr, " end %llu\n", (unsigned long long)end);
+        }
+        if (pass.is_last) {
+            RepairedStream result = StreamRepair(head, walk, traits.alarms, bands, filling)
+                                        .run(tears.suspects(), end_in_stream(bytes, end));
+            if (tears.undone() > 0) { // Nothing proves that they were tears.
+                result.doubtful = outside(result.lost, {tears.first_undone(), walk.values().size()});
+            }
+            return result;
+        }
     }
-    return StreamRepair(head, walk, bands, filling).run(tears.suspects(), end_in_stream(bytes, end));
+    return {};
+}
+
+std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
+                                            Bytes sample, const lossless_jpeg::Head& sample_head,
+                                            std::span<const std::uint64_t> origins) {
+    StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
+    const std::size_t period = measure_period(damaged, head);
+    if (!StreamWalk(head, period, bytes).run(StreamFrame(head).count())) {
+        return std::nullopt;
+    }
+    const StreamTraits traits = measure_stream(sample, sample_head);
+    StreamWalk walk(head, traits.period, bytes);
+    StreamTears tears(damaged, walk, origins, traits.alarms, StreamSearch::Reach::kAnywhere, true);
+    return tears.run() && tears.undone() > 0 ? std::optional(take_whole(walk)) : std::nullopt;
 }
 
 std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head) {

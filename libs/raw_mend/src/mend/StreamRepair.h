@@ -35,6 +35,13 @@ struct StreamTraits {
                                            const StreamTraits& traits, std::span<const std::uint64_t> origins,
                                            std::span<const std::size_t> bands, Filling filling);
 
+/// The stream put together again if clusters of it were exchanged so that it is complete all the same, but
+/// its rows do not fit. Nothing if it is as it should be, or no better order is found.
+[[nodiscard]] std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head,
+                                                          std::uint64_t end, Bytes sample,
+                                                          const lossless_jpeg::Head& sample_head,
+                                                          std::span<const std::uint64_t> origins);
+
 /// A stream with the head of another one and without any differences: grey.
 [[nodiscard]] std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head);
 

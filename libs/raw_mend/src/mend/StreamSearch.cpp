@@ -13,7 +13,7 @@ constexpr std::size_t kMoreValues = 64;
 constexpr std::size_t kAllValues = 384;
 constexpr double kMostFirst = 4.0; // Misfit that is not rejected.
 constexpr double kMostMore = 3.0;
-constexpr double kMostAll = 2.5;
+constexpr double kMostAll = 1.8;
 constexpr double kWorse = 1.3;       // So much better than as it is.
 constexpr std::size_t kContext = 32; // Bytes of a stream before a boundary, at most.
 constexpr double kMuch = 100;
@@ -56,11 +56,18 @@ void StreamSearch::restore_values() {
     std::ranges::copy(natural_, walk_.values().begin() + static_cast<std::ptrdiff_t>(first_));
 }
 
-std::vector<Continuation> StreamSearch::run() {
+std::vector<Continuation> StreamSearch::run(Reach reach) {
     for (const Boundary& boundary : boundaries_) {
         restore_values();
+        const std::uint64_t here = walk_.bytes().offset_of(boundary.position);
+        const std::uint64_t end = reach == Reach::kNear
+                                      ? std::min<std::uint64_t>(here + kMostPutIn + 1, file_.size())
+                                      : file_.size();
         for (const std::uint64_t origin : origins_) {
-            for (std::uint64_t offset = origin % kSector; offset < file_.size(); offset += kSector) {
+            const std::uint64_t before = here - std::min(here, origin);
+            const std::uint64_t begin =
+                reach == Reach::kNear ? origin + before / kSector * kSector : origin % kSector;
+            for (std::uint64_t offset = begin; offset < end; offset += kSector) {
                 offer(boundary, offset);
             }
         }

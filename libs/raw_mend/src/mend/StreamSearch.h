@@ -25,9 +25,13 @@ class StreamSearch {
     StreamSearch(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
                  const StreamBreak& broken);
 
-    /// Those that fit, the best first, at most kMostContinuations. Takes time proportional to the file's
-    /// sectors.
-    [[nodiscard]] std::vector<Continuation> run();
+    /// Where continuations are looked for: kMostPutIn bytes after each boundary, or everywhere.
+    enum class Reach { kNear, kAnywhere };
+    static constexpr std::uint64_t kMostPutIn = 65536;
+
+    /// Those that fit, the best first, at most kMostContinuations. Takes time proportional to the sectors
+    /// within reach.
+    [[nodiscard]] std::vector<Continuation> run(Reach reach);
 
     static constexpr std::size_t kMostContinuations = 8;
 

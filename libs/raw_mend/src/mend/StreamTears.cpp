@@ -10,20 +10,22 @@ constexpr std::size_t kMostSearches = 96;
 constexpr std::size_t kLongRun = 32768; // Values that fit after a break.
 constexpr std::size_t kLeastRun = 256;  // After a place that is to be taken.
 
-constexpr double kMostRunMisfit = 1.6;
+constexpr double kMostRunMisfit = 1.2;
 
 } // namespace
 
 bool StreamTears::run() {
     while (const auto broken = walk_.run(walk_.frame().count())) {
-        if (!broken->is_fault && is_expected(*broken)) {
+        if (!broken->is_fault && broken->value < quiet_) {
             continue;
         }
         if (searches_ < kMostSearches && undo(*broken)) {
+            first_undone_ = undone_ == 0 ? walk_.decoded() : std::min(first_undone_, walk_.decoded());
             ++undone_;
             continue;
         }
         suspects_.push_back(broken->value);
+        quiet_ = broken->value + walk_.fit().lag();
         if (broken->is_fault) {
             return false;
         }
@@ -39,24 +41,37 @@ bool StreamTears::is_expected(const StreamBreak& broken) const {
 
 /// Whether a tear was undone. If not, the walk is where it was.
 bool StreamTears::undo(const StreamBreak& broken) {
+    const std::size_t natural = run_on(broken);
+    if (natural >= kLongRun && (is_cautious_ || is_expected(broken))) {
+        return false;
+    }
     ++searches_;
-    const auto found = StreamSearch(file_, walk_, origins_, broken).run();
+    const auto found = StreamSearch(file_, walk_, origins_, broken).run(reach_);
     if (found.empty()) {
         return false;
     }
     const auto first = std::ranges::min(found, {}, [](const auto& one) { return one.place.value; });
     const StreamWalk::State before = walk_.save(std::min(first.place.value, broken.value));
-    std::size_t natural = 0;
-    if (!broken.is_fault) {
-        const auto next = walk_.run(walk_.decoded() + kLongRun);
-        natural = (next ? std::max(next->value, broken.value) : walk_.decoded()) - broken.value;
-        walk_.restore(before);
-    }
     const Continuation* best = choose(found, natural, before);
     if (best != nullptr) {
         take(*best);
     }
     return best != nullptr;
+}
+
+/// How many values fit after a break if the stream goes on as it does. The walk is left where it is.
+std::size_t StreamTears::run_on(const StreamBreak& broken) {
+    if (broken.is_fault) {
+        return 0;
+    }
+    const StreamWalk::State before = walk_.save(broken.value);
+    auto next = walk_.run(walk_.decoded() + kLongRun);
+    while (next && !next->is_fault && next->value < broken.value + walk_.fit().lag()) {
+        next = walk_.run(walk_.decoded() + kLongRun);
+    }
+    const std::size_t end = next ? std::max(next->value, broken.value) : walk_.decoded();
+    walk_.restore(before);
+    return end - broken.value;
 }
 
 /// The continuation that fits best over a row or more, or, if all are shorter, the best of these; nothing if
@@ -110,7 +125,7 @@ StreamTears::Run StreamTears::run_further(const Continuation& found) {
     if (!next) {
         return run;
     }
-    const auto further = StreamSearch(file_, walk_, origins_, *next).run();
+    const auto further = StreamSearch(file_, walk_, origins_, *next).run(reach_);
     if (further.empty()) {
         return run;
     }

@@ -10,10 +10,12 @@ namespace raw_mend {
 class StreamTears {
   public:
     /// The alarms are values of a like stream whose rows do not fit, in ascending order: where the rows of
-    /// this camera never do. All must outlive this.
+    /// this camera never do. If cautious, a stream that fits for long after a break is not torn there. All
+    /// must outlive this.
     StreamTears(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
-                std::span<const std::size_t> alarms)
-        : file_(file), walk_(walk), origins_(origins), alarms_(alarms) {}
+                std::span<const std::size_t> alarms, StreamSearch::Reach reach, bool is_cautious)
+        : file_(file), walk_(walk), origins_(origins), alarms_(alarms), reach_(reach),
+          is_cautious_(is_cautious) {}
 
     /// Whether the stream is complete now. If not, the walk has stopped where nothing can be decoded and
     /// nothing continues it, or at the end.
@@ -21,6 +23,8 @@ class StreamTears {
 
     /// How many tears were undone.
     [[nodiscard]] std::size_t undone() const { return undone_; }
+    /// The first value that such a tear was before; there must be one.
+    [[nodiscard]] std::size_t first_undone() const { return first_undone_; }
     /// Values that do not fit, without a continuation, in ascending order.
     [[nodiscard]] const std::vector<std::size_t>& suspects() const { return suspects_; }
 
@@ -35,6 +39,7 @@ class StreamTears {
     [[nodiscard]] bool undo(const StreamBreak& broken);
     [[nodiscard]] const Continuation* choose(const std::vector<Continuation>& found, std::size_t natural,
                                              const StreamWalk::State& before);
+    [[nodiscard]] std::size_t run_on(const StreamBreak& broken);
     [[nodiscard]] Run run_from(const Continuation& found);
     [[nodiscard]] Run run_further(const Continuation& found);
     void take(const Continuation& found);
@@ -43,7 +48,11 @@ class StreamTears {
     StreamWalk& walk_;
     std::span<const std::uint64_t> origins_;
     std::span<const std::size_t> alarms_;
+    StreamSearch::Reach reach_;
+    bool is_cautious_;
     std::size_t undone_ = 0;
+    std::size_t first_undone_ = 0;
+    std::size_t quiet_ = 0; // Breaks before this value are parts of one that was not undone.
     std::size_t searches_ = 0;
     std::vector<std::size_t> suspects_;
 };
