@@ -1,6 +1,8 @@
 #include "mend/StreamTears.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace raw_mend {
 
@@ -10,7 +12,10 @@ constexpr std::size_t kMostSearches = 96;
 constexpr std::size_t kLongRun = 32768; // Values that fit after a break.
 constexpr std::size_t kLeastRun = 256;  // After a place that is to be taken.
 
-constexpr double kMostRunMisfit = 1.2;
+constexpr double kMostRunMisfit = 1.3;
+constexpr double kMuchBetter = 1.6;
+constexpr double kClearlyWorse = 1.3;
+constexpr double kSmall = 0.05;
 
 } // namespace
 
@@ -41,12 +46,15 @@ bool StreamTears::is_expected(const StreamBreak& broken) const {
 
 /// Whether a tear was undone. If not, the walk is where it was.
 bool StreamTears::undo(const StreamBreak& broken) {
-    const std::size_t natural = run_on(broken);
-    if (natural >= kLongRun && (is_cautious_ || is_expected(broken))) {
+    const Run natural = run_on(broken);
+    if (getenv("DBG"))
+        fprintf(stderr, "break %zu fault %d natural %zu %.2f\n", broken.value, broken.is_fault,
+                natural.values, natural.misfit);
+    if (natural.values >= kLongRun && is_expected(broken)) {
         return false;
     }
     ++searches_;
-    const auto found = StreamSearch(file_, walk_, origins_, broken).run(reach_);
+    auto found = StreamSearch(file_, walk_, origins_, broken).run(reach_);
     if (found.empty()) {
         return false;
     }
@@ -59,10 +67,11 @@ bool StreamTears::undo(const StreamBreak& broken) {
     return best != nullptr;
 }
 
-/// How many values fit after a break if the stream goes on as it does. The walk is left where it is.
-std::size_t StreamTears::run_on(const StreamBreak& broken) {
+/// What fits after a break if the stream goes on as it does. The walk is left where it is.
+StreamTears::Run StreamTears::run_on(const StreamBreak& broken) {
+    constexpr double kMuch = 100;
     if (broken.is_fault) {
-        return 0;
+        return {0, kMuch};
     }
     const StreamWalk::State before = walk_.save(broken.value);
     auto next = walk_.run(walk_.decoded() + kLongRun);
@@ -70,34 +79,54 @@ std::size_t StreamTears::run_on(const StreamBreak& broken) {
         next = walk_.run(walk_.decoded() + kLongRun);
     }
     const std::size_t end = next ? std::max(next->value, broken.value) : walk_.decoded();
+    Run run{end - broken.value, 0};
+    run.misfit = before.fit.misfit(walk_.values(), broken.value,
+                                   broken.value + std::min(run.values, before.fit.lag()));
     walk_.restore(before);
-    return end - broken.value;
+    return run;
 }
 
-/// The continuation that fits best over a row or more, or, if all are shorter, the best of these; nothing if
-/// it is not better than none.
-const Continuation* StreamTears::choose(const std::vector<Continuation>& found, std::size_t natural,
+/// The continuation that fits best over a row or more, or, if all are shorter, the best of these together
+/// with what continues it; nothing if it does not fit much better than none. If cautious, no other may fit
+/// nearly as well.
+const Continuation* StreamTears::choose(const std::vector<Continuation>& found, const Run& natural,
                                         const StreamWalk::State& before) {
     const std::size_t row = walk_.fit().lag();
+    const double most = std::min(kMostRunMisfit, natural.misfit / kMuchBetter);
     const Continuation* best = nullptr;
     Run best_run;
+    double second = kMostRunMisfit * kClearlyWorse;
     for (const Continuation& continuation : found) {
         const Run run = run_from(continuation);
         walk_.restore(before);
-        const bool is_long = run.values >= row;
-        const bool is_best_long = best_run.values >= row;
-        if (run.values >= kLeastRun && run.misfit < kMostRunMisfit &&
-            (best == nullptr || is_long > is_best_long ||
-             (is_long == is_best_long && run.misfit < best_run.misfit))) {
+        if (getenv("DBG"))
+            fprintf(stderr, "  cand kept %llu file %llu -> %llu misfit %.2f run %zu misfit %.2f\n",
+                    (unsigned long long)continuation.kept,
+                    (unsigned long long)walk_.bytes().offset_of(continuation.kept),
+                    (unsigned long long)continuation.offset, continuation.misfit, run.values, run.misfit);
+        if (run.values < kLeastRun || (best_run.values >= row && run.values < row)) {
+            continue;
+        }
+        const bool is_first_long = run.values >= row && best_run.values < row;
+        const bool is_same =
+            best != nullptr && best->offset - best->kept == continuation.offset - continuation.kept;
+        if (is_first_long || best == nullptr || run.misfit < best_run.misfit) {
+            second = is_first_long || best == nullptr ? second : is_same ? second : best_run.misfit;
             best = &continuation;
             best_run = run;
+        } else if (!is_same) {
+            second = std::min(second, run.misfit);
         }
     }
-    if (best != nullptr && best_run.values < row) {
+    if (best == nullptr || best_run.misfit > most ||
+        (is_cautious_ && second < best_run.misfit * kClearlyWorse + kSmall)) {
+        return nullptr;
+    }
+    if (best_run.values < row) {
         best_run = run_further(*best);
         walk_.restore(before);
     }
-    return best_run.values < natural ? nullptr : best;
+    return best_run.values < row ? nullptr : best;
 }
 
 void StreamTears::take(const Continuation& found) {

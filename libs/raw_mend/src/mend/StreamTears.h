@@ -10,7 +10,7 @@ namespace raw_mend {
 class StreamTears {
   public:
     /// The alarms are values of a like stream whose rows do not fit, in ascending order: where the rows of
-    /// this camera never do. If cautious, a stream that fits for long after a break is not torn there. All
+    /// this camera never do. If cautious, a continuation is taken only if no other fits nearly as well. All
     /// must outlive this.
     StreamTears(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
                 std::span<const std::size_t> alarms, StreamSearch::Reach reach, bool is_cautious)
@@ -37,9 +37,9 @@ class StreamTears {
 
     [[nodiscard]] bool is_expected(const StreamBreak& broken) const;
     [[nodiscard]] bool undo(const StreamBreak& broken);
-    [[nodiscard]] const Continuation* choose(const std::vector<Continuation>& found, std::size_t natural,
+    [[nodiscard]] const Continuation* choose(const std::vector<Continuation>& found, const Run& natural,
                                              const StreamWalk::State& before);
-    [[nodiscard]] std::size_t run_on(const StreamBreak& broken);
+    [[nodiscard]] Run run_on(const StreamBreak& broken);
     [[nodiscard]] Run run_from(const Continuation& found);
     [[nodiscard]] Run run_further(const Continuation& found);
     void take(const Continuation& found);
