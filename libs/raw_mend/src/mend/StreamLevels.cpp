@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <cstdio>
 #include <cstdlib>
 
@@ -10,9 +11,10 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kMostRows = 256; // Of each side.
-constexpr std::size_t kLeastRows = 8;
+constexpr std::size_t kLeastRows = 16;
 constexpr std::size_t kMostTests = 12;
 constexpr std::size_t kLeastTests = 4;
+constexpr std::size_t kManyTests = 8;
 constexpr double kCertainError = 0.4;
 
 using Means = std::vector<double>;
@@ -95,6 +97,24 @@ void add_tests(const Measurement& measurement, std::size_t period, std::size_t f
     }
 }
 
+/// Also measures the greatest error of a component.
+LevelShift weigh_all(const StreamFrame& frame, const Means& here, const std::vector<Means>& tests,
+                     double& error) {
+    const Means weights = weights_without(tests, tests.size());
+    LevelShift result;
+    for (std::size_t component = 0; component < frame.components; ++component) {
+        const double shift = weigh(here, weights, component, frame.components);
+        error = std::max(error, std::abs(shift - std::round(shift)));
+        for (std::size_t test = 0; test < tests.size(); ++test) {
+            error = std::max(error, std::abs(weigh(tests[test], weights_without(tests, test), component,
+                                                   frame.components)));
+        }
+        result.shift.push_back(-static_cast<int>(std::lround(shift)));
+        if(getenv("DBG")) fprintf(stderr,"level comp %zu tests %zu shift %f error %f\n",component,tests.size(),shift,error);
+    }
+    return result;
+}
+
 } // namespace
 
 std::optional<LevelShift> measure_level(const StreamFrame& frame, std::span<const std::uint16_t> values,
@@ -105,34 +125,25 @@ std::optional<LevelShift> measure_level(const StreamFrame& frame, std::span<cons
     }
     const std::size_t gap = (next - lost + period - 1) / period * period;
     const std::size_t room = std::min(lost - first, last - std::min(last, lost + gap));
-    const std::size_t rows = std::min(kMostRows, room) / (2 * period) * (2 * period);
-    if (rows < kLeastRows) {
-        return std::nullopt;
-    }
-    const Measurement measurement(frame, values, rows, gap);
-    std::vector<Means> tests;
-    add_tests(measurement, period, first, lost, kMostTests, tests);
-    add_tests(measurement, period, next, last, kMostTests, tests);
-    if (tests.size() < kLeastTests) {
-        return std::nullopt;
-    }
-    const Means here = measurement.compare(lost);
-    const Means weights = weights_without(tests, tests.size());
-    LevelShift result{{}, true};
-    for (std::size_t component = 0; component < frame.components; ++component) {
-        const double shift = weigh(here, weights, component, frame.components);
-        double error = std::abs(shift - std::round(shift));
-        for (std::size_t test = 0; test < tests.size(); ++test) {
-            error = std::max(error, std::abs(weigh(tests[test], weights_without(tests, test), component,
-                                                   frame.components)));
+    std::optional<LevelShift> best;
+    double least = 0;
+    for (std::size_t rows = kLeastRows; rows <= std::min(kMostRows, room); rows *= 2) {
+        const Measurement measurement(frame, values, rows, gap);
+        std::vector<Means> tests;
+        add_tests(measurement, period, first, lost, kMostTests, tests);
+        add_tests(measurement, period, next, last, kMostTests, tests);
+        if (tests.size() < kLeastTests) {
+            break;
         }
-        result.shift.push_back(-static_cast<int>(std::lround(shift)));
-        result.is_certain = result.is_certain && error < kCertainError;
-        if (getenv("DBG"))
-            fprintf(stderr, "level comp %zu rows %zu gap %zu tests %zu shift %f error %f\n", component, rows,
-                    gap, tests.size(), shift, error);
+        double error = 0;
+        auto level = weigh_all(frame, measurement.compare(lost), tests, error);
+        if (!best || error < least) {
+            level.is_certain = error < kCertainError && tests.size() >= kManyTests;
+            best = std::move(level);
+            least = error;
+        }
     }
-    return result;
+    return best;
 }
 
 } // namespace raw_mend

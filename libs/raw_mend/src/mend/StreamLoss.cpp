@@ -1,6 +1,7 @@
 #include "mend/StreamLoss.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace raw_mend {
 
@@ -93,6 +94,28 @@ ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end
         return {loss, row * frame.row};
     }
     return {loss, values.size()};
+}
+
+double compare_moved(StreamWalk& walk, std::size_t loss, std::size_t missing) {
+    constexpr std::size_t kGarbage = 128; // Values before codes fall into step.
+    const std::size_t lag = walk.fit().lag();
+    const std::size_t step = walk.frame().components;
+    const std::size_t back = ((missing + kGarbage) / lag + 2) * lag;
+    const std::size_t begin = loss + kGarbage;
+    const std::size_t end = std::min(begin + lag, walk.decoded());
+    if (begin >= end || loss + step < back) {
+        return 1;
+    }
+    const auto values = std::span<const std::uint16_t>(walk.values());
+    const auto sum = [&](std::size_t distance) {
+        double total = 1;
+        for (std::size_t at = begin; at < end; ++at) {
+            const std::size_t other = at - distance;
+            total += std::abs((values[at] - values[at - step]) - (values[other] - values[other - step]));
+        }
+        return total;
+    };
+    return sum(back - missing) / sum(back);
 }
 
 } // namespace raw_mend

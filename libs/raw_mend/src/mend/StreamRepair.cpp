@@ -24,7 +24,7 @@ class StreamRepair {
         : head_(head), walk_(walk), alarms_(alarms), bands_(bands), filling_(filling) {}
 
     /// Nothing continues the values at one of the suspects.
-    RepairedStream run(const std::vector<std::size_t>& suspects, std::optional<std::uint64_t> end) {
+    RepairedStream run(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
         const std::size_t count = walk_.values().size();
         const std::size_t loss = choose_loss(suspects, end);
         const StreamPlace place = walk_.place_of(loss);
@@ -53,22 +53,25 @@ class StreamRepair {
     }
 
     /// If the data could be decoded up to their end, but are too few, values are missing before that: after
-    /// the last suspect that lets those decoded after it be where the count from the end puts them.
-    std::size_t choose_loss(const std::vector<std::size_t>& suspects, std::optional<std::uint64_t> end) {
+    /// the suspect after which the others fit best when they are moved by as many.
+    std::size_t choose_loss(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
         constexpr std::uint64_t kNear = 16;
         const std::size_t decoded = walk_.decoded();
-        const std::size_t last = suspects.empty() ? decoded : suspects.back();
+        const std::size_t last = suspects.empty() ? decoded : suspects.back().value;
         if (!end || suspects.size() < 2 || decoded - last > walk_.frame().row ||
             walk_.place_of(decoded).place.byte + kNear < *end) {
             return last;
         }
-        const StreamWalk::State state = walk_.save(suspects.front());
-        const ValueRun lost = decode_after_loss(walk_, suspects.front(), *end, alarms_);
-        walk_.restore(state);
-        const std::size_t missing = walk_.values().size() - decoded;
-        std::size_t loss = suspects.front();
-        for (const std::size_t suspect : suspects) {
-            loss = suspect + missing <= lost.end ? suspect : loss;
+        std::size_t loss = last;
+        double least = 1;
+        for (const auto& suspect : suspects) {
+            const double moved = compare_moved(walk_, suspect.value, walk_.values().size() - decoded);
+            const double misfit = moved / std::max(suspect.misfit, 1.0);
+            if(getenv("DBG")) fprintf(stderr,"  suspect %zu misfit %.2f moved %.3f\n",suspect.value,suspect.misfit,moved);
+            if (suspect.value != last && misfit < least) {
+                least = misfit;
+                loss = suspect.value;
+            }
         }
         return loss;
     }
@@ -192,38 +195,37 @@ RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std
                              const StreamTraits& traits, std::span<const std::uint64_t> origins,
                              std::span<const std::size_t> bands, Filling filling) {
     using Reach = StreamSearch::Reach;
-    struct Pass {
-        Reach reach;
-        bool is_cautious;
-        bool is_last;
-    };
-    constexpr std::array<Pass, 3> kPasses{
-        {{Reach::kAnywhere, true, false}, {Reach::kAnywhere, false, false}, {Reach::kNear, true, true}}};
-    for (const Pass& pass : kPasses) {
+    bool is_cautious = true;
+    for (Reach reach = Reach::kAnywhere;;) {
         StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
         StreamWalk walk(head, traits.period, bytes);
-        StreamTears tears(damaged, walk, origins, traits.alarms, pass.reach, pass.is_cautious);
+        StreamTears tears(damaged, walk, origins, traits.alarms, reach, is_cautious);
         if (tears.run()) {
             return take_whole(walk);
         }
         if (getenv("DBG")) {
             fprintf(stderr, "undone %zu decoded %zu suspects", tears.undone(), walk.decoded());
-            for (auto v : tears.suspects())
-                fprintf(stderr, " %zu", v);
+            for (auto v : tears.suspects()) fprintf(stderr, " %zu", v.value);
             for (auto& r : bytes.runs())
                 fprintf(stderr, " [%llu-%llu]", (unsigned long long)r.begin, (unsigned long long)r.end);
             fprintf(stderr, " end %llu\n", (unsigned long long)end);
         }
-        if (pass.is_last) {
-            RepairedStream result = StreamRepair(head, walk, traits.alarms, bands, filling)
-                                        .run(tears.suspects(), end_in_stream(bytes, end));
-            if (tears.undone() > 0) { // Nothing proves that they were tears.
-                result.doubtful = outside(result.lost, {tears.first_undone(), walk.values().size()});
-            }
-            return result;
+        if (is_cautious && reach == Reach::kAnywhere && tears.passed_over() > 0) {
+            is_cautious = false;
+            continue;
         }
+        if (reach == Reach::kAnywhere && (tears.undone() > 0 || !is_cautious)) {
+            is_cautious = true;
+            reach = Reach::kNear;
+            continue;
+        }
+        RepairedStream result = StreamRepair(head, walk, traits.alarms, bands, filling)
+                                    .run(tears.suspects(), end_in_stream(bytes, end));
+        if (tears.undone() > 0) { // Nothing proves that they were tears.
+            result.doubtful = outside(result.lost, {tears.first_undone(), walk.values().size()});
+        }
+        return result;
     }
-    return {};
 }
 
 std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,

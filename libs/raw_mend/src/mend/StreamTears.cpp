@@ -24,12 +24,13 @@ bool StreamTears::run() {
         if (!broken->is_fault && broken->value < quiet_) {
             continue;
         }
+        misfit_ = 0;
         if (searches_ < kMostSearches && undo(*broken)) {
             first_undone_ = undone_ == 0 ? walk_.decoded() : std::min(first_undone_, walk_.decoded());
             ++undone_;
             continue;
         }
-        suspects_.push_back(broken->value);
+        suspects_.push_back({broken->value, misfit_});
         quiet_ = broken->value + walk_.fit().lag();
         if (broken->is_fault) {
             return false;
@@ -47,6 +48,7 @@ bool StreamTears::is_expected(const StreamBreak& broken) const {
 /// Whether a tear was undone. If not, the walk is where it was.
 bool StreamTears::undo(const StreamBreak& broken) {
     const Run natural = run_on(broken);
+    misfit_ = is_expected(broken) ? 1 : natural.misfit;
     if (getenv("DBG"))
         fprintf(stderr, "break %zu fault %d natural %zu %.2f\n", broken.value, broken.is_fault,
                 natural.values, natural.misfit);
@@ -118,8 +120,11 @@ const Continuation* StreamTears::choose(const std::vector<Continuation>& found, 
             second = std::min(second, run.misfit);
         }
     }
-    if (best == nullptr || best_run.misfit > most ||
-        (is_cautious_ && second < best_run.misfit * kClearlyWorse + kSmall)) {
+    if (best == nullptr || best_run.misfit > most) {
+        return nullptr;
+    }
+    if (is_cautious_ && second < best_run.misfit * kClearlyWorse + kSmall) {
+        ++passed_over_;
         return nullptr;
     }
     if (best_run.values < row) {

@@ -23,10 +23,17 @@ class StreamTears {
 
     /// How many tears were undone.
     [[nodiscard]] std::size_t undone() const { return undone_; }
+    /// How many continuations were not taken for caution.
+    [[nodiscard]] std::size_t passed_over() const { return passed_over_; }
     /// The first value that such a tear was before; there must be one.
     [[nodiscard]] std::size_t first_undone() const { return first_undone_; }
-    /// Values that do not fit, without a continuation, in ascending order.
-    [[nodiscard]] const std::vector<std::size_t>& suspects() const { return suspects_; }
+    /// A break without a continuation.
+    struct Suspect {
+        std::size_t value = 0;
+        double misfit = 0; ///< Of the values after it up to a row.
+    };
+    /// In ascending order.
+    [[nodiscard]] const std::vector<Suspect>& suspects() const { return suspects_; }
 
   private:
     /// What fits after a continuation.
@@ -52,9 +59,11 @@ class StreamTears {
     bool is_cautious_;
     std::size_t undone_ = 0;
     std::size_t first_undone_ = 0;
+    std::size_t passed_over_ = 0;
     std::size_t quiet_ = 0; // Breaks before this value are parts of one that was not undone.
     std::size_t searches_ = 0;
-    std::vector<std::size_t> suspects_;
+    std::vector<Suspect> suspects_;
+    double misfit_ = 0; // Of the last break.
 };
 
 } // namespace raw_mend
