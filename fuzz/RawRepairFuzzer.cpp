@@ -3,11 +3,13 @@
 
 #include "unit/raw_mend/Inconsistency.h"
 
+#include "Account.h"
 #include "Repair.h"
 #include "container/Describe.h"
 
 #include <algorithm>
 #include <sstream>
+#include <vector>
 
 // The repair of any file with any sample: what is reported of the image is true to the damaged file, the
 // result is as long as it says, and its tables are true to it and describe what was put into it.
@@ -16,6 +18,28 @@ namespace {
 
 using raw_mend::Extent;
 using raw_mend::FoundImage;
+
+/// Whether the account is one of the frame, and the pieces that were put together anew are those of the
+/// image.
+bool is_account_true(const FoundImage& image, const raw_mend::Image& raw) {
+    const raw_mend::Account account = raw_mend::account_for(image, raw);
+    const std::uint64_t pixels = std::uint64_t{raw.frame.width} * raw.frame.height;
+    const auto is_inside = [&](const RawMendArea& area) {
+        return area.width != 0 && area.height != 0 && area.left < raw.frame.width &&
+               area.width <= raw.frame.width - area.left && area.top < raw.frame.height &&
+               area.height <= raw.frame.height - area.top;
+    };
+    std::vector<bool> mended(image.pieces.size());
+    for (const raw_mend::MendedPiece& piece : image.mended) {
+        if (piece.piece >= mended.size() || mended[piece.piece]) {
+            return false;
+        }
+        mended[piece.piece] = true;
+    }
+    return account.pixels == pixels && account.lost <= pixels && account.doubtful <= pixels - account.lost &&
+           account.areas.size() <= RAW_MEND_MOST_AREAS && std::ranges::all_of(account.areas, is_inside) &&
+           account.areas.empty() == (account.lost + account.doubtful == 0);
+}
 
 std::string about_image(const FoundImage& image, const test::Bytes& damaged) {
     const bool inside = std::ranges::all_of(
@@ -29,13 +53,19 @@ std::string about_image(const FoundImage& image, const test::Bytes& damaged) {
     return text.str();
 }
 
-/// Whether a piece of the result holds what was found for it, or nothing but zeros if nothing was.
-bool holds(const Extent& place, const test::Bytes& result, const std::optional<Extent>& found,
+/// Whether a piece of the result holds what was put together or found for it, or nothing but zeros if nothing
+/// was.
+bool holds(const Extent& place, const test::Bytes& result, const FoundImage& image, std::size_t index,
            const test::Bytes& damaged) {
     if (!place.is_within(result)) {
         return false;
     }
     const auto bytes = place.of(result);
+    const auto mended = std::ranges::find(image.mended, index, &raw_mend::MendedPiece::piece);
+    if (mended != image.mended.end()) {
+        return std::ranges::equal(bytes, mended->bytes);
+    }
+    const auto& found = image.pieces[index];
     return found ? std::ranges::equal(bytes, found->of(damaged))
                  : std::ranges::all_of(bytes, [](unsigned char byte) { return byte == 0; });
 }
@@ -54,7 +84,7 @@ std::string about_result(const test::Bytes& result, const FoundImage& image, con
         return "the result has another number of pieces";
     }
     for (std::size_t index = 0; index < pieces.size(); ++index) {
-        if (!holds(pieces[index].data, result, image.pieces[index], damaged)) {
+        if (!holds(pieces[index].data, result, image, index, damaged)) {
             return "a piece of the result is not what was found: " + std::to_string(index);
         }
     }
@@ -68,6 +98,9 @@ std::string complaint(const fuzz::RepairInput& input) {
         return "";
     }
     std::string found = about_image(repaired->image, input.damaged);
+    if (found.empty() && !is_account_true(repaired->image, sample->description.raw)) {
+        return "the account of pixels is not one of the frame";
+    }
     if (!found.empty() || !repaired->file) {
         return found;
     }

@@ -25,7 +25,7 @@ std::string about_report(const StillMendReport& report, std::size_t file_size) {
         report.own_mcu_count + report.guessed_mcu_count > report.mcu_count ||
         report.coarse_mcu_count > report.own_mcu_count || report.picture_offset >= file_size ||
         (report.first_bad_byte != STILL_MEND_NO_BAD_BYTE && report.first_bad_byte > file_size) ||
-        report.warnings > 511) {
+        report.warnings > 1023) {
         text << "the report: " << report.width << " x " << report.height << ", " << report.own_mcu_count
              << " of " << report.mcu_count << " MCUs, " << report.guessed_mcu_count << " guessed, "
              << report.coarse_mcu_count << " coarse, from " << report.picture_offset << ", bad at "
@@ -34,18 +34,26 @@ std::string about_report(const StillMendReport& report, std::size_t file_size) {
     return text.str();
 }
 
-std::string complaint(const test::Bytes& file, const std::filesystem::path& folder) {
+/// The second half of the input is the sample, if there is to be one.
+std::string complaint(const test::Bytes& file, bool has_sample, const std::filesystem::path& folder) {
     const std::filesystem::path damaged = folder / "damaged";
     const std::filesystem::path output = folder / "output.jpg";
     std::filesystem::remove(output);
     test::write_file(damaged, file);
     StillMendReport report;
-    const std::int32_t code =
-        MndJpegGeneralRepairReport(test::utf8(damaged).c_str(), test::utf8(output).c_str(), &report);
+    std::int32_t code = STILL_MEND_INTERNAL;
+    if (has_sample) {
+        const std::filesystem::path sample = folder / "sample";
+        test::write_file(sample, test::part(file, file.size() / 2, file.size()));
+        code = MndJpegSampleRepair(test::utf8(damaged).c_str(), test::utf8(sample).c_str(),
+                                   test::utf8(output).c_str(), &report);
+    } else {
+        code = MndJpegGeneralRepairReport(test::utf8(damaged).c_str(), test::utf8(output).c_str(), &report);
+    }
     if (test::read_file(damaged) != file) {
         return "the input has changed";
     }
-    if (code == STILL_MEND_NOTHING_FOUND) {
+    if (code == STILL_MEND_NOTHING_FOUND || (has_sample && code == STILL_MEND_SAMPLE_UNUSABLE)) {
         return std::filesystem::exists(output) || !is_zero(report)
                    ? "nothing was found, yet something is told"
                    : "";
@@ -67,6 +75,8 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempDir folder(test::quick_folder());
-    fuzz::stop_on(complaint(fuzz::repeated_file(data, size), folder.path()));
+    const test::Bytes file = fuzz::repeated_file(data, size);
+    fuzz::stop_on(complaint(file, false, folder.path()));
+    fuzz::stop_on(complaint(file, true, folder.path()));
     return 0;
 }

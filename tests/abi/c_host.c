@@ -14,6 +14,8 @@ int main(void) {
     failures += MndRawAdvanceRepair("photo.jpg", "sample.jpg", "out.jpg") != PLATE_MEND_UNKNOWN;
     failures += MndJpegGeneralRepair("missing.jpg", "out.jpg") == STILL_MEND_OK;
     failures += RawMendRepair("missing.arw", samples, 1, "out.arw", 0) != RAW_MEND_DAMAGED_UNREADABLE;
+    failures += RawMendRepairImage("missing.arw", samples, 1, "out.arw", 0, 0, 0, 0, 0) !=
+                RAW_MEND_DAMAGED_UNREADABLE;
     failures += RawMendPictures("missing.arw", 0, 0, 0) != RAW_MEND_BAD_ARGUMENT;
     failures += RawMendDescribe(RAW_MEND_OK)[0] == 0;
     LogEx("c_host", QUILL_LOG_INFORMATION, "%d failures", failures);

@@ -37,6 +37,7 @@ std::vector<Damaged> damaged_files() {
     const Bytes picture = make_preview(Scene(1), 64, 48);
     const Bytes sibling = make_preview(Scene(2), 48, 32);
     const std::size_t size = picture.size();
+    const Bytes large = make_preview(Scene(1), 480, 320);
     const Bytes tables{0xFF, 0xDB};
     const auto quant = static_cast<std::size_t>(
         std::search(picture.begin(), picture.end(), tables.begin(), tables.end()) - picture.begin());
@@ -52,6 +53,7 @@ std::vector<Damaged> damaged_files() {
         {"CodedAnew", part(picture, 0, size * 2 / 3)},
         {"Resynchronised", zeroed(picture, size * 3 / 4, size * 3 / 4 + 16)},
         {"WithTheTablesOfASibling", joined(zeroed(picture, quant, quant + 8), sibling)},
+        {"WithoutItsHeader", zeroed(large, 0, large.size() / 4)},
         {"OnlyAThumbnail", joined(noise(100, 1), picture)},
         {"WithoutAPicture", noise(2000, 2)},
     };

@@ -154,6 +154,20 @@ TEST_F(RawMendMemory, IsLittleForAnImageOfThousandsOfTiles) {
     }
 }
 
+/// Every second tile is lost, so that no two of them make one area.
+TEST_F(RawMendMemory, IsLittleForThousandsOfLostAreas) {
+    const auto make = [](unsigned number) {
+        return DngPhoto({.number = number, .width = 2048, .height = 512, .tile_width = 8, .tile_height = 8});
+    };
+    const DngPhoto photo = make(1);
+    Bytes bytes = zeroed(photo.bytes, 0, photo.tile_offsets[0]);
+    for (std::size_t tile = 1; tile + 1 < photo.tiles(); tile += 2) {
+        bytes = zeroed(std::move(bytes), photo.tile_offsets[tile],
+                       photo.tile_offsets[tile] + photo.tile_byte_counts[tile]);
+    }
+    expect_little(bytes, make(2).bytes);
+}
+
 TEST_F(RawMendMemory, IsLittleForCountlessTiles) {
     Bytes bytes = large_tiff();
     put_directory(bytes, 8, tiled_entries(0xFFFFFFFF, 1000, 2000), 0);

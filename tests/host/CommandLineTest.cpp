@@ -4,6 +4,8 @@
 #include "support/RawDecode.h"
 #include "support/Scene.h"
 
+#include "unit/still_mend/Laboratory.h"
+
 #include "cli/RepairCommand.h"
 
 #include <gmock/gmock.h>
@@ -186,9 +188,24 @@ TEST_F(Host, SalvagesADamagedJpegToo) {
 
 TEST_F(Host, SalvageWithoutAPictureFailsAndLeavesNothing) {
     write_file(folder / "broken.arw", Bytes(5000));
-    EXPECT_EQ(run({"salvage", in("broken.arw")}), 1);
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 2);
     EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw"));
     EXPECT_THAT(err, HasSubstr("no picture is left"));
+}
+
+TEST_F(Host, SalvagesAJpegWithoutItsHeadWithTheHeaderOfASample) {
+    const Bytes jpeg = make_coded(coding_named("baseline 4:2:2, optimised"), 3, 640, 480);
+    write_file(folder / "broken.jpg", zeroed(jpeg, 0, jpeg.size() / 4));
+    write_file(folder / "sample.jpg", jpeg);
+    EXPECT_EQ(run({"salvage", in("broken.jpg")}), 2);
+    EXPECT_EQ(run({"salvage", "--sample", in("sample.jpg"), in("broken.jpg")}), 1) << err;
+    EXPECT_THAT(out, AllOf(HasSubstr("640 x 480"), HasSubstr("0 of 2400 blocks")));
+    EXPECT_TRUE(jpeg_decodes(read_file(folder / "broken.salvaged.jpg")));
+    EXPECT_EQ(run({"salvage", "--force", "--sample", in("broken.jpg"), in("broken.jpg")}), 3);
+    EXPECT_THAT(err, HasSubstr("the sample cannot be read"));
+    EXPECT_EQ(run({"salvage", "--force", "-o", in("sample.jpg"), "-s", in("sample.jpg"), in("broken.jpg")}),
+              1);
+    EXPECT_EQ(read_file(folder / "sample.jpg"), jpeg) << "a sample is never replaced";
 }
 
 TEST_F(Host, ChecksFiles) {

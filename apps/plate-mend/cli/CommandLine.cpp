@@ -87,6 +87,12 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
     command.add_flag("--force", options.force, "Replace existing files, though never an input or a sample");
     command.add_flag("--no-fallback", options.no_fallback,
                      "Do not salvage a JPEG where a photograph is not whole");
+    command.add_flag("--no-fill", options.no_fill,
+                     "Leave lost pixels zero instead of filling them from their neighbours");
+    command.add_option("--mask", options.mask,
+                       "A PNG of what is lost, as large as the raw image: 0 the photograph's own pixels, 128 "
+                       "doubtful, 255 lost; a file for one damaged file, or an ending such as .mask.png "
+                       "for NAME.mask.png beside each result");
     command.add_flag("--resume", options.resume,
                      "Go on with a run: skip what the record in --out says is finished and unchanged");
     command.add_option("--task", options.task, "This run's name, where several runs share one --out");
@@ -181,6 +187,9 @@ class Program {
             "salvage", "Save the best picture from a damaged photograph or a damaged JPEG");
         command->footer(kFooter);
         command->add_option("DAMAGED", salvage_.damaged, "The damaged photograph")->required();
+        command->add_option("-s,--sample", salvage_.sample,
+                            "An intact photograph from the same camera, taken with the same settings: it "
+                            "lends size and tables if the header is lost");
         command->add_option("-o,--output", salvage_.output,
                             "The file to write (default: NAME.salvaged.jpg beside the damaged file)");
         command->add_flag("--force", salvage_.force, "Replace an existing output file");

@@ -137,6 +137,9 @@ class Repair {
         if (!options_.output.empty() && inputs.files.size() != 1) {
             throw UsageError("--output names one file; for several use --out");
         }
+        if (names_one_mask() && inputs.files.size() > 1) {
+            throw UsageError("--mask names one file; for several use an ending such as .mask.png");
+        }
         samples_ = parse_paths(options_.samples);
         for (const Input& input :
              select_files(parse_paths(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
@@ -153,8 +156,13 @@ class Repair {
             throw UsageError(options_.output + ": the output is also an input");
         }
         files_ =
-            plan(inputs.files, {path_from(options_.out), path_from(options_.output), !options_.task.empty()},
+            plan(inputs.files,
+                 {path_from(options_.out), path_from(options_.output), !options_.task.empty(), options_.mask},
                  protected_);
+    }
+
+    [[nodiscard]] bool names_one_mask() const {
+        return !options_.mask.empty() && !is_mask_ending(options_.mask);
     }
 
     /// Selects files. Prints notes and problems, and remembers problems for the exit status.
@@ -214,6 +222,7 @@ class Repair {
         return std::any_of(files_.begin(), files_.end(), [&](const PlannedFile& file) {
             return platform::name_key(file.outputs.raw) == key ||
                    platform::name_key(file.outputs.jpeg) == key ||
+                   platform::name_key(file.outputs.mask) == key ||
                    platform::name_key(file.outputs.other_jpeg) == key;
         });
     }
@@ -294,6 +303,7 @@ class Repair {
              .repair = {.work = record_ ? record_->folder() : fs::path(),
                         .force = options_.force,
                         .resume = options_.resume,
+                        .fill = !options_.no_fill,
                         .fallback = !options_.no_fallback,
                         .pictures = !options_.report.empty(),
                         .most_samples = options_.most_samples},

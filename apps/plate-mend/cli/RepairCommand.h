@@ -23,12 +23,15 @@ struct RepairOptions {
     std::string json;   ///< File for JSON Lines, "-" for the standard output; empty: none.
     std::string csv;    ///< Likewise, for a table.
     std::string report; ///< File for a contact sheet; empty: none.
+    std::string mask;   ///< File for the mask of the only result, or an ending for those beside
+                        ///< each result; empty: none.
     std::string task;   ///< The run's name in `out`; empty: the only run there.
     std::string log_directory; ///< Empty: no log is kept.
     unsigned jobs = 0;         ///< Files repaired at a time; 0: as many as there are processors.
     unsigned most_samples = 8; ///< Samples tried per file.
     bool force = false;        ///< Replace existing files.
     bool no_fallback = false;  ///< No JPEG is salvaged.
+    bool no_fill = false;      ///< Lost pixels stay zero.
     bool resume = false;       ///< Skip what an earlier run finished.
     bool quiet = false;        ///< Print only failures of the program itself.
     LimitOptions limits;

@@ -46,8 +46,12 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     const fs::path damaged = path_from(options.damaged);
     const fs::path output = options.output.empty() ? fs::path(damaged).replace_extension(".salvaged.jpg")
                                                    : path_from(options.output);
+    const fs::path sample = options.sample.empty() ? fs::path() : path_from(options.sample);
     Protected inputs;
     inputs.add(damaged);
+    if (!sample.empty()) {
+        inputs.add(sample);
+    }
     if (const auto refusal = refuse_output(output, inputs, options.force)) {
         return fail(*refusal);
     }
@@ -60,13 +64,12 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     fs::resize_file(copy, copied.size);
     Notes notes;
     const Workers workers({program, options.limits.seconds, options.limits.memory_mib << 20U, &notes});
-    const SalvagedPicture picture = workers.salvage(folder.path(), {copy, result, {}});
-    if (!picture.code) {
-        return fail(options.damaged + ": " + picture.problem);
-    }
-    const std::int32_t code = *picture.code;
+    const fs::path reachable = sample.empty() ? fs::path() : reachable_name(sample, folder.path(), "sample");
+    const SalvagedPicture picture = workers.salvage(folder.path(), {copy, result, {}, reachable});
+    const std::int32_t code = picture.code.value_or(STILL_MEND_INTERNAL);
     if (code != STILL_MEND_OK && code != STILL_MEND_ONLY_THUMBNAIL) {
-        return fail(options.damaged + ": " + explain_salvage(code));
+        complain(options.damaged + ": " + (picture.code ? explain_salvage(code) : picture.problem));
+        return code == STILL_MEND_SAMPLE_UNUSABLE ? kSomeNotDone : kSomeLost;
     }
     deliver(result, output, inputs, options.force);
     if (!copied.unreadable.empty()) {
@@ -74,7 +77,11 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     }
     std::cout << printable(options.damaged) << ": picture saved to " << printable(utf8_from(output)) << " ("
               << describe(picture) << ")\n";
-    return code == STILL_MEND_OK ? kAllWhole : fail(options.damaged + ": " + explain_salvage(code));
+    if (code == STILL_MEND_ONLY_THUMBNAIL) {
+        return fail(options.damaged + ": " + explain_salvage(code));
+    }
+    const bool is_whole = picture.blocks_own == picture.blocks && picture.blocks_coarse == 0;
+    return is_whole ? kAllWhole : kSomePartial;
 }
 
 } // namespace

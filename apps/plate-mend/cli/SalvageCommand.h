@@ -10,6 +10,7 @@ namespace plate_mend::host {
 /// What to salvage a picture from.
 struct SalvageOptions {
     std::string damaged;
+    std::string sample; ///< An intact photograph from the same camera; empty: none.
     std::string output; ///< Empty: derived from the damaged file's name.
     bool force = false;
     LimitOptions limits;

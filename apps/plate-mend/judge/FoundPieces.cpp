@@ -29,6 +29,12 @@ std::string describe_pieces(std::uint64_t some, std::uint64_t all) {
                     : std::to_string(some) + " of " + std::to_string(all) + " pieces of the image";
 }
 
+/// Found pieces that are neither proved nor accounted for by pixels.
+std::uint64_t count_open(const FoundImage& image, std::uint64_t found) {
+    const std::uint64_t unproved = found - std::min(found, image.pieces_proved);
+    return unproved - std::min(unproved, image.pieces_mended);
+}
+
 /// Some bytes of a piece, past its head, by which it is recognised.
 struct Needle {
     std::uint64_t offset = 0; ///< In the result.
@@ -71,8 +77,7 @@ PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
     if ((image.notes & RAW_MEND_PLACES_GUESSED) != 0) {
         doubts.findings.emplace_back("the place of parts of the image is a guess");
         doubts.place_unknown = true;
-    } else if (image.pieces_proved < found && !decodes_exactly) {
-        const std::uint64_t open = found - image.pieces_proved;
+    } else if (const std::uint64_t open = count_open(image, found); open != 0 && !decodes_exactly) {
         doubts.findings.push_back(
             "nothing proves that " + describe_pieces(open, image.pieces) +
             (open == 1 ? " is complete and in its place" : " are complete and in their place"));
@@ -100,12 +105,17 @@ std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const
     }
     const std::uint64_t start = decoder.image_offset(file);
     std::uint64_t end = 0; // Of what the result has from the image on, in the damaged file.
+    std::uint64_t missing = 0;
     for (const Needle& needle : needles) {
         const auto found = find_needle(needle, damaged, image.offset + (needle.offset - start), image.offset);
-        if (!found) {
-            return {"the image data are not those of the damaged file"};
-        }
-        end = *found + (file.size() - needle.offset);
+        missing += found ? 0U : 1U;
+        end = found ? *found + (file.size() - needle.offset) : end;
+    }
+    if (missing > image.pieces_mended) { // These have bytes of their own.
+        return {"the image data are not those of the damaged file"};
+    }
+    if (image.pieces_mended != 0) {
+        return {}; // What was put in or is torn apart says nothing about what follows.
     }
     if (end < damaged.size() && is_image_last(request.sample, decoder) && !damaged.only_slack_after(end)) {
         return {describe_bytes_after_image(damaged.size() - end)};

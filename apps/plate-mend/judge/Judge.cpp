@@ -1,6 +1,7 @@
 #include "judge/Judge.h"
 
 #include "files/FileBytes.h"
+#include "judge/Account.h"
 #include "judge/CompressedData.h"
 #include "judge/FoundPieces.h"
 #include "judge/GoodRows.h"
@@ -111,7 +112,10 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
         return;
     }
-    const PixelSigns signs = find_signs(view);
+    const auto accounted = request.image ? accounted_rows(*request.image, decoder.sensor_rows(),
+                                                          decoder.rows_above_picture(), view.rows)
+                                         : std::vector<bool>();
+    const PixelSigns signs = find_signs(view, accounted);
     add(signs.findings, judgement.findings);
     judgement.rows_good =
         share_of_good_rows({.signs = signs,
@@ -121,6 +125,17 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
                             .place_unknown = evidence.place_unknown(),
                             .lost_inside = evidence.lengths.lost_inside || evidence.pieces.damaged_inside,
                             .filled = request.filled != 0});
+}
+
+/// Adds what the raw engine counts to what the judge has found.
+///
+///   doubts  how many of the findings are find_doubts'
+void take_account(const FoundImage& image, std::size_t doubts, Judgement& judgement) {
+    if (is_refuted_guess(image, judgement.findings.size() - doubts)) {
+        judgement.rows_good = 0;
+    }
+    judgement.pixels_good = share_of_good_pixels(image, judgement.rows_good);
+    add(describe_account(image), judgement.findings);
 }
 
 /// Bytes from the start of the image to the end of the file.
@@ -169,10 +184,10 @@ Judgement judge_raw(const JudgeRequest& request) {
         add(*findings, judgement.findings);
     }
     judge_samples(request, decoder, evidence, judgement);
-    if (request.image &&
-        is_refuted_guess(*request.image, judgement.findings.size() - evidence.pieces.findings.size())) {
-        judgement.rows_good = 0;
+    if (request.image) {
+        take_account(*request.image, evidence.pieces.findings.size(), judgement);
     }
+    judgement.place = decoder.picture_place();
     if (!request.picture.empty()) {
         write_raw_picture(decoder.raw(), request.picture);
     }

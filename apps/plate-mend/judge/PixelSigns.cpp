@@ -10,9 +10,23 @@
 #include "judge/signs/Windows.h"
 #include "judge/signs/WrongWidth.h"
 
+#include <utility>
+
 namespace plate_mend::host {
 
 namespace {
+
+/// What is left of a sign without the rows that are accounted for.
+Sign without(Sign sign, const std::vector<bool>& accounted) {
+    const auto is_known = [&](std::size_t row) { return row < accounted.size() && accounted[row]; };
+    const bool had_rows = !sign.bad_rows.empty();
+    std::erase_if(sign.bad_rows, is_known);
+    if (sign.displaced && is_known(sign.displaced->from_row)) {
+        sign.displaced.reset();
+        return sign.bad_rows.empty() ? Sign{} : sign;
+    }
+    return had_rows && sign.bad_rows.empty() && !sign.displaced ? Sign{} : sign;
+}
 
 void add(const Sign& sign, PixelSigns& signs) {
     if (sign.finding.empty()) {
@@ -32,21 +46,22 @@ void add(const Sign& sign, PixelSigns& signs) {
 
 } // namespace
 
-PixelSigns find_signs(const SensorView& view) {
+PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted) {
     PixelSigns signs;
+    const auto add_unknown = [&](Sign sign) { add(without(std::move(sign), accounted), signs); };
     signs.bad_rows.assign(view.rows, false);
     if (view.rows <= view.dy || view.columns < 2 * Windows::width_for(view.columns)) {
         signs.findings.emplace_back("the picture is too small to be checked for damage");
         return signs;
     }
-    add(find_impossible_values(view), signs);
-    add(find_runs(view), signs);
+    add_unknown(find_impossible_values(view));
+    add_unknown(find_runs(view));
     const Windows windows(view);
-    add(find_noise(view, windows), signs);
-    add(find_displacement(view, windows, signs.bad_rows), signs);
-    add(find_shift(view, signs.bad_rows), signs);
-    add(find_wrong_width(view, signs.bad_rows), signs);
-    add(find_seams(view), signs);
+    add_unknown(find_noise(view, windows));
+    add_unknown(find_displacement(view, windows, signs.bad_rows));
+    add_unknown(find_shift(view, signs.bad_rows));
+    add_unknown(find_wrong_width(view, signs.bad_rows));
+    add(find_seams(view, accounted), signs);
     return signs;
 }
 

@@ -23,6 +23,8 @@ struct PixelSigns {
 };
 
 /// Looks for all signs. A picture that is too small for that has a finding that says so.
-[[nodiscard]] PixelSigns find_signs(const SensorView& view);
+///
+///   accounted  rows whose signs are known and left out: one per row, or empty
+[[nodiscard]] PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted = {});
 
 } // namespace plate_mend::host

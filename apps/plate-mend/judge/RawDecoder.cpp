@@ -116,6 +116,21 @@ std::uint32_t RawDecoder::rows_above_picture() const {
     return raw_->imgdata.sizes.top_margin;
 }
 
+std::optional<PicturePlace> RawDecoder::picture_place() const {
+    const auto& sizes = raw_->imgdata.sizes;
+    if (raw_->is_fuji_rotated() != 0) {
+        return std::nullopt;
+    }
+    return PicturePlace{.sensor_width = sizes.raw_width,
+                        .sensor_height = sizes.raw_height,
+                        .left = sizes.left_margin,
+                        .top = sizes.top_margin,
+                        .width = sizes.width,
+                        .height = sizes.height,
+                        .turn = static_cast<unsigned>(sizes.flip) & 7U,
+                        .pixel_aspect = sizes.pixel_aspect};
+}
+
 std::uint32_t RawDecoder::data_errors() const {
     return static_cast<std::uint32_t>(std::max(0, raw_->error_count()));
 }

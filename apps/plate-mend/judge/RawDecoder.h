@@ -2,6 +2,7 @@
 
 #include "files/FileBytes.h"
 #include "judge/signs/SensorView.h"
+#include "record/Record.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -77,6 +78,9 @@ class RawDecoder {
 
     /// Rows of the sensor above the picture.
     [[nodiscard]] std::uint32_t rows_above_picture() const;
+
+    /// Where the picture is on the sensor; nothing where the sensor's rows are oblique in the picture.
+    [[nodiscard]] std::optional<PicturePlace> picture_place() const;
 
     /// Data errors so far. LibRaw counts one for each row and more.
     [[nodiscard]] std::uint32_t data_errors() const;

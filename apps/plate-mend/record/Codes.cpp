@@ -92,6 +92,11 @@ constexpr Text kInternal = {"the picture could not be salvaged: memory ran out, 
                             "close other programs and try again, or allow more with --memory-limit"};
 constexpr Text kThumbnail = {"only a thumbnail is left", "with a sample, try 'plate-mend repair'"};
 
+constexpr Text kNoHeader = {"the sample cannot be read, or holds no JPEG with a complete header",
+                            "name an intact photograph from the same camera"};
+
+constexpr Text kFromSample = {"its size or tables are those of the sample",
+                              "check its brightness and colours"};
 constexpr Text kHeaderRebuilt = {"its header was put together from what was left of it", ""};
 constexpr Text kTablesBorrowed = {"its tables were taken from another picture of the file",
                                   "check its brightness and colours"};
@@ -195,6 +200,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(STILL_MEND_OUTPUT_UNWRITABLE), CodeSource::kSalvage, kUnwritable),
         row(ROW(STILL_MEND_INTERNAL), CodeSource::kSalvage, kInternal),
         row(ROW(STILL_MEND_ONLY_THUMBNAIL), CodeSource::kSalvage, kThumbnail),
+        row(ROW(STILL_MEND_SAMPLE_UNUSABLE), CodeSource::kSalvage, kNoHeader),
         row(ROW(STILL_MEND_HEADER_REBUILT), CodeSource::kWarning, kHeaderRebuilt),
         row(ROW(STILL_MEND_TABLES_BORROWED), CodeSource::kWarning, kTablesBorrowed),
         row(ROW(STILL_MEND_TABLES_STANDARD), CodeSource::kWarning, kTablesStandard),
@@ -204,6 +210,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(STILL_MEND_PARTS_LOST), CodeSource::kWarning, kPartsLost),
         row(ROW(STILL_MEND_RESYNCHRONISED), CodeSource::kWarning, kResynchronised),
         row(ROW(STILL_MEND_REENCODED), CodeSource::kWarning, kReencoded),
+        row(ROW(STILL_MEND_FROM_SAMPLE), CodeSource::kWarning, kFromSample),
     };
 #undef ROW
 }

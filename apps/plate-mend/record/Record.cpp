@@ -32,6 +32,10 @@ std::optional<Verdict> verdict_from_name(const std::string& name) {
     return std::nullopt;
 }
 
+std::optional<double> Judgement::share() const {
+    return pixels_good ? pixels_good : rows_good;
+}
+
 const Attempt* Record::taken() const {
     const auto found =
         std::find_if(attempts.begin(), attempts.end(), [](const Attempt& attempt) { return attempt.taken; });

@@ -41,6 +41,20 @@ struct FileIdentity {
     std::int64_t changed = 0;  ///< When anything about it changed, likewise.
 };
 
+/// Where the picture is on the sensor.
+struct PicturePlace {
+    std::uint32_t sensor_width = 0; ///< In pixels, as for all that follow; borders are included.
+    std::uint32_t sensor_height = 0;
+    std::uint32_t left = 0; ///< Of the picture.
+    std::uint32_t top = 0;
+    std::uint32_t width = 0; ///< Before it is turned upright.
+    std::uint32_t height = 0;
+    unsigned turn = 0; ///< How it is turned, as LibRaw has it: 4 swaps rows and columns before 2 mirrors
+                       ///< the sensor's rows and 1 its columns.
+    double pixel_aspect = 1; ///< Width of a pixel by its height.
+    bool operator==(const PicturePlace&) const = default;
+};
+
 /// What an independent decode of a RAW file showed.
 struct Judgement {
     bool decodes = false;    ///< LibRaw opens and unpacks it.
@@ -49,15 +63,34 @@ struct Judgement {
     std::uint32_t data_errors = 0; ///< As LibRaw counts them.
     std::optional<double>
         rows_good; ///< Share of rows without a sign of damage, 0 to 1; nothing when unknown.
+    /// Share of pixels that are promised to be the photograph's own, 0 to 1: those that the raw engine counts
+    /// as such, less the rows in which the decode shows another sign of damage. Nothing when it is unknown,
+    /// and for results of the exact engine, which counts none.
+    std::optional<double> pixels_good = std::nullopt;
     std::vector<std::string> findings; ///< Each sign of damage. None: the picture is whole.
     std::string camera;                ///< Maker and model according to LibRaw; may be empty.
     std::string taken;                 ///< The date in the file, "2026-05-01 12:30:00"; may be empty.
+    /// Nothing where it is not known, or where the sensor's rows are oblique in the picture.
+    std::optional<PicturePlace> place = std::nullopt;
+
+    /// The share of the picture that is promised, by pixels where these are counted, and else by rows;
+    /// nothing when it is unknown.
+    [[nodiscard]] std::optional<double> share() const;
 };
 
 /// The engines' names in records: lib_plate_mend, which knows formats, and lib_raw_mend, which understands
 /// the sample.
 inline constexpr const char* kExactEngine = "exact";
 inline constexpr const char* kRawEngine = "raw";
+
+/// A rectangle of the raw image's frame, in pixels.
+struct FrameArea {
+    std::uint32_t left = 0;
+    std::uint32_t top = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    bool operator==(const FrameArea&) const = default;
+};
 
 /// How the raw engine found the image of a damaged file. A piece is a strip, a tile, or a sample of a track.
 struct FoundImage {
@@ -67,6 +100,19 @@ struct FoundImage {
     std::uint64_t pieces_found = 0;  ///< Of these, those that were found.
     std::uint64_t pieces_proved = 0; ///< Of these, those that are proved to be in their place.
     std::uint64_t offset = 0;        ///< Of the first found piece in the damaged file.
+    std::uint64_t pieces_mended = 0; ///< Of all, those that were put together anew.
+    std::uint32_t frame_width = 0;   ///< Of the image, in pixels; 0 where it is not known.
+    std::uint32_t frame_height = 0;
+    std::uint64_t pixels = 0;          ///< Of the frame.
+    std::uint64_t pixels_lost = 0;     ///< Of these, those that are not the photograph's own.
+    std::uint64_t pixels_doubtful = 0; ///< Of these, those that nothing proves; none of them is lost, too.
+    bool filled = true;                ///< Lost pixels were filled from their neighbours; otherwise zero.
+    /// Areas of lost pixels. Only those of the delivered result are kept.
+    std::vector<FrameArea> lost{};
+    std::vector<FrameArea> doubtful{}; ///< Likewise.
+
+    /// Whether some pixels are lost or doubtful.
+    [[nodiscard]] bool is_incomplete() const { return pixels_lost != 0 || pixels_doubtful != 0; }
 };
 
 /// One sample that was tried by one engine, or was set aside.
@@ -112,6 +158,7 @@ struct Record {
     SalvagedPicture salvage;
     std::optional<FileIdentity> raw;  ///< The delivered RAW photograph.
     std::optional<FileIdentity> jpeg; ///< The delivered JPEG.
+    std::optional<FileIdentity> mask; ///< The delivered mask of lost and doubtful pixels.
     double seconds = 0;               ///< Time spent.
     std::string picture; ///< A small upright JPEG of what was delivered, its bytes; empty for none. Not in
                          ///< JSON or CSV.

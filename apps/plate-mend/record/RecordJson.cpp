@@ -37,6 +37,51 @@ std::optional<FileIdentity> file_or_nothing_from(const Json& json) {
     return json.is_null() ? std::nullopt : std::optional(file_from(json));
 }
 
+Json to_json(const std::vector<FrameArea>& areas) {
+    Json list = Json::array();
+    for (const FrameArea& area : areas) {
+        list.append(Json::object(
+            {{"left", area.left}, {"top", area.top}, {"width", area.width}, {"height", area.height}}));
+    }
+    return list;
+}
+
+std::vector<FrameArea> areas_from(const Json& json) {
+    std::vector<FrameArea> areas;
+    for (const Json& area : json.elements()) {
+        areas.push_back(
+            {area.required_integer<std::uint32_t>("left"), area.required_integer<std::uint32_t>("top"),
+             area.required_integer<std::uint32_t>("width"), area.required_integer<std::uint32_t>("height")});
+    }
+    return areas;
+}
+
+Json to_json(const std::optional<PicturePlace>& place) {
+    return place ? Json::object({{"sensor_width", place->sensor_width},
+                                 {"sensor_height", place->sensor_height},
+                                 {"left", place->left},
+                                 {"top", place->top},
+                                 {"width", place->width},
+                                 {"height", place->height},
+                                 {"turn", place->turn},
+                                 {"pixel_aspect", place->pixel_aspect}})
+                 : Json();
+}
+
+std::optional<PicturePlace> place_from(const Json& json) {
+    if (json.is_null()) {
+        return std::nullopt;
+    }
+    return PicturePlace{.sensor_width = json.required_integer<std::uint32_t>("sensor_width"),
+                        .sensor_height = json.required_integer<std::uint32_t>("sensor_height"),
+                        .left = json.required_integer<std::uint32_t>("left"),
+                        .top = json.required_integer<std::uint32_t>("top"),
+                        .width = json.required_integer<std::uint32_t>("width"),
+                        .height = json.required_integer<std::uint32_t>("height"),
+                        .turn = json.required_integer<unsigned>("turn"),
+                        .pixel_aspect = json.real("pixel_aspect").value_or(1)};
+}
+
 Json to_json(const Attempt& attempt) {
     const bool has_result = attempt.code == 0;
     return Json::object(
@@ -91,9 +136,11 @@ Json to_json(const Judgement& judgement) {
                          {"height", judgement.height},
                          {"data_errors", judgement.data_errors},
                          {"rows_good", judgement.rows_good},
+                         {"pixels_good", judgement.pixels_good},
                          {"findings", judgement.findings},
                          {"camera", Json::text_or_null(judgement.camera)},
-                         {"taken", Json::text_or_null(judgement.taken)}});
+                         {"taken", Json::text_or_null(judgement.taken)},
+                         {"place", to_json(judgement.place)}});
 }
 
 Judgement judgement_from(const Json& json) {
@@ -106,11 +153,13 @@ Judgement judgement_from(const Json& json) {
     judgement.height = integer_or_zero<std::uint32_t>(json, "height");
     judgement.data_errors = integer_or_zero<std::uint32_t>(json, "data_errors");
     judgement.rows_good = json.real("rows_good");
+    judgement.pixels_good = json.real("pixels_good");
     for (const Json& finding : json.member("findings").elements()) {
         judgement.findings.push_back(finding.text());
     }
     judgement.camera = json.text("camera");
     judgement.taken = json.text("taken");
+    judgement.place = place_from(json.member("place"));
     return judgement;
 }
 
@@ -120,7 +169,16 @@ Json to_json(const std::optional<FoundImage>& image) {
                                  {"pieces", image->pieces},
                                  {"pieces_found", image->pieces_found},
                                  {"pieces_proved", image->pieces_proved},
-                                 {"offset", image->offset}})
+                                 {"offset", image->offset},
+                                 {"pieces_mended", image->pieces_mended},
+                                 {"frame_width", image->frame_width},
+                                 {"frame_height", image->frame_height},
+                                 {"pixels", image->pixels},
+                                 {"pixels_lost", image->pixels_lost},
+                                 {"pixels_doubtful", image->pixels_doubtful},
+                                 {"filled", image->filled},
+                                 {"lost", to_json(image->lost)},
+                                 {"doubtful", to_json(image->doubtful)}})
                  : Json();
 }
 
@@ -133,7 +191,16 @@ std::optional<FoundImage> found_image_from(const Json& json) {
                       .pieces = integer_or_zero<std::uint64_t>(json, "pieces"),
                       .pieces_found = integer_or_zero<std::uint64_t>(json, "pieces_found"),
                       .pieces_proved = integer_or_zero<std::uint64_t>(json, "pieces_proved"),
-                      .offset = integer_or_zero<std::uint64_t>(json, "offset")};
+                      .offset = integer_or_zero<std::uint64_t>(json, "offset"),
+                      .pieces_mended = integer_or_zero<std::uint64_t>(json, "pieces_mended"),
+                      .frame_width = integer_or_zero<std::uint32_t>(json, "frame_width"),
+                      .frame_height = integer_or_zero<std::uint32_t>(json, "frame_height"),
+                      .pixels = integer_or_zero<std::uint64_t>(json, "pixels"),
+                      .pixels_lost = integer_or_zero<std::uint64_t>(json, "pixels_lost"),
+                      .pixels_doubtful = integer_or_zero<std::uint64_t>(json, "pixels_doubtful"),
+                      .filled = json.truth("filled"),
+                      .lost = areas_from(json.member("lost")),
+                      .doubtful = areas_from(json.member("doubtful"))};
 }
 
 Json to_json(const SalvagedPicture& salvage) {
@@ -178,6 +245,7 @@ Json to_json(const Record& record) {
                          {"salvage", to_json(record.salvage)},
                          {"raw", to_json(record.raw)},
                          {"jpeg", to_json(record.jpeg)},
+                         {"mask", to_json(record.mask)},
                          {"unreadable", to_json(record.unreadable)},
                          {"zeros_left_out", record.zeros_left_out},
                          {"seconds", record.seconds}});
@@ -197,6 +265,7 @@ Record record_from(const Json& json) {
     record.salvage = salvage_from(json.member("salvage"));
     record.raw = file_or_nothing_from(json.member("raw"));
     record.jpeg = file_or_nothing_from(json.member("jpeg"));
+    record.mask = file_or_nothing_from(json.member("mask"));
     for (const Json& span : json.member("unreadable").elements()) {
         record.unreadable.push_back(
             {integer_or_zero<std::uint64_t>(span, "offset"), integer_or_zero<std::uint64_t>(span, "size")});

@@ -72,9 +72,9 @@ bool is_final(const Record& record) {
     case Verdict::kPartial:
         return record.raw.has_value();
     case Verdict::kPreviewOnly:
-        return !record.raw && record.jpeg;
+        return !record.raw && record.jpeg && !record.mask;
     case Verdict::kIntact:
-        return !record.raw && !record.jpeg;
+        return !record.raw && !record.jpeg && !record.mask;
     default:
         return false;
     }
@@ -148,11 +148,14 @@ std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
         record_from(json.required("record")), stamped_file_from(json.required("damaged")).value(), {}};
     const auto raw = stamped_file_from(json.member("raw"));
     const auto jpeg = stamped_file_from(json.member("jpeg"));
-    if (!is_final(entry.record) || !is_same(entry.record.raw, raw) || !is_same(entry.record.jpeg, jpeg)) {
+    const auto mask = stamped_file_from(json.member("mask"));
+    if (!is_final(entry.record) || !is_same(entry.record.raw, raw) || !is_same(entry.record.jpeg, jpeg) ||
+        !is_same(entry.record.mask, mask)) {
         return std::nullopt;
     }
     entry.record.raw = raw;
     entry.record.jpeg = jpeg;
+    entry.record.mask = mask;
     return entry;
 }
 
@@ -223,6 +226,7 @@ std::optional<Record> RunRecord::finished(const fs::path& input, const fs::path&
     const auto holds = [&](const std::shared_ptr<const Entry>& entry) {
         const auto& made = entry->record.raw;
         return is_unchanged(entry->damaged) && is_as_recorded(made) && is_as_recorded(entry->record.jpeg) &&
+               is_as_recorded(entry->record.mask) &&
                (!made || platform::name_key(path_from(made->path)) == platform::name_key(raw));
     };
     const auto& entries = found->second;
@@ -244,7 +248,8 @@ bool RunRecord::is_own_result(const fs::path& input, const fs::path& output) con
     const std::string key = platform::name_key(output);
     return found != finished_.end() &&
            std::any_of(found->second.begin(), found->second.end(), [&](const auto& entry) {
-               return is_result_there(entry->record.raw, key) || is_result_there(entry->record.jpeg, key);
+               return is_result_there(entry->record.raw, key) || is_result_there(entry->record.jpeg, key) ||
+                      is_result_there(entry->record.mask, key);
            });
 }
 
@@ -264,6 +269,7 @@ void RunRecord::add(const Record& record) {
                              {"damaged", stamped_to_json(record.damaged)},
                              {"raw", stamped_to_json(record.raw)},
                              {"jpeg", stamped_to_json(record.jpeg)},
+                             {"mask", stamped_to_json(record.mask)},
                              {"record", host::to_json(record)}}));
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());

@@ -17,6 +17,12 @@ namespace plate_mend::host {
 
 namespace {
 
+/// Whether a mask is wanted that an earlier run has not made.
+bool lacks_mask(const Record& record, const Outputs& outputs) {
+    const Attempt* taken = record.taken();
+    return !outputs.mask.empty() && !record.mask && taken != nullptr && taken->image;
+}
+
 /// The work on one batch, shared by its threads.
 class Batch {
   public:
@@ -74,7 +80,8 @@ class Batch {
 
     void work_on(const PlannedFile& file) {
         if (request_.repair.resume && request_.record != nullptr) {
-            if (const auto record = request_.record->finished(file.input.path, file.outputs.raw)) {
+            const auto record = request_.record->finished(file.input.path, file.outputs.raw);
+            if (record && !lacks_mask(*record, file.outputs)) {
                 report(*record, false);
                 return;
             }

@@ -54,7 +54,8 @@ std::optional<std::string> Delivery::refuse(const fs::path& output) const {
 }
 
 std::optional<std::string> Delivery::refuse_raw() const {
-    return refuse(file_.outputs.raw);
+    auto refusal = refuse(file_.outputs.raw);
+    return refusal || file_.outputs.mask.empty() ? refusal : refuse(file_.outputs.mask);
 }
 
 const fs::path& Delivery::choose_jpeg() const {
@@ -68,19 +69,23 @@ const fs::path& Delivery::choose_jpeg() const {
     return outputs.other_jpeg;
 }
 
-void Delivery::run(const fs::path& raw, const fs::path& jpeg, Record& record) {
+void Delivery::run(const FinishedFiles& files, Record& record) {
     // All that may be interrupted comes before anything is delivered.
     Record finished = record;
-    finished.raw = identity_of(raw, file_.outputs.raw);
-    finished.jpeg = fs::exists(jpeg) ? identity_of(jpeg, choose_jpeg()) : std::nullopt;
+    finished.raw = identity_of(files.raw, file_.outputs.raw);
+    finished.jpeg = fs::exists(files.jpeg) ? identity_of(files.jpeg, choose_jpeg()) : std::nullopt;
+    finished.mask = identity_of(files.mask, file_.outputs.mask);
     if (rules_.record != nullptr) {
         rules_.record->add(finished);
     }
     if (finished.jpeg) {
-        deliver_one(jpeg, *finished.jpeg, record.jpeg);
+        deliver_one(files.jpeg, *finished.jpeg, record.jpeg);
+    }
+    if (finished.mask) {
+        deliver_one(files.mask, *finished.mask, record.mask);
     }
     if (finished.raw) {
-        deliver_one(raw, *finished.raw, record.raw);
+        deliver_one(files.raw, *finished.raw, record.raw);
     }
 }
 
@@ -113,6 +118,7 @@ void Delivery::take_back(Record& record) {
     }
     record.raw.reset();
     record.jpeg.reset();
+    record.mask.reset();
 }
 
 } // namespace plate_mend::host

@@ -21,19 +21,26 @@ struct DeliveryRules {
     bool resume = false;         ///< An earlier run's result for the same file may be there.
 };
 
+/// Finished files in the working folder; those that do not exist were not made.
+struct FinishedFiles {
+    std::filesystem::path raw;
+    std::filesystem::path jpeg;
+    std::filesystem::path mask;
+};
+
 /// Delivers the results of one damaged file.
 class Delivery {
   public:
     Delivery(const PlannedFile& file, const DeliveryRules& rules) : file_(file), rules_(rules) {}
 
-    /// Why no RAW photograph can be delivered, for the user; nothing when it can. Throws MachineFailure, and
-    /// Interrupted.
+    /// Why no RAW photograph, or no mask of it, can be delivered, for the user; nothing when it can. Throws
+    /// MachineFailure, and Interrupted.
     [[nodiscard]] std::optional<std::string> refuse_raw() const;
 
     /// Delivers the finished files that exist, and adds them to the record. A result of an earlier run for
     /// the same file, with the same bytes, counts as delivered. Throws MachineFailure, Interrupted and
     /// std::system_error; then the caller must call take_back().
-    void run(const std::filesystem::path& raw, const std::filesystem::path& jpeg, Record& record);
+    void run(const FinishedFiles& files, Record& record);
 
     /// Removes what was delivered, unless it may be the only copy: where it may have replaced a file, and
     /// where the damaged file is gone.

@@ -21,11 +21,12 @@ Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
     // The decoder goes by content, but the extension does no harm.
     trial.result = folder_ / (exact ? "made" : "raw-made");
     trial.result += damaged_.path.extension();
-    trial.picture = pictures_ ? folder_ / "made.jpg" : fs::path();
+    trial.picture = settings_.pictures ? folder_ / "made.jpg" : fs::path();
     fs::remove(trial.result);
     fs::remove(trial.picture);
     const Workers::RepairTask task{damaged_.copy, sample, trial.result,
-                                   utf8_from(damaged_.path) + ", sample " + utf8_from(ranked.path)};
+                                   utf8_from(damaged_.path) + ", sample " + utf8_from(ranked.path),
+                                   settings_.fill};
     trial.attempt = exact ? workers_.repair(folder_, task) : workers_.repair_raw(folder_, task);
     trial.attempt.sample = utf8_from(ranked.path);
     trial.attempt.why = ranked.why;

@@ -25,6 +25,12 @@ enum class Engine {
     kRaw,   ///< lib_raw_mend, which goes by content.
 };
 
+/// How samples are tried.
+struct TrialSettings {
+    bool pictures = false; ///< Make a small picture of each result.
+    bool fill = true;      ///< The raw engine fills lost pixels from their neighbours.
+};
+
 /// What one engine made with one sample.
 struct Trial {
     Attempt attempt;
@@ -38,8 +44,8 @@ class Engines {
   public:
     /// The folder is for work on this file. Everything given must outlive this object.
     Engines(const Workers& workers, const DamagedFile& damaged, const std::filesystem::path& folder,
-            bool pictures)
-        : workers_(workers), damaged_(damaged), folder_(folder), pictures_(pictures) {}
+            const TrialSettings& settings)
+        : workers_(workers), damaged_(damaged), folder_(folder), settings_(settings) {}
 
     /// Those that accept the damaged file and the sample, in their order.
     [[nodiscard]] std::vector<Engine> accepting(const RankedSample& ranked) const;
@@ -54,7 +60,7 @@ class Engines {
     const Workers& workers_;
     const DamagedFile& damaged_;
     const std::filesystem::path& folder_;
-    bool pictures_;
+    TrialSettings settings_;
 };
 
 } // namespace plate_mend::host

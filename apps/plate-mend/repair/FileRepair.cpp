@@ -7,9 +7,11 @@
 #include "repair/Delivery.h"
 #include "repair/Engines.h"
 #include "repair/Worth.h"
+#include "report/Mask.h"
 #include "text/Paths.h"
 
 #include <raw_mend/raw_mend.h>
+#include <still_mend/still_mend.h>
 
 #include <algorithm>
 #include <chrono>
@@ -73,7 +75,9 @@ class FileRepair {
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
-        delivery_.run(best_file(), jpeg_file(), record_);
+        make_mask();
+        forget_areas_of_others();
+        delivery_.run({best_file(), jpeg_file(), mask_file()}, record_);
     }
 
     /// Nothing is known about the photograph, and no result is kept.
@@ -101,6 +105,9 @@ class FileRepair {
             throw MachineFailure("no such file");
         }
         make_folders(folder_of(outputs_.raw));
+        if (!outputs_.mask.empty()) {
+            make_folders(folder_of(outputs_.mask));
+        }
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
         damaged_ = {input_.path, folder_->path() / "damaged", format_of(input_.path)};
         if (damaged_.format) {
@@ -233,7 +240,8 @@ class FileRepair {
 
     /// Each engine in turn, until a result is whole.
     void try_sample(const RankedSample& ranked) {
-        const Engines engines(tools_.workers, damaged_, folder_->path(), settings_.pictures);
+        const Engines engines(tools_.workers, damaged_, folder_->path(),
+                              {.pictures = settings_.pictures, .fill = settings_.fill});
         for (const Engine engine : engines.accepting(ranked)) {
             if (record_.verdict != Verdict::kWhole) {
                 add_trial(engines.try_sample(engine, ranked), ranked);
@@ -290,12 +298,39 @@ class FileRepair {
         }
     }
 
+    void make_mask() {
+        const Attempt* taken = record_.taken();
+        if (taken != nullptr && taken->image && !outputs_.mask.empty() &&
+            !write_mask(*taken->image, mask_file())) {
+            record_.problem = "there is no mask: the raw image's size is not known";
+        }
+    }
+
+    void forget_areas_of_others() {
+        for (Attempt& attempt : record_.attempts) {
+            if (!attempt.taken && attempt.image) {
+                attempt.image->lost.clear();
+                attempt.image->doubtful.clear();
+            }
+        }
+    }
+
+    [[nodiscard]] fs::path mask_file() const { return folder_->path() / "mask.png"; }
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
     [[nodiscard]] fs::path jpeg_file() const { return folder_->path() / "salvaged.jpg"; }
 
     void salvage() {
         const fs::path picture = picture_file("salvaged-small.jpg");
-        record_.salvage = tools_.workers.salvage(folder_->path(), {damaged_.copy, jpeg_file(), picture});
+        fs::path sample;
+        if (!ranked_samples().empty()) {
+            sample = reachable_name(ranked_samples().front().path, folder_->path(), "lender");
+        }
+        Workers::SalvageTask task{damaged_.copy, jpeg_file(), picture, sample};
+        record_.salvage = tools_.workers.salvage(folder_->path(), task);
+        if (record_.salvage.code == STILL_MEND_SAMPLE_UNUSABLE) { // No JPEG is in it.
+            task.sample.clear();
+            record_.salvage = tools_.workers.salvage(folder_->path(), task);
+        }
         if (!fs::exists(jpeg_file())) {
             return;
         }

@@ -18,6 +18,7 @@ struct RepairSettings {
     std::filesystem::path work;   ///< Where working folders go; empty: beside each result.
     bool force = false;           ///< Replace what is at an output.
     bool resume = false;          ///< An earlier run's results for the same files may be at the outputs.
+    bool fill = true;             ///< Lost pixels are filled from their neighbours.
     bool fallback = true;         ///< Salvage a JPEG where the RAW photograph is not whole.
     bool pictures = false;        ///< Add a small picture of what was delivered to each record.
     std::size_t most_samples = 8; ///< Tried per file.

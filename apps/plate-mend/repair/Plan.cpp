@@ -27,11 +27,21 @@ fs::path repaired_output(const fs::path& photograph) {
     return photograph.parent_path() / name;
 }
 
+/// NAME and the ending, or NAME.EXT and the ending.
+fs::path mask_output(const fs::path& raw, const std::string& mask, bool is_long) {
+    if (!is_mask_ending(mask)) {
+        return path_from(mask);
+    }
+    fs::path name = is_long ? raw.filename() : raw.stem();
+    name += path_from(mask);
+    return raw.parent_path() / name;
+}
+
 Outputs outputs_of(const Input& input, const Destination& destination) {
     const auto outputs = [&](const fs::path& raw, const fs::path& named_after, const char* middle) {
         const fs::path other = jpeg_output(named_after, middle, true);
         return Outputs{raw, destination.long_jpeg_names ? other : jpeg_output(named_after, middle, false),
-                       other};
+                       other, mask_output(raw, destination.mask, false)};
     };
     if (!destination.output.empty()) {
         return outputs(destination.output, destination.output, "");
@@ -72,7 +82,24 @@ void claim_raw(PlannedFile& file, OutputOwners& owners, const Protected& inputs_
     }
 }
 
-/// After all RAW photographs. If one of the two names is taken, the other is used for both.
+/// After all RAW photographs. A mask has a name that none of the file's other results may get.
+void claim_mask(PlannedFile& file, OutputOwners& owners, const Protected& inputs_and_samples) {
+    const Outputs& outputs = file.outputs;
+    if (!file.input.problem.empty() || outputs.mask.empty()) {
+        return;
+    }
+    const std::string key = platform::name_key(outputs.mask);
+    const bool is_other_result = key == platform::name_key(outputs.raw) ||
+                                 key == platform::name_key(outputs.jpeg) ||
+                                 key == platform::name_key(outputs.other_jpeg);
+    if (is_other_result || inputs_and_samples.covers(outputs.mask)) {
+        file.input.problem = utf8_from(outputs.mask) + ": the mask would take the place of another file";
+    } else if (const auto owner = owners.take(outputs.mask, file.input)) {
+        file.input.problem = describe_shared_output(outputs.mask, *owner);
+    }
+}
+
+/// After all RAW photographs and masks. If one of the two names is taken, the other is used for both.
 void claim_jpeg(PlannedFile& file, OutputOwners& owners) {
     Outputs& outputs = file.outputs;
     if (!file.input.problem.empty()) {
@@ -91,6 +118,10 @@ void claim_jpeg(PlannedFile& file, OutputOwners& owners) {
 
 } // namespace
 
+bool is_mask_ending(const std::string& mask) {
+    return mask.starts_with('.') && mask.find_first_of("/\\") == std::string::npos;
+}
+
 std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destination& destination,
                               const Protected& inputs_and_samples) {
     std::vector<PlannedFile> files;
@@ -102,11 +133,20 @@ std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destinatio
             for (const fs::path& output : {outputs.raw, outputs.jpeg, outputs.other_jpeg}) {
                 ++wishes[platform::name_key(output)];
             }
+            if (!outputs.mask.empty()) {
+                ++wishes[platform::name_key(outputs.mask)];
+            }
         }
     }
     OutputOwners owners;
     for (PlannedFile& file : files) {
         claim_raw(file, owners, inputs_and_samples);
+    }
+    for (PlannedFile& file : files) {
+        if (wishes[platform::name_key(file.outputs.mask)] > 1) {
+            file.outputs.mask = mask_output(file.outputs.raw, destination.mask, true);
+        }
+        claim_mask(file, owners, inputs_and_samples);
     }
     for (PlannedFile& file : files) {
         Outputs& outputs = file.outputs;

@@ -15,9 +15,10 @@ struct RawRepair {
 };
 
 /// Repairs a damaged photograph with the raw engine, which goes by content. The output must not exist; it is
-/// removed again after an error. Throws std::bad_alloc when memory runs out. For workers.
+/// removed again after an error. Lost pixels are filled from their neighbours, or left zero. Throws
+/// std::bad_alloc when memory runs out. For workers.
 [[nodiscard]] RawRepair run_raw_engine(const std::filesystem::path& damaged,
                                        const std::filesystem::path& sample,
-                                       const std::filesystem::path& output);
+                                       const std::filesystem::path& output, bool fill);
 
 } // namespace plate_mend::host

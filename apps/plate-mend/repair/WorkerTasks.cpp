@@ -125,7 +125,8 @@ Json do_repair(const Task& task) {
 }
 
 Json do_raw_repair(const Task& task) {
-    const RawRepair repair = run_raw_engine(task.path("damaged"), task.path("sample"), task.path("output"));
+    const RawRepair repair =
+        run_raw_engine(task.path("damaged"), task.path("sample"), task.path("output"), task.truth("fill"));
     if (repair.code == RAW_MEND_DAMAGED_UNREADABLE || repair.code == RAW_MEND_SAMPLE_UNREADABLE) {
         require_memory_for(task,
                            size_of(task.path("damaged")) + size_of(task.path("sample"))); // Both mapped.
@@ -146,8 +147,12 @@ Json do_replace_pictures(const Task& task) {
 
 Json do_salvage(const Task& task) {
     StillMendReport report{};
-    const auto code = MndJpegGeneralRepairReport(task.path_bytes("damaged").c_str(),
-                                                 task.path_bytes("output").c_str(), &report);
+    const std::string damaged = task.path_bytes("damaged");
+    const std::string output = task.path_bytes("output");
+    const auto code = task.path("sample").empty()
+                          ? MndJpegGeneralRepairReport(damaged.c_str(), output.c_str(), &report)
+                          : MndJpegSampleRepair(damaged.c_str(), task.path_bytes("sample").c_str(),
+                                                output.c_str(), &report);
     const fs::path picture = task.path("picture");
     if (code != STILL_MEND_OK && code != STILL_MEND_ONLY_THUMBNAIL) {
         require_memory_for(task, memory_of_decoding(task.path("damaged")));

@@ -60,7 +60,8 @@ Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) cons
     const WorkerAnswer answer = run_worker(Json::object({{"task", "raw"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"sample", name_in_task(folder, task.sample)},
-                                                         {"output", name_in_task(folder, task.output)}}),
+                                                         {"output", name_in_task(folder, task.output)},
+                                                         {"fill", task.fill}}),
                                            folder, limits_);
     return attempt_from(answer, kRawEngine);
 }
@@ -83,7 +84,8 @@ SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task
     const WorkerAnswer answer = run_worker(Json::object({{"task", "salvage"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"output", name_in_task(folder, task.output)},
-                                                         {"picture", name_in_task(folder, task.picture)}}),
+                                                         {"picture", name_in_task(folder, task.picture)},
+                                                         {"sample", name_in_task(folder, task.sample)}}),
                                            folder, limits_);
     throw_for_room(answer.json);
     SalvagedPicture picture = salvage_from(answer.json);

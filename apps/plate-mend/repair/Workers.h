@@ -34,6 +34,7 @@ class Workers {
         std::filesystem::path sample;
         std::filesystem::path output;
         std::string title; ///< Of the damaged file and the sample, for the log.
+        bool fill = true;  ///< The raw engine fills lost pixels from their neighbours.
     };
     /// The advanced repair. Returns an attempt with its engine, and its code or its problem. The library
     /// works in the folder.
@@ -55,6 +56,7 @@ class Workers {
         std::filesystem::path damaged;
         std::filesystem::path output;
         std::filesystem::path picture; ///< Where a small upright JPEG of the result goes; empty: nowhere.
+        std::filesystem::path sample;  ///< An intact photograph that lends a header; empty: none.
     };
     /// The general repair.
     [[nodiscard]] SalvagedPicture salvage(const std::filesystem::path& folder, const SalvageTask& task) const;

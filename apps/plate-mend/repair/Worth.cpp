@@ -4,12 +4,12 @@ namespace plate_mend::host {
 
 namespace {
 
-/// With a smaller share of good rows, a result is not a photograph, even if it decodes.
-constexpr double kFewestRows = 0.01;
+/// With a smaller share of the picture, a result is not a photograph, even if it decodes.
+constexpr double kLeastShare = 0.01;
 
-/// If the share of good rows is unknown, it counts as a half.
+/// If the share is unknown, it counts as a half.
 double share(const Judgement& judgement) {
-    return judgement.rows_good.value_or(0.5);
+    return judgement.share().value_or(0.5);
 }
 
 /// Higher is better.
@@ -27,7 +27,7 @@ double worth(const Judgement& judgement) {
 } // namespace
 
 Verdict verdict_of(const Judgement& judgement) {
-    if (!judgement.decodes || judgement.rows_good.value_or(1) < kFewestRows) {
+    if (!judgement.decodes || judgement.share().value_or(1) < kLeastShare) {
         return Verdict::kNotRepaired;
     }
     return judgement.findings.empty() ? Verdict::kWhole : Verdict::kPartial;

@@ -8,7 +8,7 @@ namespace plate_mend::host {
 [[nodiscard]] Verdict verdict_of(const Judgement& judgement);
 
 /// Whether an attempt's result is a photograph that is better than another's: by verdict, then by its share
-/// of good rows. Of equal ones, the exact engine's is better than the raw engine's, and of those of one
+/// of the picture. Of equal ones, the exact engine's is better than the raw engine's, and of those of one
 /// engine the one with fewer signs of damage.
 ///
 ///   kept  the best attempt so far; null: none

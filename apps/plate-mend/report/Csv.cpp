@@ -14,17 +14,14 @@ namespace plate_mend::host {
 
 namespace {
 
-constexpr std::array kColumns = {"damaged",       "damaged_size",   "damaged_sha256",
-                                 "unreadable",    "zeros_left_out", "verdict",
-                                 "problem",       "sample",         "sample_why",
-                                 "engine",        "code",           "meaning",
-                                 "way",           "pieces",         "pieces_found",
-                                 "pieces_proved", "notes",          "width",
-                                 "height",        "rows_good",      "data_errors",
-                                 "findings",      "camera",         "taken",
-                                 "refused",       "salvage_code",   "raw",
-                                 "raw_size",      "raw_sha256",     "jpeg",
-                                 "jpeg_size",     "jpeg_sha256",    "seconds"};
+constexpr std::array kColumns = {
+    "damaged",     "damaged_size",    "damaged_sha256", "unreadable",    "zeros_left_out", "verdict",
+    "problem",     "sample",          "sample_why",     "engine",        "code",           "meaning",
+    "way",         "pieces",          "pieces_found",   "pieces_proved", "notes",          "pixels",
+    "pixels_lost", "pixels_doubtful", "width",          "height",        "rows_good",      "pixels_good",
+    "data_errors", "findings",        "camera",         "taken",         "refused",        "salvage_code",
+    "raw",         "raw_size",        "raw_sha256",     "jpeg",          "jpeg_size",      "jpeg_sha256",
+    "mask",        "mask_size",       "mask_sha256",    "seconds"};
 
 constexpr int kDigits = 4; ///< After the decimal point of a number.
 
@@ -81,6 +78,9 @@ void add_image(std::vector<std::string>& fields, const std::optional<FoundImage>
     fields.push_back(image ? std::to_string(image->pieces_found) : "");
     fields.push_back(image ? std::to_string(image->pieces_proved) : "");
     fields.push_back(image ? text(join(explain_bits(image->notes, CodeSource::kNote))) : "");
+    fields.push_back(image ? std::to_string(image->pixels) : "");
+    fields.push_back(image ? std::to_string(image->pixels_lost) : "");
+    fields.push_back(image ? std::to_string(image->pixels_doubtful) : "");
 }
 
 void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
@@ -98,6 +98,7 @@ void add_attempt(std::vector<std::string>& fields, const Attempt* attempt) {
     fields.push_back(decodes ? std::to_string(judgement.width) : "");
     fields.push_back(decodes ? std::to_string(judgement.height) : "");
     fields.push_back(judgement.rows_good ? format_decimal(*judgement.rows_good, kDigits) : "");
+    fields.push_back(judgement.pixels_good ? format_decimal(*judgement.pixels_good, kDigits) : "");
     fields.push_back(decodes ? std::to_string(judgement.data_errors) : "");
     fields.push_back(text(join(judgement.findings)));
     fields.push_back(text(judgement.camera));
@@ -131,6 +132,7 @@ std::string csv_row(const Record& record) {
     fields.push_back(record.salvage.code ? std::to_string(*record.salvage.code) : "");
     add_file(fields, record.raw);
     add_file(fields, record.jpeg);
+    add_file(fields, record.mask);
     fields.push_back(format_decimal(record.seconds, kDigits));
     return join_fields(fields);
 }

@@ -2,6 +2,7 @@
 
 #include "record/Codes.h"
 #include "report/HtmlPage.h"
+#include "report/LostAreas.h"
 #include "text/Format.h"
 #include "text/Text.h"
 
@@ -127,6 +128,7 @@ std::string mount_html(const Record& record) {
         html += R"(<img loading="lazy" decoding="async" alt="The picture of )" +
                 escape(base_name(record.damaged.path)) + "\" src=\"data:image/jpeg;base64," +
                 base64(record.picture) + "\">";
+        html += record.taken() != nullptr ? draw_areas(*record.taken()) : "";
     }
     return html + "</div>\n";
 }
@@ -151,9 +153,10 @@ std::string facts_html(const Record& record) {
             html += (html.empty() ? "<span>" : " · <span>") + escape(fact) + "</span>";
         }
     }
-    if (taken != nullptr && taken->judgement.rows_good) {
-        html += "<span class=\"share\">" + format_share(*taken->judgement.rows_good) +
-                " of the rows without damage</span>";
+    if (taken != nullptr && taken->judgement.share()) {
+        html += "<span class=\"share\">" + format_share(*taken->judgement.share()) +
+                (taken->judgement.pixels_good ? " of the pixels are the photograph's own</span>"
+                                              : " of the rows without damage</span>");
     }
     return "<p class=\"facts\">" + html + "</p>\n";
 }
@@ -257,16 +260,19 @@ std::string details_html(const Record& record) {
     if (record.jpeg) {
         html += term_html("JPEG written", file_html(*record.jpeg));
     }
+    if (record.mask) {
+        html += term_html("Mask written", file_html(*record.mask));
+    }
     html += samples_html(record);
     html += salvage_html(record.salvage);
     return html + "</dl></details>\n";
 }
 
 std::string rows_html(const Attempt* taken) {
-    if (taken == nullptr || !taken->judgement.rows_good) {
+    if (taken == nullptr || !taken->judgement.share()) {
         return "";
     }
-    std::string share = format_share(*taken->judgement.rows_good);
+    std::string share = format_share(*taken->judgement.share());
     std::erase(share, ' ');
     return R"(<div class="rows"><span style="width:)" + share + "\"></span></div>\n";
 }
@@ -287,7 +293,7 @@ std::string tile_html(const std::string& verdict, std::uint64_t count, const std
 
 constexpr const char* kTools = R"html(<div class="tools" role="search" hidden>
 <label for="find">Find <input id="find" type="search" placeholder="part of a name"></label>
-<label for="sort">Sort by <select id="sort"><option value="order">order of work</option><option value="name">name</option><option value="verdict">verdict</option><option value="size">size</option><option value="rows">rows without damage</option></select></label>
+<label for="sort">Sort by <select id="sort"><option value="order">order of work</option><option value="name">name</option><option value="verdict">verdict</option><option value="size">size</option><option value="rows">share without damage</option></select></label>
 <output id="shown" aria-live="polite"></output>
 </div>
 <main>
@@ -301,12 +307,13 @@ std::string html_card(const Record& record, std::uint64_t number) {
     const std::string verdict = slug_of(record.verdict);
     const std::string name = escape(base_name(record.damaged.path));
     const Attempt* taken = record.taken();
-    const bool rows = taken != nullptr && taken->judgement.rows_good;
+    const auto share = taken == nullptr ? std::nullopt : taken->judgement.share();
     std::string html = "<li class=\"card " + verdict + "\" data-verdict=\"" + verdict + "\" data-order=\"" +
                        std::to_string(number) + "\" data-name=\"" + name + "\" data-size=\"" +
                        std::to_string(record.damaged.size) + "\" data-rows=\"" +
-                       (rows ? std::to_string(*taken->judgement.rows_good) : "") + "\">\n";
+                       (share ? std::to_string(*share) : "") + "\">\n";
     html += mount_html(record) + rows_html(taken);
+    html += taken != nullptr && !record.picture.empty() ? legend_of_areas(*taken) : "";
     html += "<div class=\"text\">\n<div class=\"name\"><h2>" + name + "</h2><span class=\"badge\">" +
             std::string(describe(record.verdict)) + "</span></div>\n" + facts_html(record);
     if (const auto findings = findings_of(record); !findings.empty()) {

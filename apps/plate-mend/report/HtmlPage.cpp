@@ -60,9 +60,14 @@ h2 { margin: 0; font-size: 1rem; font-weight: 650; overflow-wrap: anywhere; }
   position: relative; flex: none; display: flex; align-items: center; justify-content: center; aspect-ratio: 3 / 2; padding: .75rem;
   background: var(--mount); color: #a3a9b1; text-align: center;
 }
-.mount img {
+.mount img, .mount svg {
   position: absolute; inset: .75rem; width: calc(100% - 1.5rem); height: calc(100% - 1.5rem); object-fit: contain;
 }
+rect { vector-effect: non-scaling-stroke; stroke-width: 1px; }
+rect.lost { fill: #f003; stroke: #f33; } rect.doubtful { fill: #fc03; stroke: #fc0; }
+.legend { margin: .5rem 1rem 0; color: var(--soft); font-size: 0.87em; } .legend span { margin-right: 1rem; }
+.legend span::before { content: ""; display: inline-block; width: .8em; height: .8em; margin-right: .4em; border: 1px solid; }
+.legend .lost::before { background: #f003; border-color: #f33; } .legend .doubtful::before { background: #fc03; border-color: #fc0; }
 .rows { flex: none; height: 4px; background: var(--line); } .rows span { display: block; height: 100%; background: var(--tone); }
 .text { display: flex; flex: 1; flex-direction: column; padding: .9rem 1rem 1rem; }
 .name { display: flex; gap: .75rem; align-items: start; justify-content: space-between; }
@@ -108,7 +113,8 @@ footer { margin-top: 2.5rem; padding-top: 1rem; border-top: 1px solid var(--line
     display: grid; grid-template: auto 1fr / 5.5cm minmax(0, 1fr); margin-bottom: .8rem; break-inside: avoid;
     content-visibility: visible;
   }
-  .mount { padding: .4rem; } .mount img { inset: .4rem; width: calc(100% - .8rem); height: calc(100% - .8rem); }
+  .mount { padding: .4rem; } .mount img, .mount svg { inset: .4rem; width: calc(100% - .8rem); height: calc(100% - .8rem); }
+  .legend { grid-row: 2; align-self: start; margin: .5rem .4rem 0; }
   .rows { grid-row: 2; align-self: start; margin: 0 .4rem; }
   .text { grid-area: 1 / 2 / 3 / 3; padding: .6rem .8rem; }
   .origin { margin-top: .4rem; padding: .2rem .6rem; }

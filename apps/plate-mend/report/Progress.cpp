@@ -79,6 +79,9 @@ std::string file_line(const Record& record) {
     if (record.jpeg) {
         line += ", JPEG written to " + record.jpeg->path;
     }
+    if (record.mask) {
+        line += ", mask written to " + record.mask->path;
+    }
     if (const Attempt* taken = record.taken()) {
         line += ", sample " + taken->sample;
         if (taken->image) {

@@ -89,8 +89,11 @@ std::string describe(const FoundImage& image) {
     } else {
         text += count(image.pieces);
     }
-    return text + ", " +
-           (image.pieces_proved >= image.pieces ? "proved" : std::to_string(image.pieces_proved) + " proved");
+    text += ", " + (image.pieces_proved >= image.pieces ? "proved"
+                                                        : std::to_string(image.pieces_proved) + " proved");
+    return image.pieces_mended == 0
+               ? text
+               : text + ", " + std::to_string(image.pieces_mended) + " put together anew";
 }
 
 std::uint64_t unreadable_bytes(const std::vector<UnreadableSpan>& unreadable) {

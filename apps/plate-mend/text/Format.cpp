@@ -33,7 +33,8 @@ std::string format_share(double share) {
     if (share >= 1) {
         return "100 %";
     }
-    return format_decimal(std::clamp(std::round(share * 1000), 1.0, 999.0) / 10, 1) + " %";
+    constexpr double kInexact = 1e-6; // 0.57 * 1000 is less than 570.
+    return format_decimal(std::clamp(std::floor(share * 1000 + kInexact), 1.0, 999.0) / 10, 1) + " %";
 }
 
 std::string format_decimal(double value, int digits) {

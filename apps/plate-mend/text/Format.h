@@ -14,7 +14,7 @@ namespace plate_mend::host {
 /// "24.5 MB", in powers of 1000; "812 bytes" below 1000.
 [[nodiscard]] std::string format_size(std::uint64_t bytes);
 
-/// A share of 0 to 1 as "98.7 %". Only a full share is "100 %", only none at all is "0 %".
+/// A share of 0 to 1 as "98.7 %", cut down. Only a full share is "100 %", only none at all is "0 %".
 [[nodiscard]] std::string format_share(double share);
 
 /// A number with this many digits after the decimal point. Empty for one that takes more than 64 characters.

@@ -1,7 +1,6 @@
 #include "Attempt.h"
 
 #include <algorithm>
-#include <tuple>
 
 namespace raw_mend {
 
@@ -29,17 +28,18 @@ std::uint64_t first_offset(const FoundImage& image) {
     return first == image.pieces.end() ? 0 : (*first)->offset;
 }
 
-/// The greater is the better: proved pieces, then fewer lost ones, then certain places.
-std::tuple<std::size_t, std::ptrdiff_t, bool> quality_of(const FoundImage& image) {
-    const auto lost = static_cast<std::ptrdiff_t>(image.pieces.size() - image.count_found());
-    return {image.proved, -lost, image.doubts.empty()};
+/// Found pieces that are neither proved nor accounted for by pixels.
+std::uint64_t count_unproved(const FoundImage& image) {
+    const std::size_t found = image.count_found();
+    return found - std::min(found, image.proved + image.mended.size());
 }
 
 } // namespace
 
-Attempt::Attempt(Bytes damaged, const std::filesystem::path& sample) : result_(run(damaged, sample)) {}
+Attempt::Attempt(Bytes damaged, const std::filesystem::path& sample, Filling filling)
+    : result_(run(damaged, sample, filling)) {}
 
-std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path) {
+std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path, Filling filling) {
     if (!mapping_.open(path) || mapping_.bytes().empty()) {
         return RAW_MEND_SAMPLE_UNREADABLE;
     }
@@ -47,24 +47,33 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path) {
     if (!sample_) {
         return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
     }
-    repaired_ = repair(damaged, *sample_);
+    repaired_ = repair(damaged, *sample_, filling);
     if (!repaired_ || repaired_->image.count_found() == 0) {
         return RAW_MEND_NOT_FOUND;
     }
+    account_ = account_for(repaired_->image, sample_->description.raw);
     return repaired_->file ? RAW_MEND_OK : RAW_MEND_DOES_NOT_FIT;
 }
 
 bool Attempt::is_proved() const {
     return result_ == RAW_MEND_OK && repaired_->image.proved == repaired_->image.pieces.size() &&
-           repaired_->image.doubts.empty();
+           repaired_->image.doubts.empty() && account_.lost == 0 && account_.doubtful == 0;
 }
 
 bool Attempt::is_better_than(const Attempt& other) const {
     if (result_ == RAW_MEND_OK && other.result_ == RAW_MEND_OK) {
-        return quality_of(repaired_->image) > quality_of(other.repaired_->image);
+        return quality() > other.quality();
     }
     // The further a repair comes, the smaller is the number of its error.
     return result_ == RAW_MEND_OK || (other.result_ != RAW_MEND_OK && result_ < other.result_);
+}
+
+Attempt::Quality Attempt::quality() const {
+    const FoundImage& image = repaired_->image;
+    const std::uint64_t pieces = std::max<std::size_t>(1, image.pieces.size());
+    const std::uint64_t unproved = account_.pixels / pieces * count_unproved(image);
+    return {-static_cast<std::int64_t>(account_.lost + account_.doubtful + unproved), image.proved,
+            -static_cast<std::int64_t>(image.pieces.size() - image.count_found()), image.doubts.empty()};
 }
 
 std::uint32_t Attempt::notes() const {
@@ -93,6 +102,12 @@ RawMendReport Attempt::report() const {
     report.proved_piece_count = image.proved;
     report.image_offset = first_offset(image);
     report.size = file().size();
+    report.mended_piece_count = image.mended.size();
+    report.frame_width = sample_->description.raw.frame.width;
+    report.frame_height = sample_->description.raw.frame.height;
+    report.pixel_count = account_.pixels;
+    report.lost_pixel_count = account_.lost;
+    report.doubtful_pixel_count = account_.doubtful;
     return report;
 }
 

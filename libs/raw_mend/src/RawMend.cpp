@@ -3,6 +3,7 @@
 #include "Attempt.h"
 #include "Pictures.h"
 #include "container/Describe.h"
+#include "mend/Filling.h"
 #include "platform/OutputFile.h"
 
 #include <mapped_file/MappedFile.h>
@@ -10,7 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
@@ -19,6 +22,7 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace raw_mend {
 
@@ -43,6 +47,15 @@ std::int32_t result_of(const Function& function) noexcept {
     }
 }
 
+bool is_valid(const RawMendOptions& options) {
+    return (options.flags & ~std::uint32_t{RAW_MEND_NO_FILL}) == 0 && options.reserved == 0;
+}
+
+Filling filling_of(const RawMendOptions* options) {
+    return options != nullptr && (options->flags & RAW_MEND_NO_FILL) != 0 ? Filling::kZeros
+                                                                          : Filling::kNeighbours;
+}
+
 std::int32_t write_file(const Splice& file, const fs::path& path) {
     OutputFile output;
     switch (output.create(path)) {
@@ -64,10 +77,10 @@ struct Best {
     std::uint32_t sample = 0;
 };
 
-Best try_samples(Bytes damaged, std::span<const char* const> samples) {
+Best try_samples(Bytes damaged, std::span<const char* const> samples, Filling filling) {
     Best best;
     for (std::uint32_t index = 0; index < samples.size(); ++index) {
-        auto attempt = std::make_unique<Attempt>(damaged, path_of(samples[index]));
+        auto attempt = std::make_unique<Attempt>(damaged, path_of(samples[index]), filling);
         if (!best.attempt || attempt->is_better_than(*best.attempt)) {
             best = {std::move(attempt), index};
         }
@@ -78,8 +91,14 @@ Best try_samples(Bytes damaged, std::span<const char* const> samples) {
     return best;
 }
 
+/// What a repair reports.
+struct Outcome {
+    RawMendReport report{};
+    std::vector<RawMendArea> areas;
+};
+
 std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* const> samples,
-                         const fs::path& output_file, RawMendReport& report) {
+                         const fs::path& output_file, Filling filling, Outcome& outcome) {
     mapped_file::MappedFile damaged;
     if (!damaged.open(damaged_file) || damaged.bytes().empty()) {
         return RAW_MEND_DAMAGED_UNREADABLE;
@@ -89,14 +108,15 @@ std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* con
     if (fs::exists(system_path::status(output_file, ignored))) {
         return RAW_MEND_OUTPUT_EXISTS;
     }
-    const Best best = try_samples(damaged.bytes(), samples);
+    const Best best = try_samples(damaged.bytes(), samples, filling);
     if (best.attempt->result() != RAW_MEND_OK) {
         return best.attempt->result();
     }
     const std::int32_t result = write_file(best.attempt->file(), output_file);
     if (result == RAW_MEND_OK) {
-        report = best.attempt->report();
-        report.sample = best.sample;
+        outcome.report = best.attempt->report();
+        outcome.report.sample = best.sample;
+        outcome.areas = best.attempt->areas();
     }
     return result;
 }
@@ -149,20 +169,35 @@ std::int32_t replace_pictures(const fs::path& path, std::span<const RawMendPictu
 
 std::int32_t RawMendRepair(const char* damaged_file, const char* const* sample_files,
                            std::uint32_t sample_count, const char* output_file, RawMendReport* report) {
-    RawMendReport filled{};
+    return RawMendRepairImage(damaged_file, sample_files, sample_count, output_file, nullptr, report, nullptr,
+                              0, nullptr);
+}
+
+std::int32_t RawMendRepairImage(const char* damaged_file, const char* const* sample_files,
+                                std::uint32_t sample_count, const char* output_file,
+                                const RawMendOptions* options, RawMendReport* report, RawMendArea* areas,
+                                std::uint32_t capacity, std::uint32_t* area_count) {
+    raw_mend::Outcome outcome;
     std::int32_t result = RAW_MEND_BAD_ARGUMENT;
-    if (damaged_file != nullptr && sample_files != nullptr && sample_count != 0 && output_file != nullptr) {
-        const std::span samples(sample_files, sample_count);
-        if (std::ranges::find(samples, nullptr) == samples.end()) {
-            result = raw_mend::result_of([&] {
-                return raw_mend::repair_file(raw_mend::path_of(damaged_file), samples,
-                                             raw_mend::path_of(output_file), filled);
-            });
-        }
+    const std::span samples(sample_files, sample_files == nullptr ? 0 : sample_count);
+    const bool is_complete = damaged_file != nullptr && output_file != nullptr && !samples.empty() &&
+                             std::ranges::find(samples, nullptr) == samples.end();
+    const bool has_room = capacity == 0 || (areas != nullptr && area_count != nullptr);
+    if (is_complete && has_room && (options == nullptr || raw_mend::is_valid(*options))) {
+        result = raw_mend::result_of([&] {
+            return raw_mend::repair_file(raw_mend::path_of(damaged_file), samples,
+                                         raw_mend::path_of(output_file), raw_mend::filling_of(options),
+                                         outcome);
+        });
     }
     if (report != nullptr) {
-        *report = filled;
+        *report = outcome.report;
     }
+    if (area_count != nullptr) {
+        *area_count = static_cast<std::uint32_t>(outcome.areas.size());
+    }
+    std::ranges::copy_n(outcome.areas.begin(), std::min<std::ptrdiff_t>(capacity, std::ssize(outcome.areas)),
+                        areas);
     return result;
 }
 

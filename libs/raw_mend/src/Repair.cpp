@@ -12,6 +12,7 @@
 #include "ways/LossyPieces.h"
 #include "ways/OwnTables.h"
 #include "ways/SamplePlaces.h"
+#include "ways/TornRows.h"
 #include "ways/TwinRows.h"
 
 #include <algorithm>
@@ -105,10 +106,25 @@ Repaired take_structure(Bytes damaged, const Sample& sample, FoundImage image) {
     return {std::move(file), std::move(image), false, false};
 }
 
+/// The damaged file's own structure around an image whose rows were put together anew.
+Repaired keep_structure(Bytes damaged, MendedRows rows) {
+    Repaired result{.file = Splice(), .image = std::move(rows.image)};
+    result.file->append(rows.own->before.of(damaged));
+    for (const MendedPiece& piece : result.image.mended) {
+        result.file->append(piece.bytes);
+    }
+    result.file->append(rows.own->after.of(damaged));
+    return result;
+}
+
 } // namespace
 
-std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
+std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling filling) {
     const auto own = find_own_structure(damaged, sample);
+    if (auto rows = mend_torn_rows(damaged, sample, own, filling)) {
+        return rows->own ? keep_structure(damaged, std::move(*rows))
+                         : take_structure(damaged, sample, std::move(rows->image));
+    }
     if (own && own->is_proved && !has_exchanged_streams(damaged, sample, own->pieces())) {
         return keep_structure(damaged, *own);
     }
@@ -120,7 +136,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample) {
     if (!image || (image->count_found() == 0 && image->others.empty())) {
         return std::nullopt;
     }
-    mend_streams(damaged, sample, Filling::kNeighbours, *image);
+    mend_streams(damaged, sample, filling, *image);
     return take_structure(damaged, sample, std::move(*image));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "assemble/Splice.h"
+#include "mend/Filling.h"
 #include "ways/FoundImage.h"
 #include "ways/Sample.h"
 
@@ -19,6 +20,9 @@ struct Repaired {
 /// Repairs a damaged photograph with an intact one from the same camera. Both must outlive the result.
 /// Nothing if no piece of the damaged file's image is found, nor anything else that the camera keeps beside
 /// it.
-[[nodiscard]] std::optional<Repaired> repair(Bytes damaged, const Sample& sample);
+///
+///   filling  what becomes of pixels that are lost inside the image
+[[nodiscard]] std::optional<Repaired> repair(Bytes damaged, const Sample& sample,
+                                             Filling filling = Filling::kNeighbours);
 
 } // namespace raw_mend

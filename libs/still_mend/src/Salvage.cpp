@@ -39,6 +39,8 @@ class Ranking {
                candidate.frame->mcus() * candidate.frame->mcu_area() > picture_->score();
     }
 
+    [[nodiscard]] bool has_picture() const { return picture_.has_value(); }
+
     [[nodiscard]] std::optional<BestPicture> best() && {
         if (picture_) {
             return BestPicture{std::move(*picture_), false};
@@ -109,27 +111,26 @@ std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>
 /// Assesses everything in a file that may be a picture.
 class FileSalvage {
   public:
-    explicit FileSalvage(Bytes file)
+    FileSalvage(Bytes file, Bytes sample)
         : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
-          siblings_(find_siblings(candidates_)), intact_bytes_(most_bytes(file.size())),
-          bytes_(most_bytes(file.size())), blocks_(most_blocks(file.size(), candidates_)) {}
+          siblings_(find_donors(sample)), intact_bytes_(most_bytes(file.size())),
+          bytes_(most_bytes(file.size())), blocks_(most_blocks(file.size(), candidates_)) {
+        const auto own = find_siblings(candidates_);
+        siblings_.insert(siblings_.end(), own.begin(), own.end());
+    }
 
     std::optional<BestPicture> best() {
         for (const PictureCandidate* candidate : by_size(candidates_)) {
             consider(*candidate);
         }
-        for (const auto& orphan : find_orphans(file_, covered_, siblings_)) {
-            if (ranking_.can_win(orphan.candidate) && pay_for(orphan.candidate)) {
-                ranking_.add(assess(file_, orphan));
-            }
-        }
-        auto found = std::move(ranking_).best();
-        if (!found || found->thumbnail) {
+        consider(find_orphans(file_, covered_, siblings_));
+        if (!ranking_.has_picture()) {
             if (auto lenient = only_libjpeg_reads()) {
                 return BestPicture{std::move(*lenient), false};
             }
+            consider(find_standard_orphans(file_, covered_));
         }
-        return found;
+        return std::move(ranking_).best();
     }
 
   private:
@@ -159,6 +160,14 @@ class FileSalvage {
         }
     }
 
+    void consider(const std::vector<Hypothesis>& orphans) {
+        for (const auto& orphan : orphans) {
+            if (ranking_.can_win(orphan.candidate) && pay_for(orphan.candidate)) {
+                ranking_.add(assess(file_, orphan));
+            }
+        }
+    }
+
     /// libjpeg is tried first: what it decodes without a warning is kept.
     std::optional<Assessment> intact(const PictureCandidate& candidate) {
         const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
@@ -173,7 +182,8 @@ class FileSalvage {
                 break;
             }
             Assessment assessment = assess(file_, hypothesis);
-            if (!best || (assessment.deliverable() && (!best->deliverable() || assessment.own > best->own))) {
+            if (!best ||
+                (assessment.deliverable() && (!best->deliverable() || assessment.score() > best->score()))) {
                 best = std::move(assessment);
             }
         }
@@ -191,7 +201,8 @@ class FileSalvage {
 
     Bytes file_;
     std::vector<PictureCandidate> candidates_;
-    std::vector<PictureCandidate> siblings_;
+    std::vector<PictureCandidate>
+        siblings_; ///< Those of the sample first: it has the same size and settings.
     Ranking ranking_;
     Budget intact_bytes_;
     Budget bytes_;
@@ -213,9 +224,9 @@ std::optional<BestPicture> intact_file(Bytes file) {
 
 } // namespace
 
-std::optional<BestPicture> find_best(Bytes file) {
+std::optional<BestPicture> find_best(Bytes file, Bytes sample) {
     auto intact = intact_file(file);
-    return intact ? std::move(intact) : FileSalvage(file).best();
+    return intact ? std::move(intact) : FileSalvage(file, sample).best();
 }
 
 } // namespace still_mend

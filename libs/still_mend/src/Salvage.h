@@ -15,6 +15,8 @@ struct BestPicture {
 /// Examines everything in the file that may be a picture and returns the one of which the most survives: the
 /// most pixels that decode and hold together. Returns a thumbnail only if there is nothing else. The total
 /// that is read and decoded stays within a constant times the size of the file.
-[[nodiscard]] std::optional<BestPicture> find_best(Bytes file);
+/// What headers lack is also taken from those of the sample, a picture from the same camera, unless it is
+/// empty.
+[[nodiscard]] std::optional<BestPicture> find_best(Bytes file, Bytes sample = {});
 
 } // namespace still_mend

@@ -3,6 +3,7 @@
 #include <system_path/system_path.h>
 
 #include "Salvage.h"
+#include "header/Hypotheses.h"
 #include "output/Delivery.h"
 
 #include <filesystem>
@@ -32,6 +33,8 @@ std::uint32_t warnings_of(const Assessment& assessment, Delivered delivered) {
     warn_if(assessment.own + assessment.guessed < assessment.total, STILL_MEND_PARTS_LOST);
     warn_if(assessment.resynchronised, STILL_MEND_RESYNCHRONISED);
     warn_if(delivered == Delivered::kReencoded, STILL_MEND_REENCODED);
+    warn_if(hypothesis.from_sample && (hypothesis.tables_borrowed || hypothesis.frame_borrowed),
+            STILL_MEND_FROM_SAMPLE);
     return warnings;
 }
 
@@ -51,12 +54,27 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
     return report;
 }
 
-std::int32_t repair(const fs::path& damaged, const fs::path& output, StillMendReport& report) {
-    mapped_file::MappedFile file;
-    if (!file.open(damaged)) {
+/// Without a sample if there is no name.
+std::int32_t repair(const char* damaged, const char* sample_name, const char* output_name,
+                    StillMendReport& report) {
+    if (damaged == nullptr) {
         return STILL_MEND_INPUT_UNREADABLE;
     }
-    const auto find = still_mend::find_best(file.bytes());
+    if (output_name == nullptr) {
+        return STILL_MEND_OUTPUT_UNWRITABLE;
+    }
+    const fs::path output = path_of(output_name);
+    mapped_file::MappedFile file;
+    if (!file.open(path_of(damaged))) {
+        return STILL_MEND_INPUT_UNREADABLE;
+    }
+    mapped_file::MappedFile sample;
+    if (sample_name != nullptr &&
+        (!sample.open(path_of(sample_name)) || still_mend::find_donors(sample.bytes()).empty())) {
+        return STILL_MEND_SAMPLE_UNUSABLE;
+    }
+    const auto find =
+        still_mend::find_best(file.bytes(), sample_name != nullptr ? sample.bytes() : still_mend::Bytes());
     if (!find) {
         return STILL_MEND_NOTHING_FOUND;
     }
@@ -71,6 +89,22 @@ std::int32_t repair(const fs::path& damaged, const fs::path& output, StillMendRe
     return find->thumbnail ? STILL_MEND_ONLY_THUMBNAIL : STILL_MEND_OK;
 }
 
+/// No exception leaves the library.
+std::int32_t repair_safely(const char* damaged, const char* sample, const char* output,
+                           StillMendReport* report) {
+    StillMendReport filled{};
+    std::int32_t result = STILL_MEND_INTERNAL;
+    try {
+        result = repair(damaged, sample, output, filled);
+    } catch (...) {
+        result = STILL_MEND_INTERNAL;
+    }
+    if (report != nullptr) {
+        *report = filled;
+    }
+    return result;
+}
+
 } // namespace
 
 std::int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_file) {
@@ -79,21 +113,10 @@ std::int32_t MndJpegGeneralRepair(const char* damaged_file, const char* output_f
 
 std::int32_t MndJpegGeneralRepairReport(const char* damaged_file, const char* output_file,
                                         StillMendReport* report) {
-    StillMendReport filled{};
-    std::int32_t result = STILL_MEND_INTERNAL;
-    try {
-        if (damaged_file == nullptr) {
-            result = STILL_MEND_INPUT_UNREADABLE;
-        } else if (output_file == nullptr) {
-            result = STILL_MEND_OUTPUT_UNWRITABLE;
-        } else {
-            result = repair(path_of(damaged_file), path_of(output_file), filled);
-        }
-    } catch (...) {
-        result = STILL_MEND_INTERNAL;
-    }
-    if (report != nullptr) {
-        *report = filled;
-    }
-    return result;
+    return repair_safely(damaged_file, nullptr, output_file, report);
+}
+
+std::int32_t MndJpegSampleRepair(const char* damaged_file, const char* sample_file, const char* output_file,
+                                 StillMendReport* report) {
+    return repair_safely(damaged_file, sample_file == nullptr ? "" : sample_file, output_file, report);
 }

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -41,9 +42,7 @@ class RawMendFixture : public ::testing::Test {
             pointers.push_back(name.c_str());
         }
         // What was in the report before must not survive.
-        report.way = report.notes = report.sample = report.reserved = 77;
-        report.piece_count = report.found_piece_count = report.proved_piece_count = 77;
-        report.image_offset = report.size = 77;
+        std::memset(&report, 77, sizeof report);
         return RawMendRepair(utf8(damaged).c_str(), pointers.data(),
                              static_cast<std::uint32_t>(pointers.size()), utf8(output).c_str(), &report);
     }

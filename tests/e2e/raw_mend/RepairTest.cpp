@@ -25,6 +25,12 @@ TEST_F(RawMendRepairTest, WritesTheSampleAroundTheImageAndReportsIt) {
     EXPECT_EQ(report.piece_count, photo.tiles());
     EXPECT_EQ(report.found_piece_count, photo.tiles());
     EXPECT_EQ(report.proved_piece_count, photo.tiles());
+    EXPECT_EQ(report.mended_piece_count, 0U);
+    EXPECT_EQ(report.frame_width, 192U);
+    EXPECT_EQ(report.frame_height, 128U);
+    EXPECT_EQ(report.pixel_count, 192U * 128);
+    EXPECT_EQ(report.lost_pixel_count, 0U);
+    EXPECT_EQ(report.doubtful_pixel_count, 0U);
     EXPECT_EQ(report.image_offset, photo.tile_offsets[0]);
     EXPECT_EQ(report.size, result.size());
 }

@@ -70,6 +70,17 @@ TEST(FoundPieces, UnprovedOnesAreAFindingUnlessTheJudgeProvesThem) {
                 ElementsAre("nothing proves that the image's only piece is complete and in its place"));
 }
 
+TEST(FoundPieces, MendedOnesAreAccountedForByPixels) {
+    FoundImage image = image_of(67, 67, 60);
+    image.pieces_mended = 7;
+    EXPECT_THAT(find_doubts(image, false).findings, IsEmpty());
+    image.pieces_mended = 6;
+    EXPECT_THAT(find_doubts(image, false).findings,
+                ElementsAre("nothing proves that 1 of 67 pieces of the image is complete and in its place"));
+    image.pieces_mended = UINT64_MAX;
+    EXPECT_THAT(find_doubts(image, false).findings, IsEmpty());
+}
+
 TEST(FoundPieces, ReportThatClaimsMoreThanThereIsProvesNothingMore) {
     EXPECT_THAT(find_doubts(image_of(2, 9, 9), false).findings, IsEmpty());
     EXPECT_THAT(find_doubts(image_of(9, 2, 9), false).findings,

@@ -39,7 +39,9 @@ void expect_same(const Attempt& left, const Attempt& right) {
     EXPECT_EQ(left.judgement.height, right.judgement.height);
     EXPECT_EQ(left.judgement.data_errors, right.judgement.data_errors);
     EXPECT_EQ(left.judgement.rows_good, right.judgement.rows_good);
+    EXPECT_EQ(left.judgement.pixels_good, right.judgement.pixels_good);
     EXPECT_EQ(left.judgement.findings, right.judgement.findings);
+    EXPECT_EQ(left.judgement.place, right.judgement.place);
     EXPECT_EQ(left.judgement.camera, right.judgement.camera);
     EXPECT_EQ(left.judgement.taken, right.judgement.taken);
     EXPECT_EQ(left.engine, right.engine);
@@ -52,6 +54,15 @@ void expect_same(const Attempt& left, const Attempt& right) {
         EXPECT_EQ(left.image->pieces_found, right.image->pieces_found);
         EXPECT_EQ(left.image->pieces_proved, right.image->pieces_proved);
         EXPECT_EQ(left.image->offset, right.image->offset);
+        EXPECT_EQ(left.image->pieces_mended, right.image->pieces_mended);
+        EXPECT_EQ(left.image->frame_width, right.image->frame_width);
+        EXPECT_EQ(left.image->frame_height, right.image->frame_height);
+        EXPECT_EQ(left.image->pixels, right.image->pixels);
+        EXPECT_EQ(left.image->pixels_lost, right.image->pixels_lost);
+        EXPECT_EQ(left.image->pixels_doubtful, right.image->pixels_doubtful);
+        EXPECT_EQ(left.image->filled, right.image->filled);
+        EXPECT_EQ(left.image->lost, right.image->lost);
+        EXPECT_EQ(left.image->doubtful, right.image->doubtful);
     }
 }
 
@@ -75,6 +86,7 @@ void expect_same(const Record& left, const Record& right) {
     EXPECT_EQ(left.salvage.warnings, right.salvage.warnings);
     expect_same(left.raw, right.raw);
     expect_same(left.jpeg, right.jpeg);
+    expect_same(left.mask, right.mask);
     EXPECT_EQ(left.seconds, right.seconds);
 }
 
@@ -111,7 +123,7 @@ TEST(RecordJson, LineIsOneLineThatBeginsWithTheSchema) {
 
 TEST(RecordJson, UnknownValuesAreNull) {
     const auto json = nlohmann::json::parse(to_json_line(Record{}));
-    for (const char* name : {"problem", "salvage", "raw", "jpeg"}) {
+    for (const char* name : {"problem", "salvage", "raw", "jpeg", "mask"}) {
         EXPECT_TRUE(json.at(name).is_null()) << name;
     }
     EXPECT_TRUE(json.at("damaged").at("sha256").is_null());
@@ -132,9 +144,22 @@ TEST(RecordJson, AttemptOfTheRawEngineSaysHowTheImageWasFound) {
     EXPECT_EQ(json.at("attempts").at(0).at("image"), nullptr);
     const auto& attempt = json.at("attempts").at(1);
     EXPECT_EQ(attempt.at("engine"), "raw");
-    EXPECT_EQ(attempt.at("image"), nlohmann::json::parse(R"({"way":"rows","notes":5,"pieces":67,)"
-                                                         R"("pieces_found":66,"pieces_proved":65,)"
-                                                         R"("offset":59642})"));
+    EXPECT_EQ(attempt.at("image"),
+              nlohmann::json::parse(R"({"way":"rows","notes":5,"pieces":67,)"
+                                    R"("pieces_found":66,"pieces_proved":65,)"
+                                    R"("offset":59642,"pieces_mended":2,)"
+                                    R"("frame_width":3880,"frame_height":2600,)"
+                                    R"("pixels":10088000,"pixels_lost":40352,)"
+                                    R"("pixels_doubtful":7,"filled":false,)"
+                                    R"("lost":[{"left":4,"top":104,"width":3880,"height":10},)"
+                                    R"({"left":0,"top":0,"width":1552,"height":1}],)"
+                                    R"("doubtful":[{"left":1,"top":2,"width":7,"height":1}]})"));
+    const auto& judgement = attempt.at("judgement");
+    EXPECT_EQ(judgement.at("pixels_good"), 0.7459);
+    EXPECT_EQ(judgement.at("place"),
+              nlohmann::json::parse(R"({"sensor_width":3880,"sensor_height":2600,"left":4,"top":4,)"
+                                    R"("width":3872,"height":2592,"turn":0,"pixel_aspect":1.0})"));
+    EXPECT_EQ(json.at("mask").at("path"), "out/IMG_0042.mask.png");
 }
 
 TEST(RecordJson, CodeOfTheRawEngineIsExplainedAsItsOwn) {

@@ -106,5 +106,31 @@ TEST_F(PlanOfPlaces, ResultBesideItsInputIsNoOtherInput) {
     EXPECT_EQ(files[2].input.problem, "");
 }
 
+TEST_F(PlanOfPlaces, MasksOfOneNameHaveNamesOfTheirOwn) {
+    const auto masked = [&](const std::vector<fs::path>& names, const std::string& mask) {
+        std::vector<Input> inputs;
+        for (const fs::path& name : names) {
+            inputs.push_back({folder / "card" / name, name, ""});
+        }
+        return plan(inputs, {folder / "mended", {}, false, mask}, inputs_);
+    };
+    const auto files = masked({"x.arw", "x.dng", "y.arw"}, ".mask.png");
+    EXPECT_EQ(files[0].outputs.mask, folder / "mended" / "x.arw.mask.png");
+    EXPECT_EQ(files[1].outputs.mask, folder / "mended" / "x.dng.mask.png");
+    EXPECT_EQ(files[2].outputs.mask, folder / "mended" / "y.mask.png");
+    for (const PlannedFile& file : files) {
+        EXPECT_EQ(file.input.problem, "");
+    }
+    EXPECT_EQ(masked({"x.arw"}, "")[0].outputs.mask, fs::path());
+    EXPECT_EQ(masked({"x.arw"}, "./here.png")[0].outputs.mask, fs::path("./here.png"));
+    EXPECT_THAT(masked({"x.arw"}, ".jpg")[0].input.problem, HasSubstr("the place of another file"));
+    EXPECT_EQ(masked({"x.arw"}, ".arw")[0].outputs.mask.filename(), "x.arw.arw");
+    EXPECT_EQ(masked({"x.arw", "x.mask.dng"}, ".mask.dng")[0].outputs.mask.filename(), "x.arw.mask.dng");
+    const auto own = masked({"x.arw"}, "card/x.arw");
+    EXPECT_EQ(own[0].input.problem, "") << "a path from here";
+    inputs_.add(folder / "mended" / "x.mask");
+    EXPECT_THAT(masked({"x.arw"}, ".mask")[0].input.problem, HasSubstr("the place of another file"));
+}
+
 } // namespace
 } // namespace test

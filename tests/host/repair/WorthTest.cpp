@@ -37,6 +37,17 @@ TEST(Worth, VerdictCountsFirstThenRowsThenFindings) {
     EXPECT_FALSE(is_better(attempt_of("raw", std::nullopt, 1), &partial));
 }
 
+TEST(Worth, PixelsCountWhereTheyAreCounted) {
+    Attempt mended = attempt_of("raw", 0.5, 1);
+    mended.judgement.pixels_good = 0.99;
+    const Attempt rows = attempt_of("raw", 0.9, 1);
+    EXPECT_TRUE(is_better(mended, &rows));
+    EXPECT_FALSE(is_better(rows, &mended));
+    mended.judgement.rows_good = 1;
+    mended.judgement.pixels_good = 0.001;
+    EXPECT_EQ(verdict_of(mended.judgement), Verdict::kNotRepaired);
+}
+
 TEST(Worth, ExactEngineWinsATie) {
     const Attempt exact = attempt_of("exact", 0.9, 2);
     const Attempt raw = attempt_of("raw", 0.9, 2);

@@ -96,15 +96,33 @@ TEST_F(Html, CardShowsEverythingInTheRecord) {
     const std::string card = html_card(test::full_record(), 0);
     for (const char* told :
          {"partly there", "broken/IMG_0042.arw", "9571748 bytes", "out/IMG_0042.repaired.arw",
-          "out/IMG_0042.salvaged.jpg", "3872 × 2592 pixels", "75.0 % of the rows", "Sony DSLR-A330",
-          "the lower 648 rows are black", "samples/good.arw<br>Why: same camera, size nearest",
-          "samples/other.arw: ", "(code -1126)", "[same camera, date nearest]", "samples/third.arw: crashed",
-          "79 of 80 blocks", "only a thumbnail"}) {
+          "out/IMG_0042.salvaged.jpg", "3872 × 2592 pixels", "74.5 % of the pixels are the photograph's own",
+          "out/IMG_0042.mask.png", "2 put together anew", "Sony DSLR-A330", "the lower 648 rows are black",
+          "samples/good.arw<br>Why: same camera, size nearest", "samples/other.arw: ", "(code -1126)",
+          "[same camera, date nearest]", "samples/third.arw: crashed", "79 of 80 blocks",
+          "only a thumbnail"}) {
         EXPECT_THAT(card, HasSubstr(told));
     }
-    for (const char letter : {'a', 'b', 'c'}) {
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
         EXPECT_THAT(card, HasSubstr(std::string(64, letter)));
     }
+}
+
+TEST_F(Html, CardDrawsLostPixelsOverThePicture) {
+    Record record = test::full_record();
+    EXPECT_THAT(html_card(record, 0), Not(HasSubstr("<svg"))) << "there is no picture";
+    record.picture = "jpeg";
+    EXPECT_THAT(html_card(record, 0), HasSubstr("<svg viewBox=\"0 0 3872 2592\""));
+    EXPECT_THAT(html_card(record, 0), HasSubstr("<rect class=\"lost\" x=\"0\" y=\"100\" width=\"3872\""));
+    EXPECT_THAT(html_card(record, 0), HasSubstr("class=\"legend\""));
+    record.attempts[1].taken = false;
+    EXPECT_THAT(html_card(record, 0), Not(HasSubstr("<svg")));
+}
+
+TEST_F(Html, CardShowsTheShareOfRowsWherePixelsAreNotCounted) {
+    Record record = test::full_record();
+    record.attempts[1].judgement.pixels_good.reset();
+    EXPECT_THAT(html_card(record, 0), HasSubstr("75.0 % of the rows without damage"));
 }
 
 TEST_F(Html, LostFileHasNoOrigin) {

@@ -21,9 +21,18 @@ Record full_record() {
                         .height = 2592,
                         .data_errors = 1,
                         .rows_good = 0.75,
+                        .pixels_good = 0.7459,
                         .findings = {"the lower 648 rows are black", "one data error"},
                         .camera = "Sony DSLR-A330",
-                        .taken = "2026-05-01 12:30:00"};
+                        .taken = "2026-05-01 12:30:00",
+                        .place = PicturePlace{.sensor_width = 3880,
+                                              .sensor_height = 2600,
+                                              .left = 4,
+                                              .top = 4,
+                                              .width = 3872,
+                                              .height = 2592,
+                                              .turn = 0,
+                                              .pixel_aspect = 1}};
     second.taken = true;
     second.engine = kRawEngine;
     second.pictures_rendered = 3;
@@ -32,7 +41,16 @@ Record full_record() {
                     .pieces = 67,
                     .pieces_found = 66,
                     .pieces_proved = 65,
-                    .offset = 59642};
+                    .offset = 59642,
+                    .pieces_mended = 2,
+                    .frame_width = 3880,
+                    .frame_height = 2600,
+                    .pixels = 10088000,
+                    .pixels_lost = 40352,
+                    .pixels_doubtful = 7,
+                    .filled = false,
+                    .lost = {{4, 104, 3880, 10}, {0, 0, 1552, 1}},
+                    .doubtful = {{1, 2, 7, 1}}};
     Attempt third;
     third.sample = "samples/third.arw";
     third.why = "another camera";
@@ -56,6 +74,7 @@ Record full_record() {
                       .warnings = 65};
     record.raw = FileIdentity{"out/IMG_0042.repaired.arw", 9571740, std::string(64, 'b')};
     record.jpeg = FileIdentity{"out/IMG_0042.salvaged.jpg", 4321, std::string(64, 'c')};
+    record.mask = FileIdentity{"out/IMG_0042.mask.png", 321, std::string(64, 'd')};
     record.seconds = 1.25;
     return record;
 }

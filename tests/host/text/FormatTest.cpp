@@ -24,6 +24,8 @@ TEST(Format, OnlyAFullShareIsAHundredPercent) {
     EXPECT_EQ(format_share(1), "100 %");
     EXPECT_EQ(format_share(0.99999), "99.9 %");
     EXPECT_EQ(format_share(0.5), "50.0 %");
+    EXPECT_EQ(format_share(0.57), "57.0 %");
+    EXPECT_EQ(format_share(0.9879), "98.7 %") << "never more than it is";
     EXPECT_EQ(format_share(0.00001), "0.1 %");
     EXPECT_EQ(format_share(0), "0 %");
 }

@@ -31,7 +31,10 @@ void expect_pieces(const Bytes& result, const Bytes& damaged, const raw_mend::Fo
     for (std::size_t nth = 0; nth < image.pieces.size(); ++nth) {
         const Extent& written_to = description->raw.pieces[nth].data;
         ASSERT_TRUE(written_to.is_within(result)) << nth;
-        if (image.pieces[nth]) {
+        const auto mended = std::ranges::find(image.mended, nth, &raw_mend::MendedPiece::piece);
+        if (mended != image.mended.end()) {
+            ASSERT_TRUE(copy_of(written_to.of(result)) == mended->bytes) << nth;
+        } else if (image.pieces[nth]) {
             ASSERT_EQ(copy_of(written_to.of(result)), copy_of(image.pieces[nth]->of(damaged))) << nth;
         }
     }

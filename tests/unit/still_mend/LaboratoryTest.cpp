@@ -115,7 +115,16 @@ TEST(Laboratory, LostQuantisationTablesAreBorrowedFromASibling) {
         EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
         EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name;
         EXPECT_TRUE(lost.warnings & STILL_MEND_TABLES_BORROWED) << coding.name;
-        EXPECT_EQ(trial(coding, "DQT lost", false).result, STILL_MEND_NOTHING_FOUND) << coding.name;
+    }
+}
+
+TEST(Laboratory, LostQuantisationTablesAreGuessedWithoutASiblingAndNothingIsClaimed) {
+    for (const auto& coding : codings()) {
+        const Trial lost = trial(coding, "DQT lost", false);
+        EXPECT_EQ(lost.result, STILL_MEND_OK) << coding.name;
+        EXPECT_TRUE(lost.warnings & STILL_MEND_TABLES_STANDARD) << coding.name;
+        EXPECT_EQ(lost.claimed, 0U) << coding.name;
+        EXPECT_DOUBLE_EQ(lost.share(), 1.0) << coding.name; // Coefficient by coefficient.
     }
 }
 

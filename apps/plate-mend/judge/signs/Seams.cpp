@@ -13,7 +13,7 @@ constexpr unsigned kSeamRangeParts = 400;
 
 } // namespace
 
-Sign find_seams(const SensorView& view) {
+Sign find_seams(const SensorView& view, const std::vector<bool>& left_out) {
     if (view.tile_columns <= view.dx || view.tile_columns + view.dx >= view.columns) {
         return {};
     }
@@ -21,6 +21,9 @@ Sign find_seams(const SensorView& view) {
     double beside = 0;
     for (std::size_t x = view.tile_columns; x + view.dx < view.columns; x += view.tile_columns) {
         for (std::size_t y = 0; y < view.rows; ++y) {
+            if (y < left_out.size() && left_out[y]) {
+                continue;
+            }
             const std::uint16_t* border = view.row(y) + x;
             across += step(border[0], *(border - view.dx));
             beside += (step(*(border - 1), *(border - 1 - view.dx)) + step(border[view.dx], border[0])) / 2.0;

@@ -100,6 +100,10 @@ typedef struct RawMendReport {
     uint32_t sample;
     /** Always 0. */
     uint32_t reserved;
+    /** Size of the raw image's frame, in pixels: all that the file keeps, with the borders that pictures do
+     * not show. 0 where the file does not say. */
+    uint32_t frame_width;
+    uint32_t frame_height;
     /** Pieces of the raw image. */
     uint64_t piece_count;
     /** Pieces that were found. */
@@ -107,6 +111,17 @@ typedef struct RawMendReport {
     /** Found pieces that are proved: coded data decode to their last value at their last byte, rows fit one
      * another. Foreign bytes within rows are not noticed. */
     uint64_t proved_piece_count;
+    /** Pieces that were put together anew, because their bytes are torn apart in the damaged file, or some
+     * are lost. Which of their pixels are the photograph's own is in the next three fields. */
+    uint64_t mended_piece_count;
+    /** Pixels of the frame. */
+    uint64_t pixel_count;
+    /** Pixels that are not the photograph's own: filled from others, or zero. Those of pieces that were not
+     * found are among them. */
+    uint64_t lost_pixel_count;
+    /** Pixels that may be another's or at the wrong level, since nothing proves them. None of them is counted
+     * as lost, too. Pieces that are found and not proved are not among them. */
+    uint64_t doubtful_pixel_count;
     /** Offset of the image's first found piece in the damaged file, in bytes. */
     uint64_t image_offset;
     /** Bytes of the output. */
@@ -118,8 +133,10 @@ typedef struct RawMendReport {
  *
  *   damaged_file  only read.
  *   sample_files  tried in this order until one leads to a result all of whose pieces are proved, in places
- *                 that are certain. If none does, the result with the most proved pieces is kept, or that
- * with the fewest lost pieces if several have as many, or the earliest of these. sample_count  at least 1.
+ *                 that are certain, and with no pixel lost or doubtful. If none does, the result with the
+ *                 fewest pixels that are lost, doubtful, or in pieces that nothing proves is kept, or the
+ *                 earliest of several that are as good.
+ *   sample_count  at least 1.
  *   output_file   created; nothing may be at this path.
  *   report        filled if the result is RAW_MEND_OK, and all zeros otherwise. May be null.
  *
@@ -127,6 +144,66 @@ typedef struct RawMendReport {
  */
 RAW_MEND_API int32_t RawMendRepair(const char* damaged_file, const char* const* sample_files,
                                    uint32_t sample_count, const char* output_file, RawMendReport* report);
+
+/** What becomes of a repair: the bits of RawMendOptions.flags. */
+enum {
+    /** Lost pixels are zero, or as near to it as the coding allows. Otherwise they are filled from the
+     * nearest rows of the same colour. */
+    RAW_MEND_NO_FILL = 1
+};
+
+/** How to repair. All zeros: as RawMendRepair does. */
+typedef struct RawMendOptions {
+    /** RAW_MEND_NO_FILL, or 0. */
+    uint32_t flags;
+    /** Always 0. */
+    uint32_t reserved;
+} RawMendOptions;
+
+/** What the pixels of an area are: RawMendArea.kind. */
+enum {
+    /** Not the photograph's own: RawMendReport.lost_pixel_count. */
+    RAW_MEND_AREA_LOST = 1,
+    /** Not proved: RawMendReport.doubtful_pixel_count. */
+    RAW_MEND_AREA_DOUBTFUL = 2
+};
+
+/** No repair returns more areas than this. */
+enum { RAW_MEND_MOST_AREAS = 4096 };
+
+/** A rectangle of the raw image's frame. */
+typedef struct RawMendArea {
+    /** Columns before it. */
+    uint32_t left;
+    /** Rows above it. */
+    uint32_t top;
+    /** Columns; at least 1. */
+    uint32_t width;
+    /** Rows; at least 1. */
+    uint32_t height;
+    /** RAW_MEND_AREA_LOST or RAW_MEND_AREA_DOUBTFUL. */
+    uint32_t kind;
+    /** Always 0. */
+    uint32_t reserved;
+} RawMendArea;
+
+/**
+ * As RawMendRepair, with options, and with the areas of the image that are lost or doubtful.
+ *
+ *   options     null: none. Unknown flags are RAW_MEND_BAD_ARGUMENT, and so is a reserved field that is not
+ * 0. areas       receives the first `capacity` of them: the lost ones, then the doubtful ones, each from top
+ * to bottom. Every pixel that the report counts is in one. Where there would be more than
+ *               RAW_MEND_MOST_AREAS, neighbours become one, which may cover pixels that are neither, and
+ *               overlap others. May be null if the capacity is 0.
+ *   area_count  receives the number of all: 0 unless the result is RAW_MEND_OK. May be null if the capacity
+ * is 0.
+ *
+ * The other arguments and the result are those of RawMendRepair.
+ */
+RAW_MEND_API int32_t RawMendRepairImage(const char* damaged_file, const char* const* sample_files,
+                                        uint32_t sample_count, const char* output_file,
+                                        const RawMendOptions* options, RawMendReport* report,
+                                        RawMendArea* areas, uint32_t capacity, uint32_t* area_count);
 
 /** How an embedded picture is coded: RawMendPicture.coding. */
 enum {

@@ -16,8 +16,8 @@ namespace raw_mend {
 namespace {
 
 constexpr std::uint64_t kMostFujiPadding = 4096;
-constexpr std::uint64_t kLeastNearHead = 65536;
-constexpr std::uint64_t kPartNearHead = 8;
+constexpr std::uint64_t kLeastFujiDistance = 65536;
+constexpr std::uint64_t kFujiDistancePart = 8;
 
 /// The compressed image of an intact photograph.
 struct FujiSample {
@@ -65,7 +65,7 @@ Stream read_stream(Bytes damaged, const FujiHead& head, const FujiSample& sample
         stream.in_file && reader.has(stream.data.end() + sample.after, "FUJIFILMCCD-RAW ");
     stream.ends = stream.at_end || meets_next;
     const auto [less, more] = std::minmax(head.offset, sample.head.offset);
-    stream.is_near = more - less <= std::max(kLeastNearHead, sample.head.offset / kPartNearHead);
+    stream.is_near = more - less <= std::max(kLeastFujiDistance, sample.head.offset / kFujiDistancePart);
     return stream;
 }
 

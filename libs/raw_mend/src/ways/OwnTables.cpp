@@ -177,6 +177,25 @@ std::vector<Extent> OwnStructure::pieces() const {
     return all;
 }
 
+std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample) {
+    std::vector<OwnStructure> all;
+    std::size_t offset = 0;
+    for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
+        offset = find_header(damaged, sample, offset);
+        if (offset == damaged.size()) {
+            break;
+        }
+        const Bytes file = damaged.subspan(offset);
+        auto own = describe(file);
+        const auto rows = own && is_like(own->raw, sample) ? rows_of(own->raw) : std::nullopt;
+        if (rows && rows->geometry == sample.rows->geometry && rows->extent.offset < file.size() &&
+            are_read_alike(file, sample.file)) {
+            all.push_back({offset, file.size(), std::move(*own), false, std::nullopt});
+        }
+    }
+    return all;
+}
+
 std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample) {
     std::optional<OwnStructure> proved;
     std::optional<OwnStructure> possible;

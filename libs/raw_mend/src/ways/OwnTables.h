@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace raw_mend {
 
@@ -24,5 +25,9 @@ struct OwnStructure {
 /// the sample's own; then the first that ends the file as the sample's image does its own; if none does, the
 /// first. If none is proved, the first whose image may be at fault nowhere.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
+
+/// All photographs like the sample in a damaged file whose own tables name an image of as many rows, side by
+/// side. Their bytes are not read: they may be torn or lost.
+[[nodiscard]] std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample);
 
 } // namespace raw_mend

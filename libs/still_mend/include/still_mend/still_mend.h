@@ -25,7 +25,7 @@
 extern "C" {
 #endif
 
-/** Results of both functions. */
+/** Results of all functions. */
 enum {
     /** A picture that decodes was written. */
     STILL_MEND_OK = 0,
@@ -39,7 +39,9 @@ enum {
     /** Memory ran out, or another unexpected error. */
     STILL_MEND_INTERNAL = -4,
     /** Only a thumbnail survives. It decodes, and was written. */
-    STILL_MEND_ONLY_THUMBNAIL = -5
+    STILL_MEND_ONLY_THUMBNAIL = -5,
+    /** The sample cannot be read, or holds no JPEG with a complete header. */
+    STILL_MEND_SAMPLE_UNUSABLE = -6
 };
 
 /** What was done to the picture: the bits of StillMendReport.warnings. */
@@ -62,7 +64,9 @@ enum {
     STILL_MEND_RESYNCHRONISED = 128,
     /** The picture was re-encoded from its coefficients, with its own quantisation. Otherwise the coded data
      * are the camera's, bit for bit. */
-    STILL_MEND_REENCODED = 256
+    STILL_MEND_REENCODED = 256,
+    /** Tables, or size and sampling, were taken from the sample. */
+    STILL_MEND_FROM_SAMPLE = 512
 };
 
 /** first_bad_byte of a picture that has none. */
@@ -118,6 +122,20 @@ STILL_MEND_API int32_t MndJpegGeneralRepair(const char* damaged_file, const char
  */
 STILL_MEND_API int32_t MndJpegGeneralRepairReport(const char* damaged_file, const char* output_file,
                                                   StillMendReport* report);
+
+/**
+ * Does the same with an intact photograph from the same camera, taken with the same settings: it lends what
+ * the damaged file's header lacks, up to all of it. Size, sampling, tables and restart interval are taken
+ * from it, but no metadata.
+ *
+ *   sample_file  a JPEG, or a RAW photograph with JPEG previews. Only read.
+ *
+ * Without its beginning, a scan is decoded from where its data survive. The places of its MCUs follow from
+ * its end; their brightness and colour are an estimate, so they count as guessed. Returns what
+ * MndJpegGeneralRepair returns, or STILL_MEND_SAMPLE_UNUSABLE.
+ */
+STILL_MEND_API int32_t MndJpegSampleRepair(const char* damaged_file, const char* sample_file,
+                                           const char* output_file, StillMendReport* report);
 
 #ifdef __cplusplus
 }

@@ -4,6 +4,8 @@
 #include "assessment/SequentialAssessment.h"
 #include "progressive/MultiScan.h"
 
+#include <utility>
+
 namespace still_mend {
 
 namespace {
@@ -40,18 +42,24 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
 } // namespace
 
 std::uint64_t Assessment::score() const {
-    return static_cast<std::uint64_t>(own) * hypothesis.candidate.frame->mcu_area();
+    const std::size_t estimated = hypothesis.is_estimated() ? guessed / 2 : 0;
+    return static_cast<std::uint64_t>(own + estimated) * hypothesis.candidate.frame->mcu_area();
 }
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    const std::size_t shown = own + (multi_scan ? guessed : 0);
+    const std::size_t shown = own + (multi_scan || hypothesis.is_estimated() ? guessed : 0);
     return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 
 Assessment assess(Bytes file, const Hypothesis& hypothesis) {
-    return has_one_scan(hypothesis.candidate) ? assess_sequential(file, hypothesis)
-                                              : assess_scans(file, hypothesis);
+    Assessment result = has_one_scan(hypothesis.candidate) ? assess_sequential(file, hypothesis)
+                                                           : assess_scans(file, hypothesis);
+    if (hypothesis.quant_guessed) {
+        result.guessed += std::exchange(result.own, 0);
+        result.coarse = 0;
+    }
+    return result;
 }
 
 } // namespace still_mend

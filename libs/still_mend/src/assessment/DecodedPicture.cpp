@@ -49,7 +49,7 @@ DecodedPicture decode_picture(Bytes file, const Assessment& assessment) {
         decoded.present = decode_scans(file, candidate, decoded.store).present;
         return decoded;
     }
-    const McuDecoder decoder(*candidate.frame, *candidate.scan, candidate.tables);
+    const McuDecoder decoder(*candidate.frame, *candidate.scan, assessment.hypothesis.decoding_tables());
     for (const auto& run : assessment.runs) {
         decode_run(decoder, run, decoded);
     }

@@ -4,6 +4,7 @@
 #include "jpeg/EntropySegments.h"
 #include "jpeg/Markers.h"
 #include "jpeg/McuDecoder.h"
+#include "sequential/HeadlessPlacement.h"
 #include "sequential/PlainPlacement.h"
 #include "sequential/RestartPlacement.h"
 #include "sequential/Survey.h"
@@ -32,7 +33,7 @@ bool begins_with_restarts(const ScanData& data) {
 class SequentialAssessment {
   public:
     SequentialAssessment(Bytes file, const Hypothesis& hypothesis)
-        : decoder_(*hypothesis.candidate.frame, *hypothesis.candidate.scan, hypothesis.candidate.tables),
+        : decoder_(*hypothesis.candidate.frame, *hypothesis.candidate.scan, hypothesis.decoding_tables()),
           data_(scan_data(file, hypothesis)) {
         result_.hypothesis = hypothesis;
         result_.total = data_.total;
@@ -80,8 +81,7 @@ class SequentialAssessment {
         const Survey survey = data_.interval == 0 ? survey_plain(data_, decoder_, empty)
                                                   : survey_restarts(data_, decoder_, empty);
         Canvas canvas(survey.traces, candidate.frame->mcus_wide(), data_.total);
-        const auto placements =
-            data_.interval == 0 ? place_plain(data_, survey, canvas) : place_restarts(data_, survey, canvas);
+        const auto placements = place(survey, canvas);
         result_.hypothesis.candidate.tables.restart_interval = data_.interval;
         count(placements);
         for (const auto& placement : placements) {
@@ -91,6 +91,13 @@ class SequentialAssessment {
                 result_.resynchronised || !run.dc_known || (data_.interval == 0 && placement.skip > 0);
         }
         judge(survey, placements, canvas);
+    }
+
+    [[nodiscard]] std::vector<Placement> place(const Survey& survey, Canvas& canvas) const {
+        if (data_.interval != 0) {
+            return place_restarts(data_, survey, canvas);
+        }
+        return data_.from_start ? place_plain(data_, survey, canvas) : place_headless(data_, survey, canvas);
     }
 
     /// Where two placements have a place in common, the later one is shown.
@@ -123,8 +130,20 @@ class SequentialAssessment {
             result_.first_bad = result_.end;
         }
         // Every bit to the last is in its place, which never happens in noise.
-        result_.noise = !(in_order && survey.runs[placements.back().run].closes) &&
+        result_.noise = !(in_order && survey.runs[placements.back().run].closes) && !decodes_to_end(survey) &&
                         (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
+    }
+
+    /// Whether data without a beginning, and without restarts, decode in one run from there to EOI. Wrong
+    /// tables break off every few dozen MCUs.
+    [[nodiscard]] bool decodes_to_end(const Survey& survey) const {
+        constexpr std::size_t kLeastRun = 256;
+        if (data_.from_start || data_.interval != 0 || survey.runs.empty()) {
+            return false;
+        }
+        const Run& run = survey.runs.back();
+        return run.at_eoi && run.count >= kLeastRun &&
+               run.end - run.begin >= (survey.end - data_.first) / 10 * 9;
     }
 
     /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks

@@ -119,4 +119,14 @@ int McuTraces::level_down(std::size_t above, std::size_t below, std::size_t comp
     return data_[above * stride_ + means + 1] - data_[below * stride_ + means];
 }
 
+McuTraces::Brightness McuTraces::brightness_of(std::size_t mcu) const {
+    const auto [least, most] = std::ranges::minmax(part(mcu, 0, 2 * (across_ + down_)));
+    return {least, most};
+}
+
+int McuTraces::border_mean(std::size_t mcu, std::size_t component) const {
+    const std::size_t means = mcu * stride_ + 2 * (across_ + down_) + 2 * component;
+    return (data_[means] + data_[means + 1]) / 2;
+}
+
 } // namespace still_mend

@@ -36,6 +36,16 @@ class McuTraces {
     [[nodiscard]] int level_down(std::size_t above, std::size_t below) const;
     [[nodiscard]] int level_right(std::size_t left, std::size_t right) const;
 
+    /// The darkest and the brightest of the samples along the borders, in sixteenths of a level.
+    struct Brightness {
+        int least = 0;
+        int most = 0;
+    };
+    [[nodiscard]] Brightness brightness_of(std::size_t mcu) const;
+
+    /// The mean of the upper and lower border of a component, in sixteenths of a level.
+    [[nodiscard]] int border_mean(std::size_t mcu, std::size_t component) const;
+
     [[nodiscard]] std::size_t components() const { return components_; }
 
     /// The same for any component: what would level its first column of blocks.

@@ -4,6 +4,7 @@
 #include "sequential/Survey.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -14,31 +15,34 @@ namespace {
 
 constexpr std::size_t kLeastWide = 4; // MCUs.
 constexpr std::size_t kMostWide = 2048;
-constexpr std::size_t kLeastRows = 6;    // Of the narrowest picture.
-constexpr std::size_t kCompared = 3000;  // MCUs for each width.
+constexpr std::size_t kLeastRows = 6;   // Of the narrowest picture.
+constexpr std::size_t kCompared = 3000; // MCUs for each width.
+/// Height by width, in the order in which cameras use them.
+constexpr std::array kUsualProportions{3.0 / 4, 2.0 / 3, 9.0 / 16, 4.0 / 3, 3.0 / 2, 16.0 / 9, 1.0};
+constexpr double kSparser = 1.5;         // A sky at the top has fewer bytes than the rest.
 constexpr double kClearlySmoother = 0.7; // Of the median step of all widths.
 
 /// Runs that follow one another without a gap.
 struct JoinedRuns {
     std::size_t first = 0; // Trace.
     std::size_t count = 0;
+    std::size_t bytes = 0;
 };
 
 class FrameInference {
   public:
     FrameInference(Bytes file, const Hypothesis& hypothesis)
         : borrowed_(*hypothesis.candidate.frame), candidate_(hypothesis.candidate),
-          decoder_(borrowed_, *candidate_.scan, candidate_.tables), data_{file,
-                                                                          candidate_.entropy,
-                                                                          candidate_.limit,
-                                                                          candidate_.tables.restart_interval,
-                                                                          static_cast<std::size_t>(
-                                                                              kMaxPixels / 4 /
-                                                                              borrowed_.mcu_area()),
-                                                                          hypothesis.from_start},
+          decoder_(borrowed_, *candidate_.scan, hypothesis.decoding_tables()),
+          data_{file,
+                candidate_.entropy,
+                candidate_.limit,
+                candidate_.tables.restart_interval,
+                static_cast<std::size_t>(kMaxPixels / 4 / borrowed_.mcu_area()),
+                hypothesis.from_start},
           survey_{McuTraces(borrowed_, *candidate_.scan, candidate_.tables), {}, 0} {}
 
-    std::optional<Frame> infer() {
+    std::optional<InferredFrame> infer() {
         if (data_.interval == 0) {
             data_.interval = infer_interval(data_, decoder_);
         }
@@ -50,7 +54,10 @@ class FrameInference {
         }
         const JoinedRuns longest_runs = find_longest();
         const auto wide = width(longest_runs);
-        return wide ? with_size(*wide) : std::nullopt;
+        const auto frame = wide ? with_size(*wide) : std::nullopt;
+        return frame ? std::optional(InferredFrame{*frame, longest_runs.count, longest_runs.bytes,
+                                                   step_at(longest_runs, *wide)})
+                     : std::nullopt;
     }
 
   private:
@@ -60,8 +67,9 @@ class FrameInference {
         for (const auto& run : survey_.runs) {
             const bool follows = data_.interval != 0 && run.closes && run.adjacent &&
                                  current.first + current.count == run.trace;
-            current = follows ? JoinedRuns{current.first, current.count + run.count}
-                              : JoinedRuns{run.trace, run.count};
+            const std::size_t bytes = run.end - run.begin;
+            current = follows ? JoinedRuns{current.first, current.count + run.count, current.bytes + bytes}
+                              : JoinedRuns{run.trace, run.count, bytes};
             if (current.count > best.count) {
                 best = current;
             }
@@ -97,6 +105,11 @@ class FrameInference {
         const unsigned mcu_width = 8 * borrowed_.h_max();
         const unsigned mcu_height = 8 * borrowed_.v_max();
         Frame frame = borrowed_;
+        if (borrowed_.width == 0) {
+            frame.width = static_cast<unsigned>(wide) * mcu_width;
+            frame.height = likely_height(frame.width, mcu_height);
+            return is_possible(frame) ? std::optional(frame) : std::nullopt;
+        }
         std::size_t high = 0;
         if (data_.from_start && is_whole()) {
             high = (survey_.traces.size() + wide - 1) / wide;
@@ -113,9 +126,29 @@ class FrameInference {
         } else if (high == 0) {
             agree_with_last_restart(frame, mcu_height);
         }
-        const bool possible = frame.width <= 65500 && frame.height >= 1 && frame.height <= 65500 &&
-                              std::uint64_t{frame.width} * frame.height <= kMaxPixels;
-        return possible ? std::optional(frame) : std::nullopt;
+        return is_possible(frame) ? std::optional(frame) : std::nullopt;
+    }
+
+    static bool is_possible(const Frame& frame) {
+        return frame.width <= 65500 && frame.height >= 1 && frame.height <= 65500 &&
+               std::uint64_t{frame.width} * frame.height <= kMaxPixels;
+    }
+
+    /// The height of a picture of this width: of the usual proportions, the first that has room for what
+    /// survives, and for no more than the bytes before it could hold.
+    [[nodiscard]] unsigned likely_height(unsigned width, unsigned mcu_height) const {
+        const auto mcus = static_cast<double>(survey_.traces.size());
+        const double wide = static_cast<double>(width) / (8 * borrowed_.h_max());
+        const auto bytes = static_cast<double>(std::max(survey_.end, data_.first + 1) - data_.first);
+        const double least = mcus / wide * mcu_height;
+        const double most = least * (1 + kSparser * static_cast<double>(data_.first) / bytes);
+        const double middle = least + (most - least) / 2;
+        const auto fits = [&](double proportion) {
+            return proportion * width + mcu_height > least && proportion * width < most + mcu_height;
+        };
+        const auto* usual = std::ranges::find_if(kUsualProportions, fits);
+        const double height = usual != kUsualProportions.end() ? *usual * width : middle;
+        return static_cast<unsigned>(std::min(std::lround(height), 65535L));
     }
 
     /// Every run in turn, up to the EOI.
@@ -159,7 +192,7 @@ class FrameInference {
 
 } // namespace
 
-std::optional<Frame> infer_frame(Bytes file, const Hypothesis& hypothesis) {
+std::optional<InferredFrame> infer_frame(Bytes file, const Hypothesis& hypothesis) {
     return FrameInference(file, hypothesis).infer();
 }
 

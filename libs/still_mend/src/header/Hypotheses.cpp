@@ -1,6 +1,7 @@
 #include "header/Hypotheses.h"
 
 #include "header/FrameInference.h"
+#include "header/StandardTables.h"
 #include "jpeg/McuDecoder.h"
 
 #include <algorithm>
@@ -27,15 +28,6 @@ bool fill_missing(Array& tables, const Array& from) {
     return filled;
 }
 
-Tables standard_tables() {
-    Tables tables;
-    for (const std::size_t number : {0U, 1U}) {
-        tables.dc[number] = standard_dc_codes(number == 1);
-        tables.ac[number] = standard_ac_codes(number == 1);
-    }
-    return tables;
-}
-
 /// Reads SOS with a frame that was not known when the header was walked.
 void read_first_scan(Bytes file, PictureCandidate& candidate) {
     if (const auto content = segment_content(file, *candidate.sos_offset)) {
@@ -55,9 +47,10 @@ void add_with_sizes(Bytes file, std::vector<Hypothesis>& hypotheses, const Hypot
     const PictureCandidate& candidate = hypothesis.candidate;
     if (hypothesis.frame_borrowed && !candidate.frame->progressive() &&
         candidate.scan->components.size() == candidate.frame->components.size()) {
-        if (const auto frame = infer_frame(file, hypothesis); frame && *frame != *candidate.frame) {
+        if (const auto inferred = infer_frame(file, hypothesis);
+            inferred && inferred->frame != *candidate.frame) {
             hypotheses.push_back(hypothesis);
-            hypotheses.back().candidate.frame = frame;
+            hypotheses.back().candidate.frame = inferred->frame;
         }
     }
     hypotheses.push_back(hypothesis);
@@ -101,6 +94,15 @@ std::vector<PictureCandidate> find_siblings(const std::vector<PictureCandidate>&
     return siblings;
 }
 
+std::vector<PictureCandidate> find_donors(Bytes sample) {
+    auto donors = find_siblings(find_candidates(sample, find_header_markers(sample)));
+    for (PictureCandidate& donor : donors) {
+        donor.of_sample = true;
+        donor.applications.clear();
+    }
+    return donors;
+}
+
 std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& candidate,
                                         const std::vector<PictureCandidate>& siblings) {
     std::vector<Hypothesis> hypotheses;
@@ -121,7 +123,9 @@ std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& cand
             borrowed.frame_borrowed = true;
             read_first_scan(file, filled);
         }
+        borrowed.from_sample = sibling.of_sample;
         borrowed.tables_borrowed = fill_missing(filled.tables.quant, sibling.tables.quant);
+        borrowed.quant_guessed = borrowed.tables_borrowed && sibling.of_sample;
         Hypothesis with_standard = borrowed;
         const bool dc = fill_missing(filled.tables.dc, sibling.tables.dc);
         const bool ac = fill_missing(filled.tables.ac, sibling.tables.ac);
@@ -137,6 +141,7 @@ std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& cand
     if (candidate.frame && candidate.scan) {
         fill_missing(own.candidate.tables.dc, standard.dc);
         fill_missing(own.candidate.tables.ac, standard.ac);
+        own.quant_guessed = fill_missing(own.candidate.tables.quant, standard.quant);
         own.tables_standard = true;
         add_if_complete(file, hypotheses, own);
     }

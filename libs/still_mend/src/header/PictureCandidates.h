@@ -22,6 +22,7 @@ struct PictureCandidate {
     bool nested = false;         ///< It is in an application segment of another: a thumbnail.
     bool other_process = false;  ///< Lossless, or another frame that cannot be salvaged. Only marks a border.
     bool arithmetic = false;     ///< That process is arithmetic coding, which libjpeg decodes.
+    bool of_sample = false;      ///< It is in the sample, not in the damaged file.
     bool damaged_header = false; ///< Something between the first segment and SOS could not be read.
     Tables tables;
     std::optional<Frame> frame;

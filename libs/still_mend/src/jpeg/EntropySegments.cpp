@@ -33,6 +33,13 @@ std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit) {
     return found;
 }
 
+std::size_t skip_fill(Bytes file, std::size_t offset, std::size_t limit) {
+    while (offset + 1 < limit && file[offset] == 0xFF && file[offset + 1] == 0xFF) {
+        ++offset;
+    }
+    return offset;
+}
+
 std::optional<EntropySegment> EntropySegmentWalk::next() {
     while (offset_ < limit_) {
         const std::size_t end = next_marker(file_, offset_, limit_);

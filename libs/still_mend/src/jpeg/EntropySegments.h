@@ -10,6 +10,10 @@ namespace still_mend {
 /// there is none.
 [[nodiscard]] std::size_t next_marker(Bytes file, std::size_t offset, std::size_t limit);
 
+/// The offset of the marker that the FF at the offset begins, after fill bytes; the offset itself where
+/// there is no FF.
+[[nodiscard]] std::size_t skip_fill(Bytes file, std::size_t offset, std::size_t limit);
+
 /// An entropy-coded segment: the data between two markers.
 struct EntropySegment {
     int restart = -1;      ///< Number of the restart marker before it; -1 at the first byte of the scan.

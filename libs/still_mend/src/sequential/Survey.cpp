@@ -23,6 +23,7 @@ std::size_t most_traces(const ScanData& data) {
 }
 
 constexpr std::size_t kMostTooMany = 256;    // MCUs that damage adds to a run.
+constexpr std::size_t kInStep = 256;         // MCUs after which a run that began anywhere is in step.
 constexpr std::size_t kDroppedPerBit = 4096; // Runs of noise after which one more bit is skipped at a time.
 
 /// How many MCUs a run may have. If data remain before EOI after the last MCU of the picture, damage added
@@ -96,7 +97,7 @@ class PlainSurvey {
             keep_or_drop();
             first_ = false;
             if (end.last_of_scan) {
-                survey_.end = run_.at_eoi ? end.at.stop() + 2 : run_.end;
+                survey_.end = run_.at_eoi ? skip_fill(data_.file, end.at.stop(), data_.limit) + 2 : run_.end;
                 break;
             }
             if (!go_on_after(end)) {
@@ -135,14 +136,14 @@ class PlainSurvey {
             if (++run_.count == data_.total) {
                 most_here = most_mcus(data_, reader_);
             }
-            if (first_ && run_.count > 1) {
+            if (first_ ? run_.count > 1 : !data_.from_start && run_.count > kInStep) {
                 search_.add_usual_step(
                     survey_.traces.step_right(survey_.traces.size() - 2, survey_.traces.size() - 1));
             }
         }
         run_.end = after_last.offset();
         run_.closes = after_last.closes();
-        const std::size_t stop = after_last.stop();
+        const std::size_t stop = skip_fill(data_.file, after_last.stop(), data_.limit);
         run_.at_eoi = run_.closes && stop + 1 < data_.limit && data_.file[stop + 1] == marker::kEoi;
         run_.cut = failed && reader_.overrun() && stop + 1 >= data_.limit;
         survey_.end = run_.end;

@@ -1,0 +1,222 @@
+#include "mend/RowClusters.h"
+
+#include "mend/RowDifferences.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr double kForeign = 2.5;    ///< Times the difference that the surroundings have.
+constexpr double kForeignInRow = 4; ///< The same in a cluster that is shorter than a row.
+constexpr double kOwn = 1.6;        ///< Likewise: at most, beside a cluster.
+constexpr double kLeastShare = 0.8; ///< Of the chunks that must differ, those that do.
+constexpr std::uint64_t kMostSmooth = std::uint64_t{1} << 16U; ///< Bytes of rows that fit one another.
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20U;
+constexpr std::size_t kMostEnds = 64; ///< That are tried for one start.
+
+/// A cluster that may be foreign.
+struct Candidate {
+    ImageRange range;
+    double weight = 0;
+};
+
+/// How chunks differ from those on one side of them, and how they may.
+struct Misfit {
+    double sum = 0;
+    double allowed = 0;
+    std::size_t chunks = 0;
+    std::size_t foreign = 0;
+
+    [[nodiscard]] double ratio() const { return sum / allowed; }
+    [[nodiscard]] double excess() const { return sum - allowed; }
+    [[nodiscard]] double share() const {
+        return chunks == 0 ? 0 : static_cast<double>(foreign) / static_cast<double>(chunks);
+    }
+    [[nodiscard]] bool is_foreign() const { return chunks > 0 && ratio() > kForeign; }
+    [[nodiscard]] bool is_own() const { return chunks > 0 && ratio() <= kOwn; }
+};
+
+class ClusterSearch {
+  public:
+    ClusterSearch(Bytes image, const RowGeometry& geometry)
+        : differences_(image, geometry), size_(image.size()), row_(differences_.row()),
+          period_(differences_.period()),
+          sector_(
+              std::max<std::size_t>(1, static_cast<std::size_t>(kSectorBytes * row_ / geometry.row_bytes))) {}
+
+    void add(std::uint64_t origin) {
+        std::vector<std::uint64_t> ends;
+        std::vector<std::uint64_t> starts;
+        for (std::uint64_t at = origin % kSectorBytes; at <= size_; at += kSectorBytes) {
+            if (is_start(at)) {
+                starts.push_back(at);
+            }
+            if (is_end(at)) {
+                ends.push_back(at);
+            }
+        }
+        for (const std::uint64_t start : starts) {
+            auto end = std::ranges::upper_bound(ends, start);
+            for (std::size_t tried = 0; tried < kMostEnds && end != ends.end() && *end - start <= kMostBytes;
+                 ++tried, ++end) {
+                judge({start, *end});
+            }
+        }
+    }
+
+    /// Whether the first rows of a range fit those above them, and its last rows those below.
+    [[nodiscard]] bool fits(const ImageRange& range) const {
+        const std::size_t begin = differences_.chunk_of(range.begin);
+        const std::size_t end = differences_.chunk_of(range.end);
+        return above(begin + 1, std::min(end, begin + period_), begin).is_own() &&
+               below(std::max(begin + 1, end - std::min(end, period_)), end, end).is_own();
+    }
+
+    /// Those that differ most, apart.
+    std::vector<ImageRange> take() {
+        std::ranges::sort(candidates_, std::ranges::greater(), &Candidate::weight);
+        std::vector<ImageRange> chosen;
+        for (const Candidate& candidate : candidates_) {
+            const bool is_apart = std::ranges::none_of(chosen, [&](const ImageRange& other) {
+                return candidate.range.begin < other.end && other.begin < candidate.range.end;
+            });
+            if (is_apart) {
+                chosen.push_back(candidate.range);
+            }
+        }
+        std::ranges::sort(chosen, {}, &ImageRange::begin);
+        return chosen;
+    }
+
+  private:
+    /// What chunks that are outside may differ by: at least a bit, so that flat surroundings need not be
+    /// without any noise.
+    [[nodiscard]] double floor() const { return 0.5 + differences_.median() / 2; }
+
+    /// The misfit of the chunks [begin, end) with those above them. The surroundings are the rows above a
+    /// cluster that begins at some chunk.
+    [[nodiscard]] Misfit above(std::size_t begin, std::size_t end, std::size_t cluster) const {
+        Misfit misfit;
+        for (std::size_t i = std::max(begin, 2 * period_ + 1); i < std::min(end, differences_.size()); ++i) {
+            const std::size_t outside = i - (i < cluster + row_ ? row_ : period_);
+            const double allowed = std::max(
+                {floor(), double{differences_.vertical(outside)},
+                 (double{differences_.vertical(outside - 1)} + differences_.vertical(outside + 1)) / 2,
+                 double{differences_.horizontal(i - period_)}});
+            count(differences_.vertical(i), allowed, misfit);
+        }
+        return misfit;
+    }
+
+    /// The same with those below; the surroundings are the rows below a cluster that ends at some chunk.
+    [[nodiscard]] Misfit below(std::size_t begin, std::size_t end, std::size_t cluster) const {
+        Misfit misfit;
+        const std::size_t last = differences_.size() - std::min(differences_.size(), 2 * period_ + 1);
+        for (std::size_t i = begin; i < std::min(end, last); ++i) {
+            const std::size_t outside = i + period_ + (i + row_ >= cluster ? row_ : period_);
+            const double allowed = std::max(
+                {floor(), double{differences_.vertical(outside)},
+                 (double{differences_.vertical(outside - 1)} + differences_.vertical(outside + 1)) / 2,
+                 double{differences_.horizontal(i + period_)}});
+            count(differences_.vertical(i + period_), allowed, misfit);
+        }
+        return misfit;
+    }
+
+    static void count(double difference, double allowed, Misfit& misfit) {
+        misfit.sum += difference;
+        misfit.allowed += allowed;
+        misfit.foreign += difference > kOwn * allowed ? 1 : 0;
+        ++misfit.chunks;
+    }
+
+    [[nodiscard]] bool is_start(std::uint64_t at) const {
+        const std::size_t chunk = differences_.chunk_of(at);
+        return chunk >= sector_ && above(chunk + 1, chunk + sector_, chunk).is_foreign() &&
+               above(chunk - sector_, chunk, chunk).is_own();
+    }
+
+    [[nodiscard]] bool is_end(std::uint64_t at) const {
+        const std::size_t chunk = differences_.chunk_of(at);
+        return chunk >= sector_ && below(chunk - sector_, chunk, chunk).is_foreign() &&
+               below(chunk + 1, chunk + sector_, chunk).is_own();
+    }
+
+    void judge(const ImageRange& range) {
+        const std::size_t begin = differences_.chunk_of(range.begin);
+        const std::size_t end = differences_.chunk_of(range.end);
+        const Misfit first = above(begin + 1, std::min(end, begin + period_), begin);
+        const Misfit last = below(std::max(begin + 1, end - std::min(end, period_)), end, end);
+        const bool is_short = end - begin < row_;
+        const double least = is_short ? kForeignInRow : kForeign;
+        if (first.ratio() > least && last.ratio() > least && first.share() >= kLeastShare &&
+            last.share() >= kLeastShare && (!is_short || is_between_own(begin, end)) &&
+            (range.length() <= kMostSmooth || is_rough(begin, end))) {
+            candidates_.push_back({range, weigh(range, first, last)});
+        }
+    }
+
+    /// Whether the rows of a long cluster differ from one another as much as from those around it: noise, or
+    /// other data than samples. Else it is more likely a part of the image between two clusters.
+    [[nodiscard]] bool is_rough(std::size_t begin, std::size_t end) const {
+        double inside = 0;
+        for (std::size_t i = begin; i < end; ++i) {
+            inside += differences_.vertical(i) / static_cast<double>(end - begin);
+        }
+        return inside > kForeignInRow * floor();
+    }
+
+    /// The more for a shorter range: else two clusters with a part of the image between them would be one.
+    static double weigh(const ImageRange& range, const Misfit& first, const Misfit& last) {
+        constexpr double kShareWeight = 8;
+        return std::min(first.excess(), last.excess()) *
+               std::pow(first.share() * last.share(), kShareWeight) /
+               std::sqrt(static_cast<double>(range.length()));
+    }
+
+    /// Whether the rows directly above and below a cluster, of other colours, belong to the image: what a
+    /// lens shows is never one row high.
+    [[nodiscard]] bool is_between_own(std::size_t begin, std::size_t end) const {
+        const std::size_t length = std::min(end - begin, row_);
+        const std::size_t top = begin - std::min(begin, row_);
+        const std::size_t bottom = end + row_ - length;
+        return above(top, top + length, top).is_own() &&
+               below(bottom, bottom + length, bottom + length).is_own();
+    }
+
+    RowDifferences differences_;
+    std::uint64_t size_;
+    std::size_t row_;
+    std::size_t period_;
+    std::size_t sector_; ///< Chunks of a sector, cut.
+    std::vector<Candidate> candidates_;
+};
+
+} // namespace
+
+std::vector<ImageRange> find_foreign_clusters(Bytes image, const RowGeometry& geometry,
+                                              std::span<const std::uint64_t> origins) {
+    ClusterSearch search(image, geometry);
+    for (const std::uint64_t origin : origins) {
+        search.add(origin);
+    }
+    return search.take();
+}
+
+bool fits_in_rows(Bytes image, const RowGeometry& geometry, const ImageRange& range) {
+    constexpr std::uint64_t kRowsAround = 8;
+    const std::uint64_t first = range.begin / geometry.row_bytes;
+    const std::uint64_t top = first - std::min(first, kRowsAround);
+    const std::uint64_t last = (range.end + geometry.row_bytes - 1) / geometry.row_bytes;
+    RowGeometry around = geometry;
+    around.rows = std::min(last + kRowsAround, geometry.rows) - top;
+    const std::uint64_t begin = top * geometry.row_bytes;
+    const Bytes bytes =
+        image.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(around.image_bytes()));
+    return ClusterSearch(bytes, around).fits({range.begin - begin, range.end - begin});
+}
+
+} // namespace raw_mend
