@@ -15,6 +15,10 @@ namespace {
 
 constexpr std::array<std::uint64_t, 1> kOrigins{0};
 
+/// Pieces of an image in which exchanged clusters are looked for although they are complete: where they are
+/// many, two clusters are hardly ever of the same piece.
+constexpr std::size_t kMostExchanged = 8;
+
 class StreamImage {
   public:
     StreamImage(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
@@ -32,8 +36,10 @@ class StreamImage {
                 fill(piece, *sample);
             } else if (!is_whole(*image_.pieces[piece], *head)) {
                 repair(piece, *head, *sample);
-            } else if (auto exchanged = undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
-                                                      sample_.file, *sample, kOrigins)) {
+            } else if (auto exchanged = image_.pieces.size() > kMostExchanged
+                                            ? std::nullopt
+                                            : undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
+                                                            sample_.file, *sample, kOrigins)) {
                 image_.mended.push_back({piece, std::move(exchanged->bytes)});
             }
         }
@@ -65,12 +71,23 @@ class StreamImage {
             ++image_.proved;
         }
         const std::size_t count = StreamFrame(head).count();
+        if (forget_doubt(piece)) {
+            stream.doubtful = outside(stream.lost, {0, count});
+        }
         for (const ValueRun& run : stream.lost) {
             add(areas_of(raw_, piece, count, run), image_.lost);
         }
         for (const ValueRun& run : stream.doubtful) {
             add(areas_of(raw_, piece, count, run), image_.doubtful);
         }
+    }
+
+    /// Whether all of a piece was doubtful. Takes it out.
+    bool forget_doubt(std::size_t piece) {
+        const auto areas = area_of_piece(raw_, piece);
+        return std::erase_if(image_.doubtful, [&](const Area& area) {
+                   return std::ranges::find(areas, area) != areas.end();
+               }) > 0;
     }
 
     /// The rows of the stream at which slices begin.
@@ -100,7 +117,7 @@ class StreamImage {
 
 bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
     const Image& raw = sample.description.raw;
-    if (raw.frame.coding != Coding::kLosslessJpeg) {
+    if (raw.frame.coding != Coding::kLosslessJpeg || pieces.size() > kMostExchanged) {
         return false;
     }
     for (std::size_t piece = 0; piece < pieces.size(); ++piece) {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
-#include <cstdio>
-#include <cstdlib>
 
 namespace raw_mend {
 
@@ -110,7 +108,6 @@ LevelShift weigh_all(const StreamFrame& frame, const Means& here, const std::vec
                                                    frame.components)));
         }
         result.shift.push_back(-static_cast<int>(std::lround(shift)));
-        if(getenv("DBG")) fprintf(stderr,"level comp %zu tests %zu shift %f error %f\n",component,tests.size(),shift,error);
     }
     return result;
 }

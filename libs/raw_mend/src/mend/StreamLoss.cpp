@@ -68,6 +68,21 @@ std::size_t find_fitting_row(const StreamWalk& walk, std::span<const std::uint16
 
 } // namespace
 
+std::vector<ValueRun> outside(const std::vector<ValueRun>& others, const ValueRun& run) {
+    std::vector<ValueRun> parts;
+    std::size_t begin = run.begin;
+    for (const ValueRun& other : others) {
+        if (begin < other.begin) {
+            parts.push_back({begin, other.begin});
+        }
+        begin = std::max(begin, other.end);
+    }
+    if (begin < run.end) {
+        parts.push_back({begin, run.end});
+    }
+    return parts;
+}
+
 void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint16_t> values,
                  const ValueRun& run) {
     for (std::size_t at = run.begin; at < run.end; ++at) {

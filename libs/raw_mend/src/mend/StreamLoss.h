@@ -10,6 +10,9 @@ struct ValueRun {
     std::size_t end = 0;
 };
 
+/// The parts of a run that are in none of these, which are in ascending order.
+[[nodiscard]] std::vector<ValueRun> outside(const std::vector<ValueRun>& others, const ValueRun& run);
+
 /// Fills values that are lost from the nearest row above with the same colours; without one, with what is
 /// predicted.
 void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint16_t> values,

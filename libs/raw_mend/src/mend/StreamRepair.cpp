@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 namespace raw_mend {
@@ -32,6 +30,9 @@ class StreamRepair {
             end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
         RepairedStream result;
         result.lost.push_back(lost);
+        if (walk_.decoded() == count && lost.begin >= count) { // Something before the end is foreign.
+            result.doubtful.push_back({first_out_of_place(suspects), count});
+        }
         if (lost.end < count && !correct_levels(lost)) {
             result.doubtful.push_back({lost.end, count});
         }
@@ -54,7 +55,8 @@ class StreamRepair {
 
     /// If the data could be decoded up to their end, but are too few, values are missing before that: after
     /// the suspect after which the others fit best when they are moved by as many.
-    std::size_t choose_loss(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
+    std::size_t choose_loss(const std::vector<StreamTears::Suspect>& suspects,
+                            std::optional<std::uint64_t> end) {
         constexpr std::uint64_t kNear = 16;
         const std::size_t decoded = walk_.decoded();
         const std::size_t last = suspects.empty() ? decoded : suspects.back().value;
@@ -62,18 +64,40 @@ class StreamRepair {
             walk_.place_of(decoded).place.byte + kNear < *end) {
             return last;
         }
-        std::size_t loss = last;
-        double least = 1;
+        constexpr double kLikely = 0.9;
+        std::size_t loss = last_in_place(suspects);
+        double least = kLikely;
         for (const auto& suspect : suspects) {
-            const double moved = compare_moved(walk_, suspect.value, walk_.values().size() - decoded);
-            const double misfit = moved / std::max(suspect.misfit, 1.0);
-            if(getenv("DBG")) fprintf(stderr,"  suspect %zu misfit %.2f moved %.3f\n",suspect.value,suspect.misfit,moved);
+            const double misfit = compare_moved(walk_, suspect.value, walk_.values().size() - decoded) /
+                                  std::max(suspect.misfit, 1.0);
             if (suspect.value != last && misfit < least) {
                 least = misfit;
                 loss = suspect.value;
             }
         }
         return loss;
+    }
+
+    /// The first suspect that the alarms do not account for; 0 if there is none.
+    [[nodiscard]] static std::size_t first_out_of_place(const std::vector<StreamTears::Suspect>& suspects) {
+        const auto first =
+            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > 1; });
+        return first == suspects.end() ? 0 : first->value;
+    }
+
+    /// The last suspect before the first one that is not where the alarms let it be.
+    [[nodiscard]] std::size_t last_in_place(const std::vector<StreamTears::Suspect>& suspects) const {
+        constexpr std::size_t kNear = 4 * StreamFit::kBlock;
+        std::size_t last = suspects.front().value;
+        for (const auto& suspect : suspects) {
+            const auto alarm =
+                std::ranges::lower_bound(alarms_, suspect.value - std::min(suspect.value, kNear));
+            if (alarm == alarms_.end() || *alarm > suspect.value + kNear) {
+                break;
+            }
+            last = suspect.value;
+        }
+        return last;
     }
 
     /// The rows of the band that a row is in.
@@ -146,22 +170,6 @@ RepairedStream take_whole(StreamWalk& walk) {
     return {{all.begin(), all.end()}, true, {}, {}};
 }
 
-/// The parts of a run that are in none of these, which are in order.
-std::vector<ValueRun> outside(const std::vector<ValueRun>& others, const ValueRun& run) {
-    std::vector<ValueRun> parts;
-    std::size_t begin = run.begin;
-    for (const ValueRun& other : others) {
-        if (begin < other.begin) {
-            parts.push_back({begin, other.begin});
-        }
-        begin = std::max(begin, other.end);
-    }
-    if (begin < run.end) {
-        parts.push_back({begin, run.end});
-    }
-    return parts;
-}
-
 std::size_t measure_period(Bytes file, const lossless_jpeg::Head& head) {
     constexpr std::size_t kRows = 64;
     const StreamFrame frame(head);
@@ -202,13 +210,6 @@ RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std
         StreamTears tears(damaged, walk, origins, traits.alarms, reach, is_cautious);
         if (tears.run()) {
             return take_whole(walk);
-        }
-        if (getenv("DBG")) {
-            fprintf(stderr, "undone %zu decoded %zu suspects", tears.undone(), walk.decoded());
-            for (auto v : tears.suspects()) fprintf(stderr, " %zu", v.value);
-            for (auto& r : bytes.runs())
-                fprintf(stderr, " [%llu-%llu]", (unsigned long long)r.begin, (unsigned long long)r.end);
-            fprintf(stderr, " end %llu\n", (unsigned long long)end);
         }
         if (is_cautious && reach == Reach::kAnywhere && tears.passed_over() > 0) {
             is_cautious = false;

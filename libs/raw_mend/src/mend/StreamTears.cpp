@@ -1,8 +1,6 @@
 #include "mend/StreamTears.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 namespace raw_mend {
 
@@ -49,9 +47,6 @@ bool StreamTears::is_expected(const StreamBreak& broken) const {
 bool StreamTears::undo(const StreamBreak& broken) {
     const Run natural = run_on(broken);
     misfit_ = is_expected(broken) ? 1 : natural.misfit;
-    if (getenv("DBG"))
-        fprintf(stderr, "break %zu fault %d natural %zu %.2f\n", broken.value, broken.is_fault,
-                natural.values, natural.misfit);
     if (natural.values >= kLongRun && is_expected(broken)) {
         return false;
     }
@@ -101,11 +96,6 @@ const Continuation* StreamTears::choose(const std::vector<Continuation>& found, 
     for (const Continuation& continuation : found) {
         const Run run = run_from(continuation);
         walk_.restore(before);
-        if (getenv("DBG"))
-            fprintf(stderr, "  cand kept %llu file %llu -> %llu misfit %.2f run %zu misfit %.2f\n",
-                    (unsigned long long)continuation.kept,
-                    (unsigned long long)walk_.bytes().offset_of(continuation.kept),
-                    (unsigned long long)continuation.offset, continuation.misfit, run.values, run.misfit);
         if (run.values < kLeastRun || (best_run.values >= row && run.values < row)) {
             continue;
         }
