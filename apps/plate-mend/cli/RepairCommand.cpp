@@ -111,7 +111,6 @@ class Repair {
         if (!options_.log_directory.empty()) {
             OutputFile file = open_report(log_file());
             file.publish();
-            add_growing_report(file.path());
             log_.emplace(std::move(file));
         }
         return work();
@@ -263,15 +262,13 @@ class Repair {
     [[nodiscard]] fs::path log_file() const { return path_from(options_.log_directory) / "PlateMend.log"; }
 
     /// Starts a report or a log, as a private file first.
-    OutputFile open_report(const fs::path& path) const {
+    OutputFile open_report(const fs::path& path) {
         clear_stale_folders(folder_of(path));
-        return {path, may_replace(path)};
-    }
-
-    void add_growing_report(const fs::path& path) {
+        OutputFile report(path, may_replace(path));
         if (record_) {
-            record_->add_report(path, false);
+            record_->add_growing_report(path, report.stamp());
         }
+        return report;
     }
 
     int work() {
@@ -279,7 +276,7 @@ class Repair {
         log_.reset();
         for (const fs::path& report : reports_) {
             if (record_) {
-                record_->add_report(report, true);
+                record_->add_complete_report(report);
             }
         }
         return status;
@@ -290,11 +287,6 @@ class Repair {
                               log_ ? &*log_ : nullptr);
         Reports reports({options_.json, options_.csv, options_.report, options_.quiet}, files_.size(),
                         [this](const fs::path& path) { return open_report(path); });
-        for (const std::string& report : {options_.json, options_.csv}) {
-            if (!report.empty() && report != "-") {
-                add_growing_report(path_from(report));
-            }
-        }
         const BatchEnd end = run_batch(
             {.files = files_,
              .samples = samples_,

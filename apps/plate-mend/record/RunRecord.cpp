@@ -114,6 +114,13 @@ void refuse_link(const fs::path& path) {
     }
 }
 
+Json report_line(const fs::path& path, const platform::FileStamp& file) {
+    return Json::object({{"schema", kRunSchema},
+                         {"key", escaped_name(platform::name_key(path))},
+                         {"volume", file.volume},
+                         {"index", file.index}});
+}
+
 } // namespace
 
 struct RunRecord::Entry {
@@ -276,20 +283,19 @@ void RunRecord::add(const Record& record) {
     }
 }
 
-void RunRecord::add_report(const fs::path& path, bool is_complete) {
+void RunRecord::add_growing_report(const fs::path& path, const platform::FileStamp& file) {
+    append(report_line(path, file));
+}
+
+void RunRecord::add_complete_report(const fs::path& path) {
     const auto stamp = platform::stamp_of(path);
     if (!stamp) {
         return; // It never appeared, or has been removed.
     }
-    Json line = Json::object({{"schema", kRunSchema},
-                              {"key", escaped_name(platform::name_key(path))},
-                              {"volume", stamp->volume},
-                              {"index", stamp->index}});
-    if (is_complete) {
-        line.set("size", stamp->size);
-        line.set("modified", stamp->modified);
-        line.set("changed", stamp->changed);
-    }
+    Json line = report_line(path, *stamp);
+    line.set("size", stamp->size);
+    line.set("modified", stamp->modified);
+    line.set("changed", stamp->changed);
     append(line);
 }
 
