@@ -158,13 +158,12 @@ class TornRowsSearch {
             return front_of(*proved);
         }
         const auto whole = find_fitting_rows(damaged_, sample_);
-        if (whole && whole->proved == whole->pieces.size()) {
-            return front_of(*whole);
-        }
+        const bool is_proved = whole && whole->proved == whole->pieces.size();
         for (OwnStructure& own : find_own_rows(damaged_, sample_)) {
             RowFront front = front_of(std::move(own));
-            const bool is_another = whole && !are_near(front.start, front_of(*whole).start);
-            if (!is_another && is_confirmed(front)) {
+            const auto other = whole ? front_of(*whole).start : front.start;
+            const bool is_shown = is_proved && other != front.start ? is_torn(front) : is_confirmed(front);
+            if (are_near(front.start, other) && is_shown) {
                 return front;
             }
         }
@@ -206,7 +205,11 @@ class TornRowsSearch {
         }
         starts.push_back(in_sample);
         for (const std::uint64_t end : find_filler_ends(damaged_)) {
-            starts.push_back(static_cast<std::int64_t>(end));
+            const auto start = static_cast<std::int64_t>(end);
+            const auto back = back_of(start);
+            if (back && phase_of(*back) != phase_of(start) && has_first_phase(start)) {
+                starts.push_back(start);
+            }
         }
         constexpr std::size_t kMostStarts = 8;
         starts.resize(std::min(starts.size(), kMostStarts));
@@ -219,12 +222,15 @@ class TornRowsSearch {
         return std::nullopt;
     }
 
-    /// Whether sectors are lost or put in between the first rows and the last, which have other phases.
+    /// Whether sectors are lost or put in between the first rows and the last.
     [[nodiscard]] bool is_torn(const RowFront& front) const {
         constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
         const auto back = back_of(front.start);
-        return back && (*back - front.start) % kSector == 0 && phase_of(*back) != phase_of(front.start) &&
-               find_segments(front).gain >= kLeastRowGain && is_confirmed(front);
+        if (!back || *back == front.start || (*back - front.start) % kSector != 0) {
+            return false;
+        }
+        const RowSegments segments = find_segments(front);
+        return segments.gain >= kLeastRowGain && has_picture(segments.segments.front());
     }
 
     [[nodiscard]] MendedRows describe(const RowFront& front, const RowSegments& segments) const {
