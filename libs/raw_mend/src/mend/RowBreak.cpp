@@ -203,7 +203,7 @@ class BreakSearch {
         const std::uint64_t burst = 2 * geometry_.cfa_period * padded_;
         RowBreak result{best.at, {best.at, best.at}, 0};
         // Whole rows that are lost leave less of a trace than many edges of things in the picture.
-        const double part = lost_ % geometry_.row_bytes == 0 ? 0.9 : 0.5;
+        const double part = lost_ % geometry_.row_bytes == 0 ? 0.9 : 0.05;
         const double most = lost_ > 0 ? (median_cost() - best.cost) * part : 0;
         for (const Place& place : places_) {
             const std::uint64_t apart = 2 * (std::max(sample_at(place.at), sample_at(best.at)) -

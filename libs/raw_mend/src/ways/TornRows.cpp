@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -66,11 +67,35 @@ class TornRowsSearch {
         }
         RowImage filled = image_; // What is lost must not look foreign.
         fill_lost_rows(geometry_, rows_of_piece(), Filling::kNeighbours, filled);
-        auto clusters = find_foreign_clusters(filled.bytes, geometry_, sectors_of(segments, header));
+        auto clusters = find_clusters(filled.bytes, sectors_of(segments, header));
         remove_ranges(filled.lost, clusters);
         has_foreign_ = has_foreign_ || !clusters.empty();
         add_lost(exchange_clusters(geometry_, clusters, image_.bytes), image_);
         return has_foreign_;
+    }
+
+    /// In all rows together, or in each tile: the rows of one do not continue those of another.
+    [[nodiscard]] std::vector<ImageRange> find_clusters(Bytes image,
+                                                        std::span<const std::uint64_t> sectors) const {
+        const Frame& frame = sample_.description.raw.frame;
+        if (frame.piece_width >= frame.width) {
+            return find_foreign_clusters(image, geometry_, sectors);
+        }
+        RowGeometry tile = geometry_;
+        tile.rows = rows_of_piece();
+        std::vector<ImageRange> all;
+        for (std::uint64_t begin = 0; begin + tile.image_bytes() <= length_; begin += tile.image_bytes()) {
+            std::vector<std::uint64_t> inside;
+            for (const std::uint64_t sector : sectors) {
+                inside.push_back((sector - begin) % kSectorBytes);
+            }
+            const Bytes bytes =
+                image.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(tile.image_bytes()));
+            for (const ImageRange& range : find_foreign_clusters(bytes, tile, inside)) {
+                all.push_back({begin + range.begin, begin + range.end});
+            }
+        }
+        return all;
     }
 
     /// Offsets in the image from which sectors may be counted.
@@ -255,7 +280,6 @@ class TornRowsSearch {
         for (std::size_t nth = 0; nth < sample_.description.raw.pieces.size(); ++nth) {
             const ImageRange piece{begin, begin + sample_.description.raw.pieces[nth].data.length};
             const auto data = image_.bytes.begin();
-            image.pieces.push_back(place_of(piece, segments));
             image.mended.push_back({nth,
                                     {data + static_cast<std::ptrdiff_t>(piece.begin),
                                      data + static_cast<std::ptrdiff_t>(piece.end)}});
@@ -263,6 +287,9 @@ class TornRowsSearch {
             remove_ranges(image_.lost, own);
             remove_ranges(image_.doubtful, own);
             image.proved += own == std::vector{piece} ? 1U : 0U;
+            std::vector<ImageRange> found{piece};
+            remove_ranges(image_.lost, found);
+            image.pieces.push_back(found.empty() ? std::nullopt : place_of(piece, segments));
             begin = piece.end;
         }
     }
