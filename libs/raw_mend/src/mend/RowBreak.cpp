@@ -12,9 +12,10 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kStep = 16;  ///< Samples from one sum to the next.
-constexpr double kDoubtFactor = 4; ///< Standard deviations by which a place must be worse.
-constexpr double kMissing = 65536; ///< The difference of samples that are not in the file.
+constexpr std::size_t kStep = 16;   ///< Samples from one sum to the next.
+constexpr double kDoubtFactor = 4;  ///< Standard deviations by which a place must be worse.
+constexpr double kMostOfMean = 1.5; ///< Rows may differ so many times as much as they do in the mean.
+constexpr double kMissing = 65536;  ///< The difference of samples that are not in the file.
 
 /// The sums of how samples differ from those above them, from the first row of a range on.
 class Differences {
@@ -197,6 +198,17 @@ class BreakSearch {
         return *middle;
     }
 
+    /// If bytes of an image are lost, what is before it would be its first rows by the back part. By how much
+    /// these differ too much, in standard deviations. Nothing is known if the search begins farther down.
+    [[nodiscard]] double gain_at_begin(double mean) const {
+        if (lost_ == 0 || first_ != geometry_.cfa_period) {
+            return std::numeric_limits<double>::max();
+        }
+        const std::uint64_t end = sample_at(lost_ + 2 * first_ * geometry_.row_bytes);
+        const double expected = kMostOfMean * mean * static_cast<double>(end);
+        return (back_.between(0, end) - expected) / deviation(end, mean);
+    }
+
     [[nodiscard]] std::optional<RowBreak> choose() const {
         const Place best = *std::ranges::min_element(places_, {}, &Place::cost);
         const double mean = mean_of(best.cost);
@@ -216,7 +228,7 @@ class BreakSearch {
         }
         const std::uint64_t end = sample_at(last_ * geometry_.row_bytes);
         const double unbroken = std::min(front_.between(0, end), back_.between(0, end));
-        result.gain = (unbroken - best.cost) / deviation(burst, mean);
+        result.gain = std::min((unbroken - best.cost) / deviation(burst, mean), gain_at_begin(mean));
         return result;
     }
 
