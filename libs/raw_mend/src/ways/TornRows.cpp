@@ -8,6 +8,7 @@
 #include "mend/RowExchange.h"
 #include "mend/RowImage.h"
 #include "mend/RowSegments.h"
+#include "ways/CellImage.h"
 #include "ways/FittingRows.h"
 #include "ways/TwinRows.h"
 
@@ -39,7 +40,7 @@ class TornRowsSearch {
           length_(geometry_.image_bytes()), pieces_(find_phase_pieces(damaged, geometry_, sample.traits)) {}
 
     std::optional<MendedRows> find(const std::optional<OwnStructure>& proved, Filling filling) {
-        const auto front = find_front(proved);
+        const auto front = are_whole_cells(proved) ? std::nullopt : find_front(proved);
         if (!front) {
             return std::nullopt;
         }
@@ -56,6 +57,15 @@ class TornRowsSearch {
     }
 
   private:
+    /// Whether the image is of cells, and all of them are in one place.
+    [[nodiscard]] bool are_whole_cells(const std::optional<OwnStructure>& proved) const {
+        if (!sample_.has_cells || (proved && proved->is_proved)) {
+            return sample_.has_cells;
+        }
+        const auto cells = find_cell_image(damaged_, sample_);
+        return cells && cells->proved == cells->pieces.size();
+    }
+
     /// What is not the photograph's own in the place of what is: put back if that is elsewhere, else lost.
     /// Whether there is any.
     bool remove_foreign(const RowSegments& segments, std::uint64_t header) {
@@ -192,7 +202,9 @@ class TornRowsSearch {
                 return front;
             }
         }
-        auto front = find_lone_front();
+        // What is before the file's first byte is nowhere else.
+        const bool is_cut_off = is_proved && front_of(*whole).start == 0;
+        auto front = is_cut_off ? std::nullopt : find_lone_front();
         return front || !whole ? std::move(front) : front_of(*whole);
     }
 
