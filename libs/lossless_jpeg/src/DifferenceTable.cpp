@@ -1,4 +1,4 @@
-#include "DifferenceTable.h"
+#include <lossless_jpeg/DifferenceTable.h>
 
 #include <algorithm>
 

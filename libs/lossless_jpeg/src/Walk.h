@@ -1,8 +1,8 @@
 #pragma once
 
-#include "DifferenceTable.h"
 #include "McuLayout.h"
 
+#include <lossless_jpeg/DifferenceTable.h>
 #include <lossless_jpeg/Stream.h>
 
 namespace lossless_jpeg {

@@ -2,6 +2,7 @@
 
 #include "assemble/OwnMetadata.h"
 #include "assemble/OwnPictures.h"
+#include "mend/StreamImage.h"
 #include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
 #include "ways/CrxTracks.h"
@@ -124,7 +125,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling fill
         return rows->own ? keep_structure(damaged, std::move(*rows))
                          : take_structure(damaged, sample, std::move(rows->image));
     }
-    if (own && own->is_proved) {
+    if (own && own->is_proved && !has_exchanged_streams(damaged, sample, own->pieces())) {
         return keep_structure(damaged, *own);
     }
     auto image = find_proved_image(damaged, sample);
@@ -135,6 +136,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling fill
     if (!image || (image->count_found() == 0 && image->others.empty())) {
         return std::nullopt;
     }
+    mend_streams(damaged, sample, filling, *image);
     return take_structure(damaged, sample, std::move(*image));
 }
 

@@ -52,6 +52,17 @@ double share_of(const RawPicture& picture, const RawPicture& original) {
     return static_cast<double>(same) / static_cast<double>(picture.samples.size());
 }
 
+double promised_share(const raw_mend::FoundImage& image, const raw_mend::Frame& frame) {
+    double left = static_cast<double>(frame.width) * frame.height;
+    const double all = left;
+    for (const auto* areas : {&image.lost, &image.doubtful}) {
+        for (const raw_mend::Area& area : *areas) {
+            left -= static_cast<double>(area.width) * area.height;
+        }
+    }
+    return left / all;
+}
+
 const char* name_of(raw_mend::Way way) {
     switch (way) {
     case raw_mend::Way::kOwnTables:
@@ -134,6 +145,7 @@ PairTrial run_pair_trial(const RealPair& pair, const raw_mend::Sample& sample, c
     trial.found = repaired->image.count_found();
     trial.proved = repaired->image.proved;
     trial.doubtful = !repaired->image.doubts.empty();
+    trial.promised = promised_share(repaired->image, sample.description.raw.frame);
     if (const auto picture = decode_raw(written(*repaired->file))) {
         trial.exact = *picture == pair.damaged->picture;
         trial.share = share_of(*picture, pair.damaged->picture);

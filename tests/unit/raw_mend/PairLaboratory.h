@@ -49,6 +49,7 @@ struct PairTrial {
     bool coded = false;    ///< The image is made of coded pieces, whose proof is in their bytes.
     bool exact = false;    ///< LibRaw decodes the result to the original's picture.
     double share = 0;      ///< Samples in their place that are the original's; 0 if the sizes differ.
+    double promised = 1;   ///< Share of pixels that are reported neither as lost nor as doubtful.
 
     [[nodiscard]] bool claims_all() const { return repaired && proved == pieces && !doubtful; }
     /// Everything is reported as proved, but the picture is another.

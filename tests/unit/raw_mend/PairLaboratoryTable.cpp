@@ -5,6 +5,7 @@
 
 #include <plate_mend/plate_mend.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -17,6 +18,9 @@
 // raw_mend_laboratory --seeds COUNT [KIND]  prints each cell whose picture is another, for seeds from 0 on,
 // and
 //                                           the totals; of kinds whose names begin so
+// raw_mend_laboratory --shares COUNT [KIND [PHOTOGRAPH]]
+//                                           prints the share of right pixels and the promised share of each
+//                                           trial, likewise, of photographs whose names hold this
 
 namespace {
 
@@ -152,6 +156,26 @@ class Laboratory {
         std::cout << totals_.text();
     }
 
+    void print_shares(unsigned seeds, const std::string& kinds, const std::string& photographs) {
+        for (const RawDamage& kind : raw_damages()) {
+            for (const RealPair& pair : pairs_) {
+                if (kind.name.rfind(kinds, 0) != 0 || !pair.same_camera() ||
+                    pair.damaged->name.find(photographs) == std::string::npos) {
+                    continue;
+                }
+                for (unsigned seed = 0; seed < seeds && applies(kind, pair); ++seed) {
+                    const auto begin = std::chrono::steady_clock::now();
+                    const PairTrial trial = run(pair, kind, seed);
+                    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+                    std::cout << kind.name << ", seed " << seed << ": " << column_of(pair) << ": "
+                              << cell_of(trial) << ", right " << trial.share << ", promised "
+                              << trial.promised << (trial.promised > trial.share + 0.005 ? " TOO MUCH" : "")
+                              << ", " << time.count() << " s" << std::endl;
+                }
+            }
+        }
+    }
+
   private:
     std::string row_of(const RawDamage& kind) {
         std::string row = "| " + kind.name + " |";
@@ -208,7 +232,8 @@ void write_page(const std::filesystem::path& path, const std::string& made) {
 }
 
 int usage() {
-    std::cerr << "usage: raw_mend_laboratory [--rows | --page FILE | --seeds COUNT [KIND]]\n";
+    std::cerr << "usage: raw_mend_laboratory [--rows | --page FILE | --seeds COUNT [KIND] |\n"
+                 "                            --shares COUNT [KIND [PHOTOGRAPH]]]\n";
     return 2;
 }
 
@@ -233,6 +258,10 @@ int main(int argc, char** argv) {
     } else if (arguments[0] == "--seeds" && (arguments.size() == 2 || arguments.size() == 3)) {
         laboratory.print_failures(static_cast<unsigned>(std::strtoul(arguments[1].c_str(), nullptr, 10)),
                                   arguments.size() == 3 ? arguments[2] : "");
+    } else if (arguments[0] == "--shares" && arguments.size() >= 2 && arguments.size() <= 4) {
+        laboratory.print_shares(static_cast<unsigned>(std::strtoul(arguments[1].c_str(), nullptr, 10)),
+                                arguments.size() >= 3 ? arguments[2] : "",
+                                arguments.size() == 4 ? arguments[3] : "");
     } else {
         return usage();
     }

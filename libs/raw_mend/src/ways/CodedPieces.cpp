@@ -1,6 +1,7 @@
 #include "ways/CodedPieces.h"
 
 #include "locate/CodedRow.h"
+#include "mend/StreamAreas.h"
 
 namespace raw_mend {
 
@@ -29,6 +30,10 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
     const CodedRow row = choose_row(damaged, places, *coded);
     FoundImage image{Way::kCodedHeads, {}, 0, row.doubts};
     for (const auto& piece : row.pieces) {
+        if (piece && !piece->certain) {
+            const auto areas = area_of_piece(sample.description.raw, image.pieces.size());
+            image.doubtful.insert(image.doubtful.end(), areas.begin(), areas.end());
+        }
         if (piece) {
             const CodedPlace& place = places[piece->place];
             image.pieces.emplace_back(Extent{place.offset, place.end - place.offset});

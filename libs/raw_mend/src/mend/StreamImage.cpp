@@ -1,0 +1,140 @@
+#include "mend/StreamImage.h"
+
+#include "mend/StreamAreas.h"
+#include "mend/StreamRepair.h"
+
+#include <lossless_jpeg/Stream.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr std::array<std::uint64_t, 1> kOrigins{0};
+
+/// Pieces of an image in which exchanged clusters are looked for although they are complete: where they are
+/// many, two clusters are hardly ever of the same piece.
+constexpr std::size_t kMostExchanged = 8;
+
+class StreamImage {
+  public:
+    StreamImage(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
+        : damaged_(damaged), sample_(sample), raw_(sample.description.raw), filling_(filling), image_(image) {
+    }
+
+    void mend() {
+        for (std::size_t piece = 0; piece < image_.pieces.size(); ++piece) {
+            const auto sample = head_in(sample_.file, raw_.pieces[piece].data);
+            if (!sample) {
+                continue;
+            }
+            const auto head = image_.pieces[piece] ? head_in(damaged_, *image_.pieces[piece]) : std::nullopt;
+            if (!head) {
+                fill(piece, *sample);
+            } else if (!is_whole(*image_.pieces[piece], *head)) {
+                repair(piece, *head, *sample);
+            } else if (auto exchanged = image_.pieces.size() > kMostExchanged
+                                            ? std::nullopt
+                                            : undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
+                                                            sample_.file, *sample, kOrigins)) {
+                image_.mended.push_back({piece, std::move(exchanged->bytes)});
+            }
+        }
+    }
+
+  private:
+    static std::optional<lossless_jpeg::Head> head_in(Bytes file, const Extent& extent) {
+        auto head = lossless_jpeg::read_head(file, extent.offset);
+        return head && can_repair(*head) ? std::move(head) : std::nullopt;
+    }
+
+    [[nodiscard]] bool is_whole(const Extent& extent, const lossless_jpeg::Head& head) const {
+        const Bytes bytes =
+            damaged_.first(static_cast<std::size_t>(std::min<std::uint64_t>(extent.end(), damaged_.size())));
+        return lossless_jpeg::check(bytes, head).is_complete();
+    }
+
+    void fill(std::size_t piece, const lossless_jpeg::Head& sample) {
+        image_.mended.push_back({piece, make_grey_stream(sample_.file, sample)});
+        add(area_of_piece(raw_, piece), image_.lost);
+    }
+
+    void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
+        const StreamTraits traits = measure_stream(sample_.file, sample);
+        RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins,
+                                              bands_of(head), filling_);
+        image_.mended.push_back({piece, std::move(stream.bytes)});
+        if (stream.is_exact) {
+            ++image_.proved;
+        }
+        const std::size_t count = StreamFrame(head).count();
+        if (forget_doubt(piece)) {
+            stream.doubtful = outside(stream.lost, {0, count});
+        }
+        for (const ValueRun& run : stream.lost) {
+            add(areas_of(raw_, piece, count, run), image_.lost);
+        }
+        for (const ValueRun& run : stream.doubtful) {
+            add(areas_of(raw_, piece, count, run), image_.doubtful);
+        }
+    }
+
+    /// Whether all of a piece was doubtful. Takes it out.
+    bool forget_doubt(std::size_t piece) {
+        const auto areas = area_of_piece(raw_, piece);
+        return std::erase_if(image_.doubtful, [&](const Area& area) {
+                   return std::ranges::find(areas, area) != areas.end();
+               }) > 0;
+    }
+
+    /// The rows of the stream at which slices begin.
+    [[nodiscard]] std::vector<std::size_t> bands_of(const lossless_jpeg::Head& head) const {
+        const std::size_t row = StreamFrame(head).row;
+        std::vector<std::size_t> bands;
+        std::uint64_t values = 0;
+        for (const std::uint32_t width : raw_.slices) {
+            values += std::uint64_t{width} * raw_.frame.height;
+            bands.push_back(static_cast<std::size_t>(values / row));
+        }
+        return bands;
+    }
+
+    static void add(const std::vector<Area>& more, std::vector<Area>& areas) {
+        areas.insert(areas.end(), more.begin(), more.end());
+    }
+
+    Bytes damaged_;
+    const Sample& sample_;
+    const Image& raw_;
+    Filling filling_;
+    FoundImage& image_;
+};
+
+} // namespace
+
+bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
+    const Image& raw = sample.description.raw;
+    if (raw.frame.coding != Coding::kLosslessJpeg || pieces.size() > kMostExchanged) {
+        return false;
+    }
+    for (std::size_t piece = 0; piece < pieces.size(); ++piece) {
+        const auto head = lossless_jpeg::read_head(damaged, pieces[piece].offset);
+        const auto like = lossless_jpeg::read_head(sample.file, raw.pieces[piece].data.offset);
+        if (head && like && can_repair(*head) && can_repair(*like) &&
+            undo_exchange(damaged, *head, pieces[piece].end(), sample.file, *like, kOrigins)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
+    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads) {
+        StreamImage(damaged, sample, filling, image).mend();
+    }
+}
+
+} // namespace raw_mend

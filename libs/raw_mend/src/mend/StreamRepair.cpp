@@ -1,0 +1,258 @@
+#include "mend/StreamRepair.h"
+
+#include "mend/StreamLevels.h"
+#include "mend/StreamTears.h"
+
+#include <lossless_jpeg/Stream.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace raw_mend {
+
+namespace {
+
+constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have.
+
+class StreamRepair {
+  public:
+    StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, std::span<const std::size_t> alarms,
+                 std::span<const std::size_t> bands, Filling filling)
+        : head_(head), walk_(walk), alarms_(alarms), bands_(bands), filling_(filling) {}
+
+    /// Nothing continues the values at one of the suspects.
+    RepairedStream run(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
+        const std::size_t count = walk_.values().size();
+        const std::size_t loss = choose_loss(suspects, end);
+        const StreamPlace place = walk_.place_of(loss);
+        const ValueRun lost =
+            end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
+        RepairedStream result;
+        result.lost.push_back(lost);
+        if (walk_.decoded() == count && lost.begin >= count) { // Something before the end is foreign.
+            result.doubtful.push_back({first_out_of_place(suspects), count});
+        }
+        if (lost.end < count && !correct_levels(lost)) {
+            result.doubtful.push_back({lost.end, count});
+        }
+        wanted_ = walk_.values();
+        result.bytes = encode(place);
+        const auto rest = static_cast<std::ptrdiff_t>(lost.end);
+        if (result.doubtful.empty() && lost.end < count &&
+            !std::equal(wanted_.begin() + rest, wanted_.end(), walk_.values().begin() + rest)) {
+            result.doubtful.push_back({lost.end, count});
+        }
+        return result;
+    }
+
+  private:
+    ValueRun fill_rest(std::size_t loss) {
+        const ValueRun rest{loss, walk_.values().size()};
+        fill_values(walk_.frame(), walk_.fit().lag(), walk_.values(), rest);
+        return rest;
+    }
+
+    /// If the data could be decoded up to their end, but are too few, values are missing before that: after
+    /// the suspect after which the others fit best when they are moved by as many.
+    std::size_t choose_loss(const std::vector<StreamTears::Suspect>& suspects,
+                            std::optional<std::uint64_t> end) {
+        constexpr std::uint64_t kNear = 16;
+        const std::size_t decoded = walk_.decoded();
+        const std::size_t last = suspects.empty() ? decoded : suspects.back().value;
+        if (!end || suspects.size() < 2 || decoded - last > walk_.frame().row ||
+            walk_.place_of(decoded).place.byte + kNear < *end) {
+            return last;
+        }
+        constexpr double kLikely = 0.9;
+        std::size_t loss = last_in_place(suspects);
+        double least = kLikely;
+        for (const auto& suspect : suspects) {
+            const double misfit = compare_moved(walk_, suspect.value, walk_.values().size() - decoded) /
+                                  std::max(suspect.misfit, 1.0);
+            if (suspect.value != last && misfit < least) {
+                least = misfit;
+                loss = suspect.value;
+            }
+        }
+        return loss;
+    }
+
+    /// The first suspect that the alarms do not account for; 0 if there is none.
+    [[nodiscard]] static std::size_t first_out_of_place(const std::vector<StreamTears::Suspect>& suspects) {
+        const auto first =
+            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > 1; });
+        return first == suspects.end() ? 0 : first->value;
+    }
+
+    /// The last suspect before the first one that is not where the alarms let it be.
+    [[nodiscard]] std::size_t last_in_place(const std::vector<StreamTears::Suspect>& suspects) const {
+        constexpr std::size_t kNear = 4 * StreamFit::kBlock;
+        std::size_t last = suspects.front().value;
+        for (const auto& suspect : suspects) {
+            const auto alarm =
+                std::ranges::lower_bound(alarms_, suspect.value - std::min(suspect.value, kNear));
+            if (alarm == alarms_.end() || *alarm > suspect.value + kNear) {
+                break;
+            }
+            last = suspect.value;
+        }
+        return last;
+    }
+
+    /// The rows of the band that a row is in.
+    [[nodiscard]] std::pair<std::size_t, std::size_t> band_of(std::size_t row) const {
+        const auto next = std::ranges::upper_bound(bands_, row);
+        return {next == bands_.begin() ? 0 : *(next - 1), next == bands_.end() ? walk_.frame().rows : *next};
+    }
+
+    /// Returns whether all values after the loss are at their levels for certain.
+    bool correct_levels(const ValueRun& lost) {
+        const StreamFrame& frame = walk_.frame();
+        if (frame.predictor != 1) {
+            return false;
+        }
+        const auto values = std::span(walk_.values());
+        const std::size_t period = walk_.fit().lag() / frame.row;
+        const auto [first, last] = band_of(lost.begin / frame.row);
+        const auto level =
+            measure_level(frame, values, period, first, lost.begin / frame.row, lost.end / frame.row, last);
+        if (!level) {
+            return false;
+        }
+        for (std::size_t at = lost.end - std::min(lost.end, frame.row); at < values.size(); ++at) {
+            if (at >= lost.begin) {
+                values[at] =
+                    static_cast<std::uint16_t>(values[at] + level->shift[at % frame.row % frame.components]);
+            }
+        }
+        return level->is_certain;
+    }
+
+    /// Keeps what is before the place bit for bit. The values become those that are encoded.
+    std::vector<unsigned char> encode(const StreamPlace& place) {
+        const StreamFrame& frame = walk_.frame();
+        const auto values = std::span(walk_.values());
+        const Bytes bytes = walk_.bytes().bytes();
+        const auto kept = bytes.first(static_cast<std::size_t>(place.place.byte));
+        lossless_jpeg::DifferenceWriter writer(head_);
+        writer.begin({kept.begin(), kept.end()}, place.place.bit == 0 ? 0 : bytes[kept.size()],
+                     place.place.bit);
+        for (std::size_t at = place.value; at < values.size(); ++at) {
+            const int predicted = frame.predict(values, at);
+            const int difference =
+                static_cast<std::int16_t>(static_cast<std::uint16_t>(values[at] - predicted));
+            const int written = writer.put(at % frame.row % frame.components, difference);
+            values[at] = static_cast<std::uint16_t>(predicted + written);
+        }
+        return writer.finish();
+    }
+
+    const lossless_jpeg::Head& head_;
+    StreamWalk& walk_;
+    std::span<const std::size_t> alarms_;
+    std::span<const std::size_t> bands_;
+    Filling filling_;
+    std::vector<std::uint16_t> wanted_;
+};
+
+/// Where EOI ends in the stream, if the stream goes on to that offset of the file.
+std::optional<std::uint64_t> end_in_stream(const StreamBytes& bytes, std::uint64_t end) {
+    const ByteRange& last = bytes.runs().back();
+    if (end < last.begin + 2 || end > last.end) {
+        return std::nullopt;
+    }
+    return bytes.bytes().size() - (last.end - end);
+}
+
+RepairedStream take_whole(StreamWalk& walk) {
+    const Bytes all = walk.bytes().bytes().first(static_cast<std::size_t>(*walk.find_end()));
+    return {{all.begin(), all.end()}, true, {}, {}};
+}
+
+std::size_t measure_period(Bytes file, const lossless_jpeg::Head& head) {
+    constexpr std::size_t kRows = 64;
+    const StreamFrame frame(head);
+    const lossless_jpeg::ComponentTables tables(head);
+    std::vector<std::uint16_t> values(std::min(frame.rows, kRows) * frame.row);
+    lossless_jpeg::DifferenceReader reader(file, tables, {head.end, 0});
+    static_cast<void>(decode_values(reader, frame, values, 0, values.size()));
+    return find_row_period(frame, values);
+}
+
+} // namespace
+
+bool can_repair(const lossless_jpeg::Head& head) {
+    return lossless_jpeg::can_decode(head) && head.restart_interval == 0;
+}
+
+StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
+    StreamTraits traits{measure_period(file, head), {}};
+    StreamBytes bytes(file, head.begin, file.size() - head.begin);
+    StreamWalk walk(head, traits.period, bytes);
+    while (const auto broken = walk.run(walk.frame().count())) {
+        if (broken->is_fault) {
+            break;
+        }
+        traits.alarms.push_back(broken->value);
+    }
+    return traits;
+}
+
+RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
+                             const StreamTraits& traits, std::span<const std::uint64_t> origins,
+                             std::span<const std::size_t> bands, Filling filling) {
+    using Reach = StreamSearch::Reach;
+    bool is_cautious = true;
+    for (Reach reach = Reach::kAnywhere;;) {
+        StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
+        StreamWalk walk(head, traits.period, bytes);
+        StreamTears tears(damaged, walk, origins, traits.alarms, reach, is_cautious);
+        if (tears.run()) {
+            return take_whole(walk);
+        }
+        if (is_cautious && reach == Reach::kAnywhere && tears.passed_over() > 0) {
+            is_cautious = false;
+            continue;
+        }
+        if (reach == Reach::kAnywhere && (tears.undone() > 0 || !is_cautious)) {
+            is_cautious = true;
+            reach = Reach::kNear;
+            continue;
+        }
+        RepairedStream result = StreamRepair(head, walk, traits.alarms, bands, filling)
+                                    .run(tears.suspects(), end_in_stream(bytes, end));
+        if (tears.undone() > 0) { // Nothing proves that they were tears.
+            result.doubtful = outside(result.lost, {tears.first_undone(), walk.values().size()});
+        }
+        return result;
+    }
+}
+
+std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
+                                            Bytes sample, const lossless_jpeg::Head& sample_head,
+                                            std::span<const std::uint64_t> origins) {
+    StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
+    const std::size_t period = measure_period(damaged, head);
+    if (!StreamWalk(head, period, bytes).run(StreamFrame(head).count())) {
+        return std::nullopt;
+    }
+    const StreamTraits traits = measure_stream(sample, sample_head);
+    StreamWalk walk(head, traits.period, bytes);
+    StreamTears tears(damaged, walk, origins, traits.alarms, StreamSearch::Reach::kAnywhere, true);
+    return tears.run() && tears.undone() > 0 ? std::optional(take_whole(walk)) : std::nullopt;
+}
+
+std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head) {
+    const Bytes kept =
+        file.subspan(static_cast<std::size_t>(head.begin), static_cast<std::size_t>(head.end - head.begin));
+    lossless_jpeg::DifferenceWriter writer(head);
+    writer.begin({kept.begin(), kept.end()}, 0, 0);
+    const StreamFrame frame(head);
+    for (std::size_t at = 0; at < frame.count(); ++at) {
+        writer.put(at % frame.row % frame.components, 0);
+    }
+    return writer.finish();
+}
+
+} // namespace raw_mend

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "container/Description.h"
+#include "mend/Filling.h"
+#include "mend/StreamLoss.h"
+
+#include <optional>
+
+namespace raw_mend {
+
+/// A stream that was put together anew.
+struct RepairedStream {
+    std::vector<unsigned char> bytes; ///< SOI to EOI.
+    bool is_exact = false;            ///< All bytes are the photograph's own, to the last value.
+    std::vector<ValueRun> lost;
+    std::vector<ValueRun> doubtful;
+};
+
+/// What a stream of an intact photograph from the same camera shows about the rows.
+struct StreamTraits {
+    std::size_t period = 1;          ///< As find_row_period() returns.
+    std::vector<std::size_t> alarms; ///< Values that do not fit the rows above, in ascending order.
+};
+
+/// The head must be one that can_repair() accepts.
+[[nodiscard]] StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head);
+
+/// Whether a stream with this head can be repaired: it can be decoded, and has no restart intervals.
+[[nodiscard]] bool can_repair(const lossless_jpeg::Head& head);
+
+/// Repairs a stream that begins with this head in the damaged file and seems to end at this offset, after
+/// EOI. Bands are rows at which a further part of the picture begins: a slice. Sectors are counted from the
+/// origins.
+[[nodiscard]] RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
+                                           const StreamTraits& traits, std::span<const std::uint64_t> origins,
+                                           std::span<const std::size_t> bands, Filling filling);
+
+/// The stream put together again if clusters of it were exchanged so that it is complete all the same, but
+/// its rows do not fit. Nothing if it is as it should be, or no better order is found.
+[[nodiscard]] std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head,
+                                                          std::uint64_t end, Bytes sample,
+                                                          const lossless_jpeg::Head& sample_head,
+                                                          std::span<const std::uint64_t> origins);
+
+/// A stream with the head of another one and without any differences: grey.
+[[nodiscard]] std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head);
+
+} // namespace raw_mend
