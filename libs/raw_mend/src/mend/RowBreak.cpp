@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -11,9 +12,10 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kStep = 16;  ///< Samples from one sum to the next.
-constexpr double kDoubtFactor = 3; ///< Standard deviations by which a place must be worse.
-constexpr double kMissing = 65536; ///< The difference of samples that are not in the file.
+constexpr std::size_t kStep = 16;   ///< Samples from one sum to the next.
+constexpr double kDoubtFactor = 4;  ///< Standard deviations by which a place must be worse.
+constexpr double kMostOfMean = 1.5; ///< Rows may differ so many times as much as they do in the mean.
+constexpr double kMissing = 65536;  ///< The difference of samples that are not in the file.
 
 /// The sums of how samples differ from those above them, from the first row of a range on.
 class Differences {
@@ -186,22 +188,47 @@ class BreakSearch {
         return std::max(cost / static_cast<double>(std::max<std::uint64_t>(samples, 1)), 0.25);
     }
 
+    /// Where rows are lost, the first ones after them are compared with none. So a place seems good where the
+    /// picture changes at once: good places are those that are much better than most.
+    [[nodiscard]] double median_cost() const {
+        std::vector<double> costs;
+        std::ranges::transform(places_, std::back_inserter(costs), &Place::cost);
+        const auto middle = costs.begin() + static_cast<std::ptrdiff_t>(costs.size() / 2);
+        std::ranges::nth_element(costs, middle);
+        return *middle;
+    }
+
+    /// If bytes of an image are lost, what is before it would be its first rows by the back part. By how much
+    /// these differ too much, in standard deviations. Nothing is known if the search begins farther down.
+    [[nodiscard]] double gain_at_begin(double mean) const {
+        if (lost_ == 0 || first_ != geometry_.cfa_period) {
+            return std::numeric_limits<double>::max();
+        }
+        const std::uint64_t end = sample_at(lost_ + 2 * first_ * geometry_.row_bytes);
+        const double expected = kMostOfMean * mean * static_cast<double>(end);
+        return (back_.between(0, end) - expected) / deviation(end, mean);
+    }
+
     [[nodiscard]] std::optional<RowBreak> choose() const {
         const Place best = *std::ranges::min_element(places_, {}, &Place::cost);
         const double mean = mean_of(best.cost);
         const std::uint64_t burst = 2 * geometry_.cfa_period * padded_;
         RowBreak result{best.at, {best.at, best.at}, 0};
+        // Whole rows that are lost leave less of a trace than many edges of things in the picture.
+        const double part = lost_ % geometry_.row_bytes == 0 ? 0.9 : 0.05;
+        const double most = lost_ > 0 ? (median_cost() - best.cost) * part : 0;
         for (const Place& place : places_) {
             const std::uint64_t apart = 2 * (std::max(sample_at(place.at), sample_at(best.at)) -
                                              std::min(sample_at(place.at), sample_at(best.at)));
-            if (place.cost - best.cost <= kDoubtFactor * deviation(std::min(apart, burst), mean)) {
+            const double least = kDoubtFactor * deviation(std::min(apart, burst), mean);
+            if (place.cost - best.cost <= std::max(most, least)) {
                 result.possible.begin = std::min(result.possible.begin, place.at);
                 result.possible.end = std::max(result.possible.end, place.at);
             }
         }
         const std::uint64_t end = sample_at(last_ * geometry_.row_bytes);
         const double unbroken = std::min(front_.between(0, end), back_.between(0, end));
-        result.gain = (unbroken - best.cost) / deviation(burst, mean);
+        result.gain = std::min((unbroken - best.cost) / deviation(burst, mean), gain_at_begin(mean));
         return result;
     }
 

@@ -33,7 +33,7 @@ struct RowBreak {
 
 /// Searches the rows [first, last) of an image for the place where rows differ least from those above them:
 /// at offsets of the file that are whole sectors from any of some origins, or anywhere if what is lost or put
-/// in is no number of sectors. Takes linear time, and twenty bytes for each sixteen samples of the rows.
+/// in is no number of sectors. Takes linear time, and 24 bytes for each sixteen samples of the rows.
 [[nodiscard]] std::optional<RowBreak> find_row_break(const TornRows& torn, std::uint64_t first,
                                                      std::uint64_t last,
                                                      std::span<const std::uint64_t> origins);

@@ -20,21 +20,7 @@ class Lost {
     const std::vector<ImageRange>& ranges_;
 };
 
-/// Grows ranges to whole groups of samples. Groups begin anew in each row.
-void round_to_groups(const RowGeometry& geometry, std::vector<ImageRange>& ranges) {
-    const std::uint64_t group = geometry.group_bytes();
-    for (ImageRange& range : ranges) {
-        const std::uint64_t first = range.begin % geometry.row_bytes;
-        range.begin -= first % group;
-        const std::uint64_t row_end =
-            (range.end + geometry.row_bytes - 1) / geometry.row_bytes * geometry.row_bytes;
-        const std::uint64_t last = range.end % geometry.row_bytes;
-        range.end = std::min(range.end + (group - last % group) % group, row_end);
-    }
-    join_ranges(ranges);
-}
-
-/// Takes bytes of lost groups from the nearest rows.
+/// Takes lost bytes from the nearest rows.
 class RowFilling {
   public:
     RowFilling(const RowGeometry& geometry, std::uint64_t rows_of_piece, RowImage& image)
@@ -247,8 +233,6 @@ std::vector<ImageRange> find_filler_runs(Bytes image) {
 
 void fill_lost_rows(const RowGeometry& geometry, std::uint64_t rows_of_piece, Filling filling,
                     RowImage& image) {
-    round_to_groups(geometry, image.lost);
-    remove_ranges(image.lost, image.doubtful);
     for (const ImageRange& range : image.lost) {
         std::fill(image.bytes.begin() + static_cast<std::ptrdiff_t>(range.begin),
                   image.bytes.begin() + static_cast<std::ptrdiff_t>(range.end),

@@ -34,8 +34,8 @@ void add_lost(const std::vector<ImageRange>& ranges, RowImage& image);
 /// Runs of one value, of a sector or more.
 [[nodiscard]] std::vector<ImageRange> find_filler_runs(Bytes image);
 
-/// Fills what is lost, whole groups of samples at a time: from the nearest bytes of the same columns and
-/// colours in the same piece, or with zeros. The lost ranges become those of the whole groups.
+/// Fills what is lost: from the nearest bytes of the same columns and colours in the same piece, or with
+/// zeros.
 void fill_lost_rows(const RowGeometry& geometry, std::uint64_t rows_of_piece, Filling filling,
                     RowImage& image);
 

@@ -27,7 +27,10 @@ class Chain {
             if (piece.phase != phase_of(current_)) {
                 add_break(piece, is_last);
             }
-            known_ = std::max(known_, row_at(piece.end, current_));
+            // Whole rows that are lost or put in do not change the phase.
+            const bool is_only = !anchors_.back || phase_of(*anchors_.back) != phase_of(current_) ||
+                                 *anchors_.back == current_;
+            known_ = is_only ? std::max(known_, row_at(piece.end, current_)) : known_;
         }
         add_last_break();
         end_segment(geometry_.image_bytes());

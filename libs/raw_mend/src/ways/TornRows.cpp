@@ -8,11 +8,13 @@
 #include "mend/RowExchange.h"
 #include "mend/RowImage.h"
 #include "mend/RowSegments.h"
+#include "ways/CellImage.h"
 #include "ways/FittingRows.h"
 #include "ways/TwinRows.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -38,7 +40,7 @@ class TornRowsSearch {
           length_(geometry_.image_bytes()), pieces_(find_phase_pieces(damaged, geometry_, sample.traits)) {}
 
     std::optional<MendedRows> find(const std::optional<OwnStructure>& proved, Filling filling) {
-        const auto front = find_front(proved);
+        const auto front = are_whole_cells(proved) ? std::nullopt : find_front(proved);
         if (!front) {
             return std::nullopt;
         }
@@ -55,6 +57,15 @@ class TornRowsSearch {
     }
 
   private:
+    /// Whether the image is of cells, and all of them are in one place.
+    [[nodiscard]] bool are_whole_cells(const std::optional<OwnStructure>& proved) const {
+        if (!sample_.has_cells || (proved && proved->is_proved)) {
+            return sample_.has_cells;
+        }
+        const auto cells = find_cell_image(damaged_, sample_);
+        return cells && cells->proved == cells->pieces.size();
+    }
+
     /// What is not the photograph's own in the place of what is: put back if that is elsewhere, else lost.
     /// Whether there is any.
     bool remove_foreign(const RowSegments& segments, std::uint64_t header) {
@@ -66,11 +77,35 @@ class TornRowsSearch {
         }
         RowImage filled = image_; // What is lost must not look foreign.
         fill_lost_rows(geometry_, rows_of_piece(), Filling::kNeighbours, filled);
-        auto clusters = find_foreign_clusters(filled.bytes, geometry_, sectors_of(segments, header));
+        auto clusters = find_clusters(filled.bytes, sectors_of(segments, header));
         remove_ranges(filled.lost, clusters);
         has_foreign_ = has_foreign_ || !clusters.empty();
         add_lost(exchange_clusters(geometry_, clusters, image_.bytes), image_);
         return has_foreign_;
+    }
+
+    /// In all rows together, or in each tile: the rows of one do not continue those of another.
+    [[nodiscard]] std::vector<ImageRange> find_clusters(Bytes image,
+                                                        std::span<const std::uint64_t> sectors) const {
+        const Frame& frame = sample_.description.raw.frame;
+        if (frame.piece_width >= frame.width) {
+            return find_foreign_clusters(image, geometry_, sectors);
+        }
+        RowGeometry tile = geometry_;
+        tile.rows = rows_of_piece();
+        std::vector<ImageRange> all;
+        for (std::uint64_t begin = 0; begin + tile.image_bytes() <= length_; begin += tile.image_bytes()) {
+            std::vector<std::uint64_t> inside;
+            for (const std::uint64_t sector : sectors) {
+                inside.push_back((sector - begin) % kSectorBytes);
+            }
+            const Bytes bytes =
+                image.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(tile.image_bytes()));
+            for (const ImageRange& range : find_foreign_clusters(bytes, tile, inside)) {
+                all.push_back({begin + range.begin, begin + range.end});
+            }
+        }
+        return all;
     }
 
     /// Offsets in the image from which sectors may be counted.
@@ -158,17 +193,18 @@ class TornRowsSearch {
             return front_of(*proved);
         }
         const auto whole = find_fitting_rows(damaged_, sample_);
-        if (whole && whole->proved == whole->pieces.size()) {
-            return front_of(*whole);
-        }
+        const bool is_proved = whole && whole->proved == whole->pieces.size();
         for (OwnStructure& own : find_own_rows(damaged_, sample_)) {
             RowFront front = front_of(std::move(own));
-            const bool is_another = whole && !are_near(front.start, front_of(*whole).start);
-            if (!is_another && is_confirmed(front)) {
+            const auto other = whole ? front_of(*whole).start : front.start;
+            const bool is_shown = is_proved && other != front.start ? is_torn(front) : is_confirmed(front);
+            if (are_near(front.start, other) && is_shown) {
                 return front;
             }
         }
-        auto front = find_lone_front();
+        // What is before the file's first byte is nowhere else.
+        const bool is_cut_off = is_proved && front_of(*whole).start == 0;
+        auto front = is_cut_off ? std::nullopt : find_lone_front();
         return front || !whole ? std::move(front) : front_of(*whole);
     }
 
@@ -206,7 +242,11 @@ class TornRowsSearch {
         }
         starts.push_back(in_sample);
         for (const std::uint64_t end : find_filler_ends(damaged_)) {
-            starts.push_back(static_cast<std::int64_t>(end));
+            const auto start = static_cast<std::int64_t>(end);
+            const auto back = back_of(start);
+            if (back && phase_of(*back) != phase_of(start) && has_first_phase(start)) {
+                starts.push_back(start);
+            }
         }
         constexpr std::size_t kMostStarts = 8;
         starts.resize(std::min(starts.size(), kMostStarts));
@@ -219,12 +259,15 @@ class TornRowsSearch {
         return std::nullopt;
     }
 
-    /// Whether sectors are lost or put in between the first rows and the last, which have other phases.
+    /// Whether sectors are lost or put in between the first rows and the last.
     [[nodiscard]] bool is_torn(const RowFront& front) const {
         constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
         const auto back = back_of(front.start);
-        return back && (*back - front.start) % kSector == 0 && phase_of(*back) != phase_of(front.start) &&
-               find_segments(front).gain >= kLeastRowGain && is_confirmed(front);
+        if (!back || *back == front.start || (*back - front.start) % kSector != 0) {
+            return false;
+        }
+        const RowSegments segments = find_segments(front);
+        return segments.gain >= kLeastRowGain && has_picture(segments.segments.front());
     }
 
     [[nodiscard]] MendedRows describe(const RowFront& front, const RowSegments& segments) const {
@@ -249,7 +292,6 @@ class TornRowsSearch {
         for (std::size_t nth = 0; nth < sample_.description.raw.pieces.size(); ++nth) {
             const ImageRange piece{begin, begin + sample_.description.raw.pieces[nth].data.length};
             const auto data = image_.bytes.begin();
-            image.pieces.push_back(place_of(piece, segments));
             image.mended.push_back({nth,
                                     {data + static_cast<std::ptrdiff_t>(piece.begin),
                                      data + static_cast<std::ptrdiff_t>(piece.end)}});
@@ -257,6 +299,9 @@ class TornRowsSearch {
             remove_ranges(image_.lost, own);
             remove_ranges(image_.doubtful, own);
             image.proved += own == std::vector{piece} ? 1U : 0U;
+            std::vector<ImageRange> found{piece};
+            remove_ranges(image_.lost, found);
+            image.pieces.push_back(found.empty() ? std::nullopt : place_of(piece, segments));
             begin = piece.end;
         }
     }
