@@ -35,7 +35,7 @@ Chunk chunk_at(const Bytes& file, std::size_t& at) {
 Bytes inflate_rows(const Bytes& compressed, const GreyPixels& size) {
     const std::size_t row = std::size_t{size.width} + 1;
     Bytes rows(row * size.height);
-    uLongf length = static_cast<uLongf>(rows.size());
+    auto length = static_cast<uLongf>(rows.size());
     if (uncompress(rows.data(), &length, compressed.data(), static_cast<uLong>(compressed.size())) != Z_OK ||
         length != rows.size()) {
         throw std::runtime_error("the data are not as long as the picture");

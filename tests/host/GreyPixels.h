@@ -17,6 +17,6 @@ struct GreyPixels {
 };
 
 /// Reads one whose rows have no filter. Every chunk's sum must be right, and nothing may follow IEND.
-[[nodiscard]] GreyPixels read_grey_png(const std::filesystem::path& file);
+[[nodiscard]] GreyPixels read_grey_png(const std::filesystem::path& path);
 
 } // namespace test

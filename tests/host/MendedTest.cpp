@@ -2,6 +2,7 @@
 #include "host/GreyPixels.h"
 
 #include "report/Mask.h"
+#include "support/ArwPhoto.h"
 #include "support/DngPhoto.h"
 #include "support/RawDecode.h"
 
@@ -152,6 +153,48 @@ TEST_F(Mended, IsDrawnInTheContactSheet) {
     EXPECT_THAT(html, HasSubstr(R"(<svg viewBox="0 0 640 480" aria-hidden="true">)"
                                 R"(<rect class="lost" x="256" y="96" width="128" height="96"/></svg>)"));
     EXPECT_THAT(html, HasSubstr("lost pixels"));
+}
+
+/// A picture of rows that looks intact to a decoder: two clusters have changed places.
+class SwappedClusters : public BatchFixture {
+  protected:
+    SwappedClusters() {
+        write_file(folder / "good.arw", ArwPhoto(options(1)).bytes);
+        Bytes swapped = photo_.bytes;
+        put_bytes(swapped, first_, part(photo_.bytes, second_, second_ + kCluster));
+        put_bytes(swapped, second_, part(photo_.bytes, first_, first_ + kCluster));
+        put("card/IMG_1.arw", swapped);
+        put("card/IMG_2.arw", photo_.bytes);
+    }
+
+    static ArwPhoto::Options options(unsigned number) {
+        return {.number = number, .width = 1200, .height = 900};
+    }
+
+    static constexpr std::size_t kCluster = 4096;
+    const ArwPhoto photo_{options(2)};
+    const std::size_t first_ = (photo_.image_offset + std::size_t{1200} * 2 * 300) / 512 * 512;
+    const std::size_t second_ = first_ + std::size_t{200} * kCluster;
+};
+
+TEST_F(SwappedClusters, AreNeverCalledIntactOrWholeUnlessTheyArePutBack) {
+    run({"repair", "--no-fallback", "-s", in("good.arw"), "--out", in("mended"), "--json",
+         in("records.jsonl"), in("card")});
+    const auto all = records();
+    EXPECT_EQ(all.at("IMG_2.arw").verdict, Verdict::kIntact) << "the control: nothing is wrong with it";
+    const Record& swapped = all.at("IMG_1.arw");
+    EXPECT_NE(swapped.verdict, Verdict::kIntact);
+    if (swapped.verdict == Verdict::kWhole) {
+        EXPECT_EQ(decode_raw(folder / "mended" / "IMG_1.arw"), decode_raw(photo_.bytes));
+    }
+}
+
+TEST_F(SwappedClusters, AndWhatFollowsAWholePhotographIsNotCalledIntact) {
+    fs::remove_all(folder / "card");
+    put("card/IMG_3.arw", joined(bytes_of("good.arw"), photo_.bytes));
+    run({"repair", "--no-fallback", "-s", in("good.arw"), "--out", in("mended"), "--json",
+         in("records.jsonl"), in("card")});
+    EXPECT_NE(records().at("IMG_3.arw").verdict, Verdict::kIntact);
 }
 
 } // namespace

@@ -135,6 +135,9 @@ void take_account(const FoundImage& image, const FileEvidence& evidence, bool is
     if (is_refuted_guess(image, judgement.findings.size() - evidence.pieces.findings.size())) {
         judgement.rows_good = 0;
     }
+    if (image.pieces_mended != 0 && judgement.data_errors != 0) {
+        judgement.rows_good.reset(); // What was put together is not what a camera writes.
+    }
     judgement.pixels_good = share_of_good_pixels(image, judgement.rows_good);
     if (!judgement.rows_good && is_exact && judgement.data_errors == 0) {
         judgement.pixels_good = share_of_proved_pieces(image);

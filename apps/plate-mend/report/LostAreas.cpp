@@ -118,8 +118,8 @@ std::string draw_areas(const Attempt& taken) {
         return "";
     }
     const ShownSize size = shown_size(*taken.judgement.place);
-    return "<svg viewBox=\"0 0 " + std::to_string(size.width) + ' ' + std::to_string(size.height) +
-           "\" aria-hidden=\"true\">" + draw(drawn.doubtful, "doubtful") + draw(drawn.lost, "lost") +
+    return R"(<svg viewBox="0 0 )" + std::to_string(size.width) + ' ' + std::to_string(size.height) +
+           R"(" aria-hidden="true">)" + draw(drawn.doubtful, "doubtful") + draw(drawn.lost, "lost") +
            "</svg>";
 }
 

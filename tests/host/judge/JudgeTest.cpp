@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -90,6 +91,66 @@ TEST(JudgedArw, CountsBytesInTheSingularAndThePlural) {
     };
     EXPECT_THAT(findings(0, 1), Contains("1 byte is lost; a zero takes its place at the end"));
     EXPECT_THAT(findings(0, 2), Contains("2 bytes are lost; zeros take their place at the end"));
+}
+
+/// An image of 360 rows that the raw engine has put together anew, as it says, with ten of them lost.
+class MendedRows : public ::testing::Test {
+  protected:
+    MendedRows() {
+        image_ = {
+            .pieces = 1, .pieces_found = 1, .pieces_mended = 1, .frame_width = 480, .frame_height = 360};
+        image_.pixels = 480U * 360;
+        image_.pixels_lost = 480U * 10;
+        image_.lost = {{0, 200, 480, 10}};
+        image_.offset = photo_.image_offset;
+    }
+
+    void overwrite_rows(std::size_t first, const Bytes& bytes) {
+        put_bytes(photo_.bytes, photo_.image_offset + first * kRow, bytes);
+    }
+
+    [[nodiscard]] plate_mend::host::Judgement judgement() const {
+        const TempDir folder;
+        const auto file = folder / "photo.arw";
+        write_file(file, photo_.bytes);
+        return plate_mend::host::judge_raw(
+            {.result = file, .damaged = file, .sample = file, .picture = {}, .image = image_});
+    }
+
+    static constexpr std::size_t kRow = std::size_t{480} * 2;
+    ArwPhoto photo_{ArwPhoto::Options{.width = 480, .height = 360}};
+    plate_mend::host::FoundImage image_;
+};
+
+constexpr const char* kTenRowsLost = "2.8 % of the pixels are lost and were filled from their neighbours";
+
+TEST_F(MendedRows, ArePromisedByTheirPixels) {
+    overwrite_rows(200, Bytes(10 * kRow));
+    const auto judged = judgement();
+    EXPECT_THAT(judged.findings, ::testing::ElementsAre(kTenRowsLost));
+    EXPECT_EQ(judged.rows_good, 1.0);
+    EXPECT_EQ(judged.pixels_good, 0.9722);
+    ASSERT_TRUE(judged.place);
+    EXPECT_EQ(judged.place->sensor_height, 360U);
+}
+
+TEST_F(MendedRows, ArePromisedWithoutOthersThatShowDamage) {
+    overwrite_rows(200, Bytes(10 * kRow));
+    overwrite_rows(100, Bytes(18 * kRow));
+    const auto judged = judgement();
+    EXPECT_THAT(judged.findings, Contains(StartsWith("runs of one value")));
+    EXPECT_THAT(judged.findings, Contains(kTenRowsLost));
+    ASSERT_TRUE(judged.pixels_good);
+    EXPECT_LE(*judged.pixels_good, 0.9222);
+    EXPECT_GT(*judged.pixels_good, 0.9);
+}
+
+TEST_F(MendedRows, AreNotPromisedWhereTheDecoderFindsErrors) {
+    overwrite_rows(200, noise(10 * kRow, 1));
+    const auto judged = judgement();
+    EXPECT_GT(judged.data_errors, 0U) << "the control";
+    EXPECT_EQ(judged.rows_good, std::nullopt);
+    EXPECT_EQ(judged.pixels_good, std::nullopt);
 }
 
 } // namespace

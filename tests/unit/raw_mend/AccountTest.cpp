@@ -59,8 +59,9 @@ TEST(Account, ListsLostAreasBeforeDoubtfulOnesFromTopToBottom) {
     const Account account = account_for(image, tiled());
     EXPECT_EQ(account.lost, 110U);
     EXPECT_EQ(account.doubtful, 170U);
-    EXPECT_THAT(rectangles_of(account), ElementsAre(Rectangle{0, 3, 100, 1, kLost}, Rectangle{10, 20, 5, 2, kLost},
-                                           Rectangle{15, 20, 85, 2, kDoubtful}));
+    EXPECT_THAT(rectangles_of(account),
+                ElementsAre(Rectangle{0, 3, 100, 1, kLost}, Rectangle{10, 20, 5, 2, kLost},
+                            Rectangle{15, 20, 85, 2, kDoubtful}));
 }
 
 TEST(Account, CountsPiecesThatWereNotFound) {
