@@ -45,6 +45,14 @@ std::optional<StreamBreak> StreamWalk::run(std::size_t limit) {
             const auto broken = judge(block);
             return StreamBreak{broken ? broken->value : at_, true};
         }
+        const auto outside = std::find_if(values_.begin() + static_cast<std::ptrdiff_t>(begin),
+                                          values_.begin() + static_cast<std::ptrdiff_t>(end),
+                                          [&](std::uint16_t value) { return value >= frame_.limit; });
+        if (outside != values_.begin() + static_cast<std::ptrdiff_t>(end)) {
+            at_ = static_cast<std::size_t>(outside - values_.begin());
+            const auto broken = judge(block);
+            return StreamBreak{broken ? broken->value : at_, true};
+        }
         const bool is_bad = fit_.misfit(values_, begin, end) > kBadBlock;
         is_bad_[block] = is_bad ? 1 : 0;
         const std::size_t above = block - std::min(block, fit_.blocks_of_row());

@@ -10,7 +10,8 @@ namespace raw_mend {
 /// Where the values of a stream stop fitting, or cannot be decoded.
 struct StreamBreak {
     std::size_t value = 0; ///< The first that does not fit, or nearly so.
-    bool is_fault = false; ///< Whether nothing can be decoded from a later value on.
+    /// Whether nothing can be decoded from a later value on, or no encoder writes what is decoded there.
+    bool is_fault = false;
 };
 
 /// A value and where its bits begin.
