@@ -99,6 +99,38 @@ Harm inserted(std::size_t count) {
     });
 }
 
+/// Clusters of a card within a photograph whose head is intact, and the bytes that take their places.
+Harm clusters(const std::string& name, const std::vector<double>& places,
+              const std::function<Bytes(std::size_t)>& content) {
+    return harm(name, [=](const Pair& pair) {
+        Bytes bytes = pair.original;
+        for (const double place : places) {
+            put_bytes(bytes, at(pair, place) / 512 * 512, content(4 * kKiB));
+        }
+        return bytes;
+    });
+}
+
+/// What a torn file has between its two parts: bytes lost from it, or others put into it.
+Harm torn(const std::string& name, std::size_t lost, const Bytes& put_in) {
+    return harm(name, [=](const Pair& pair) {
+        const std::size_t first = at(pair, 0.7) / 512 * 512;
+        return joined(joined(part(pair.original, 0, first), put_in),
+                      part(pair.original, first + lost, pair.original.size()));
+    });
+}
+
+void add_clusters(std::vector<Harm>& all) {
+    constexpr std::size_t kCluster = 4 * kKiB;
+    all.push_back(torn("4 KiB lost", kCluster, {}));
+    all.push_back(torn("4 KiB put in", 0, noise(kCluster, 5)));
+    all.push_back(clusters("4 KiB zeroed", {0.7}, zeros));
+    all.push_back(clusters("4 KiB overwritten", {0.7}, random_bytes));
+    all.push_back(clusters("three times 4 KiB zeroed", {0.55, 0.7, 0.9}, zeros));
+    all.push_back(harm("cut at 50 %",
+                       [](const Pair& pair) { return part(pair.original, 0, at(pair, 0.5) / 512 * 512); }));
+}
+
 std::vector<Harm> make_harms() {
     std::vector<Harm> all{harm("none", [](const Pair& pair) { return pair.original; }),
                           harm("head zeroed", behead), harm("head random", [](const Pair& pair) {
@@ -135,6 +167,7 @@ std::vector<Harm> make_harms() {
             all.push_back(skipped(kib, percent));
         }
     }
+    add_clusters(all);
     all.push_back(harm("swapped byte order sample", behead, {.other_order = true}));
     all.push_back(harm("wrong camera's sample", behead, {.other_size = true}));
 #if defined(PLATE_MEND_WALK_THROUGH_PREVIEWS)
@@ -163,13 +196,31 @@ double rows_in_common(const RawPicture& one, const RawPicture& other) {
     return static_cast<double>(same) / one.height;
 }
 
+double pixels_in_common(const RawPicture& one, const RawPicture& other) {
+    if (one.width != other.width || one.height != other.height ||
+        one.samples.size() != other.samples.size()) {
+        return 0;
+    }
+    const std::size_t pixels = std::size_t{one.width} * one.height;
+    const std::size_t colours = one.samples.size() / pixels;
+    std::size_t same = 0;
+    for (std::size_t first = 0; first < one.samples.size(); first += colours) {
+        same += std::equal(one.samples.data() + first, one.samples.data() + first + colours,
+                           other.samples.data() + first)
+                    ? 1U
+                    : 0U;
+    }
+    return static_cast<double>(same) / static_cast<double>(pixels);
+}
+
 WalkResult compared(const std::string& format, const Harm& harm, const Record& record,
                     const RawPicture& original) {
-    WalkResult result{format, harm.name, record, false, 0, false};
+    WalkResult result{format, harm.name, record};
     if (record.raw || record.verdict == Verdict::kIntact) { // What was left alone is the result.
         const auto& file = record.raw ? *record.raw : record.damaged;
         if (const auto picture = decode_raw(std::filesystem::path(file.path))) {
             result.rows_same = rows_in_common(*picture, original);
+            result.pixels_same = pixels_in_common(*picture, original);
             result.same_picture = picture->samples == original.samples && picture->width == original.width;
         }
     }
@@ -266,10 +317,20 @@ bool WalkResult::too_strict() const {
     return same_picture && !called_whole() && !guessed;
 }
 
+std::optional<double> WalkResult::promised() const {
+    const auto* taken = record.taken();
+    return record.verdict == Verdict::kPartial && taken != nullptr ? taken->judgement.share() : std::nullopt;
+}
+
+double WalkResult::true_share() const {
+    const auto* taken = record.taken();
+    return taken != nullptr && taken->judgement.pixels_good ? pixels_same : rows_same;
+}
+
 bool WalkResult::too_rosy() const {
     const auto* taken = record.taken();
-    return record.verdict == Verdict::kPartial && taken != nullptr &&
-           taken->judgement.rows_good.value_or(0) > rows_same + 0.02;
+    const bool pixels = taken != nullptr && taken->judgement.pixels_good;
+    return promised().value_or(0) > true_share() + (pixels ? 0.005 : 0.02);
 }
 
 std::vector<WalkResult> walk(const Format& format) {

@@ -34,6 +34,7 @@ struct WalkResult {
     plate_mend::host::Record record;
     bool same_picture = false; ///< The delivered RAW has the original's pixels, all of them.
     double rows_same = 0;      ///< The share of its rows that has.
+    double pixels_same = 0;    ///< The share of its pixels that has.
     bool jpeg_decodes = false; ///< A JPEG was delivered, and libjpeg decodes it.
 
     /// "whole", or "intact" for a file that was left alone.
@@ -43,7 +44,11 @@ struct WalkResult {
     /// Less than that for what is the original's picture, and not because its place is a guess: a right guess
     /// proves nothing.
     [[nodiscard]] bool too_strict() const;
-    /// More rows promised than there are, by more than two in a hundred.
+    /// The share that is promised of a partial result, and the true one: of pixels where these are counted,
+    /// and of rows otherwise.
+    [[nodiscard]] std::optional<double> promised() const;
+    [[nodiscard]] double true_share() const;
+    /// More promised than there is: by more than five pixels in a thousand, or two rows in a hundred.
     [[nodiscard]] bool too_rosy() const;
     [[nodiscard]] bool agrees() const { return !false_whole() && !too_strict() && !too_rosy(); }
 };

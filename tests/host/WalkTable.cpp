@@ -21,10 +21,10 @@ std::string cell(const WalkResult& result) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(2) << name_of(result.record.verdict);
     if (result.record.verdict == Verdict::kPartial) {
-        const auto rows = result.record.taken()->judgement.rows_good;
+        const auto share = result.promised();
         text << ' ';
-        rows ? text << *rows : text << '?';
-        text << " (" << result.rows_same << ')';
+        share ? text << *share : text << '?';
+        text << " (" << result.true_share() << ')';
     }
     text << (result.false_whole() ? " FALSE WHOLE" : "") << (result.too_strict() ? " TOO STRICT" : "")
          << (result.too_rosy() ? " TOO ROSY" : "");

@@ -13,7 +13,7 @@ TEST_P(Walked, EachVerdictAgreesWithThePixels) {
     for (const WalkResult& result : walk(GetParam())) {
         EXPECT_FALSE(result.false_whole()) << result.harm << ": whole, but not the original's picture";
         EXPECT_FALSE(result.too_strict()) << result.harm << ": the original's picture, but not whole";
-        EXPECT_FALSE(result.too_rosy()) << result.harm << ": more rows promised than there are";
+        EXPECT_FALSE(result.too_rosy()) << result.harm << ": more promised than there is";
         if (result.record.verdict == plate_mend::host::Verdict::kPreviewOnly) {
             EXPECT_TRUE(result.jpeg_decodes) << result.harm;
         }

@@ -2,6 +2,8 @@
 
 #include "text/Format.h"
 
+#include <raw_mend/raw_mend.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -27,6 +29,13 @@ RowRange rows_on_sensor(const FrameArea& area, std::uint32_t frame_rows, std::ui
 
 double share_of(std::uint64_t some, std::uint64_t all) {
     return static_cast<double>(some) / static_cast<double>(all);
+}
+
+/// To four digits.
+double cut_down(double share) {
+    constexpr double kSteps = 10000;
+    constexpr double kInexact = 1e-6;
+    return std::max(0.0, std::floor(share * kSteps + kInexact) / kSteps);
 }
 
 /// Never less than it is: "0.1 %" for next to nothing.
@@ -77,11 +86,17 @@ std::optional<double> share_of_good_pixels(const FoundImage& image, std::optiona
     if (image.pixels == 0 || !rows_good) {
         return std::nullopt;
     }
-    constexpr double kSteps = 10000; // The share is cut down to four digits.
-    constexpr double kInexact = 1e-6;
     const double own =
         1 - share_of(image.pixels_lost, image.pixels) - share_of(image.pixels_doubtful, image.pixels);
-    return std::max(0.0, std::floor((own - (1 - *rows_good)) * kSteps + kInexact) / kSteps);
+    return cut_down(own - (1 - *rows_good));
+}
+
+std::optional<double> share_of_proved_pieces(const FoundImage& image) {
+    const bool is_guess = (image.notes & RAW_MEND_PLACES_GUESSED) != 0;
+    if (image.pixels == 0 || is_guess || image.pieces_proved == 0 || image.pieces_proved >= image.pieces) {
+        return std::nullopt;
+    }
+    return cut_down(share_of(image.pieces_proved, image.pieces));
 }
 
 } // namespace plate_mend::host

@@ -31,4 +31,8 @@ namespace plate_mend::host {
 [[nodiscard]] std::optional<double> share_of_good_pixels(const FoundImage& image,
                                                          std::optional<double> rows_good);
 
+/// The same where no rows are known to be good, but coded data prove that pieces are: only these are
+/// promised. Nothing if none is, or their places are a guess.
+[[nodiscard]] std::optional<double> share_of_proved_pieces(const FoundImage& image);
+
 } // namespace plate_mend::host

@@ -106,7 +106,7 @@ std::optional<double> picture_rows_there(const Lengths& lengths, const RawDecode
 void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
                    Judgement& judgement) {
     SensorView view = decoder.sensor_view();
-    view.doubtful = !judgement.findings.empty();
+    view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
@@ -129,12 +129,16 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
 
 /// Adds what the raw engine counts to what the judge has found.
 ///
-///   doubts  how many of the findings are find_doubts'
-void take_account(const FoundImage& image, std::size_t doubts, Judgement& judgement) {
-    if (is_refuted_guess(image, judgement.findings.size() - doubts)) {
+///   is_exact  every piece of coded data ends where its image does
+void take_account(const FoundImage& image, const FileEvidence& evidence, bool is_exact,
+                  Judgement& judgement) {
+    if (is_refuted_guess(image, judgement.findings.size() - evidence.pieces.findings.size())) {
         judgement.rows_good = 0;
     }
     judgement.pixels_good = share_of_good_pixels(image, judgement.rows_good);
+    if (!judgement.rows_good && is_exact && judgement.data_errors == 0) {
+        judgement.pixels_good = share_of_proved_pieces(image);
+    }
     add(describe_account(image), judgement.findings);
 }
 
@@ -185,7 +189,7 @@ Judgement judge_raw(const JudgeRequest& request) {
     }
     judge_samples(request, decoder, evidence, judgement);
     if (request.image) {
-        take_account(*request.image, evidence.pieces.findings.size(), judgement);
+        take_account(*request.image, evidence, evidence.decodes_exactly(decoder), judgement);
     }
     judgement.place = decoder.picture_place();
     if (!request.picture.empty()) {

@@ -1,13 +1,37 @@
 #include "repair/Engines.h"
 
+#include "files/FileBytes.h"
 #include "files/SafeOutput.h"
+#include "repair/Worth.h"
 #include "text/Paths.h"
 
+#include <raw_mend/raw_mend.h>
+
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace plate_mend::host {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// Whether a file begins with all bytes of another.
+bool is_beginning_of(const fs::path& file, const fs::path& beginning) {
+    constexpr std::size_t kPiece = std::size_t{1} << 20U;
+    FileBytes whole(file);
+    FileBytes part(beginning);
+    for (std::uint64_t offset = 0; offset < part.size(); offset += kPiece) {
+        const auto bytes = part.read(offset, kPiece);
+        if (whole.read(offset, bytes.size()) != bytes) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
 
 std::vector<Engine> Engines::accepting(const RankedSample& ranked) const {
     const bool known = damaged_.format && damaged_.format == format_of(ranked.path);
@@ -36,8 +60,24 @@ Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
                                          .sample = sample,
                                          .picture = trial.picture,
                                          .image = trial.attempt.image});
+        if (exact) {
+            check_whole(trial, sample);
+        }
     }
     return trial;
+}
+
+bool Engines::finds_damage(const fs::path& name, const fs::path& sample) const {
+    const fs::path result = folder_ / "checked";
+    fs::remove(result);
+    const Attempt attempt =
+        workers_.repair_raw(folder_, {name, sample, result, "check of " + utf8_from(damaged_.path)});
+    const bool known = attempt.code == 0 && attempt.image;
+    const bool found =
+        known && (attempt.image->pieces_mended != 0 || attempt.image->is_incomplete() ||
+                  (attempt.image->way == RAW_MEND_WAY_OWN_TABLES && !is_beginning_of(name, result)));
+    fs::remove(result);
+    return found;
 }
 
 /// The exact engine writes to a CR3 sample's mapping, and others may use the sample at the same time.
@@ -50,6 +90,15 @@ fs::path Engines::name_for_engine(Engine engine, const RankedSample& ranked) con
     fs::copy_file(ranked.path, copy, fs::copy_options::overwrite_existing);
     fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add);
     return copy;
+}
+
+/// The exact engine takes the image as it is, and the judge sees only what looks like no photograph.
+void Engines::check_whole(Trial& trial, const fs::path& sample) const {
+    Judgement& judgement = trial.attempt.judgement;
+    if (verdict_of(judgement) == Verdict::kWhole && finds_damage(trial.result, sample)) {
+        judgement.findings.emplace_back("the raw engine finds damage inside the image");
+        judgement.rows_good.reset();
+    }
 }
 
 /// A result that a decoder refuses because it is truncated gets zeros for what is lost, and is judged again.

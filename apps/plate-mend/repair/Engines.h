@@ -53,9 +53,19 @@ class Engines {
     /// Tries a sample. What an earlier trial of this engine made is replaced.
     [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& ranked) const;
 
+    /// Whether the raw engine finds damage in a photograph that looks intact: it puts pieces together anew,
+    /// or counts pixels as lost or doubtful, or the photograph does not begin where the file does. False if
+    /// it does not know the photograph's kind.
+    ///
+    ///   name    a path of the photograph for a worker
+    ///   sample  an intact one from the same camera, likewise
+    [[nodiscard]] bool finds_damage(const std::filesystem::path& name,
+                                    const std::filesystem::path& sample) const;
+
   private:
     [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& ranked) const;
     [[nodiscard]] Judgement judge(JudgeRequest request) const;
+    void check_whole(Trial& trial, const std::filesystem::path& sample) const;
 
     const Workers& workers_;
     const DamagedFile& damaged_;

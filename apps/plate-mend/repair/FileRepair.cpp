@@ -113,6 +113,8 @@ class FileRepair {
         if (damaged_.format) {
             damaged_.copy += input_.path.extension(); // The exact engine goes by the extension.
         }
+        engines_.emplace(tools_.workers, damaged_, folder_->path(),
+                         TrialSettings{.pictures = settings_.pictures, .fill = settings_.fill});
         const CopiedFile copied = copy_readable(input_.path, damaged_.copy);
         damaged_.unreadable = !copied.unreadable.empty();
         record_.damaged.size = copied.size;
@@ -139,23 +141,24 @@ class FileRepair {
             return false;
         }
         const fs::path picture = picture_file("intact.jpg");
-        if (!tools_.workers.is_intact(folder_->path(), damaged_.copy, picture) || !is_as_long_as_others()) {
+        if (!tools_.workers.is_intact(folder_->path(), damaged_.copy, picture) || !agrees_with_a_sample()) {
             return false;
         }
         record_.picture = picture.empty() ? "" : read_small_file(picture);
         return true;
     }
 
-    /// An image that is displaced as a whole decodes without a sign of damage. Compared with a sample, its
-    /// length shows it.
-    bool is_as_long_as_others() {
+    /// An image that is displaced as a whole, or whose clusters changed places, decodes without a sign of
+    /// damage. Compared with a sample, its length shows it, or the raw engine.
+    bool agrees_with_a_sample() {
         std::string trouble;
         for (const RankedSample& ranked : ranked_samples()) {
             try {
                 const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
                 if (check(ranked, name).fitness == SampleChecks::Fitness::kWhole) {
                     return tools_.workers.judge(folder_->path(), {damaged_.copy, {}, name, {}})
-                        .findings.empty();
+                               .findings.empty() &&
+                           !engines().finds_damage(damaged_.copy, name);
                 }
             } catch (const MachineFailure& e) {
                 if (e.no_room()) {
@@ -240,14 +243,14 @@ class FileRepair {
 
     /// Each engine in turn, until a result is whole.
     void try_sample(const RankedSample& ranked) {
-        const Engines engines(tools_.workers, damaged_, folder_->path(),
-                              {.pictures = settings_.pictures, .fill = settings_.fill});
-        for (const Engine engine : engines.accepting(ranked)) {
+        for (const Engine engine : engines().accepting(ranked)) {
             if (record_.verdict != Verdict::kWhole) {
-                add_trial(engines.try_sample(engine, ranked), ranked);
+                add_trial(engines().try_sample(engine, ranked), ranked);
             }
         }
     }
+
+    [[nodiscard]] const Engines& engines() const { return *engines_; }
 
     void add_trial(Trial trial, const RankedSample& ranked) {
         Attempt& attempt = trial.attempt;
@@ -348,6 +351,7 @@ class FileRepair {
     Delivery delivery_;
     std::optional<PrivateFolder> folder_;
     DamagedFile damaged_;
+    std::optional<Engines> engines_;
     std::optional<std::vector<RankedSample>> ranked_samples_;
     Record record_;
 };

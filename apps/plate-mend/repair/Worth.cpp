@@ -7,18 +7,33 @@ namespace {
 /// With a smaller share of the picture, a result is not a photograph, even if it decodes.
 constexpr double kLeastShare = 0.01;
 
-/// If the share is unknown, it counts as a half.
-double share(const Judgement& judgement) {
-    return judgement.share().value_or(0.5);
+/// What the raw engine counts as the photograph's own; all where it counts nothing.
+double own_share(const Attempt& attempt) {
+    if (!attempt.image || attempt.image->pixels == 0) {
+        return 1;
+    }
+    const FoundImage& image = *attempt.image;
+    return 1 -
+           static_cast<double>(image.pixels_lost + image.pixels_doubtful) / static_cast<double>(image.pixels);
+}
+
+bool is_mended(const Attempt& attempt) {
+    return attempt.image && attempt.image->pieces_mended != 0;
+}
+
+/// If the share is unknown, it counts as half of what can be.
+double share(const Attempt& attempt) {
+    return attempt.judgement.share().value_or(0.5 * own_share(attempt));
 }
 
 /// Higher is better.
-double worth(const Judgement& judgement) {
+double worth(const Attempt& attempt) {
+    const Judgement& judgement = attempt.judgement;
     switch (verdict_of(judgement)) {
     case Verdict::kWhole:
         return 2;
     case Verdict::kPartial:
-        return share(judgement) - 0.001 * static_cast<double>(judgement.findings.size());
+        return share(attempt) - 0.001 * static_cast<double>(judgement.findings.size());
     default:
         return -1;
     }
@@ -34,18 +49,21 @@ Verdict verdict_of(const Judgement& judgement) {
 }
 
 bool is_better(const Attempt& attempt, const Attempt* kept) {
-    const Judgement& ours = attempt.judgement;
     if (kept == nullptr) {
-        return worth(ours) > 0;
+        return worth(attempt) > 0;
     }
-    const Judgement& theirs = kept->judgement;
-    const bool both_partial =
-        verdict_of(ours) == Verdict::kPartial && verdict_of(theirs) == Verdict::kPartial;
+    const bool both_partial = verdict_of(attempt.judgement) == Verdict::kPartial &&
+                              verdict_of(kept->judgement) == Verdict::kPartial;
     if (attempt.engine == kept->engine || !both_partial) {
-        return worth(ours) > worth(theirs);
+        return worth(attempt) > worth(*kept);
+    }
+    if (!attempt.judgement.share() && !kept->judgement.share() && (is_mended(attempt) || is_mended(*kept))) {
+        const Attempt& mended = is_mended(attempt) ? attempt : *kept;
+        return (own_share(mended) > 0.5) == (&mended == &attempt);
     }
     // Engines leave different signs of damage, so their number says nothing.
-    return share(ours) > share(theirs) || (share(ours) == share(theirs) && attempt.engine == kExactEngine);
+    return share(attempt) > share(*kept) ||
+           (share(attempt) == share(*kept) && attempt.engine == kExactEngine);
 }
 
 } // namespace plate_mend::host

@@ -4,6 +4,7 @@
 #include "support/Bytes.h"
 
 #include <gmock/gmock.h>
+#include <raw_mend/raw_mend.h>
 
 #include <algorithm>
 
@@ -45,6 +46,21 @@ TEST(Account, GivesTheShareOfGoodPixelsCutDown) {
     EXPECT_EQ(share_of_good_pixels(account(600000, 0), 0.3), 0.0);
     EXPECT_EQ(share_of_good_pixels(account(4000, 0), std::nullopt), std::nullopt);
     EXPECT_EQ(share_of_good_pixels(FoundImage{}, 1), std::nullopt) << "nothing was counted";
+}
+
+TEST(Account, PromisesProvedPiecesWhereRowsAreUnknown) {
+    FoundImage image = account(4000, 0);
+    image.pieces = 204;
+    image.pieces_found = 204;
+    image.pieces_proved = 202;
+    EXPECT_DOUBLE_EQ(*share_of_proved_pieces(image), 0.9901);
+    image.notes = RAW_MEND_PLACES_GUESSED;
+    EXPECT_EQ(share_of_proved_pieces(image), std::nullopt);
+    image.notes = 0;
+    image.pieces_proved = 0;
+    EXPECT_EQ(share_of_proved_pieces(image), std::nullopt);
+    image.pieces_proved = 204;
+    EXPECT_EQ(share_of_proved_pieces(image), std::nullopt) << "then the signs are in one of these";
 }
 
 std::vector<std::size_t> numbers_of(const std::vector<bool>& rows) {

@@ -48,6 +48,26 @@ TEST(Worth, PixelsCountWhereTheyAreCounted) {
     EXPECT_EQ(verdict_of(mended.judgement), Verdict::kNotRepaired);
 }
 
+TEST(Worth, UnknownShareIsHalfOfWhatIsNotLost) {
+    Attempt cut = attempt_of("raw", std::nullopt, 1);
+    cut.image = FoundImage{.pixels = 1000, .pixels_lost = 890, .pixels_doubtful = 10};
+    const Attempt rows = attempt_of("exact", 0.09, 1);
+    EXPECT_FALSE(is_better(cut, &rows));
+    cut.image->pixels_lost = 90;
+    EXPECT_TRUE(is_better(cut, &rows));
+}
+
+TEST(Worth, MendedImageIsBetterWhereNeitherShareIsKnown) {
+    Attempt mended = attempt_of("raw", std::nullopt, 3);
+    mended.image = FoundImage{.pieces_mended = 1, .pixels = 1000, .pixels_lost = 400};
+    const Attempt exact = attempt_of("exact", std::nullopt, 1);
+    EXPECT_TRUE(is_better(mended, &exact));
+    EXPECT_FALSE(is_better(exact, &mended));
+    mended.image->pixels_doubtful = 200;
+    EXPECT_FALSE(is_better(mended, &exact));
+    EXPECT_TRUE(is_better(exact, &mended));
+}
+
 TEST(Worth, ExactEngineWinsATie) {
     const Attempt exact = attempt_of("exact", 0.9, 2);
     const Attempt raw = attempt_of("raw", 0.9, 2);

@@ -9,10 +9,12 @@ namespace raw_mend {
 
 namespace {
 
-constexpr double kForeign = 2.5;    ///< Times the difference that the surroundings have.
-constexpr double kForeignInRow = 4; ///< The same in a cluster that is shorter than a row.
-constexpr double kOwn = 1.6;        ///< Likewise: at most, beside a cluster.
-constexpr double kLeastShare = 0.8; ///< Of the chunks that must differ, those that do.
+constexpr double kForeign = 2.5;     ///< Times the difference that the surroundings have.
+constexpr double kForeignInRow = 4;  ///< The same in a cluster that is shorter than a row.
+constexpr double kEdge = 1.6;        ///< Likewise, in its first and its last sector.
+constexpr double kBeside = 1.25;     ///< Likewise: at most, in the sectors beside it.
+constexpr double kOwn = 1.6;         ///< Likewise: at most, beside a cluster.
+constexpr double kLeastShare = 0.75; ///< Of the chunks that must differ, those that do.
 constexpr std::uint64_t kMostSmooth = std::uint64_t{1} << 16U; ///< Bytes of rows that fit one another.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20U;
 constexpr std::size_t kMostEnds = 64; ///< That are tried for one start.
@@ -35,7 +37,7 @@ struct Misfit {
     [[nodiscard]] double share() const {
         return chunks == 0 ? 0 : static_cast<double>(foreign) / static_cast<double>(chunks);
     }
-    [[nodiscard]] bool is_foreign() const { return chunks > 0 && ratio() > kForeign; }
+    [[nodiscard]] bool is_over(double limit) const { return chunks > 0 && ratio() > limit; }
     [[nodiscard]] bool is_own() const { return chunks > 0 && ratio() <= kOwn; }
 };
 
@@ -133,16 +135,22 @@ class ClusterSearch {
         ++misfit.chunks;
     }
 
+    /// The first sector of a cluster that begins at a chunk, and the last of one that ends there.
+    [[nodiscard]] Misfit start_of(std::size_t chunk) const {
+        return above(chunk + 1, chunk + sector_, chunk);
+    }
+    [[nodiscard]] Misfit end_of(std::size_t chunk) const { return below(chunk - sector_, chunk, chunk); }
+
     [[nodiscard]] bool is_start(std::uint64_t at) const {
         const std::size_t chunk = differences_.chunk_of(at);
-        return chunk >= sector_ && above(chunk + 1, chunk + sector_, chunk).is_foreign() &&
-               above(chunk - sector_, chunk, chunk).is_own();
+        return chunk >= sector_ && start_of(chunk).is_over(kEdge) &&
+               !above(chunk - sector_, chunk, chunk).is_over(kBeside);
     }
 
     [[nodiscard]] bool is_end(std::uint64_t at) const {
         const std::size_t chunk = differences_.chunk_of(at);
-        return chunk >= sector_ && below(chunk - sector_, chunk, chunk).is_foreign() &&
-               below(chunk + 1, chunk + sector_, chunk).is_own();
+        return chunk >= sector_ && end_of(chunk).is_over(kEdge) &&
+               !below(chunk + 1, chunk + sector_, chunk).is_over(kBeside);
     }
 
     void judge(const ImageRange& range) {
@@ -151,8 +159,12 @@ class ClusterSearch {
         const Misfit first = above(begin + 1, std::min(end, begin + period_), begin);
         const Misfit last = below(std::max(begin + 1, end - std::min(end, period_)), end, end);
         const bool is_short = end - begin < row_;
+        const bool has_clear_start = start_of(begin).is_over(kForeign);
+        const bool has_clear_end = end_of(end).is_over(kForeign);
+        const bool is_clear =
+            end - begin < period_ ? has_clear_start && has_clear_end : has_clear_start || has_clear_end;
         const double least = is_short ? kForeignInRow : kForeign;
-        if (first.ratio() > least && last.ratio() > least && first.share() >= kLeastShare &&
+        if (is_clear && first.is_over(least) && last.is_over(least) && first.share() >= kLeastShare &&
             last.share() >= kLeastShare && (!is_short || is_between_own(begin, end)) &&
             (range.length() <= kMostSmooth || is_rough(begin, end))) {
             candidates_.push_back({range, weigh(range, first, last)});

@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t kLeastLength = 256;
 constexpr std::size_t kLeastPlain = 4096; // Without restarts. Of noise, one stretch in 10^7 is as long.
 constexpr std::size_t kMostEqual = 24;    // Bytes in a row, of entropy-coded data.
+constexpr std::size_t kMostForSampling = std::size_t{1} << 20U; // Bytes; thousands of MCUs.
 constexpr std::size_t kLeastStandard =
     256;                               // MCUs in a row. With wrong tables, runs break off after 20 to 190.
 constexpr unsigned kLeastRestarts = 4; // In sequence. By chance: once in 2 * 10^15 places of noise.
@@ -142,32 +143,59 @@ PictureCandidate standard_header(unsigned h_samp, unsigned v_samp) {
     return header;
 }
 
+struct Sampling {
+    unsigned horizontal = 0; ///< Factors of the luminance component; 0 for a grey picture.
+    unsigned vertical = 0;
+};
+
+std::optional<InferredFrame> infer_standard_frame(Bytes file, const Range& part, const Sampling& sampling,
+                                                  Hypothesis& hypothesis) {
+    hypothesis = with_header_of(standard_header(sampling.horizontal, sampling.vertical), part);
+    hypothesis.tables_standard = true;
+    hypothesis.quant_guessed = true;
+    const auto inferred = infer_frame(file, hypothesis);
+    const bool decodes = inferred && inferred->mcus >= kLeastStandard && inferred->bytes >= part.size() / 2;
+    return decodes ? inferred : std::nullopt;
+}
+
 /// Wrong samplings and tables break off every few dozen MCUs, except for those with as many blocks, in which
 /// rows do not fit one another as well.
-std::optional<Hypothesis> with_likeliest_sampling(Bytes file, const Range& part) {
-    static constexpr std::array<std::array<unsigned, 2>, 5> kSamplings{
-        {{2, 2}, {2, 1}, {1, 1}, {1, 2}, {0, 0}}};
+std::optional<Sampling> likeliest_sampling(Bytes file, const Range& part) {
+    static constexpr std::array<Sampling, 5> kSamplings{{{2, 2}, {2, 1}, {1, 1}, {1, 2}, {0, 0}}};
     constexpr double kAsMany = 0.9;
-    std::optional<Hypothesis> best;
+    std::optional<Sampling> best;
     double pixels = 0;
     double step = 0;
-    for (const auto& [h_samp, v_samp] : kSamplings) {
-        Hypothesis hypothesis = with_header_of(standard_header(h_samp, v_samp), part);
-        hypothesis.tables_standard = true;
-        hypothesis.quant_guessed = true;
-        const auto inferred = infer_frame(file, hypothesis);
-        if (!inferred || inferred->mcus < kLeastStandard || inferred->bytes < part.size() / 2) {
+    Hypothesis hypothesis;
+    for (const Sampling& sampling : kSamplings) {
+        const auto inferred = infer_standard_frame(file, part, sampling, hypothesis);
+        if (!inferred) {
             continue;
         }
         const auto found = static_cast<double>(inferred->mcus * inferred->frame.mcu_area());
         if (!best || found * kAsMany > pixels || (found > pixels * kAsMany && inferred->step < step)) {
-            hypothesis.candidate.frame = inferred->frame;
-            best = std::move(hypothesis);
+            best = sampling;
             pixels = found;
             step = inferred->step;
         }
     }
     return best;
+}
+
+/// The sampling is that of the part's end, so that most noise is read no further.
+std::optional<Hypothesis> with_standard_header(Bytes file, const Range& part) {
+    const Range end{part.last - std::min(part.size(), kMostForSampling), part.last};
+    const auto sampling = likeliest_sampling(file, end);
+    if (!sampling) {
+        return std::nullopt;
+    }
+    Hypothesis hypothesis;
+    const auto inferred = infer_standard_frame(file, part, *sampling, hypothesis);
+    if (!inferred) {
+        return std::nullopt;
+    }
+    hypothesis.candidate.frame = inferred->frame;
+    return hypothesis;
 }
 
 } // namespace
@@ -191,7 +219,7 @@ std::vector<Hypothesis> find_orphans(Bytes file, std::vector<Range> covered,
 std::vector<Hypothesis> find_standard_orphans(Bytes file, std::vector<Range> covered) {
     std::vector<Hypothesis> hypotheses;
     for (const auto& part : find_parts(file, std::move(covered))) {
-        if (auto hypothesis = with_likeliest_sampling(file, part)) {
+        if (auto hypothesis = with_standard_header(file, part)) {
             hypotheses.push_back(std::move(*hypothesis));
         }
     }
