@@ -161,9 +161,8 @@ TEST(MendStreams, PromisesOnlyWhatSurvives) {
             const std::size_t at = sector_at(original, place);
             const Bytes without =
                 joined(part(original, 0, at), part(original, at + kCluster, original.size()));
-            for (const Bytes& damaged :
-                 {overwritten(original, at, Bytes(kCluster, 0)),
-                  overwritten(original, at, noise(kCluster, static_cast<std::uint32_t>(place))), without}) {
+            const Bytes foreign = noise(kCluster, static_cast<std::uint32_t>(place));
+            for (const Bytes& damaged : {overwritten(original, at, foreign), without}) {
                 SCOPED_TRACE(place);
                 const Outcome outcome = repair(damaged, make(1));
                 ASSERT_TRUE(outcome.picture);
