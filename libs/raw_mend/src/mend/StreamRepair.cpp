@@ -30,9 +30,11 @@ class StreamRepair {
             end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
         RepairedStream result;
         result.lost.push_back(lost);
-        // If all could be decoded, something before the end is foreign.
-        const bool is_unknown = walk_.decoded() == count && lost.begin >= count;
-        const std::size_t strong = find_strong(suspects, is_unknown ? 0 : loss);
+        // If all could be decoded, something before the end is foreign. Other predictors than the left
+        // neighbour hide foreign values: their sums do not move away from the rows above.
+        const bool is_unknown =
+            walk_.frame().predictor != 1 || (walk_.decoded() == count && lost.begin >= count);
+        const std::size_t strong = is_unknown ? 0 : find_strong(suspects, loss);
         if (strong < lost.begin) {
             result.doubtful.push_back({strong, lost.begin});
         }
