@@ -69,7 +69,7 @@ class StreamWalk {
   private:
     [[nodiscard]] std::size_t block_of(std::size_t value) const;
     [[nodiscard]] std::size_t begin_of(std::size_t block) const;
-    [[nodiscard]] std::optional<StreamBreak> judge(std::size_t from);
+    [[nodiscard]] std::optional<StreamBreak> judge(std::size_t block);
 
     StreamFrame frame_;
     lossless_jpeg::ComponentTables tables_;
