@@ -6,7 +6,7 @@
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 #include <utility>
 
 namespace raw_mend {
@@ -30,8 +30,13 @@ class StreamRepair {
             end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
         RepairedStream result;
         result.lost.push_back(lost);
-        if (walk_.decoded() == count && lost.begin >= count) { // Something before the end is foreign.
-            result.doubtful.push_back({first_out_of_place(suspects), count});
+        // If all could be decoded, something before the end is foreign. Other predictors than the left
+        // neighbour hide foreign values: their sums do not move away from the rows above.
+        const bool is_unknown =
+            walk_.frame().predictor != 1 || (walk_.decoded() == count && lost.begin >= count);
+        const std::size_t strong = is_unknown ? 0 : find_strong(suspects, loss);
+        if (strong < lost.begin) {
+            result.doubtful.push_back({strong, lost.begin});
         }
         if (lost.end < count && !correct_levels(lost)) {
             result.doubtful.push_back({lost.end, count});
@@ -39,7 +44,7 @@ class StreamRepair {
         wanted_ = walk_.values();
         result.bytes = encode(place);
         const auto rest = static_cast<std::ptrdiff_t>(lost.end);
-        if (result.doubtful.empty() && lost.end < count &&
+        if ((result.doubtful.empty() || result.doubtful.back().end < count) && lost.end < count &&
             !std::equal(wanted_.begin() + rest, wanted_.end(), walk_.values().begin() + rest)) {
             result.doubtful.push_back({lost.end, count});
         }
@@ -78,11 +83,13 @@ class StreamRepair {
         return loss;
     }
 
-    /// The first suspect that the alarms do not account for; 0 if there is none.
-    [[nodiscard]] static std::size_t first_out_of_place(const std::vector<StreamTears::Suspect>& suspects) {
+    /// The first suspect that is very likely not the photograph's; `none` if there is no such.
+    [[nodiscard]] static std::size_t find_strong(const std::vector<StreamTears::Suspect>& suspects,
+                                                 std::size_t none) {
+        constexpr double kStrong = 2.5;
         const auto first =
-            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > 1; });
-        return first == suspects.end() ? 0 : first->value;
+            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > kStrong; });
+        return first == suspects.end() ? none : first->value;
     }
 
     /// The last suspect before the first one that is not where the alarms let it be.
@@ -138,7 +145,11 @@ class StreamRepair {
         lossless_jpeg::DifferenceWriter writer(head_);
         writer.begin({kept.begin(), kept.end()}, place.place.bit == 0 ? 0 : bytes[kept.size()],
                      place.place.bit);
+        const int most = static_cast<int>(frame.limit) - 1;
         for (std::size_t at = place.value; at < values.size(); ++at) {
+            values[at] = static_cast<std::uint16_t>(
+                most > INT16_MAX ? values[at]
+                                 : std::clamp<int>(static_cast<std::int16_t>(values[at]), 0, most));
             const int predicted = frame.predict(values, at);
             const int difference =
                 static_cast<std::int16_t>(static_cast<std::uint16_t>(values[at] - predicted));

@@ -7,7 +7,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kBack = 8;         // Boundaries that are tried.
+constexpr std::size_t kBack = 6;         // Boundaries that are tried.
 constexpr std::size_t kFirstValues = 16; // Decoded to reject a place.
 constexpr std::size_t kMoreValues = 64;
 constexpr std::size_t kAllValues = 384;

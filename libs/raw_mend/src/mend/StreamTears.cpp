@@ -6,7 +6,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kMostSearches = 96;
+constexpr std::size_t kMostSearches = 24;
 constexpr std::size_t kLongRun = 32768; // Values that fit after a break.
 constexpr std::size_t kLeastRun = 256;  // After a place that is to be taken.
 

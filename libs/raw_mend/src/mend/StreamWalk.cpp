@@ -40,7 +40,11 @@ std::optional<StreamBreak> StreamWalk::run(std::size_t limit) {
         const std::size_t block = block_of(at_);
         const std::size_t begin = begin_of(block);
         const std::size_t end = begin_of(block + 1);
-        at_ = decode_values(reader_, frame_, values_, at_, end);
+        const std::size_t decoded = decode_values(reader_, frame_, values_, at_, end);
+        const auto outside = std::find_if(values_.begin() + static_cast<std::ptrdiff_t>(begin),
+                                          values_.begin() + static_cast<std::ptrdiff_t>(decoded),
+                                          [&](std::uint16_t value) { return value >= frame_.limit; });
+        at_ = static_cast<std::size_t>(outside - values_.begin());
         if (at_ < end) {
             const auto broken = judge(block);
             return StreamBreak{broken ? broken->value : at_, true};

@@ -10,7 +10,8 @@ namespace raw_mend {
 /// Where the values of a stream stop fitting, or cannot be decoded.
 struct StreamBreak {
     std::size_t value = 0; ///< The first that does not fit, or nearly so.
-    bool is_fault = false; ///< Whether nothing can be decoded from a later value on.
+    /// Whether nothing can be decoded from a later value on, or no encoder writes what is decoded there.
+    bool is_fault = false;
 };
 
 /// A value and where its bits begin.
@@ -68,7 +69,7 @@ class StreamWalk {
   private:
     [[nodiscard]] std::size_t block_of(std::size_t value) const;
     [[nodiscard]] std::size_t begin_of(std::size_t block) const;
-    [[nodiscard]] std::optional<StreamBreak> judge(std::size_t from);
+    [[nodiscard]] std::optional<StreamBreak> judge(std::size_t block);
 
     StreamFrame frame_;
     lossless_jpeg::ComponentTables tables_;

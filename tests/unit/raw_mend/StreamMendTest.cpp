@@ -1,0 +1,319 @@
+#include "Repair.h"
+#include "Written.h"
+#include "mend/StreamAreas.h"
+#include "mend/StreamFrame.h"
+
+#include "support/Cr2Photo.h"
+#include "support/DngPhoto.h"
+#include "support/LosslessJpeg.h"
+#include "support/RawDecode.h"
+
+#include <lossless_jpeg/Stream.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+// Lossless JPEGs whose bytes are torn apart, or lost in part.
+
+namespace test {
+namespace {
+
+using raw_mend::Area;
+using raw_mend::FoundImage;
+using raw_mend::Sample;
+
+constexpr std::size_t kCluster = 4096;
+constexpr std::size_t kSectorBytes = 512;
+
+Bytes cr2(unsigned number) {
+    Cr2Photo::Options options;
+    options.number = number;
+    options.width = 640;
+    options.height = 480;
+    return Cr2Photo(options).bytes;
+}
+
+Bytes dng(unsigned number) {
+    DngPhoto::Options options;
+    options.number = number;
+    options.width = 512;
+    options.height = 384;
+    options.tile_width = 256;
+    options.tile_height = 192;
+    return DngPhoto(options).bytes;
+}
+
+/// The first sector after a share of the raw image, in hundredths.
+std::size_t sector_at(const Bytes& file, std::size_t hundredths) {
+    const auto range = Sample::read(file)->range();
+    return static_cast<std::size_t>(range.offset + range.length * hundredths / 100) / kSectorBytes *
+           kSectorBytes;
+}
+
+Bytes put_in(const Bytes& file, std::size_t at, const Bytes& foreign) {
+    return joined(joined(part(file, 0, at), foreign), part(file, at, file.size()));
+}
+
+Bytes swapped(const Bytes& file, std::size_t first, std::size_t second, std::size_t count) {
+    Bytes result = file;
+    std::swap_ranges(result.begin() + static_cast<std::ptrdiff_t>(first),
+                     result.begin() + static_cast<std::ptrdiff_t>(first + count),
+                     result.begin() + static_cast<std::ptrdiff_t>(second));
+    return result;
+}
+
+Bytes overwritten(Bytes file, std::size_t at, const Bytes& foreign) {
+    std::copy(foreign.begin(), foreign.end(), file.begin() + static_cast<std::ptrdiff_t>(at));
+    return file;
+}
+
+struct Outcome {
+    FoundImage image;
+    std::optional<RawPicture> picture;
+};
+
+Outcome repair(const Bytes& damaged, const Bytes& intact) {
+    const auto sample = Sample::read(intact);
+    auto repaired = raw_mend::repair(damaged, *sample);
+    if (!repaired || !repaired->file) {
+        return {};
+    }
+    auto picture = decode_raw(written(*repaired->file));
+    return {std::move(repaired->image), std::move(picture)};
+}
+
+std::size_t pixels_of(const std::vector<Area>& areas) {
+    std::size_t pixels = 0;
+    for (const Area& area : areas) {
+        pixels += std::size_t{area.width} * area.height;
+    }
+    return pixels;
+}
+
+bool is_in(const std::vector<Area>& areas, std::size_t column, std::size_t row) {
+    return std::ranges::any_of(areas, [&](const Area& area) {
+        return column >= area.left && column < area.left + area.width && row >= area.top &&
+               row < area.top + area.height;
+    });
+}
+
+/// Pixels that are wrong although they are promised.
+std::size_t broken_promises(const Outcome& outcome, const RawPicture& original) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < original.samples.size(); ++at) {
+        const std::size_t row = at / original.width;
+        const std::size_t column = at % original.width;
+        const bool is_promised =
+            !is_in(outcome.image.lost, column, row) && !is_in(outcome.image.doubtful, column, row);
+        count += is_promised && outcome.picture->samples[at] != original.samples[at] ? 1U : 0U;
+    }
+    return count;
+}
+
+void expect_whole(const Outcome& outcome, const Bytes& original) {
+    ASSERT_TRUE(outcome.picture);
+    EXPECT_TRUE(*outcome.picture == *decode_raw(original));
+    EXPECT_EQ(outcome.image.proved, outcome.image.pieces.size());
+    EXPECT_TRUE(outcome.image.lost.empty());
+    EXPECT_TRUE(outcome.image.doubtful.empty());
+}
+
+TEST(MendStreams, LeavesWholePhotographsAlone) {
+    for (const auto& make : {cr2, dng}) {
+        const Bytes original = make(2);
+        for (const Bytes& file :
+             {original, put_in(original, 0, noise(1000, 1)), overwritten(original, 0, Bytes(64, 0))}) {
+            const Outcome outcome = repair(file, make(1));
+            expect_whole(outcome, original);
+            EXPECT_TRUE(outcome.image.mended.empty());
+        }
+    }
+}
+
+TEST(MendStreams, TakesForeignClustersOut) {
+    for (const auto& make : {cr2, dng}) {
+        const Bytes original = make(2);
+        for (const std::size_t size : {kSectorBytes, kCluster}) {
+            for (const std::size_t place : {10U, 35U, 62U, 90U}) {
+                SCOPED_TRACE(testing::Message() << size << " bytes at " << place);
+                const Bytes damaged = put_in(original, sector_at(original, place),
+                                             noise(size, static_cast<std::uint32_t>(place)));
+                expect_whole(repair(damaged, make(1)), original);
+            }
+        }
+    }
+}
+
+TEST(MendStreams, PutsExchangedClustersBack) {
+    const Bytes original = cr2(2);
+    const Bytes damaged = swapped(original, sector_at(original, 20), sector_at(original, 60), kCluster);
+    expect_whole(repair(damaged, cr2(1)), original);
+}
+
+TEST(MendStreams, PromisesOnlyWhatSurvives) {
+    for (const auto& make : {cr2, dng}) {
+        const Bytes original = make(2);
+        const auto picture = decode_raw(original);
+        ASSERT_TRUE(picture);
+        for (const std::size_t place : {15U, 40U, 77U}) {
+            const std::size_t at = sector_at(original, place);
+            const Bytes without =
+                joined(part(original, 0, at), part(original, at + kCluster, original.size()));
+            const Bytes foreign = noise(kCluster, static_cast<std::uint32_t>(place));
+            for (const Bytes& damaged : {overwritten(original, at, foreign), without}) {
+                SCOPED_TRACE(place);
+                const Outcome outcome = repair(damaged, make(1));
+                ASSERT_TRUE(outcome.picture);
+                EXPECT_EQ(outcome.picture->errors, 0U);
+                EXPECT_LT(outcome.image.proved, outcome.image.pieces.size());
+                EXPECT_LE(broken_promises(outcome, *picture), picture->samples.size() / 200);
+                EXPECT_GT(pixels_of(outcome.image.lost), 0U);
+            }
+        }
+    }
+}
+
+TEST(MendStreams, FillsTilesThatAreLostAltogether) {
+    const Bytes original = dng(2);
+    const auto described = Sample::read(original);
+    ASSERT_TRUE(described);
+    const raw_mend::Extent tile = described->description.raw.pieces[2].data;
+    const Bytes damaged = overwritten(original, static_cast<std::size_t>(tile.offset),
+                                      Bytes(static_cast<std::size_t>(tile.length), 0));
+    const Outcome outcome = repair(damaged, dng(1));
+    ASSERT_TRUE(outcome.picture);
+    EXPECT_EQ(outcome.picture->errors, 0U);
+    EXPECT_EQ(outcome.image.lost, (std::vector<Area>{{0, 192, 256, 192}}));
+    EXPECT_EQ(broken_promises(outcome, *decode_raw(original)), 0U);
+}
+
+TEST(MendStreams, KeepsWhatIsBeforeTheEndOfATruncatedFile) {
+    const Bytes original = cr2(2);
+    const auto picture = decode_raw(original);
+    const Outcome outcome = repair(part(original, 0, sector_at(original, 50)), cr2(1));
+    ASSERT_TRUE(outcome.picture && picture);
+    EXPECT_EQ(outcome.picture->errors, 0U);
+    EXPECT_EQ(broken_promises(outcome, *picture), 0U);
+    EXPECT_LT(pixels_of(outcome.image.lost) + pixels_of(outcome.image.doubtful),
+              picture->samples.size() * 55 / 100);
+}
+
+TEST(StreamAreas, FollowSlices) {
+    raw_mend::Image raw;
+    raw.frame.width = 10;
+    raw.frame.height = 4;
+    raw.frame.piece_width = 10;
+    raw.frame.piece_height = 4;
+    raw.pieces.resize(1);
+    raw.slices = {6, 4};
+    // The last two pixels of the first slice's third row, its fourth row, and six of the second slice's.
+    EXPECT_EQ(raw_mend::areas_of(raw, 0, 40, {16, 30}),
+              (std::vector<Area>{{4, 2, 2, 1}, {0, 3, 6, 1}, {6, 0, 4, 1}, {6, 1, 2, 1}}));
+    EXPECT_EQ(raw_mend::areas_of(raw, 0, 40, {0, 40}), (std::vector<Area>{{0, 0, 6, 4}, {6, 0, 4, 4}}));
+}
+
+TEST(StreamAreas, FollowTilesThatReachBeyondTheFrame) {
+    raw_mend::Image raw;
+    raw.frame.width = 10;
+    raw.frame.height = 7;
+    raw.frame.piece_width = 8;
+    raw.frame.piece_height = 4;
+    raw.pieces.resize(4);
+    EXPECT_EQ(raw_mend::area_of_piece(raw, 3), (std::vector<Area>{{8, 4, 2, 3}}));
+    EXPECT_EQ(raw_mend::areas_of(raw, 1, 32, {9, 24}), (std::vector<Area>{{9, 1, 1, 1}, {8, 2, 2, 1}}));
+    EXPECT_EQ(raw_mend::areas_of(raw, 1, 31, {9, 24}), (std::vector<Area>{{8, 0, 2, 4}}))
+        << "a stream of another size says nothing about places";
+}
+
+/// Values as the library decodes them.
+std::vector<std::uint16_t> decode_all(const Bytes& stream, const lossless_jpeg::Head& head) {
+    std::vector<std::uint16_t> values;
+    const auto decoded =
+        lossless_jpeg::decode(stream, head, [&](std::uint64_t, std::span<const std::uint16_t> row) {
+            values.insert(values.end(), row.begin(), row.end());
+        });
+    EXPECT_TRUE(decoded.progress.is_complete());
+    return values;
+}
+
+Bytes some_stream(unsigned components, unsigned predictor) {
+    std::mt19937 random(components * 10 + predictor);
+    std::vector<std::uint16_t> samples(std::size_t{40} * 30 * components);
+    for (auto& sample : samples) {
+        sample = static_cast<std::uint16_t>(4000 + random() % 4000);
+    }
+    LosslessJpegOptions options;
+    options.components = components;
+    options.predictor = predictor;
+    return lossless_jpeg(samples, 40, 30, options);
+}
+
+TEST(StreamFrame, DecodesAsTheLibraryDoesFromAnyBit) {
+    for (unsigned predictor = 1; predictor <= 7; ++predictor) {
+        for (const unsigned components : {1U, 2U, 4U}) {
+            const Bytes stream = some_stream(components, predictor);
+            const auto head = lossless_jpeg::read_head(stream, 0);
+            ASSERT_TRUE(head);
+            const auto expected = decode_all(stream, *head);
+            const raw_mend::StreamFrame frame(*head);
+            const lossless_jpeg::ComponentTables tables(*head);
+            std::vector<std::uint16_t> values(frame.count());
+            lossless_jpeg::DifferenceReader reader(stream, tables, {head->end, 0});
+            std::size_t at = 0;
+            for (std::size_t step = 1; at < values.size(); step = step % 50 + 7) {
+                const std::size_t next = std::min(at + step, values.size());
+                ASSERT_EQ(decode_values(reader, frame, values, at, next), next);
+                at = next;
+                reader = lossless_jpeg::DifferenceReader(stream, tables, reader.place());
+            }
+            EXPECT_EQ(values, expected) << components << ", " << predictor;
+        }
+    }
+}
+
+TEST(DifferenceWriter, WritesWhatWasRead) {
+    const Bytes stream = some_stream(2, 1);
+    const auto head = lossless_jpeg::read_head(stream, 0);
+    ASSERT_TRUE(head);
+    const raw_mend::StreamFrame frame(*head);
+    const lossless_jpeg::ComponentTables tables(*head);
+    for (const std::size_t kept : {0U, 1U, 77U, 500U}) {
+        lossless_jpeg::DifferenceReader reader(stream, tables, {head->end, 0});
+        lossless_jpeg::DifferenceWriter writer(*head);
+        std::uint16_t difference = 0;
+        std::size_t at = 0;
+        for (; at < kept; ++at) {
+            ASSERT_TRUE(reader.take(at % 2, difference));
+        }
+        const auto place = reader.place();
+        const auto byte = static_cast<std::size_t>(place.byte);
+        writer.begin(part(stream, 0, byte), place.bit == 0 ? 0 : stream[byte], place.bit);
+        for (; at < frame.count(); ++at) {
+            ASSERT_TRUE(reader.take(at % 2, difference));
+            const int number = static_cast<std::int16_t>(difference);
+            EXPECT_EQ(writer.put(at % 2, number == -32768 ? 32768 : number), number);
+        }
+        EXPECT_EQ(writer.finish(), stream) << kept;
+    }
+}
+
+TEST(DifferenceWriter, TakesTheNearestDifferenceThatHasACode) {
+    LosslessJpegOptions options;
+    options.tables = {{{0, 3}, {0, 3, 5}}}; // 0, 4 to 7 and 16 to 31, and their negatives.
+    const Bytes stream = lossless_jpeg_of({0, 4, -20, 31}, 4, 1, options);
+    const auto head = lossless_jpeg::read_head(stream, 0);
+    ASSERT_TRUE(head);
+    lossless_jpeg::DifferenceWriter writer(*head);
+    writer.begin({}, 0, 0);
+    EXPECT_EQ(writer.put(0, 5), 5);
+    EXPECT_EQ(writer.put(0, 1), 0);
+    EXPECT_EQ(writer.put(0, -3), -4);
+    EXPECT_EQ(writer.put(0, 9), 7);
+    EXPECT_EQ(writer.put(0, 14), 16);
+    EXPECT_EQ(writer.put(0, -500), -31);
+}
+
+} // namespace
+} // namespace test
