@@ -41,6 +41,10 @@ class StreamRepair {
         if (lost.end < count && !correct_levels(lost)) {
             result.doubtful.push_back({lost.end, count});
         }
+        if (filling_ == Filling::kZeros) {
+            std::fill(walk_.values().begin() + static_cast<std::ptrdiff_t>(lost.begin),
+                      walk_.values().begin() + static_cast<std::ptrdiff_t>(lost.end), std::uint16_t{0});
+        }
         wanted_ = walk_.values();
         result.bytes = encode(place);
         const auto rest = static_cast<std::ptrdiff_t>(lost.end);
