@@ -40,7 +40,8 @@ elseif(PART STREQUAL "RawMend")
     # The sources that put these folders together are above them all.
     set(root libs/raw_mend/src)
     set(table
-        "ways: locate coding container"
+        "ways: mend locate coding container"
+        "mend: locate coding container"
         "assemble: coding container"
         "locate: coding container"
         "coding: container"

@@ -2,7 +2,6 @@
 
 #include "assemble/OwnMetadata.h"
 #include "assemble/OwnPictures.h"
-#include "mend/StreamImage.h"
 #include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
 #include "ways/CrxTracks.h"
@@ -13,6 +12,7 @@
 #include "ways/OwnTables.h"
 #include "ways/SamplePlaces.h"
 #include "ways/TornRows.h"
+#include "ways/TornStreams.h"
 #include "ways/TwinRows.h"
 
 #include <algorithm>

@@ -67,6 +67,15 @@ struct Frame {
     bool operator==(const Frame&) const = default;
 };
 
+/// A rectangle of an image, in pixels of its frame.
+struct Area {
+    std::uint32_t left = 0;
+    std::uint32_t top = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    bool operator==(const Area&) const = default;
+};
+
 /// A strip, a tile, or the samples of a track.
 struct Piece {
     Extent data;

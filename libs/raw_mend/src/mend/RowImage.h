@@ -4,7 +4,6 @@
 #include "locate/RowGeometry.h"
 #include "mend/Filling.h"
 #include "mend/RowSegments.h"
-#include "ways/FoundImage.h"
 
 #include <cstdint>
 #include <vector>

@@ -2,7 +2,6 @@
 
 #include "container/Description.h"
 #include "mend/StreamLoss.h"
-#include "ways/FoundImage.h"
 
 namespace raw_mend {
 

@@ -25,15 +25,6 @@ struct Substitute {
     Extent in_damaged;
 };
 
-/// A rectangle of the raw image, in pixels of its frame.
-struct Area {
-    std::uint32_t left = 0;
-    std::uint32_t top = 0;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    bool operator==(const Area&) const = default;
-};
-
 /// A piece that was put together anew, because its bytes are torn apart in the damaged file or some are lost.
 struct MendedPiece {
     std::size_t piece = 0;            ///< Of the raw image.

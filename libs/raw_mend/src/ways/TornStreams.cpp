@@ -1,4 +1,4 @@
-#include "mend/StreamImage.h"
+#include "ways/TornStreams.h"
 
 #include "mend/StreamAreas.h"
 #include "mend/StreamRepair.h"
@@ -19,9 +19,9 @@ constexpr std::array<std::uint64_t, 1> kOrigins{0};
 /// many, two clusters are hardly ever of the same piece.
 constexpr std::size_t kMostExchanged = 8;
 
-class StreamImage {
+class TornStreams {
   public:
-    StreamImage(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
+    TornStreams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
         : damaged_(damaged), sample_(sample), raw_(sample.description.raw), filling_(filling), image_(image) {
     }
 
@@ -133,7 +133,7 @@ bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vecto
 
 void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
     if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads) {
-        StreamImage(damaged, sample, filling, image).mend();
+        TornStreams(damaged, sample, filling, image).mend();
     }
 }
 
