@@ -48,6 +48,11 @@ TEST(Codes, SalvagersCodesAreExplained) {
     EXPECT_THAT(explain_salvage(-99), HasSubstr("(code -99)"));
 }
 
+bool is_in_no_report(const std::string& name) {
+    return name.starts_with("RAW_MEND_PICTURE_") || name.starts_with("RAW_MEND_AREA_") ||
+           name == "RAW_MEND_NO_FILL" || name == "RAW_MEND_MOST_AREAS";
+}
+
 /// The constants of the public headers' enumerations as their texts have them: name and value.
 std::vector<std::pair<std::string, std::int32_t>> constants_of_headers() {
     std::vector<std::pair<std::string, std::int32_t>> constants;
@@ -57,7 +62,7 @@ std::vector<std::pair<std::string, std::int32_t>> constants_of_headers() {
         // A word, an equals sign and a number, also spread over lines.
         const std::regex constant(R"(\b([A-Z][A-Z0-9_]+)\s*=\s*(-?[0-9]+)\b)");
         for (std::sregex_iterator found(text.begin(), text.end(), constant), end; found != end; ++found) {
-            if (!(*found)[1].str().starts_with("RAW_MEND_PICTURE_")) { // No report has them.
+            if (!is_in_no_report((*found)[1])) {
                 constants.emplace_back((*found)[1], std::stoi((*found)[2]));
             }
         }

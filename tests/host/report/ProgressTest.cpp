@@ -66,9 +66,9 @@ TEST(FileLine, ShowsVerdictOutputAndSample) {
     EXPECT_EQ(
         file_line(test::full_record()),
         "broken/IMG_0042.arw: partly there, 1.5 kB of it cannot be read (2 places), written to "
-        "out/IMG_0042.repaired.arw, JPEG written to out/IMG_0042.salvaged.jpg, sample samples/good.arw, "
-        "image found by how its rows fit one another, 66 of 67 pieces, 65 proved (the lower 648 rows are "
-        "black; one data error)");
+        "out/IMG_0042.repaired.arw, JPEG written to out/IMG_0042.salvaged.jpg, mask written to "
+        "out/IMG_0042.mask.png, sample samples/good.arw, image found by how its rows fit one another, "
+        "66 of 67 pieces, 65 proved, 2 put together anew (the lower 648 rows are black; one data error)");
 }
 
 TEST(FileLine, ShowsWhyNothingWasWritten) {

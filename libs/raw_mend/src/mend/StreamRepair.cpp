@@ -13,6 +13,7 @@ namespace raw_mend {
 
 namespace {
 
+constexpr std::size_t kLateRows = 16; // Before a loss was noticed. The most in docs/measurements/verdicts.md.
 constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have.
 
 class StreamRepair {
@@ -34,9 +35,9 @@ class StreamRepair {
         // neighbour hide foreign values: their sums do not move away from the rows above.
         const bool is_unknown =
             walk_.frame().predictor != 1 || (walk_.decoded() == count && lost.begin >= count);
-        const std::size_t strong = is_unknown ? 0 : find_strong(suspects, loss);
-        if (strong < lost.begin) {
-            result.doubtful.push_back({strong, lost.begin});
+        const std::size_t certain = is_unknown ? 0 : last_certain(suspects, lost.begin);
+        if (certain < lost.begin) {
+            result.doubtful.push_back({certain, lost.begin});
         }
         if (lost.end < count && !correct_levels(lost)) {
             result.doubtful.push_back({lost.end, count});
@@ -87,15 +88,6 @@ class StreamRepair {
         return loss;
     }
 
-    /// The first suspect that is very likely not the photograph's; `none` if there is no such.
-    [[nodiscard]] static std::size_t find_strong(const std::vector<StreamTears::Suspect>& suspects,
-                                                 std::size_t none) {
-        constexpr double kStrong = 2.5;
-        const auto first =
-            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > kStrong; });
-        return first == suspects.end() ? none : first->value;
-    }
-
     /// The last suspect before the first one that is not where the alarms let it be.
     [[nodiscard]] std::size_t last_in_place(const std::vector<StreamTears::Suspect>& suspects) const {
         constexpr std::size_t kNear = 4 * StreamFit::kBlock;
@@ -109,6 +101,16 @@ class StreamRepair {
             last = suspect.value;
         }
         return last;
+    }
+
+    /// Values before a loss may be wrong already: from the first suspect on that the alarms do not account
+    /// for, and as damage is noticed late in flat parts of a picture.
+    [[nodiscard]] std::size_t last_certain(const std::vector<StreamTears::Suspect>& suspects,
+                                           std::size_t loss) const {
+        const std::size_t near = loss - std::min(loss, kLateRows * walk_.frame().row);
+        const auto first =
+            std::ranges::find_if(suspects, [](const auto& suspect) { return suspect.misfit > 1; });
+        return first == suspects.end() ? near : std::min(near, first->value);
     }
 
     /// The rows of the band that a row is in.

@@ -19,6 +19,10 @@ constexpr std::array<std::uint64_t, 1> kOrigins{0};
 /// many, two clusters are hardly ever of the same piece.
 constexpr std::size_t kMostExchanged = 8;
 
+/// In a single stream of fewer rows, damage is noticed up to a seventh of the picture too late, so that
+/// nothing can be promised of it: it is left as it is found.
+constexpr unsigned kFewRows = 1000;
+
 class TornStreams {
   public:
     TornStreams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image)
@@ -71,7 +75,10 @@ class TornStreams {
             ++image_.proved;
         }
         const std::size_t count = StreamFrame(head).count();
-        if (forget_doubt(piece)) {
+        const bool is_cut = image_.pieces[piece]->end() >= damaged_.size(); // Its end is noticed at once.
+        const bool is_small =
+            !stream.is_exact && !is_cut && image_.pieces.size() == 1 && head.height < kFewRows;
+        if (forget_doubt(piece) || is_small) {
             stream.doubtful = outside(stream.lost, {0, count});
         }
         for (const ValueRun& run : stream.lost) {
