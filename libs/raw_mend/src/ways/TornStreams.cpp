@@ -75,10 +75,8 @@ class TornStreams {
             ++image_.proved;
         }
         const std::size_t count = StreamFrame(head).count();
-        const bool is_cut = image_.pieces[piece]->end() >= damaged_.size(); // Its end is noticed at once.
-        const bool is_small =
-            !stream.is_exact && !is_cut && image_.pieces.size() == 1 && head.height < kFewRows;
-        if (forget_doubt(piece) || is_small) {
+        const bool is_late = !stream.is_exact && image_.pieces.size() == 1 && head.height < kFewRows;
+        if (forget_doubt(piece) || is_late) {
             stream.doubtful = outside(stream.lost, {0, count});
         }
         for (const ValueRun& run : stream.lost) {
