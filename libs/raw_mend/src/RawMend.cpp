@@ -196,8 +196,10 @@ std::int32_t RawMendRepairImage(const char* damaged_file, const char* const* sam
     if (area_count != nullptr) {
         *area_count = static_cast<std::uint32_t>(outcome.areas.size());
     }
-    std::ranges::copy_n(outcome.areas.begin(), std::min<std::ptrdiff_t>(capacity, std::ssize(outcome.areas)),
-                        areas);
+    if (areas != nullptr) {
+        std::ranges::copy_n(outcome.areas.begin(),
+                            std::min<std::ptrdiff_t>(capacity, std::ssize(outcome.areas)), areas);
+    }
     return result;
 }
 

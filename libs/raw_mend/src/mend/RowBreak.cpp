@@ -212,7 +212,7 @@ class BreakSearch {
     [[nodiscard]] std::optional<RowBreak> choose() const {
         const Place best = *std::ranges::min_element(places_, {}, &Place::cost);
         const double mean = mean_of(best.cost);
-        const std::uint64_t burst = 2 * geometry_.cfa_period * padded_;
+        const std::uint64_t burst = std::uint64_t{2} * geometry_.cfa_period * padded_;
         RowBreak result{best.at, {best.at, best.at}, 0};
         // Whole rows that are lost leave less of a trace than many edges of things in the picture.
         const double part = lost_ % geometry_.row_bytes == 0 ? 0.9 : 0.05;

@@ -7,7 +7,8 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::int64_t kMostMoved = 256 * 1024; ///< Bytes lost or put in at one place, if the end is unknown.
+constexpr std::int64_t kMostMoved =
+    std::int64_t{256} * 1024; ///< Bytes lost or put in at one place, if the end is unknown.
 constexpr std::size_t kMostChoices = 8;
 /// In pictures of few rows, smooth ones look alike with and without a loss: the break was up to 82 rows away
 /// from where it seemed to be (arw, "4 KiB lost" in docs/measurements/verdicts.md). In 40 trials on pictures

@@ -34,7 +34,8 @@ bool StreamSearch::is_boundary(std::uint64_t offset) const {
 void StreamSearch::find_boundaries(const StreamBreak& broken) {
     const std::size_t last = std::min(broken.value + StreamFit::kBlock, walk_.decoded());
     const std::uint64_t head = walk_.place_of(0).place.byte;
-    for (std::uint64_t at = walk_.place_of(last).place.byte + 1;
+    const std::uint64_t end = walk_.bytes().bytes().size();
+    for (std::uint64_t at = std::min(walk_.place_of(last).place.byte + 1, end);
          at > head && boundaries_.size() < kBack * origins_.size(); --at) {
         if (is_boundary(walk_.bytes().offset_of(at))) {
             const StreamPlace place = walk_.place_before(at);
