@@ -84,7 +84,7 @@ TEST_F(Mended, HasAMaskOfItsLostPixelsBesideIt) {
     const Record record = repair_one({"--mask", ".mask.png"});
     EXPECT_THAT(files_below("mended"), ElementsAre("IMG_1.dng", "IMG_1.mask.png"));
     ASSERT_TRUE(record.mask);
-    EXPECT_EQ(record.mask->path, in("mended/IMG_1.mask.png"));
+    EXPECT_EQ(record.mask->path, in(fs::path("mended") / "IMG_1.mask.png"));
     EXPECT_EQ(record.mask->size, fs::file_size(folder / "mended" / "IMG_1.mask.png"));
     EXPECT_EQ(record.mask->sha256.size(), 64U);
     const GreyPixels mask = read_grey_png(folder / "mended" / "IMG_1.mask.png");
