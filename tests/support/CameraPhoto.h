@@ -7,7 +7,8 @@
 
 namespace test {
 
-/// A photograph built like TIFF whose raw image is one strip without compression, as many cameras write it:
+/// A photograph built like TIFF whose raw image is one strip without compression, or lossless JPEG of two
+/// components in a strip or in tiles, as many cameras write it:
 ///
 ///   header   IFD 0 and its values   sub-directory   thumbnail   filler   raw image
 ///
@@ -21,6 +22,8 @@ struct CameraPhoto {
         unsigned bits = 12;
         bool is_packed = true; ///< Without gaps, the highest bit first; else in 16-bit words.
         bool has_sub_directory = true;
+        bool is_lossless_jpeg = false;
+        unsigned tile = 0; ///< Width and height of tiles of lossless JPEG; 0 for a strip.
     };
 
     /// Another number is another photograph.

@@ -134,6 +134,34 @@ std::vector<Layout> uncompressed() {
     return all;
 }
 
+/// Lossless JPEGs of other cameras and shapes.
+std::vector<Layout> lossless() {
+    std::vector<Layout> all;
+    const std::vector<std::pair<std::string, CameraPhoto::Format>> formats{
+        {"ArwOfTiles", {"SONY", "ILCE-7M4", ByteOrder::kLittle, 7, 14, false, true, true, 128}},
+        {"ThreeFr", {"Hasselblad", "Hasselblad H4D", ByteOrder::kLittle, 7, 16, false, true, true, 0}},
+    };
+    for (const auto& [name, format] : formats) {
+        all.push_back(
+            {name, [format](unsigned number) { return CameraPhoto(format, number, kWidth, kHeight).bytes; }});
+    }
+    using Components = Cr2Photo::Components;
+    for (const auto& [name, components] : {std::pair{"Cr2OfFourComponents", Components::kFour},
+                                           {"Cr2MediumRaw", Components::kMediumRaw},
+                                           {"Cr2SmallRaw", Components::kSmallRaw}}) {
+        all.push_back({name, [components](unsigned number) {
+                           Cr2Photo::Options options{.number = number, .width = kWidth, .height = kHeight};
+                           options.maker_notes += std::size_t{900} * number;
+                           options.components = components;
+                           return Cr2Photo(options).bytes;
+                       }});
+    }
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Lossless, BuiltPairs, testing::ValuesIn(lossless()),
+                         [](const auto& test) { return test.param.name; });
+
 INSTANTIATE_TEST_SUITE_P(Uncompressed, BuiltPairs, testing::ValuesIn(uncompressed()),
                          [](const auto& test) { return test.param.name; });
 
