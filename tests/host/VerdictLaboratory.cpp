@@ -343,7 +343,8 @@ bool LaboratoryResult::too_strict() const {
     const auto* taken = record.taken();
     const bool guessed =
         taken != nullptr && taken->image && (taken->image->notes & RAW_MEND_PLACES_GUESSED) != 0;
-    return distance.same && !called_whole() && !guessed && !ambiguous;
+    const bool doubted = taken != nullptr && taken->image && taken->image->pixels_doubtful != 0;
+    return distance.same && !called_whole() && !guessed && !doubted && !ambiguous;
 }
 
 std::optional<double> LaboratoryResult::promised() const {

@@ -44,7 +44,8 @@ struct LaboratoryResult {
 
     [[nodiscard]] bool called_whole() const;
     [[nodiscard]] bool false_whole() const;
-    /// Less than whole is said of the original's picture, which is neither a guess nor a choice of two.
+    /// Less than whole is said of the original's picture: not because it is a guess, a choice of two, or put
+    /// together so that some pixels are counted as doubtful.
     [[nodiscard]] bool too_strict() const;
     /// The share that is promised is higher than the true one by more than 0.02.
     [[nodiscard]] bool too_rosy() const;

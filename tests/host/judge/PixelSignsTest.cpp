@@ -142,6 +142,46 @@ TEST_F(Signs, ShiftIsLookedForWhereThereIsDoubt) {
     EXPECT_THAT(found(true).findings, Contains(HasSubstr("the picture is shifted")));
 }
 
+TEST_F(Signs, AnotherPictureFromTheMiddleOfARowOn) {
+    const auto other = Scene(2).bayer(kColumns, kRows, 14, kBlack);
+    const std::size_t first = 180 * kColumns + 300;
+    std::copy(other.begin() + first, other.end(), samples.begin() + first);
+    const PixelSigns signs = found();
+    EXPECT_THAT(signs.findings, Contains("from row 180 on the picture is another one"));
+    EXPECT_EQ(signs.displaced_from, 180U);
+}
+
+TEST_F(Signs, LevelsOfAColourStep) {
+    for (std::size_t y = 200; y < kRows; ++y) {
+        for (std::size_t x = 0; x < kColumns; x += 2) {
+            *at(y, x) = static_cast<std::uint16_t>(*at(y, x) + 300);
+        }
+    }
+    EXPECT_THAT(found().findings, Contains("from row 200 on the levels are others"));
+}
+
+TEST_F(Signs, ManySingleValuesAreFarOff) {
+    std::uint32_t state = 1;
+    for (int nth = 0; nth < 1000; ++nth) {
+        std::uint16_t& sample = samples[kColumns * (random(state) % kRows) + random(state) % kColumns];
+        sample = static_cast<std::uint16_t>(sample ^ 0x0800U);
+    }
+    EXPECT_THAT(found().findings, Contains(HasSubstr("values are far from all of their neighbours")));
+}
+
+TEST_F(Signs, FewSingleValuesMayBeFarOff) {
+    for (std::size_t nth = 1; nth <= 100; ++nth) {
+        *at(3 * nth, 6 * nth) = 16383;
+    }
+    EXPECT_THAT(found().findings, IsEmpty());
+}
+
+TEST_F(Signs, SingleImpossibleValuesAreScattered) {
+    EXPECT_FALSE(found().scattered);
+    *at(100, 40) = 16384;
+    EXPECT_TRUE(found().scattered);
+}
+
 TEST_F(Signs, WrongWidth) {
     const SensorView view{.samples = samples.data(),
                           .stride = 480,
