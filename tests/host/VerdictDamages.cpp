@@ -114,6 +114,7 @@ void add_fronts(std::vector<VerdictDamage>& all) {
         const std::size_t count = std::min(source.original.image_begin, source.other.image_begin);
         return with(source.original.bytes, 0, part(source.other.bytes, 0, count));
     }));
+    all.back().ambiguous = true; // Its preview shows another photograph.
     all.push_back(of("another photograph before it", [](const DamageSource& source, RandomNumbers&) {
         return before(source.other.bytes, source.original.bytes);
     }));

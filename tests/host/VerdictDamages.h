@@ -36,7 +36,7 @@ struct VerdictDamage {
     /// Instead: damages the sample, and the photograph only loses its head.
     std::function<Bytes(const Shot& sample, Random& random)> apply_to_sample{};
     bool with_sibling = false; ///< An intact sample is there, too.
-    bool ambiguous = false;    ///< Two photographs are in the file, and either may be meant.
+    bool ambiguous = false;    ///< Parts of two photographs are in the file, and either may be meant.
 };
 
 /// All kinds. Sizes are smaller in images that have less than four times as many bytes.

@@ -90,7 +90,9 @@ Shot cr3_shot(unsigned number) {
 
 std::function<Shot(unsigned)> headless(HeadlessPhoto::Kind kind) {
     return [kind](unsigned number) {
-        const HeadlessPhoto photo({.kind = kind, .number = number, .filler = 8 * notes_of(number)});
+        // Rows do not end where sectors do, as in cameras.
+        const HeadlessPhoto photo(
+            {.kind = kind, .number = number, .width = 544, .filler = 8 * notes_of(number)});
         return Shot{photo.bytes, photo.image_offset, photo.bytes.size()};
     };
 }

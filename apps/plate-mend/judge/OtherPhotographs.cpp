@@ -27,9 +27,9 @@ constexpr std::array kBeginnings = {
     Beginning{"II*\0"sv}, Beginning{"MM\0*"sv},           Beginning{"IIRO"sv},  Beginning{"IIRS"sv},
     Beginning{"MMOR"sv},  Beginning{"FUJIFILMCCD-RAW"sv}, Beginning{"IIU\0"sv}, Beginning{"ftypcrx "sv, 4}};
 
-constexpr std::size_t kMostOpened = 32;    ///< Beginnings; those of Exif and of maker notes do not open.
-constexpr std::size_t kMostUnpacked = 4;   ///< Each is decoded as a whole.
-constexpr std::uint64_t kNeedleBytes = 64; ///< By which the image is found in the damaged file.
+constexpr std::size_t kMostOpened = 32;      ///< Beginnings; those of Exif and of maker notes do not open.
+constexpr std::size_t kMostUnpacked = 4;     ///< Each is decoded as a whole.
+constexpr std::uint64_t kNeedleBytes = 4096; ///< By which the image is found in the damaged file.
 
 /// What of an image must fit into what follows another for it to be one: three quarters, since coded images
 /// differ in length.
@@ -106,11 +106,11 @@ std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawD
     if (request.damaged.empty()) {
         return ImageRange{parts.front(), parts.front() + length};
     }
-    if (request.image) {
-        return ImageRange{request.image->offset, request.image->offset + length};
-    }
     FileBytes damaged(request.damaged);
-    const auto at = damaged.find(file.read(parts.front(), kNeedleBytes));
+    auto at = damaged.find(file.read(parts.front(), kNeedleBytes));
+    if (!at && request.image) {
+        at = request.image->offset; // What was put together is not in the damaged file as it is.
+    }
     return at ? std::optional(ImageRange{*at, *at + length}) : std::nullopt;
 }
 
@@ -125,11 +125,13 @@ class Search {
     /// Why the choice is doubtful; empty where it is not.
     [[nodiscard]] std::string run() {
         std::size_t unpacked = 0;
+        std::uint64_t head_end = 0;
         for (const std::size_t at : beginnings_) {
             RawDecoder other;
-            if (unpacked >= kMostUnpacked || !other.open(bytes_.subspan(at))) {
+            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_.subspan(at))) {
                 continue;
             }
+            head_end = at + other.part_offsets(bytes_.subspan(at)).front(); // What is before it is its own.
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
             const bool preferred = wanted_ && size == *wanted_ && !rival;
@@ -137,13 +139,20 @@ class Search {
                 continue;
             }
             ++unpacked;
-            if (other.unpack().empty() && other.data_errors() == 0 && !other.has_same_samples(result_)) {
+            if (!other.unpack().empty() || other.data_errors() != 0) {
+                continue;
+            }
+            is_twice_ = is_twice_ || other.has_same_samples(result_);
+            if (!other.has_same_samples(result_)) {
                 return preferred ? "the file begins with a photograph of another camera"
                                  : "the file holds another photograph, and nothing shows which one is meant";
             }
         }
         return "";
     }
+
+    /// Whether the file holds the result's photograph a second time. Only after run().
+    [[nodiscard]] bool is_twice() const { return is_twice_; }
 
   private:
     /// Whether a photograph's image has bytes of its own, ends before the file does, and before the next
@@ -170,6 +179,7 @@ class Search {
     std::optional<ImageRange> image_;
     std::optional<SensorSize> wanted_;
     std::vector<std::size_t> beginnings_;
+    bool is_twice_ = false;
 };
 
 /// Whether bytes are as even as noise: coded images prefer some, by far.
@@ -224,11 +234,12 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
     }
     const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
     const auto image = place_of_image(request, result, file);
-    const std::string doubt = Search(mapped.bytes(), result, image, wanted).run();
+    Search search(mapped.bytes(), result, image, wanted);
+    const std::string doubt = search.run();
     if (!doubt.empty()) {
         return {doubt};
     }
-    if (image && may_be_followed_by_image(*image, result, mapped.bytes())) {
+    if (image && !search.is_twice() && may_be_followed_by_image(*image, result, mapped.bytes())) {
         return {"what follows the image may be another one, and nothing shows which one is meant"};
     }
     return {};

@@ -15,9 +15,8 @@ constexpr std::size_t kAround = 8;      ///< Rows on either side that are compar
 constexpr double kTimesTheSpread = 4;   ///< A step is more than so many times the spread of all steps,
 constexpr double kTimesAroundRows = 4;  ///< more than so many times those of the rows around,
 constexpr double kLeastStep = 4;        ///< and more than so many levels.
-constexpr double kSpreadGrows = 1.5;    ///< Its spread is at most so many times the usual one there.
+constexpr double kSpreadGrows = 4;      ///< Its spread is at most so many times the usual one there.
 
-constexpr double kAlone = 0.2;  ///< A colour has no step if its own is less than this share of the other's.
 constexpr double kEqual = 0.15; ///< Steps are equal that differ by less than this share.
 
 /// The steps from the row above of the same colours, in one colour.
@@ -74,11 +73,6 @@ bool stands_out(const RowSteps& rows, std::size_t y, std::size_t dy) {
     return own.spread <= kSpreadGrows * std::max(1.0, middle_of(spreads));
 }
 
-/// Whether the other colour of the row, which shows something, has no step.
-bool is_alone(const RowStep& own, const RowStep& other) {
-    return other.spread >= 1 && std::abs(other.middle) < kAlone * std::abs(own.middle);
-}
-
 bool are_equal(const RowStep& one, const RowStep& other) {
     return std::abs(one.middle - other.middle) < kEqual * std::abs(one.middle);
 }
@@ -86,26 +80,20 @@ bool are_equal(const RowStep& one, const RowStep& other) {
 } // namespace
 
 Sign find_level_step(const SensorView& view, const std::vector<bool>& bad_rows) {
-    if (view.dx != 2 || view.dy != 2 || view.rows < 4 * kAround || view.columns < 64) {
+    if (!view.in_columns || view.dx != 2 || view.dy != 2 || view.rows < 4 * kAround || view.columns < 64) {
         return {};
     }
     std::vector<double> buffer;
-    std::array<RowSteps, 2> colours{RowSteps(view.rows), RowSteps(view.rows)};
+    RowSteps own(view.rows);
+    RowSteps other(view.rows);
     for (std::size_t y = view.dy; y < view.rows; ++y) {
-        colours[0][y] = step_of(view, y, 0, buffer);
-        colours[1][y] = step_of(view, y, 1, buffer);
+        own[y] = step_of(view, y, 0, buffer);
+        other[y] = step_of(view, y, 1, buffer);
     }
     for (std::size_t y = kAround; y + kAround < view.rows; ++y) {
-        for (std::size_t colour = 0; colour < colours.size() && !bad_rows[y] && !bad_rows[y - view.dy];
-             ++colour) {
-            const RowSteps& own = colours[colour];
-            const RowSteps& other = colours[1 - colour];
-            const bool all = view.in_columns && are_equal(own[y], other[y]) &&
-                             are_equal(own[y], own[y + 1]) && are_equal(own[y], other[y + 1]);
-            if ((all || is_alone(own[y], other[y])) && stands_out(own, y, view.dy)) {
-                return {
-                    "from row " + std::to_string(y) + " on the levels are others", {y}, Displaced{y, true}};
-            }
+        if (!bad_rows[y] && !bad_rows[y - view.dy] && are_equal(own[y], other[y]) &&
+            stands_out(own, y, view.dy) && stands_out(other, y, view.dy)) {
+            return {"from row " + std::to_string(y) + " on the levels are others", {y}, Displaced{y, true}};
         }
     }
     return {};

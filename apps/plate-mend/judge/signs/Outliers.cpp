@@ -10,10 +10,11 @@ namespace plate_mend::host {
 
 namespace {
 
-constexpr std::size_t kTile = 32;           ///< Columns over which the usual step is taken.
-constexpr double kTimesTheStep = 8;         ///< An outlier is so many usual steps from its nearest neighbour,
-constexpr unsigned kOutlierParts = 256;     ///< and one part in so many of the range.
-constexpr std::size_t kOneInSamples = 1000; ///< More than one sample in so many must be one.
+constexpr std::size_t kTile = 32;       ///< Columns over which the usual step is taken.
+constexpr double kTimesTheStep = 8;     ///< An outlier is so many usual steps from its nearest neighbour,
+constexpr unsigned kOutlierParts = 100; ///< and one part in so many of the range.
+constexpr std::size_t kFewestOutliers = 100;
+constexpr std::size_t kOneInSamples = 500; ///< More than one sample in so many must be one.
 
 /// The median step between neighbours in a tile of a row.
 double usual_step(const SensorView& view, const std::uint16_t* row, std::size_t first, std::size_t end) {
@@ -64,7 +65,7 @@ Sign find_outliers(const SensorView& view, const std::vector<bool>& bad_rows) {
             samples += view.columns;
         }
     }
-    if (outliers * kOneInSamples <= samples) {
+    if (outliers < kFewestOutliers || outliers * kOneInSamples <= samples) {
         return {};
     }
     return {

@@ -16,7 +16,7 @@ constexpr double kTimesRough = 2.5;    ///< more than so many times what its rou
 constexpr double kLeastLeap = 2;       ///< and by more than so many levels.
 constexpr std::size_t kFirstBelow = 3; ///< The usual leap is also taken from some rows below the next ones.
 constexpr std::size_t kLastBelow = 12;
-constexpr double kEachLeaping = 0.25; ///< Share of windows that leap in each part where another one begins.
+constexpr double kEachLeaping = 0.35; ///< Share of windows that leap in each part where another one begins.
 
 /// The share of windows that leap where the other picture begins, and at most elsewhere.
 struct Limits {
@@ -24,9 +24,10 @@ struct Limits {
     double calm;
 };
 constexpr Limits kUsually{0.4, 0.1};
-constexpr Limits kIfPreviewIsStrange{0.25, 0.12};
+constexpr Limits kIfPreviewIsStrange{0.35, 0.12};
 
-constexpr std::size_t kBorder = 8; ///< One part in so many of a row at either end is left out.
+constexpr std::size_t kBorder = 6;      ///< One part in so many of a row at either end is left out,
+constexpr std::size_t kLeastBorder = 5; ///< and at least so many windows.
 
 /// Leaps of a part of a row.
 struct Leaps {
@@ -126,7 +127,7 @@ Sign find_splice(const SensorView& view, const Windows& windows, const std::vect
         if (sums.of(y + 1).share() < kEachLeaping || any_bad(y)) {
             continue;
         }
-        const std::size_t border = windows.per_row() / kBorder + 1;
+        const std::size_t border = std::max(kLeastBorder, windows.per_row() / kBorder + 1);
         for (std::size_t cut = border; cut + border <= windows.per_row(); ++cut) {
             if (begins_at(sums, limits, y, cut)) {
                 return {"from row " + std::to_string(y) + " on the picture is another one",
