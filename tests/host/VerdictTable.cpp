@@ -9,6 +9,7 @@
 #include <vector>
 
 // verdict_laboratory                        prints the table of docs/measurements/verdict-laboratory.md
+// verdict_laboratory --rows                 prints the head of that table and the first cell of each row
 // verdict_laboratory --only TEXT [DAMAGE]   the cameras and damages whose names contain the texts, with why
 // verdict_laboratory --real [DAMAGE]        the same for real pairs, where their folder is known
 
@@ -91,10 +92,27 @@ class Table {
     std::map<char, unsigned> counts_;
 };
 
+void print_rows() {
+    std::string head = "| Damage |";
+    std::string rule = "|---|";
+    for (const test::LaboratoryCamera& camera : test::laboratory_cameras()) {
+        head += ' ' + camera.name + " |";
+        rule += "---|";
+    }
+    std::cout << head << '\n' << rule << '\n';
+    for (const test::VerdictDamage& damage : test::verdict_damages()) {
+        std::cout << "| " << damage.name << " |\n";
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments == std::vector<std::string>{"--rows"}) {
+        print_rows();
+        return 0;
+    }
     const bool real = !arguments.empty() && arguments[0] == "--real";
     const std::string camera = !real && arguments.size() > 1 ? arguments[1] : "";
     const std::size_t place = real ? 1 : 2;

@@ -1,6 +1,7 @@
 #include "judge/OtherPhotographs.h"
 
 #include "files/FileBytes.h"
+#include "judge/PixelSigns.h"
 #include "platform/MappedFile.h"
 
 #include <algorithm>
@@ -114,6 +115,12 @@ std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawD
     return at ? std::optional(ImageRange{*at, *at + length}) : std::nullopt;
 }
 
+/// Whether no sign of damage is in the samples: displaced tables lead to what is no photograph.
+bool looks_intact(const RawDecoder& unpacked) {
+    const SensorView view = unpacked.sensor_view();
+    return view.samples != nullptr && view.rows != 0 && find_signs(view).findings.empty();
+}
+
 class Search {
   public:
     /// The image may be anywhere if its place is not known.
@@ -142,8 +149,9 @@ class Search {
             if (!other.unpack().empty() || other.data_errors() != 0) {
                 continue;
             }
-            is_twice_ = is_twice_ || other.has_same_samples(result_);
-            if (!other.has_same_samples(result_)) {
+            const bool same = other.has_same_samples(result_);
+            is_twice_ = is_twice_ || same;
+            if (!same && looks_intact(other)) {
                 return preferred ? "the file begins with a photograph of another camera"
                                  : "the file holds another photograph, and nothing shows which one is meant";
             }
