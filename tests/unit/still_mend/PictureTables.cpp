@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -19,6 +20,7 @@ struct Options {
     bool cells = false;
     std::string damage;
     std::string picture;
+    std::string keep;
     std::size_t some = 1;
     std::size_t most_kib = 4096;
     std::size_t threads = 2;
@@ -41,6 +43,8 @@ Options parse(const std::vector<std::string>& arguments) {
             options.damage = value;
         } else if (name == "--picture") {
             options.picture = value;
+        } else if (name == "--keep") {
+            options.keep = value;
         } else if (name == "--some") {
             options.some = std::max<std::size_t>(std::stoul(value), 1);
         } else if (name == "--most") {
@@ -152,6 +156,16 @@ void print_summary(const std::vector<Cell>& cells) {
     all.print("all");
 }
 
+void write_damaged(const std::vector<Cell>& cells, const std::filesystem::path& folder) {
+    for (const auto& cell : cells) {
+        DamagedCopy copy(*cell.picture);
+        cell.damage->apply(copy, cell.other->file);
+        std::string name = cell.damage->name + " " + cell.picture->name;
+        std::replace(name.begin(), name.end(), '/', '_');
+        write_file(folder / name, copy.file());
+    }
+}
+
 void print_cells(const std::vector<Cell>& cells, bool every) {
     std::printf("\n| Picture | Damage | Survives | libjpeg | Salvaged | Claimed | |\n"
                 "|---|---|---|---|---|---|---|\n");
@@ -172,6 +186,9 @@ int print_picture_tables(const std::vector<std::string>& arguments) {
     const Options options = parse(arguments);
     const auto pictures = find_pictures(options.folder, options.most_kib * 1024);
     auto cells = cells_of(pictures, options);
+    if (!options.keep.empty()) {
+        write_damaged(cells, options.keep);
+    }
     run(cells, options.threads);
     std::printf("%zu pictures, %zu trials.\n\n", pictures.size(), cells.size());
     print_summary(cells);

@@ -15,6 +15,7 @@ namespace test {
 ///   --some N      only one trial in N
 ///   --most KIB    leave out larger files
 ///   --threads N   two unless given
+///   --keep DIR    write the damaged files there
 ///
 /// Returns the exit code of the program. Throws std::exception.
 [[nodiscard]] int print_picture_tables(const std::vector<std::string>& arguments);
