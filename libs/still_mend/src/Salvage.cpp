@@ -143,7 +143,7 @@ class FileSalvage {
   public:
     FileSalvage(Bytes file, Bytes sample)
         : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
-          siblings_(find_donors(sample)), intact_bytes_(most_bytes(file.size())),
+          siblings_(find_donors(sample)), intact_bytes_(most_bytes(file.size())), plain_bytes_(file.size()),
           bytes_(most_bytes(file.size())), blocks_(most_blocks(file.size(), candidates_)) {
         const auto own = find_siblings(candidates_);
         siblings_.insert(siblings_.end(), own.begin(), own.end());
@@ -223,11 +223,15 @@ class FileSalvage {
         return best;
     }
 
+    static constexpr std::uint64_t kBlocksPerByte = 4; // Of a picture that libjpeg may decode once more.
+
     /// What was assessed, unless libjpeg's decode of the same data is better.
     std::optional<Assessment> at_least_plain(const PictureCandidate& candidate,
                                              std::optional<Assessment> assessed) {
-        if (!assessed || assessed->whole || !candidate.has_soi || candidate.damaged_header ||
-            !intact_bytes_.spend(data_size(candidate))) {
+        const bool possible = assessed && !assessed->whole && candidate.has_soi &&
+                              !candidate.damaged_header && can_be_examined(candidate) &&
+                              blocks_of(*candidate.frame) <= kBlocksPerByte * data_size(candidate);
+        if (!possible || !plain_bytes_.spend(data_size(candidate))) {
             return assessed;
         }
         auto plain = find_better_decode(file_, *assessed);
@@ -249,6 +253,7 @@ class FileSalvage {
         siblings_; ///< Those of the sample first: it has the same size and settings.
     Ranking ranking_;
     Budget intact_bytes_;
+    Budget plain_bytes_;
     Budget bytes_;
     Budget blocks_;
     std::vector<Range> covered_;

@@ -36,7 +36,7 @@ class Coherence {
   public:
     Coherence(const Assessment& assessment, const DecodedPicture& picture)
         : frame_(*assessment.hypothesis.candidate.frame),
-          traces_(frame_, interleaved(), assessment.hypothesis.candidate.tables) {
+          traces_(frame_, interleaved(), assessment.hypothesis.candidate.tables), present_(picture.present) {
         for (std::size_t position = 0; position < frame_.mcus(); ++position) {
             const Mcu mcu = picture.store.mcu(position);
             traces_.append(mcu);
@@ -56,15 +56,18 @@ class Coherence {
         return median(steps);
     }
 
-    /// The MCUs with detail that fit.
-    [[nodiscard]] std::size_t fitting(double usual) const {
-        const double bound = rough_step(usual);
+    [[nodiscard]] std::size_t size() const { return detail_.size(); }
+    [[nodiscard]] bool is_present(std::size_t position) const { return present_[position]; }
+
+    /// Whether an MCU has detail and fits what is above it.
+    [[nodiscard]] bool fits(std::size_t position, double bound) const {
         const std::size_t wide = frame_.mcus_wide();
-        std::size_t count = 0;
-        for (std::size_t position = wide; position < detail_.size(); ++position) {
-            count += detail_[position] && fits(position - wide, position, bound) ? 1U : 0U;
-        }
-        return count;
+        return detail_[position] && position >= wide && fits_below(position - wide, position, bound);
+    }
+
+    /// Whether both have the same MCU at a position.
+    [[nodiscard]] bool agrees(const Coherence& other, std::size_t position) const {
+        return traces_.is_same(position, other.traces_, position);
     }
 
   private:
@@ -76,7 +79,7 @@ class Coherence {
         return scan;
     }
 
-    [[nodiscard]] bool fits(std::size_t above, std::size_t below, double bound) const {
+    [[nodiscard]] bool fits_below(std::size_t above, std::size_t below, double bound) const {
         for (std::size_t component = 1; component < traces_.components(); ++component) {
             if (std::abs(traces_.level_down(above, below, component)) > kMostLevelStep) {
                 return false;
@@ -87,8 +90,30 @@ class Coherence {
 
     const Frame& frame_;
     McuTraces traces_;
+    std::vector<bool> present_;
     std::vector<bool> detail_;
 };
+
+/// How a plain decode compares with what was assessed, in MCUs.
+struct Comparison {
+    std::size_t gained = 0;   ///< They fit, and were not found otherwise.
+    std::size_t replaced = 0; ///< Others fit in their place.
+    std::size_t common = 0;   ///< The same in both, before the first that is not.
+};
+
+Comparison compare_with(const Coherence& assessed, const Coherence& plain, double bound) {
+    Comparison result;
+    bool same = true;
+    for (std::size_t position = 0; position < plain.size(); ++position) {
+        const bool present = assessed.is_present(position);
+        const bool agrees = present && assessed.agrees(plain, position);
+        same = same && agrees;
+        result.common += same ? 1U : 0U;
+        result.gained += !present && plain.fits(position, bound) ? 1U : 0U;
+        result.replaced += present && !agrees && assessed.fits(position, bound) ? 1U : 0U;
+    }
+    return result;
+}
 
 } // namespace
 
@@ -98,22 +123,17 @@ std::optional<Assessment> find_better_decode(Bytes file, const Assessment& asses
     if (!plain || plain->total != assessed.total) {
         return std::nullopt;
     }
-    double usual = 0;
-    std::size_t own = 0;
-    if (assessed.deliverable()) {
-        const Coherence coherence(assessed, decode_picture(file, assessed));
-        usual = coherence.usual_step();
-        own = coherence.fitting(usual);
+    if (!assessed.deliverable()) {
+        return plain;
     }
-    const Coherence coherence(*plain, decode_picture(file, *plain));
-    usual = usual == 0 ? coherence.usual_step() : usual;
-    if (coherence.fitting(usual) <= own + assessed.total / kClearGain) {
+    const Coherence of_plain(*plain, decode_picture(file, *plain));
+    const Coherence of_assessed(assessed, decode_picture(file, assessed));
+    const auto compared = compare_with(of_assessed, of_plain, rough_step(of_assessed.usual_step()));
+    if (compared.gained <= compared.replaced + assessed.total / kClearGain) {
         return std::nullopt;
     }
-    // What comes before the first damage is the same in both.
-    plain->own = candidate.frame->progressive() ? 0 : std::min(assessed.own, plain->guessed);
-    plain->guessed -= plain->own;
-    plain->noise = plain->noise && !assessed.deliverable();
+    plain->own = std::min(assessed.own, compared.common);
+    plain->guessed -= std::min(plain->own, plain->guessed);
     return plain;
 }
 

@@ -13,12 +13,15 @@ namespace still_mend {
 namespace {
 
 constexpr std::size_t kLeastSeamWidth = 8; // MCUs in a row; fewer show nothing.
-constexpr double kJumpNeighbours = 4; // This many neighbours count as one: their steps are nearly the same.
-constexpr double kMostJumpSteps = 6;  // A step counts as at most this many usual ones.
-constexpr double kClearJump = 12;     // Logarithm of the odds for a jump,
-constexpr double kClearPlace = 3;     // and of those against its beginning with a row.
-constexpr double kOneSided = 0.75;    // Share of a row whose steps go the same way if the level jumped.
-constexpr double kSeamFactor = 2.5;   // A seam is rougher than what is around it by this factor,
+constexpr double kJumpNeighbours = 4;   // This many neighbours count as one: their steps are nearly the same.
+constexpr double kMostJumpSteps = 6;    // A step counts as at most this many usual ones.
+constexpr double kClearJump = 12;       // Logarithm of the odds for a jump,
+constexpr double kDeviationsOfJump = 4; // Of the median, in the median of the deviations.
+constexpr double kClearPlace = 3;       // and of those against its beginning with a row.
+constexpr std::size_t kLeastInRow = 6;  // MCUs of each of the two rows that a seam is in.
+constexpr double kMostResidual = 1.5;   // Of the usual step nearby, what is left when it is levelled.
+constexpr double kOneSided = 0.75;      // Share of a row whose steps go the same way if the level jumped.
+constexpr double kSeamFactor = 2.5;     // A seam is rougher than what is around it by this factor,
 constexpr double kSeamSteps = 3 * kLevel;  // and by this much.
 constexpr double kMostStep = 40 * kLevel;  // An edge is no rougher than this.
 constexpr double kRoughShare = 0.6;        // Share of the steps in a seam that are rough.
@@ -154,7 +157,33 @@ class LevelSteps {
         const double other =
             std::max(gain_of(aligned.before, jump.level), gain_of(aligned.after, jump.level)) /
             kJumpNeighbours;
-        return odds > kClearJump && odds > other + kClearPlace;
+        return odds > kClearJump && odds > other + kClearPlace && fits_when_levelled(jump);
+    }
+
+    /// The median of the steps of MCUs after a level is added to them.
+    [[nodiscard]] double median_step(std::size_t first, std::size_t last, double level) const {
+        std::vector<double> sizes;
+        for (std::size_t index = std::max(first, wide_); index < std::min(last, steps_.size()); ++index) {
+            sizes.push_back(std::abs(steps_[index] - level));
+        }
+        return median(sizes);
+    }
+
+    /// Whether both rows of the window fit what is above them, once levelled, as well as those around it do.
+    /// An edge of the picture is not of the same height everywhere.
+    [[nodiscard]] bool fits_when_levelled(const Jump& jump) const {
+        const std::size_t end = aligned_with(stretch_, jump.index).after;
+        const std::size_t last = jump.index + wide_;
+        if (end - jump.index < kLeastInRow || last - end < kLeastInRow) {
+            return false;
+        }
+        const double around = std::max(median_step(jump.index - std::min(jump.index, wide_), jump.index, 0),
+                                       median_step(last, last + wide_, 0));
+        const double most = kMostResidual * std::max(around, static_cast<double>(kLevel) / 2);
+        return std::abs(jump.level) > 2 * most && median_step(jump.index, end, jump.level) <= most &&
+               median_step(end, last, jump.level) <= most &&
+               median_step(jump.index - std::min(jump.index, kLeastInRow), jump.index, 0) <= most &&
+               median_step(last, last + kLeastInRow, 0) <= most;
     }
 
     void level(const Jump& jump) {
@@ -176,8 +205,8 @@ class LevelSteps {
 /// Steps in brightness across the upper borders, and their sums.
 class SeamSteps {
   public:
-    SeamSteps(const McuTraces& traces, const Stretch& stretch)
-        : stretch_(stretch), wide_(stretch.wide), sums_(stretch.size() + 1, 0) {
+    SeamSteps(const McuTraces& traces, const Stretch& stretch, bool damaged)
+        : stretch_(stretch), damaged_(damaged), wide_(stretch.wide), sums_(stretch.size() + 1, 0) {
         for (std::size_t index = 0; index < stretch.size(); ++index) {
             const std::size_t below = stretch.first + index;
             const double step = index < wide_ ? 0 : traces.step_down(below - wide_, below);
@@ -238,13 +267,57 @@ class SeamSteps {
         const Aligned aligned = aligned_with(stretch_, index);
         const double other = std::max(row(aligned.before), row(aligned.after));
         return static_cast<double>(rough) >= kRoughShare * static_cast<double>(wide_) &&
-               row(index) > other + kClearSeam * mean;
+               (damaged_ || row(index) > other + kClearSeam * mean);
     }
 
     const Stretch& stretch_;
+    bool damaged_;
     std::size_t wide_;
     std::vector<double> sums_;
 };
+
+/// What levels a component of a row's length of MCUs with what is above, in DC steps; 0 where they disagree.
+std::int32_t level_from(const McuTraces& traces, const Stretch& stretch, std::size_t first,
+                        std::size_t component) {
+    std::vector<double> levels;
+    for (std::size_t mcu = first; mcu < std::min(first + stretch.wide, stretch.last); ++mcu) {
+        if (mcu >= stretch.first + stretch.wide) {
+            levels.push_back(traces.level_down(mcu - stretch.wide, mcu, component));
+        }
+    }
+    const double level = median(levels);
+    for (double& each : levels) {
+        each = std::abs(each - level);
+    }
+    const double spread = median(levels);
+    const bool clear = std::abs(level) * std::sqrt(static_cast<double>(levels.size()) / kJumpNeighbours) >
+                       kDeviationsOfJump * spread;
+    return clear ? static_cast<std::int32_t>(std::lround(level / traces.step_of_dc(component))) : 0;
+}
+
+/// Jumps of different components at nearly the same place are one, at the last of them.
+std::vector<LevelJump> joined_jumps(const McuTraces& traces, const Stretch& stretch,
+                                    const std::vector<LevelJump>& jumps) {
+    std::vector<LevelJump> result;
+    for (const auto& jump : jumps) {
+        if (!result.empty() && jump.trace < result.back().trace + stretch.wide / 4) {
+            result.back().trace = jump.trace;
+        } else {
+            result.push_back({jump.trace, {}});
+        }
+        for (std::size_t component = 0; component < traces.components(); ++component) {
+            result.back().change[component] += jump.change[component];
+        }
+    }
+    for (auto& jump : result) {
+        for (std::size_t component = 0; component < traces.components(); ++component) {
+            auto& change = jump.change[component];
+            change = change != 0 ? change : level_from(traces, stretch, jump.trace, component);
+        }
+    }
+    std::erase_if(result, [](const LevelJump& jump) { return jump.change == Levels{}; });
+    return result;
+}
 
 } // namespace
 
@@ -255,29 +328,22 @@ std::vector<LevelJump> find_level_jumps(const McuTraces& traces, const Stretch& 
     }
     for (std::size_t component = 0; component < traces.components(); ++component) {
         LevelSteps steps(traces, stretch, component);
-        for (std::size_t index = 0;;) {
-            const auto jump = steps.next(index);
-            if (!jump) {
-                break;
-            }
-            const auto change =
-                static_cast<std::int32_t>(std::lround(jump->level / traces.step_of_dc(component)));
-            if (change != 0) {
-                jumps.push_back({stretch.first + jump->index, {}});
-                jumps.back().change[component] = change;
-            }
+        for (std::size_t index = 0; const auto jump = steps.next(index);) {
+            const double change = jump->level / traces.step_of_dc(component);
+            jumps.push_back({stretch.first + jump->index, {}});
+            jumps.back().change[component] = static_cast<std::int32_t>(std::lround(change));
         }
     }
     std::stable_sort(jumps.begin(), jumps.end(),
                      [](const LevelJump& a, const LevelJump& b) { return a.trace < b.trace; });
-    return jumps;
+    return joined_jumps(traces, stretch, jumps);
 }
 
-std::optional<std::size_t> find_seam(const McuTraces& traces, const Stretch& stretch) {
+std::optional<std::size_t> find_seam(const McuTraces& traces, const Stretch& stretch, bool damaged) {
     if (stretch.wide < kLeastSeamWidth || stretch.size() < 3 * stretch.wide) {
         return std::nullopt;
     }
-    const auto index = SeamSteps(traces, stretch).first();
+    const auto index = SeamSteps(traces, stretch, damaged).first();
     return index ? std::optional(stretch.first + *index) : std::nullopt;
 }
 

@@ -30,11 +30,14 @@ struct LevelJump {
 };
 
 /// The jumps of a stretch, in its order: a bit that changed in a DC difference leaves the decoder in step,
-/// and all that follows too bright, too dark or of another colour.
+/// and all that follows too bright, too dark or of another colour. Where one component jumps, the others are
+/// levelled too.
 [[nodiscard]] std::vector<LevelJump> find_level_jumps(const McuTraces& traces, const Stretch& stretch);
 
 /// The first trace of a stretch from which a row's length of MCUs does not fit what is above, although what
-/// comes before and after does: from there on the places are not certain.
-[[nodiscard]] std::optional<std::size_t> find_seam(const McuTraces& traces, const Stretch& stretch);
+/// comes before and after does: from there on the places are not certain. damaged: there is damage in it or
+/// after it, so that a seam may also begin with a row.
+[[nodiscard]] std::optional<std::size_t> find_seam(const McuTraces& traces, const Stretch& stretch,
+                                                   bool damaged);
 
 } // namespace still_mend
