@@ -132,8 +132,15 @@ class PhaseSearch {
     /// What a foreign row costs among those of two runs.
     [[nodiscard]] double limit_for(double usual) const {
         constexpr double kMuch = 6;
-        constexpr double kLeast = 20;
+        constexpr double kLeast = 250; // Foreign rows wander off by hundreds of levels.
         return kMuch * usual + kLeast * static_cast<double>(components_);
+    }
+
+    /// What a row costs that begins at a place. A step of the picture itself is no worse than some foreign
+    /// rows.
+    [[nodiscard]] double cost_at(std::size_t place, double limit) const {
+        constexpr double kMostRowsWorth = 4;
+        return std::min(static_cast<double>(jump_at(place)), kMostRowsWorth * limit);
     }
 
     /// Finds where a run ends and the next one begins: each row is of one of them, or foreign.
@@ -155,10 +162,10 @@ class PhaseSearch {
         for (std::size_t row = from; row < to; ++row) {
             const double gap_now = in_gap + limit;
             if (is_any && in_next <= in_gap) {
-                in_next += static_cast<double>(jump_at(row * row_ + next_phase));
+                in_next += cost_at(row * row_ + next_phase, limit);
             } else {
                 best = {end_of_gap, row};
-                in_next = in_gap + static_cast<double>(jump_at(row * row_ + next_phase));
+                in_next = in_gap + cost_at(row * row_ + next_phase, limit);
                 is_any = true;
             }
             if (in_run + limit <= gap_now) {
@@ -167,7 +174,7 @@ class PhaseSearch {
             } else {
                 in_gap = gap_now;
             }
-            in_run += static_cast<double>(jump_at(row * row_ + phase));
+            in_run += cost_at(row * row_ + phase, limit);
         }
         run.end = best.first * row_ + phase;
         next.begin =
@@ -183,7 +190,7 @@ class PhaseSearch {
         std::size_t end = run.end;
         std::size_t place = run.end - (run.end - run.begin) % row_;
         for (; place + 2 * row_ <= jumps_.size(); place += row_) {
-            sum += static_cast<double>(jump_at(place)) - limit;
+            sum += cost_at(place, limit) - limit;
             if (sum <= least) {
                 least = sum;
                 end = place + row_;

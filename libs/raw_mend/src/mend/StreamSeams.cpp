@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 
 namespace raw_mend {
@@ -105,9 +106,9 @@ class Seam {
     std::array<double, kSide> weights_;
 };
 
-/// Rows that are known on the left of a seam and of the run on its right.
+/// Rows that are known on the left of a seam, and known or of the run on its right.
 std::vector<SeamRow> find_rows(const StreamFrame& frame, const StreamSlices& slices,
-                               std::span<const RowState> states) {
+                               std::span<const RowState> states, RowState wanted) {
     std::vector<SeamRow> rows;
     for (std::size_t right = 1; right < slices.count(); ++right) {
         const std::size_t left = right - 1;
@@ -121,13 +122,40 @@ std::vector<SeamRow> find_rows(const StreamFrame& frame, const StreamSlices& sli
         for (std::size_t row = 0; row < slices.height(); ++row) {
             if (state(left, 0, row) == RowState::kKnown &&
                 state(left, slices.width(left) - 1, row) == RowState::kKnown &&
-                state(right, 0, row) == RowState::kRun &&
-                state(right, slices.width(right) - 1, row) == RowState::kRun) {
+                state(right, 0, row) == wanted && state(right, slices.width(right) - 1, row) == wanted) {
                 rows.push_back({left, right, row});
             }
         }
     }
     return rows;
+}
+
+/// The mean step at a seam and its standard error.
+struct SeamStep {
+    double step = 0;
+    double error = 0;
+};
+
+SeamStep measure_step(const Seam& seam, const std::vector<SeamRow>& rows, std::size_t component) {
+    std::vector<WeightedMean> tests;
+    for (std::size_t test = 1; test <= kSeamTests; ++test) {
+        const auto distance = static_cast<std::ptrdiff_t>((test + 1) * kMargin);
+        tests.push_back(seam.step(rows, component, distance));
+        tests.push_back(seam.step(rows, component, -distance));
+    }
+    const WeightedMean here = seam.step(rows, component, 0);
+    return {here.mean(), here.error() * measure_excess(tests)};
+}
+
+/// What the step is where nothing is wrong: the halves of a sensor may differ a little.
+SeamStep measure_own_step(const Seam& seam, const std::vector<SeamRow>& known, std::size_t component) {
+    constexpr double kUsual = 0.5; // Of steps at seams of intact photographs.
+    if (known.size() < kFewSeamRows) {
+        return {0, kUsual};
+    }
+    const SeamStep found = measure_step(seam, known, component);
+    const double trust = kUsual * kUsual / (kUsual * kUsual + found.error * found.error);
+    return {trust * found.step, std::sqrt(trust) * found.error};
 }
 
 } // namespace
@@ -162,22 +190,18 @@ std::pair<std::size_t, std::size_t> StreamSlices::rows_around(std::size_t row,
 std::optional<LevelEstimate> measure_seam(const StreamFrame& frame, const StreamSlices& slices,
                                           std::span<const std::uint16_t> values,
                                           std::span<const RowState> states) {
-    const auto rows = find_rows(frame, slices, states);
+    const auto rows = find_rows(frame, slices, states, RowState::kRun);
     if (rows.size() < kFewSeamRows) {
         return std::nullopt;
     }
+    const auto known = find_rows(frame, slices, states, RowState::kKnown);
     const Seam seam(frame, slices, values);
     LevelEstimate result;
     for (std::size_t component = 0; component < frame.components; ++component) {
-        std::vector<WeightedMean> tests;
-        for (std::size_t test = 1; test <= kSeamTests; ++test) {
-            const auto distance = static_cast<std::ptrdiff_t>((test + 1) * kMargin);
-            tests.push_back(seam.step(rows, component, distance));
-            tests.push_back(seam.step(rows, component, -distance));
-        }
-        const WeightedMean here = seam.step(rows, component, 0);
-        result.shift.push_back(-here.mean());
-        result.error.push_back(here.error() * measure_excess(tests));
+        const SeamStep own = measure_own_step(seam, known, component);
+        const SeamStep here = measure_step(seam, rows, component);
+        result.shift.push_back(own.step - here.step);
+        result.error.push_back(std::hypot(own.error, here.error));
     }
     return result;
 }

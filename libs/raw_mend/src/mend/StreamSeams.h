@@ -39,8 +39,8 @@ enum class RowState : unsigned char {
 };
 
 /// Compares rows of a run with those beside them in the slice on the left that are known: each side is
-/// continued to the seam. Like comparisons within the slices show how far the result can be trusted. Nothing
-/// if there are too few rows.
+/// continued to the seam, and its step in rows that are known on both sides is taken off. Like comparisons
+/// within the slices show how far the result can be trusted. Nothing if there are too few rows.
 [[nodiscard]] std::optional<LevelEstimate> measure_seam(const StreamFrame& frame, const StreamSlices& slices,
                                                         std::span<const std::uint16_t> values,
                                                         std::span<const RowState> states);
