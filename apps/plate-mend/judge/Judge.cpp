@@ -6,15 +6,20 @@
 #include "judge/FoundPieces.h"
 #include "judge/GoodRows.h"
 #include "judge/Lengths.h"
+#include "judge/OtherPhotographs.h"
 #include "judge/Picture.h"
 #include "judge/PixelSigns.h"
+#include "judge/PreviewOverlay.h"
 #include "judge/Promise.h"
 #include "judge/RawDecoder.h"
+#include "judge/SonyCells.h"
 #include "text/Format.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace plate_mend::host {
@@ -65,6 +70,8 @@ struct FileEvidence {
     Findings tables;
     Lengths lengths;
     Findings promise;
+    Findings others; ///< Photographs.
+    PreviewDoubts previews;
     PieceDoubts pieces;
 
     /// Every part of a lossless JPEG ends where its image does.
@@ -75,7 +82,7 @@ struct FileEvidence {
     /// Something is wrong, and nothing shows from which row on.
     [[nodiscard]] bool place_unknown() const {
         return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty() ||
-               pieces.place_unknown;
+               !others.empty() || !previews.findings.empty() || pieces.place_unknown;
     }
 };
 
@@ -85,6 +92,9 @@ FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decode
     FileEvidence evidence;
     evidence.compressed_data = check_compressed_data(decoder, file, image);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
+    evidence.others = find_other_photographs(request, decoder, file);
+    evidence.previews =
+        compare_with_previews(decoder, request.damaged.empty() ? request.result : request.damaged);
     if (request.image) {
         evidence.pieces = find_doubts(*request.image, evidence.decodes_exactly(decoder));
         evidence.promise = compare_with_damaged(request, decoder, file);
@@ -102,11 +112,42 @@ std::optional<double> picture_rows_there(const Lengths& lengths, const RawDecode
                : std::nullopt;
 }
 
+/// A view with rows for columns. What its samples are in must exist as long.
+SensorView turn_over(const SensorView& view, std::vector<std::uint16_t>& samples) {
+    samples.resize(view.columns * view.rows);
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::uint16_t* row = view.row(y);
+        for (std::size_t x = 0; x < view.columns; ++x) {
+            samples[x * view.rows + y] = row[x];
+        }
+    }
+    SensorView turned = view;
+    turned.samples = samples.data();
+    turned.stride = turned.columns = view.rows;
+    turned.rows = view.columns;
+    std::swap(turned.dx, turned.dy);
+    turned.in_columns = true;
+    return turned;
+}
+
+/// Signs along columns, where the image is coded column by column. They show nothing about rows.
+Findings find_signs_in_columns(const SensorView& view, const RawDecoder& decoder) {
+    Findings findings;
+    if (decoder.is_in_columns()) {
+        std::vector<std::uint16_t> samples;
+        for (const std::string& finding : find_signs(turn_over(view, samples)).findings) {
+            findings.push_back("column by column: " + finding);
+        }
+    }
+    return findings;
+}
+
 /// Looks for signs in the unpacked samples, and counts the good rows.
 void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
-                   Judgement& judgement) {
+                   const Sign& of_data, Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
+    view.strange_preview = evidence.previews.strange;
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
@@ -115,12 +156,16 @@ void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
     const auto accounted = request.image ? accounted_rows(*request.image, decoder.sensor_rows(),
                                                           decoder.rows_above_picture(), view.rows)
                                          : std::vector<bool>();
-    const PixelSigns signs = find_signs(view, accounted);
+    const PixelSigns signs = find_signs(view, accounted, of_data);
     add(signs.findings, judgement.findings);
+    const Findings in_columns = find_signs_in_columns(view, decoder);
+    add(in_columns, judgement.findings);
+    if (!in_columns.empty()) {
+        return; // The share of good rows is unknown.
+    }
     judgement.rows_good =
         share_of_good_rows({.signs = signs,
                             .rows_there = picture_rows_there(evidence.lengths, decoder),
-                            .in_row_order = decoder.is_in_row_order(),
                             .data_errors = judgement.data_errors != 0,
                             .place_unknown = evidence.place_unknown(),
                             .lost_inside = evidence.lengths.lost_inside || evidence.pieces.damaged_inside,
@@ -186,13 +231,18 @@ Judgement judge_raw(const JudgeRequest& request) {
     add(describe_data_errors(judgement.data_errors), judgement.findings);
 
     const FileEvidence evidence = examine_files(request, decoder, file, image);
-    for (const Findings* findings : {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings,
-                                     &evidence.promise, &evidence.pieces.findings}) {
+    for (const Findings* findings :
+         {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings, &evidence.promise,
+          &evidence.others, &evidence.previews.findings, &evidence.pieces.findings}) {
         add(*findings, judgement.findings);
     }
-    judge_samples(request, decoder, evidence, judgement);
+    judge_samples(request, decoder, evidence, find_broken_cells(decoder, file, image), judgement);
     if (request.image) {
         take_account(*request.image, evidence, evidence.decodes_exactly(decoder), judgement);
+    }
+    if (!evidence.others.empty() || !evidence.previews.findings.empty() || evidence.previews.strange) {
+        judgement.rows_good.reset(); // Any part may be another photograph's.
+        judgement.pixels_good.reset();
     }
     judgement.place = decoder.picture_place();
     if (!request.picture.empty()) {

@@ -69,7 +69,7 @@ class TornStreams {
     void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
         const StreamTraits traits = measure_stream(sample_.file, sample);
         RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins,
-                                              bands_of(head), filling_);
+                                              slices_of(head, traits.period), filling_);
         image_.mended.push_back({piece, std::move(stream.bytes)});
         if (stream.is_exact) {
             ++image_.proved;
@@ -95,16 +95,9 @@ class TornStreams {
                }) > 0;
     }
 
-    /// The rows of the stream at which slices begin.
-    [[nodiscard]] std::vector<std::size_t> bands_of(const lossless_jpeg::Head& head) const {
-        const std::size_t row = StreamFrame(head).row;
-        std::vector<std::size_t> bands;
-        std::uint64_t values = 0;
-        for (const std::uint32_t width : raw_.slices) {
-            values += std::uint64_t{width} * raw_.frame.height;
-            bands.push_back(static_cast<std::size_t>(values / row));
-        }
-        return bands;
+    [[nodiscard]] StreamSlices slices_of(const lossless_jpeg::Head& head, std::size_t period) const {
+        const StreamFrame frame(head);
+        return {raw_.slices, raw_.frame.height, frame, period * frame.row};
     }
 
     static void add(const std::vector<Area>& more, std::vector<Area>& areas) {

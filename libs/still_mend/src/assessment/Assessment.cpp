@@ -42,13 +42,12 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
 } // namespace
 
 std::uint64_t Assessment::score() const {
-    const std::size_t estimated = hypothesis.is_estimated() ? guessed / 2 : 0;
-    return static_cast<std::uint64_t>(own + estimated) * hypothesis.candidate.frame->mcu_area();
+    return static_cast<std::uint64_t>(own + guessed / 2) * hypothesis.candidate.frame->mcu_area();
 }
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    const std::size_t shown = own + (multi_scan || hypothesis.is_estimated() ? guessed : 0);
+    const std::size_t shown = own + guessed;
     return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 
