@@ -138,6 +138,9 @@ class Search {
             if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_.subspan(at))) {
                 continue;
             }
+            if (image_ && at > image_->begin && at < image_->end) {
+                return "another photograph begins within the image";
+            }
             head_end = at + other.part_offsets(bytes_.subspan(at)).front(); // What is before it is its own.
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
