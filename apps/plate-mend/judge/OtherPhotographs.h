@@ -18,6 +18,8 @@ namespace plate_mend::host {
 /// - as many bytes after the image as another image takes, unless these are even noise, or the image is coded
 ///   with heads and there is none among them.
 ///
+/// CR3 files are not searched for heads: displaced tables of the photograph itself would be taken for others.
+///
 ///   result  has unpacked the request's result
 ///   file    that result
 [[nodiscard]] std::vector<std::string> find_other_photographs(const JudgeRequest& request,

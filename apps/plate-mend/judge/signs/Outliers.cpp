@@ -27,8 +27,8 @@ double usual_step(const SensorView& view, const std::uint16_t* row, std::size_t 
     if (count == 0) {
         return 0;
     }
-    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(count / 2);
-    std::nth_element(steps.begin(), middle, steps.begin() + static_cast<std::ptrdiff_t>(count));
+    unsigned* const middle = steps.data() + count / 2;
+    std::nth_element(steps.data(), middle, steps.data() + count);
     return *middle;
 }
 
