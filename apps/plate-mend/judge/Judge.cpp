@@ -71,7 +71,6 @@ struct FileEvidence {
     Lengths lengths;
     Findings promise;
     Findings others; ///< Photographs.
-    PreviewDoubts previews;
     PieceDoubts pieces;
 
     /// Every part of a lossless JPEG ends where its image does.
@@ -82,7 +81,7 @@ struct FileEvidence {
     /// Something is wrong, and nothing shows from which row on.
     [[nodiscard]] bool place_unknown() const {
         return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty() ||
-               !others.empty() || !previews.findings.empty() || pieces.place_unknown;
+               !others.empty() || pieces.place_unknown;
     }
 };
 
@@ -93,8 +92,6 @@ FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decode
     evidence.compressed_data = check_compressed_data(decoder, file, image);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
     evidence.others = find_other_photographs(request, decoder, file);
-    evidence.previews =
-        compare_with_previews(decoder, request.damaged.empty() ? request.result : request.damaged);
     if (request.image) {
         evidence.pieces = find_doubts(*request.image, evidence.decodes_exactly(decoder));
         evidence.promise = compare_with_damaged(request, decoder, file);
@@ -142,34 +139,60 @@ Findings find_signs_in_columns(const SensorView& view, const RawDecoder& decoder
     return findings;
 }
 
-/// Looks for signs in the unpacked samples, and counts the good rows.
-void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
+/// Rows that are no part of a comparison: they are bad or accounted for, there are no bytes for them, or they
+/// are displaced.
+std::vector<bool> known_rows(const PixelSigns& signs, std::vector<bool> accounted,
+                             const std::optional<double>& rows_there) {
+    accounted.resize(signs.bad_rows.size());
+    for (std::size_t row = 0; row < accounted.size(); ++row) {
+        const bool is_there = !rows_there || static_cast<double>(row) < *rows_there;
+        const bool in_place = !signs.displaced_from || row < *signs.displaced_from;
+        accounted[row] = accounted[row] || signs.bad_rows[row] || !is_there || !in_place;
+    }
+    return accounted;
+}
+
+void forget_share(Judgement& judgement) {
+    if (judgement.share().value_or(0) != 0) { // What is no photograph stays none.
+        judgement.rows_good.reset();
+        judgement.pixels_good.reset();
+    }
+}
+
+/// Looks for signs in the unpacked samples, and counts the good rows. Returns whether previews show another
+/// photograph in some of it, so that the count says nothing.
+bool judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
                    const Sign& of_data, Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
-    view.strange_preview = evidence.previews.strange;
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
-        return;
+        return false;
     }
     const auto accounted = request.image ? accounted_rows(*request.image, decoder.sensor_rows(),
                                                           decoder.rows_above_picture(), view.rows)
                                          : std::vector<bool>();
     const PixelSigns signs = find_signs(view, accounted, of_data);
     add(signs.findings, judgement.findings);
+    const auto rows_there = picture_rows_there(evidence.lengths, decoder);
+    const PreviewDoubts previews =
+        compare_with_previews(decoder, request.damaged.empty() ? request.result : request.damaged,
+                              known_rows(signs, accounted, rows_there));
+    add(previews.findings, judgement.findings);
     const Findings in_columns = find_signs_in_columns(view, decoder);
     add(in_columns, judgement.findings);
     if (!in_columns.empty()) {
-        return; // The share of good rows is unknown.
+        return false; // The share of good rows is unknown.
     }
     judgement.rows_good =
         share_of_good_rows({.signs = signs,
-                            .rows_there = picture_rows_there(evidence.lengths, decoder),
+                            .rows_there = rows_there,
                             .data_errors = judgement.data_errors != 0,
                             .place_unknown = evidence.place_unknown(),
                             .lost_inside = evidence.lengths.lost_inside || evidence.pieces.damaged_inside,
                             .filled = request.filled != 0});
+    return previews.strange || !previews.findings.empty();
 }
 
 /// Adds what the raw engine counts to what the judge has found.
@@ -231,18 +254,17 @@ Judgement judge_raw(const JudgeRequest& request) {
     add(describe_data_errors(judgement.data_errors), judgement.findings);
 
     const FileEvidence evidence = examine_files(request, decoder, file, image);
-    for (const Findings* findings :
-         {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings, &evidence.promise,
-          &evidence.others, &evidence.previews.findings, &evidence.pieces.findings}) {
+    for (const Findings* findings : {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings,
+                                     &evidence.promise, &evidence.others, &evidence.pieces.findings}) {
         add(*findings, judgement.findings);
     }
-    judge_samples(request, decoder, evidence, find_broken_cells(decoder, file, image), judgement);
+    const bool is_mixed =
+        judge_samples(request, decoder, evidence, find_broken_cells(decoder, file, image), judgement);
     if (request.image) {
         take_account(*request.image, evidence, evidence.decodes_exactly(decoder), judgement);
     }
-    if (!evidence.others.empty() || !evidence.previews.findings.empty() || evidence.previews.strange) {
-        judgement.rows_good.reset(); // Any part may be another photograph's.
-        judgement.pixels_good.reset();
+    if (!evidence.others.empty() || is_mixed) {
+        forget_share(judgement); // Any part may be another photograph's.
     }
     judgement.place = decoder.picture_place();
     if (!request.picture.empty()) {

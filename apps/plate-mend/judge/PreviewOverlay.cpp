@@ -43,14 +43,24 @@ BlockGrid grid_for(std::size_t preview_width, const SensorView& view) {
     return grid;
 }
 
-std::vector<double> light_of(const Image& preview, const BlockGrid& grid) {
+/// Whether a row is known in a row of blocks, or in one beside it.
+bool is_known(const BlockGrid& grid, std::size_t y, const std::vector<bool>& known) {
+    const std::size_t first = (y - std::min<std::size_t>(y, 1)) * known.size() / grid.rows;
+    const std::size_t end = std::min(known.size(), (y + 2) * known.size() / grid.rows + 1);
+    const auto from = known.begin();
+    return std::find(from + static_cast<std::ptrdiff_t>(first), from + static_cast<std::ptrdiff_t>(end),
+                     true) != from + static_cast<std::ptrdiff_t>(end);
+}
+
+std::vector<double> light_of(const Image& preview, const BlockGrid& grid, const std::vector<bool>& known) {
     const Image small = scale(preview, grid.columns, grid.rows);
     std::vector<double> light;
     for (std::size_t y = 0; y < grid.rows; ++y) {
+        const bool left_out = is_known(grid, y, known);
         for (std::size_t x = 0; x < grid.columns; ++x) {
             const unsigned char* pixel = small.pixel(x, y);
             const double level = 0.299 * pixel[0] + 0.587 * pixel[1] + 0.114 * pixel[2];
-            light.push_back(level >= kDarkest && level <= kLightest ? level : -level);
+            light.push_back(!left_out && level >= kDarkest && level <= kLightest ? level : -level - 1);
         }
     }
     return light;
@@ -70,12 +80,12 @@ struct Comparison {
     std::size_t blocks = 0;
 };
 
-Comparison compare(const RawDecoder& decoder, const SensorView& view, const Image& preview) {
-    const BlockGrid grid = grid_for(preview.width, view);
+Comparison compare(const RawDecoder& decoder, const std::vector<bool>& known, const Image& preview) {
+    const BlockGrid grid = grid_for(preview.width, decoder.sensor_view());
     if (grid.columns < kFewestColumns) {
         return {};
     }
-    const BlockFit fit = fit_blocks(grid, decoder.block_colours(grid), light_of(preview, grid));
+    const BlockFit fit = fit_blocks(grid, decoder.block_colours(grid), light_of(preview, grid, known));
     if (fit.contrast < kFlat) {
         return {};
     }
@@ -93,7 +103,8 @@ std::string describe(const Comparison& comparison) {
 
 } // namespace
 
-PreviewDoubts compare_with_previews(const RawDecoder& decoder, const std::filesystem::path& damaged) {
+PreviewDoubts compare_with_previews(const RawDecoder& decoder, const std::filesystem::path& damaged,
+                                    const std::vector<bool>& known) {
     platform::MappedFile mapped;
     const SensorView view = decoder.sensor_view();
     if (!decoder.has_colour_filter() || view.rows == 0 || view.columns == 0 ||
@@ -109,7 +120,7 @@ PreviewDoubts compare_with_previews(const RawDecoder& decoder, const std::filesy
         }
         ++decoded;
         const auto preview = decode_coarsely(mapped.bytes().subspan(static_cast<std::size_t>(jpeg.offset)));
-        const Comparison comparison = preview ? compare(decoder, view, *preview) : Comparison{};
+        const Comparison comparison = preview ? compare(decoder, known, *preview) : Comparison{};
         if (comparison.answer == Answer::kSame) {
             return {};
         }

@@ -21,7 +21,9 @@ struct PreviewDoubts {
 ///
 ///   decoder  has unpacked the result
 ///   damaged  whose previews count
+///   known    rows of the picture that are known to be bad, one per row: these are left out
 [[nodiscard]] PreviewDoubts compare_with_previews(const RawDecoder& decoder,
-                                                  const std::filesystem::path& damaged);
+                                                  const std::filesystem::path& damaged,
+                                                  const std::vector<bool>& known);
 
 } // namespace plate_mend::host

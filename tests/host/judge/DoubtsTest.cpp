@@ -76,6 +76,14 @@ TEST_F(Doubts, ImageWithoutAHeadIsAfterIt) {
     EXPECT_THAT(findings(joined(photo(1).bytes, noise(other.bytes.size(), 1))), IsEmpty()) << "noise is none";
 }
 
+TEST_F(Doubts, AnotherPhotographBeginsWithinTheImage) {
+    ArwPhoto own = photo(1);
+    const Bytes other = photo(2).bytes;
+    const std::size_t at = own.image_offset + 200 * 512;
+    put_bytes(own.bytes, at, part(other, 0, own.bytes.size() - at));
+    EXPECT_THAT(findings(own.bytes), Contains("another photograph begins within the image"));
+}
+
 TEST_F(Doubts, CellsAreOfNoCamera) {
     HeadlessPhoto cells({});
     put_bytes(cells.bytes, cells.image_offset + 100 * 512 + 64, Bytes(16, 0x20));

@@ -17,8 +17,6 @@ constexpr double kTimesAroundRows = 4;  ///< more than so many times those of th
 constexpr double kLeastStep = 4;        ///< and more than so many levels.
 constexpr double kSpreadGrows = 4;      ///< Its spread is at most so many times the usual one there.
 
-constexpr double kEqual = 0.15; ///< Steps are equal that differ by less than this share.
-
 /// The steps from the row above of the same colours, in one colour.
 struct RowStep {
     double middle = 0;
@@ -73,10 +71,6 @@ bool stands_out(const RowSteps& rows, std::size_t y, std::size_t dy) {
     return own.spread <= kSpreadGrows * std::max(1.0, middle_of(spreads));
 }
 
-bool are_equal(const RowStep& one, const RowStep& other) {
-    return std::abs(one.middle - other.middle) < kEqual * std::abs(one.middle);
-}
-
 } // namespace
 
 Sign find_level_step(const SensorView& view, const std::vector<bool>& bad_rows) {
@@ -91,8 +85,8 @@ Sign find_level_step(const SensorView& view, const std::vector<bool>& bad_rows) 
         other[y] = step_of(view, y, 1, buffer);
     }
     for (std::size_t y = kAround; y + kAround < view.rows; ++y) {
-        if (!bad_rows[y] && !bad_rows[y - view.dy] && are_equal(own[y], other[y]) &&
-            stands_out(own, y, view.dy) && stands_out(other, y, view.dy)) {
+        if (!bad_rows[y] && !bad_rows[y - view.dy] && stands_out(own, y, view.dy) &&
+            stands_out(other, y, view.dy)) {
             return {"from row " + std::to_string(y) + " on the levels are others", {y}, Displaced{y, true}};
         }
     }

@@ -18,13 +18,8 @@ constexpr std::size_t kFirstBelow = 3; ///< The usual leap is also taken from so
 constexpr std::size_t kLastBelow = 12;
 constexpr double kEachLeaping = 0.35; ///< Share of windows that leap in each part where another one begins.
 
-/// The share of windows that leap where the other picture begins, and at most elsewhere.
-struct Limits {
-    double leaping;
-    double calm;
-};
-constexpr Limits kUsually{0.4, 0.1};
-constexpr Limits kIfPreviewIsStrange{0.35, 0.12};
+constexpr double kLeaping = 0.4; ///< Of all of these,
+constexpr double kCalm = 0.1;    ///< and at most elsewhere.
 
 constexpr std::size_t kBorder = 6;      ///< One part in so many of a row at either end is left out,
 constexpr std::size_t kLeastBorder = 5; ///< and at least so many windows.
@@ -95,7 +90,7 @@ class LeapSums {
 };
 
 /// Whether another picture begins in this row, in or beside a window.
-bool begins_at(const LeapSums& sums, const Limits& limits, std::size_t y, std::size_t cut) {
+bool begins_at(const LeapSums& sums, std::size_t y, std::size_t cut) {
     const std::size_t end = sums.per_row();
     const std::size_t left = cut - std::min<std::size_t>(cut, 1); // The window itself belongs to both.
     const std::size_t right = std::min(cut + 1, end);
@@ -104,11 +99,11 @@ bool begins_at(const LeapSums& sums, const Limits& limits, std::size_t y, std::s
     const Leaps third = sums.of(y + 2, 0, left);
     const Leaps all = first + second + third;
     const auto leaps = [](const Leaps& some) { return some.windows == 0 || some.share() >= kEachLeaping; };
-    if (all.share() < limits.leaping || !leaps(first) || !leaps(second) || !leaps(third)) {
+    if (all.share() < kLeaping || !leaps(first) || !leaps(second) || !leaps(third)) {
         return false;
     }
     const Leaps calm = sums.of(y, 0, left) + sums.of(y + 2, right, end) + sums.of(y - 1) + sums.of(y + 3);
-    return calm.share() <= limits.calm;
+    return calm.share() <= kCalm;
 }
 
 } // namespace
@@ -118,7 +113,6 @@ Sign find_splice(const SensorView& view, const Windows& windows, const std::vect
         return {};
     }
     const LeapSums sums(view, windows);
-    const Limits& limits = view.strange_preview ? kIfPreviewIsStrange : kUsually;
     const auto any_bad = [&](std::size_t y) {
         const auto from = bad_rows.begin() + static_cast<std::ptrdiff_t>(y);
         return std::find(from - 3, from + 4, true) != from + 4;
@@ -129,7 +123,7 @@ Sign find_splice(const SensorView& view, const Windows& windows, const std::vect
         }
         const std::size_t border = std::max(kLeastBorder, windows.per_row() / kBorder + 1);
         for (std::size_t cut = border; cut + border <= windows.per_row(); ++cut) {
-            if (begins_at(sums, limits, y, cut)) {
+            if (begins_at(sums, y, cut)) {
                 return {"from row " + std::to_string(y) + " on the picture is another one",
                         {y},
                         Displaced{y, true}};
