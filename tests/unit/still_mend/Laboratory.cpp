@@ -653,6 +653,7 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
     trial.plain = count_of(mcus_in_place(original, from_there));
     trial.claimed = static_cast<std::size_t>(report.own_mcu_count - report.coarse_mcu_count);
     trial.warnings = report.warnings;
+    trial.offset = static_cast<std::size_t>(report.picture_offset);
     trial.other = trial.result == 0 && (report.picture_offset < damaged.offset ||
                                         report.picture_offset >= damaged.offset + damaged.size);
     if (!output.empty()) {

@@ -9,7 +9,7 @@
 
 // still_mend_laboratory [WIDTH HEIGHT]  prints the tables of docs/measurements/salvage-*.md
 // still_mend_laboratory --rows          prints the heads of these tables and the first cell of each row
-// still_mend_laboratory --pictures DIR  prints the table of salvage-pictures.md, from the JPEGs below DIR
+// still_mend_laboratory --pictures DIR  prints what is saved of the JPEGs below DIR
 
 namespace {
 

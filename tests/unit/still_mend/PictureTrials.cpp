@@ -343,11 +343,17 @@ PictureTrial run_picture_trial(const RealPicture& picture, const PictureDamage& 
     DamagedCopy copy(picture);
     damage.apply(copy, other);
     const Trial trial = run_trial(picture.file, {copy.file(), 0, copy.file().size()});
-    const auto total = static_cast<double>(trial.mcus);
     PictureTrial result{picture.name, damage.name, copy.surviving_share()};
     result.plain = trial.plain_share();
     result.salvaged = trial.share();
+    result.own = result.salvaged;
     result.delivered = trial.result == 0 && !trial.other;
+    auto total = static_cast<double>(trial.mcus);
+    const auto of_other = trial.offset > 0 ? mcus_in_place(other, trial.output) : std::vector<bool>{};
+    if (!of_other.empty() && result.salvaged == 0) { // What was delivered is the foreign picture.
+        total = static_cast<double>(of_other.size());
+        result.own = static_cast<double>(std::count(of_other.begin(), of_other.end(), true)) / total;
+    }
     result.claimed = result.delivered ? static_cast<double>(trial.claimed) / total : 0;
     result.kept = trial.kept;
     return result;

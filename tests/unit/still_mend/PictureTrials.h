@@ -59,6 +59,7 @@ struct PictureTrial {
     double plain = 0;    ///< In place when libjpeg alone decodes the damaged file.
     double salvaged = 0; ///< In place in what was delivered.
     double claimed = 0;  ///< Reported as the photographer's own.
+    double own = 0;      ///< In place; if the foreign picture was delivered, of that one.
     bool delivered = false;
     bool kept = false; ///< libjpeg saw no damage, and the picture was delivered as it is.
 
@@ -66,7 +67,7 @@ struct PictureTrial {
     [[nodiscard]] bool is_worse() const { return salvaged < plain - 0.0005; }
     [[nodiscard]] bool is_better() const { return salvaged > plain + 0.0005; }
     /// What is claimed exceeds what is in place by more than 0.01.
-    [[nodiscard]] bool boasts() const { return claimed > salvaged + 0.01; }
+    [[nodiscard]] bool boasts() const { return claimed > own + 0.01; }
 };
 [[nodiscard]] PictureTrial run_picture_trial(const RealPicture& picture, const PictureDamage& damage,
                                              const Bytes& other);

@@ -47,7 +47,9 @@ std::uint64_t Assessment::score() const {
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    const std::size_t shown = own + guessed;
+    // Tables of another picture make something that is placed by chance of any data.
+    const bool own_tables = !hypothesis.tables_borrowed && !hypothesis.tables_standard;
+    const std::size_t shown = own + (own_tables || multi_scan || hypothesis.is_estimated() ? guessed : 0);
     return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 

@@ -150,6 +150,7 @@ class SequentialAssessment {
         }
         // Every bit to the last is in its place, which never happens in noise.
         result_.noise = !(in_order && survey.runs[placements.back().run].closes) && !decodes_to_end(survey) &&
+                        !begins_with_own_tables(survey, placements) &&
                         (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
     }
 
@@ -163,6 +164,17 @@ class SequentialAssessment {
         const Run& run = survey.runs.back();
         return run.at_eoi && run.count >= kLeastRun &&
                run.end - run.begin >= (survey.end - data_.first) / 10 * 9;
+    }
+
+    /// Whether all that was placed is one long run from the first byte on, decoded with the picture's own
+    /// tables: noise breaks off much sooner.
+    [[nodiscard]] bool begins_with_own_tables(const Survey& survey,
+                                              const std::vector<Placement>& placements) const {
+        constexpr std::size_t kLeastRun = 512;
+        const Hypothesis& hypothesis = result_.hypothesis;
+        return data_.interval == 0 && data_.from_start && !hypothesis.tables_borrowed &&
+               !hypothesis.tables_standard && placements.size() == 1 && placements[0].count >= kLeastRun &&
+               survey.runs[placements[0].run].dc_known;
     }
 
     /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks

@@ -19,7 +19,7 @@ constexpr double kClearJump = 12;       // Logarithm of the odds for a jump,
 constexpr double kDeviationsOfJump = 4; // Of the median, in the median of the deviations.
 constexpr double kClearPlace = 3;       // and of those against its beginning with a row.
 constexpr std::size_t kLeastInRow = 6;  // MCUs of each of the two rows that a seam is in.
-constexpr double kMostResidual = 1.5;   // Of the usual step nearby, what is left when it is levelled.
+constexpr double kMostResidual = 2;     // Of the usual step nearby, what is left when it is levelled.
 constexpr double kOneSided = 0.75;      // Share of a row whose steps go the same way if the level jumped.
 constexpr double kSeamFactor = 2.5;     // A seam is rougher than what is around it by this factor,
 constexpr double kSeamSteps = 3 * kLevel;  // and by this much.
@@ -180,7 +180,7 @@ class LevelSteps {
         const double around = std::max(median_step(jump.index - std::min(jump.index, wide_), jump.index, 0),
                                        median_step(last, last + wide_, 0));
         const double most = kMostResidual * std::max(around, static_cast<double>(kLevel) / 2);
-        return std::abs(jump.level) > 2 * most && median_step(jump.index, end, jump.level) <= most &&
+        return std::abs(jump.level) > most && median_step(jump.index, end, jump.level) <= most &&
                median_step(end, last, jump.level) <= most &&
                median_step(jump.index - std::min(jump.index, kLeastInRow), jump.index, 0) <= most &&
                median_step(last, last + kLeastInRow, 0) <= most;
