@@ -154,9 +154,12 @@ class RunPlacing {
         const bool is_foreign = gap.foreign > kLeastForeign;
         const double clusters = std::max(std::round(std::abs(lost) / kCluster), 1.0);
         const double apart = std::abs(std::abs(lost) - clusters * kCluster);
+        // Foreign bytes are mostly in place of as many; without them, something is missing.
+        const double put_in = is_foreign ? 0.7 : 4.0;
+        const double lost_as_well = is_foreign ? 1.0 : 0.0;
         const double moved = apart / (tolerance + 0.05 * clusters * kCluster) + 0.05 * clusters +
-                             (lost < 0 ? 1.0 : 0.0) + (is_foreign ? 1.0 : 0.0);
-        return std::min(std::abs(lost) / tolerance + (is_foreign ? 0.0 : 2.0), moved);
+                             (lost < 0 ? put_in : lost_as_well);
+        return std::min(std::abs(lost) / tolerance + (is_foreign ? 0.0 : 4.0), moved);
     }
 
     [[nodiscard]] std::vector<Option> options_of(const ChainGap& gap, std::ptrdiff_t phase) const {
