@@ -184,8 +184,10 @@ LevelEstimate weigh_by_tests(const StreamFrame& frame, const Compared& here,
     }
     const Columns squares = mean_squares(frame, tests, tests.size());
     for (std::size_t component = 0; component < frame.components; ++component) {
-        result.shift.push_back(-here.mean(frame, component, squares).mean());
-        result.error.push_back(std::sqrt(sums[component] / static_cast<double>(tests.size())));
+        const WeightedMean mean = here.mean(frame, component, squares);
+        result.shift.push_back(-mean.mean());
+        result.error.push_back(
+            std::max(mean.error(), std::sqrt(sums[component] / static_cast<double>(tests.size()))));
     }
     return result;
 }

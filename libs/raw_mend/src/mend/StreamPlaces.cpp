@@ -1,16 +1,20 @@
 #include "mend/StreamPlaces.h"
 
+#include "mend/StreamSearch.h"
+
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
+#include <utility>
 
 namespace raw_mend {
 
 namespace {
 
 constexpr double kCluster = 4096;
-constexpr std::size_t kMostOptions = 16;
-constexpr std::size_t kMostRuns = 64;
+constexpr std::size_t kMostOptions = 64; // For each gap.
+constexpr std::size_t kMostRuns = 16;
 constexpr double kLeastForeign = 1200; // Bytes.
 
 /// A number of whole rows, and how unlikely it is.
@@ -148,20 +152,34 @@ class RunPlacing {
         return gap;
     }
 
+    /// How unlikely it is that so many bytes are lost, or as many put in: clusters are likelier than sectors,
+    /// and few than many.
+    static double penalty_of_units(double bytes, double tolerance) {
+        constexpr double kByUnit = 0.05;
+        constexpr double kForSectors = 0.8;
+        const auto penalty = [&](double unit) {
+            const double units = std::max(std::round(bytes / unit), 1.0);
+            return std::abs(bytes - units * unit) / (tolerance + kByUnit * units * unit) + kByUnit * units;
+        };
+        return std::min(penalty(kCluster), penalty(static_cast<double>(kSector)) + kForSectors);
+    }
+
     [[nodiscard]] double penalty_of(const ChainGap& gap, double missing) const {
         const double lost = (missing - gap.expected) * gap.bytes_per_value;
         const double tolerance = 100 + 0.05 * gap.foreign;
         const bool is_foreign = gap.foreign > kLeastForeign;
-        const double clusters = std::max(std::round(std::abs(lost) / kCluster), 1.0);
-        const double apart = std::abs(std::abs(lost) - clusters * kCluster);
-        const double moved = apart / (tolerance + 0.05 * clusters * kCluster) + 0.05 * clusters +
-                             (lost < 0 ? 1.0 : 0.0) + (is_foreign ? 1.0 : 0.0);
-        return std::min(std::abs(lost) / tolerance + (is_foreign ? 0.0 : 2.0), moved);
+        // Foreign bytes are mostly in place of as many; without them, something is missing.
+        const double in_place = is_foreign ? 0.0 : 4.0;
+        const double put_in = is_foreign ? 0.7 : 4.0;
+        const double lost_as_well = is_foreign ? 1.0 : 0.0;
+        const double moved = penalty_of_units(std::abs(lost), tolerance) + (lost < 0 ? put_in : lost_as_well);
+        return std::min(std::abs(lost) / tolerance + in_place, moved);
     }
 
     [[nodiscard]] std::vector<Option> options_of(const ChainGap& gap, std::ptrdiff_t phase) const {
         constexpr double kMostMissing = 1048576;
         constexpr double kMostTooMany = 65536;
+        constexpr std::ptrdiff_t kNearRows = 8; // Of those that are missing if none are lost, always kept.
         const auto row = static_cast<double>(frame_.row);
         const auto rows_for = [&](double bytes) {
             return static_cast<std::ptrdiff_t>(
@@ -172,7 +190,11 @@ class RunPlacing {
             const double missing = static_cast<double>(phase) + static_cast<double>(rows) * row;
             options.push_back({rows, penalty_of(gap, missing)});
         }
-        std::ranges::sort(options, {}, &Option::penalty);
+        const auto is_near = [&](const Option& option) {
+            return std::abs(option.rows - rows_for(0)) <= kNearRows;
+        };
+        std::ranges::sort(options, {},
+                          [&](const Option& option) { return std::pair(!is_near(option), option.penalty); });
         options.resize(std::min(options.size(), kMostOptions));
         return options;
     }
@@ -200,7 +222,7 @@ class RunPlacing {
                 }
             }
             sums = std::move(next);
-            likeliest.rows.push_back(of_gap.front().rows);
+            likeliest.rows.push_back(std::ranges::min_element(of_gap, {}, &Option::penalty)->rows);
         }
         if (!all) {
             return likeliest.rows;
