@@ -108,8 +108,9 @@ typedef struct RawMendReport {
     uint64_t piece_count;
     /** Pieces that were found. */
     uint64_t found_piece_count;
-    /** Found pieces that are proved: coded data decode to their last value at their last byte, rows fit one
-     * another. Foreign bytes within rows are not noticed. */
+    /** Found pieces that are proved: coded data decode to their last value at their last byte, deflated data
+     * inflate to their check value, rows fit one another. Clusters within rows that are clearly foreign are
+     * taken out first, and their pieces are not proved; what looks like the picture is not noticed. */
     uint64_t proved_piece_count;
     /** Pieces that were put together anew, because their bytes are torn apart in the damaged file, or some
      * are lost. Which of their pixels are the photograph's own is in the next three fields. */

@@ -56,6 +56,7 @@ std::optional<HeadlessCoding> pentax_coding(Bytes table, ByteOrder order, const 
         return std::nullopt;
     }
     std::vector<DifferenceCode> codes;
+    codes.reserve(found.size());
     for (const PentaxCode& code : found) {
         codes.push_back(code.code);
     }

@@ -57,7 +57,10 @@ class RunPlacing {
                              static_cast<std::ptrdiff_t>(chain_.first + chain_.size());
         const bool is_anchored = chain_.is_closed && !options.empty() && (missing - phases) % row == 0 &&
                                  runs_.back().end + lag_ >= chain_.size();
-        const auto whole = is_anchored ? std::optional((missing - phases) / row) : std::nullopt;
+        std::optional<std::ptrdiff_t> whole;
+        if (is_anchored) {
+            whole = (missing - phases) / row;
+        }
         return place(choose(options, whole), is_anchored);
     }
 

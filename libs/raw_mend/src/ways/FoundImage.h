@@ -36,8 +36,8 @@ struct FoundImage {
     Way way = Way::kOwnTables;
     std::vector<std::optional<Extent>> pieces; ///< Of the sample's raw image, in its order.
     /// Pieces that are proved: coded data to their last value; those that cannot be decoded here (lossy CR3,
-    /// compressed RAF) by their head and by what follows them, and rows by their place, so that foreign bytes
-    /// among them are not noticed.
+    /// compressed RAF) by their head and by what follows them; rows by their place, without any cluster that
+    /// is clearly foreign; mended ones if all of their values are the photograph's own.
     std::size_t proved = 0;
     std::vector<std::string> doubts;
     /// What else was found. Each is for all bytes of one piece of a picture or of metadata.
