@@ -4,6 +4,7 @@
 #include "support/Scene.h"
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <utility>
 
@@ -102,6 +103,37 @@ Apply swap(std::size_t count) {
     };
 }
 
+/// Damages three clusters, the last one first.
+Apply three(std::size_t count,
+            const std::function<void(DamagedRaw&, const RawPhotograph&, std::size_t)>& one) {
+    return [count, one](DamagedRaw& damaged, const RawPhotograph& photograph) {
+        std::vector<std::size_t> places;
+        for (const unsigned nth : {0U, 1U, 2U}) {
+            places.push_back(cluster_in(photograph, count, nth));
+        }
+        std::ranges::sort(places, std::greater<>());
+        std::size_t before = damaged.size();
+        for (const std::size_t at : places) {
+            if (at + count <= before) {
+                one(damaged, photograph, at);
+                before = at;
+            }
+        }
+    };
+}
+
+Apply lose_three(std::size_t count) {
+    return three(count, [count](DamagedRaw& damaged, const RawPhotograph&, std::size_t at) {
+        damaged.lose(at, count);
+    });
+}
+
+Apply overwrite_three(std::size_t count) {
+    return three(count, [count](DamagedRaw& damaged, const RawPhotograph& photograph, std::size_t at) {
+        damaged.overwrite(at, seeded_noise(count, photograph));
+    });
+}
+
 void cut_at_half(DamagedRaw& damaged, const RawPhotograph& photograph) {
     const RawLayout& layout = photograph.layout;
     const std::size_t at = (layout.image_begin() + layout.image_end()) / 2 / kSector * kSector;
@@ -196,6 +228,8 @@ std::vector<RawDamage> make_damages() {
         all.push_back({"cluster noise, " + name, overwrite(size), false, size});
         all.push_back({"clusters swapped, " + name, swap(size), false, size});
     }
+    all.push_back({"three clusters lost, 4 KiB", lose_three(4 * kKiB), false, 16 * kKiB});
+    all.push_back({"three clusters noise, 4 KiB", overwrite_three(4 * kKiB), false, 16 * kKiB});
     all.push_back({"head zeroed, 64 KiB, cluster lost, 4 KiB",
                    [](DamagedRaw& damaged, const RawPhotograph& photograph) {
                        zero_head(64 * kKiB)(damaged, photograph);

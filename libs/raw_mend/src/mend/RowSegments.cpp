@@ -40,6 +40,7 @@ class Chain {
         }
         add_last_break();
         end_segment(geometry_.image_bytes());
+        doubt_unanchored();
         return std::move(result_);
     }
 
@@ -116,8 +117,8 @@ class Chain {
 
     void add(const RowBreak& found, std::int64_t start) {
         const std::uint64_t lost = current_ > start ? static_cast<std::uint64_t>(current_ - start) : 0;
-        result_.gain = is_torn_ ? std::min(result_.gain, found.gain) : found.gain;
-        is_torn_ = true;
+        result_.gain = breaks_ > 0 ? std::min(result_.gain, found.gain) : found.gain;
+        ++breaks_;
         end_segment(found.at);
         const std::uint64_t unclear =
             lost > 0 && geometry_.rows < kFewRows ? kMostUnclear * geometry_.row_bytes : 0;
@@ -142,13 +143,26 @@ class Chain {
         }
     }
 
+    /// Where segments are that neither the first bytes nor the last show follows from their phase alone,
+    /// which leaves whole rows open. Of one that follows the first break, the bytes that are missing are few.
+    void doubt_unanchored() {
+        constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
+        for (const RowSegment& segment : result_.segments) {
+            const bool is_anchored = segment.start == anchors_.front || segment.start == anchors_.back;
+            const bool misses_more = anchors_.back && (segment.start - *anchors_.back) % kSector == 0;
+            if (!is_anchored && (breaks_ > 1 || misses_more)) {
+                result_.doubtful.push_back(segment.image);
+            }
+        }
+    }
+
     Bytes file_;
     const RowGeometry& geometry_;
     const RowAnchors& anchors_;
     std::int64_t current_;    // Of the segment that is being found.
     std::uint64_t begin_ = 0; // Of the same, in the image.
     std::uint64_t known_ = 0; // The row up to which its phase is known.
-    bool is_torn_ = false;
+    std::size_t breaks_ = 0;
     RowSegments result_;
 };
 

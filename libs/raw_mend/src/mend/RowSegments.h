@@ -19,7 +19,9 @@ struct RowSegment {
 /// A torn image: its parts in order, what is between them lost.
 struct RowSegments {
     std::vector<RowSegment> segments;
-    std::vector<ImageRange> doubtful; ///< Where nothing shows which of two parts the bytes belong to.
+    /// Where nothing shows which of two parts the bytes belong to, and parts whose place may be wrong by some
+    /// rows. May overlap.
+    std::vector<ImageRange> doubtful;
     /// The least RowBreak::gain of all breaks; 0 if there is none.
     double gain = 0;
 };

@@ -1,6 +1,7 @@
 #include "mend/StreamLevels.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -9,138 +10,344 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kMostRows = 256; // Of each side.
-constexpr std::size_t kLeastRows = 16;
-constexpr std::size_t kMostTests = 12;
-constexpr std::size_t kLeastTests = 4;
-constexpr std::size_t kManyTests = 8;
-constexpr double kCertainError = 0.4;
+constexpr std::size_t kMostSloped = 16;
+constexpr std::size_t kMostTests = 12; // Of each side.
+constexpr std::size_t kLeastTests = 6;
+constexpr std::size_t kParts = 24;
+constexpr std::size_t kNearColumns = 8; // To both sides, of one component.
+constexpr int kNegative = 61440;        // Values from here on are less than 0.
 
-using Means = std::vector<double>;
+using Columns = std::vector<double>;
 
-class Measurement {
-  public:
-    Measurement(const StreamFrame& frame, std::span<const std::uint16_t> values, std::size_t rows,
-                std::size_t gap)
-        : frame_(frame), values_(values), rows_(rows), gap_(gap) {}
-
-    /// The means of the rows after a gap, less those of the rows before it; the gap begins at this row.
-    [[nodiscard]] Means compare(std::size_t row) const {
-        Means before = means_of(row - rows_);
-        const Means after = means_of(row + gap_);
-        for (std::size_t column = 0; column < before.size(); ++column) {
-            before[column] = after[column] - before[column];
-        }
-        return before;
+/// How rows count, from the gap on: all alike, or so that they are continued to the middle of the gap.
+std::vector<double> weigh_rows(std::size_t rows, std::size_t gap, bool is_sloped) {
+    const auto count = static_cast<double>(rows);
+    std::vector<double> weights(rows, 1 / count);
+    const double middle = (count - 1) / 2;
+    const double distance = middle + (static_cast<double>(gap) + 1) / 2;
+    double spread = 0;
+    for (std::size_t row = 0; row < rows; ++row) {
+        spread += (static_cast<double>(row) - middle) * (static_cast<double>(row) - middle);
     }
+    for (std::size_t row = 0; row < rows && is_sloped; ++row) {
+        weights[row] -= distance * (static_cast<double>(row) - middle) / spread;
+    }
+    return weights;
+}
 
-    [[nodiscard]] std::size_t span() const { return 2 * rows_ + gap_; }
-    [[nodiscard]] std::size_t rows() const { return rows_; }
-
-  private:
-    [[nodiscard]] Means means_of(std::size_t row) const {
-        std::vector<std::uint64_t> sums(frame_.row);
-        for (std::size_t nth = row; nth < row + rows_; ++nth) {
-            const auto from = values_.subspan(nth * frame_.row, frame_.row);
-            for (std::size_t column = 0; column < frame_.row; ++column) {
-                sums[column] += from[column];
+/// Sums over columns of the same component that are near each other in a row.
+Columns smooth(const Columns& columns, const StreamFrame& frame) {
+    Columns smoothed(columns.size());
+    const std::size_t near = kNearColumns * frame.components;
+    for (std::size_t row = 0; row < columns.size(); row += frame.row) {
+        for (std::size_t component = 0; component < frame.components; ++component) {
+            double sum = 0;
+            const auto get = [&](std::size_t column) { return columns[row + column]; };
+            for (std::size_t at = component; at < std::min(near, frame.row); at += frame.components) {
+                sum += get(at);
+            }
+            for (std::size_t at = component; at < frame.row; at += frame.components) {
+                sum += at + near < frame.row ? get(at + near) : 0;
+                smoothed[row + at] = sum;
+                sum -= at >= near ? get(at - near) : 0;
             }
         }
-        Means means(frame_.row);
-        std::ranges::transform(sums, means.begin(), [&](std::uint64_t sum) {
-            return static_cast<double>(sum) / static_cast<double>(rows_);
-        });
-        return means;
+    }
+    return smoothed;
+}
+
+/// Rows that were compared, column by column.
+struct Compared {
+    Columns difference;
+    Columns variance; ///< By how much the rows of each side differ there.
+
+    /// The mean of a component's columns, each by its variance.
+    [[nodiscard]] WeightedMean mean(const StreamFrame& frame, std::size_t component,
+                                    const Columns& variances) const {
+        WeightedMean all;
+        for (std::size_t row = 0; row < difference.size(); row += frame.row) {
+            for (std::size_t at = row + component; at < row + frame.row; at += frame.components) {
+                all.add(difference[at], 1 / variances[at]);
+            }
+        }
+        return all;
+    }
+};
+
+/// Compares rows of all colours on both sides of a gap. Rows are counted in periods.
+class Comparison {
+  public:
+    Comparison(const StreamFrame& frame, std::span<const std::uint16_t> values, std::size_t length,
+               std::size_t rows, std::size_t gap, bool is_sloped)
+        : frame_(frame), values_(values), length_(length), rows_(std::max<std::size_t>(rows, 2)), gap_(gap),
+          is_sloped_(is_sloped), weights_(weigh_rows(rows, gap, is_sloped)) {}
+
+    /// The rows after a gap less those before it; the gap begins at this row.
+    [[nodiscard]] Compared at(std::size_t row) const {
+        Compared compared{Columns(length_), Columns(length_, 1.0)};
+        for (const bool is_after : {false, true}) {
+            add_side(row, is_after, compared.difference, compared.variance);
+        }
+        compared.variance = smooth(compared.variance, frame_);
+        return compared;
+    }
+
+    /// Rows of each side.
+    [[nodiscard]] std::size_t rows() const { return rows_; }
+    [[nodiscard]] std::size_t span() const { return 2 * rows_ + gap_; }
+
+  private:
+    void add_side(std::size_t row, bool is_after, Columns& difference, Columns& variance) const {
+        const auto row_at = [&](std::size_t nth) {
+            return values_.subspan((is_after ? row + gap_ + nth : row - 1 - nth) * length_, length_);
+        };
+        const double sign = is_after ? 1 : -1;
+        const auto rows = static_cast<double>(weights_.size());
+        Columns drift(length_);
+        for (std::size_t nth = 0; nth < rows_; ++nth) {
+            const auto here = row_at(nth);
+            const auto next = row_at(std::min(nth + 1, rows_ - 1));
+            const double weight = nth < weights_.size() ? sign * weights_[nth] : 0;
+            const double half = nth < rows_ / 2 ? 1 : -1;
+            for (std::size_t column = 0; column < length_; ++column) {
+                const int value = signed_value(here[column]);
+                const int step = value - signed_value(next[column]);
+                difference[column] += weight * value;
+                variance[column] += (is_sloped_ ? 4 : 1) * static_cast<double>(step) * step / (rows * rows);
+                drift[column] += half * value;
+            }
+        }
+        for (std::size_t column = 0; column < length_ && !is_sloped_; ++column) {
+            variance[column] += 4 * drift[column] * drift[column] / static_cast<double>(rows_ * rows_);
+        }
     }
 
     const StreamFrame& frame_;
     std::span<const std::uint16_t> values_;
+    std::size_t length_;
     std::size_t rows_;
     std::size_t gap_;
+    bool is_sloped_;
+    std::vector<double> weights_;
 };
 
-/// The mean of a component's columns, each by its weight.
-double weigh(const Means& differences, const Means& weights, std::size_t component, std::size_t components) {
-    double sum = 0;
-    double total = 0;
-    for (std::size_t column = component; column < differences.size(); column += components) {
-        sum += weights[column] * differences[column];
-        total += weights[column];
-    }
-    return sum / total;
-}
-
-/// The columns' weights by how much they change in all tests except one.
-Means weights_without(const std::vector<Means>& tests, std::size_t left_out) {
-    constexpr double kLeastChange = 0.01;
-    Means weights(tests.front().size(), kLeastChange);
-    for (std::size_t test = 0; test < tests.size(); ++test) {
-        for (std::size_t column = 0; test != left_out && column < weights.size(); ++column) {
-            weights[column] += tests[test][column] * tests[test][column];
-        }
-    }
-    std::ranges::transform(weights, weights.begin(), [](double change) { return 1 / (change * change); });
-    return weights;
-}
-
-/// Places in [from, to) for tests, at most so many.
-void add_tests(const Measurement& measurement, std::size_t period, std::size_t from, std::size_t to,
-               std::size_t most, std::vector<Means>& tests) {
-    if (to < from + measurement.span()) {
+/// Comparisons between rows in [from, to) that survive.
+void add_tests(const Comparison& comparison, std::size_t from, std::size_t to, std::vector<Compared>& tests) {
+    if (to < from + comparison.span()) {
         return;
     }
-    const std::size_t room = to - from - measurement.span();
-    const std::size_t step = std::max<std::size_t>(room / most, measurement.rows() / 2);
-    for (std::size_t at = 0; at <= room; at += std::max<std::size_t>(step / period * period, period)) {
-        tests.push_back(measurement.compare(from + at + measurement.rows()));
+    const std::size_t room = to - from - comparison.span();
+    const std::size_t step = std::max({room / kMostTests, comparison.rows() / 2, std::size_t{1}});
+    for (std::size_t row = 0; row <= room; row += step) {
+        tests.push_back(comparison.at(from + row + comparison.rows()));
     }
 }
 
-/// Also measures the greatest error of a component.
-LevelShift weigh_all(const StreamFrame& frame, const Means& here, const std::vector<Means>& tests,
-                     double& error) {
-    const Means weights = weights_without(tests, tests.size());
-    LevelShift result;
+/// Each column counts by how much its rows differ near the gap.
+LevelEstimate weigh_by_rows(const StreamFrame& frame, const Compared& here,
+                            const std::vector<Compared>& tests) {
+    LevelEstimate result;
     for (std::size_t component = 0; component < frame.components; ++component) {
-        const double shift = weigh(here, weights, component, frame.components);
-        error = std::max(error, std::abs(shift - std::round(shift)));
-        for (std::size_t test = 0; test < tests.size(); ++test) {
-            error = std::max(error, std::abs(weigh(tests[test], weights_without(tests, test), component,
-                                                   frame.components)));
+        std::vector<WeightedMean> means;
+        for (const Compared& test : tests) {
+            means.push_back(test.mean(frame, component, test.variance));
         }
-        result.shift.push_back(-static_cast<int>(std::lround(shift)));
+        const WeightedMean mean = here.mean(frame, component, here.variance);
+        result.shift.push_back(-mean.mean());
+        result.error.push_back(mean.error() * measure_excess(means));
     }
     return result;
 }
 
+/// The mean of the squares of all tests except one.
+Columns mean_squares(const StreamFrame& frame, const std::vector<Compared>& tests, std::size_t left_out) {
+    Columns squares(tests.front().difference.size(), 0.01);
+    for (std::size_t test = 0; test < tests.size(); ++test) {
+        for (std::size_t column = 0; test != left_out && column < squares.size(); ++column) {
+            squares[column] += tests[test].difference[column] * tests[test].difference[column];
+        }
+    }
+    return smooth(squares, frame);
+}
+
+/// Each column counts by how wrong it is in the tests.
+LevelEstimate weigh_by_tests(const StreamFrame& frame, const Compared& here,
+                             const std::vector<Compared>& tests) {
+    LevelEstimate result;
+    std::vector<double> sums(frame.components);
+    for (std::size_t test = 0; test < tests.size(); ++test) {
+        const Columns squares = mean_squares(frame, tests, test);
+        for (std::size_t component = 0; component < frame.components; ++component) {
+            const double error = tests[test].mean(frame, component, squares).mean();
+            sums[component] += error * error;
+        }
+    }
+    const Columns squares = mean_squares(frame, tests, tests.size());
+    for (std::size_t component = 0; component < frame.components; ++component) {
+        const WeightedMean mean = here.mean(frame, component, squares);
+        result.shift.push_back(-mean.mean());
+        result.error.push_back(
+            std::max(mean.error(), std::sqrt(sums[component] / static_cast<double>(tests.size()))));
+    }
+    return result;
+}
+
+/// Standard errors are measured, and so not exact themselves.
+double safe_error(double error) {
+    return 1.2 * error + 0.03;
+}
+
+/// A measured number and its standard error.
+struct Normal {
+    double mean = 0;
+    double error = 1;
+
+    /// How unlikely a number is.
+    [[nodiscard]] double cost(int number) const {
+        const double times = (number - mean) / error;
+        return times * times;
+    }
+};
+
+Normal combine_component(std::span<const LevelEstimate> estimates, std::size_t component) {
+    double sum = 0;
+    double total = 0;
+    for (const LevelEstimate& one : estimates) {
+        const double error = safe_error(one.error[component]);
+        sum += one.shift[component] / (error * error);
+        total += 1 / (error * error);
+    }
+    return total > 0 ? Normal{sum / total, 1 / std::sqrt(total)} : Normal{0, 1000};
+}
+
+/// Whether no estimate contradicts the shifts.
+bool are_consistent(std::span<const LevelEstimate> estimates, const std::vector<int>& shift) {
+    constexpr double kMostCost = 9;
+    return std::ranges::all_of(estimates, [&](const LevelEstimate& one) {
+        for (std::size_t component = 0; component < shift.size(); ++component) {
+            if (Normal{one.shift[component], safe_error(one.error[component])}.cost(shift[component]) >
+                kMostCost) {
+                return false;
+            }
+        }
+        return true;
+    });
+}
+
 } // namespace
 
-std::optional<LevelShift> measure_level(const StreamFrame& frame, std::span<const std::uint16_t> values,
-                                        std::size_t period, std::size_t first, std::size_t lost,
-                                        std::size_t next, std::size_t last) {
-    if (next <= lost || lost <= first || last <= next) {
+WeightedMean::Term WeightedMean::sum(std::size_t from, std::size_t to) const {
+    Term all;
+    for (std::size_t at = from; at < to; ++at) {
+        all.difference += terms_[at].weight * terms_[at].difference;
+        all.weight += terms_[at].weight;
+    }
+    return all;
+}
+
+double WeightedMean::mean() const {
+    const Term all = sum(0, terms_.size());
+    return all.weight > 0 ? all.difference / all.weight : 0;
+}
+
+double WeightedMean::error() const {
+    const double middle = mean();
+    const double weight = sum(0, terms_.size()).weight;
+    double squares = 0;
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const Term one = sum(terms_.size() * part / kParts, terms_.size() * (part + 1) / kParts);
+        const double apart = one.difference - one.weight * middle;
+        squares += apart * apart;
+    }
+    return weight > 0 ? std::sqrt(squares * kParts / (kParts - 1)) / weight : 1e6;
+}
+
+double measure_excess(std::span<const WeightedMean> tests) {
+    constexpr double kLeastError = 0.01;
+    double squares = 0;
+    for (const WeightedMean& test : tests) {
+        const double times = test.mean() / (test.error() + kLeastError);
+        squares += times * times;
+    }
+    return tests.empty() ? 1 : std::max(1.0, std::sqrt(squares / static_cast<double>(tests.size())));
+}
+
+int signed_value(std::uint16_t value) {
+    return value < kNegative ? value : static_cast<std::int16_t>(value);
+}
+
+std::optional<LevelEstimate> measure_level(const StreamFrame& frame, std::span<const std::uint16_t> values,
+                                           std::size_t period, const RowGap& gap) {
+    const RowGap periods{(gap.first + period - 1) / period, gap.lost / period,
+                         (gap.next + period - 1) / period, gap.last / period};
+    if (periods.next < periods.lost || periods.lost <= periods.first || periods.last <= periods.next) {
         return std::nullopt;
     }
-    const std::size_t gap = (next - lost + period - 1) / period * period;
-    const std::size_t room = std::min(lost - first, last - std::min(last, lost + gap));
-    std::optional<LevelShift> best;
+    const std::size_t lost = periods.next - periods.lost;
+    const std::size_t room = std::min(periods.lost - periods.first, periods.last - periods.next);
+    std::optional<LevelEstimate> best;
     double least = 0;
-    for (std::size_t rows = kLeastRows; rows <= std::min(kMostRows, room); rows *= 2) {
-        const Measurement measurement(frame, values, rows, gap);
-        std::vector<Means> tests;
-        add_tests(measurement, period, first, lost, kMostTests, tests);
-        add_tests(measurement, period, next, last, kMostTests, tests);
-        if (tests.size() < kLeastTests) {
-            break;
-        }
-        double error = 0;
-        auto level = weigh_all(frame, measurement.compare(lost), tests, error);
+    const auto offer = [&](LevelEstimate found) {
+        const double error = *std::ranges::max_element(found.error);
         if (!best || error < least) {
-            level.is_certain = error < kCertainError && tests.size() >= kManyTests;
-            best = std::move(level);
+            best = std::move(found);
             least = error;
+        }
+    };
+    const auto try_rows = [&](std::size_t rows, bool is_sloped) {
+        const Comparison comparison(frame, values, period * frame.row, rows, lost, is_sloped);
+        std::vector<Compared> tests;
+        add_tests(comparison, periods.first, periods.lost, tests);
+        add_tests(comparison, periods.next, periods.last, tests);
+        if (tests.size() >= kLeastTests) {
+            const Compared here = comparison.at(periods.lost);
+            offer(weigh_by_rows(frame, here, tests));
+            offer(weigh_by_tests(frame, here, tests));
+        }
+    };
+    for (std::size_t rows = 1; rows <= std::min(kMostRows, room) && room > 1; rows *= 2) {
+        try_rows(rows, false);
+        if (rows > 1 && rows <= kMostSloped) {
+            try_rows(rows, true);
         }
     }
     return best;
+}
+
+LevelShift combine(std::span<const LevelEstimate> estimates, const std::optional<GreenBalance>& balance,
+                   std::size_t components) {
+    constexpr int kAround = 4;       // Whole levels that are tried to both sides.
+    constexpr double kMuchLess = 14; // Likely, as the sum of squares by their errors.
+    std::vector<Normal> sums;
+    for (std::size_t component = 0; component < components; ++component) {
+        sums.push_back(combine_component(estimates, component));
+    }
+    LevelShift result;
+    double gap = estimates.empty() ? 0 : kMuchLess;
+    if (components == 2 && balance) {
+        const Normal difference{balance->difference, safe_error(2 * balance->error)};
+        const auto first = static_cast<int>(std::lround(sums[0].mean));
+        const auto second = static_cast<int>(std::lround(sums[1].mean));
+        std::vector<std::pair<double, std::pair<int, int>>> costs;
+        for (int one = first - kAround; one <= first + kAround; ++one) {
+            for (int other = second - kAround; other <= second + kAround; ++other) {
+                costs.push_back(
+                    {sums[0].cost(one) + sums[1].cost(other) + difference.cost(other - one), {one, other}});
+            }
+        }
+        std::ranges::sort(costs);
+        result.shift = {costs[0].second.first, costs[0].second.second};
+        gap = std::min(gap, costs[1].first - 2 * costs[0].first);
+    } else {
+        for (const Normal& sum : sums) {
+            const auto shift = static_cast<int>(std::lround(sum.mean));
+            result.shift.push_back(shift);
+            const double apart = std::min(sum.cost(shift + 1), sum.cost(shift - 1));
+            gap = std::min(gap, apart - 2 * sum.cost(shift));
+        }
+    }
+    result.is_certain = gap >= kMuchLess && are_consistent(estimates, result.shift);
+    return result;
 }
 
 } // namespace raw_mend

@@ -3,23 +3,70 @@
 #include "mend/StreamFrame.h"
 
 #include <optional>
+#include <vector>
 
 namespace raw_mend {
 
-/// How far values after a loss are from their level, by component.
-struct LevelShift {
-    std::vector<int> shift; ///< To be added.
-    bool is_certain =
-        false; ///< Whether like differences elsewhere in the image are all much less than one half.
+/// How far the values of a run are from their level, by component, as one comparison shows it.
+struct LevelEstimate {
+    std::vector<double> shift; ///< To be added.
+    /// Standard errors: from how much parts of the comparison differ, and not less than what like comparisons
+    /// show where the shift is known to be 0.
+    std::vector<double> error;
 };
 
-/// Compares rows before a loss with rows after it, column by column; columns that change least from row to
-/// row, such as masked ones, count most. The same comparison between rows of the image that survive shows
-/// how far the result can be trusted. Rows are complete, and from `first` to `last`; those lost are from
-/// `lost` up to `next`. The period is that of the rows' colours. Nothing if there are too few rows.
-[[nodiscard]] std::optional<LevelShift> measure_level(const StreamFrame& frame,
-                                                      std::span<const std::uint16_t> values,
-                                                      std::size_t period, std::size_t first, std::size_t lost,
-                                                      std::size_t next, std::size_t last);
+/// Differences that are weighted each, and their mean.
+class WeightedMean {
+  public:
+    void add(double difference, double weight) { terms_.push_back({difference, weight}); }
+    [[nodiscard]] double mean() const;
+    /// Its standard error, by how far the means of parts that follow one another are apart.
+    [[nodiscard]] double error() const;
+
+  private:
+    struct Term {
+        double difference = 0;
+        double weight = 0;
+    };
+    [[nodiscard]] Term sum(std::size_t from, std::size_t to) const;
+
+    std::vector<Term> terms_;
+};
+
+/// How many times its own error a comparison is wrong, at least 1, by comparisons where 0 is right.
+[[nodiscard]] double measure_excess(std::span<const WeightedMean> tests);
+
+/// Rows of a stream before a gap and after it: from `first` up to `lost`, and from `next` up to `last`.
+struct RowGap {
+    std::size_t first = 0;
+    std::size_t lost = 0;
+    std::size_t next = 0;
+    std::size_t last = 0;
+};
+
+/// Values below 0 are kept modulo 65536.
+[[nodiscard]] int signed_value(std::uint16_t value);
+
+/// Compares the rows before a gap with the rows after it, column by column, over few rows or many, with or
+/// without the slope of each side; columns that change least from row to row, such as masked ones, count
+/// most. The comparison with the least error is taken. The period is that of the rows' colours. Nothing if
+/// there are too few rows.
+[[nodiscard]] std::optional<LevelEstimate> measure_level(const StreamFrame& frame,
+                                                         std::span<const std::uint16_t> values,
+                                                         std::size_t period, const RowGap& gap);
+
+/// What is to be added to the second of two components, less what is to be added to the first.
+struct GreenBalance {
+    double difference = 0;
+    double error = 0; ///< Standard error.
+};
+
+/// What several estimates say together, in whole levels.
+struct LevelShift {
+    std::vector<int> shift;
+    bool is_certain = false; ///< Whether any other shifts would be much less likely.
+};
+[[nodiscard]] LevelShift combine(std::span<const LevelEstimate> estimates,
+                                 const std::optional<GreenBalance>& balance, std::size_t components);
 
 } // namespace raw_mend

@@ -1,6 +1,6 @@
 #include "mend/StreamRepair.h"
 
-#include "mend/StreamLevels.h"
+#include "mend/StreamRuns.h"
 #include "mend/StreamTears.h"
 
 #include <lossless_jpeg/Stream.h>
@@ -19,11 +19,14 @@ constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have
 class StreamRepair {
   public:
     StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, std::span<const std::size_t> alarms,
-                 std::span<const std::size_t> bands, Filling filling)
-        : head_(head), walk_(walk), alarms_(alarms), bands_(bands), filling_(filling) {}
+                 const StreamSlices& slices, Filling filling)
+        : head_(head), walk_(walk), alarms_(alarms), slices_(slices), filling_(filling) {}
 
     /// Nothing continues the values at one of the suspects.
     RepairedStream run(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
+        if (auto mended = run_on(suspects, end)) {
+            return std::move(*mended);
+        }
         const std::size_t count = walk_.values().size();
         const std::size_t loss = choose_loss(suspects, end);
         const StreamPlace place = walk_.place_of(loss);
@@ -42,10 +45,7 @@ class StreamRepair {
         if (lost.end < count && !correct_levels(lost)) {
             result.doubtful.push_back({lost.end, count});
         }
-        if (filling_ == Filling::kZeros) {
-            std::fill(walk_.values().begin() + static_cast<std::ptrdiff_t>(lost.begin),
-                      walk_.values().begin() + static_cast<std::ptrdiff_t>(lost.end), std::uint16_t{0});
-        }
+        clear({&lost, 1});
         wanted_ = walk_.values();
         result.bytes = encode(place);
         const auto rest = static_cast<std::ptrdiff_t>(lost.end);
@@ -57,6 +57,44 @@ class StreamRepair {
     }
 
   private:
+    /// If it is clear where runs between losses belong.
+    std::optional<RepairedStream> run_on(const std::vector<StreamTears::Suspect>& suspects,
+                                         std::optional<std::uint64_t> end) {
+        auto runs = mend_runs(walk_, suspects, end.value_or(walk_.bytes().bytes().size()), slices_);
+        if (!runs) {
+            return std::nullopt;
+        }
+        const StreamPlace place = walk_.place_of(runs->loss);
+        clear(runs->lost);
+        RepairedStream result;
+        wanted_ = walk_.values();
+        result.bytes = encode(place);
+        if (runs->certain < runs->loss) {
+            result.doubtful.push_back({runs->certain, runs->loss});
+        }
+        for (const ValueRun& run : outside(runs->lost, {runs->loss, wanted_.size()})) {
+            const bool is_doubtful = std::ranges::any_of(
+                runs->doubtful, [&](const ValueRun& other) { return other.begin == run.begin; });
+            const auto begin = static_cast<std::ptrdiff_t>(run.begin);
+            const auto last = static_cast<std::ptrdiff_t>(run.end);
+            if (is_doubtful || !std::equal(wanted_.begin() + begin, wanted_.begin() + last,
+                                           walk_.values().begin() + begin)) {
+                result.doubtful.push_back(run);
+            }
+        }
+        result.lost = std::move(runs->lost);
+        return result;
+    }
+
+    void clear(std::span<const ValueRun> lost) {
+        for (const ValueRun& run : lost) {
+            if (filling_ == Filling::kZeros) {
+                std::fill(walk_.values().begin() + static_cast<std::ptrdiff_t>(run.begin),
+                          walk_.values().begin() + static_cast<std::ptrdiff_t>(run.end), std::uint16_t{0});
+            }
+        }
+    }
+
     ValueRun fill_rest(std::size_t loss) {
         const ValueRun rest{loss, walk_.values().size()};
         fill_values(walk_.frame(), walk_.fit().lag(), walk_.values(), rest);
@@ -113,12 +151,6 @@ class StreamRepair {
         return first == suspects.end() ? near : std::min(near, first->value);
     }
 
-    /// The rows of the band that a row is in.
-    [[nodiscard]] std::pair<std::size_t, std::size_t> band_of(std::size_t row) const {
-        const auto next = std::ranges::upper_bound(bands_, row);
-        return {next == bands_.begin() ? 0 : *(next - 1), next == bands_.end() ? walk_.frame().rows : *next};
-    }
-
     /// Returns whether all values after the loss are at their levels for certain.
     bool correct_levels(const ValueRun& lost) {
         const StreamFrame& frame = walk_.frame();
@@ -127,19 +159,20 @@ class StreamRepair {
         }
         const auto values = std::span(walk_.values());
         const std::size_t period = walk_.fit().lag() / frame.row;
-        const auto [first, last] = band_of(lost.begin / frame.row);
-        const auto level =
-            measure_level(frame, values, period, first, lost.begin / frame.row, lost.end / frame.row, last);
-        if (!level) {
+        const auto [first, last] = slices_.rows_around(lost.begin / frame.row, frame);
+        const auto found =
+            measure_level(frame, values, period, {first, lost.begin / frame.row, lost.end / frame.row, last});
+        if (!found) {
             return false;
         }
+        const LevelShift level = combine({&*found, 1}, std::nullopt, frame.components);
         for (std::size_t at = lost.end - std::min(lost.end, frame.row); at < values.size(); ++at) {
             if (at >= lost.begin) {
                 values[at] =
-                    static_cast<std::uint16_t>(values[at] + level->shift[at % frame.row % frame.components]);
+                    static_cast<std::uint16_t>(values[at] + level.shift[at % frame.row % frame.components]);
             }
         }
-        return level->is_certain;
+        return level.is_certain;
     }
 
     /// Keeps what is before the place bit for bit. The values become those that are encoded.
@@ -168,7 +201,7 @@ class StreamRepair {
     const lossless_jpeg::Head& head_;
     StreamWalk& walk_;
     std::span<const std::size_t> alarms_;
-    std::span<const std::size_t> bands_;
+    const StreamSlices& slices_;
     Filling filling_;
     std::vector<std::uint16_t> wanted_;
 };
@@ -218,31 +251,21 @@ StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
 
 RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
                              const StreamTraits& traits, std::span<const std::uint64_t> origins,
-                             std::span<const std::size_t> bands, Filling filling) {
-    using Reach = StreamSearch::Reach;
-    bool is_cautious = true;
-    for (Reach reach = Reach::kAnywhere;;) {
+                             const StreamSlices& slices, Filling filling) {
+    using Care = StreamTears::Care;
+    for (Care care = Care::kCautious;;) {
         StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
         StreamWalk walk(head, traits.period, bytes);
-        StreamTears tears(damaged, walk, origins, traits.alarms, reach, is_cautious);
+        StreamTears tears(damaged, walk, origins, traits.alarms, care);
         if (tears.run()) {
             return take_whole(walk);
         }
-        if (is_cautious && reach == Reach::kAnywhere && tears.passed_over() > 0) {
-            is_cautious = false;
-            continue;
+        if (care == Care::kNone || tears.undone() + tears.passed_over() == 0) {
+            return StreamRepair(head, walk, traits.alarms, slices, filling)
+                .run(tears.suspects(), end_in_stream(bytes, end));
         }
-        if (reach == Reach::kAnywhere && (tears.undone() > 0 || !is_cautious)) {
-            is_cautious = true;
-            reach = Reach::kNear;
-            continue;
-        }
-        RepairedStream result = StreamRepair(head, walk, traits.alarms, bands, filling)
-                                    .run(tears.suspects(), end_in_stream(bytes, end));
-        if (tears.undone() > 0) { // Nothing proves that they were tears.
-            result.doubtful = outside(result.lost, {tears.first_undone(), walk.values().size()});
-        }
-        return result;
+        // Where some is lost, nothing proves that any other place was a tear.
+        care = care == Care::kCautious && tears.passed_over() > 0 ? Care::kBold : Care::kNone;
     }
 }
 
@@ -256,7 +279,7 @@ std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::
     }
     const StreamTraits traits = measure_stream(sample, sample_head);
     StreamWalk walk(head, traits.period, bytes);
-    StreamTears tears(damaged, walk, origins, traits.alarms, StreamSearch::Reach::kAnywhere, true);
+    StreamTears tears(damaged, walk, origins, traits.alarms, StreamTears::Care::kCautious);
     return tears.run() && tears.undone() > 0 ? std::optional(take_whole(walk)) : std::nullopt;
 }
 

@@ -3,6 +3,7 @@
 #include "container/Description.h"
 #include "mend/Filling.h"
 #include "mend/StreamLoss.h"
+#include "mend/StreamSeams.h"
 
 #include <optional>
 
@@ -29,11 +30,10 @@ struct StreamTraits {
 [[nodiscard]] bool can_repair(const lossless_jpeg::Head& head);
 
 /// Repairs a stream that begins with this head in the damaged file and seems to end at this offset, after
-/// EOI. Bands are rows at which a further part of the picture begins: a slice. Sectors are counted from the
-/// origins.
+/// EOI. Sectors are counted from the origins.
 [[nodiscard]] RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
                                            const StreamTraits& traits, std::span<const std::uint64_t> origins,
-                                           std::span<const std::size_t> bands, Filling filling);
+                                           const StreamSlices& slices, Filling filling);
 
 /// The stream put together again if clusters of it were exchanged so that it is complete all the same, but
 /// its rows do not fit. Nothing if it is as it should be, or no better order is found.

@@ -57,18 +57,11 @@ void StreamSearch::restore_values() {
     std::ranges::copy(natural_, walk_.values().begin() + static_cast<std::ptrdiff_t>(first_));
 }
 
-std::vector<Continuation> StreamSearch::run(Reach reach) {
+std::vector<Continuation> StreamSearch::run() {
     for (const Boundary& boundary : boundaries_) {
         restore_values();
-        const std::uint64_t here = walk_.bytes().offset_of(boundary.position);
-        const std::uint64_t end = reach == Reach::kNear
-                                      ? std::min<std::uint64_t>(here + kMostPutIn + 1, file_.size())
-                                      : file_.size();
         for (const std::uint64_t origin : origins_) {
-            const std::uint64_t before = here - std::min(here, origin);
-            const std::uint64_t begin =
-                reach == Reach::kNear ? origin + before / kSector * kSector : origin % kSector;
-            for (std::uint64_t offset = begin; offset < end; offset += kSector) {
+            for (std::uint64_t offset = origin % kSector; offset < file_.size(); offset += kSector) {
                 offer(boundary, offset);
             }
         }

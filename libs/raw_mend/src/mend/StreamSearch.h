@@ -17,21 +17,17 @@ struct Continuation {
 /// The clusters in which files are torn begin at multiples of kSector, counted from some offset.
 inline constexpr std::uint64_t kSector = 512;
 
-/// Looks for places where a stream goes on that is torn at a boundary of sectors at a break or shortly
-/// before.
+/// Looks for places in the whole file where a stream goes on that is torn at a boundary of sectors at a break
+/// or shortly before.
 class StreamSearch {
   public:
     /// The walk is left as it was. Sectors are counted from any of the origins. All must outlive this.
     StreamSearch(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
                  const StreamBreak& broken);
 
-    /// Where continuations are looked for: kMostPutIn bytes after each boundary, or everywhere.
-    enum class Reach { kNear, kAnywhere };
-    static constexpr std::uint64_t kMostPutIn = 65536;
-
     /// Those that fit, the best first, at most kMostContinuations. Takes time proportional to the sectors
     /// within reach.
-    [[nodiscard]] std::vector<Continuation> run(Reach reach);
+    [[nodiscard]] std::vector<Continuation> run();
 
     static constexpr std::size_t kMostContinuations = 8;
 

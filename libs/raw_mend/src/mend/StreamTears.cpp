@@ -24,7 +24,6 @@ bool StreamTears::run() {
         }
         misfit_ = 0;
         if (searches_ < kMostSearches && undo(*broken)) {
-            first_undone_ = undone_ == 0 ? walk_.decoded() : std::min(first_undone_, walk_.decoded());
             ++undone_;
             continue;
         }
@@ -50,8 +49,11 @@ bool StreamTears::undo(const StreamBreak& broken) {
     if (natural.values >= kLongRun && is_expected(broken)) {
         return false;
     }
+    if (care_ == Care::kNone) {
+        return false;
+    }
     ++searches_;
-    auto found = StreamSearch(file_, walk_, origins_, broken).run(reach_);
+    auto found = StreamSearch(file_, walk_, origins_, broken).run();
     if (found.empty()) {
         return false;
     }
@@ -113,7 +115,7 @@ const Continuation* StreamTears::choose(const std::vector<Continuation>& found, 
     if (best == nullptr || best_run.misfit > most) {
         return nullptr;
     }
-    if (is_cautious_ && second < best_run.misfit * kClearlyWorse + kSmall) {
+    if (care_ == Care::kCautious && second < best_run.misfit * kClearlyWorse + kSmall) {
         ++passed_over_;
         return nullptr;
     }
@@ -149,7 +151,7 @@ StreamTears::Run StreamTears::run_further(const Continuation& found) {
     if (!next) {
         return run;
     }
-    const auto further = StreamSearch(file_, walk_, origins_, *next).run(reach_);
+    const auto further = StreamSearch(file_, walk_, origins_, *next).run();
     if (further.empty()) {
         return run;
     }

@@ -9,13 +9,15 @@ namespace raw_mend {
 /// Decodes a stream and undoes tears: bytes put in, swapped or moved elsewhere in the file.
 class StreamTears {
   public:
+    /// Which continuations are taken: all that fit much better than what is there, those of them that no
+    /// other fits nearly as well as, or none.
+    enum class Care { kBold, kCautious, kNone };
+
     /// The alarms are values of a like stream whose rows do not fit, in ascending order: where the rows of
-    /// this camera never do. If cautious, a continuation is taken only if no other fits nearly as well. All
-    /// must outlive this.
+    /// this camera never do. All must outlive this.
     StreamTears(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
-                std::span<const std::size_t> alarms, StreamSearch::Reach reach, bool is_cautious)
-        : file_(file), walk_(walk), origins_(origins), alarms_(alarms), reach_(reach),
-          is_cautious_(is_cautious) {}
+                std::span<const std::size_t> alarms, Care care)
+        : file_(file), walk_(walk), origins_(origins), alarms_(alarms), care_(care) {}
 
     /// Whether the stream is complete now. If not, the walk has stopped where nothing can be decoded and
     /// nothing continues it, or at the end.
@@ -25,8 +27,6 @@ class StreamTears {
     [[nodiscard]] std::size_t undone() const { return undone_; }
     /// How many continuations were not taken for caution.
     [[nodiscard]] std::size_t passed_over() const { return passed_over_; }
-    /// The first value that such a tear was before; there must be one.
-    [[nodiscard]] std::size_t first_undone() const { return first_undone_; }
     /// A break without a continuation.
     struct Suspect {
         std::size_t value = 0;
@@ -55,10 +55,8 @@ class StreamTears {
     StreamWalk& walk_;
     std::span<const std::uint64_t> origins_;
     std::span<const std::size_t> alarms_;
-    StreamSearch::Reach reach_;
-    bool is_cautious_;
+    Care care_;
     std::size_t undone_ = 0;
-    std::size_t first_undone_ = 0;
     std::size_t passed_over_ = 0;
     std::size_t quiet_ = 0; // Breaks before this value are parts of one that was not undone.
     std::size_t searches_ = 0;

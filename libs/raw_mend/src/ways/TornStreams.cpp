@@ -21,7 +21,7 @@ constexpr std::size_t kMostExchanged = 8;
 
 /// In a single stream of fewer rows, damage is noticed up to a seventh of the picture too late, so that
 /// nothing can be promised of it: it is left as it is found.
-constexpr unsigned kFewRows = 1000;
+constexpr unsigned kFewStreamRows = 1000;
 
 class TornStreams {
   public:
@@ -69,13 +69,13 @@ class TornStreams {
     void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
         const StreamTraits traits = measure_stream(sample_.file, sample);
         RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins,
-                                              bands_of(head), filling_);
+                                              slices_of(head, traits.period), filling_);
         image_.mended.push_back({piece, std::move(stream.bytes)});
         if (stream.is_exact) {
             ++image_.proved;
         }
         const std::size_t count = StreamFrame(head).count();
-        const bool is_late = !stream.is_exact && image_.pieces.size() == 1 && head.height < kFewRows;
+        const bool is_late = !stream.is_exact && image_.pieces.size() == 1 && head.height < kFewStreamRows;
         if (forget_doubt(piece) || is_late) {
             stream.doubtful = outside(stream.lost, {0, count});
         }
@@ -95,16 +95,9 @@ class TornStreams {
                }) > 0;
     }
 
-    /// The rows of the stream at which slices begin.
-    [[nodiscard]] std::vector<std::size_t> bands_of(const lossless_jpeg::Head& head) const {
-        const std::size_t row = StreamFrame(head).row;
-        std::vector<std::size_t> bands;
-        std::uint64_t values = 0;
-        for (const std::uint32_t width : raw_.slices) {
-            values += std::uint64_t{width} * raw_.frame.height;
-            bands.push_back(static_cast<std::size_t>(values / row));
-        }
-        return bands;
+    [[nodiscard]] StreamSlices slices_of(const lossless_jpeg::Head& head, std::size_t period) const {
+        const StreamFrame frame(head);
+        return {raw_.slices, raw_.frame.height, frame, period * frame.row};
     }
 
     static void add(const std::vector<Area>& more, std::vector<Area>& areas) {
@@ -137,7 +130,9 @@ bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vecto
 }
 
 void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
-    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads) {
+    const bool is_whole = image.proved == image.pieces.size() && image.proved > kMostExchanged;
+    if (!is_whole && sample.description.raw.frame.coding == Coding::kLosslessJpeg &&
+        image.way == Way::kCodedHeads) {
         TornStreams(damaged, sample, filling, image).mend();
     }
 }
