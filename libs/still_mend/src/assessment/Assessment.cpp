@@ -4,6 +4,7 @@
 #include "assessment/SequentialAssessment.h"
 #include "progressive/MultiScan.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace still_mend {
@@ -47,9 +48,11 @@ std::uint64_t Assessment::score() const {
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    // Tables of another picture make something that is placed by chance of any data.
-    const bool own_tables = !hypothesis.tables_borrowed && !hypothesis.tables_standard;
-    const std::size_t shown = own + (own_tables || multi_scan || hypothesis.is_estimated() ? guessed : 0);
+    // Wrong tables break off every few dozen MCUs, and make something that is placed by chance of any data.
+    constexpr std::size_t kLongRun = 256;
+    const bool long_run = std::any_of(runs.begin(), runs.end(),
+                                      [](const PlacedRun& run) { return run.placement.count >= kLongRun; });
+    const std::size_t shown = own + (long_run || multi_scan || hypothesis.is_estimated() ? guessed : 0);
     return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 
