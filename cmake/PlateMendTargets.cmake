@@ -45,6 +45,10 @@ endif()
 # plate_mend_target(<target>): applies the settings above to one target.
 function(plate_mend_target target)
     target_link_libraries(${target} PRIVATE plate_mend_warnings plate_mend_definitions plate_mend_sanitizers)
+    # The sanitized libraries need the runtime's C++ part, even in a program of C.
+    if(PLATE_MEND_SANITIZE)
+        set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
+    endif()
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         C_VISIBILITY_PRESET hidden

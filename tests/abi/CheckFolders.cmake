@@ -47,7 +47,7 @@ elseif(PART STREQUAL "RawMend")
         "coding: container"
         "container:"
         "platform:")
-    set(owners "raw_mend/: nobody")
+    set(owners "raw_mend/: nobody" "zlib.h: coding/ZlibStream.cpp")
     set(common Bytes.h)
 elseif(PART STREQUAL "StillMend")
     # StillMend.cpp and Salvage are above all folders.

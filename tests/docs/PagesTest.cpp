@@ -307,6 +307,9 @@ TEST(MeasurementPages, HaveARowForEachDamageThatIsMeasured) {
     const auto verdicts = rows_of_program("host_walk");
     ASSERT_EQ(verdicts.size(), 1U);
     expect_rows("verdicts.md", verdicts[0]);
+    const auto laboratory = rows_of_program("verdict_laboratory");
+    ASSERT_EQ(laboratory.size(), 1U);
+    expect_rows("verdict-laboratory.md", laboratory[0]);
     const auto salvage = rows_of_program(PLATE_MEND_LABORATORY);
     ASSERT_EQ(salvage.size(), 2U);
     expect_rows("salvage-alone.md", salvage[0]);

@@ -5,6 +5,7 @@
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
 #include "support/TempDir.h"
+#include "support/Thinned.h"
 
 #include "cli/CommandLine.h"
 #include "record/RecordJson.h"
@@ -344,6 +345,7 @@ std::vector<WalkResult> walk(const Format& format) {
         std::vector<Harm> some;
         std::copy_if(harms().begin(), harms().end(), std::back_inserter(some),
                      [&](const Harm& harm) { return harm.preview == nullptr && alike(harm.pair, options); });
+        some = thinned(some);
         const auto more = walk_some(format, format.make(options), some);
         results.insert(results.end(), more.begin(), more.end());
     }

@@ -40,6 +40,35 @@ Bytes small_picture(const Scene& scene, ByteOrder order) {
     return u16_bytes(pixels, order);
 }
 
+/// Brightness and colour of noise-like detail.
+Bytes small_raw(const Cr2Photo::Options& options) {
+    constexpr unsigned kSmallRawBits = 15;
+    const bool is_half_as_high = options.components == Cr2Photo::Components::kSmallRaw;
+    const std::size_t per_mcu = is_half_as_high ? 6 : 4;
+    const std::size_t mcus = std::size_t{options.width} / 2 * options.height / (is_half_as_high ? 2 : 1);
+    std::vector<int> differences(mcus * per_mcu);
+    const Bytes detail = noise(differences.size(), options.number);
+    for (std::size_t at = 0; at < differences.size(); ++at) {
+        differences[at] = detail[at] % 129 - 64;
+    }
+    LosslessJpegOptions jpeg;
+    jpeg.bits = kSmallRawBits;
+    jpeg.components = 3;
+    jpeg.factors = is_half_as_high ? 0x22 : 0x21;
+    return lossless_jpeg_of(differences, options.width, options.height, jpeg);
+}
+
+Bytes raw_data(const Cr2Photo::Options& options, unsigned first_slice) {
+    using Components = Cr2Photo::Components;
+    if (options.components == Components::kMediumRaw || options.components == Components::kSmallRaw) {
+        return small_raw(options);
+    }
+    const unsigned components = options.components == Components::kFour ? 4 : 2;
+    return lossless_jpeg(in_slices(Scene(options.number).bayer(options.width, options.height, kBits, 1024),
+                                   options.width, options.height, first_slice),
+                         options.width / components, options.height, kBits, components);
+}
+
 } // namespace
 
 Cr2Photo::Cr2Photo(const Options& options) {
@@ -94,9 +123,7 @@ Cr2Photo::Cr2Photo(const Options& options) {
     const Bytes preview_jpeg =
         options.preview.empty() ? make_preview(scene, options.width, options.height) : options.preview;
     const Bytes small = small_picture(scene, options.order);
-    const Bytes raw = lossless_jpeg(in_slices(scene.bayer(options.width, options.height, kBits, 1024),
-                                              options.width, options.height, first_slice),
-                                    options.width / 2, options.height, kBits, 2);
+    const Bytes raw = raw_data(options, first_slice);
     small_size = static_cast<std::uint32_t>(small.size());
     raw_size = static_cast<std::uint32_t>(raw.size());
     thumbnail_offset = tiff.place(ifd1, kJpegOffset, kJpegLength, thumbnail_jpeg);

@@ -10,6 +10,10 @@ namespace test {
 /// 16-bit RGB picture, IFD 3 with the raw strip, the pictures, and the raw data at the end: lossless JPEG of
 /// 14 bits, two components, stored in two vertical slices. LibRaw opens and decodes it.
 struct Cr2Photo {
+    /// The components of the raw data's lossless JPEG. Small raw images have one of brightness and two of
+    /// colour, which are half as wide, or half as wide and half as high.
+    enum class Components { kTwo, kFour, kMediumRaw, kSmallRaw };
+
     struct Options {
         ByteOrder order = ByteOrder::kLittle;
         unsigned number = 1; ///< Which photograph; another number is another photograph from the same camera.
@@ -17,6 +21,7 @@ struct Cr2Photo {
         unsigned height = 120;
         std::size_t maker_notes = 2048; ///< Bytes between Exif and IFD 1: they set the offsets after them.
         Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
+        Components components = Components::kTwo;
     };
 
     explicit Cr2Photo(const Options& options);

@@ -124,6 +124,25 @@ std::vector<CodeWord> nikon_words(const NikonCodes& codes) {
     return words;
 }
 
+/// Differences from the sample two to the left; of the first two of a row, from those two rows above.
+Bytes row_differences(const std::vector<std::uint16_t>& samples, unsigned width,
+                      const std::vector<CodeWord>& words, std::uint16_t first) {
+    BitWriter bits;
+    for (std::size_t at = 0; at < samples.size(); ++at) {
+        int predicted = first;
+        if (at % width >= 2) {
+            predicted = samples[at - 2];
+        } else if (at >= 2 * std::size_t{width}) {
+            predicted = samples[at - 2 * std::size_t{width}];
+        }
+        const int difference = samples[at] - predicted;
+        const CodeWord& word = words.at(category_of(difference));
+        bits.put(word.bits, word.length);
+        put_difference(bits, difference);
+    }
+    return bits.bytes();
+}
+
 /// What Olympus's coder remembers of one colour in a row.
 struct OlympusState {
     unsigned magnitude = 0;
@@ -224,21 +243,18 @@ Bytes olympus_run(const std::vector<std::uint16_t>& samples, unsigned width) {
 
 Bytes nikon_differences(const std::vector<std::uint16_t>& samples, unsigned width, NikonTree tree,
                         std::uint16_t first) {
-    const std::vector<CodeWord> words = nikon_words(nikon_codes(tree));
-    BitWriter bits;
-    for (std::size_t at = 0; at < samples.size(); ++at) {
-        int predicted = first;
-        if (at % width >= 2) {
-            predicted = samples[at - 2];
-        } else if (at >= 2 * std::size_t{width}) {
-            predicted = samples[at - 2 * std::size_t{width}];
-        }
-        const int difference = samples[at] - predicted;
-        const CodeWord& word = words.at(category_of(difference));
-        bits.put(word.bits, word.length);
-        put_difference(bits, difference);
+    return row_differences(samples, width, nikon_words(nikon_codes(tree)), first);
+}
+
+Bytes pentax_differences(const std::vector<std::uint16_t>& samples, unsigned width,
+                         const std::vector<unsigned>& lengths) {
+    std::vector<CodeWord> words;
+    std::uint32_t begin = 0;
+    for (const unsigned length : lengths) {
+        words.push_back({begin >> (12 - length), length});
+        begin += 1U << (12 - length);
     }
-    return bits.bytes();
+    return row_differences(samples, width, words, 0);
 }
 
 } // namespace test

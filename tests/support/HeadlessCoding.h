@@ -28,4 +28,9 @@ enum class NikonTree { kLossy12, kLossless12, kLossy14, kLossless14 };
 [[nodiscard]] Bytes nikon_differences(const std::vector<std::uint16_t>& samples, unsigned width,
                                       NikonTree tree, std::uint16_t first);
 
+/// Pentax's: as Nikon's, the first samples as they are. The lengths are those of the codes for differences of
+/// 0 bits, 1 bit and so on, up to 12; each code begins where the last one ends.
+[[nodiscard]] Bytes pentax_differences(const std::vector<std::uint16_t>& samples, unsigned width,
+                                       const std::vector<unsigned>& lengths);
+
 } // namespace test

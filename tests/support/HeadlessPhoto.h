@@ -19,7 +19,10 @@ struct HeadlessPhoto {
         kOlympus,
         kNikonLossless12,
         kNikonLossless14,
-        kNikonLossy12
+        kNikonLossy12,
+        kNikonLossy14,
+        kPentax12,
+        kPentax14
     };
 
     struct Options {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace test {
 
@@ -86,17 +87,52 @@ Color land_and_sky(double x, double y, unsigned number) {
     return sky(x, y, number);
 }
 
+Color place(double x, double y, unsigned number) {
+    if (y < kShore) {
+        return land_and_sky(x, y, number);
+    }
+    const double depth = (y - kShore) / (1 - kShore);
+    const double wave = (fractal_noise(x * 30, y * 220, 71 + number) - 0.5) * 0.06 * (0.3 + depth);
+    const double mirrored = kShore - (y - kShore) * 1.2 + wave;
+    return mix(land_and_sky(x + wave * 0.3, std::max(mirrored, 0.0), number), {0.02, 0.06, 0.09},
+               0.25 + 0.35 * depth);
+}
+
+/// A few lamps in the dark.
+Color night(double x, double y, unsigned number, const Color& day) {
+    double light = 0;
+    for (int lamp = 0; lamp < 6; ++lamp) {
+        const double away = std::hypot(x - hashed(lamp, 1, number), (y - hashed(lamp, 2, number)) * 0.75);
+        light += 0.9 * std::exp(-away * away * 900);
+    }
+    return mix({0.006 * day[0], 0.008 * day[1], 0.01 * day[2]}, {1.0, 0.8, 0.5}, light);
+}
+
+Color lit(double x, double y, unsigned number, Mood mood) {
+    Color color = place(x, y, number);
+    if (mood == Mood::kNight) {
+        return night(x, y, number, color);
+    }
+    for (double& linear : color) {
+        linear = mood == Mood::kDark     ? 0.06 * linear
+                 : mood == Mood::kBright ? std::min(1.0, 2.5 * linear)
+                 : mood == Mood::kFlat   ? 0.3 + 0.04 * linear
+                                         : linear;
+    }
+    return color;
+}
+
 } // namespace
 
 Color Scene::at(double x, double y) const {
-    if (y < kShore) {
-        return land_and_sky(x, y, number_);
-    }
-    const double depth = (y - kShore) / (1 - kShore);
-    const double wave = (fractal_noise(x * 30, y * 220, 71 + number_) - 0.5) * 0.06 * (0.3 + depth);
-    const double mirrored = kShore - (y - kShore) * 1.2 + wave;
-    return mix(land_and_sky(x + wave * 0.3, std::max(mirrored, 0.0), number_), {0.02, 0.06, 0.09},
-               0.25 + 0.35 * depth);
+    return lit(x, y, number_, mood_);
+}
+
+/// The deviation of a sample, in shares of the range: that of photons and of the sensor.
+double Scene::noise_at(double linear) const {
+    const double gain = mood_ == Mood::kNoisy ? 0.01 : 0.0002;
+    const double read = mood_ == Mood::kNoisy ? 0.006 : 0.0004;
+    return std::sqrt(0.2 * gain * linear + read * read);
 }
 
 std::vector<unsigned char> Scene::rgb8(unsigned width, unsigned height) const {
@@ -117,12 +153,20 @@ std::vector<std::uint16_t> Scene::bayer(unsigned width, unsigned height, unsigne
     const double white = (1U << bits) - 1;
     std::vector<std::uint16_t> samples;
     samples.reserve(std::size_t{width} * height);
+    std::mt19937 random(number_);
+    const auto bell = [&random] { // Of deviation 1.
+        constexpr double kMost = 4294967295.0;
+        const double sum =
+            static_cast<double>(random()) + static_cast<double>(random()) + static_cast<double>(random());
+        return (sum / kMost - 1.5) * 2;
+    };
     for (unsigned row = 0; row < height; ++row) {
         for (unsigned column = 0; column < width; ++column) {
             const std::size_t filter = row % 2 + column % 2; // R 0, G 1, B 2
             const double linear = at((column + 0.5) / width, (row + 0.5) / height)[filter];
-            samples.push_back(
-                static_cast<std::uint16_t>(std::lround(black + linear * (white - black) * 0.9)));
+            const double off = mood_ == Mood::kPlain ? 0 : bell() * noise_at(linear);
+            const double sample = black + (linear * 0.9 + off) * (white - black);
+            samples.push_back(static_cast<std::uint16_t>(std::lround(std::clamp(sample, 0.0, white))));
         }
     }
     return samples;

@@ -28,6 +28,7 @@ enum Tag : std::uint16_t {
     kResolutionUnit = 296,
     kSoftware = 305,
     kDateTime = 306,
+    kPredictor = 317,
     kTileWidth = 322,
     kTileLength = 323,
     kTileOffsets = 324,

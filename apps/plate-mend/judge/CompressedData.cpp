@@ -19,6 +19,21 @@ std::string describe_broken_parts(std::size_t broken, std::size_t parts) {
            (broken == 1 ? "does not end where its image does" : "do not end where their image does");
 }
 
+/// Whether a part is complete, or only lacks its EOI at the end of the file, which no value needs.
+bool is_complete(std::vector<unsigned char> part, bool is_last) {
+    if (is_complete_lossless_jpeg(part)) {
+        return true;
+    }
+    constexpr unsigned char kMarker = 0xFF;
+    constexpr unsigned char kEoi = 0xD9;
+    const bool has_half = !part.empty() && part.back() == kMarker;
+    if (!has_half) {
+        part.push_back(kMarker);
+    }
+    part.push_back(kEoi);
+    return is_last && is_complete_lossless_jpeg(part);
+}
+
 /// The number of incomplete parts of a lossless JPEG. Each part is taken to extend to the next.
 std::size_t count_broken_parts(const std::vector<std::uint64_t>& offsets, FileBytes& file) {
     std::size_t broken = 0;
@@ -26,7 +41,7 @@ std::size_t count_broken_parts(const std::vector<std::uint64_t>& offsets, FileBy
         const std::uint64_t offset = offsets[part];
         const std::uint64_t end = part + 1 < offsets.size() ? offsets[part + 1] : file.size();
         const auto bytes = file.read(offset, static_cast<std::size_t>(end - std::min(offset, end)));
-        broken += is_complete_lossless_jpeg(bytes) ? 0U : 1U;
+        broken += is_complete(bytes, end == file.size()) ? 0U : 1U;
     }
     return broken;
 }

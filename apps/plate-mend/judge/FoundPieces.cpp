@@ -87,6 +87,11 @@ PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly) {
     return doubts;
 }
 
+bool is_proved(const FoundImage& image) {
+    return image.pieces != 0 && image.pieces_proved == image.pieces && image.pieces_mended == 0 &&
+           !image.is_incomplete() && (image.notes & (RAW_MEND_PLACES_GUESSED | RAW_MEND_PIECES_LOST)) == 0;
+}
+
 bool is_refuted_guess(const FoundImage& image, std::size_t signs) {
     return (image.notes & RAW_MEND_PLACES_GUESSED) != 0 && image.pieces_proved == 0 && signs != 0;
 }
@@ -114,7 +119,7 @@ std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const
     if (missing > image.pieces_mended) { // These have bytes of their own.
         return {"the image data are not those of the damaged file"};
     }
-    if (image.pieces_mended != 0) {
+    if (image.pieces_mended != 0 || is_proved(image)) {
         return {}; // What was put in or is torn apart says nothing about what follows.
     }
     if (end < damaged.size() && is_image_last(request.sample, decoder) && !damaged.only_slack_after(end)) {

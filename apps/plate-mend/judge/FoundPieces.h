@@ -20,6 +20,10 @@ struct PieceDoubts {
 ///   decodes_exactly  the judge has found that every piece of coded data ends where its image does
 [[nodiscard]] PieceDoubts find_doubts(const FoundImage& image, bool decodes_exactly);
 
+/// Whether the raw engine proves all of an image, in its place and without a gap: what follows it is then no
+/// part of it.
+[[nodiscard]] bool is_proved(const FoundImage& image);
+
 /// Whether an image is only a guess, of which nothing is proved, and there are signs against it: such a
 /// result is no photograph.
 ///

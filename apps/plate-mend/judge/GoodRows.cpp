@@ -32,14 +32,11 @@ std::optional<std::size_t> end_by_length(const RowEvidence& evidence, std::size_
     return std::min(rows, static_cast<std::size_t>(*evidence.rows_there));
 }
 
-/// The same for compressed data.
+/// The same for compressed data: damage there shows late, and nothing proves the rows before it.
 std::optional<std::size_t> end_in_compressed_data(const RowEvidence& evidence, std::size_t first_bad,
                                                   std::size_t rows) {
     const bool in_doubt = evidence.place_unknown || evidence.data_errors || first_bad < rows;
-    if (!in_doubt) {
-        return rows;
-    }
-    return evidence.in_row_order && first_bad < rows ? std::optional(first_bad) : std::nullopt;
+    return in_doubt ? std::nullopt : std::optional(rows);
 }
 
 } // namespace
@@ -49,6 +46,9 @@ std::optional<double> share_of_good_rows(const RowEvidence& evidence) {
     const std::size_t rows = signs.bad_rows.size();
     const std::size_t first_bad = first_bad_row(signs.bad_rows);
     const bool bad_from_beginning = first_bad <= rows / kBeginning;
+    if (signs.scattered) {
+        return std::nullopt;
+    }
     if (evidence.place_unknown && bad_from_beginning) {
         return 0; // Nothing is in its place from the very beginning.
     }

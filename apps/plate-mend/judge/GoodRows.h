@@ -12,7 +12,6 @@ struct RowEvidence {
     const PixelSigns& signs;
     /// Rows of the picture for which there are bytes, where each takes the same number; nothing elsewhere.
     std::optional<double> rows_there = std::nullopt;
-    bool in_row_order = true;   ///< Of compressed data: a place in them gives a row.
     bool data_errors = false;   ///< LibRaw counted some.
     bool place_unknown = false; ///< Something is wrong, and nothing shows from which row on.
     bool lost_inside = false;   ///< Bytes are missing, but perhaps not at the end.
@@ -20,7 +19,8 @@ struct RowEvidence {
 };
 
 /// The share of rows without a sign of damage, 0 to 1; nothing when it is unknown. Everything after a
-/// displacement is in doubt, and in compressed data everything after the first sign.
+/// displacement is in doubt. In compressed data everything is in doubt after any sign, since damage shows
+/// late there.
 [[nodiscard]] std::optional<double> share_of_good_rows(const RowEvidence& evidence);
 
 } // namespace plate_mend::host

@@ -6,15 +6,20 @@
 #include "judge/FoundPieces.h"
 #include "judge/GoodRows.h"
 #include "judge/Lengths.h"
+#include "judge/OtherPhotographs.h"
 #include "judge/Picture.h"
 #include "judge/PixelSigns.h"
+#include "judge/PreviewOverlay.h"
 #include "judge/Promise.h"
 #include "judge/RawDecoder.h"
+#include "judge/SonyCells.h"
 #include "text/Format.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace plate_mend::host {
@@ -65,6 +70,7 @@ struct FileEvidence {
     Findings tables;
     Lengths lengths;
     Findings promise;
+    Findings others; ///< Photographs.
     PieceDoubts pieces;
 
     /// Every part of a lossless JPEG ends where its image does.
@@ -75,7 +81,7 @@ struct FileEvidence {
     /// Something is wrong, and nothing shows from which row on.
     [[nodiscard]] bool place_unknown() const {
         return !compressed_data.empty() || !tables.empty() || lengths.place_unknown || !promise.empty() ||
-               pieces.place_unknown;
+               !others.empty() || pieces.place_unknown;
     }
 };
 
@@ -85,6 +91,7 @@ FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decode
     FileEvidence evidence;
     evidence.compressed_data = check_compressed_data(decoder, file, image);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
+    evidence.others = find_other_photographs(request, decoder, file);
     if (request.image) {
         evidence.pieces = find_doubts(*request.image, evidence.decodes_exactly(decoder));
         evidence.promise = compare_with_damaged(request, decoder, file);
@@ -102,29 +109,90 @@ std::optional<double> picture_rows_there(const Lengths& lengths, const RawDecode
                : std::nullopt;
 }
 
-/// Looks for signs in the unpacked samples, and counts the good rows.
-void judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
-                   Judgement& judgement) {
+/// A view with rows for columns. What its samples are in must exist as long.
+SensorView turn_over(const SensorView& view, std::vector<std::uint16_t>& samples) {
+    samples.resize(view.columns * view.rows);
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::uint16_t* row = view.row(y);
+        for (std::size_t x = 0; x < view.columns; ++x) {
+            samples[x * view.rows + y] = row[x];
+        }
+    }
+    SensorView turned = view;
+    turned.samples = samples.data();
+    turned.stride = turned.columns = view.rows;
+    turned.rows = view.columns;
+    std::swap(turned.dx, turned.dy);
+    turned.in_columns = true;
+    return turned;
+}
+
+/// Signs along columns, where the image is coded column by column. They show nothing about rows.
+Findings find_signs_in_columns(const SensorView& view, const RawDecoder& decoder) {
+    Findings findings;
+    if (decoder.is_in_columns()) {
+        std::vector<std::uint16_t> samples;
+        for (const std::string& finding : find_signs(turn_over(view, samples)).findings) {
+            findings.push_back("column by column: " + finding);
+        }
+    }
+    return findings;
+}
+
+/// Rows that are no part of a comparison: they are bad or accounted for, there are no bytes for them, or they
+/// are displaced.
+std::vector<bool> known_rows(const PixelSigns& signs, std::vector<bool> accounted,
+                             const std::optional<double>& rows_there) {
+    accounted.resize(signs.bad_rows.size());
+    for (std::size_t row = 0; row < accounted.size(); ++row) {
+        const bool is_there = !rows_there || static_cast<double>(row) < *rows_there;
+        const bool in_place = !signs.displaced_from || row < *signs.displaced_from;
+        accounted[row] = accounted[row] || signs.bad_rows[row] || !is_there || !in_place;
+    }
+    return accounted;
+}
+
+void forget_share(Judgement& judgement) {
+    if (judgement.share().value_or(0) != 0) { // What is no photograph stays none.
+        judgement.rows_good.reset();
+        judgement.pixels_good.reset();
+    }
+}
+
+/// Looks for signs in the unpacked samples, and counts the good rows. Returns whether previews show another
+/// photograph in some of it, so that the count says nothing.
+bool judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
+                   const Sign& of_data, Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
     if (view.samples == nullptr || view.rows == 0) {
         judgement.findings.emplace_back("the samples are of a kind that is not checked");
-        return;
+        return false;
     }
     const auto accounted = request.image ? accounted_rows(*request.image, decoder.sensor_rows(),
                                                           decoder.rows_above_picture(), view.rows)
                                          : std::vector<bool>();
-    const PixelSigns signs = find_signs(view, accounted);
+    const PixelSigns signs = find_signs(view, accounted, of_data);
     add(signs.findings, judgement.findings);
+    const auto rows_there = picture_rows_there(evidence.lengths, decoder);
+    const PreviewDoubts previews =
+        compare_with_previews(decoder, request.damaged.empty() ? request.result : request.damaged,
+                              known_rows(signs, accounted, rows_there));
+    add(previews.findings, judgement.findings);
+    const Findings in_columns = find_signs_in_columns(view, decoder);
+    add(in_columns, judgement.findings);
+    if (!in_columns.empty()) {
+        return false; // The share of good rows is unknown.
+    }
     judgement.rows_good =
         share_of_good_rows({.signs = signs,
-                            .rows_there = picture_rows_there(evidence.lengths, decoder),
-                            .in_row_order = decoder.is_in_row_order(),
+                            .rows_there = rows_there,
                             .data_errors = judgement.data_errors != 0,
                             .place_unknown = evidence.place_unknown(),
                             .lost_inside = evidence.lengths.lost_inside || evidence.pieces.damaged_inside,
                             .filled = request.filled != 0});
+    return previews.strange || !previews.findings.empty();
 }
 
 /// Adds what the raw engine counts to what the judge has found.
@@ -187,12 +255,16 @@ Judgement judge_raw(const JudgeRequest& request) {
 
     const FileEvidence evidence = examine_files(request, decoder, file, image);
     for (const Findings* findings : {&evidence.compressed_data, &evidence.tables, &evidence.lengths.findings,
-                                     &evidence.promise, &evidence.pieces.findings}) {
+                                     &evidence.promise, &evidence.others, &evidence.pieces.findings}) {
         add(*findings, judgement.findings);
     }
-    judge_samples(request, decoder, evidence, judgement);
+    const bool is_mixed =
+        judge_samples(request, decoder, evidence, find_broken_cells(decoder, file, image), judgement);
     if (request.image) {
         take_account(*request.image, evidence, evidence.decodes_exactly(decoder), judgement);
+    }
+    if (!evidence.others.empty() || is_mixed) {
+        forget_share(judgement); // Any part may be another photograph's.
     }
     judgement.place = decoder.picture_place();
     if (!request.picture.empty()) {

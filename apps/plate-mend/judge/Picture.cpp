@@ -8,6 +8,7 @@
 #include "platform/Files.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace plate_mend::host {
@@ -69,7 +70,7 @@ class Decoder {
     ~Decoder() { jpeg_destroy_decompress(&codec_); }
 
     /// Decodes into image, in a coarser resolution where that is enough. False when it cannot.
-    bool decode(const std::vector<unsigned char>& jpeg, Image& image, unsigned& orientation) {
+    bool decode(std::span<const unsigned char> jpeg, Image& image, unsigned& orientation) {
         if (!runs(errors_, [&] { start(jpeg); })) {
             return false;
         }
@@ -86,6 +87,9 @@ class Decoder {
             }
         }); // What follows the last row does not matter here.
     }
+
+    /// Whether all that was decoded is as it was written, as far as libjpeg notices.
+    [[nodiscard]] bool is_clean() const { return errors_.num_warnings == 0; }
 
     /// Decodes bytes[0..size-1] to the end. Whether there was neither an error nor a warning.
     bool decodes_cleanly(const unsigned char* bytes, std::size_t size) {
@@ -111,7 +115,7 @@ class Decoder {
     }
 
   private:
-    void start(const std::vector<unsigned char>& jpeg) {
+    void start(std::span<const unsigned char> jpeg) {
         jpeg_create_decompress(&codec_);
         jpeg_mem_src(&codec_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
         jpeg_save_markers(&codec_, JPEG_APP0 + 1, 0xFFFF);
@@ -143,6 +147,14 @@ void write(const Image& image, const fs::path& path) {
 
 bool is_jpeg_whole(const unsigned char* bytes, std::size_t size) {
     return Decoder().decodes_cleanly(bytes, size);
+}
+
+std::optional<Image> decode_coarsely(std::span<const unsigned char> bytes) {
+    Decoder decoder;
+    Image image;
+    unsigned orientation = 1;
+    return decoder.decode(bytes, image, orientation) && decoder.is_clean() ? std::optional(std::move(image))
+                                                                           : std::nullopt;
 }
 
 void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {

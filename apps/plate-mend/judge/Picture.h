@@ -1,7 +1,11 @@
 #pragma once
 
+#include "judge/Image.h"
+
 #include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <span>
 
 class LibRaw;
 
@@ -16,6 +20,11 @@ void write_raw_picture(LibRaw& unpacked, const std::filesystem::path& picture);
 
 /// The same for a JPEG, turned upright by its Exif orientation.
 void write_jpeg_picture(const std::filesystem::path& jpeg, const std::filesystem::path& picture);
+
+/// A JPEG in a coarse resolution, not turned; nothing where libjpeg does not decode it without a warning.
+///
+///   bytes  from its SOI on; others may follow it
+[[nodiscard]] std::optional<Image> decode_coarsely(std::span<const unsigned char> bytes);
 
 /// Whether libjpeg decodes a JPEG to its end without a warning.
 ///

@@ -2,14 +2,18 @@
 
 #include "judge/signs/Displacement.h"
 #include "judge/signs/ImpossibleValues.h"
+#include "judge/signs/LevelStep.h"
 #include "judge/signs/Noise.h"
+#include "judge/signs/Outliers.h"
 #include "judge/signs/Runs.h"
 #include "judge/signs/Seams.h"
 #include "judge/signs/Shift.h"
 #include "judge/signs/Sign.h"
+#include "judge/signs/Splice.h"
 #include "judge/signs/Windows.h"
 #include "judge/signs/WrongWidth.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace plate_mend::host {
@@ -44,9 +48,29 @@ void add(const Sign& sign, PixelSigns& signs) {
     }
 }
 
+/// Whether a row that no sign makes bad, and that is not beside one, has values that no sensor gives.
+bool has_scattered_values(const SensorView& view, const std::vector<bool>& accounted,
+                          const std::vector<bool>& bad_rows) {
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::size_t first = y - std::min(y, view.dy);
+        const std::size_t end = std::min(y + view.dy + 1, view.rows);
+        const auto from = bad_rows.begin();
+        const bool near_bad =
+            std::find(from + static_cast<std::ptrdiff_t>(first), from + static_cast<std::ptrdiff_t>(end),
+                      true) != from + static_cast<std::ptrdiff_t>(end);
+        const bool is_known = near_bad || (y < accounted.size() && accounted[y]);
+        const std::uint16_t* row = view.row(y);
+        if (!is_known &&
+            std::any_of(row, row + view.columns, [&](std::uint16_t value) { return value > view.white; })) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted) {
+PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted, const Sign& of_data) {
     PixelSigns signs;
     const auto add_unknown = [&](Sign sign) { add(without(std::move(sign), accounted), signs); };
     signs.bad_rows.assign(view.rows, false);
@@ -54,14 +78,21 @@ PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted
         signs.findings.emplace_back("the picture is too small to be checked for damage");
         return signs;
     }
+    add_unknown(of_data);
     add_unknown(find_impossible_values(view));
     add_unknown(find_runs(view));
     const Windows windows(view);
     add_unknown(find_noise(view, windows));
     add_unknown(find_displacement(view, windows, signs.bad_rows));
-    add_unknown(find_shift(view, signs.bad_rows));
-    add_unknown(find_wrong_width(view, signs.bad_rows));
-    add(find_seams(view, accounted), signs);
+    add_unknown(find_splice(view, windows, signs.bad_rows));
+    add_unknown(find_level_step(view, signs.bad_rows));
+    add_unknown(find_outliers(view, signs.bad_rows));
+    if (!view.in_columns) { // In columns, pictures look like that.
+        add_unknown(find_shift(view, signs.bad_rows));
+        add_unknown(find_wrong_width(view, signs.bad_rows));
+        add(find_seams(view, accounted), signs);
+    }
+    signs.scattered = has_scattered_values(view, accounted, signs.bad_rows);
     return signs;
 }
 

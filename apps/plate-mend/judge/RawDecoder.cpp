@@ -42,6 +42,8 @@ unsigned highest_of_bits(unsigned maximum) {
     return highest;
 }
 
+constexpr std::size_t kOffsetEntry = 4; ///< Bytes of an offset in a table of tiles.
+
 /// What LibRaw keeps for its decoders. It has no constant access to it.
 const unpacker_data_t& unpacker_data(LibRaw& raw) {
     return raw.get_internal_data_pointer()->unpacker_data;
@@ -70,6 +72,12 @@ RawDecoder::~RawDecoder() = default;
 
 bool RawDecoder::open(const std::filesystem::path& file) {
     return raw_ != nullptr && raw_->open_file(file.c_str()) == LIBRAW_SUCCESS;
+}
+
+bool RawDecoder::open(std::span<const unsigned char> bytes) {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): LibRaw only reads them.
+    auto* buffer = const_cast<unsigned char*>(bytes.data());
+    return raw_ != nullptr && raw_->open_buffer(buffer, bytes.size()) == LIBRAW_SUCCESS;
 }
 
 std::string RawDecoder::unpack() {
@@ -163,27 +171,43 @@ bool RawDecoder::is_lossless_jpeg() const {
     return method_begins_with("lossless_jpeg") || method_begins_with("lossless_dng");
 }
 
+bool RawDecoder::is_made_of_cells() const {
+    return method_begins_with("sony_arw2");
+}
+
+bool RawDecoder::is_in_columns() const {
+    return method_begins_with("sony_arw_load");
+}
+
 bool RawDecoder::is_crx() const {
     return method_begins_with("crx");
 }
 
-bool RawDecoder::is_in_row_order() const {
-    return unpacker_data(*raw_).cr2_slice[0] == 0 && tiles() <= 1 && !is_crx();
+std::uint64_t RawDecoder::data_offset() const {
+    return static_cast<std::uint64_t>(std::max<INT64>(0, unpacker_data(*raw_).data_offset));
 }
 
 std::vector<std::uint64_t> RawDecoder::part_offsets(FileBytes& file) const {
-    const auto& unpacker = unpacker_data(*raw_);
-    const auto offset = static_cast<std::uint64_t>(std::max<INT64>(0, unpacker.data_offset));
     const std::uint64_t count = tiles();
-    if (count == 1) {
-        return {offset};
-    }
-    // With several tiles LibRaw keeps the offset of the table of their offsets.
-    constexpr std::size_t kEntry = 4;
-    const auto table = file.read(offset, static_cast<std::size_t>(kEntry * count));
+    return count == 1 ? std::vector{data_offset()}
+                      : offsets_in(file.read(data_offset(), static_cast<std::size_t>(kOffsetEntry * count)));
+}
+
+std::vector<std::uint64_t> RawDecoder::part_offsets(std::span<const unsigned char> bytes) const {
+    const auto first = static_cast<std::size_t>(std::min<std::uint64_t>(data_offset(), bytes.size()));
+    const auto rest = bytes.subspan(first);
+    const std::uint64_t table = std::min<std::uint64_t>(rest.size(), kOffsetEntry * tiles());
+    return tiles() == 1 ? std::vector{data_offset()}
+                        : offsets_in(rest.first(static_cast<std::size_t>(table)));
+}
+
+/// With several tiles LibRaw keeps the offset of the table of their offsets.
+std::vector<std::uint64_t> RawDecoder::offsets_in(std::span<const unsigned char> table) const {
+    const auto& unpacker = unpacker_data(*raw_);
+    const std::uint64_t offset = data_offset();
     const ByteReader reader(table, unpacker.order == 0x4949 ? std::endian::little : std::endian::big);
     std::vector<std::uint64_t> offsets;
-    for (std::size_t at = 0; const auto entry = reader.u32(at); at += kEntry) {
+    for (std::size_t at = 0; const auto entry = reader.u32(at); at += kOffsetEntry) {
         offsets.push_back(*entry);
     }
     if (offsets.empty()) {
@@ -259,6 +283,43 @@ SensorView RawDecoder::sensor_view() const {
         view.samples += sizes.top_margin * view.stride + margin;
     }
     return view;
+}
+
+bool RawDecoder::has_colour_filter() const {
+    return raw_->imgdata.rawdata.raw_image != nullptr && raw_->imgdata.idata.filters != 0;
+}
+
+std::vector<std::array<double, 3>> RawDecoder::block_colours(const BlockGrid& grid) const {
+    struct Sums {
+        std::array<double, 3> levels{};
+        std::array<double, 3> counts{};
+    };
+    const SensorView view = sensor_view();
+    std::vector<Sums> sums(grid.size());
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::size_t first = y * grid.rows / view.rows * grid.columns;
+        const std::uint16_t* row = view.row(y);
+        std::array<std::size_t, 6> colours{}; // They repeat after six columns, or two.
+        for (std::size_t x = 0; x < colours.size(); ++x) {
+            const int colour = raw_->COLOR(static_cast<int>(y), static_cast<int>(x));
+            colours[x] = colour == 3 ? 1 : static_cast<std::size_t>(std::clamp(colour, 0, 2));
+        }
+        for (std::size_t x = 0; x < view.columns; ++x) {
+            Sums& block = sums[first + x * grid.columns / view.columns];
+            const std::size_t colour = colours[x % colours.size()];
+            block.levels[colour] += row[x];
+            block.counts[colour] += 1;
+        }
+    }
+    std::vector<std::array<double, 3>> means;
+    for (const Sums& block : sums) {
+        auto& mean = means.emplace_back();
+        for (std::size_t colour = 0; colour < mean.size(); ++colour) {
+            const double level = block.levels[colour] / std::max(1.0, block.counts[colour]);
+            mean[colour] = (level - view.black) / view.range();
+        }
+    }
+    return means;
 }
 
 /// All samples, whatever their kind. Empty for none.

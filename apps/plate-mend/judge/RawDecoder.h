@@ -1,9 +1,11 @@
 #pragma once
 
 #include "files/FileBytes.h"
+#include "judge/BlockFit.h"
 #include "judge/signs/SensorView.h"
 #include "record/Record.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -60,6 +62,9 @@ class RawDecoder {
 
     [[nodiscard]] bool open(const std::filesystem::path& file);
 
+    /// Opens a photograph in memory, which must exist as long as the decoder does.
+    [[nodiscard]] bool open(std::span<const unsigned char> bytes);
+
     // Only after a successful open:
 
     /// Decodes the image. Returns why LibRaw cannot, in words; empty on success.
@@ -93,15 +98,20 @@ class RawDecoder {
 
     [[nodiscard]] bool is_lossless_jpeg() const;
 
+    /// Coded as Sony's cells of 16 bytes.
+    [[nodiscard]] bool is_made_of_cells() const;
+
+    /// Coded column by column.
+    [[nodiscard]] bool is_in_columns() const;
+
     /// Coded as CR3 files are.
     [[nodiscard]] bool is_crx() const;
 
-    /// Whether the image is coded row by row, so that a place in the data gives a row. Otherwise rows are
-    /// side by side in slices or tiles, or each colour is by itself.
-    [[nodiscard]] bool is_in_row_order() const;
-
     /// Offsets of the parts of the image: its tiles, or its one strip. Ascending, each once; not empty.
     [[nodiscard]] std::vector<std::uint64_t> part_offsets(FileBytes& file) const;
+
+    /// The same of a photograph in memory.
+    [[nodiscard]] std::vector<std::uint64_t> part_offsets(std::span<const unsigned char> bytes) const;
 
     /// Offset of the image data.
     [[nodiscard]] std::uint64_t image_offset(FileBytes& file) const { return part_offsets(file).front(); }
@@ -117,11 +127,20 @@ class RawDecoder {
     /// Valid as long as the decoder exists.
     [[nodiscard]] SensorView sensor_view() const;
 
+    /// Whether the sensor has one colour per pixel. Only after unpack().
+    [[nodiscard]] bool has_colour_filter() const;
+
+    /// Mean red, green and blue of each block of the picture, 0 to 1, row by row. The grid has no more
+    /// columns and rows than the picture has pairs of them. Only where the sensor has a colour filter.
+    [[nodiscard]] std::vector<std::array<double, 3>> block_colours(const BlockGrid& grid) const;
+
     /// Whether another photograph has the same sensor data, margins included. Both only after unpack().
     [[nodiscard]] bool has_same_samples(const RawDecoder& other) const;
 
   private:
     [[nodiscard]] std::span<const unsigned char> sample_bytes() const;
+    [[nodiscard]] std::uint64_t data_offset() const;
+    [[nodiscard]] std::vector<std::uint64_t> offsets_in(std::span<const unsigned char> table) const;
     [[nodiscard]] std::string_view method() const;
     [[nodiscard]] bool method_begins_with(std::string_view text) const;
     [[nodiscard]] std::uint64_t tiles() const;

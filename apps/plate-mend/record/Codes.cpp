@@ -97,6 +97,8 @@ constexpr Text kNoHeader = {"the sample cannot be read, or holds no JPEG with a 
 
 constexpr Text kFromSample = {"its size or tables are those of the sample",
                               "check its brightness and colours"};
+constexpr Text kTextModeUndone = {"a transfer in text mode had put CR before each LF; that was undone",
+                                  "transfer it again, in binary mode"};
 constexpr Text kHeaderRebuilt = {"its header was put together from what was left of it", ""};
 constexpr Text kTablesBorrowed = {"its tables were taken from another picture of the file",
                                   "check its brightness and colours"};
@@ -211,6 +213,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(STILL_MEND_RESYNCHRONISED), CodeSource::kWarning, kResynchronised),
         row(ROW(STILL_MEND_REENCODED), CodeSource::kWarning, kReencoded),
         row(ROW(STILL_MEND_FROM_SAMPLE), CodeSource::kWarning, kFromSample),
+        row(ROW(STILL_MEND_TEXT_MODE_UNDONE), CodeSource::kWarning, kTextModeUndone),
     };
 #undef ROW
 }

@@ -10,14 +10,14 @@ namespace {
 
 constexpr std::size_t kMostOfAKind = RAW_MEND_MOST_AREAS / 2;
 
-std::uint64_t pixels_of(const Area& area) {
+std::uint64_t count_pixels(const Area& area) {
     return std::uint64_t{area.width} * area.height;
 }
 
-std::uint64_t pixels_of(const std::vector<Area>& areas) {
+std::uint64_t count_pixels(const std::vector<Area>& areas) {
     std::uint64_t pixels = 0;
     for (const Area& area : areas) {
-        pixels += pixels_of(area);
+        pixels += count_pixels(area);
     }
     return pixels;
 }
@@ -39,7 +39,7 @@ std::vector<Area> clip(const std::vector<Area>& areas, const Frame& frame) {
     std::vector<Area> clipped;
     clipped.reserve(areas.size());
     for (const Area& area : areas) {
-        if (const Area part = clip(area, frame); pixels_of(part) != 0) {
+        if (const Area part = clip(area, frame); count_pixels(part) != 0) {
             clipped.push_back(part);
         }
     }
@@ -159,9 +159,9 @@ Account account_for(const FoundImage& image, const Image& raw) {
     lost = clip(lost, raw.frame);
     const std::vector<Area> doubtful = clip(image.doubtful, raw.frame);
     Account account;
-    account.pixels = pixels_of(whole(raw.frame));
-    account.lost = std::min(pixels_of(lost), account.pixels);
-    account.doubtful = std::min(pixels_of(doubtful), account.pixels - account.lost);
+    account.pixels = count_pixels(whole(raw.frame));
+    account.lost = std::min(count_pixels(lost), account.pixels);
+    account.doubtful = std::min(count_pixels(doubtful), account.pixels - account.lost);
     append(lost, RAW_MEND_AREA_LOST, account.areas);
     append(doubtful, RAW_MEND_AREA_DOUBTFUL, account.areas);
     return account;

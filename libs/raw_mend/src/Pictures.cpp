@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned kColours = 3;
 constexpr std::array<unsigned char, 2> kJpegStart{0xFF, 0xD8};
-constexpr std::array<unsigned char, 6> kExif{'E', 'x', 'i', 'f', 0, 0};
+constexpr std::array<unsigned char, 6> kExifHeader{'E', 'x', 'i', 'f', 0, 0};
 constexpr std::size_t kSegmentHead = 4; // Marker and length.
 constexpr unsigned char kMarker = 0xFF;
 constexpr unsigned char kSos = 0xDA;
@@ -74,8 +74,8 @@ std::optional<std::size_t> end_of_exif(Bytes jpeg) {
             break;
         }
         const Bytes payload = jpeg.subspan(at + kSegmentHead, std::max<std::size_t>(length, 2) - 2);
-        const bool is_exif = jpeg[at + 1] == kApp1 && payload.size() >= kExif.size() &&
-                             std::ranges::equal(payload.first(kExif.size()), kExif);
+        const bool is_exif = jpeg[at + 1] == kApp1 && payload.size() >= kExifHeader.size() &&
+                             std::ranges::equal(payload.first(kExifHeader.size()), kExifHeader);
         at += 2 + length;
         if (is_exif) {
             return at;

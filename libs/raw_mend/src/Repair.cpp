@@ -5,6 +5,7 @@
 #include "ways/CellImage.h"
 #include "ways/CodedPieces.h"
 #include "ways/CrxTracks.h"
+#include "ways/DeflatedPieces.h"
 #include "ways/FittingRows.h"
 #include "ways/FujiStream.h"
 #include "ways/HeadlessImage.h"
@@ -46,6 +47,7 @@ Repaired keep_structure(Bytes damaged, const OwnStructure& own) {
 std::optional<FoundImage> find_proved_image(Bytes damaged, const Sample& sample) {
     auto image = find_coded_pieces(damaged, sample);
     image = image ? std::move(image) : find_lossy_pieces(damaged, sample);
+    image = image ? std::move(image) : find_deflated_pieces(damaged, sample);
     image = image ? std::move(image) : find_crx_tracks(damaged, sample);
     image = image ? std::move(image) : find_fuji_stream(damaged, sample);
     image = image ? std::move(image) : find_headless_image(damaged, sample);

@@ -1,9 +1,11 @@
 #include "Salvage.h"
 
 #include "assessment/LibjpegAssessment.h"
+#include "assessment/PlainDecode.h"
 #include "header/HeaderMarkers.h"
 #include "header/Hypotheses.h"
 #include "header/Orphans.h"
+#include "jpeg/McuDecoder.h"
 
 #include <algorithm>
 
@@ -108,12 +110,40 @@ std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>
     return order;
 }
 
+/// Whether it has one scan, and all that decoding it takes.
+bool can_be_examined(const PictureCandidate& candidate) {
+    return candidate.frame && candidate.scan && !candidate.arithmetic && !candidate.frame->progressive() &&
+           candidate.scan->components.size() == candidate.frame->components.size() &&
+           McuDecoder::has_tables(*candidate.frame, *candidate.scan, candidate.tables);
+}
+
+/// Looks for what libjpeg does not notice in what it decodes without a warning: a level that jumped, which is
+/// mended, or a seam, after which nothing is certain.
+std::optional<Assessment> examined(Bytes file, const PictureCandidate& candidate, Assessment found) {
+    if (!can_be_examined(candidate)) {
+        return found;
+    }
+    Hypothesis hypothesis;
+    hypothesis.candidate = candidate;
+    Assessment close = assess(file, hypothesis);
+    if (close.own == close.total || !close.deliverable()) {
+        return found;
+    }
+    if (!close.whole) {
+        return close;
+    }
+    found.own = close.own;
+    found.guessed = close.guessed;
+    found.first_bad = close.first_bad;
+    return found;
+}
+
 /// Assesses everything in a file that may be a picture.
 class FileSalvage {
   public:
     FileSalvage(Bytes file, Bytes sample)
         : file_(file), candidates_(find_candidates(file, find_header_markers(file))),
-          siblings_(find_donors(sample)), intact_bytes_(most_bytes(file.size())),
+          siblings_(find_donors(sample)), intact_bytes_(most_bytes(file.size())), plain_bytes_(file.size()),
           bytes_(most_bytes(file.size())), blocks_(most_blocks(file.size(), candidates_)) {
         const auto own = find_siblings(candidates_);
         siblings_.insert(siblings_.end(), own.begin(), own.end());
@@ -150,7 +180,7 @@ class FileSalvage {
         std::optional<Assessment> best;
         if (ranking_.can_win(candidate)) {
             best = intact(candidate);
-            best = best ? std::move(best) : likeliest(candidate);
+            best = best ? std::move(best) : at_least_plain(candidate, likeliest(candidate));
         }
         if (best && best->deliverable()) {
             covered_.push_back({candidate.offset, best->end});
@@ -171,8 +201,11 @@ class FileSalvage {
     /// libjpeg is tried first: what it decodes without a warning is kept.
     std::optional<Assessment> intact(const PictureCandidate& candidate) {
         const bool readable = candidate.has_soi && (candidate.sos_offset || candidate.arithmetic);
-        return readable && intact_bytes_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
-                                                                     : std::nullopt;
+        auto found = readable && intact_bytes_.spend(data_size(candidate)) ? assess_intact(file_, candidate)
+                                                                           : std::nullopt;
+        return found && intact_bytes_.spend(data_size(candidate))
+                   ? examined(file_, candidate, std::move(*found))
+                   : found;
     }
 
     std::optional<Assessment> likeliest(const PictureCandidate& candidate) {
@@ -190,6 +223,21 @@ class FileSalvage {
         return best;
     }
 
+    static constexpr std::uint64_t kBlocksPerByte = 4; // Of a picture that libjpeg may decode once more.
+
+    /// What was assessed, unless libjpeg's decode of the same data is better.
+    std::optional<Assessment> at_least_plain(const PictureCandidate& candidate,
+                                             std::optional<Assessment> assessed) {
+        const bool possible = assessed && !assessed->whole && candidate.has_soi &&
+                              !candidate.damaged_header && can_be_examined(candidate) &&
+                              blocks_of(*candidate.frame) <= kBlocksPerByte * data_size(candidate);
+        if (!possible || !plain_bytes_.spend(data_size(candidate))) {
+            return assessed;
+        }
+        auto plain = find_better_decode(file_, *assessed);
+        return plain && plain->deliverable() ? std::move(plain) : std::move(assessed);
+    }
+
     /// The picture that the file begins with, where nothing else is left of it.
     [[nodiscard]] std::optional<Assessment> only_libjpeg_reads() const {
         if (candidates_.empty() || candidates_.front().offset != 0 || !candidates_.front().has_soi) {
@@ -205,6 +253,7 @@ class FileSalvage {
         siblings_; ///< Those of the sample first: it has the same size and settings.
     Ranking ranking_;
     Budget intact_bytes_;
+    Budget plain_bytes_;
     Budget bytes_;
     Budget blocks_;
     std::vector<Range> covered_;
@@ -218,7 +267,12 @@ std::optional<BestPicture> intact_file(Bytes file) {
     if (!assessment) {
         return std::nullopt;
     }
-    assessment->end = file.size();
+    const Bytes picture = file.first(assessment->end);
+    const auto candidates = find_candidates(picture, find_header_markers(picture));
+    if (!candidates.empty() && candidates.front().offset == 0) {
+        assessment = examined(picture, candidates.front(), std::move(*assessment));
+    }
+    assessment->end = assessment->intact ? file.size() : assessment->end;
     return BestPicture{std::move(*assessment), false};
 }
 

@@ -3,6 +3,7 @@
 #include <system_path/system_path.h>
 
 #include "Salvage.h"
+#include "TextMode.h"
 #include "header/Hypotheses.h"
 #include "output/Delivery.h"
 
@@ -48,10 +49,17 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
     report.coarse_mcu_count = assessment.coarse;
     report.guessed_mcu_count = static_cast<std::uint32_t>(assessment.guessed);
     report.picture_offset = candidate.offset;
-    report.first_bad_byte =
-        delivered == Delivered::kUnchanged ? STILL_MEND_NO_BAD_BYTE : assessment.first_bad;
+    const bool sound = delivered == Delivered::kUnchanged && assessment.own == assessment.total;
+    report.first_bad_byte = sound ? STILL_MEND_NO_BAD_BYTE : assessment.first_bad;
     report.warnings = warnings_of(assessment, delivered);
     return report;
+}
+
+/// Offsets are those in the file as it is.
+void note_text_mode(const still_mend::TextMode& undone, StillMendReport& report) {
+    report.warnings |= STILL_MEND_TEXT_MODE_UNDONE;
+    report.picture_offset = undone.offset_in_file(report.picture_offset);
+    report.first_bad_byte = undone.first_change();
 }
 
 /// Without a sample if there is no name.
@@ -73,12 +81,14 @@ std::int32_t repair(const char* damaged, const char* sample_name, const char* ou
         (!sample.open(path_of(sample_name)) || still_mend::find_donors(sample.bytes()).empty())) {
         return STILL_MEND_SAMPLE_UNUSABLE;
     }
+    const auto undone = still_mend::TextMode::undo(file.bytes());
+    const still_mend::Bytes bytes = undone ? undone->bytes() : file.bytes();
     const auto find =
-        still_mend::find_best(file.bytes(), sample_name != nullptr ? sample.bytes() : still_mend::Bytes());
+        still_mend::find_best(bytes, sample_name != nullptr ? sample.bytes() : still_mend::Bytes());
     if (!find) {
         return STILL_MEND_NOTHING_FOUND;
     }
-    const Delivered delivered = still_mend::deliver(file.bytes(), find->assessment, output);
+    const Delivered delivered = still_mend::deliver(bytes, find->assessment, output);
     if (delivered == Delivered::kUnwritable) {
         return STILL_MEND_OUTPUT_UNWRITABLE;
     }
@@ -86,6 +96,9 @@ std::int32_t repair(const char* damaged, const char* sample_name, const char* ou
         return STILL_MEND_NOTHING_FOUND;
     }
     report = report_of(find->assessment, delivered);
+    if (undone) {
+        note_text_mode(*undone, report);
+    }
     return find->thumbnail ? STILL_MEND_ONLY_THUMBNAIL : STILL_MEND_OK;
 }
 

@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <string>
+
 namespace test {
 namespace {
 
@@ -21,7 +24,7 @@ class Signs : public ::testing::Test {
     static constexpr std::size_t kRows = 400;
     static constexpr unsigned kBlack = 512;
 
-    [[nodiscard]] PixelSigns found(bool doubtful = false) const {
+    [[nodiscard]] PixelSigns found(bool doubtful = false, bool in_columns = false) const {
         return find_signs({.samples = samples.data(),
                            .stride = kColumns,
                            .columns = kColumns,
@@ -29,6 +32,7 @@ class Signs : public ::testing::Test {
                            .black = kBlack,
                            .white = 16383,
                            .doubtful = doubtful,
+                           .in_columns = in_columns,
                            .whole_rows = true});
     }
 
@@ -140,6 +144,50 @@ TEST_F(Signs, ShiftIsLookedForWhereThereIsDoubt) {
     samples.erase(samples.begin() + 150 * kColumns + 77, samples.begin() + 150 * kColumns + 77 + 50);
     samples.resize(kColumns * kRows, samples.back());
     EXPECT_THAT(found(true).findings, Contains(HasSubstr("the picture is shifted")));
+}
+
+TEST_F(Signs, AnotherPictureFromTheMiddleOfARowOn) {
+    const auto other = Scene(4).bayer(kColumns, kRows, 14, kBlack);
+    const auto own = samples;
+    std::size_t count = 0;
+    for (std::size_t row = 60; row < 240; row += 20) {
+        const auto first = static_cast<std::ptrdiff_t>(row * kColumns + 320);
+        samples = own;
+        std::copy(other.begin() + first, other.end(), samples.begin() + first);
+        const auto findings = found().findings;
+        const std::string wanted = "from row " + std::to_string(row) + " on the picture is another one";
+        count += std::count(findings.begin(), findings.end(), wanted) == 1 ? 1U : 0U;
+    }
+    EXPECT_GE(count, 4U) << "of 9; the pictures are of one place, and rows are alike in most of them";
+}
+
+TEST_F(Signs, LevelsStepWhereColumnsAreRows) {
+    std::transform(at(200, 0), samples.data() + samples.size(), at(200, 0),
+                   [](std::uint16_t sample) { return static_cast<std::uint16_t>(sample + 300); });
+    EXPECT_THAT(found(false, true).findings, Contains(HasSubstr("on the levels are others")));
+    EXPECT_THAT(found().findings, IsEmpty());
+}
+
+TEST_F(Signs, ManySingleValuesAreFarOff) {
+    std::uint32_t state = 1;
+    for (int nth = 0; nth < 1000; ++nth) {
+        std::uint16_t& sample = samples[kColumns * (random(state) % kRows) + random(state) % kColumns];
+        sample = static_cast<std::uint16_t>(sample ^ 0x0800U);
+    }
+    EXPECT_THAT(found().findings, Contains(HasSubstr("values are far from all of their neighbours")));
+}
+
+TEST_F(Signs, FewSingleValuesMayBeFarOff) {
+    for (std::size_t nth = 1; nth <= 100; ++nth) {
+        *at(3 * nth, 6 * nth) = 16383;
+    }
+    EXPECT_THAT(found().findings, IsEmpty());
+}
+
+TEST_F(Signs, SingleImpossibleValuesAreScattered) {
+    EXPECT_FALSE(found().scattered);
+    *at(100, 40) = 16384;
+    EXPECT_TRUE(found().scattered);
 }
 
 TEST_F(Signs, WrongWidth) {

@@ -3,6 +3,7 @@
 #include "Written.h"
 
 #include "support/ArwPhoto.h"
+#include "support/CameraPhoto.h"
 #include "support/Cr2Photo.h"
 #include "support/DngPhoto.h"
 #include "support/NefPhoto.h"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 // Photographs of all layouts that the builders write, each repaired with another one from its camera.
 
@@ -108,6 +110,60 @@ std::vector<Layout> layouts() {
     }
     return all;
 }
+
+/// Cameras whose raw images have no compression, as they state it.
+std::vector<Layout> uncompressed() {
+    const std::vector<std::pair<std::string, CameraPhoto::Format>> formats{
+        {"Pef", {"PENTAX Corporation", "PENTAX *ist D", ByteOrder::kBig, 1, 12, true, false}},
+        {"PefOf16Bits", {"PENTAX", "PENTAX K20D", ByteOrder::kBig, 1, 14, false, false}},
+        {"Srw", {"SAMSUNG", "NX10", ByteOrder::kLittle, 32769, 12, true, true}},
+        {"SrwOf14Bits", {"SAMSUNG", "NX20", ByteOrder::kLittle, 32770, 14, true, true}},
+        {"Erf", {"SEIKO EPSON CORP.", "R-D1", ByteOrder::kLittle, 32769, 12, true, true}},
+        {"Nrw", {"NIKON", "COOLPIX P6000", ByteOrder::kLittle, 1, 12, true, true}},
+        {"NrwWithNikonsNumber", {"NIKON", "COOLPIX P7000", ByteOrder::kBig, 34713, 12, true, true}},
+        {"ThreeFr", {"Hasselblad", "Hasselblad H3D", ByteOrder::kBig, 1, 16, false, true}},
+        {"Mef", {"Mamiya-OP Co.,Ltd.", "Mamiya ZD", ByteOrder::kBig, 1, 12, true, true}},
+        {"Mos", {"Leaf", "Aptus 22", ByteOrder::kBig, 1, 16, false, false}},
+        {"Kdc", {"EASTMAN KODAK COMPANY", "KODAK P880", ByteOrder::kBig, 1, 12, true, true}},
+    };
+    std::vector<Layout> all;
+    for (const auto& [name, format] : formats) {
+        all.push_back(
+            {name, [format](unsigned number) { return CameraPhoto(format, number, kWidth, kHeight).bytes; }});
+    }
+    return all;
+}
+
+/// Lossless JPEGs of other cameras and shapes.
+std::vector<Layout> lossless() {
+    std::vector<Layout> all;
+    const std::vector<std::pair<std::string, CameraPhoto::Format>> formats{
+        {"ArwOfTiles", {"SONY", "ILCE-7M4", ByteOrder::kLittle, 7, 14, false, true, true, 128}},
+        {"ThreeFr", {"Hasselblad", "Hasselblad H4D", ByteOrder::kLittle, 7, 16, false, true, true, 0}},
+    };
+    for (const auto& [name, format] : formats) {
+        all.push_back(
+            {name, [format](unsigned number) { return CameraPhoto(format, number, kWidth, kHeight).bytes; }});
+    }
+    using Components = Cr2Photo::Components;
+    for (const auto& [name, components] : {std::pair{"Cr2OfFourComponents", Components::kFour},
+                                           {"Cr2MediumRaw", Components::kMediumRaw},
+                                           {"Cr2SmallRaw", Components::kSmallRaw}}) {
+        all.push_back({name, [components](unsigned number) {
+                           Cr2Photo::Options options{.number = number, .width = kWidth, .height = kHeight};
+                           options.maker_notes += std::size_t{900} * number;
+                           options.components = components;
+                           return Cr2Photo(options).bytes;
+                       }});
+    }
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Lossless, BuiltPairs, testing::ValuesIn(lossless()),
+                         [](const auto& test) { return test.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(Uncompressed, BuiltPairs, testing::ValuesIn(uncompressed()),
+                         [](const auto& test) { return test.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(All, BuiltPairs, testing::ValuesIn(layouts()),
                          [](const auto& test) { return test.param.name; });

@@ -81,7 +81,10 @@ INSTANTIATE_TEST_SUITE_P(All, Headless,
                                          NamedKind{"Olympus", Kind::kOlympus},
                                          NamedKind{"NikonLossless12", Kind::kNikonLossless12},
                                          NamedKind{"NikonLossless14", Kind::kNikonLossless14},
-                                         NamedKind{"NikonLossy12", Kind::kNikonLossy12}),
+                                         NamedKind{"NikonLossy12", Kind::kNikonLossy12},
+                                         NamedKind{"NikonLossy14", Kind::kNikonLossy14},
+                                         NamedKind{"Pentax12", Kind::kPentax12},
+                                         NamedKind{"Pentax14", Kind::kPentax14}),
                          [](const auto& test) { return test.param.name; });
 
 } // namespace

@@ -3,10 +3,16 @@
 #include "RowImages.h"
 #include "Written.h"
 
+#include "coding/ZlibStream.h"
+
 #include "support/TiffTags.h"
 #include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <string>
+#include <vector>
 
 // DNG photographs in tiles: uncompressed, and deflated.
 
@@ -26,25 +32,51 @@ struct TiledFile {
     std::vector<Bytes> tiles;
 };
 
-/// A zlib stream of stored blocks.
-Bytes stored(const Bytes& data) {
-    constexpr std::size_t kBlock = 65535;
-    Bytes stream{0x78, 0x01};
-    std::uint32_t low = 1;
-    std::uint32_t high = 0;
-    for (std::size_t at = 0; at < data.size(); at += kBlock) {
-        const Bytes block = part(data, at, std::min(at + kBlock, data.size()));
-        const auto size = static_cast<std::uint16_t>(block.size());
-        stream.push_back(at + kBlock >= data.size() ? 1 : 0);
-        stream = joined(std::move(stream),
-                        u16_bytes({size, static_cast<std::uint16_t>(~size)}, ByteOrder::kLittle));
-        stream = joined(std::move(stream), block);
+/// What a DNG says about its deflated tiles.
+struct Deflation {
+    std::string name;
+    std::uint16_t compression = 8;
+    std::uint16_t predictor = 1;
+};
+
+/// Tile rows as a predictor leaves them: 16-bit samples less the one so many to the left, or the bytes of
+/// floating-point samples, high ones first, each less the byte to its left.
+Bytes predicted(Bytes tile, std::uint16_t predictor) {
+    constexpr std::size_t kRow = std::size_t{2} * kTile;
+    for (std::size_t row = 0; row < tile.size(); row += kRow) {
+        const Bytes plain = part(tile, row, row + kRow);
+        for (std::size_t i = kRow; i-- > 0;) {
+            if (predictor == 3) {
+                const auto byte_at = [&](std::size_t at) { return plain[2 * (at % kTile) + 1 - at / kTile]; };
+                const unsigned before = i == 0 ? 0U : byte_at(i - 1);
+                tile[row + i] = static_cast<unsigned char>(byte_at(i) - before);
+            }
+        }
+        const std::size_t step = predictor == 2 ? 2 : predictor == 34892 ? 4 : kRow;
+        for (std::size_t i = step; i < kRow; i += 2) {
+            const auto value_at = [&](std::size_t at) { return unsigned{plain[at]} | plain[at + 1] << 8U; };
+            const unsigned difference = value_at(i) - value_at(i - step);
+            tile[row + i] = static_cast<unsigned char>(difference);
+            tile[row + i + 1] = static_cast<unsigned char>(difference >> 8U);
+        }
     }
-    for (const unsigned char byte : data) {
-        low = (low + byte) % 65521;
-        high = (high + low) % 65521;
-    }
-    return joined(std::move(stream), u32_bytes({high << 16U | low}, ByteOrder::kBig));
+    return tile;
+}
+
+Bytes deflated(const Bytes& data) {
+    auto size = compressBound(data.size());
+    Bytes stream(size);
+    EXPECT_EQ(compress2(stream.data(), &size, data.data(), data.size(), 6), Z_OK);
+    stream.resize(size);
+    return stream;
+}
+
+Bytes inflated(const Bytes& stream) {
+    Bytes data(std::size_t{2} * kTile * kTile);
+    uLongf size = data.size();
+    EXPECT_EQ(uncompress(data.data(), &size, stream.data(), stream.size()), Z_OK);
+    data.resize(size);
+    return data;
 }
 
 Bytes tile_of(const Picture& picture, std::uint32_t column, std::uint32_t row) {
@@ -58,27 +90,27 @@ Bytes tile_of(const Picture& picture, std::uint32_t column, std::uint32_t row) {
     return coded_rows(tile, geometry_of(tile, raw_mend::Packing::kLittleWords, kBits));
 }
 
-TiledFile make_photo(bool is_deflated, unsigned number) {
+TiledFile make_photo(const Deflation& deflation, unsigned number) {
     const Picture picture = clouds(std::size_t{kTile} * kAcross, std::size_t{kTile} * kDown, number);
     TiledFile photo;
     std::vector<std::uint32_t> lengths;
     for (std::uint32_t row = 0; row < kDown; ++row) {
         for (std::uint32_t column = 0; column < kAcross; ++column) {
             const Bytes tile = tile_of(picture, column, row);
-            photo.tiles.push_back(is_deflated ? stored(part(tile, 0, tile.size() - std::size_t{100} * number))
-                                              : tile);
+            photo.tiles.push_back(
+                deflation.compression == 1 ? tile : deflated(predicted(tile, deflation.predictor)));
             lengths.push_back(static_cast<std::uint32_t>(photo.tiles.back().size()));
         }
     }
     TiffWriter tiff(ByteOrder::kLittle);
     tiff.write_header();
-    const std::uint16_t compression = is_deflated ? 8 : 1;
     const TiffDirectory ifd = tiff.write_directory(
         {tiff.longs(kNewSubfileType, {0}), tiff.longs(kImageWidth, {kTile * kAcross}),
          tiff.longs(kImageLength, {kTile * kDown}), tiff.shorts(kBitsPerSample, {kBits}),
-         tiff.shorts(kCompression, {compression}), tiff.shorts(kPhotometric, {kCfa}),
+         tiff.shorts(kCompression, {deflation.compression}), tiff.shorts(kPhotometric, {kCfa}),
          tiff.ascii(kMake, "Maker"), tiff.ascii(kModel, "Model"), tiff.shorts(kSamplesPerPixel, {1}),
-         tiff.longs(kTileWidth, {kTile}), tiff.longs(kTileLength, {kTile}),
+         tiff.shorts(kPredictor, {deflation.predictor}), tiff.longs(kTileWidth, {kTile}),
+         tiff.longs(kTileLength, {kTile}),
          tiff.longs(kTileOffsets, std::vector<std::uint32_t>(lengths.size())),
          tiff.longs(kTileByteCounts, lengths), tiff.byte(kDngVersion, {1, 4, 0, 0})});
     tiff.append(noise(70000, number));
@@ -102,9 +134,11 @@ std::vector<Bytes> tiles_by_tables(const Bytes& file) {
     return tiles;
 }
 
+const Deflation kPlain{"Plain", 1, 1};
+
 TEST(Tiles, ThatAreUncompressedComeBackWhereverTheyAre) {
-    const TiledFile intact = make_photo(false, 1);
-    const TiledFile original = make_photo(false, 2);
+    const TiledFile intact = make_photo(kPlain, 1);
+    const TiledFile original = make_photo(kPlain, 2);
     const auto sample = Sample::read(intact.bytes);
     ASSERT_TRUE(sample);
     ASSERT_TRUE(sample->rows);
@@ -119,21 +153,90 @@ TEST(Tiles, ThatAreUncompressedComeBackWhereverTheyAre) {
     }
 }
 
-/// Their lengths are needed: they come back where tables survive.
-TEST(Tiles, ThatAreDeflatedComeBackByTheirOwnTables) {
-    const TiledFile intact = make_photo(true, 1);
-    const TiledFile original = make_photo(true, 2);
+class DeflatedTiles : public testing::TestWithParam<Deflation> {};
+
+INSTANTIATE_TEST_SUITE_P(All, DeflatedTiles,
+                         testing::Values(Deflation{"None", 8, 1}, Deflation{"Horizontal", 8, 2},
+                                         Deflation{"FloatingPoint", 8, 3},
+                                         Deflation{"HorizontalX2", 8, 34892},
+                                         Deflation{"OldNumber", 32946, 2}),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_P(DeflatedTiles, ComeBackProvedWhereverTheyAre) {
+    const TiledFile intact = make_photo(GetParam(), 1);
+    const TiledFile original = make_photo(GetParam(), 2);
     const auto sample = Sample::read(intact.bytes);
     ASSERT_TRUE(sample);
-    for (const Bytes& damaged :
-         {original.bytes, joined(noise(1000, 1), original.bytes), zeroed(original.bytes, 0, 100),
-          joined(noise(777, 1), zeroed(original.bytes, 0, 40))}) {
+    for (const Damage& damage : damages()) {
+        SCOPED_TRACE(damage.name);
+        const Bytes damaged = damage.make(original.bytes, original.image, intact.bytes);
         const auto repaired = raw_mend::repair(damaged, *sample);
         ASSERT_TRUE(repaired && repaired->file);
-        EXPECT_EQ(repaired->image.proved, 0U);
         EXPECT_TRUE(tiles_by_tables(written(*repaired->file)) == original.tiles);
+        EXPECT_EQ(repaired->image.proved, repaired->image.doubts.empty() ? original.tiles.size() : 0U);
+        EXPECT_TRUE(repaired->image.lost.empty());
     }
-    EXPECT_FALSE(raw_mend::repair(zeroed(original.bytes, 0, 60000), *sample));
+}
+
+/// The tables say where the others are.
+TEST_P(DeflatedTiles, OfWhichOneIsOverwrittenLoseOnlyThat) {
+    constexpr std::size_t kLost = 4; // In the second row, in the middle.
+    const TiledFile intact = make_photo(GetParam(), 1);
+    const TiledFile original = make_photo(GetParam(), 2);
+    const auto sample = Sample::read(intact.bytes);
+    ASSERT_TRUE(sample);
+    std::size_t begin = original.image;
+    for (std::size_t nth = 0; nth < kLost; ++nth) {
+        begin += original.tiles[nth].size();
+    }
+    Bytes damaged = original.bytes;
+    put_bytes(damaged, begin + 3000, noise(4096, 5));
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired && repaired->file);
+    EXPECT_EQ(repaired->image.proved, original.tiles.size() - 1);
+    ASSERT_EQ(repaired->image.lost.size(), 1U);
+    EXPECT_EQ(repaired->image.lost.front(), (raw_mend::Area{kTile, kTile, kTile, kTile}));
+    std::vector<Bytes> expected = original.tiles;
+    const std::vector<Bytes> tiles = tiles_by_tables(written(*repaired->file));
+    ASSERT_EQ(tiles.size(), expected.size());
+    EXPECT_EQ(inflated(tiles[kLost]), Bytes(std::size_t{2} * kTile * kTile));
+    expected[kLost] = tiles[kLost];
+    EXPECT_TRUE(tiles == expected);
+}
+
+TEST_P(DeflatedTiles, AreNotClaimedIfABitIsFlipped) {
+    const TiledFile original = make_photo(GetParam(), 2);
+    const TiledFile intact = make_photo(GetParam(), 1);
+    const auto sample = Sample::read(intact.bytes);
+    ASSERT_TRUE(sample);
+    Bytes damaged = original.bytes;
+    damaged[original.image + original.tiles[0].size() - 1] ^= 1U; // Of the check value.
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired);
+    EXPECT_EQ(repaired->image.proved, original.tiles.size() - 1);
+    EXPECT_FALSE(raw_mend::repair(zeroed(damaged, 0, original.image), *sample));
+}
+
+TEST(ZlibStream, IsCompleteUpToItsCheckValue) {
+    const Bytes data = noise(100000, 1);
+    const Bytes stream = deflated(data);
+    const Bytes file = joined(joined(noise(10, 2), stream), noise(50, 3));
+    const auto check = raw_mend::check_zlib_stream(file, 10, data.size());
+    EXPECT_EQ(check.length, stream.size());
+    EXPECT_EQ(check.inflated, data.size());
+    EXPECT_FALSE(raw_mend::check_zlib_stream(file, 10, data.size() - 1).length);
+    EXPECT_FALSE(raw_mend::check_zlib_stream(file, 11, data.size()).length);
+    EXPECT_FALSE(raw_mend::check_zlib_stream(part(file, 0, 10 + stream.size() - 1), 10, data.size()).length);
+    EXPECT_FALSE(raw_mend::check_zlib_stream(file, file.size(), data.size()).length);
+}
+
+TEST(ZlibStream, OfZerosHasAsManyAsWanted) {
+    for (const std::size_t length : {0U, 1U, 16384U, 16385U, 1000000U}) {
+        const auto stream = raw_mend::make_zlib_zeros(length);
+        const auto check = raw_mend::check_zlib_stream(stream, 0, length);
+        EXPECT_EQ(check.length, stream.size()) << length;
+        EXPECT_EQ(check.inflated, length);
+    }
 }
 
 } // namespace

@@ -286,7 +286,7 @@ Anatomy dissect(const Bytes& jpeg) {
             anatomy.huffman_tables.push_back(part);
         } else if (code == 0xDD) {
             anatomy.restart_interval.push_back(part);
-        } else if (code >= 0xC0 && code <= 0xC2) {
+        } else if ((code >= 0xC0 && code <= 0xC2) || code == 0xC9 || code == 0xCA) {
             anatomy.frame.push_back(part);
         }
         offset = part.last;
@@ -303,12 +303,12 @@ Anatomy dissect(const Bytes& jpeg) {
             offset += 2 + get_u16(jpeg, offset + 2, ByteOrder::kBig);
         }
         if (jpeg[offset + 1] == 0xD9) {
+            anatomy.end = {offset, offset + 2};
             break;
         }
         header = {offset, offset + 2 + get_u16(jpeg, offset + 2, ByteOrder::kBig)};
     }
     anatomy.intervals = anatomy.scans.front().intervals;
-    anatomy.end = {jpeg.size() - 2, jpeg.size()};
     return anatomy;
 }
 
@@ -653,6 +653,7 @@ Trial run_trial(const Bytes& original, const Specimen& damaged) {
     trial.plain = count_of(mcus_in_place(original, from_there));
     trial.claimed = static_cast<std::size_t>(report.own_mcu_count - report.coarse_mcu_count);
     trial.warnings = report.warnings;
+    trial.offset = static_cast<std::size_t>(report.picture_offset);
     trial.other = trial.result == 0 && (report.picture_offset < damaged.offset ||
                                         report.picture_offset >= damaged.offset + damaged.size);
     if (!output.empty()) {

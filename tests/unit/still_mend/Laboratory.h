@@ -100,6 +100,7 @@ struct Trial {
     bool clean = false;        ///< The output decodes without a warning.
     bool kept = false; ///< libjpeg saw no damage, and what was delivered is the damaged picture as it is.
     unsigned warnings = 0;
+    std::size_t offset = 0; ///< That of the picture in the damaged file.
     Bytes output;
     /// Success for what is not the picture: a tenth and more of what is claimed is something else.
     [[nodiscard]] bool false_success() const;

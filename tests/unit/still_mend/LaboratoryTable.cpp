@@ -1,11 +1,15 @@
 #include "Laboratory.h"
+#include "PictureTables.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
+#include <vector>
 
 // still_mend_laboratory [WIDTH HEIGHT]  prints the tables of docs/measurements/salvage-*.md
 // still_mend_laboratory --rows          prints the heads of these tables and the first cell of each row
+// still_mend_laboratory --pictures DIR  prints what is saved of the JPEGs below DIR
 
 namespace {
 
@@ -88,6 +92,14 @@ void print_rows() {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc > 2 && std::string(argv[1]) == "--pictures") {
+        try {
+            return print_picture_tables({argv + 2, argv + argc});
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "still_mend_laboratory: %s\n", error.what());
+            return 2;
+        }
+    }
     if (argc == 2 && std::string(argv[1]) == "--rows") {
         print_rows();
         return 0;

@@ -19,6 +19,7 @@ struct SensorView {
     unsigned white = 65535;       ///< The highest value that the samples' width in bits allows.
     std::size_t tile_columns = 0; ///< Width of the tiles that make up the picture; 0: no tiles.
     bool doubtful = false;        ///< Something else has shown already that the file is damaged.
+    bool in_columns = false;      ///< The rows are columns of the sensor: it is coded column by column.
     bool decodes_exactly =
         false; ///< Coded data of which every part ends where its image does, without an error.
     /// Rows end where the sensor's rows end: the next sample is the first of the next row.

@@ -13,10 +13,10 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kSector = 512;
-constexpr std::size_t kMostKeys = 16;          // Directories that are searched for.
-constexpr std::size_t kMostHits = 8;           // Of each.
-constexpr std::size_t kMostDisplacements = 16; // That are compared.
+constexpr std::size_t kTableSector = 512;
+constexpr std::size_t kMostKeys = 16;     // Directories that are searched for.
+constexpr std::size_t kMostHits = 8;      // Of each.
+constexpr std::size_t kMostCompared = 16; // That are compared.
 
 /// Entries that say what an image is like, or where directories are. A table with others does not fit the
 /// rest of the sample.
@@ -79,8 +79,8 @@ class Twin {
 
     /// Whether a value is like the sample's, and no sector with bytes of it seems to be overwritten.
     [[nodiscard]] bool resembles(const Extent& extent) {
-        const std::uint64_t first = (extent.offset + displacement_) / kSector;
-        const std::uint64_t last = (extent.end() - 1 + displacement_) / kSector;
+        const std::uint64_t first = (extent.offset + displacement_) / kTableSector;
+        const std::uint64_t last = (extent.end() - 1 + displacement_) / kTableSector;
         for (std::uint64_t sector = first; sector <= last; ++sector) {
             const auto [known, is_new] = sectors_.try_emplace(sector, false);
             if (is_new) {
@@ -120,8 +120,8 @@ class Twin {
     [[nodiscard]] bool seems_intact(std::uint64_t sector) const {
         constexpr std::size_t kNoise =
             190; // Different bytes of 512: 221 in noise, up to 131 in cameras' tables.
-        const std::uint64_t begin = sector * kSector - displacement_;
-        const Extent theirs{begin, kSector};
+        const std::uint64_t begin = sector * kTableSector - displacement_;
+        const Extent theirs{begin, kTableSector};
         if (!theirs.is_within(sample_)) {
             return true;
         }
@@ -184,7 +184,7 @@ class MetadataSearch {
         std::ranges::stable_sort(all, {}, [&](std::uint64_t displacement) {
             return std::min(displacement - expected, expected - displacement);
         });
-        all.resize(std::min(all.size(), kMostDisplacements));
+        all.resize(std::min(all.size(), kMostCompared));
         return all;
     }
 

@@ -10,8 +10,8 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kMostStarts = 256; // Thumbnails inside previews included.
-constexpr std::size_t kMostTries = 4;    // Of JPEGs that are decoded for one picture.
+constexpr std::size_t kMostJpegStarts = 256; // Thumbnails inside previews included.
+constexpr std::size_t kMostTries = 4;        // Of JPEGs that are decoded for one picture.
 
 struct JpegStart {
     std::uint64_t offset = 0;
@@ -23,7 +23,7 @@ void find_starts(Bytes damaged, const Extent& range, std::vector<JpegStart>& sta
     constexpr std::array<unsigned char, 3> kSoi{0xFF, 0xD8, 0xFF};
     const Bytes bytes = range.of(damaged);
     auto from = bytes.begin();
-    while (starts.size() < kMostStarts) {
+    while (starts.size() < kMostJpegStarts) {
         from = std::search(from, bytes.end(), kSoi.begin(), kSoi.end());
         if (from == bytes.end()) {
             return;

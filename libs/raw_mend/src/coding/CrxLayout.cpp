@@ -16,7 +16,7 @@ constexpr std::uint64_t kTileWidth = 24;
 constexpr std::uint64_t kBits = 32;
 constexpr std::uint64_t kPlanes = 33;
 constexpr std::uint64_t kLevels = 34;
-constexpr std::uint64_t kMostAlignment = 4096;
+constexpr std::uint64_t kMostPlaneAlignment = 4096;
 constexpr std::uint64_t kMostRest = 65536;
 
 CrxFrame read_frame(const byte_reader::ByteReader& reader, std::uint64_t cmp1) {
@@ -58,7 +58,7 @@ std::optional<CrxLayout> read_crx_layout(Bytes file, const Extent& data, const E
         return std::nullopt;
     }
     CrxLayout layout{std::move(*heads), *header_size, read_frame(reader, cmp1.offset), 1, 0};
-    while (layout.length(layout.heads) < data.length && layout.alignment < kMostAlignment) {
+    while (layout.length(layout.heads) < data.length && layout.alignment < kMostPlaneAlignment) {
         layout.alignment *= 2;
     }
     if (layout.length(layout.heads) == data.length) {

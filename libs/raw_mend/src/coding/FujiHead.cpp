@@ -11,7 +11,7 @@ namespace {
 // | width of a block (2) | blocks (1) | lines (2) | length of each block (4) | up to a multiple of 16: zeros
 // | High byte first.
 constexpr std::uint64_t kFixedSize = 16;
-constexpr unsigned kSignature = 0x4953;
+constexpr unsigned kFujiSignature = 0x4953;
 constexpr unsigned kRowsPerLine = 6;
 
 class Numbers {
@@ -59,7 +59,7 @@ std::optional<FujiHead> read_fuji_head(Bytes bytes, std::uint64_t offset) {
         return std::nullopt;
     }
     Numbers numbers(bytes.subspan(static_cast<std::size_t>(offset)));
-    if (numbers.next(2) != kSignature || numbers.next(1) != 1) {
+    if (numbers.next(2) != kFujiSignature || numbers.next(1) != 1) {
         return std::nullopt;
     }
     FujiHead head;
@@ -85,8 +85,8 @@ std::optional<FujiHead> read_fuji_head(Bytes bytes, std::uint64_t offset) {
 
 std::vector<FujiHead> find_fuji_heads(Bytes damaged, const FujiHead& sample) {
     std::vector<FujiHead> found;
-    for (auto at = damaged.begin(); (at = std::find(at, damaged.end(), kSignature >> 8U)) != damaged.end();
-         ++at) {
+    for (auto at = damaged.begin();
+         (at = std::find(at, damaged.end(), kFujiSignature >> 8U)) != damaged.end(); ++at) {
         auto head = read_fuji_head(damaged, static_cast<std::uint64_t>(at - damaged.begin()));
         if (head && head->is_like(sample)) {
             found.push_back(std::move(*head));

@@ -2,6 +2,8 @@
 
 #include "container/TiffTags.h"
 
+#include <utility>
+
 namespace raw_mend {
 
 namespace {
@@ -13,13 +15,17 @@ bool is_sensible(const Frame& frame) {
            frame.height <= kMostColumns;
 }
 
-void add_nikon(Bytes file, const Image& image, std::vector<HeadlessCoding>& codings) {
+using ReadParameters = std::optional<HeadlessCoding>(Bytes parameters, ByteOrder order, const Frame& frame);
+
+/// What the maker note keeps for the decoder has a byte order of its own, which the description does not
+/// keep.
+void add_by_parameters(Bytes file, const Image& image, ReadParameters& read,
+                       std::vector<HeadlessCoding>& codings) {
     if (!image.parameters || !image.parameters->is_within(file)) {
         return;
     }
-    // The maker note has a byte order of its own, which the description does not keep.
     for (const ByteOrder order : {image.frame.order, ByteOrder::kBig, ByteOrder::kLittle}) {
-        if (auto coding = nikon_coding(image.parameters->of(file), order, image.frame)) {
+        if (auto coding = read(image.parameters->of(file), order, image.frame)) {
             codings.push_back(std::move(*coding));
         }
     }
@@ -42,7 +48,9 @@ std::vector<HeadlessCoding> headless_codings(Bytes file, const Image& image) {
         return codings;
     }
     if (frame.coding == Coding::kHuffman) {
-        add_nikon(file, image, codings);
+        add_by_parameters(file, image, nikon_coding, codings);
+    } else if (frame.compression == compression::kOlympusOrPentax && frame.coding == Coding::kOther) {
+        add_by_parameters(file, image, pentax_coding, codings);
     } else if (frame.coding == Coding::kRun) {
         codings.push_back(olympus_coding(frame.width, frame.height));
     } else if (frame.compression == compression::kSony && frame.coding == Coding::kOther) {

@@ -33,8 +33,9 @@ struct HeadlessCoding {
     [[nodiscard]] std::optional<Extent> decode_at(Bytes file, std::uint64_t offset) const;
 };
 
-/// The codings that a described image may have: those of Nikon (compression 34713), Olympus and Sony (32767,
-/// before cells). Several if the container leaves open how many rows are coded; none for other codings.
+/// The codings that a described image may have: those of Nikon (compression 34713), Olympus, Pentax (65535)
+/// and Sony (32767, before cells). Several if the container leaves open how many rows are coded; none for
+/// other codings.
 [[nodiscard]] std::vector<HeadlessCoding> headless_codings(Bytes file, const Image& image);
 
 /// As above, of Sony's: one difference per value, column by column from the right, in each column the even
@@ -48,5 +49,9 @@ struct HeadlessCoding {
 /// of an unknown version or too short.
 [[nodiscard]] std::optional<HeadlessCoding> nikon_coding(Bytes parameters, ByteOrder order,
                                                          const Frame& frame);
+
+/// As above, of Pentax's. The table is what the maker note keeps for the decoder. Nothing if it is not
+/// complete.
+[[nodiscard]] std::optional<HeadlessCoding> pentax_coding(Bytes table, ByteOrder order, const Frame& frame);
 
 } // namespace raw_mend

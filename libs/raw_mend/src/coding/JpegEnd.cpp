@@ -10,9 +10,9 @@ namespace {
 
 using byte_reader::ByteReader;
 
-constexpr unsigned kJpegStart = 0xFFD8;
+constexpr unsigned kSoiMarker = 0xFFD8;
 constexpr unsigned kEoi = 0xFFD9;
-constexpr unsigned kSos = 0xFFDA;
+constexpr unsigned kSosMarker = 0xFFDA;
 constexpr unsigned kLeastSegment = 0xFFC0; // Lower codes are reserved, or part of coded data.
 constexpr unsigned kFirstRestart = 0xFFD0;
 constexpr unsigned kComment = 0xFFFE;
@@ -35,7 +35,7 @@ std::uint64_t skip_coded_data(Bytes bytes, std::uint64_t offset) {
 
 std::optional<std::uint64_t> find_jpeg_end(Bytes bytes, std::uint64_t offset) {
     const ByteReader reader(bytes, std::endian::big);
-    if (reader.u16(offset) != kJpegStart) {
+    if (reader.u16(offset) != kSoiMarker) {
         return std::nullopt;
     }
     std::uint64_t at = offset + 2;
@@ -51,7 +51,7 @@ std::optional<std::uint64_t> find_jpeg_end(Bytes bytes, std::uint64_t offset) {
             return std::nullopt;
         }
         at += 2 + std::uint64_t{length};
-        if (marker == kSos) {
+        if (marker == kSosMarker) {
             scanned = true;
             at = skip_coded_data(bytes, at);
         }

@@ -1,13 +1,11 @@
-#include "coding/Headless.h"
+#include "coding/DifferenceRows.h"
 
 #include <byte_reader/ByteReader.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <span>
-#include <utility>
 
 namespace raw_mend {
 
@@ -114,76 +112,6 @@ std::optional<Parameters> read_parameters(Bytes bytes, ByteOrder order, unsigned
     return found;
 }
 
-/// Decodes one image.
-class Decoder {
-  public:
-    Decoder(const Parameters& parameters, Bytes data, std::uint64_t columns)
-        : values_(parameters.values), above_(parameters.first), bits_(data), columns_(columns) {}
-
-    /// The rows from the first on; each value of theirs is passed on. Ends at the first that cannot be.
-    template <typename Sink>
-    void decode_rows(const Parameters& parameters, std::uint64_t rows, const Sink& sink) {
-        constexpr int kBelowAfterSplit = 16;
-        for (std::uint64_t row = 0; row < rows; ++row) {
-            const bool is_split = parameters.split != 0 && row >= parameters.split;
-            const DifferenceCodes& of_row = *codes(parameters.tree + (is_split ? kAfterSplit : 0));
-            if (!decode_row(row, of_row, is_split ? kBelowAfterSplit : 0, sink)) {
-                return;
-            }
-        }
-    }
-
-    [[nodiscard]] std::uint64_t decoded() const { return decoded_; }
-    [[nodiscard]] std::uint64_t bytes() const { return bits_.bytes(); }
-
-  private:
-    /// A row; false at the first value that cannot be. Values may be less than 0 by so many.
-    template <typename Sink>
-    bool decode_row(std::uint64_t row, const DifferenceCodes& codes, int below, const Sink& sink) {
-        std::array<int, 2>& first = above_[row % 2];
-        std::array<int, 2> last{};
-        int difference = 0;
-        for (std::uint64_t column = 0; column < columns_; ++column) {
-            if (!codes.read(bits_, difference)) {
-                return false;
-            }
-            const std::size_t colour = column % 2;
-            last[colour] = (column < 2 ? first[colour] : last[colour]) + difference;
-            if (column < 2) {
-                first[colour] = last[colour];
-            }
-            if (last[colour] < -below || last[colour] >= values_ + below || bits_.overrun()) {
-                return false;
-            }
-            ++decoded_;
-            sink(last[colour]);
-        }
-        return true;
-    }
-
-    int values_;
-    std::array<std::array<int, 2>, 2> above_;
-    PlainBits bits_;
-    std::uint64_t columns_;
-    std::uint64_t decoded_ = 0;
-};
-
-/// The mean difference of a value to the one two rows above.
-double measure_roughness(const Parameters& parameters, Bytes data, std::uint64_t columns,
-                         std::uint64_t rows) {
-    std::vector<int> above(static_cast<std::size_t>(2 * columns));
-    std::uint64_t count = 0;
-    double sum = 0;
-    Decoder decoder(parameters, data, columns);
-    decoder.decode_rows(parameters, rows, [&](int value) {
-        int& last = above[static_cast<std::size_t>(count % (2 * columns))];
-        sum += count >= 2 * columns ? std::abs(value - last) : 0;
-        last = value;
-        ++count;
-    });
-    return sum / static_cast<double>(std::max<std::uint64_t>(count, 1));
-}
-
 } // namespace
 
 std::optional<HeadlessCoding> nikon_coding(Bytes parameters, ByteOrder order, const Frame& frame) {
@@ -191,18 +119,12 @@ std::optional<HeadlessCoding> nikon_coding(Bytes parameters, ByteOrder order, co
     if (!known) {
         return std::nullopt;
     }
-    const std::uint64_t columns = frame.width;
-    const std::uint64_t rows = frame.height;
-    const auto decode = [known = *known, columns, rows](Bytes data) {
-        Decoder decoder(known, data, columns);
-        decoder.decode_rows(known, rows, [](int) {});
-        return Trial{decoder.decoded(), decoder.bytes()};
-    };
-    const auto roughness = [known = *known, columns, rows](Bytes data) {
-        return measure_roughness(known, data, columns, rows);
-    };
-    const bool stands_alone = known->split == 0;
-    return HeadlessCoding{columns * rows, decode, stands_alone ? codes(known->tree) : nullptr, roughness};
+    DifferenceRows image{frame.width, frame.height, known->first, known->values, codes(known->tree)};
+    if (known->split != 0) {
+        image.split = known->split;
+        image.codes_after_split = codes(known->tree + kAfterSplit);
+    }
+    return coding_of(image);
 }
 
 } // namespace raw_mend

@@ -13,8 +13,8 @@ constexpr std::size_t kSkipped = 7; // Bytes before the first value.
 constexpr int kOlympusValues = 1 << 12U;
 constexpr unsigned kLongestPrefix = 12; // Zeros.
 constexpr unsigned kLowBits = 2;
-constexpr std::uint64_t kFirstValues = 32; // That are tried before anything is allocated.
-constexpr int kMostDifference = 1 << 14U;  // More is beyond the range of values anyway.
+constexpr std::uint64_t kFirstRunValues = 32; // That are tried before anything is allocated.
+constexpr int kMostDifference = 1 << 14U;     // More is beyond the range of values anyway.
 
 /// How large the last differences of one colour in a row were.
 struct Carry {
@@ -135,7 +135,7 @@ HeadlessCoding olympus_coding(std::uint64_t columns, std::uint64_t rows) {
             return Trial{};
         }
         const Bytes values = data.subspan(kSkipped);
-        const std::uint64_t tried = std::min(columns, kFirstValues);
+        const std::uint64_t tried = std::min(columns, kFirstRunValues);
         if (const std::uint64_t first = count_first_values(values, tried); first < tried) {
             return Trial{first, 0};
         }

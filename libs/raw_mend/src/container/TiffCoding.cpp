@@ -60,6 +60,11 @@ Coding coding_of(const Frame& frame, const CodingFacts& facts) {
         return is_packed(frame, facts.data_length, frame.bits) || is_packed(frame, facts.data_length, 16)
                    ? Coding::kUncompressed
                    : Coding::kHuffman;
+    case compression::kEpson:
+    case compression::kSamsung: // Several codings have this number; one is none.
+        return is_packed(frame, facts.data_length, frame.bits) || is_packed(frame, facts.data_length, 16)
+                   ? Coding::kUncompressed
+                   : Coding::kOther;
     case compression::kLossyJpeg:
         return Coding::kLossyJpeg;
     case compression::kOlympusOrPentax:

@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::uint64_t kMaxPairs = 16; ///< Of rows that are compared.
 constexpr std::size_t kMinPairs = 3;
-constexpr std::size_t kMaxUnits = 2048; ///< Of a row that are compared.
-constexpr double kMinDistance = 5;      ///< Standard deviations from the best to the second best.
-constexpr double kMinAdvantage = 0.2;   ///< The least difference of their logarithms.
-constexpr double kAsGood = 1.5;         ///< Relative misfits that are no reason to prefer one place.
+constexpr std::size_t kMaxUnits = 2048;     ///< Of a row that are compared.
+constexpr double kMinAlignmentDistance = 5; ///< Standard deviations from the best to the second best.
+constexpr double kMinAdvantage = 0.2;       ///< The least difference of their logarithms.
+constexpr double kAsGood = 1.5;             ///< Relative misfits that are no reason to prefer one place.
 constexpr double kMinRelative = 0.05;
-constexpr double kMaxMisfit = 0.16; ///< Of the range of samples; random numbers have a third.
+constexpr double kMaxRowMisfit = 0.16; ///< Of the range of samples; random numbers have a third.
 
 /// The rows of a window, read at one alignment.
 class Reading {
@@ -101,7 +101,7 @@ bool clearly_worse(const std::vector<double>& misfits, const std::vector<double>
         squares += advantage * advantage;
     }
     const double deviation = std::sqrt(std::max(squares - sum * sum / count, 0.0) + 1e-3 * count);
-    return sum / count > kMinAdvantage && sum / deviation > kMinDistance;
+    return sum / count > kMinAdvantage && sum / deviation > kMinAlignmentDistance;
 }
 
 /// Whether samples read at another place may as well be the picture, with other bits the same in all.
@@ -139,7 +139,7 @@ std::optional<unsigned> find_alignment(Bytes window, const RowGeometry& geometry
             best = reading;
         }
     }
-    if (best == readings.end() || best->misfit() > kMaxMisfit) {
+    if (best == readings.end() || best->misfit() > kMaxRowMisfit) {
         return std::nullopt;
     }
     for (auto other = readings.begin(); other != readings.end(); ++other) {

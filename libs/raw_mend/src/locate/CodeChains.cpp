@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint64_t kNever = std::uint64_t{1} << 62U; ///< Codes to the place, where no chain leads there.
 constexpr std::uint64_t kMostAfter = 24;                  ///< Codes that may end after the place.
 constexpr std::size_t kRing = 64;                         ///< More bits than any code has.
-constexpr std::size_t kMostStarts = 256;
+constexpr std::size_t kMostChainStarts = 256;
 
 /// How many codes are from each of the last bits that were visited to the place.
 class Counts {
@@ -51,7 +51,7 @@ std::vector<std::uint64_t> find_chain_starts(Bytes file, std::uint64_t place, co
     Counts counts(codes);
     for (auto at = static_cast<std::size_t>(std::min<std::uint64_t>(place, file.size())); at-- > 0;) {
         const std::uint64_t found = counts.visit_byte(file, at);
-        if (found <= count && found + kMostAfter >= count && starts.size() < kMostStarts) {
+        if (found <= count && found + kMostAfter >= count && starts.size() < kMostChainStarts) {
             starts.push_back(at);
         }
         if (at % kRing == 0 && counts.are_beyond(count)) {

@@ -10,7 +10,7 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kMostStretches = 65536;
-constexpr std::size_t kLongRun = 64;                  // Bytes of a filler.
+constexpr std::size_t kLongFiller = 64;               // Bytes of a filler.
 constexpr std::uint64_t kMostBytesPerStuffing = 8192; // About 256 is usual.
 constexpr std::uint64_t kLeastBytesPerZero = 32;      // About 256 is usual; tables have many zeros.
 
@@ -37,9 +37,9 @@ class Search {
         run_ = run_ > 0 && bytes_[at_] == bytes_[at_ - 1] ? run_ + 1 : 1;
         zeros_ += bytes_[at_] == 0 ? 1U : 0U;
         ++at_;
-        if (run_ >= kLongRun) {
-            if (run_ == kLongRun) {
-                close(at_ - kLongRun, false);
+        if (run_ >= kLongFiller) {
+            if (run_ == kLongFiller) {
+                close(at_ - kLongFiller, false);
             }
             start(at_, false);
         }

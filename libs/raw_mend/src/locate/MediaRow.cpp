@@ -10,7 +10,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kMostAlignment = 65536;
+constexpr std::uint64_t kMostTrackAlignment = 65536;
 constexpr std::size_t kMostItems = 512; // A photograph has four or five, a burst as many per shot.
 
 std::uint64_t padded(std::uint64_t length, std::uint64_t alignment) {
@@ -124,7 +124,7 @@ void MediaRow::read_spacing() {
     if (are_all(is_next)) {
         return;
     }
-    for (std::uint64_t alignment = 2; alignment <= kMostAlignment; alignment *= 2) {
+    for (std::uint64_t alignment = 2; alignment <= kMostTrackAlignment; alignment *= 2) {
         if (are_all([&](const MediaItem& one, const MediaItem& next) {
                 return one.data.offset + padded(one.data.length, alignment) == next.data.offset;
             })) {

@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint64_t kMaxRowBytes = std::uint64_t{1} << 20U;
 constexpr std::uint64_t kMaxRows = std::uint64_t{1} << 20U;
 constexpr std::uint64_t kMinUnits = 64;
-constexpr unsigned kCellBytes = 16;
+constexpr unsigned kBytesOfCell = 16;
 
 bool is_packed(Packing packing) {
     return packing == Packing::kPackedHighFirst || packing == Packing::kPackedLowFirst;
@@ -32,7 +32,7 @@ unsigned RowGeometry::group_bytes() const {
     case Packing::kBigWords:
         return 2;
     case Packing::kCells:
-        return kCellBytes;
+        return kBytesOfCell;
     default:
         return bits / std::gcd(bits, 8U);
     }

@@ -13,12 +13,13 @@ namespace raw_mend {
 namespace {
 
 constexpr std::uint64_t kMinJudgedRows = 24;
-constexpr double kMinDistance = 5;       ///< Standard deviations to the second best.
-constexpr double kMinScore = 1.5;        ///< A break scores 1 where there is none.
-constexpr double kMaxSteepness = 1.25;   ///< At the seam, a picture is as steep as elsewhere.
-constexpr std::size_t kBesideBreak = 16; ///< Units on either side of it that are judged.
-constexpr double kMaxMisfit = 0.16;      ///< Of the range of samples.
-constexpr std::uint64_t kMeasuredRows = 64;
+constexpr double kMinDistance = 5;          ///< Standard deviations to the second best.
+constexpr double kMinScore = 1.5;           ///< A break scores 1 where there is none.
+constexpr double kMaxSteepness = 1.25;      ///< At the seam, a picture is as steep as elsewhere.
+constexpr std::size_t kBesideBreak = 16;    ///< Units on either side of it that are judged.
+constexpr double kMaxMisfit = 0.16;         ///< Of the range of samples.
+constexpr std::uint64_t kMeasuredRows = 64; ///< Of a window.
+constexpr std::size_t kMostMeasured = 16;   ///< Windows of an image.
 
 struct Masks {
     bool left = false;
@@ -98,16 +99,6 @@ bool masked_to_an_end(std::span<const Bytes> windows, const RowGeometry& geometr
     return masked(0, unit) || masked(unit, units);
 }
 
-std::vector<Bytes> windows_of_image(Bytes image, const RowGeometry& geometry) {
-    std::vector<Bytes> windows;
-    const auto size = static_cast<std::size_t>(kMeasuredRows * geometry.row_bytes);
-    const std::size_t end = std::min<std::uint64_t>(image.size(), geometry.image_bytes());
-    for (std::size_t at = 0; at + size <= end; at += size) {
-        windows.push_back(image.subspan(at, size));
-    }
-    return windows;
-}
-
 /// The number of idle bits must be known: else, samples of another size at another place may fit better.
 RowPhase find_uneven(std::span<const Bytes> windows, const RowGeometry& geometry, const RowTraits& traits) {
     RowPhase result;
@@ -136,11 +127,22 @@ RowPhase find_uneven(std::span<const Bytes> windows, const RowGeometry& geometry
 
 } // namespace
 
+std::vector<Bytes> spread_windows(Bytes image, const RowGeometry& geometry) {
+    const auto size = static_cast<std::size_t>(kMeasuredRows * geometry.row_bytes);
+    const std::size_t all = std::min<std::uint64_t>(image.size(), geometry.image_bytes()) / size;
+    const std::size_t count = std::min(all, kMostMeasured);
+    std::vector<Bytes> windows;
+    for (std::size_t nth = 0; nth < count; ++nth) {
+        windows.push_back(image.subspan(nth * all / count * size, size));
+    }
+    return windows;
+}
+
 RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry) {
     if (!geometry.supported()) {
         return {};
     }
-    const std::vector<Bytes> windows = windows_of_image(image, geometry);
+    const std::vector<Bytes> windows = spread_windows(image, geometry);
     RowTraits traits;
     traits.idle_low_bits = count_idle_low_bits(windows, geometry);
     if (!geometry.is_even()) {

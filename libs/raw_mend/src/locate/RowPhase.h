@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace raw_mend {
 
@@ -28,6 +29,10 @@ struct RowTraits {
 /// Measures an intact image, which may be truncated. The break is not known if the image has no clear one, or
 /// only one that is neither the seam nor due to masked columns.
 [[nodiscard]] RowTraits measure_row_traits(Bytes image, const RowGeometry& geometry);
+
+/// At most 16 windows of 64 rows each, spread over an image: enough to show what all its rows have in common,
+/// wherever they are many. The last rows that fill no window are left out.
+[[nodiscard]] std::vector<Bytes> spread_windows(Bytes image, const RowGeometry& geometry);
 
 /// Why there is an answer or not.
 enum class PhaseFinding {

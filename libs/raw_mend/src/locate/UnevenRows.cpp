@@ -14,7 +14,7 @@ namespace raw_mend {
 namespace {
 
 constexpr std::uint64_t kMaxVotes = 96;
-constexpr std::uint64_t kMinVotes = 8;
+constexpr std::uint64_t kMinUnevenVotes = 8;
 constexpr double kTie = 1e-2;         ///< Costs per vote that are the same.
 constexpr std::uint64_t kMaxPart = 8; ///< Bytes that are the same in all rows: one in so many at most.
 
@@ -125,7 +125,7 @@ Comparison compare(const std::vector<std::vector<float>>& votes, std::size_t bes
 
 std::optional<UnevenPhase> find_uneven_phase(std::span<const Bytes> windows, const RowGeometry& geometry) {
     const std::vector<std::vector<float>> votes = votes_of(windows, geometry);
-    if (votes.size() < kMinVotes) {
+    if (votes.size() < kMinUnevenVotes) {
         return std::nullopt;
     }
     std::vector<double> sums(static_cast<std::size_t>(geometry.row_bytes));

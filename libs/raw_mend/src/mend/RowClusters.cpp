@@ -9,12 +9,12 @@ namespace raw_mend {
 
 namespace {
 
-constexpr double kForeign = 2.5;     ///< Times the difference that the surroundings have.
-constexpr double kForeignInRow = 4;  ///< The same in a cluster that is shorter than a row.
-constexpr double kEdge = 1.6;        ///< Likewise, in its first and its last sector.
-constexpr double kBeside = 1.25;     ///< Likewise: at most, in the sectors beside it.
-constexpr double kOwn = 1.6;         ///< Likewise: at most, beside a cluster.
-constexpr double kLeastShare = 0.75; ///< Of the chunks that must differ, those that do.
+constexpr double kForeign = 2.5;            ///< Times the difference that the surroundings have.
+constexpr double kForeignInRow = 4;         ///< The same in a cluster that is shorter than a row.
+constexpr double kEdge = 1.6;               ///< Likewise, in its first and its last sector.
+constexpr double kBeside = 1.25;            ///< Likewise: at most, in the sectors beside it.
+constexpr double kOwn = 1.6;                ///< Likewise: at most, beside a cluster.
+constexpr double kLeastForeignShare = 0.75; ///< Of the chunks that must differ, those that do.
 constexpr std::uint64_t kMostSmooth = std::uint64_t{1} << 16U; ///< Bytes of rows that fit one another.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20U;
 constexpr std::size_t kMostEnds = 64; ///< That are tried for one start.
@@ -47,7 +47,16 @@ class ClusterSearch {
         : differences_(image, geometry), size_(image.size()), row_(differences_.row()),
           period_(differences_.period()),
           sector_(
-              std::max<std::size_t>(1, static_cast<std::size_t>(kSectorBytes * row_ / geometry.row_bytes))) {}
+              std::max<std::size_t>(1, static_cast<std::size_t>(kSectorBytes * row_ / geometry.row_bytes))),
+          allowed_above_(differences_.size()), allowed_below_(differences_.size()) {
+        const std::size_t last = end_of_below();
+        for (std::size_t i = begin_of_above(); i < differences_.size(); ++i) {
+            allowed_above_[i] = allowed(i - row_, i - period_);
+        }
+        for (std::size_t i = 1; i < last; ++i) {
+            allowed_below_[i] = allowed(i + period_ + row_, i + period_);
+        }
+    }
 
     void add(std::uint64_t origin) {
         std::vector<std::uint64_t> ends;
@@ -96,19 +105,29 @@ class ClusterSearch {
   private:
     /// What chunks that are outside may differ by: at least a bit, so that flat surroundings need not be
     /// without any noise.
-    [[nodiscard]] double floor() const { return 0.5 + differences_.median() / 2; }
+    [[nodiscard]] float floor() const { return 0.5F + differences_.median() / 2; }
+
+    /// What a chunk may differ by, if one outside and one of its colours differ as they do.
+    [[nodiscard]] float allowed(std::size_t outside, std::size_t beside) const {
+        const float around = (differences_.vertical(outside - 1) + differences_.vertical(outside + 1)) / 2;
+        return std::max(std::max(floor(), differences_.vertical(outside)),
+                        std::max(around, differences_.horizontal(beside)));
+    }
+
+    /// The first chunk that has enough rows above it, and the end of those that have enough below.
+    [[nodiscard]] std::size_t begin_of_above() const { return 2 * period_ + 1; }
+    [[nodiscard]] std::size_t end_of_below() const {
+        return differences_.size() - std::min(differences_.size(), 2 * period_ + 1);
+    }
 
     /// The misfit of the chunks [begin, end) with those above them. The surroundings are the rows above a
     /// cluster that begins at some chunk.
     [[nodiscard]] Misfit above(std::size_t begin, std::size_t end, std::size_t cluster) const {
         Misfit misfit;
-        for (std::size_t i = std::max(begin, 2 * period_ + 1); i < std::min(end, differences_.size()); ++i) {
-            const std::size_t outside = i - (i < cluster + row_ ? row_ : period_);
-            const double allowed = std::max(
-                {floor(), double{differences_.vertical(outside)},
-                 (double{differences_.vertical(outside - 1)} + differences_.vertical(outside + 1)) / 2,
-                 double{differences_.horizontal(i - period_)}});
-            count(differences_.vertical(i), allowed, misfit);
+        for (std::size_t i = std::max(begin, begin_of_above()); i < std::min(end, differences_.size()); ++i) {
+            const bool is_beside = i < cluster + row_;
+            count(differences_.vertical(i), is_beside ? allowed_above_[i] : allowed(i - period_, i - period_),
+                  misfit);
         }
         return misfit;
     }
@@ -116,14 +135,10 @@ class ClusterSearch {
     /// The same with those below; the surroundings are the rows below a cluster that ends at some chunk.
     [[nodiscard]] Misfit below(std::size_t begin, std::size_t end, std::size_t cluster) const {
         Misfit misfit;
-        const std::size_t last = differences_.size() - std::min(differences_.size(), 2 * period_ + 1);
-        for (std::size_t i = begin; i < std::min(end, last); ++i) {
-            const std::size_t outside = i + period_ + (i + row_ >= cluster ? row_ : period_);
-            const double allowed = std::max(
-                {floor(), double{differences_.vertical(outside)},
-                 (double{differences_.vertical(outside - 1)} + differences_.vertical(outside + 1)) / 2,
-                 double{differences_.horizontal(i + period_)}});
-            count(differences_.vertical(i + period_), allowed, misfit);
+        for (std::size_t i = begin; i < std::min(end, end_of_below()); ++i) {
+            const bool is_beside = i + row_ >= cluster;
+            count(differences_.vertical(i + period_),
+                  is_beside ? allowed_below_[i] : allowed(i + 2 * period_, i + period_), misfit);
         }
         return misfit;
     }
@@ -135,40 +150,76 @@ class ClusterSearch {
         ++misfit.chunks;
     }
 
-    /// The first sector of a cluster that begins at a chunk, and the last of one that ends there.
-    [[nodiscard]] Misfit start_of(std::size_t chunk) const {
-        return above(chunk + 1, chunk + sector_, chunk);
+    /// Whether the chunks [begin, end) differ by more than so many times what is allowed from those above
+    /// them, the rows directly above them being outside.
+    [[nodiscard]] bool differs_above(std::size_t begin, std::size_t end, double limit) const {
+        double sum = 0;
+        double allowed = 0;
+        for (std::size_t i = std::max(begin, begin_of_above()); i < std::min(end, differences_.size()); ++i) {
+            sum += differences_.vertical(i);
+            allowed += allowed_above_[i];
+        }
+        return sum > limit * allowed;
     }
-    [[nodiscard]] Misfit end_of(std::size_t chunk) const { return below(chunk - sector_, chunk, chunk); }
+
+    /// The same with those below.
+    [[nodiscard]] bool differs_below(std::size_t begin, std::size_t end, double limit) const {
+        double sum = 0;
+        double allowed = 0;
+        for (std::size_t i = begin; i < std::min(end, end_of_below()); ++i) {
+            sum += differences_.vertical(i + period_);
+            allowed += allowed_below_[i];
+        }
+        return sum > limit * allowed;
+    }
+
+    /// Whether the first sector of a cluster that begins at a chunk differs, and the last of one that ends
+    /// there.
+    [[nodiscard]] bool has_start(std::size_t chunk, double limit) const {
+        return differs_above(chunk + 1, chunk + sector_, limit);
+    }
+    [[nodiscard]] bool has_end(std::size_t chunk, double limit) const {
+        return differs_below(chunk - sector_, chunk, limit);
+    }
 
     [[nodiscard]] bool is_start(std::uint64_t at) const {
         const std::size_t chunk = differences_.chunk_of(at);
-        return chunk >= sector_ && start_of(chunk).is_over(kEdge) &&
-               !above(chunk - sector_, chunk, chunk).is_over(kBeside);
+        return chunk >= sector_ && has_start(chunk, kEdge) && !differs_above(chunk - sector_, chunk, kBeside);
     }
 
     [[nodiscard]] bool is_end(std::uint64_t at) const {
         const std::size_t chunk = differences_.chunk_of(at);
-        return chunk >= sector_ && end_of(chunk).is_over(kEdge) &&
-               !below(chunk + 1, chunk + sector_, chunk).is_over(kBeside);
+        return chunk >= sector_ && has_end(chunk, kEdge) &&
+               !differs_below(chunk + 1, chunk + sector_, kBeside);
     }
 
+    /// What takes longest comes last.
     void judge(const ImageRange& range) {
         const std::size_t begin = differences_.chunk_of(range.begin);
         const std::size_t end = differences_.chunk_of(range.end);
-        const Misfit first = above(begin + 1, std::min(end, begin + period_), begin);
-        const Misfit last = below(std::max(begin + 1, end - std::min(end, period_)), end, end);
+        if (!has_clear_ends(begin, end)) {
+            return;
+        }
         const bool is_short = end - begin < row_;
-        const bool has_clear_start = start_of(begin).is_over(kForeign);
-        const bool has_clear_end = end_of(end).is_over(kForeign);
-        const bool is_clear =
-            end - begin < period_ ? has_clear_start && has_clear_end : has_clear_start || has_clear_end;
         const double least = is_short ? kForeignInRow : kForeign;
-        if (is_clear && first.is_over(least) && last.is_over(least) && first.share() >= kLeastShare &&
-            last.share() >= kLeastShare && (!is_short || is_between_own(begin, end)) &&
+        const auto is_foreign = [least](const Misfit& misfit) {
+            return misfit.is_over(least) && misfit.share() >= kLeastForeignShare;
+        };
+        const Misfit first = above(begin + 1, std::min(end, begin + period_), begin);
+        if (!is_foreign(first)) {
+            return;
+        }
+        const Misfit last = below(std::max(begin + 1, end - std::min(end, period_)), end, end);
+        if (is_foreign(last) && (!is_short || is_between_own(begin, end)) &&
             (range.length() <= kMostSmooth || is_rough(begin, end))) {
             candidates_.push_back({range, weigh(range, first, last)});
         }
+    }
+
+    [[nodiscard]] bool has_clear_ends(std::size_t begin, std::size_t end) const {
+        const bool has_clear_start = has_start(begin, kForeign);
+        const bool needs_both = end - begin < period_;
+        return has_clear_start != needs_both ? has_clear_start : has_end(end, kForeign);
     }
 
     /// Whether the rows of a long cluster differ from one another as much as from those around it: noise, or
@@ -203,7 +254,9 @@ class ClusterSearch {
     std::uint64_t size_;
     std::size_t row_;
     std::size_t period_;
-    std::size_t sector_; ///< Chunks of a sector, cut.
+    std::size_t sector_;               ///< Chunks of a sector, cut.
+    std::vector<float> allowed_above_; ///< By chunk, with the row above it outside.
+    std::vector<float> allowed_below_; ///< The same with the row below.
     std::vector<Candidate> candidates_;
 };
 

@@ -1,6 +1,7 @@
 #include "mend/RowImage.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace raw_mend {
 
@@ -217,16 +218,23 @@ void add_lost(const std::vector<ImageRange>& ranges, RowImage& image) {
 }
 
 std::vector<ImageRange> find_filler_runs(Bytes image) {
+    constexpr std::size_t kBlock = kSectorBytes / 2; // A run of a sector has a whole one.
     std::vector<ImageRange> runs;
-    for (std::size_t begin = 0; begin < image.size();) {
-        const unsigned char value = image[begin];
-        const auto rest = image.subspan(begin);
-        const auto other = std::ranges::find_if(rest, [&](unsigned char byte) { return byte != value; });
-        const std::size_t end = begin + static_cast<std::size_t>(other - rest.begin());
+    for (std::size_t block = 0; block + kBlock <= image.size();) {
+        const unsigned char value = image[block];
+        const auto is_other = [value](unsigned char byte) { return byte != value; };
+        const auto from = image.begin() + static_cast<std::ptrdiff_t>(block);
+        if (std::any_of(from, from + kBlock, is_other)) {
+            block += kBlock;
+            continue;
+        }
+        const auto end = static_cast<std::size_t>(std::find_if(from, image.end(), is_other) - image.begin());
+        const auto before = std::find_if(std::reverse_iterator(from), image.rend(), is_other);
+        const auto begin = static_cast<std::size_t>(before.base() - image.begin());
         if (end - begin >= kSectorBytes) {
             runs.push_back({begin, end});
         }
-        begin = end;
+        block = (end + kBlock - 1) / kBlock * kBlock;
     }
     return runs;
 }

@@ -11,9 +11,9 @@ namespace raw_mend {
 namespace {
 
 /// The images of the sample's geometry in a damaged file.
-class Rows {
+class FittingRowsSearch {
   public:
-    Rows(Bytes damaged, const Sample& sample)
+    FittingRowsSearch(Bytes damaged, const Sample& sample)
         : damaged_(damaged), sample_(sample), length_(sample.range().length) {
         const SamplePlace place{sample.rows->extent.offset, sample.bytes_after()};
         found_ = find_row_extent(damaged, sample.rows->geometry, sample.traits, place);
@@ -85,7 +85,7 @@ class Rows {
 
 std::optional<FoundImage> find_fitting_rows(Bytes damaged, const Sample& sample) {
     const bool is_single = sample.rows && !has_twin(sample.description);
-    return is_single ? Rows(damaged, sample).choose() : std::nullopt;
+    return is_single ? FittingRowsSearch(damaged, sample).choose() : std::nullopt;
 }
 
 } // namespace raw_mend

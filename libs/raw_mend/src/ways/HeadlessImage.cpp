@@ -183,11 +183,11 @@ class HeadlessSearch {
     /// Whether something besides the data shows that they begin there. If their first bytes are lost, what
     /// precedes the others may decode too.
     [[nodiscard]] bool is_at_a_start(const Decoded& decoded, std::uint64_t alike) const {
-        constexpr std::uint64_t kSector = 512;
+        constexpr std::uint64_t kSectorLength = 512;
         const std::uint64_t start = decoded.data.offset;
         const auto filler_end = std::ranges::lower_bound(filler_ends_, start);
         return decoded.is_expected || (filler_end != filler_ends_.end() && *filler_end - start <= alike) ||
-               (start % kSector == 0 && sample_.range().offset % kSector == 0);
+               (start % kSectorLength == 0 && sample_.range().offset % kSectorLength == 0);
     }
 
     template <typename Predicate>

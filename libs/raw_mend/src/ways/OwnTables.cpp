@@ -6,12 +6,13 @@
 #include "container/Likeness.h"
 #include "locate/ImageContent.h"
 #include "ways/CrxTracks.h"
+#include "ways/DeflatedPieces.h"
 #include "ways/FujiStream.h"
 
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
-#include <functional>
+#include <cstring>
 #include <utility>
 
 namespace raw_mend {
@@ -24,9 +25,19 @@ constexpr unsigned kMostHeaders = 32; // Previews begin with headers of their ow
 /// Where the sample's first bytes are, from an offset on; the size of the file if they are not there.
 std::size_t find_header(Bytes damaged, const Sample& sample, std::size_t from) {
     const Bytes signature = sample.file.first(std::min<std::size_t>(sample.file.size(), kSignature));
-    const auto found = std::search(damaged.begin() + static_cast<std::ptrdiff_t>(from), damaged.end(),
-                                   std::boyer_moore_horspool_searcher(signature.begin(), signature.end()));
-    return static_cast<std::size_t>(found - damaged.begin());
+    while (damaged.size() - from >= signature.size()) {
+        const std::size_t places = damaged.size() - from - signature.size() + 1;
+        const void* const first = std::memchr(damaged.data() + from, signature.front(), places);
+        if (first == nullptr) {
+            break;
+        }
+        from = static_cast<std::size_t>(static_cast<const unsigned char*>(first) - damaged.data());
+        if (std::memcmp(first, signature.data(), signature.size()) == 0) {
+            return from;
+        }
+        ++from;
+    }
+    return damaged.size();
 }
 
 bool is_whole_stream(Bytes file, const Extent& extent) {
@@ -72,12 +83,19 @@ Judgement judge_cells(Bytes file, const Image& image) {
     return all ? Judgement::kProved : Judgement::kRefuted;
 }
 
+/// Of an image with many rows, a part of them: where they begin shows in few.
+std::vector<Bytes> windows_of(Bytes image, const RowGeometry& geometry) {
+    constexpr std::uint64_t kManyRows = 1024;
+    return geometry.rows > kManyRows ? spread_windows(image, geometry) : std::vector{image};
+}
+
 Judgement judge_rows(Bytes file, const Image& image, const Sample& sample) {
     const auto rows = rows_of(image);
     if (!rows || !sample.rows || rows->extent.length != sample.rows->extent.length) {
         return rows.has_value() == sample.rows.has_value() ? Judgement::kPossible : Judgement::kRefuted;
     }
-    const auto phase = find_row_phase(rows->extent.of(file), rows->geometry, sample.traits).phase;
+    const auto windows = windows_of(rows->extent.of(file), rows->geometry);
+    const auto phase = find_row_phase(windows, rows->geometry, sample.traits).phase;
     return !phase ? Judgement::kPossible : *phase == 0 ? Judgement::kProved : Judgement::kRefuted;
 }
 
@@ -112,6 +130,9 @@ Judgement judge(Bytes file, const Description& own, const Sample& sample) {
     }
     if (coding == Coding::kFujiLossless) {
         return has_whole_fuji_stream(file, own, sample) ? Judgement::kProved : Judgement::kRefuted;
+    }
+    if (coding == Coding::kDeflate && has_whole_deflated_pieces(file, image, sample)) {
+        return Judgement::kProved;
     }
     if (sample.has_cells) {
         return judge_cells(file, image);

@@ -1,6 +1,7 @@
 #include "ways/SamplePlaces.h"
 
 #include "coding/Cells.h"
+#include "coding/ZlibStream.h"
 #include "locate/ImageContent.h"
 #include "ways/Layouts.h"
 
@@ -21,13 +22,6 @@ bool has_heads(Coding coding) {
     default:
         return false;
     }
-}
-
-/// Whether a zlib stream may begin so: deflate, a sensible window, no dictionary, and the check bits.
-bool may_be_zlib(Bytes piece) {
-    constexpr unsigned kDictionary = 0x20;
-    return piece.size() > 2 && (piece[0] & 0x8FU) == 8 && (piece[1] & kDictionary) == 0 &&
-           (piece[0] * 256U + piece[1]) % 31 == 0;
 }
 
 class Guess {

@@ -48,10 +48,11 @@ class TornRowsSearch {
         if (segments.segments.empty()) {
             return std::nullopt;
         }
-        image_ = assemble_rows(damaged_, geometry_, segments);
-        if (!remove_foreign(segments, front->header) && is_whole(segments, front->start)) {
+        if (is_whole(segments, front->start) && is_intact(segments, *front)) {
             return std::nullopt;
         }
+        image_ = assemble_rows(damaged_, geometry_, segments);
+        remove_foreign(segments, front->header);
         fill_lost_rows(geometry_, rows_of_piece(), filling, image_);
         return describe(*front, segments);
     }
@@ -66,22 +67,30 @@ class TornRowsSearch {
         return cells && cells->proved == cells->pieces.size();
     }
 
+    /// Whether there is nothing foreign in an image that is in one place.
+    [[nodiscard]] bool is_intact(const RowSegments& segments, const RowFront& front) const {
+        const Bytes image = Extent{static_cast<std::uint64_t>(front.start), length_}.of(damaged_);
+        return find_filler(image).empty() && find_clusters(image, sectors_of(segments, front.header)).empty();
+    }
+
+    /// Nothing if the camera writes such runs itself.
+    [[nodiscard]] std::vector<ImageRange> find_filler(Bytes image) const {
+        auto runs = find_filler_runs(image);
+        const bool is_usual =
+            !runs.empty() && !find_filler_runs(sample_.rows->extent.of(sample_.file)).empty();
+        return is_usual ? std::vector<ImageRange>{} : std::move(runs);
+    }
+
     /// What is not the photograph's own in the place of what is: put back if that is elsewhere, else lost.
-    /// Whether there is any.
-    bool remove_foreign(const RowSegments& segments, std::uint64_t header) {
-        if (find_filler_runs(sample_.rows->extent.of(sample_.file)).empty()) {
-            std::vector<ImageRange> filler = find_filler_runs(image_.bytes);
-            remove_ranges(image_.lost, filler);
-            has_foreign_ = !filler.empty();
-            add_lost(filler, image_);
-        }
+    void remove_foreign(const RowSegments& segments, std::uint64_t header) {
+        std::vector<ImageRange> filler = find_filler(image_.bytes);
+        remove_ranges(image_.lost, filler);
+        add_lost(filler, image_);
         RowImage filled = image_; // What is lost must not look foreign.
         fill_lost_rows(geometry_, rows_of_piece(), Filling::kNeighbours, filled);
         auto clusters = find_clusters(filled.bytes, sectors_of(segments, header));
         remove_ranges(filled.lost, clusters);
-        has_foreign_ = has_foreign_ || !clusters.empty();
         add_lost(exchange_clusters(geometry_, clusters, image_.bytes), image_);
-        return has_foreign_;
     }
 
     /// In all rows together, or in each tile: the rows of one do not continue those of another.
@@ -248,8 +257,8 @@ class TornRowsSearch {
                 starts.push_back(start);
             }
         }
-        constexpr std::size_t kMostStarts = 8;
-        starts.resize(std::min(starts.size(), kMostStarts));
+        constexpr std::size_t kMostFronts = 8;
+        starts.resize(std::min(starts.size(), kMostFronts));
         for (const std::int64_t start : starts) {
             RowFront front{start, static_cast<std::uint64_t>(start - in_sample)};
             if (is_torn(front)) {
@@ -261,9 +270,9 @@ class TornRowsSearch {
 
     /// Whether sectors are lost or put in between the first rows and the last.
     [[nodiscard]] bool is_torn(const RowFront& front) const {
-        constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
+        constexpr auto kSectorLength = static_cast<std::int64_t>(kSectorBytes);
         const auto back = back_of(front.start);
-        if (!back || *back == front.start || (*back - front.start) % kSector != 0) {
+        if (!back || *back == front.start || (*back - front.start) % kSectorLength != 0) {
             return false;
         }
         const RowSegments segments = find_segments(front);
@@ -329,7 +338,6 @@ class TornRowsSearch {
     std::uint64_t length_;
     std::vector<PhasePiece> pieces_;
     RowImage image_;
-    bool has_foreign_ = false;
 };
 
 } // namespace

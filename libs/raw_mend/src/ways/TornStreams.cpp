@@ -21,7 +21,7 @@ constexpr std::size_t kMostExchanged = 8;
 
 /// In a single stream of fewer rows, damage is noticed up to a seventh of the picture too late, so that
 /// nothing can be promised of it: it is left as it is found.
-constexpr unsigned kFewRows = 1000;
+constexpr unsigned kFewStreamRows = 1000;
 
 class TornStreams {
   public:
@@ -75,7 +75,7 @@ class TornStreams {
             ++image_.proved;
         }
         const std::size_t count = StreamFrame(head).count();
-        const bool is_late = !stream.is_exact && image_.pieces.size() == 1 && head.height < kFewRows;
+        const bool is_late = !stream.is_exact && image_.pieces.size() == 1 && head.height < kFewStreamRows;
         if (forget_doubt(piece) || is_late) {
             stream.doubtful = outside(stream.lost, {0, count});
         }
@@ -130,7 +130,9 @@ bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vecto
 }
 
 void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
-    if (sample.description.raw.frame.coding == Coding::kLosslessJpeg && image.way == Way::kCodedHeads) {
+    const bool is_whole = image.proved == image.pieces.size() && image.proved > kMostExchanged;
+    if (!is_whole && sample.description.raw.frame.coding == Coding::kLosslessJpeg &&
+        image.way == Way::kCodedHeads) {
         TornStreams(damaged, sample, filling, image).mend();
     }
 }

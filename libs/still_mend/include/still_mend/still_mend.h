@@ -66,7 +66,9 @@ enum {
      * are the camera's, bit for bit. */
     STILL_MEND_REENCODED = 256,
     /** Tables, or size and sampling, were taken from the sample. */
-    STILL_MEND_FROM_SAMPLE = 512
+    STILL_MEND_FROM_SAMPLE = 512,
+    /** A transfer in text mode had put CR before each LF of the file. That was undone. */
+    STILL_MEND_TEXT_MODE_UNDONE = 1024
 };
 
 /** first_bad_byte of a picture that has none. */

@@ -42,13 +42,14 @@ Assessment assess_scans(Bytes file, const Hypothesis& hypothesis) {
 } // namespace
 
 std::uint64_t Assessment::score() const {
-    const std::size_t estimated = hypothesis.is_estimated() ? guessed / 2 : 0;
-    return static_cast<std::uint64_t>(own + estimated) * hypothesis.candidate.frame->mcu_area();
+    return static_cast<std::uint64_t>(own + guessed / 2) * hypothesis.candidate.frame->mcu_area();
 }
 
 bool Assessment::deliverable() const {
     constexpr std::size_t kLeastShare = 50; // One MCU in fifty.
-    const std::size_t shown = own + (multi_scan || hypothesis.is_estimated() ? guessed : 0);
+    // Tables of another picture make something that is placed by chance of any data.
+    const bool own_tables = !hypothesis.tables_borrowed && !hypothesis.tables_standard;
+    const std::size_t shown = own + (own_tables || multi_scan || hypothesis.is_estimated() ? guessed : 0);
     return shown > 0 && shown >= total / kLeastShare && !noise;
 }
 

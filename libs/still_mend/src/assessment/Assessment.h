@@ -36,8 +36,8 @@ struct Assessment {
     std::size_t end = 0;         ///< One after the last byte of the picture, EOI included.
     std::size_t first_bad = 0;   ///< About where it is damaged, unless it is whole.
 
-    /// The pixels that are the photographer's own: what candidates are ranked by. Those whose brightness or
-    /// contrast is an estimate count half.
+    /// The pixels that are the photographer's own: what candidates are ranked by. Those whose place or level
+    /// is not certain count half.
     [[nodiscard]] std::uint64_t score() const;
     /// Too little, or noise.
     [[nodiscard]] bool deliverable() const;

@@ -64,7 +64,6 @@ class SequentialAssessment {
             result_.interval_inferred = true;
             return;
         }
-        result_.runs.clear();
         place();
         if (result_.own <= before.own) {
             result_ = before;
@@ -83,7 +82,26 @@ class SequentialAssessment {
         Canvas canvas(survey.traces, candidate.frame->mcus_wide(), data_.total);
         const auto placements = place(survey, canvas);
         result_.hypothesis.candidate.tables.restart_interval = data_.interval;
+        take(survey, placements, canvas);
+        if (result_.noise && result_.own > 0 && result_.guessed > 0) {
+            take_sure(survey, placements);
+        }
+    }
+
+    /// What is sure may be a picture although the rest of what was placed is noise.
+    void take_sure(const Survey& survey, std::vector<Placement> placements) {
+        std::erase_if(placements, [](const Placement& placement) { return !placement.sure; });
+        Canvas canvas(survey.traces, result_.hypothesis.candidate.frame->mcus_wide(), data_.total);
+        for (const auto& placement : placements) {
+            canvas.put(placement.position, survey.runs[placement.run].trace + placement.skip, placement.count,
+                       placement.level);
+        }
+        take(survey, placements, canvas);
+    }
+
+    void take(const Survey& survey, const std::vector<Placement>& placements, const Canvas& canvas) {
         count(placements);
+        result_.runs.clear();
         for (const auto& placement : placements) {
             const Run& run = survey.runs[placement.run];
             result_.runs.push_back({run.start, run.dc_known, placement});
@@ -110,7 +128,8 @@ class SequentialAssessment {
             for (std::size_t position = placement.position; position < last; ++position) {
                 if (!counted[position]) {
                     counted[position] = true;
-                    ++(placement.sure ? result_.own : result_.guessed);
+                    const bool certain = placement.sure && position - placement.position < placement.certain;
+                    ++(certain ? result_.own : result_.guessed);
                 }
             }
         });
@@ -118,7 +137,7 @@ class SequentialAssessment {
 
     void judge(const Survey& survey, const std::vector<Placement>& placements, const Canvas& canvas) {
         const std::size_t intervals = data_.interval == 0 ? 1 : (data_.total - 1) / data_.interval + 1;
-        const bool in_order = data_.from_start && result_.own == result_.total &&
+        const bool in_order = data_.from_start && result_.own + result_.guessed == result_.total &&
                               placements.size() == intervals && survey.runs.size() >= intervals &&
                               ends_in_order(survey, placements);
         result_.eoi_found = !survey.runs.empty() && survey.runs.back().at_eoi;
@@ -131,6 +150,7 @@ class SequentialAssessment {
         }
         // Every bit to the last is in its place, which never happens in noise.
         result_.noise = !(in_order && survey.runs[placements.back().run].closes) && !decodes_to_end(survey) &&
+                        !begins_with_own_tables(survey, placements) &&
                         (is_noise(canvas.roughness()) || hardly_closes(survey, placements));
     }
 
@@ -144,6 +164,17 @@ class SequentialAssessment {
         const Run& run = survey.runs.back();
         return run.at_eoi && run.count >= kLeastRun &&
                run.end - run.begin >= (survey.end - data_.first) / 10 * 9;
+    }
+
+    /// Whether all that was placed is one long run from the first byte on, decoded with the picture's own
+    /// tables: noise breaks off much sooner.
+    [[nodiscard]] bool begins_with_own_tables(const Survey& survey,
+                                              const std::vector<Placement>& placements) const {
+        constexpr std::size_t kLeastRun = 512;
+        const Hypothesis& hypothesis = result_.hypothesis;
+        return data_.interval == 0 && data_.from_start && !hypothesis.tables_borrowed &&
+               !hypothesis.tables_standard && placements.size() == 1 && placements[0].count >= kLeastRun &&
+               survey.runs[placements[0].run].dc_known;
     }
 
     /// Whether most of what was placed comes from intervals that do not end where they must. Damage breaks
@@ -189,7 +220,7 @@ class SequentialAssessment {
         std::vector<std::size_t> kept(survey.runs.size(), 0);
         for (const auto& placement : placements) {
             if (placement.skip == 0) {
-                kept[placement.run] = placement.count;
+                kept[placement.run] = std::min(placement.count, placement.certain);
             }
         }
         for (std::size_t index = 0; index < survey.runs.size(); ++index) {

@@ -119,6 +119,11 @@ int McuTraces::level_down(std::size_t above, std::size_t below, std::size_t comp
     return data_[above * stride_ + means + 1] - data_[below * stride_ + means];
 }
 
+bool McuTraces::is_same(std::size_t mcu, const McuTraces& other, std::size_t other_mcu) const {
+    Work::add(1);
+    return std::ranges::equal(part(mcu, 0, stride_), other.part(other_mcu, 0, stride_));
+}
+
 McuTraces::Brightness McuTraces::brightness_of(std::size_t mcu) const {
     const auto [least, most] = std::ranges::minmax(part(mcu, 0, 2 * (across_ + down_)));
     return {least, most};

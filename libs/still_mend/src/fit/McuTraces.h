@@ -36,6 +36,9 @@ class McuTraces {
     [[nodiscard]] int level_down(std::size_t above, std::size_t below) const;
     [[nodiscard]] int level_right(std::size_t left, std::size_t right) const;
 
+    /// Whether an MCU has the same trace as one of other traces of the same picture.
+    [[nodiscard]] bool is_same(std::size_t mcu, const McuTraces& other, std::size_t other_mcu) const;
+
     /// The darkest and the brightest of the samples along the borders, in sixteenths of a level.
     struct Brightness {
         int least = 0;

@@ -125,7 +125,7 @@ std::vector<Hypothesis> complete_header(Bytes file, const PictureCandidate& cand
         }
         borrowed.from_sample = sibling.of_sample;
         borrowed.tables_borrowed = fill_missing(filled.tables.quant, sibling.tables.quant);
-        borrowed.quant_guessed = borrowed.tables_borrowed && sibling.of_sample;
+        borrowed.quant_guessed = borrowed.tables_borrowed; // A thumbnail often has others.
         Hypothesis with_standard = borrowed;
         const bool dc = fill_missing(filled.tables.dc, sibling.tables.dc);
         const bool ac = fill_missing(filled.tables.ac, sibling.tables.ac);

@@ -3,6 +3,7 @@
 #include "sequential/BreakSearch.h"
 #include "sequential/GapEstimate.h"
 #include "sequential/RowFit.h"
+#include "sequential/SeamSearch.h"
 #include "sequential/SlipSearch.h"
 #include "sequential/Smoothness.h"
 
@@ -63,6 +64,13 @@ class PlainPlacement {
     PlainPlacement(const ScanData& data, const Survey& survey, Canvas& canvas)
         : data_(data), survey_(survey), canvas_(canvas), wide_(canvas.wide()), typical_(typical_step(survey)),
           fit_(canvas, typical_), slips_(survey.traces, canvas.wide()), gaps_(survey) {}
+
+    /// Places the only run, of which nothing but the end may be missing.
+    std::vector<Placement> place_run() {
+        const Run& run = survey_.runs[0];
+        put({0, run.trace, run.trace + run.count}, 0, {}, true);
+        return std::move(placements_);
+    }
 
     std::vector<Placement> place() {
         auto parts = find_unbroken_parts(survey_, wide_, data_.total, typical_);
@@ -173,7 +181,7 @@ class PlainPlacement {
             position += covered;
         }
         const auto fit = fit_.at(part, position, data_.total / wide_);
-        put_fitting(part, position, fit ? fit->level : last_.level, true);
+        put_fitting(part, position, fit ? fit->level : last_.level, fit.has_value());
     }
 
     /// Places a part of a different run from the last one: about as many MCUs are lost as the bytes suggest.
@@ -260,11 +268,13 @@ class PlainPlacement {
         put({part.run, last_.part.last, part.last}, last_.reached(), last_.level, sure);
     }
 
-    /// Puts a part without its first MCUs, as far as these do not fit.
+    /// Puts a part without its first MCUs, as far as these do not fit. It is sure if its level is, too.
     void put_fitting(const RunPart& part, std::size_t position, const Levels& level, bool sure) {
         const std::size_t misfits = fit_.misfits_before(part, position, level);
         if (misfits < part.size()) {
-            put({part.run, part.first + misfits, part.last}, position + misfits, level, sure);
+            const RunPart rest{part.run, part.first + misfits, part.last};
+            const bool known = sure && fit_.proves_level(rest, position + misfits, level);
+            put(rest, position + misfits, level, known);
         }
     }
 
@@ -273,10 +283,45 @@ class PlainPlacement {
             return;
         }
         const std::size_t count = std::min(part.size(), data_.total - position);
-        const Run& run = survey_.runs[part.run];
-        placements_.push_back({part.run, part.first - run.trace, count, position, level, sure});
-        canvas_.put(position, part.first, count, level);
         last_ = {part, position, level, sure};
+        put_levelled({part.first, part.first + count, position, wide_},
+                     find_level_jumps(survey_.traces, {part.first, part.first + count, position, wide_}));
+    }
+
+    /// Puts a stretch of the last part in pieces, each with the level that the jumps before it leave.
+    void put_levelled(Stretch rest, const std::vector<LevelJump>& jumps) {
+        const std::size_t seam =
+            find_seam(survey_.traces, rest, !is_undisturbed(survey_.runs[last_.part.run]))
+                .value_or(rest.last);
+        for (std::size_t index = 0; index <= jumps.size(); ++index) {
+            const std::size_t last = index < jumps.size() ? jumps[index].trace : rest.last;
+            put_piece({rest.first, last, rest.position, wide_}, seam);
+            rest.position += last - rest.first;
+            rest.first = last;
+            if (index < jumps.size()) {
+                last_.sure = false;
+                for (std::size_t component = 0; component < last_.level.size(); ++component) {
+                    last_.level[component] += jumps[index].change[component];
+                }
+            }
+        }
+        last_.sure = last_.sure && seam == rest.last;
+    }
+
+    /// Whether a run shows no sign of damage.
+    [[nodiscard]] bool is_undisturbed(const Run& run) const {
+        return run.dc_known && (run.count == data_.total || run.cut);
+    }
+
+    void put_piece(const Stretch& piece, std::size_t seam) {
+        if (piece.size() == 0) {
+            return;
+        }
+        const Run& run = survey_.runs[last_.part.run];
+        const std::size_t certain = std::max(seam, piece.first) - piece.first;
+        placements_.push_back({last_.part.run, piece.first - run.trace, piece.size(), piece.position,
+                               last_.level, last_.sure && certain > 0, certain});
+        canvas_.put(piece.position, piece.first, piece.size(), last_.level);
     }
 
     /// Shows what precedes a break: it looks rough for some MCUs, but may be good.
@@ -320,8 +365,7 @@ std::vector<Placement> place_plain(const ScanData& data, const Survey& survey, C
         const bool whole = run.count == data.total;
         // Nothing happened except that the end is missing.
         if (run.dc_known && (whole || run.cut)) {
-            canvas.put(0, run.trace, run.count);
-            return {{0, 0, run.count, 0, {}}};
+            return PlainPlacement(data, survey, canvas).place_run();
         }
     }
     return PlainPlacement(data, survey, canvas).place();

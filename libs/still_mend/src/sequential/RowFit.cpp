@@ -12,7 +12,9 @@ namespace {
 
 constexpr std::size_t kLeastPairs = 8; // MCUs compared, or a whole row.
 constexpr double kMostUnusual = 6;     // A step counts as at most this many usual ones: it may be an edge.
-constexpr double kNeighbours = 4;      // This many neighbours count as one: their steps are nearly the same.
+constexpr std::size_t kPairsForLevel = 24; // MCUs compared to prove a level, or a whole row.
+constexpr double kDeviations = 3;          // Of the median from the mean: two standard deviations.
+constexpr double kNeighbours = 4; // This many neighbours count as one: their steps are nearly the same.
 
 } // namespace
 
@@ -42,6 +44,29 @@ std::optional<RowFit::Fit> RowFit::at(const RunPart& part, std::size_t position,
 std::optional<RowFit::Fit> RowFit::at_level(const RunPart& part, std::size_t position, const Levels& level) {
     const auto pairs = pairs_at(part, position, kRows);
     return are_enough(pairs) ? std::optional(fit_of(part, position, pairs, level)) : std::nullopt;
+}
+
+bool RowFit::proves_level(const RunPart& part, std::size_t position, const Levels& level) const {
+    const auto pairs = pairs_at(part, position, 1);
+    if (pairs.size() < std::min(kPairsForLevel, wide_)) {
+        return false;
+    }
+    std::vector<double> off;
+    for (std::size_t component = 0; component < traces_.components(); ++component) {
+        const double step = traces_.step_of_dc(component);
+        off.clear();
+        for (const auto& pair : pairs) {
+            const double wanted = traces_.level_down(canvas_.trace(pair.above), pair.below, component);
+            const double shift = canvas_.level(pair.above)[component] - level[component];
+            off.push_back(std::abs(wanted + shift * step));
+        }
+        const double error =
+            kDeviations * median(off) * std::sqrt(kNeighbours / static_cast<double>(off.size()));
+        if (error > std::max(static_cast<double>(kLevel), step / 2)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 std::size_t RowFit::misfits_before(const RunPart& part, std::size_t position, const Levels& level) const {

@@ -36,6 +36,9 @@ class RowFit {
     /// The same with this level.
     [[nodiscard]] std::optional<Fit> at_level(const RunPart& part, std::size_t position, const Levels& level);
 
+    /// Whether a level is certain to about one: the MCUs directly above a part at a position agree on it.
+    [[nodiscard]] bool proves_level(const RunPart& part, std::size_t position, const Levels& level) const;
+
     /// How many of the first MCUs of a part do not fit there: the decoder was not in step yet.
     [[nodiscard]] std::size_t misfits_before(const RunPart& part, std::size_t position,
                                              const Levels& level) const;

@@ -1,0 +1,259 @@
+#include "judge/OtherPhotographs.h"
+
+#include "files/FileBytes.h"
+#include "judge/PixelSigns.h"
+#include "platform/MappedFile.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace plate_mend::host {
+
+namespace {
+
+using namespace std::string_view_literals;
+using Bytes = std::span<const unsigned char>;
+
+/// What photographs begin with, and how many bytes before.
+struct Beginning {
+    std::string_view text;
+    std::size_t before = 0;
+};
+
+constexpr std::array kBeginnings = {
+    Beginning{"II*\0"sv}, Beginning{"MM\0*"sv},           Beginning{"IIRO"sv},  Beginning{"IIRS"sv},
+    Beginning{"MMOR"sv},  Beginning{"FUJIFILMCCD-RAW"sv}, Beginning{"IIU\0"sv}, Beginning{"ftypcrx "sv, 4}};
+
+constexpr std::size_t kMostOpened = 32;      ///< Beginnings; those of Exif and of maker notes do not open.
+constexpr std::size_t kMostUnpacked = 4;     ///< Each is decoded as a whole.
+constexpr std::uint64_t kNeedleBytes = 4096; ///< By which the image is found in the damaged file.
+
+/// What of an image must fit into what follows another for it to be one: three quarters, since coded images
+/// differ in length.
+bool may_be_image(std::uint64_t bytes, std::uint64_t image) {
+    return image != 0 && bytes >= image / 4 * 3;
+}
+
+bool follows_exif(Bytes bytes, std::size_t at) {
+    constexpr std::string_view kExif = "Exif\0\0"sv;
+    return at >= kExif.size() && std::equal(kExif.begin(), kExif.end(),
+                                            bytes.begin() + static_cast<std::ptrdiff_t>(at - kExif.size()));
+}
+
+/// Offsets, ascending.
+std::vector<std::size_t> find_beginnings(Bytes bytes) {
+    std::vector<std::size_t> places;
+    for (const auto& [text, before] : kBeginnings) {
+        auto at = bytes.begin();
+        while (places.size() < kMostOpened) {
+            at = std::search(at, bytes.end(), text.begin(), text.end());
+            const auto offset = static_cast<std::size_t>(at - bytes.begin());
+            if (at == bytes.end()) {
+                break;
+            }
+            if (offset >= before && !follows_exif(bytes, offset)) {
+                places.push_back(offset - before);
+            }
+            ++at;
+        }
+    }
+    std::sort(places.begin(), places.end());
+    return places;
+}
+
+/// Bytes of an image whose parts begin at these offsets; 0 where that is unknown. Of several parts, the last
+/// is taken to be as long as the others are.
+std::uint64_t image_length(const RawDecoder& decoder, const std::vector<std::uint64_t>& parts) {
+    if (parts.size() > 1) {
+        return (parts.back() - parts.front()) / (parts.size() - 1) * parts.size();
+    }
+    if (decoder.has_fixed_rate()) {
+        return static_cast<std::uint64_t>(decoder.sensor_rows() / std::max(1e-9, decoder.rows_in(1)));
+    }
+    return decoder.image_length();
+}
+
+/// The sizes of the sensors for which a second photograph would be a rival.
+struct SensorSize {
+    std::uint32_t columns = 0;
+    std::uint32_t rows = 0;
+    bool operator==(const SensorSize&) const = default;
+};
+
+SensorSize size_of(const RawDecoder& decoder) {
+    return {decoder.sensor_columns(), decoder.sensor_rows()};
+}
+
+std::optional<SensorSize> size_of_sample(const std::filesystem::path& sample) {
+    RawDecoder decoder;
+    return !sample.empty() && decoder.open(sample) ? std::optional(size_of(decoder)) : std::nullopt;
+}
+
+/// Where an image is in a file: [begin, end).
+struct ImageRange {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+};
+
+/// Where the result's image is in the damaged file; nothing where that is not known.
+std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawDecoder& result,
+                                         FileBytes& file) {
+    const auto parts = result.part_offsets(file);
+    const std::uint64_t length = image_length(result, parts);
+    if (request.damaged.empty()) {
+        return ImageRange{parts.front(), parts.front() + length};
+    }
+    FileBytes damaged(request.damaged);
+    auto at = damaged.find(file.read(parts.front(), kNeedleBytes));
+    if (!at && request.image) {
+        at = request.image->offset; // What was put together is not in the damaged file as it is.
+    }
+    return at ? std::optional(ImageRange{*at, *at + length}) : std::nullopt;
+}
+
+/// Whether no sign of damage is in the samples: displaced tables lead to what is no photograph.
+bool looks_intact(const RawDecoder& unpacked) {
+    const SensorView view = unpacked.sensor_view();
+    return view.samples != nullptr && view.rows != 0 && find_signs(view).findings.empty();
+}
+
+class Search {
+  public:
+    /// The image may be anywhere if its place is not known.
+    Search(Bytes bytes, const RawDecoder& result, std::optional<ImageRange> image,
+           std::optional<SensorSize> wanted)
+        : bytes_(bytes), result_(result), image_(image), wanted_(wanted),
+          beginnings_(find_beginnings(bytes)) {}
+
+    /// Why the choice is doubtful; empty where it is not.
+    [[nodiscard]] std::string run() {
+        std::size_t unpacked = 0;
+        std::uint64_t head_end = 0;
+        for (const std::size_t at : beginnings_) {
+            RawDecoder other;
+            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_.subspan(at))) {
+                continue;
+            }
+            if (image_ && at > image_->begin && at < image_->end) {
+                return "another photograph begins within the image";
+            }
+            head_end = at + other.part_offsets(bytes_.subspan(at)).front(); // What is before it is its own.
+            const SensorSize size = size_of(other);
+            const bool rival = size == size_of(result_);
+            const bool preferred = wanted_ && size == *wanted_ && !rival;
+            if ((!rival && !preferred) || !is_apart(other, at)) {
+                continue;
+            }
+            ++unpacked;
+            if (!other.unpack().empty() || other.data_errors() != 0) {
+                continue;
+            }
+            const bool same = other.has_same_samples(result_);
+            is_twice_ = is_twice_ || same;
+            if (!same && looks_intact(other)) {
+                return preferred ? "the file begins with a photograph of another camera"
+                                 : "the file holds another photograph, and nothing shows which one is meant";
+            }
+        }
+        return "";
+    }
+
+    /// Whether the file holds the result's photograph a second time. Only after run().
+    [[nodiscard]] bool is_twice() const { return is_twice_; }
+
+  private:
+    /// Whether a photograph's image has bytes of its own, ends before the file does, and before the next
+    /// photograph begins.
+    [[nodiscard]] bool is_apart(const RawDecoder& other, std::size_t at) const {
+        const auto parts = other.part_offsets(bytes_.subspan(at));
+        const std::uint64_t begin = at + parts.front();
+        const std::uint64_t end = begin + image_length(other, parts);
+        const bool overlaps =
+            image_ && begin < std::max(image_->end, image_->begin + 1) && image_->begin < end;
+        const auto next = std::upper_bound(beginnings_.begin(), beginnings_.end(), begin);
+        return !overlaps && end <= bytes_.size() &&
+               std::none_of(next, beginnings_.end(),
+                            [&](std::size_t one) { return one < end && opens(one); });
+    }
+
+    [[nodiscard]] bool opens(std::size_t at) const {
+        RawDecoder decoder;
+        return decoder.open(bytes_.subspan(at));
+    }
+
+    Bytes bytes_;
+    const RawDecoder& result_;
+    std::optional<ImageRange> image_;
+    std::optional<SensorSize> wanted_;
+    std::vector<std::size_t> beginnings_;
+    bool is_twice_ = false;
+};
+
+/// Whether bytes are as even as noise: coded images prefer some, by far.
+bool is_noise(Bytes bytes) {
+    constexpr double kMostOfNoise = 400; // Of chi square with 255 degrees of freedom.
+    std::array<double, 256> counts{};
+    for (const unsigned char byte : bytes) {
+        ++counts[byte];
+    }
+    const double expected = static_cast<double>(bytes.size()) / static_cast<double>(counts.size());
+    double sum = 0;
+    for (const double count : counts) {
+        sum += (count - expected) * (count - expected) / std::max(1.0, expected);
+    }
+    return sum < kMostOfNoise;
+}
+
+/// Whether a lossless JPEG or CR3's coded data begin somewhere in bytes.
+bool has_coded_head(Bytes bytes, const RawDecoder& result) {
+    constexpr std::array kOfJpeg = {"\xFF\xD8\xFF\xC4"sv, "\xFF\xD8\xFF\xC3"sv};
+    constexpr std::array kOfCrx = {"\xFF\x01\0\x08"sv, "\xFF\x01\0\0"sv};
+    const auto& heads = result.is_crx() ? kOfCrx : kOfJpeg;
+    return std::any_of(heads.begin(), heads.end(), [&](std::string_view head) {
+        const auto same = [](unsigned char byte, char letter) {
+            return byte == static_cast<unsigned char>(letter);
+        };
+        return std::search(bytes.begin(), bytes.end(), head.begin(), head.end(), same) != bytes.end();
+    });
+}
+
+bool may_be_followed_by_image(const ImageRange& image, const RawDecoder& result, Bytes bytes) {
+    if (image.end == image.begin || image.end >= bytes.size()) {
+        return false;
+    }
+    Bytes rest = bytes.subspan(static_cast<std::size_t>(image.end));
+    while (!rest.empty() && rest.back() == 0) {
+        rest = rest.first(rest.size() - 1);
+    }
+    const bool has_heads = result.is_lossless_jpeg() || result.is_crx();
+    return may_be_image(rest.size(), image.end - image.begin) && !is_noise(rest) &&
+           (!has_heads || has_coded_head(rest, result));
+}
+
+} // namespace
+
+std::vector<std::string> find_other_photographs(const JudgeRequest& request, const RawDecoder& result,
+                                                FileBytes& file) {
+    platform::MappedFile mapped;
+    const auto& path = request.damaged.empty() ? request.result : request.damaged;
+    if (mapped.open(path, std::numeric_limits<std::uint64_t>::max()) != platform::MapResult::kMapped) {
+        return {};
+    }
+    const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
+    const auto image = place_of_image(request, result, file);
+    Search search(mapped.bytes(), result, image, wanted);
+    const std::string doubt = result.is_crx() ? "" : search.run();
+    if (!doubt.empty()) {
+        return {doubt};
+    }
+    if (image && !search.is_twice() && may_be_followed_by_image(*image, result, mapped.bytes())) {
+        return {"what follows the image may be another one, and nothing shows which one is meant"};
+    }
+    return {};
+}
+
+} // namespace plate_mend::host

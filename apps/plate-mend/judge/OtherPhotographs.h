@@ -1,0 +1,28 @@
+#pragma once
+
+#include "judge/Judge.h"
+#include "judge/RawDecoder.h"
+
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// Looks for another photograph in the file that a result was made from: remains on a card may be before or
+/// after the photograph, as a whole. Returns why it is doubtful which one is meant, in words; nothing where
+/// there is no choice:
+///
+/// - a head that opens, within the image;
+/// - a head from which LibRaw decodes another image of the result's size, all of which is there;
+/// - if the result is the file itself, likewise an image of the sample's size, where the result's is another;
+/// - as many bytes after the image as another image takes, unless these are even noise, or the image is coded
+///   with heads and there is none among them.
+///
+/// CR3 files are not searched for heads: displaced tables of the photograph itself would be taken for others.
+///
+///   result  has unpacked the request's result
+///   file    that result
+[[nodiscard]] std::vector<std::string> find_other_photographs(const JudgeRequest& request,
+                                                              const RawDecoder& result, FileBytes& file);
+
+} // namespace plate_mend::host

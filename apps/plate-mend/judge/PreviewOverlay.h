@@ -1,0 +1,29 @@
+#pragma once
+
+#include "judge/RawDecoder.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace plate_mend::host {
+
+/// What the damaged file's own previews show.
+struct PreviewDoubts {
+    std::vector<std::string> findings; ///< In words.
+    bool strange = false;              ///< One is of another photograph, and none shows the picture.
+};
+
+/// Lays the previews of the damaged file, as far as they decode, over the decoded picture, block by block.
+/// No doubts where one of them shows the picture, and where there is none to compare with: blocks are about
+/// a sixtieth of the picture wide, so a difference must be of some blocks, and more than the camera's
+/// processing makes of them.
+///
+///   decoder  has unpacked the result
+///   damaged  whose previews count
+///   known    rows of the picture that are known to be bad, one per row: these are left out
+[[nodiscard]] PreviewDoubts compare_with_previews(const RawDecoder& decoder,
+                                                  const std::filesystem::path& damaged,
+                                                  const std::vector<bool>& known);
+
+} // namespace plate_mend::host

@@ -1,0 +1,102 @@
+#include "judge/Judge.h"
+
+#include "support/ArwPhoto.h"
+#include "support/HeadlessPhoto.h"
+#include "support/NefPhoto.h"
+#include "support/TempDir.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+/// What the judge finds in files that decode without an error.
+class Doubts : public ::testing::Test {
+  protected:
+    [[nodiscard]] std::vector<std::string> findings(const Bytes& file, const Bytes& sample = {}) const {
+        const auto put = [this](const char* name, const Bytes& bytes) {
+            write_file(folder_ / name, bytes);
+            return folder_ / name;
+        };
+        const auto result = put("photo.arw", file);
+        const auto lender = sample.empty() ? std::filesystem::path() : put("sample.arw", sample);
+        return plate_mend::host::judge_raw({result, {}, lender, {}}).findings;
+    }
+
+    static ArwPhoto photo(unsigned number) {
+        return ArwPhoto({.number = number, .width = 480, .height = 360});
+    }
+
+  private:
+    TempDir folder_;
+};
+
+TEST_F(Doubts, AreNoneInIntactPhotographs) {
+    EXPECT_THAT(findings(photo(1).bytes), IsEmpty());
+    EXPECT_THAT(findings(HeadlessPhoto({}).bytes), IsEmpty());
+}
+
+TEST_F(Doubts, PreviewShowsAnotherPictureInSomeParts) {
+    ArwPhoto own = photo(1);
+    const ArwPhoto other = photo(2);
+    const std::size_t half = own.image_size / 2; // At the start of a row, where no row shows it.
+    put_bytes(own.bytes, own.image_offset + half,
+              part(other.bytes, other.image_offset + half, other.bytes.size()));
+    EXPECT_THAT(findings(own.bytes),
+                Contains(HasSubstr("parts of the picture differ from the file's own preview")));
+}
+
+TEST_F(Doubts, AnotherPhotographIsAfterIt) {
+    EXPECT_THAT(findings(joined(photo(1).bytes, photo(2).bytes)),
+                Contains("the file holds another photograph, and nothing shows which one is meant"));
+}
+
+TEST_F(Doubts, SamePhotographAfterItIsNoOther) {
+    EXPECT_THAT(findings(joined(photo(1).bytes, photo(1).bytes)), IsEmpty());
+}
+
+TEST_F(Doubts, PhotographOfAnotherCameraIsBeforeIt) {
+    const Bytes foreign = NefPhoto({.number = 7, .width = 320, .height = 240}).bytes;
+    EXPECT_THAT(findings(joined(foreign, photo(1).bytes), photo(2).bytes),
+                Contains("the file begins with a photograph of another camera"));
+}
+
+TEST_F(Doubts, ImageWithoutAHeadIsAfterIt) {
+    const ArwPhoto other = photo(2);
+    EXPECT_THAT(findings(joined(photo(1).bytes, zeroed(other.bytes, 0, other.image_offset))),
+                Contains("what follows the image may be another one, and nothing shows which one is meant"));
+    EXPECT_THAT(findings(joined(photo(1).bytes, noise(other.bytes.size(), 1))), IsEmpty()) << "noise is none";
+}
+
+TEST_F(Doubts, AnotherPhotographBeginsWithinTheImage) {
+    ArwPhoto own = photo(1);
+    const Bytes other = photo(2).bytes;
+    const std::size_t at = own.image_offset + 200 * 512;
+    put_bytes(own.bytes, at, part(other, 0, own.bytes.size() - at));
+    EXPECT_THAT(findings(own.bytes), Contains("another photograph begins within the image"));
+}
+
+TEST_F(Doubts, CellsAreOfNoCamera) {
+    HeadlessPhoto cells({});
+    put_bytes(cells.bytes, cells.image_offset + 100 * 512 + 64, Bytes(16, 0x20));
+    EXPECT_THAT(findings(cells.bytes), Contains("cells that no camera writes: row 100"));
+}
+
+TEST_F(Doubts, ColumnsShowDamageThatGoesColumnByColumn) {
+    const HeadlessPhoto columns({.kind = HeadlessPhoto::Kind::kSonyDifferences});
+    EXPECT_THAT(findings(columns.bytes), IsEmpty());
+    const std::size_t middle = columns.image_offset + columns.image_size / 2;
+    EXPECT_THAT(findings(with(columns.bytes, middle, noise(512, 1))),
+                Contains(HasSubstr("column by column: ")));
+}
+
+} // namespace
+} // namespace test
