@@ -181,6 +181,19 @@ TEST_P(RowMend, ClosesGaps) {
     }
 }
 
+/// How many rows are missing between two gaps is not known: what is there must not be promised at the wrong
+/// place.
+TEST_P(RowMend, PromisesNothingOfAPartBetweenGapsThatIsMisplaced) {
+    constexpr std::size_t kCluster = 4096;
+    Bytes damaged = original;
+    for (const std::size_t quarter : {3U, 2U, 1U}) {
+        const std::size_t at = (image.offset + image.length * quarter / 4) / 512 * 512;
+        damaged = joined(part(damaged, 0, at), part(damaged, at + kCluster, damaged.size()));
+    }
+    const auto found = repair(damaged);
+    EXPECT_LT(found.proved, found.pieces.size());
+}
+
 TEST_P(RowMend, TakesOutWhatWasPutIn) {
     for (const std::size_t size : kSizes) {
         for (unsigned trial = 0; trial < 4; ++trial) {

@@ -149,6 +149,7 @@ LevelEstimate weigh_by_rows(const StreamFrame& frame, const Compared& here,
     LevelEstimate result;
     for (std::size_t component = 0; component < frame.components; ++component) {
         std::vector<WeightedMean> means;
+        means.reserve(tests.size());
         for (const Compared& test : tests) {
             means.push_back(test.mean(frame, component, test.variance));
         }

@@ -27,7 +27,9 @@ class RowSum {
         }
     }
 
-    [[nodiscard]] std::int64_t mean() const { return sum_ * 4 / static_cast<std::int64_t>(length()); }
+    [[nodiscard]] std::int64_t mean() const {
+        return sum_ * 4 / std::max(static_cast<std::int64_t>(length()), std::int64_t{1});
+    }
     /// To the next value of the same component. At least so many more must be there: row and components.
     void move() {
         const std::int64_t out = difference(step_);
