@@ -50,7 +50,7 @@ std::vector<Damaged> damaged_files() {
         {"CopiedWithSeveralScans", progressive},
         {"ReadByLibjpegAlone", part(arithmetic, 0, arithmetic.size() * 2 / 3), 15},
         {"Completed", part(picture, 0, size - 2)},
-        {"CodedAnew", part(picture, 0, size * 2 / 3)},
+        {"CodedAnew", part(picture, 0, size * 2 / 3), 15},
         {"Resynchronised", zeroed(picture, size * 3 / 4, size * 3 / 4 + 16)},
         {"WithTheTablesOfASibling", joined(zeroed(picture, quant, quant + 8), sibling)},
         {"WithoutItsHeader", zeroed(large, 0, large.size() / 4)},

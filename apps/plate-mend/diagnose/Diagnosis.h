@@ -1,8 +1,8 @@
 #pragma once
 
 #include "diagnose/DamagedSpans.h"
-#include "diagnose/JpegFinder.h"
 #include "diagnose/Landmarks.h"
+#include "files/JpegFinder.h"
 
 #include <cstdint>
 #include <filesystem>

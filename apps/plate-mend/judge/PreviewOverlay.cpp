@@ -1,6 +1,6 @@
 #include "judge/PreviewOverlay.h"
 
-#include "diagnose/JpegFinder.h"
+#include "files/JpegFinder.h"
 #include "judge/BlockFit.h"
 #include "judge/Image.h"
 #include "judge/Picture.h"

@@ -13,7 +13,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kHead = 2;         ///< Bytes before a stream's first block.
+constexpr std::size_t kHead = 2;            ///< Bytes before a stream's first block.
 constexpr std::uint64_t kMostInflated = 16; ///< Bytes that are inflated for each byte of the file.
 
 /// The sample's streams, and how many bytes of data each has. Nothing if one is not complete.

@@ -1,4 +1,4 @@
-#include "diagnose/JpegFinder.h"
+#include "files/JpegFinder.h"
 
 #include <byte_reader/ByteReader.h>
 
