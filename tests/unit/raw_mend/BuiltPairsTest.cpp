@@ -128,8 +128,9 @@ std::vector<Layout> uncompressed() {
     };
     std::vector<Layout> all;
     for (const auto& [name, format] : formats) {
-        all.push_back(
-            {name, [format](unsigned number) { return CameraPhoto(format, number, kWidth, kHeight).bytes; }});
+        all.push_back({name, [camera = format](unsigned number) {
+                           return CameraPhoto(camera, number, kWidth, kHeight).bytes;
+                       }});
     }
     return all;
 }
@@ -142,17 +143,18 @@ std::vector<Layout> lossless() {
         {"ThreeFr", {"Hasselblad", "Hasselblad H4D", ByteOrder::kLittle, 7, 16, false, true, true, 0}},
     };
     for (const auto& [name, format] : formats) {
-        all.push_back(
-            {name, [format](unsigned number) { return CameraPhoto(format, number, kWidth, kHeight).bytes; }});
+        all.push_back({name, [camera = format](unsigned number) {
+                           return CameraPhoto(camera, number, kWidth, kHeight).bytes;
+                       }});
     }
     using Components = Cr2Photo::Components;
     for (const auto& [name, components] : {std::pair{"Cr2OfFourComponents", Components::kFour},
                                            {"Cr2MediumRaw", Components::kMediumRaw},
                                            {"Cr2SmallRaw", Components::kSmallRaw}}) {
-        all.push_back({name, [components](unsigned number) {
+        all.push_back({name, [kind = components](unsigned number) {
                            Cr2Photo::Options options{.number = number, .width = kWidth, .height = kHeight};
                            options.maker_notes += std::size_t{900} * number;
-                           options.components = components;
+                           options.components = kind;
                            return Cr2Photo(options).bytes;
                        }});
     }

@@ -54,7 +54,9 @@ Bytes predicted(Bytes tile, std::uint16_t predictor) {
         }
         const std::size_t step = predictor == 2 ? 2 : predictor == 34892 ? 4 : kRow;
         for (std::size_t i = step; i < kRow; i += 2) {
-            const auto value_at = [&](std::size_t at) { return unsigned{plain[at]} | plain[at + 1] << 8U; };
+            const auto value_at = [&](std::size_t at) {
+                return unsigned{plain[at]} | unsigned{plain[at + 1]} << 8U;
+            };
             const unsigned difference = value_at(i) - value_at(i - step);
             tile[row + i] = static_cast<unsigned char>(difference);
             tile[row + i + 1] = static_cast<unsigned char>(difference >> 8U);

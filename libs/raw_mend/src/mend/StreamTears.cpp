@@ -68,9 +68,9 @@ bool StreamTears::undo(const StreamBreak& broken) {
 
 /// What fits after a break if the stream goes on as it does. The walk is left where it is.
 StreamTears::Run StreamTears::run_on(const StreamBreak& broken) {
-    constexpr double kMuch = 100;
+    constexpr double kMisfitAtOnce = 100;
     if (broken.is_fault) {
-        return {0, kMuch};
+        return {0, kMisfitAtOnce};
     }
     const StreamWalk::State before = walk_.save(broken.value);
     auto next = walk_.run(walk_.decoded() + kLongRun);
