@@ -262,7 +262,8 @@ void DamagedRaw::lose(std::size_t at, std::size_t count) {
 void DamagedRaw::put_in(std::size_t at, Bytes foreign) {
     const std::size_t length = foreign.size();
     if (length != 0) {
-        runs_.insert(runs_.begin() + static_cast<std::ptrdiff_t>(split(at)), {0, length, std::move(foreign)});
+        const std::size_t run = split(at); // Iterators before it do not stay valid.
+        runs_.insert(runs_.begin() + static_cast<std::ptrdiff_t>(run), {0, length, std::move(foreign)});
     }
 }
 
