@@ -66,17 +66,18 @@ Bytes predicted(Bytes tile, std::uint16_t predictor) {
 }
 
 Bytes deflated(const Bytes& data) {
-    auto size = compressBound(data.size());
+    const auto length = static_cast<uLong>(data.size());
+    uLongf size = compressBound(length);
     Bytes stream(size);
-    EXPECT_EQ(compress2(stream.data(), &size, data.data(), data.size(), 6), Z_OK);
+    EXPECT_EQ(compress2(stream.data(), &size, data.data(), length, 6), Z_OK);
     stream.resize(size);
     return stream;
 }
 
 Bytes inflated(const Bytes& stream) {
     Bytes data(std::size_t{2} * kTile * kTile);
-    uLongf size = data.size();
-    EXPECT_EQ(uncompress(data.data(), &size, stream.data(), stream.size()), Z_OK);
+    auto size = static_cast<uLongf>(data.size());
+    EXPECT_EQ(uncompress(data.data(), &size, stream.data(), static_cast<uLong>(stream.size())), Z_OK);
     data.resize(size);
     return data;
 }
