@@ -31,6 +31,7 @@ Bytes packed(const std::vector<std::uint16_t>& samples, unsigned bits) {
 std::vector<TiffEntry> image_entries(const TiffWriter& tiff, const CameraPhoto::Format& format,
                                      unsigned width, unsigned height, const std::vector<Bytes>& pieces) {
     std::vector<std::uint32_t> lengths;
+    lengths.reserve(pieces.size());
     for (const Bytes& piece : pieces) {
         lengths.push_back(static_cast<std::uint32_t>(piece.size()));
     }

@@ -99,8 +99,8 @@ class MendedRows : public ::testing::Test {
     MendedRows() {
         image_ = {
             .pieces = 1, .pieces_found = 1, .pieces_mended = 1, .frame_width = 480, .frame_height = 360};
-        image_.pixels = 480U * 360;
-        image_.pixels_lost = 480U * 10;
+        image_.pixels = std::uint64_t{480} * 360;
+        image_.pixels_lost = std::uint64_t{480} * 10;
         image_.lost = {{0, 200, 480, 10}};
         image_.offset = photo_.image_offset;
     }

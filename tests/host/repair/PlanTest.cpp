@@ -109,6 +109,7 @@ TEST_F(PlanOfPlaces, ResultBesideItsInputIsNoOtherInput) {
 TEST_F(PlanOfPlaces, MasksOfOneNameHaveNamesOfTheirOwn) {
     const auto masked = [&](const std::vector<fs::path>& names, const std::string& mask) {
         std::vector<Input> inputs;
+        inputs.reserve(names.size());
         for (const fs::path& name : names) {
             inputs.push_back({folder / "card" / name, name, ""});
         }

@@ -127,6 +127,7 @@ std::vector<Layout> uncompressed() {
         {"Kdc", {"EASTMAN KODAK COMPANY", "KODAK P880", ByteOrder::kBig, 1, 12, true, true}},
     };
     std::vector<Layout> all;
+    all.reserve(formats.size());
     for (const auto& [name, format] : formats) {
         all.push_back({name, [camera = format](unsigned number) {
                            return CameraPhoto(camera, number, kWidth, kHeight).bytes;
@@ -142,6 +143,7 @@ std::vector<Layout> lossless() {
         {"ArwOfTiles", {"SONY", "ILCE-7M4", ByteOrder::kLittle, 7, 14, false, true, true, 128}},
         {"ThreeFr", {"Hasselblad", "Hasselblad H4D", ByteOrder::kLittle, 7, 16, false, true, true, 0}},
     };
+    all.reserve(formats.size());
     for (const auto& [name, format] : formats) {
         all.push_back({name, [camera = format](unsigned number) {
                            return CameraPhoto(camera, number, kWidth, kHeight).bytes;

@@ -110,7 +110,7 @@ TEST(StreamPlaces, AreFoundAfterSeveralLosses) {
 TEST(StreamLevels, AreMeasuredAcrossAGap) {
     std::vector<std::uint16_t> values = make_values();
     const raw_mend::StreamFrame frame(*lossless_jpeg::read_head(make_stream(values), 0));
-    for (std::size_t at = 103 * kRow; at < values.size(); ++at) {
+    for (std::size_t at = std::size_t{103} * kRow; at < values.size(); ++at) {
         values[at] = static_cast<std::uint16_t>(values[at] + (at % 2 == 0 ? 7 : -300));
     }
     const auto found = measure_level(frame, values, 1, {0, 100, 103, kRows});
@@ -141,7 +141,7 @@ TEST(StreamSeams, ShowHowFarASliceIsOff) {
     constexpr std::size_t kHeight = 400;
     LosslessJpegOptions options;
     options.components = 2;
-    const Bytes stream = lossless_jpeg(std::vector<std::uint16_t>(2 * kWidth * kHeight), kWidth,
+    const Bytes stream = lossless_jpeg(std::vector<std::uint16_t>(std::size_t{2} * kWidth * kHeight), kWidth,
                                        static_cast<unsigned>(kHeight), options);
     const raw_mend::StreamFrame frame(*lossless_jpeg::read_head(stream, 0));
     const raw_mend::StreamSlices slices(std::vector<std::uint32_t>{kWidth, kWidth}, kHeight, frame,
@@ -152,7 +152,7 @@ TEST(StreamSeams, ShowHowFarASliceIsOff) {
     for (std::size_t slice = 0; slice < 2; ++slice) {
         for (std::size_t row = 0; row < kHeight; ++row) {
             for (std::size_t column = 0; column < kWidth; ++column) {
-                const double x = static_cast<double>(slice * kWidth + column);
+                const auto x = static_cast<double>(slice * kWidth + column);
                 const double level =
                     1000 + 100 * std::sin(x / 40) + static_cast<double>((row + column) % 2) * 200;
                 values[slices.at(slice, column, row)] =
