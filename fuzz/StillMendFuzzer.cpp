@@ -25,7 +25,7 @@ std::string about_report(const StillMendReport& report, std::size_t file_size) {
         report.own_mcu_count + report.guessed_mcu_count > report.mcu_count ||
         report.coarse_mcu_count > report.own_mcu_count || report.picture_offset >= file_size ||
         (report.first_bad_byte != STILL_MEND_NO_BAD_BYTE && report.first_bad_byte > file_size) ||
-        report.warnings > 1023) {
+        report.warnings > 2047) {
         text << "the report: " << report.width << " x " << report.height << ", " << report.own_mcu_count
              << " of " << report.mcu_count << " MCUs, " << report.guessed_mcu_count << " guessed, "
              << report.coarse_mcu_count << " coarse, from " << report.picture_offset << ", bad at "
