@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,13 @@ class HostFixture : public ::testing::Test {
         write_file(folder / "broken.arw", damaged);
     }
 
+    /// A failed test shows what the program wrote in each of its runs.
+    void TearDown() override {
+        if (HasFailure()) {
+            std::cout << runs_;
+        }
+    }
+
     /// Runs the program and keeps what it wrote.
     int run(const std::vector<std::string>& arguments) { return run_as(program_file(), arguments); }
 
@@ -33,6 +41,7 @@ class HostFixture : public ::testing::Test {
         const int status = plate_mend::host::run(arguments, program);
         out = ::testing::internal::GetCapturedStdout();
         err = ::testing::internal::GetCapturedStderr();
+        runs_ += "run with status " + std::to_string(status) + ":\n" + out + err;
         return status;
     }
 
@@ -55,6 +64,9 @@ class HostFixture : public ::testing::Test {
     Bytes damaged = zeroed(original.bytes, 0, original.strip_entries);
     std::string out;
     std::string err;
+
+  private:
+    std::string runs_; ///< What all runs wrote.
 };
 
 } // namespace test

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <limits>
 #include <system_error>
+#include <thread>
 
 namespace plate_mend::host {
 
@@ -63,14 +64,25 @@ std::string wait_for(platform::Process& process, const WorkerLimits& limits) {
     }
 }
 
+/// Starts a worker. What refuses it may be over in a moment: a virus scanner that holds the program's file, a
+/// lack of processes. It has three attempts.
+platform::Process start(const fs::path& folder, const WorkerLimits& limits) {
+    for (int attempts_left = 2;; --attempts_left) {
+        try {
+            return {limits.program, {"worker", utf8_from(folder)}};
+        } catch (const std::system_error& e) {
+            if (attempts_left == 0) {
+                throw MachineFailure("a worker cannot be started", e.code());
+            }
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+}
+
 /// Returns the problem, if there is one.
 std::string run_process(const fs::path& folder, const WorkerLimits& limits) {
-    try {
-        platform::Process process(limits.program, {"worker", utf8_from(folder)});
-        return wait_for(process, limits);
-    } catch (const std::system_error& e) {
-        throw MachineFailure("a worker cannot be started", e.code());
-    }
+    platform::Process process = start(folder, limits);
+    return wait_for(process, limits);
 }
 
 void write_task(Json task, const fs::path& folder, const WorkerLimits& limits) {

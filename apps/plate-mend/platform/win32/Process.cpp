@@ -7,6 +7,7 @@
 #include <system_path/system_path.h>
 
 #include <algorithm>
+#include <mutex>
 #include <sstream>
 
 namespace plate_mend::host::platform {
@@ -66,8 +67,12 @@ Started start(const std::filesystem::path& program, std::wstring line) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION made{};
-    // Without our console, Ctrl-C does not reach it.
-    constexpr DWORD kFlags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+    // Wine now and then fails ("Internal error") when two threads start processes at once: in 5 of 92 rounds
+    // of the tests of resumed runs; in none of 44 with the lock.
+    static std::mutex one_at_a_time;
+    const std::lock_guard lock(one_at_a_time);
+    // Without a console, Ctrl-C does not reach it, and the system need not start a console's host with each.
+    constexpr DWORD kFlags = DETACHED_PROCESS | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
     if (::CreateProcessW(system_path::reachable(program).c_str(), line.data(), nullptr, nullptr, FALSE,
                          kFlags, nullptr, nullptr, &startup, &made) == FALSE) {
         fail_on(program);
