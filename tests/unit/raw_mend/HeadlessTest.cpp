@@ -5,8 +5,11 @@
 #include "support/HeadlessCoding.h"
 #include "support/HeadlessPhoto.h"
 #include "support/RawDecode.h"
+#include "support/Scene.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 // Photographs whose image data have no head: cells, and codes that have to be decoded from the right place.
 
@@ -86,6 +89,86 @@ INSTANTIATE_TEST_SUITE_P(All, Headless,
                                          NamedKind{"Pentax12", Kind::kPentax12},
                                          NamedKind{"Pentax14", Kind::kPentax14}),
                          [](const auto& test) { return test.param.name; });
+
+constexpr unsigned kWidth = 544;
+
+HeadlessPhoto nikon_photo(unsigned number, Mood mood) {
+    return HeadlessPhoto({.kind = Kind::kNikonLossless14,
+                          .number = number_of(mood, number),
+                          .width = kWidth,
+                          .filler = 20000 + 512 * std::size_t{number}});
+}
+
+/// The photograph without some of its values, which zeros make up for at the end: as many bytes, and all
+/// decode.
+Bytes with_lost_values(const HeadlessPhoto& photo, std::size_t from, std::size_t count) {
+    constexpr std::uint16_t kFirstValue = 2048;
+    const auto above = [](const std::vector<std::uint16_t>& samples, std::size_t at) -> int {
+        return at % kWidth >= 2 ? samples[at - 2] : at >= 2 * kWidth ? samples[at - 2 * kWidth] : kFirstValue;
+    };
+    std::vector<std::uint16_t> samples;
+    for (std::size_t at = 0; at < photo.samples.size(); ++at) {
+        const std::size_t coded = at < from ? at : at + count;
+        const int difference =
+            coded < photo.samples.size() ? photo.samples[coded] - above(photo.samples, coded) : 0;
+        const int value = above(samples, at) + difference;
+        EXPECT_TRUE(value >= 0 && value < 1 << 14);
+        samples.push_back(static_cast<std::uint16_t>(value));
+    }
+    Bytes image = nikon_differences(samples, kWidth, NikonTree::kLossless14, kFirstValue);
+    EXPECT_LE(image.size(), photo.image_size);
+    image.resize(photo.image_size);
+    return joined(part(photo.bytes, 0, photo.image_offset), image);
+}
+
+TEST(HeadlessProof, AsManyValuesAreNoneIfTheRowsJump) {
+    const auto intact = nikon_photo(1, Mood::kFlat);
+    const auto sample = Sample::read(intact.bytes);
+    ASSERT_TRUE(sample);
+    for (unsigned number = 2; number <= 4; ++number) {
+        SCOPED_TRACE(number);
+        const HeadlessPhoto photo = nikon_photo(number, Mood::kFlat);
+        const auto whole = repair(photo.bytes, *sample);
+        ASSERT_TRUE(whole);
+        EXPECT_EQ(whole->image.proved, 1U) << testing::PrintToString(whole->image.doubts);
+        for (const std::size_t count : {1U, 2U, 5U}) {
+            SCOPED_TRACE(count);
+            const Bytes damaged = with_lost_values(photo, std::size_t{284} * kWidth, count);
+            for (const bool has_head : {true, false}) {
+                const auto repaired =
+                    repair(has_head ? damaged : zeroed(damaged, 0, photo.image_offset), *sample);
+                ASSERT_TRUE(repaired);
+                EXPECT_EQ(repaired->image.proved, 0U);
+                EXPECT_FALSE(repaired->image.doubts.empty());
+            }
+        }
+    }
+}
+
+Bytes with_flipped_bits(Bytes bytes, std::size_t from, unsigned seed) {
+    constexpr unsigned kFlips = 8;
+    std::mt19937 random(seed);
+    for (unsigned nth = 0; nth < kFlips; ++nth) {
+        const std::size_t at = from + random() % (bytes.size() - from);
+        bytes[at] = static_cast<unsigned char>(bytes[at] ^ (1U << random() % 8));
+    }
+    return bytes;
+}
+
+/// Values are lost in the image, and filler before it decodes to as many: seeds of which this is true.
+TEST(HeadlessProof, FillerThatMakesUpForLostValuesIsNone) {
+    const auto intact = nikon_photo(1, Mood::kFlat);
+    const auto sample = Sample::read(intact.bytes);
+    ASSERT_TRUE(sample);
+    const HeadlessPhoto photo = nikon_photo(2, Mood::kFlat);
+    for (const unsigned seed : {3U, 305U, 357U, 398U}) {
+        SCOPED_TRACE(seed);
+        const auto repaired = repair(with_flipped_bits(photo.bytes, photo.image_offset, seed), *sample);
+        ASSERT_TRUE(repaired);
+        EXPECT_EQ(repaired->image.proved, 0U);
+        EXPECT_FALSE(repaired->image.doubts.empty());
+    }
+}
 
 } // namespace
 } // namespace test

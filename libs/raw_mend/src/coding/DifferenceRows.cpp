@@ -1,5 +1,7 @@
 #include "coding/DifferenceRows.h"
 
+#include "coding/RowLevels.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
@@ -75,6 +77,13 @@ double measure_roughness(const DifferenceRows& image, Bytes data) {
     return sum / static_cast<double>(std::max<std::uint64_t>(count, 1));
 }
 
+double measure_unsteadiness(const DifferenceRows& image, Bytes data) {
+    RowLevels levels(static_cast<std::size_t>(image.columns));
+    RowsDecoder decoder(image, data);
+    decoder.decode_rows([&](int value) { levels.add(value); });
+    return levels.unsteadiness();
+}
+
 } // namespace
 
 HeadlessCoding coding_of(const DifferenceRows& image) {
@@ -84,7 +93,9 @@ HeadlessCoding coding_of(const DifferenceRows& image) {
         return Trial{decoder.decoded(), decoder.bytes()};
     };
     const auto roughness = [image](Bytes data) { return measure_roughness(image, data); };
-    return {image.columns * image.rows, decode, image.split == 0 ? image.codes : nullptr, roughness};
+    const auto unsteadiness = [image](Bytes data) { return measure_unsteadiness(image, data); };
+    return {image.columns * image.rows, decode, image.split == 0 ? image.codes : nullptr, roughness,
+            unsteadiness};
 }
 
 } // namespace raw_mend

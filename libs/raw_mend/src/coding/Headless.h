@@ -29,6 +29,10 @@ struct HeadlessCoding {
     /// decoded from the right place. Null where values do not add up along rows.
     std::function<double(Bytes)> roughness;
 
+    /// How unsteady the levels of its rows are, as RowLevels measures: high if values were lost or put in
+    /// somewhere, although all decode. Null likewise.
+    std::function<double(Bytes)> unsteadiness{};
+
     /// Decodes from an offset of the file. Nothing if not all values are there.
     [[nodiscard]] std::optional<Extent> decode_at(Bytes file, std::uint64_t offset) const;
 };

@@ -165,12 +165,15 @@ class HeadlessSearch {
         keep_if_any([](const Decoded& decoded) { return decoded.ends_well; });
         keep_smoothest();
         keep_if_any([](const Decoded& decoded) { return decoded.ends_alike; });
-        keep_if_any([&](const Decoded& decoded) { return is_at_a_start(decoded, 0); });
+        keep_if_any([&](const Decoded& decoded) { return is_at_a_start(decoded, false); });
         const auto best = std::ranges::min_element(decoded_, {}, &Decoded::roughness);
         FoundImage image{Way::kTrialDecoding, {best->data}, 0, {}};
-        image.proved =
-            best->ends_well && decoded_.size() == 1 && is_at_a_start(*best, kMostFillerAlike) ? 1 : 0;
-        if (decoded_.size() == 1 && best->ends_well && image.proved == 0) {
+        const bool is_only_end = best->ends_well && decoded_.size() == 1;
+        const bool is_steady = !is_only_end || sample_.has_steady_rows(coding_, best->data.of(damaged_));
+        image.proved = is_only_end && is_steady && is_at_a_start(*best, true) ? 1 : 0;
+        if (!is_steady) {
+            image.doubts.emplace_back("The data decode to their end, but whole rows are at other levels.");
+        } else if (is_only_end && image.proved == 0) {
             image.doubts.emplace_back("The data decode to their end; their first bytes may be foreign.");
         } else if (decoded_.size() > 1) {
             image.doubts.emplace_back("The data decode from several places; one is chosen.");
@@ -180,14 +183,26 @@ class HeadlessSearch {
         return image;
     }
 
-    /// Whether something besides the data shows that they begin there. If their first bytes are lost, what
-    /// precedes the others may decode too.
-    [[nodiscard]] bool is_at_a_start(const Decoded& decoded, std::uint64_t alike) const {
+    /// Whether something besides the data shows that they begin there: perhaps with bytes like the filler
+    /// before them. If their first bytes are lost, what precedes the others may decode too.
+    [[nodiscard]] bool is_at_a_start(const Decoded& decoded, bool may_be_alike) const {
         constexpr std::uint64_t kSectorLength = 512;
         const std::uint64_t start = decoded.data.offset;
         const auto filler_end = std::ranges::lower_bound(filler_ends_, start);
-        return decoded.is_expected || (filler_end != filler_ends_.end() && *filler_end - start <= alike) ||
+        const bool is_after_filler = filler_end != filler_ends_.end() &&
+                                     *filler_end - start <= (may_be_alike ? count_alike(*filler_end) : 0);
+        return decoded.is_expected || is_after_filler ||
                (start % kSectorLength == 0 && sample_.range().offset % kSectorLength == 0);
+    }
+
+    /// How many first bytes of an image may be like the filler that ends there: about as many as in the
+    /// sample. Otherwise, filler before an image of which values are lost makes up for them.
+    [[nodiscard]] std::uint64_t count_alike(std::uint64_t filler_end) const {
+        const unsigned char filler = damaged_[static_cast<std::size_t>(filler_end - 1)];
+        const Bytes image = sample_.range().of(sample_.file);
+        const auto other = std::ranges::find_if(image, [&](unsigned char byte) { return byte != filler; });
+        const auto alike = static_cast<std::uint64_t>(other - image.begin());
+        return alike == 0 ? 0 : std::min(alike + 1, kMostFillerAlike);
     }
 
     template <typename Predicate>

@@ -63,15 +63,16 @@ Judgement judge_streams(Bytes file, const Image& image) {
 }
 
 /// Decodes with the parameters of the file itself.
-Judgement judge_headless(Bytes file, const Image& image) {
+Judgement judge_headless(Bytes file, const Image& image, const Sample& sample) {
     constexpr std::uint64_t kMostTrailing = 16;
     const Extent& piece = image.pieces.front().data;
     for (const HeadlessCoding& coding : headless_codings(file, image)) {
         const auto decoded = coding.decode_at(file, piece.offset);
         if (decoded && decoded->length <= piece.length) {
             const Bytes rest = piece.of(file).subspan(static_cast<std::size_t>(decoded->length));
-            return rest.size() <= kMostTrailing || is_filler(rest) ? Judgement::kProved
-                                                                   : Judgement::kPossible;
+            const bool ends_well = rest.size() <= kMostTrailing || is_filler(rest);
+            return ends_well && sample.has_steady_rows(coding, piece.of(file)) ? Judgement::kProved
+                                                                               : Judgement::kPossible;
         }
     }
     return Judgement::kRefuted;
@@ -137,7 +138,8 @@ Judgement judge(Bytes file, const Description& own, const Sample& sample) {
     if (sample.has_cells) {
         return judge_cells(file, image);
     }
-    const Judgement result = sample.headless ? judge_headless(file, image) : judge_rows(file, image, sample);
+    const Judgement result =
+        sample.headless ? judge_headless(file, image, sample) : judge_rows(file, image, sample);
     return result == Judgement::kPossible ? judge_content(file, image, sample) : result;
 }
 

@@ -24,6 +24,9 @@ void read_headless(Sample& sample) {
             }
         }
     }
+    if (sample.headless && sample.headless->unsteadiness) {
+        sample.unsteadiness = sample.headless->unsteadiness(raw.pieces.front().data.of(sample.file));
+    }
 }
 
 } // namespace
@@ -65,6 +68,13 @@ Extent Sample::range() const {
 std::uint64_t Sample::bytes_after() const {
     const std::uint64_t end = range().end();
     return file.size() > end ? file.size() - end : 0;
+}
+
+bool Sample::has_steady_rows(const HeadlessCoding& coding, Bytes data) const {
+    constexpr double kSteady = 0.5;
+    constexpr double kMoreThanSample = 1.5;
+    return !coding.unsteadiness ||
+           coding.unsteadiness(data) <= std::max(kSteady, kMoreThanSample * unsteadiness);
 }
 
 bool Sample::has_fixed_length() const {

@@ -18,6 +18,7 @@ struct Sample {
     bool has_cells = false;                 ///< Whether all of the raw image are cells.
     std::optional<HeadlessCoding> headless; ///< One that the raw image decodes with, to its last value.
     std::uint64_t slack = 0;                ///< Bytes of the raw image after that value.
+    double unsteadiness = 0;                ///< Of its rows, as HeadlessCoding measures.
 
     /// Nothing if the file is not understood, or does not hold all of a raw image.
     [[nodiscard]] static std::optional<Sample> read(Bytes file);
@@ -25,6 +26,11 @@ struct Sample {
     /// Of the raw image: its first offset, bytes from there to its last end, and bytes after that.
     [[nodiscard]] Extent range() const;
     [[nodiscard]] std::uint64_t bytes_after() const;
+
+    /// Whether the rows of an image without a head, which decodes to its end, keep their levels: hardly less
+    /// than the sample's. Otherwise, values were lost or put in before that end. True if the coding does not
+    /// show it.
+    [[nodiscard]] bool has_steady_rows(const HeadlessCoding& coding, Bytes data) const;
 
     /// Whether all photographs of this camera have as many bytes of image data.
     [[nodiscard]] bool has_fixed_length() const;
