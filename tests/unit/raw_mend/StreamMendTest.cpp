@@ -2,6 +2,7 @@
 #include "Written.h"
 #include "mend/StreamAreas.h"
 #include "mend/StreamFrame.h"
+#include "mend/StreamSearch.h"
 
 #include "support/Cr2Photo.h"
 #include "support/DngPhoto.h"
@@ -318,6 +319,28 @@ TEST(DifferenceWriter, TakesTheNearestDifferenceThatHasACode) {
     EXPECT_EQ(writer.put(0, 9), 7);
     EXPECT_EQ(writer.put(0, 14), 16);
     EXPECT_EQ(writer.put(0, -500), -31);
+}
+
+std::vector<std::uint64_t> sectors_of(const Bytes& file, const std::vector<std::uint64_t>& origins) {
+    return raw_mend::find_sectors(file, origins);
+}
+
+TEST(StreamSectors, AreAllButThoseWithinLongFiller) {
+    const Bytes data = noise(3 * kSectorBytes + 100, 1);
+    const Bytes file = joined(joined(data, Bytes(20 * kSectorBytes, 0xFF)), noise(kSectorBytes, 2));
+    // The filler is from byte 100 of sector 3 to byte 100 of sector 23.
+    const std::vector<std::uint64_t> expected{0, 512, 1024, 1536, 23 * 512, 24 * 512};
+    EXPECT_EQ(sectors_of(file, {0}), expected);
+    const std::vector<std::uint64_t> from_100{100, 612, 1124, 23 * 512 + 100};
+    EXPECT_EQ(sectors_of(file, {100}), from_100);
+    EXPECT_EQ(sectors_of(file, {0, 100}).size(), expected.size() + from_100.size());
+}
+
+TEST(StreamSectors, OfShortFillerAreKept) {
+    const Bytes file = joined(joined(noise(512, 1), Bytes(6 * 512)), noise(700, 2));
+    EXPECT_EQ(sectors_of(file, {0}).size(), 9U);
+    EXPECT_TRUE(sectors_of({}, {0}).empty());
+    EXPECT_TRUE(sectors_of(Bytes(100000), {0}).empty());
 }
 
 } // namespace

@@ -16,6 +16,7 @@ struct StreamChain {
     static constexpr std::size_t kStride = 64;
 
     [[nodiscard]] std::size_t size() const { return differences.size(); }
+    [[nodiscard]] int difference(std::size_t at) const { return static_cast<std::int16_t>(differences[at]); }
     /// About where a difference begins in the stream.
     [[nodiscard]] std::uint64_t byte_of(std::size_t at) const;
 };

@@ -19,22 +19,6 @@ constexpr int kNegative = 61440;        // Values from here on are less than 0.
 
 using Columns = std::vector<double>;
 
-/// How rows count, from the gap on: all alike, or so that they are continued to the middle of the gap.
-std::vector<double> weigh_rows(std::size_t rows, std::size_t gap, bool is_sloped) {
-    const auto count = static_cast<double>(rows);
-    std::vector<double> weights(rows, 1 / count);
-    const double middle = (count - 1) / 2;
-    const double distance = middle + (static_cast<double>(gap) + 1) / 2;
-    double spread = 0;
-    for (std::size_t row = 0; row < rows; ++row) {
-        spread += (static_cast<double>(row) - middle) * (static_cast<double>(row) - middle);
-    }
-    for (std::size_t row = 0; row < rows && is_sloped; ++row) {
-        weights[row] -= distance * (static_cast<double>(row) - middle) / spread;
-    }
-    return weights;
-}
-
 /// Sums over columns of the same component that are near each other in a row.
 Columns smooth(const Columns& columns, const StreamFrame& frame) {
     Columns smoothed(columns.size());
@@ -271,6 +255,21 @@ double measure_excess(std::span<const WeightedMean> tests) {
         squares += times * times;
     }
     return tests.empty() ? 1 : std::max(1.0, std::sqrt(squares / static_cast<double>(tests.size())));
+}
+
+std::vector<double> weigh_rows(std::size_t rows, std::size_t gap, bool is_sloped) {
+    const auto count = static_cast<double>(rows);
+    std::vector<double> weights(rows, 1 / count);
+    const double middle = (count - 1) / 2;
+    const double distance = middle + (static_cast<double>(gap) + 1) / 2;
+    double spread = 0;
+    for (std::size_t row = 0; row < rows; ++row) {
+        spread += (static_cast<double>(row) - middle) * (static_cast<double>(row) - middle);
+    }
+    for (std::size_t row = 0; row < rows && is_sloped; ++row) {
+        weights[row] -= distance * (static_cast<double>(row) - middle) / spread;
+    }
+    return weights;
 }
 
 int signed_value(std::uint16_t value) {

@@ -44,6 +44,10 @@ struct RowGap {
     std::size_t last = 0;
 };
 
+/// How much values on one side of a gap count, the nearest first: all alike, or so that they are continued by
+/// a line to the middle of the gap.
+[[nodiscard]] std::vector<double> weigh_rows(std::size_t rows, std::size_t gap, bool is_sloped);
+
 /// Values below 0 are kept modulo 65536.
 [[nodiscard]] int signed_value(std::uint16_t value);
 

@@ -40,9 +40,7 @@ class RowSum {
 
   private:
     [[nodiscard]] std::size_t length() const { return row_ / step_; }
-    [[nodiscard]] std::int64_t difference(std::size_t from) const {
-        return static_cast<std::int16_t>(chain_.differences[at_ + from]);
-    }
+    [[nodiscard]] std::int64_t difference(std::size_t from) const { return chain_.difference(at_ + from); }
 
     const StreamChain& chain_;
     std::size_t row_;
@@ -61,7 +59,7 @@ std::vector<std::uint16_t> measure_jumps(const StreamFrame& frame, const StreamC
         RowSum above(frame, chain, component);
         RowSum below(frame, chain, first + component);
         for (std::size_t at = first + component; at < last; at += frame.components) {
-            const std::int64_t difference = static_cast<std::int16_t>(chain.differences[at]);
+            const std::int64_t difference = chain.difference(at);
             const std::int64_t jump = std::abs(difference * 4 + below.mean() - above.mean());
             jumps[at] = static_cast<std::uint16_t>(std::min<std::int64_t>(jump, kMostJump));
             above.move();

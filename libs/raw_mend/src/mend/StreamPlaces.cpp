@@ -65,10 +65,6 @@ class RunPlacing {
     }
 
   private:
-    [[nodiscard]] int difference(std::size_t at) const {
-        return static_cast<std::int16_t>(chain_.differences[at]);
-    }
-
     /// Values from a run to the next, less than a row.
     [[nodiscard]] std::ptrdiff_t phase_between(const PhaseRun& before, const PhaseRun& after) const {
         const std::size_t row = frame_.row;
@@ -84,7 +80,7 @@ class RunPlacing {
         double sum = 0;
         std::size_t count = 0;
         for (std::size_t at = run.begin; at + lag_ < last; ++at) {
-            sum += std::abs(difference(at) - difference(at + lag_));
+            sum += std::abs(chain_.difference(at) - chain_.difference(at + lag_));
             ++count;
         }
         return sum / static_cast<double>(count) + 1;
@@ -121,7 +117,7 @@ class RunPlacing {
                 const std::size_t at = direction > 0 ? from + nth : from - 1 - nth;
                 const std::size_t other = direction > 0 ? at - lag_ : at + lag_;
                 auto& sum = apart[nth % step];
-                sum += difference(at) - difference(other);
+                sum += chain_.difference(at) - chain_.difference(other);
                 sums[nth % step] += static_cast<double>(sum);
                 misfit += std::abs(static_cast<double>(sum) - usual[nth % step]);
             }

@@ -1,7 +1,6 @@
 #include "mend/StreamSeams.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 
@@ -15,21 +14,6 @@ constexpr std::size_t kFewSeamRows = 48;
 constexpr std::size_t kSeamTests = 8; // On each side.
 constexpr std::size_t kSmoothing = 8; // Rows, to both sides.
 
-/// How much the nth value from a seam counts if a side is continued to it by a line.
-std::array<double, kSide> weigh_side() {
-    constexpr double kMiddle = (kSide - 1) / 2.0;
-    constexpr double kToSeam = kMiddle + 0.5;
-    std::array<double, kSide> weights{};
-    double spread = 0;
-    for (std::size_t nth = 0; nth < kSide; ++nth) {
-        spread += (static_cast<double>(nth) - kMiddle) * (static_cast<double>(nth) - kMiddle);
-    }
-    for (std::size_t nth = 0; nth < kSide; ++nth) {
-        weights[nth] = 1.0 / kSide - kToSeam * (static_cast<double>(nth) - kMiddle) / spread;
-    }
-    return weights;
-}
-
 /// A row of the picture beside a seam: its slice and row on the left, and those on the right.
 struct SeamRow {
     std::size_t left = 0;
@@ -40,7 +24,7 @@ struct SeamRow {
 class Seam {
   public:
     Seam(const StreamFrame& frame, const StreamSlices& slices, std::span<const std::uint16_t> values)
-        : frame_(frame), slices_(slices), values_(values), weights_(weigh_side()) {}
+        : frame_(frame), slices_(slices), values_(values), weights_(weigh_rows(kSide, 0, true)) {}
 
     /// The steps of a component from left to right, so many columns after the seam, or before it.
     [[nodiscard]] WeightedMean step(const std::vector<SeamRow>& rows, std::size_t component,
@@ -103,7 +87,7 @@ class Seam {
     const StreamFrame& frame_;
     const StreamSlices& slices_;
     std::span<const std::uint16_t> values_;
-    std::array<double, kSide> weights_;
+    std::vector<double> weights_; // Of the values of a side, the nearest to the seam first.
 };
 
 /// Rows that are known on the left of a seam, and known or of the run on its right.

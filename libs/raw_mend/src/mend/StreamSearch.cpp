@@ -18,11 +18,37 @@ constexpr double kWorse = 1.3;       // So much better than as it is.
 constexpr std::size_t kContext = 32; // Bytes of a stream before a boundary, at most.
 constexpr double kMuch = 100;
 
+/// Where the bytes end that have the same value as the one at an offset and follow it.
+std::uint64_t end_of_value(Bytes file, std::uint64_t offset) {
+    const auto rest = file.subspan(static_cast<std::size_t>(offset));
+    const auto other = std::ranges::find_if(rest, [&](unsigned char byte) { return byte != rest.front(); });
+    return offset + static_cast<std::uint64_t>(other - rest.begin());
+}
+
 } // namespace
 
+std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_t> origins) {
+    constexpr std::uint64_t kLongRun = 4096;
+    std::vector<std::uint64_t> sectors;
+    for (const std::uint64_t origin : origins) {
+        ByteRange run;
+        for (std::uint64_t offset = origin % kSector; offset < file.size(); offset += kSector) {
+            if (offset >= run.end) {
+                run = {offset, end_of_value(file, offset)};
+            }
+            const std::uint64_t end = std::min<std::uint64_t>(offset + kSector, file.size());
+            if (run.length() < kLongRun || end > run.end) {
+                sectors.push_back(offset);
+            }
+        }
+    }
+    return sectors;
+}
+
 StreamSearch::StreamSearch(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
-                           const StreamBreak& broken)
-    : file_(file), walk_(walk), origins_(origins), broken_(broken.value), buffer_(kContext + kSector) {
+                           std::span<const std::uint64_t> sectors, const StreamBreak& broken)
+    : file_(file), walk_(walk), origins_(origins), sectors_(sectors), broken_(broken.value),
+      buffer_(kContext + kSector) {
     find_boundaries(broken);
 }
 
@@ -60,10 +86,8 @@ void StreamSearch::restore_values() {
 std::vector<Continuation> StreamSearch::run() {
     for (const Boundary& boundary : boundaries_) {
         restore_values();
-        for (const std::uint64_t origin : origins_) {
-            for (std::uint64_t offset = origin % kSector; offset < file_.size(); offset += kSector) {
-                offer(boundary, offset);
-            }
+        for (const std::uint64_t offset : sectors_) {
+            offer(boundary, offset);
         }
     }
     restore_values();

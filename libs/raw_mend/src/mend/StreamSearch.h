@@ -17,16 +17,21 @@ struct Continuation {
 /// The clusters in which files are torn begin at multiples of kSector, counted from some offset.
 inline constexpr std::uint64_t kSector = 512;
 
+/// The offsets of sectors, counted from any of the origins, at which a torn stream may go on: all in the
+/// file, except within long runs of one value, which are no entropy-coded data of a photograph. Takes linear
+/// time.
+[[nodiscard]] std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_t> origins);
+
 /// Looks for places in the whole file where a stream goes on that is torn at a boundary of sectors at a break
 /// or shortly before.
 class StreamSearch {
   public:
-    /// The walk is left as it was. Sectors are counted from any of the origins. All must outlive this.
+    /// The walk is left as it was. The sectors are those of find_sectors() with the origins. All must outlive
+    /// this.
     StreamSearch(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
-                 const StreamBreak& broken);
+                 std::span<const std::uint64_t> sectors, const StreamBreak& broken);
 
-    /// Those that fit, the best first, at most kMostContinuations. Takes time proportional to the sectors
-    /// within reach.
+    /// Those that fit, the best first, at most kMostContinuations. Takes time proportional to the sectors.
     [[nodiscard]] std::vector<Continuation> run();
 
     static constexpr std::size_t kMostContinuations = 8;
@@ -48,6 +53,7 @@ class StreamSearch {
     Bytes file_;
     StreamWalk& walk_;
     std::span<const std::uint64_t> origins_;
+    std::span<const std::uint64_t> sectors_;
     std::size_t broken_; // The value.
     std::vector<Boundary> boundaries_;
     std::vector<unsigned char> buffer_;

@@ -53,7 +53,7 @@ bool StreamTears::undo(const StreamBreak& broken) {
         return false;
     }
     ++searches_;
-    auto found = StreamSearch(file_, walk_, origins_, broken).run();
+    auto found = StreamSearch(file_, walk_, origins_, sectors_, broken).run();
     if (found.empty()) {
         return false;
     }
@@ -151,7 +151,7 @@ StreamTears::Run StreamTears::run_further(const Continuation& found) {
     if (!next) {
         return run;
     }
-    const auto further = StreamSearch(file_, walk_, origins_, *next).run();
+    const auto further = StreamSearch(file_, walk_, origins_, sectors_, *next).run();
     if (further.empty()) {
         return run;
     }

@@ -17,7 +17,8 @@ class StreamTears {
     /// this camera never do. All must outlive this.
     StreamTears(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
                 std::span<const std::size_t> alarms, Care care)
-        : file_(file), walk_(walk), origins_(origins), alarms_(alarms), care_(care) {}
+        : file_(file), walk_(walk), origins_(origins), sectors_(find_sectors(file, origins)), alarms_(alarms),
+          care_(care) {}
 
     /// Whether the stream is complete now. If not, the walk has stopped where nothing can be decoded and
     /// nothing continues it, or at the end.
@@ -54,6 +55,7 @@ class StreamTears {
     Bytes file_;
     StreamWalk& walk_;
     std::span<const std::uint64_t> origins_;
+    std::vector<std::uint64_t> sectors_;
     std::span<const std::size_t> alarms_;
     Care care_;
     std::size_t undone_ = 0;
