@@ -325,22 +325,43 @@ std::vector<std::uint64_t> sectors_of(const Bytes& file, const std::vector<std::
     return raw_mend::find_sectors(file, origins);
 }
 
+/// As entropy-coded data may be: without any marker.
+Bytes coded_bytes(std::size_t count, unsigned number) {
+    Bytes bytes = noise(count, number);
+    std::ranges::replace(bytes, static_cast<unsigned char>(0xFF), static_cast<unsigned char>(0));
+    return bytes;
+}
+
 TEST(StreamSectors, AreAllButThoseWithinLongFiller) {
-    const Bytes data = noise(3 * kSectorBytes + 100, 1);
-    const Bytes file = joined(joined(data, Bytes(20 * kSectorBytes, 0xFF)), noise(kSectorBytes, 2));
+    const Bytes data = coded_bytes(3 * kSectorBytes + 100, 1);
+    const Bytes file = joined(joined(data, Bytes(20 * kSectorBytes, 0xFF)), coded_bytes(kSectorBytes, 2));
     // The filler is from byte 100 of sector 3 to byte 100 of sector 23.
-    const std::vector<std::uint64_t> expected{0, 512, 1024, 1536, 23 * 512, 24 * 512};
-    EXPECT_EQ(sectors_of(file, {0}), expected);
+    const std::vector<std::uint64_t> expected{0, 512, 1024, 1536, 24 * 512};
+    EXPECT_EQ(sectors_of(file, {0}), expected) << "FF and another byte are in sector 23";
     const std::vector<std::uint64_t> from_100{100, 612, 1124, 23 * 512 + 100};
     EXPECT_EQ(sectors_of(file, {100}), from_100);
     EXPECT_EQ(sectors_of(file, {0, 100}).size(), expected.size() + from_100.size());
 }
 
 TEST(StreamSectors, OfShortFillerAreKept) {
-    const Bytes file = joined(joined(noise(512, 1), Bytes(6 * 512)), noise(700, 2));
+    const Bytes file = joined(joined(coded_bytes(512, 1), Bytes(6 * 512)), coded_bytes(700, 2));
     EXPECT_EQ(sectors_of(file, {0}).size(), 9U);
     EXPECT_TRUE(sectors_of({}, {0}).empty());
     EXPECT_TRUE(sectors_of(Bytes(100000), {0}).empty());
+}
+
+TEST(StreamSectors, HaveNoMarkerExceptTheLast) {
+    const Bytes data = coded_bytes(2 * kSectorBytes, 1);
+    const auto with_marker = [&](unsigned char code) { return with(data, 700, {0xFF, code}); };
+    const std::vector<std::uint64_t> both{0, 512};
+    const std::vector<std::uint64_t> first{0};
+    EXPECT_EQ(sectors_of(with_marker(0x00), {0}), both); // Stuffed.
+    EXPECT_EQ(sectors_of(with_marker(0xD9), {0}), both);
+    EXPECT_EQ(sectors_of(with(data, 700, {0xFF, 0xFF, 0xD9}), {0}), both);
+    EXPECT_EQ(sectors_of(with_marker(0xD8), {0}), first);
+    EXPECT_EQ(sectors_of(with_marker(0x01), {0}), first);
+    EXPECT_EQ(sectors_of(with(data, 511, {0xFF, 0x01}), {0}),
+              both); // What follows a sector may be elsewhere.
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "mend/StreamSearch.h"
 
+#include <lossless_jpeg/Markers.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -25,6 +27,22 @@ std::uint64_t end_of_value(Bytes file, std::uint64_t offset) {
     return offset + static_cast<std::uint64_t>(other - rest.begin());
 }
 
+/// Whether there is a marker other than EOI, or fill bytes before it. Streams without restart intervals have
+/// none in their data.
+bool has_foreign_marker(Bytes sector) {
+    auto at = sector.begin();
+    while (true) {
+        at = std::find(at, sector.end(), 0xFF);
+        if (sector.end() - at < 2) {
+            return false;
+        }
+        ++at;
+        if (*at != 0 && *at != 0xFF && *at != lossless_jpeg::kEoi) {
+            return true;
+        }
+    }
+}
+
 } // namespace
 
 std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_t> origins) {
@@ -37,7 +55,9 @@ std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_
                 run = {offset, end_of_value(file, offset)};
             }
             const std::uint64_t end = std::min<std::uint64_t>(offset + kSector, file.size());
-            if (run.length() < kLongRun || end > run.end) {
+            const bool is_filler = run.length() >= kLongRun && end <= run.end;
+            if (!is_filler && !has_foreign_marker(file.subspan(static_cast<std::size_t>(offset),
+                                                               static_cast<std::size_t>(end - offset)))) {
                 sectors.push_back(offset);
             }
         }

@@ -18,8 +18,8 @@ struct Continuation {
 inline constexpr std::uint64_t kSector = 512;
 
 /// The offsets of sectors, counted from any of the origins, at which a torn stream may go on: all in the
-/// file, except within long runs of one value, which are no entropy-coded data of a photograph. Takes linear
-/// time.
+/// file, except within long runs of one value, which are no entropy-coded data of a photograph, and those
+/// with a marker that such data do not have. Takes linear time.
 [[nodiscard]] std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_t> origins);
 
 /// Looks for places in the whole file where a stream goes on that is torn at a boundary of sectors at a break
