@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <vector>
 
 namespace raw_mend {
@@ -16,27 +17,10 @@ namespace {
 constexpr std::size_t kHead = 2;            ///< Bytes before a stream's first block.
 constexpr std::uint64_t kMostInflated = 16; ///< Bytes that are inflated for each byte of the file.
 
-/// The sample's streams, and how many bytes of data each has. Nothing if one is not complete.
-std::vector<WholeStream> read_deflated_streams(const Sample& sample) {
-    constexpr std::uint64_t kMostOfAll = std::uint64_t{1} << 36U; // Bytes of data.
-    std::vector<WholeStream> streams;
-    std::uint64_t rest = kMostOfAll;
-    for (const Piece& piece : sample.description.raw.pieces) {
-        const Bytes file = sample.file.first(static_cast<std::size_t>(piece.data.end()));
-        const ZlibCheck check = check_zlib_stream(file, piece.data.offset, rest);
-        if (!check.length) {
-            return {};
-        }
-        rest -= check.inflated;
-        streams.push_back({{piece.data.offset, *check.length}, check.inflated});
-    }
-    return streams;
-}
-
 class DeflatedSearch {
   public:
     DeflatedSearch(Bytes damaged, const Sample& sample)
-        : damaged_(damaged), sample_(sample), of_sample_(read_deflated_streams(sample)) {}
+        : damaged_(damaged), sample_(sample), of_sample_(sample.deflated) {}
 
     std::optional<FoundImage> find() {
         if (of_sample_.empty()) {
@@ -62,7 +46,7 @@ class DeflatedSearch {
         std::size_t at = find_head(0);
         while (at < damaged_.size() && reads_left != 0) {
             const ZlibCheck check = check_zlib_stream(damaged_, at, most);
-            const bool is_piece = check.length && is_of_sample(check.inflated);
+            const bool is_piece = check.length && has_kind(of_sample_, check.inflated);
             if (is_piece) {
                 streams_.push_back({{at, *check.length}, check.inflated});
             }
@@ -95,10 +79,6 @@ class DeflatedSearch {
         }
     }
 
-    [[nodiscard]] bool is_of_sample(std::uint64_t inflated) const {
-        return std::ranges::find(of_sample_, inflated, &WholeStream::kind) != of_sample_.end();
-    }
-
     void fill_lost(FoundImage& image) const {
         for (std::size_t piece = 0; piece < image.pieces.size(); ++piece) {
             if (!image.pieces[piece]) {
@@ -111,7 +91,7 @@ class DeflatedSearch {
 
     Bytes damaged_;
     const Sample& sample_;
-    std::vector<WholeStream> of_sample_;   ///< In the order of the container's lists.
+    std::span<const WholeStream> of_sample_;
     unsigned char first_byte_ = 0;         ///< Of each of them,
     std::array<bool, 256> second_bytes_{}; ///< and which bytes follow it.
     std::vector<WholeStream> streams_;     ///< In the damaged file, by offset; they do not overlap.
@@ -125,7 +105,7 @@ std::optional<FoundImage> find_deflated_pieces(Bytes damaged, const Sample& samp
 }
 
 bool has_whole_deflated_pieces(Bytes file, const Image& image, const Sample& sample) {
-    const std::vector<WholeStream> expected = read_deflated_streams(sample);
+    const std::span<const WholeStream> expected = sample.deflated;
     for (std::size_t piece = 0; piece < expected.size(); ++piece) {
         const Extent& data = image.pieces[piece].data;
         const ZlibCheck check = check_zlib_stream(file.first(static_cast<std::size_t>(data.end())),

@@ -55,17 +55,13 @@ class LossySearch {
             }
             const auto offset = static_cast<std::uint64_t>(at - damaged_.begin());
             const auto [jpeg, bytes_read] = check_baseline_jpeg(damaged_, offset);
-            const bool is_piece = jpeg && is_of_sample(*jpeg);
+            const bool is_piece = jpeg && has_kind(of_sample_, stream_of(*jpeg).kind);
             if (is_piece) {
                 streams_.push_back(stream_of(*jpeg));
             }
             reads_left -= std::min(reads_left, bytes_read + 1);
             at += is_piece ? static_cast<std::ptrdiff_t>(jpeg->data.length) : 1;
         }
-    }
-
-    [[nodiscard]] bool is_of_sample(const BaselineJpeg& jpeg) const {
-        return std::ranges::find(of_sample_, stream_of(jpeg).kind, &WholeStream::kind) != of_sample_.end();
     }
 
     Bytes damaged_;

@@ -1,6 +1,7 @@
 #include "ways/Sample.h"
 
 #include "coding/Cells.h"
+#include "coding/ZlibStream.h"
 #include "container/Describe.h"
 
 #include <algorithm>
@@ -29,6 +30,23 @@ void read_headless(Sample& sample) {
     }
 }
 
+void read_deflated(Sample& sample) {
+    constexpr std::uint64_t kMostOfAll = std::uint64_t{1} << 36U; // Bytes of data.
+    const Image& raw = sample.description.raw;
+    std::uint64_t rest = kMostOfAll;
+    for (std::size_t piece = 0; raw.frame.coding == Coding::kDeflate && piece < raw.pieces.size(); ++piece) {
+        const Extent& data = raw.pieces[piece].data;
+        const Bytes file = sample.file.first(static_cast<std::size_t>(data.end()));
+        const ZlibCheck check = check_zlib_stream(file, data.offset, rest);
+        if (!check.length) {
+            sample.deflated.clear();
+            return;
+        }
+        rest -= check.inflated;
+        sample.deflated.push_back({{data.offset, *check.length}, check.inflated});
+    }
+}
+
 } // namespace
 
 std::optional<Sample> Sample::read(Bytes file) {
@@ -52,6 +70,7 @@ std::optional<Sample> Sample::read(Bytes file) {
     sample.has_cells = sample.description.raw.frame.coding == Coding::kFixedRate && range.is_within(file) &&
                        are_cells(range.of(file));
     read_headless(sample);
+    read_deflated(sample);
     return sample;
 }
 

@@ -4,8 +4,10 @@
 #include "container/Description.h"
 #include "locate/ImageRows.h"
 #include "locate/RowPhase.h"
+#include "ways/WholeStream.h"
 
 #include <optional>
+#include <vector>
 
 namespace raw_mend {
 
@@ -18,7 +20,10 @@ struct Sample {
     bool has_cells = false;                 ///< Whether all of the raw image are cells.
     std::optional<HeadlessCoding> headless; ///< One that the raw image decodes with, to its last value.
     std::uint64_t slack = 0;                ///< Bytes of the raw image after that value.
-    double unsteadiness = 0;                ///< Of its rows, as HeadlessCoding measures.
+    /// The pieces of a deflated raw image, in its order, by how many bytes of data each has. None if one of
+    /// them is not complete.
+    std::vector<WholeStream> deflated{};
+    double unsteadiness = 0; ///< Of its rows, as HeadlessCoding measures.
 
     /// Nothing if the file is not understood, or does not hold all of a raw image.
     [[nodiscard]] static std::optional<Sample> read(Bytes file);

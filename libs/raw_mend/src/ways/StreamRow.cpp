@@ -83,6 +83,10 @@ std::optional<FoundImage> place_by_layouts(Bytes damaged, const Sample& sample,
 
 } // namespace
 
+bool has_kind(std::span<const WholeStream> streams, std::uint64_t kind) {
+    return std::ranges::find(streams, kind, &WholeStream::kind) != streams.end();
+}
+
 std::optional<FoundImage> place_streams(Bytes damaged, const Sample& sample,
                                         std::span<const WholeStream> of_sample,
                                         std::span<const WholeStream> streams) {

@@ -2,17 +2,15 @@
 
 #include "ways/FoundImage.h"
 #include "ways/Sample.h"
+#include "ways/WholeStream.h"
 
 #include <cstdint>
 #include <span>
 
 namespace raw_mend {
 
-/// A coded stream that is complete, and proves itself.
-struct WholeStream {
-    Extent data;
-    std::uint64_t kind = 0; ///< Only streams of one kind can take one another's place.
-};
+/// Whether one of the streams is of this kind.
+[[nodiscard]] bool has_kind(std::span<const WholeStream> streams, std::uint64_t kind);
 
 /// Which streams of a damaged file are the pieces of the sample's raw image: as many as it has, one after
 /// another, of the same kinds in the order of their offsets; else those at places where tables or the sample
