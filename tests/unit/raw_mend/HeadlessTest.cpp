@@ -90,12 +90,12 @@ INSTANTIATE_TEST_SUITE_P(All, Headless,
                                          NamedKind{"Pentax14", Kind::kPentax14}),
                          [](const auto& test) { return test.param.name; });
 
-constexpr unsigned kWidth = 544;
+constexpr std::size_t kWidth = 544;
 
 HeadlessPhoto nikon_photo(unsigned number, Mood mood) {
     return HeadlessPhoto({.kind = Kind::kNikonLossless14,
                           .number = number_of(mood, number),
-                          .width = kWidth,
+                          .width = static_cast<unsigned>(kWidth),
                           .filler = 20000 + 512 * std::size_t{number}});
 }
 
@@ -115,7 +115,8 @@ Bytes with_lost_values(const HeadlessPhoto& photo, std::size_t from, std::size_t
         EXPECT_TRUE(value >= 0 && value < 1 << 14);
         samples.push_back(static_cast<std::uint16_t>(value));
     }
-    Bytes image = nikon_differences(samples, kWidth, NikonTree::kLossless14, kFirstValue);
+    Bytes image =
+        nikon_differences(samples, static_cast<unsigned>(kWidth), NikonTree::kLossless14, kFirstValue);
     EXPECT_LE(image.size(), photo.image_size);
     image.resize(photo.image_size);
     return joined(part(photo.bytes, 0, photo.image_offset), image);
@@ -133,7 +134,7 @@ TEST(HeadlessProof, AsManyValuesAreNoneIfTheRowsJump) {
         EXPECT_EQ(whole->image.proved, 1U) << testing::PrintToString(whole->image.doubts);
         for (const std::size_t count : {1U, 2U, 5U}) {
             SCOPED_TRACE(count);
-            const Bytes damaged = with_lost_values(photo, std::size_t{284} * kWidth, count);
+            const Bytes damaged = with_lost_values(photo, 284 * kWidth, count);
             for (const bool has_head : {true, false}) {
                 const auto repaired =
                     repair(has_head ? damaged : zeroed(damaged, 0, photo.image_offset), *sample);

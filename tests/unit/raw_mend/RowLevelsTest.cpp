@@ -15,10 +15,10 @@ namespace {
 
 using raw_mend::RowLevels;
 
-constexpr unsigned kWidth = 544;
+constexpr std::size_t kWidth = 544;
 
 std::vector<std::uint16_t> scene_in(Mood mood, unsigned number, unsigned height = 384) {
-    return noisy_scene(number_of(mood, number), kWidth, height, 14);
+    return noisy_scene(number_of(mood, number), static_cast<unsigned>(kWidth), height, 14);
 }
 
 /// Of rows that are decoded as if so many values of the first row were not there.
@@ -87,7 +87,7 @@ TEST(RowLevels, SayNothingOfAFewRowsOrColumns) {
     }
     EXPECT_EQ(few_rows.unsteadiness(), 0);
     RowLevels few_columns(20);
-    for (std::size_t at = 0; at < 20 * 400; ++at) {
+    for (std::size_t at = 0; at < std::size_t{20} * 400; ++at) {
         few_columns.add(at / 20 % 4 < 2 ? 100 : 0);
     }
     EXPECT_EQ(few_columns.unsteadiness(), 0);

@@ -336,15 +336,15 @@ TEST(StreamSectors, AreAllButThoseWithinLongFiller) {
     const Bytes data = coded_bytes(3 * kSectorBytes + 100, 1);
     const Bytes file = joined(joined(data, Bytes(20 * kSectorBytes, 0xFF)), coded_bytes(kSectorBytes, 2));
     // The filler is from byte 100 of sector 3 to byte 100 of sector 23.
-    const std::vector<std::uint64_t> expected{0, 512, 1024, 1536, 24 * 512};
+    const std::vector<std::uint64_t> expected{0, 512, 1024, 1536, 24 * kSectorBytes};
     EXPECT_EQ(sectors_of(file, {0}), expected) << "FF and another byte are in sector 23";
-    const std::vector<std::uint64_t> from_100{100, 612, 1124, 23 * 512 + 100};
+    const std::vector<std::uint64_t> from_100{100, 612, 1124, 23 * kSectorBytes + 100};
     EXPECT_EQ(sectors_of(file, {100}), from_100);
     EXPECT_EQ(sectors_of(file, {0, 100}).size(), expected.size() + from_100.size());
 }
 
 TEST(StreamSectors, OfShortFillerAreKept) {
-    const Bytes file = joined(joined(coded_bytes(512, 1), Bytes(6 * 512)), coded_bytes(700, 2));
+    const Bytes file = joined(joined(coded_bytes(512, 1), Bytes(6 * kSectorBytes)), coded_bytes(700, 2));
     EXPECT_EQ(sectors_of(file, {0}).size(), 9U);
     EXPECT_TRUE(sectors_of({}, {0}).empty());
     EXPECT_TRUE(sectors_of(Bytes(100000), {0}).empty());

@@ -62,7 +62,8 @@ void RowLevels::measure(std::size_t colour) {
         };
         const std::size_t begin = bound(block) + colour;
         const std::size_t end = bound(block + 1);
-        const auto values = static_cast<double>((end - bound(block)) / kColours);
+        const std::size_t count = (end - bound(block)) / kColours;
+        const auto values = static_cast<double>(count);
         double sum = 0;
         for (std::size_t column = begin; column < end; column += kColours) {
             sum += bend(column);
