@@ -28,8 +28,8 @@ bool begins_file(const PictureCandidate& candidate) {
 }
 
 /// Keeps the best picture and the best thumbnail. Candidates are added in the order of in_order. The picture
-/// that the file begins with gives way only to a whole one: other data that are found in it may be foreign,
-/// or its own under a foreign header.
+/// that the file begins with gives way only to a whole one, or to a part of it of which more is certain:
+/// other data that are found in it may be foreign, or its own under a foreign header.
 class Ranking {
   public:
     void add(Assessment&& assessment) {
@@ -66,10 +66,17 @@ class Ranking {
         return begins_file(assessment.hypothesis.candidate) && assessment.own > 0;
     }
 
+    /// Whether it is a part of the same picture, under the same header, of which more is certain.
+    static bool has_more_of(const Assessment& before, const Assessment& one) {
+        return one.hypothesis.frame_borrowed && one.own > before.own &&
+               one.hypothesis.candidate.frame == before.hypothesis.candidate.frame;
+    }
+
     /// Whether an assessment is better than another that was added before it.
     static bool is_better(const Assessment& one, const Assessment& before) {
-        return one.score() > before.score() &&
-               (!has_precedence(before) || (one.whole && one.own == one.total));
+        const bool may_win =
+            !has_precedence(before) || (one.whole && one.own == one.total) || has_more_of(before, one);
+        return may_win && one.score() > before.score();
     }
 
     std::optional<Assessment> picture_;
