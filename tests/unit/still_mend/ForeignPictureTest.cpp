@@ -67,22 +67,5 @@ TEST(ForeignPicture, WithRestartsDoesNotGiveItsIntervalToAPictureWithoutThem) {
     }
 }
 
-TEST(ForeignPicture, WhoseDataGoOnAfterTheLastMcuIsNotAllClaimed) {
-    const Coding& coding = coding_named("baseline 4:4:4");
-    for (const unsigned scene : {1U, 2U}) {
-        const Bytes picture = make_coded(coding, scene, kWidth, kHeight);
-        const Bytes other = make_coded(coding, scene + 1, 1280, 960);
-        const std::size_t scan = dissect(picture).scan_header.last;
-        for (std::size_t tenth = 2; tenth < 9; ++tenth) {
-            const std::size_t place = scan + (picture.size() - scan) * tenth / 10;
-            const Bytes damaged =
-                joined(part(picture, 0, place), part(other, other.size() / 3, other.size() - 2000));
-            const Trial trial = run_trial(picture, {damaged, 0, damaged.size()});
-            EXPECT_LT(trial.claimed, trial.mcus) << scene << ", " << tenth;
-            EXPECT_GE(trial.recovered + trial.mcus / 50, trial.plain) << scene << ", " << tenth;
-        }
-    }
-}
-
 } // namespace
 } // namespace test

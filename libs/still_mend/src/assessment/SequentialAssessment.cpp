@@ -208,7 +208,7 @@ class SequentialAssessment {
         for (std::size_t index = 0; index < placements.size(); ++index) {
             const bool last = index + 1 == placements.size();
             if (placements[index].run != index || placements[index].skip != 0 ||
-                survey.runs[index].overflows || (!last && !survey.runs[index].closes)) {
+                (!last && !survey.runs[index].closes)) {
                 return false;
             }
         }

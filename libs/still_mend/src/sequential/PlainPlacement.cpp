@@ -290,10 +290,9 @@ class PlainPlacement {
 
     /// Puts a stretch of the last part in pieces, each with the level that the jumps before it leave.
     void put_levelled(Stretch rest, const std::vector<LevelJump>& jumps) {
-        const Run& run = survey_.runs[last_.part.run];
-        const auto found = find_seam(survey_.traces, rest, !is_undisturbed(run));
-        const std::size_t seam = found.value_or(rest.last);
-        last_.sure = last_.sure && (found || !run.overflows); // There is damage, anywhere.
+        const std::size_t seam =
+            find_seam(survey_.traces, rest, !is_undisturbed(survey_.runs[last_.part.run]))
+                .value_or(rest.last);
         for (std::size_t index = 0; index <= jumps.size(); ++index) {
             const std::size_t last = index < jumps.size() ? jumps[index].trace : rest.last;
             put_piece({rest.first, last, rest.position, wide_}, seam);
@@ -311,7 +310,7 @@ class PlainPlacement {
 
     /// Whether a run shows no sign of damage.
     [[nodiscard]] bool is_undisturbed(const Run& run) const {
-        return run.dc_known && !run.overflows && (run.count == data_.total || run.cut);
+        return run.dc_known && (run.count == data_.total || run.cut);
     }
 
     void put_piece(const Stretch& piece, std::size_t seam) {

@@ -146,21 +146,9 @@ class PlainSurvey {
         const std::size_t stop = skip_fill(data_.file, after_last.stop(), data_.limit);
         run_.at_eoi = run_.closes && stop + 1 < data_.limit && data_.file[stop + 1] == marker::kEoi;
         run_.cut = failed && reader_.overrun() && stop + 1 >= data_.limit;
-        run_.overflows = !failed && data_.from_start && !run_.closes && goes_on(after_last, dc);
         survey_.end = run_.end;
         const bool long_enough = first_ || run_.count >= kMinRun;
         return {after_last, (run_.at_eoi && long_enough) || (!failed && run_.count >= data_.total)};
-    }
-
-    /// Whether more MCUs follow in step than noise decodes to.
-    [[nodiscard]] bool goes_on(BitReader reader, DcState dc) const {
-        constexpr unsigned kMore = 256;
-        Mcu mcu;
-        unsigned count = 0;
-        while (count < kMore && decoder_.decode(reader, dc, mcu)) {
-            ++count;
-        }
-        return count == kMore;
     }
 
     void keep_or_drop() {

@@ -21,17 +21,16 @@ struct ScanData {
 
 /// A run: MCUs that decoded one after the other.
 struct Run {
-    BitReader start;        ///< At the first of them.
-    bool dc_known = true;   ///< It began at a restart or at the scan's first byte.
-    int restart = -1;       ///< Number of the restart marker before it, -1 for none.
-    bool adjacent = false;  ///< The run before ended at that marker.
-    bool closes = false;    ///< Its bits end with the run, at a marker or at the limit.
-    bool at_eoi = false;    ///< And that marker is EOI.
-    bool cut = false;       ///< Its data end with the limit: all of it is good.
-    bool overflows = false; ///< It holds the picture's last MCU, and many more follow: some are foreign.
-    std::size_t trace = 0;  ///< That of the first MCU.
-    std::size_t count = 0;  ///< MCUs.
-    std::size_t begin = 0;  ///< Approximate offsets in the file.
+    BitReader start;       ///< At the first of them.
+    bool dc_known = true;  ///< It began at a restart or at the scan's first byte.
+    int restart = -1;      ///< Number of the restart marker before it, -1 for none.
+    bool adjacent = false; ///< The run before ended at that marker.
+    bool closes = false;   ///< Its bits end with the run, at a marker or at the limit.
+    bool at_eoi = false;   ///< And that marker is EOI.
+    bool cut = false;      ///< Its data end with the limit: all of it is good.
+    std::size_t trace = 0; ///< That of the first MCU.
+    std::size_t count = 0; ///< MCUs.
+    std::size_t begin = 0; ///< Approximate offsets in the file.
     std::size_t end = 0;
 };
 
