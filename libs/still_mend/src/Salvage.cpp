@@ -22,7 +22,14 @@ bool is_thumbnail(const PictureCandidate& candidate) {
     return candidate.offset > 0 && (size <= kTinyPixels || (candidate.nested && size <= kThumbnailPixels));
 }
 
-/// Keeps the best picture and the best thumbnail.
+/// Whether the file begins with the header of this picture, all of it.
+bool begins_file(const PictureCandidate& candidate) {
+    return candidate.offset == 0 && candidate.has_soi && !candidate.damaged_header;
+}
+
+/// Keeps the best picture and the best thumbnail. Candidates are added in the order of in_order. The picture
+/// that the file begins with gives way only to a whole one, or to a part of it of which more is certain:
+/// other data that are found in it may be foreign, or its own under a foreign header.
 class Ranking {
   public:
     void add(Assessment&& assessment) {
@@ -30,7 +37,7 @@ class Ranking {
             return;
         }
         auto& best = is_thumbnail(assessment.hypothesis.candidate) ? thumbnail_ : picture_;
-        if (!best || assessment.score() > best->score()) {
+        if (!best || is_better(assessment, *best)) {
             best = std::move(assessment);
         }
     }
@@ -54,6 +61,24 @@ class Ranking {
     }
 
   private:
+    /// Whether it begins the file, and some of it is certain.
+    static bool has_precedence(const Assessment& assessment) {
+        return begins_file(assessment.hypothesis.candidate) && assessment.own > 0;
+    }
+
+    /// Whether it is a part of the same picture, under the same header, of which more is certain.
+    static bool has_more_of(const Assessment& before, const Assessment& one) {
+        return one.hypothesis.frame_borrowed && one.own > before.own &&
+               one.hypothesis.candidate.frame == before.hypothesis.candidate.frame;
+    }
+
+    /// Whether an assessment is better than another that was added before it.
+    static bool is_better(const Assessment& one, const Assessment& before) {
+        const bool may_win =
+            !has_precedence(before) || (one.whole && one.own == one.total) || has_more_of(before, one);
+        return may_win && one.score() > before.score();
+    }
+
     std::optional<Assessment> picture_;
     std::optional<Assessment> thumbnail_;
 };
@@ -97,15 +122,15 @@ std::uint64_t most_blocks(std::size_t size, const std::vector<PictureCandidate>&
     return size + kAttempts * largest;
 }
 
-/// Candidates, largest first.
-std::vector<const PictureCandidate*> by_size(const std::vector<PictureCandidate>& candidates) {
+/// The candidate that begins the file, and the others, largest first.
+std::vector<const PictureCandidate*> in_order(const std::vector<PictureCandidate>& candidates) {
     std::vector<const PictureCandidate*> order;
     order.reserve(candidates.size());
     for (const auto& candidate : candidates) {
         order.push_back(&candidate);
     }
     std::stable_sort(order.begin(), order.end(), [](const PictureCandidate* a, const PictureCandidate* b) {
-        return claimed_pixels(*a) > claimed_pixels(*b);
+        return begins_file(*a) != begins_file(*b) ? begins_file(*a) : claimed_pixels(*a) > claimed_pixels(*b);
     });
     return order;
 }
@@ -150,7 +175,7 @@ class FileSalvage {
     }
 
     std::optional<BestPicture> best() {
-        for (const PictureCandidate* candidate : by_size(candidates_)) {
+        for (const PictureCandidate* candidate : in_order(candidates_)) {
             consider(*candidate);
         }
         consider(find_orphans(file_, covered_, siblings_));

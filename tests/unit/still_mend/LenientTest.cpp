@@ -1,12 +1,17 @@
 #include "JpegHabits.h"
+#include "Laboratory.h"
 #include "Salvaged.h"
 #include "assessment/LenientJpeg.h"
+#include "assessment/LibjpegAssessment.h"
+#include "header/HeaderMarkers.h"
 
 #include "support/Jpeg.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <random>
 
 #include <jpeglib.h>
 
@@ -82,6 +87,32 @@ TEST_F(Lenient, AHugeClaimOfFewBytesIsNotTried) {
         }
     }
     FAIL() << "no frame of arithmetic coding";
+}
+
+/// A picture with changed bits in these bytes.
+Bytes with_changes(Bytes file, const Anatomy::Part& bytes, std::uint32_t seed, std::size_t count) {
+    std::mt19937 random(seed);
+    for (std::size_t index = 0; index < count; ++index) {
+        const std::size_t place = bytes.first + random() % (bytes.last - bytes.first);
+        file[place] ^= static_cast<unsigned char>(1U << (random() % 8));
+    }
+    return file;
+}
+
+TEST(LenientProgressive, ALevelThatLeavesTheRangeIsNoNoise) {
+    const Bytes jpeg = make_coded(coding_named("progressive 4:2:0"), 1, 640, 480);
+    const auto first_scan = dissect(jpeg).scans.at(0).intervals.front();
+    const std::size_t size = first_scan.last - first_scan.first;
+    for (std::uint32_t seed = 1; seed <= 24; ++seed) {
+        const Bytes damaged =
+            with_changes(jpeg, {first_scan.first + size / 3, first_scan.first + size * 5 / 6}, seed, 2);
+        const auto candidates =
+            still_mend::find_candidates(damaged, still_mend::find_header_markers(damaged));
+        const auto picture = still_mend::assess_leniently(damaged, candidates.at(0));
+        ASSERT_TRUE(picture) << seed;
+        EXPECT_FALSE(picture->noise) << seed;
+        EXPECT_EQ(picture->own, 0U) << seed;
+    }
 }
 
 } // namespace

@@ -67,6 +67,20 @@ Bytes nearly_empty_pictures(std::size_t size) {
     return repeated(joined(joined(head, Bytes(150, 0x12)), {0xFF, 0xD9}), size);
 }
 
+constexpr std::size_t kEoiSize = 2;
+
+/// What may be a scan without its header.
+Bytes noise_up_to_eoi(std::size_t size) {
+    Bytes file = noise(size - kEoiSize, 1);
+    std::ranges::replace(file, 0xFF, 0x55);
+    return joined(file, {0xFF, 0xD9});
+}
+
+/// Bits that the standard tables decode without an error into many MCUs, so that many widths are possible.
+Bytes short_mcus_up_to_eoi(std::size_t size) {
+    return joined(repeated({0x00, 0x28, 0xA2, 0x8A, 0x13}, size - kEoiSize), {0xFF, 0xD9});
+}
+
 struct Flood {
     std::string name;
     std::function<Bytes(std::size_t size)> make;
@@ -92,6 +106,8 @@ std::vector<Flood> floods() {
         {"restart markers", restart_flood},
         {"scattered intervals", scattered_intervals},
         {"nearly empty pictures", nearly_empty_pictures},
+        {"noise up to an EOI", noise_up_to_eoi},
+        {"short MCUs up to an EOI", short_mcus_up_to_eoi},
         {"long tables",
          [](std::size_t size) {
              return repeated({0xFF, 0xC4, 0xFF, 0xDB, 0x7F, 0xFF}, size);

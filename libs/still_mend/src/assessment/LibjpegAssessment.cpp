@@ -28,9 +28,9 @@ bool is_impossible(const Block& block, const QuantTable& quant) {
 
 /// Whether what libjpeg read without a warning is not a picture: more than a few of its blocks are
 /// impossible. The first scan of a progressive picture holds too little for that; its blocks must be neither
-/// rough nor all alike.
+/// rough nor all alike, and up to half of all may be impossible: damage moves the level of all that follows.
 bool is_no_picture(const PictureCandidate& candidate, const LenientJpeg& picture) {
-    constexpr std::size_t kFew = 64; // One in this many.
+    const std::size_t few = candidate.frame->progressive() ? 2 : 64; // One in this many.
     if (candidate.frame->progressive()) {
         std::vector<bool> smooth(candidate.frame->mcus(), false);
         std::fill_n(smooth.begin(), picture.smooth, true);
@@ -52,7 +52,7 @@ bool is_no_picture(const PictureCandidate& candidate, const LenientJpeg& picture
             }
         }
     }
-    return flat || impossible * kFew > blocks;
+    return flat || impossible * few > blocks;
 }
 
 } // namespace

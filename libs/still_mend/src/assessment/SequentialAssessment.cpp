@@ -54,7 +54,7 @@ class SequentialAssessment {
     /// Uses the interval that the markers suggest. again: instead of one that did not work.
     void infer(bool again) {
         const unsigned interval = infer_interval(data_, decoder_);
-        if (interval == 0 || interval == data_.interval) {
+        if (interval == 0 || interval == data_.interval || outlasts(interval)) {
             return;
         }
         const Assessment before = result_;
@@ -72,6 +72,22 @@ class SequentialAssessment {
             result_.interval_inferred = true;
             result_.hypothesis.candidate.tables.restart_interval = interval;
         }
+    }
+
+    /// Whether the scan begins with far more MCUs than an interval of this length and damage at its end
+    /// explain: the markers that suggest it are foreign.
+    [[nodiscard]] bool outlasts(unsigned interval) const {
+        constexpr std::size_t kIntervals = 4;
+        constexpr std::size_t kOfNoise = 256; // MCUs that noise may decode to.
+        const std::size_t most = kIntervals * interval + kOfNoise;
+        BitReader reader(data_.file.first(data_.limit), data_.first);
+        DcState dc;
+        Mcu mcu;
+        std::size_t count = 0;
+        while (data_.from_start && count < most && decoder_.decode(reader, dc, mcu)) {
+            ++count;
+        }
+        return count == most;
     }
 
     void place() {

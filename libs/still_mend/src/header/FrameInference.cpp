@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace still_mend {
 
@@ -15,8 +16,10 @@ namespace {
 
 constexpr std::size_t kLeastWide = 4; // MCUs.
 constexpr std::size_t kMostWide = 2048;
-constexpr std::size_t kLeastRows = 6;   // Of the narrowest picture.
-constexpr std::size_t kCompared = 3000; // MCUs for each width.
+constexpr std::size_t kLeastRows = 6;       // Of the narrowest picture.
+constexpr std::size_t kCompared = 3000;     // MCUs for each of the likeliest widths.
+constexpr std::size_t kLikeliest = 32;      // Widths.
+constexpr std::size_t kComparedPerByte = 2; // MCUs of the whole search, for all widths.
 /// Height by width, in the order in which cameras use them.
 constexpr std::array kUsualProportions{3.0 / 4, 2.0 / 3, 9.0 / 16, 4.0 / 3, 3.0 / 2, 16.0 / 9, 1.0};
 constexpr double kSparser = 1.5;         // A sky at the top has fewer bytes than the rest.
@@ -87,18 +90,46 @@ class FrameInference {
         return sum / static_cast<double>(last - wide);
     }
 
+    /// The mean step down of a few MCUs from all over the runs if a row has this many.
+    [[nodiscard]] double rough_step_at(const JoinedRuns& longest_runs, std::size_t wide,
+                                       std::size_t few) const {
+        const std::size_t last = longest_runs.first + longest_runs.count;
+        const std::size_t apart = std::max<std::size_t>((longest_runs.count - wide) / few, 1);
+        double sum = 0;
+        double count = 0;
+        for (std::size_t mcu = longest_runs.first + wide; mcu < last; mcu += apart) {
+            sum += survey_.traces.step_down(mcu - wide, mcu);
+            ++count;
+        }
+        return sum / count;
+    }
+
+    /// A few MCUs show the likeliest widths; many decide between these.
     [[nodiscard]] std::optional<std::size_t> width(const JoinedRuns& longest_runs) const {
         if (longest_runs.count < kLeastRows * kLeastWide) {
             return std::nullopt;
         }
+        const std::size_t widths = std::min(kMostWide, longest_runs.count / 2) - kLeastWide;
+        const std::size_t few =
+            std::clamp<std::size_t>(kComparedPerByte * (data_.limit - data_.first) / widths, 1, kCompared);
         std::vector<double> steps;
-        for (std::size_t wide = kLeastWide; wide < std::min(kMostWide, longest_runs.count / 2); ++wide) {
-            steps.push_back(step_at(longest_runs, wide));
+        std::vector<std::size_t> order; // Of the widths.
+        for (std::size_t index = 0; index < widths; ++index) {
+            steps.push_back(rough_step_at(longest_runs, kLeastWide + index, few));
+            order.push_back(index);
         }
-        const auto best = std::min_element(steps.begin(), steps.end());
-        auto wide = kLeastWide + static_cast<std::size_t>(best - steps.begin());
-        const double least = *best;
-        return least < kClearlySmoother * median(steps) ? std::optional(wide) : std::nullopt;
+        const auto likeliest = order.begin() + static_cast<std::ptrdiff_t>(std::min(kLikeliest, widths));
+        std::ranges::partial_sort(order, likeliest, {}, [&](std::size_t index) { return steps[index]; });
+        std::size_t best = order.front();
+        double least = std::numeric_limits<double>::infinity();
+        for (auto index = order.begin(); index != likeliest; ++index) {
+            const double step = step_at(longest_runs, kLeastWide + *index);
+            best = step < least ? *index : best;
+            least = std::min(least, step);
+        }
+        const double of_best = steps[best];
+        const bool clear = of_best < kClearlySmoother * median(steps); // This changes the order of steps.
+        return clear ? std::optional(kLeastWide + best) : std::nullopt;
     }
 
     [[nodiscard]] std::optional<Frame> with_size(std::size_t wide) const {

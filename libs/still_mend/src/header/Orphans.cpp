@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kLeastLength = 256;
 constexpr std::size_t kLeastPlain = 4096; // Without restarts. Of noise, one stretch in 10^7 is as long.
 constexpr std::size_t kMostEqual = 24;    // Bytes in a row, of entropy-coded data.
-constexpr std::size_t kMostForSampling = std::size_t{1} << 20U; // Bytes; thousands of MCUs.
+constexpr std::size_t kMostForSampling = std::size_t{1} << 17U; // Bytes; more than a thousand MCUs.
 constexpr std::size_t kLeastStandard =
     256;                               // MCUs in a row. With wrong tables, runs break off after 20 to 190.
 constexpr unsigned kLeastRestarts = 4; // In sequence. By chance: once in 2 * 10^15 places of noise.

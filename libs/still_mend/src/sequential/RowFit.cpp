@@ -14,7 +14,6 @@ constexpr std::size_t kLeastPairs = 8; // MCUs compared, or a whole row.
 constexpr double kMostUnusual = 6;     // A step counts as at most this many usual ones: it may be an edge.
 constexpr std::size_t kPairsForLevel = 24; // MCUs compared to prove a level, or a whole row.
 constexpr double kDeviations = 3;          // Of the median from the mean: two standard deviations.
-constexpr double kNeighbours = 4; // This many neighbours count as one: their steps are nearly the same.
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "Work.h"
 #include "fit/BlockBorders.h"
 #include "fit/Statistics.h"
+#include "sequential/Smoothness.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,15 +14,14 @@ namespace still_mend {
 namespace {
 
 constexpr std::size_t kLeastSeamWidth = 8; // MCUs in a row; fewer show nothing.
-constexpr double kJumpNeighbours = 4;   // This many neighbours count as one: their steps are nearly the same.
-constexpr double kMostJumpSteps = 6;    // A step counts as at most this many usual ones.
-constexpr double kClearJump = 12;       // Logarithm of the odds for a jump,
-constexpr double kDeviationsOfJump = 4; // Of the median, in the median of the deviations.
-constexpr double kClearPlace = 3;       // and of those against its beginning with a row.
-constexpr std::size_t kLeastInRow = 6;  // MCUs of each of the two rows that a seam is in.
-constexpr double kMostResidual = 2;     // Of the usual step nearby, what is left when it is levelled.
-constexpr double kOneSided = 0.75;      // Share of a row whose steps go the same way if the level jumped.
-constexpr double kSeamFactor = 2.5;     // A seam is rougher than what is around it by this factor,
+constexpr double kMostJumpSteps = 6;       // A step counts as at most this many usual ones.
+constexpr double kClearJump = 12;          // Logarithm of the odds for a jump,
+constexpr double kClearPlace = 3;          // and of those against its beginning with a row.
+constexpr double kDeviationsOfJump = 4;    // Of the median, in the median of the deviations.
+constexpr std::size_t kLeastInRow = 6;     // MCUs of each of the two rows that a seam is in.
+constexpr double kMostResidual = 2;        // Of the usual step nearby, what is left when it is levelled.
+constexpr double kOneSided = 0.75;         // Share of a row whose steps go the same way if the level jumped.
+constexpr double kSeamFactor = 2.5;        // A seam is rougher than what is around it by this factor,
 constexpr double kSeamSteps = 3 * kLevel;  // and by this much.
 constexpr double kMostStep = 40 * kLevel;  // An edge is no rougher than this.
 constexpr double kRoughShare = 0.6;        // Share of the steps in a seam that are rough.
@@ -153,10 +153,9 @@ class LevelSteps {
 
     [[nodiscard]] bool is_clear(const Jump& jump) const {
         const Aligned aligned = aligned_with(stretch_, jump.index);
-        const double odds = gain_of(jump.index, jump.level) / kJumpNeighbours;
+        const double odds = gain_of(jump.index, jump.level) / kNeighbours;
         const double other =
-            std::max(gain_of(aligned.before, jump.level), gain_of(aligned.after, jump.level)) /
-            kJumpNeighbours;
+            std::max(gain_of(aligned.before, jump.level), gain_of(aligned.after, jump.level)) / kNeighbours;
         return odds > kClearJump && odds > other + kClearPlace && fits_when_levelled(jump);
     }
 
@@ -290,7 +289,7 @@ std::int32_t level_from(const McuTraces& traces, const Stretch& stretch, std::si
         each = std::abs(each - level);
     }
     const double spread = median(levels);
-    const bool clear = std::abs(level) * std::sqrt(static_cast<double>(levels.size()) / kJumpNeighbours) >
+    const bool clear = std::abs(level) * std::sqrt(static_cast<double>(levels.size()) / kNeighbours) >
                        kDeviationsOfJump * spread;
     return clear ? static_cast<std::int32_t>(std::lround(level / traces.step_of_dc(component))) : 0;
 }

@@ -7,6 +7,9 @@ namespace still_mend {
 /// A step counts as at most this many rough ones: an edge of the picture is no more than a few MCUs of noise.
 inline constexpr double kMostRough = 4;
 
+/// This many neighbours count as one: their steps are nearly the same.
+inline constexpr double kNeighbours = 4;
+
 /// The step from which on a border is rough, where the typical step is this: three times as large, and two
 /// levels more. The same bound finds breaks (BreakSearch) and judges places (RestartPlacement, RowFit).
 [[nodiscard]] double rough_step(double typical);

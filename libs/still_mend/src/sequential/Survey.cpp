@@ -200,11 +200,13 @@ Survey survey_plain(const ScanData& data, const McuDecoder& decoder, McuTraces t
 
 unsigned infer_interval(const ScanData& data, const McuDecoder& decoder) {
     constexpr unsigned kVoters = 64;
+    constexpr unsigned kMostVotersPerVote = 4; // Intervals of another length, or damaged.
     constexpr std::size_t kMost = 65535;
     EntropySegmentWalk segments(data.file, data.first, data.limit, data.from_start);
     std::map<unsigned, unsigned> votes;
     Mcu mcu;
-    for (unsigned count = 0; count < kVoters; ++count) {
+    unsigned count = 0;
+    for (; count < kVoters; ++count) {
         const auto segment = segments.next();
         if (!segment || segment->end == data.limit || segment->at_eoi) {
             break;
@@ -220,7 +222,7 @@ unsigned infer_interval(const ScanData& data, const McuDecoder& decoder) {
     }
     const auto best = std::max_element(votes.begin(), votes.end(),
                                        [](const auto& a, const auto& b) { return a.second < b.second; });
-    return best == votes.end() ? 0 : best->first;
+    return best == votes.end() || best->second * kMostVotersPerVote < count ? 0 : best->first;
 }
 
 } // namespace still_mend
