@@ -78,7 +78,6 @@ class Fit {
         }
         expect(weigh());
         fit.contrast = deviation(light_);
-        fit.likeness = likeness();
         fit.scatter = 1.4826 * median(differences());
         find_largest_area(fit);
         return fit;
@@ -149,17 +148,6 @@ class Fit {
         return std::sqrt(sum / static_cast<double>(counted_.size()));
     }
 
-    [[nodiscard]] double likeness() const {
-        const double of_light = mean(light_);
-        const double of_expected = mean(expected_);
-        double sum = 0;
-        for (const std::size_t block : counted_) {
-            sum += (light_[block] - of_light) * (expected_[block] - of_expected);
-        }
-        const double both = deviation(light_) * deviation(expected_) * static_cast<double>(counted_.size());
-        return both < 1e-9 ? 0 : sum / both;
-    }
-
     [[nodiscard]] std::vector<double> differences() const {
         std::vector<double> all;
         for (const std::size_t block : counted_) {
@@ -195,11 +183,7 @@ class Fit {
         }
         for (std::size_t block = 0; block < grid_.size(); ++block) {
             if (differs[block]) {
-                const std::size_t area = take_area(block, differs);
-                if (area > fit.largest_area) {
-                    fit.largest_area = area;
-                    fit.first_row = block / grid_.columns;
-                }
+                fit.largest_area = std::max(fit.largest_area, take_area(block, differs));
             }
         }
     }
