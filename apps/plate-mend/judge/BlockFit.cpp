@@ -1,5 +1,7 @@
 #include "judge/BlockFit.h"
 
+#include "judge/Median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -44,15 +46,6 @@ Terms solve(std::array<Terms, kTerms> matrix, Terms right) {
         weights[pivot] = std::abs(matrix[pivot][pivot]) < 1e-12 ? 0 : right[pivot] / matrix[pivot][pivot];
     }
     return weights;
-}
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return 0;
-    }
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
 }
 
 double linear_light(double level) {
