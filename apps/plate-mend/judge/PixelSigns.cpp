@@ -54,11 +54,7 @@ bool has_scattered_values(const SensorView& view, const std::vector<bool>& accou
     for (std::size_t y = 0; y < view.rows; ++y) {
         const std::size_t first = y - std::min(y, view.dy);
         const std::size_t end = std::min(y + view.dy + 1, view.rows);
-        const auto from = bad_rows.begin();
-        const bool near_bad =
-            std::find(from + static_cast<std::ptrdiff_t>(first), from + static_cast<std::ptrdiff_t>(end),
-                      true) != from + static_cast<std::ptrdiff_t>(end);
-        const bool is_known = near_bad || (y < accounted.size() && accounted[y]);
+        const bool is_known = is_any_marked(bad_rows, first, end) || (y < accounted.size() && accounted[y]);
         const std::uint16_t* row = view.row(y);
         if (!is_known &&
             std::any_of(row, row + view.columns, [&](std::uint16_t value) { return value > view.white; })) {
