@@ -26,10 +26,10 @@ constexpr double kOtherShape = 0.04; ///< Previews whose proportions differ by m
 constexpr double kDarkest = 4;       ///< Levels of the preview that say something.
 constexpr double kLightest = 250;
 constexpr double kFlat = 8; ///< Deviation in levels below which a preview shows nothing.
-constexpr double kStrangeScatter =
-    0.15; ///< Scatter by contrast from which a preview is of another photograph.
-constexpr std::size_t kAreaParts =
-    300; ///< The smallest area that counts is one part in so many of all blocks.
+/// Scatter by contrast from which a preview is of another photograph.
+constexpr double kStrangeScatter = 0.15;
+/// The smallest area that counts is one part in so many of all blocks.
+constexpr std::size_t kAreaParts = 300;
 
 bool has_shape(std::uint32_t width, std::uint32_t height, const SensorView& view) {
     const double shape = static_cast<double>(width) / height;
