@@ -100,19 +100,26 @@ struct ImageRange {
 };
 
 /// Where the result's image is in the damaged file; nothing where that is not known.
+///
+///   file     the result
+///   damaged  the bytes of what it was made from
 std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawDecoder& result,
-                                         FileBytes& file) {
+                                         FileBytes& file, Bytes damaged) {
     const auto parts = result.part_offsets(file);
     const std::uint64_t length = image_length(result, parts);
     if (request.damaged.empty()) {
         return ImageRange{parts.front(), parts.front() + length};
     }
-    FileBytes damaged(request.damaged);
-    auto at = damaged.find(file.read(parts.front(), kNeedleBytes));
-    if (!at && request.image) {
-        at = request.image->offset; // What was put together is not in the damaged file as it is.
+    const auto needle = file.read(parts.front(), kNeedleBytes);
+    const auto found = std::search(damaged.begin(), damaged.end(), needle.begin(), needle.end());
+    if (found != damaged.end()) {
+        const auto at = static_cast<std::uint64_t>(found - damaged.begin());
+        return ImageRange{at, at + length};
     }
-    return at ? std::optional(ImageRange{*at, *at + length}) : std::nullopt;
+    if (request.image) { // What was put together is not in the damaged file as it is.
+        return ImageRange{request.image->offset, request.image->offset + length};
+    }
+    return std::nullopt;
 }
 
 /// Whether no sign of damage is in the samples: displaced tables lead to what is no photograph.
@@ -126,11 +133,11 @@ class Search {
     /// The image may be anywhere if its place is not known.
     Search(Bytes bytes, const RawDecoder& result, std::optional<ImageRange> image,
            std::optional<SensorSize> wanted)
-        : bytes_(bytes), result_(result), image_(image), wanted_(wanted),
-          beginnings_(find_beginnings(bytes)) {}
+        : bytes_(bytes), result_(result), image_(image), wanted_(wanted) {}
 
     /// Why the choice is doubtful; empty where it is not.
     [[nodiscard]] std::string run() {
+        beginnings_ = find_beginnings(bytes_);
         std::size_t unpacked = 0;
         std::uint64_t head_end = 0;
         for (const std::size_t at : beginnings_) {
@@ -244,7 +251,7 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
         return {};
     }
     const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
-    const auto image = place_of_image(request, result, file);
+    const auto image = place_of_image(request, result, file, mapped.bytes());
     Search search(mapped.bytes(), result, image, wanted);
     const std::string doubt = result.is_crx() ? "" : search.run();
     if (!doubt.empty()) {
