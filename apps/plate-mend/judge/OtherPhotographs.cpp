@@ -44,10 +44,11 @@ bool follows_exif(Bytes bytes, std::size_t at) {
                                             bytes.begin() + static_cast<std::ptrdiff_t>(at - kExif.size()));
 }
 
-/// Offsets, ascending.
-std::vector<std::size_t> find_beginnings(Bytes bytes) {
+/// Offsets, ascending. TIFF headers within a CR3 begin no photograph.
+std::vector<std::size_t> find_beginnings(Bytes bytes, bool is_crx) {
     std::vector<std::size_t> places;
-    for (const auto& [text, before] : kBeginnings) {
+    const auto kinds = is_crx ? std::span(kBeginnings).last(1) : std::span(kBeginnings);
+    for (const auto& [text, before] : kinds) {
         auto at = bytes.begin();
         while (places.size() < kMostOpened) {
             at = std::search(at, bytes.end(), text.begin(), text.end());
@@ -137,18 +138,18 @@ class Search {
 
     /// Why the choice is doubtful; empty where it is not.
     [[nodiscard]] std::string run() {
-        beginnings_ = find_beginnings(bytes_);
+        beginnings_ = find_beginnings(bytes_, result_.is_crx());
         std::size_t unpacked = 0;
         std::uint64_t head_end = 0;
         for (const std::size_t at : beginnings_) {
             RawDecoder other;
-            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_.subspan(at))) {
+            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_from(at))) {
                 continue;
             }
             if (image_ && at > image_->begin && at < image_->end) {
                 return "another photograph begins within the image";
             }
-            head_end = at + other.part_offsets(bytes_.subspan(at)).front(); // What is before it is its own.
+            head_end = at + other.part_offsets(bytes_from(at)).front(); // What is before it is its own.
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
             const bool preferred = wanted_ && size == *wanted_ && !rival;
@@ -176,20 +177,27 @@ class Search {
     /// Whether a photograph's image has bytes of its own, ends before the file does, and before the next
     /// photograph begins.
     [[nodiscard]] bool is_apart(const RawDecoder& other, std::size_t at) const {
-        const auto parts = other.part_offsets(bytes_.subspan(at));
+        const auto parts = other.part_offsets(bytes_from(at));
         const std::uint64_t begin = at + parts.front();
         const std::uint64_t end = begin + image_length(other, parts);
         const bool overlaps =
             image_ && begin < std::max(image_->end, image_->begin + 1) && image_->begin < end;
         const auto next = std::upper_bound(beginnings_.begin(), beginnings_.end(), begin);
-        return !overlaps && end <= bytes_.size() &&
+        return !overlaps && end <= at + bytes_from(at).size() &&
                std::none_of(next, beginnings_.end(),
                             [&](std::size_t one) { return one < end && opens(one); });
     }
 
+    /// A photograph with what follows it. LibRaw takes the boxes of a second CR3 for those of the first.
+    [[nodiscard]] Bytes bytes_from(std::size_t at) const {
+        const auto next = std::upper_bound(beginnings_.begin(), beginnings_.end(), at);
+        const bool is_next_apart = result_.is_crx() && next != beginnings_.end();
+        return bytes_.subspan(at, (is_next_apart ? *next : bytes_.size()) - at);
+    }
+
     [[nodiscard]] bool opens(std::size_t at) const {
         RawDecoder decoder;
-        return decoder.open(bytes_.subspan(at));
+        return decoder.open(bytes_from(at));
     }
 
     Bytes bytes_;
@@ -253,7 +261,7 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
     const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
     const auto image = place_of_image(request, result, file, mapped.bytes());
     Search search(mapped.bytes(), result, image, wanted);
-    const std::string doubt = result.is_crx() ? "" : search.run();
+    const std::string doubt = search.run();
     if (!doubt.empty()) {
         return {doubt};
     }

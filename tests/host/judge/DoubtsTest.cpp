@@ -1,6 +1,7 @@
 #include "judge/Judge.h"
 
 #include "support/ArwPhoto.h"
+#include "support/Cr3Photo.h"
 #include "support/HeadlessPhoto.h"
 #include "support/NefPhoto.h"
 #include "support/TempDir.h"
@@ -67,6 +68,29 @@ TEST_F(Doubts, PhotographOfAnotherCameraIsBeforeIt) {
     const Bytes foreign = NefPhoto({.number = 7, .width = 320, .height = 240}).bytes;
     EXPECT_THAT(findings(joined(foreign, photo(1).bytes), photo(2).bytes),
                 Contains("the file begins with a photograph of another camera"));
+}
+
+TEST(DoubtsAboutCr3, AnotherPhotographIsBesideIt) {
+    const TempDir folder;
+    const auto put = [&](const char* name, const Bytes& bytes) {
+        write_file(folder / name, bytes);
+        return folder / name;
+    };
+    const Bytes one = Cr3Photo({.number = 1, .pictures = true}).bytes;
+    const Bytes two = Cr3Photo({.number = 2, .maker_notes = 700, .pictures = true}).bytes;
+    const auto findings = [&](const Bytes& damaged, const Bytes& result) {
+        return plate_mend::host::judge_raw({.result = put("result.cr3", result),
+                                            .damaged = put("damaged.cr3", damaged),
+                                            .sample = put("sample.cr3", one),
+                                            .picture = {}})
+            .findings;
+    };
+    const auto is_doubted =
+        Contains("the file holds another photograph, and nothing shows which one is meant");
+    EXPECT_THAT(findings(joined(one, two), two), is_doubted);
+    EXPECT_THAT(findings(joined(two, one), two), is_doubted);
+    EXPECT_THAT(findings(joined(two, two), two), ::testing::Not(is_doubted));
+    EXPECT_THAT(findings(two, two), IsEmpty());
 }
 
 TEST_F(Doubts, ImageWithoutAHeadIsAfterIt) {
