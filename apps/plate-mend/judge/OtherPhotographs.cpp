@@ -73,7 +73,7 @@ std::uint64_t image_length(const RawDecoder& decoder, const std::vector<std::uin
         return (parts.back() - parts.front()) / (parts.size() - 1) * parts.size();
     }
     if (decoder.has_fixed_rate()) {
-        return static_cast<std::uint64_t>(decoder.sensor_rows() / std::max(1e-9, decoder.rows_in(1)));
+        return decoder.fixed_length();
     }
     return decoder.image_length();
 }

@@ -66,7 +66,8 @@ bool has_scattered_values(const SensorView& view, const std::vector<bool>& accou
 
 } // namespace
 
-PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted, const Sign& of_data) {
+PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted,
+                      const std::vector<Sign>& of_data) {
     PixelSigns signs;
     const auto add_unknown = [&](Sign sign) { add(without(std::move(sign), accounted), signs); };
     signs.bad_rows.assign(view.rows, false);
@@ -74,7 +75,9 @@ PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted
         signs.findings.emplace_back("the picture is too small to be checked for damage");
         return signs;
     }
-    add_unknown(of_data);
+    for (const Sign& sign : of_data) {
+        add_unknown(sign);
+    }
     add_unknown(find_impossible_values(view));
     add_unknown(find_runs(view));
     const Windows windows(view);
