@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -139,8 +138,9 @@ void add_rows(const RawDecoder& decoder, std::uint64_t begin, std::uint64_t end,
     const double above = decoder.rows_above_picture();
     const double last =
         std::min(decoder.rows_in(end) - above, static_cast<double>(decoder.sensor_view().rows));
-    for (double row = std::floor(std::max(0.0, decoder.rows_in(begin) - above)); row < last; ++row) {
-        rows.push_back(static_cast<std::size_t>(row));
+    const double first = std::max(0.0, decoder.rows_in(begin) - above);
+    for (auto row = static_cast<std::size_t>(first); static_cast<double>(row) < last; ++row) {
+        rows.push_back(row);
     }
 }
 

@@ -94,7 +94,7 @@ Engines::find_image(const fs::path& name, const fs::path& sample,
     fs::remove(result);
     const Attempt attempt =
         workers_.repair_raw(folder_, {name, sample, result, "check of " + utf8_from(damaged_.path)});
-    const auto image = attempt.code == 0 ? attempt.image : std::nullopt;
+    auto image = attempt.code == 0 ? attempt.image : std::nullopt;
     if (image && see) {
         see(*image, result);
     }
