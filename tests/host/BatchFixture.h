@@ -1,12 +1,11 @@
 #pragma once
 
 #include "host/HostFixture.h"
+#include "host/Outcome.h"
 
 #include "record/Record.h"
-#include "record/RecordJson.h"
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 
 namespace test {
@@ -32,9 +31,7 @@ class BatchFixture : public HostFixture {
     [[nodiscard]] std::map<std::string, plate_mend::host::Record>
     records(const std::string& name = "records.jsonl") const {
         std::map<std::string, plate_mend::host::Record> found;
-        std::ifstream lines(folder / name, std::ios::binary);
-        for (std::string line; std::getline(lines, line);) {
-            auto record = plate_mend::host::from_json_line(line).value();
+        for (auto& record : read_records(folder / name)) {
             const std::string key = utf8(std::filesystem::path(record.damaged.path).filename());
             found.insert_or_assign(key, std::move(record));
         }

@@ -4,6 +4,8 @@
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
 
+#include "record/RecordJson.h"
+
 #include <gmock/gmock.h>
 
 #include <fstream>

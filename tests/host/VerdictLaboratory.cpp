@@ -1,6 +1,6 @@
 #include "host/VerdictLaboratory.h"
 
-#include "host/ProgramFile.h"
+#include "host/Outcome.h"
 
 #include "support/ArwPhoto.h"
 #include "support/Cr2Photo.h"
@@ -17,16 +17,9 @@
 #include "support/Sr2Photo.h"
 #include "support/TempDir.h"
 
-#include "cli/CommandLine.h"
-#include "record/RecordJson.h"
-
-#include <raw_mend/raw_mend.h>
-
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <map>
-#include <stdexcept>
 #include <utility>
 
 namespace test {
@@ -43,10 +36,26 @@ std::size_t notes_of(unsigned number) {
     return 2048 + 512 * (number % 5);
 }
 
-Shot arw_shot(unsigned number) {
-    const ArwPhoto photo(
-        {.number = number, .width = kShotWidth, .height = kShotHeight, .maker_notes = notes_of(number)});
-    return {photo.bytes, photo.image_offset, photo.bytes.size()};
+template <typename Photo>
+Photo take_photo(unsigned number, std::size_t Photo::Options::*notes) {
+    typename Photo::Options options;
+    options.number = number;
+    options.width = kShotWidth;
+    options.height = kShotHeight;
+    options.*notes = notes_of(number);
+    return Photo(options);
+}
+
+/// Photographs whose image goes on to the end of the file.
+///
+///   notes  the option that sets where the image is
+///   begin  the image's offset
+template <typename Photo>
+std::function<Shot(unsigned)> image_last(std::size_t Photo::Options::*notes, std::uint32_t Photo::*begin) {
+    return [=](unsigned number) {
+        const auto photo = take_photo<Photo>(number, notes);
+        return Shot{photo.bytes, photo.*begin, photo.bytes.size()};
+    };
 }
 
 Shot sr2_shot(unsigned number) {
@@ -59,28 +68,9 @@ Shot orf_shot(unsigned number) {
     return {photo.bytes, photo.image, photo.bytes.size()};
 }
 
-Shot raf_shot(unsigned number) {
-    const RafPhoto photo(
-        {.number = number, .width = kShotWidth, .height = kShotHeight, .maker_notes = notes_of(number)});
-    return {photo.bytes, photo.image_offset, photo.bytes.size()};
-}
-
 Shot dng_shot(unsigned number) {
-    const DngPhoto photo(
-        {.number = number, .width = kShotWidth, .height = kShotHeight, .private_data = notes_of(number)});
+    const auto photo = take_photo<DngPhoto>(number, &DngPhoto::Options::private_data);
     return {photo.bytes, photo.tile_offsets.front(), end_of_tiles(photo)};
-}
-
-Shot cr2_shot(unsigned number) {
-    const Cr2Photo photo(
-        {.number = number, .width = kShotWidth, .height = kShotHeight, .maker_notes = notes_of(number)});
-    return {photo.bytes, photo.raw_offset, photo.bytes.size()};
-}
-
-Shot nef_shot(unsigned number) {
-    const NefPhoto photo(
-        {.number = number, .width = kShotWidth, .height = kShotHeight, .maker_notes = notes_of(number)});
-    return {photo.bytes, photo.raw_offset, photo.bytes.size()};
 }
 
 Shot cr3_shot(unsigned number) {
@@ -212,17 +202,10 @@ class LaboratoryBatch {
     [[nodiscard]] bool empty() const { return damaged_ == 0; }
 
     [[nodiscard]] std::map<std::string, Record> repair() const {
-        const int status = plate_mend::host::run(
-            {"repair", "--quiet", "--jobs", "2", "--samples", utf8(folder_ / "samples"), "--out",
-             utf8(folder_ / "out"), "--json", utf8(folder_ / "records.jsonl"), utf8(folder_ / "broken")},
-            program_file());
-        if (status > 2) {
-            throw std::runtime_error("the program returned " + std::to_string(status));
-        }
         std::map<std::string, Record> records;
-        std::ifstream lines(folder_ / "records.jsonl", std::ios::binary);
-        for (std::string line; std::getline(lines, line);) {
-            auto record = plate_mend::host::from_json_line(line).value();
+        for (Record& record : repair_all({"--jobs", "2", "--samples", utf8(folder_ / "samples"), "--out",
+                                          utf8(folder_ / "out"), utf8(folder_ / "broken")},
+                                         folder_.path())) {
             records.emplace(record.damaged.path, std::move(record));
         }
         return records;
@@ -318,23 +301,23 @@ Shot shot_of(Bytes bytes) {
 const std::vector<LaboratoryCamera>& laboratory_cameras() {
     using Kind = HeadlessPhoto::Kind;
     static const std::vector<LaboratoryCamera> all{
-        {"arw", "arw", arw_shot},
+        {"arw", "arw", image_last(&ArwPhoto::Options::maker_notes, &ArwPhoto::image_offset)},
         {"arw, cells", "arw", headless(Kind::kSonyCells)},
         {"arw, differences", "arw", headless(Kind::kSonyDifferences)},
         {"sr2", "sr2", sr2_shot},
-        {"raf", "raf", raf_shot},
+        {"raf", "raf", image_last(&RafPhoto::Options::maker_notes, &RafPhoto::image_offset)},
         {"orf", "orf", orf_shot},
         {"orf, coded", "orf", headless(Kind::kOlympus)},
         {"dng", "dng", dng_shot},
-        {"cr2", "cr2", cr2_shot},
-        {"nef", "nef", nef_shot},
+        {"cr2", "cr2", image_last(&Cr2Photo::Options::maker_notes, &Cr2Photo::raw_offset)},
+        {"nef", "nef", image_last(&NefPhoto::Options::maker_notes, &NefPhoto::raw_offset)},
         {"nef, coded", "nef", headless(Kind::kNikonLossless14)},
         {"cr3", "cr3", cr3_shot}};
     return all;
 }
 
 bool LaboratoryResult::called_whole() const {
-    return record.verdict == Verdict::kWhole || record.verdict == Verdict::kIntact;
+    return is_called_whole(record);
 }
 
 bool LaboratoryResult::false_whole() const {
@@ -343,20 +326,16 @@ bool LaboratoryResult::false_whole() const {
 
 bool LaboratoryResult::too_strict() const {
     const auto* taken = record.taken();
-    const bool guessed =
-        taken != nullptr && taken->image && (taken->image->notes & RAW_MEND_PLACES_GUESSED) != 0;
     const bool doubted = taken != nullptr && taken->image && taken->image->pixels_doubtful != 0;
-    return distance.same && !called_whole() && !guessed && !doubted && !ambiguous;
+    return distance.same && !called_whole() && !is_guess(record) && !doubted && !ambiguous;
 }
 
 std::optional<double> LaboratoryResult::promised() const {
-    const auto* taken = record.taken();
-    return record.verdict == Verdict::kPartial && taken != nullptr ? taken->judgement.share() : std::nullopt;
+    return promised_share(record);
 }
 
 double LaboratoryResult::true_share() const {
-    const auto* taken = record.taken();
-    return taken != nullptr && taken->judgement.pixels_good ? distance.pixels_same : distance.rows_same;
+    return counts_pixels(record) ? distance.pixels_same : distance.rows_same;
 }
 
 bool LaboratoryResult::too_rosy() const {

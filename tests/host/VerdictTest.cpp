@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -40,6 +41,37 @@ TEST_P(VerdictsOf, AgreeWithThePixels) {
     }
     EXPECT_GE(wholes, 2U) << "at least the undamaged one, and one with another head";
 }
+
+/// What looks like a photograph and is none, by a camera's name, a seed and the damage's name.
+struct Deception {
+    const char* camera;
+    unsigned seed;
+    const char* damage;
+};
+
+class NeverWhole : public ::testing::TestWithParam<Deception> {};
+
+TEST_P(NeverWhole, IsWhatBreaksThePromise) {
+    const auto& cameras = laboratory_cameras();
+    const auto camera = std::find_if(cameras.begin(), cameras.end(), [](const LaboratoryCamera& one) {
+        return one.name == GetParam().camera;
+    });
+    ASSERT_NE(camera, cameras.end());
+    const auto results = run_laboratory(*camera, GetParam().seed, [](const VerdictDamage& damage) {
+        return damage.name == GetParam().damage;
+    });
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_TRUE(results[0].distance.breaks_promise()) << "or this says nothing";
+    EXPECT_FALSE(results[0].called_whole());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CodedData, NeverWhole,
+    ::testing::Values(Deception{"arw, differences", 2, "64 bytes of FF"},
+                      Deception{"arw, differences", 3, "tail of another photograph, from 2 %"},
+                      Deception{"nef, coded", 2, "tail of another photograph, from 2 %"},
+                      Deception{"nef, coded", 3, "tail of another photograph, from 70 %"},
+                      Deception{"cr3", 1, "512 random bytes"}, Deception{"cr3", 2, "32 KiB xor 01"}));
 
 INSTANTIATE_TEST_SUITE_P(Cameras, VerdictsOf, ::testing::ValuesIn(laboratory_cameras()),
                          [](const auto& camera) {

@@ -1,19 +1,13 @@
 #include "host/Walk.h"
 
-#include "host/ProgramFile.h"
+#include "host/Outcome.h"
 
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
 #include "support/TempDir.h"
 #include "support/Thinned.h"
 
-#include "cli/CommandLine.h"
-#include "record/RecordJson.h"
-
-#include <raw_mend/raw_mend.h>
-
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <stdexcept>
@@ -269,20 +263,12 @@ std::vector<WalkResult> walk_some(const Format& format, const Pair& pair, const 
         write_file(file, harmed(some[index], format, pair));
         by_name[utf8(file)] = &some[index];
     }
-    const int status = plate_mend::host::run(
-        {"repair", "--quiet", "--sample", utf8(folder / ("sample" + extension)), "--out",
-         utf8(folder / "out"), "--json", utf8(folder / "records.jsonl"), utf8(folder / "broken")},
-        program_file());
-    if (status > 2) {
-        const Bytes records = read_file(folder / "records.jsonl");
-        throw std::runtime_error("the program gave " + std::to_string(status) + ":\n" +
-                                 std::string(records.begin(), records.end()));
-    }
+    const auto records = repair_all({"--sample", utf8(folder / ("sample" + extension)), "--out",
+                                     utf8(folder / "out"), utf8(folder / "broken")},
+                                    folder.path());
     const auto original = decode_raw(pair.original).value();
     std::vector<WalkResult> results;
-    std::ifstream lines(folder / "records.jsonl", std::ios::binary);
-    for (std::string line; std::getline(lines, line);) {
-        const auto record = plate_mend::host::from_json_line(line).value();
+    for (const Record& record : records) {
         results.push_back(compared(format.extension, *by_name.at(record.damaged.path), record, original));
     }
     if (results.size() != some.size()) {
@@ -304,7 +290,7 @@ const std::vector<Harm>& harms() {
 }
 
 bool WalkResult::called_whole() const {
-    return record.verdict == Verdict::kWhole || record.verdict == Verdict::kIntact;
+    return is_called_whole(record);
 }
 
 bool WalkResult::false_whole() const {
@@ -312,26 +298,19 @@ bool WalkResult::false_whole() const {
 }
 
 bool WalkResult::too_strict() const {
-    const auto* taken = record.taken();
-    const bool guessed =
-        taken != nullptr && taken->image && (taken->image->notes & RAW_MEND_PLACES_GUESSED) != 0;
-    return same_picture && !called_whole() && !guessed;
+    return same_picture && !called_whole() && !is_guess(record);
 }
 
 std::optional<double> WalkResult::promised() const {
-    const auto* taken = record.taken();
-    return record.verdict == Verdict::kPartial && taken != nullptr ? taken->judgement.share() : std::nullopt;
+    return promised_share(record);
 }
 
 double WalkResult::true_share() const {
-    const auto* taken = record.taken();
-    return taken != nullptr && taken->judgement.pixels_good ? pixels_same : rows_same;
+    return counts_pixels(record) ? pixels_same : rows_same;
 }
 
 bool WalkResult::too_rosy() const {
-    const auto* taken = record.taken();
-    const bool pixels = taken != nullptr && taken->judgement.pixels_good;
-    return promised().value_or(0) > true_share() + (pixels ? 0.005 : 0.02);
+    return promised().value_or(0) > true_share() + (counts_pixels(record) ? 0.005 : 0.02);
 }
 
 std::vector<WalkResult> walk(const Format& format) {

@@ -1,5 +1,7 @@
 #include "judge/BlockFit.h"
 
+#include "judge/Median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -46,15 +48,6 @@ Terms solve(std::array<Terms, kTerms> matrix, Terms right) {
     return weights;
 }
 
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return 0;
-    }
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 double linear_light(double level) {
     return std::pow(level / 255, 2.2);
 }
@@ -78,7 +71,6 @@ class Fit {
         }
         expect(weigh());
         fit.contrast = deviation(light_);
-        fit.likeness = likeness();
         fit.scatter = 1.4826 * median(differences());
         find_largest_area(fit);
         return fit;
@@ -149,17 +141,6 @@ class Fit {
         return std::sqrt(sum / static_cast<double>(counted_.size()));
     }
 
-    [[nodiscard]] double likeness() const {
-        const double of_light = mean(light_);
-        const double of_expected = mean(expected_);
-        double sum = 0;
-        for (const std::size_t block : counted_) {
-            sum += (light_[block] - of_light) * (expected_[block] - of_expected);
-        }
-        const double both = deviation(light_) * deviation(expected_) * static_cast<double>(counted_.size());
-        return both < 1e-9 ? 0 : sum / both;
-    }
-
     [[nodiscard]] std::vector<double> differences() const {
         std::vector<double> all;
         for (const std::size_t block : counted_) {
@@ -195,11 +176,7 @@ class Fit {
         }
         for (std::size_t block = 0; block < grid_.size(); ++block) {
             if (differs[block]) {
-                const std::size_t area = take_area(block, differs);
-                if (area > fit.largest_area) {
-                    fit.largest_area = area;
-                    fit.first_row = block / grid_.columns;
-                }
+                fit.largest_area = std::max(fit.largest_area, take_area(block, differs));
             }
         }
     }

@@ -16,11 +16,9 @@ struct BlockGrid {
 
 /// How well a preview shows a picture.
 struct BlockFit {
-    double likeness = 1;          ///< Correlation of the preview with what the picture lets expect.
     double contrast = 0;          ///< Deviation of the preview's blocks, in 8-bit levels.
     double scatter = 0;           ///< Usual difference of a block, in 8-bit levels.
     std::size_t largest_area = 0; ///< Blocks side by side that differ far more than usual.
-    std::size_t first_row = 0;    ///< The highest row of blocks of that area.
 };
 
 /// Fits the preview's blocks with those of the picture, whatever the camera's tone curve and colours: its

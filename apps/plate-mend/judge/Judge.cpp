@@ -12,6 +12,7 @@
 #include "judge/PreviewOverlay.h"
 #include "judge/Promise.h"
 #include "judge/RawDecoder.h"
+#include "judge/Repeats.h"
 #include "judge/SonyCells.h"
 #include "text/Format.h"
 
@@ -67,6 +68,7 @@ Findings check_promise(const JudgeRequest& request, std::uint64_t image, bool im
 /// What the files show beside the picture: one list or struct per step.
 struct FileEvidence {
     Findings compressed_data;
+    Sign repeats; ///< Sectors that are in rows twice.
     Findings tables;
     Lengths lengths;
     Findings promise;
@@ -85,11 +87,23 @@ struct FileEvidence {
     }
 };
 
+/// Looks for sectors that are in the image twice. Where they have no rows, any may be displaced by them.
+void find_repeats_in(const JudgeRequest& request, const RawDecoder& decoder, FileEvidence& evidence) {
+    if (request.image && request.image->is_incomplete()) {
+        return; // What fills lost rows is a copy of others.
+    }
+    evidence.repeats = find_repeated_sectors(decoder, request.result);
+    if (evidence.repeats.bad_rows.empty() && !evidence.repeats.finding.empty()) {
+        evidence.compressed_data.push_back(std::exchange(evidence.repeats.finding, {}));
+    }
+}
+
 /// The decoder has unpacked the result, which is this file.
 FileEvidence examine_files(const JudgeRequest& request, const RawDecoder& decoder, FileBytes& file,
                            std::uint64_t image) {
     FileEvidence evidence;
     evidence.compressed_data = check_compressed_data(decoder, file, image);
+    find_repeats_in(request, decoder, evidence);
     evidence.lengths = compare_lengths(request, decoder, file.size(), image);
     evidence.others = find_other_photographs(request, decoder, file);
     if (request.image) {
@@ -162,7 +176,7 @@ void forget_share(Judgement& judgement) {
 /// Looks for signs in the unpacked samples, and counts the good rows. Returns whether previews show another
 /// photograph in some of it, so that the count says nothing.
 bool judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const FileEvidence& evidence,
-                   const Sign& of_data, Judgement& judgement) {
+                   const std::vector<Sign>& of_data, Judgement& judgement) {
     SensorView view = decoder.sensor_view();
     view.doubtful = !judgement.findings.empty() || (request.image && request.image->is_incomplete());
     view.decodes_exactly = evidence.decodes_exactly(decoder) && judgement.data_errors == 0;
@@ -258,8 +272,8 @@ Judgement judge_raw(const JudgeRequest& request) {
                                      &evidence.promise, &evidence.others, &evidence.pieces.findings}) {
         add(*findings, judgement.findings);
     }
-    const bool is_mixed =
-        judge_samples(request, decoder, evidence, find_broken_cells(decoder, file, image), judgement);
+    const bool is_mixed = judge_samples(
+        request, decoder, evidence, {find_broken_cells(decoder, file, image), evidence.repeats}, judgement);
     if (request.image) {
         take_account(*request.image, evidence, evidence.decodes_exactly(decoder), judgement);
     }

@@ -44,10 +44,11 @@ bool follows_exif(Bytes bytes, std::size_t at) {
                                             bytes.begin() + static_cast<std::ptrdiff_t>(at - kExif.size()));
 }
 
-/// Offsets, ascending.
-std::vector<std::size_t> find_beginnings(Bytes bytes) {
+/// Offsets, ascending. TIFF headers within a CR3 begin no photograph.
+std::vector<std::size_t> find_beginnings(Bytes bytes, bool is_crx) {
     std::vector<std::size_t> places;
-    for (const auto& [text, before] : kBeginnings) {
+    const auto kinds = is_crx ? std::span(kBeginnings).last(1) : std::span(kBeginnings);
+    for (const auto& [text, before] : kinds) {
         auto at = bytes.begin();
         while (places.size() < kMostOpened) {
             at = std::search(at, bytes.end(), text.begin(), text.end());
@@ -72,7 +73,7 @@ std::uint64_t image_length(const RawDecoder& decoder, const std::vector<std::uin
         return (parts.back() - parts.front()) / (parts.size() - 1) * parts.size();
     }
     if (decoder.has_fixed_rate()) {
-        return static_cast<std::uint64_t>(decoder.sensor_rows() / std::max(1e-9, decoder.rows_in(1)));
+        return decoder.fixed_length();
     }
     return decoder.image_length();
 }
@@ -100,19 +101,26 @@ struct ImageRange {
 };
 
 /// Where the result's image is in the damaged file; nothing where that is not known.
+///
+///   file     the result
+///   damaged  the bytes of what it was made from
 std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawDecoder& result,
-                                         FileBytes& file) {
+                                         FileBytes& file, Bytes damaged) {
     const auto parts = result.part_offsets(file);
     const std::uint64_t length = image_length(result, parts);
     if (request.damaged.empty()) {
         return ImageRange{parts.front(), parts.front() + length};
     }
-    FileBytes damaged(request.damaged);
-    auto at = damaged.find(file.read(parts.front(), kNeedleBytes));
-    if (!at && request.image) {
-        at = request.image->offset; // What was put together is not in the damaged file as it is.
+    const auto needle = file.read(parts.front(), kNeedleBytes);
+    const auto found = std::search(damaged.begin(), damaged.end(), needle.begin(), needle.end());
+    if (found != damaged.end()) {
+        const auto at = static_cast<std::uint64_t>(found - damaged.begin());
+        return ImageRange{at, at + length};
     }
-    return at ? std::optional(ImageRange{*at, *at + length}) : std::nullopt;
+    if (request.image) { // What was put together is not in the damaged file as it is.
+        return ImageRange{request.image->offset, request.image->offset + length};
+    }
+    return std::nullopt;
 }
 
 /// Whether no sign of damage is in the samples: displaced tables lead to what is no photograph.
@@ -126,22 +134,22 @@ class Search {
     /// The image may be anywhere if its place is not known.
     Search(Bytes bytes, const RawDecoder& result, std::optional<ImageRange> image,
            std::optional<SensorSize> wanted)
-        : bytes_(bytes), result_(result), image_(image), wanted_(wanted),
-          beginnings_(find_beginnings(bytes)) {}
+        : bytes_(bytes), result_(result), image_(image), wanted_(wanted) {}
 
     /// Why the choice is doubtful; empty where it is not.
     [[nodiscard]] std::string run() {
+        beginnings_ = find_beginnings(bytes_, result_.is_crx());
         std::size_t unpacked = 0;
         std::uint64_t head_end = 0;
         for (const std::size_t at : beginnings_) {
             RawDecoder other;
-            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_.subspan(at))) {
+            if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_from(at))) {
                 continue;
             }
             if (image_ && at > image_->begin && at < image_->end) {
                 return "another photograph begins within the image";
             }
-            head_end = at + other.part_offsets(bytes_.subspan(at)).front(); // What is before it is its own.
+            head_end = at + other.part_offsets(bytes_from(at)).front(); // What is before it is its own.
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
             const bool preferred = wanted_ && size == *wanted_ && !rival;
@@ -169,20 +177,27 @@ class Search {
     /// Whether a photograph's image has bytes of its own, ends before the file does, and before the next
     /// photograph begins.
     [[nodiscard]] bool is_apart(const RawDecoder& other, std::size_t at) const {
-        const auto parts = other.part_offsets(bytes_.subspan(at));
+        const auto parts = other.part_offsets(bytes_from(at));
         const std::uint64_t begin = at + parts.front();
         const std::uint64_t end = begin + image_length(other, parts);
         const bool overlaps =
             image_ && begin < std::max(image_->end, image_->begin + 1) && image_->begin < end;
         const auto next = std::upper_bound(beginnings_.begin(), beginnings_.end(), begin);
-        return !overlaps && end <= bytes_.size() &&
+        return !overlaps && end <= at + bytes_from(at).size() &&
                std::none_of(next, beginnings_.end(),
                             [&](std::size_t one) { return one < end && opens(one); });
     }
 
+    /// A photograph with what follows it. LibRaw takes the boxes of a second CR3 for those of the first.
+    [[nodiscard]] Bytes bytes_from(std::size_t at) const {
+        const auto next = std::upper_bound(beginnings_.begin(), beginnings_.end(), at);
+        const bool is_next_apart = result_.is_crx() && next != beginnings_.end();
+        return bytes_.subspan(at, (is_next_apart ? *next : bytes_.size()) - at);
+    }
+
     [[nodiscard]] bool opens(std::size_t at) const {
         RawDecoder decoder;
-        return decoder.open(bytes_.subspan(at));
+        return decoder.open(bytes_from(at));
     }
 
     Bytes bytes_;
@@ -244,9 +259,9 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
         return {};
     }
     const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
-    const auto image = place_of_image(request, result, file);
+    const auto image = place_of_image(request, result, file, mapped.bytes());
     Search search(mapped.bytes(), result, image, wanted);
-    const std::string doubt = result.is_crx() ? "" : search.run();
+    const std::string doubt = search.run();
     if (!doubt.empty()) {
         return {doubt};
     }

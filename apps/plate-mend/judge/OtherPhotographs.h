@@ -18,7 +18,7 @@ namespace plate_mend::host {
 /// - as many bytes after the image as another image takes, unless these are even noise, or the image is coded
 ///   with heads and there is none among them.
 ///
-/// CR3 files are not searched for heads: displaced tables of the photograph itself would be taken for others.
+/// In CR3 files only heads of CR3 files are searched for.
 ///
 ///   result  has unpacked the request's result
 ///   file    that result

@@ -54,11 +54,7 @@ bool has_scattered_values(const SensorView& view, const std::vector<bool>& accou
     for (std::size_t y = 0; y < view.rows; ++y) {
         const std::size_t first = y - std::min(y, view.dy);
         const std::size_t end = std::min(y + view.dy + 1, view.rows);
-        const auto from = bad_rows.begin();
-        const bool near_bad =
-            std::find(from + static_cast<std::ptrdiff_t>(first), from + static_cast<std::ptrdiff_t>(end),
-                      true) != from + static_cast<std::ptrdiff_t>(end);
-        const bool is_known = near_bad || (y < accounted.size() && accounted[y]);
+        const bool is_known = is_any_marked(bad_rows, first, end) || (y < accounted.size() && accounted[y]);
         const std::uint16_t* row = view.row(y);
         if (!is_known &&
             std::any_of(row, row + view.columns, [&](std::uint16_t value) { return value > view.white; })) {
@@ -70,7 +66,8 @@ bool has_scattered_values(const SensorView& view, const std::vector<bool>& accou
 
 } // namespace
 
-PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted, const Sign& of_data) {
+PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted,
+                      const std::vector<Sign>& of_data) {
     PixelSigns signs;
     const auto add_unknown = [&](Sign sign) { add(without(std::move(sign), accounted), signs); };
     signs.bad_rows.assign(view.rows, false);
@@ -78,7 +75,9 @@ PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted
         signs.findings.emplace_back("the picture is too small to be checked for damage");
         return signs;
     }
-    add_unknown(of_data);
+    for (const Sign& sign : of_data) {
+        add_unknown(sign);
+    }
     add_unknown(find_impossible_values(view));
     add_unknown(find_runs(view));
     const Windows windows(view);

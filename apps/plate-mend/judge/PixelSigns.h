@@ -28,8 +28,8 @@ struct PixelSigns {
 /// Looks for all signs. A picture that is too small for that has a finding that says so.
 ///
 ///   accounted  rows whose signs are known and left out: one per row, or empty
-///   of_data    rows that are bad by the coded data themselves
+///   of_data    signs in the coded data themselves
 [[nodiscard]] PixelSigns find_signs(const SensorView& view, const std::vector<bool>& accounted = {},
-                                    const Sign& of_data = {});
+                                    const std::vector<Sign>& of_data = {});
 
 } // namespace plate_mend::host

@@ -4,6 +4,7 @@
 #include "judge/BlockFit.h"
 #include "judge/Image.h"
 #include "judge/Picture.h"
+#include "judge/signs/Sign.h"
 #include "platform/MappedFile.h"
 
 #include <algorithm>
@@ -25,10 +26,10 @@ constexpr double kOtherShape = 0.04; ///< Previews whose proportions differ by m
 constexpr double kDarkest = 4;       ///< Levels of the preview that say something.
 constexpr double kLightest = 250;
 constexpr double kFlat = 8; ///< Deviation in levels below which a preview shows nothing.
-constexpr double kStrangeScatter =
-    0.15; ///< Scatter by contrast from which a preview is of another photograph.
-constexpr std::size_t kAreaParts =
-    300; ///< The smallest area that counts is one part in so many of all blocks.
+/// Scatter by contrast from which a preview is of another photograph.
+constexpr double kStrangeScatter = 0.15;
+/// The smallest area that counts is one part in so many of all blocks.
+constexpr std::size_t kAreaParts = 300;
 
 bool has_shape(std::uint32_t width, std::uint32_t height, const SensorView& view) {
     const double shape = static_cast<double>(width) / height;
@@ -46,10 +47,7 @@ BlockGrid grid_for(std::size_t preview_width, const SensorView& view) {
 /// Whether a row is known in a row of blocks, or in one beside it.
 bool is_known(const BlockGrid& grid, std::size_t y, const std::vector<bool>& known) {
     const std::size_t first = (y - std::min<std::size_t>(y, 1)) * known.size() / grid.rows;
-    const std::size_t end = std::min(known.size(), (y + 2) * known.size() / grid.rows + 1);
-    const auto from = known.begin();
-    return std::find(from + static_cast<std::ptrdiff_t>(first), from + static_cast<std::ptrdiff_t>(end),
-                     true) != from + static_cast<std::ptrdiff_t>(end);
+    return is_any_marked(known, first, (y + 2) * known.size() / grid.rows + 1);
 }
 
 std::vector<double> light_of(const Image& preview, const BlockGrid& grid, const std::vector<bool>& known) {

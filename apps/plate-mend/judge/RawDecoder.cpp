@@ -167,6 +167,10 @@ double RawDecoder::rows_in(std::uint64_t bytes) const {
     return static_cast<double>(bytes) * 8 / (bits * std::max(1U, sensor_columns()));
 }
 
+std::uint64_t RawDecoder::fixed_length() const {
+    return static_cast<std::uint64_t>(sensor_rows() / std::max(1e-9, rows_in(1)));
+}
+
 bool RawDecoder::is_lossless_jpeg() const {
     return method_begins_with("lossless_jpeg") || method_begins_with("lossless_dng");
 }

@@ -96,6 +96,9 @@ class RawDecoder {
     /// How many rows of the image this many bytes make up, where each row takes the same number.
     [[nodiscard]] double rows_in(std::uint64_t bytes) const;
 
+    /// Bytes of the image, where each row takes the same number.
+    [[nodiscard]] std::uint64_t fixed_length() const;
+
     [[nodiscard]] bool is_lossless_jpeg() const;
 
     /// Coded as Sony's cells of 16 bytes.

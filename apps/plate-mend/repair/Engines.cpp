@@ -31,6 +31,17 @@ bool is_beginning_of(const fs::path& file, const fs::path& beginning) {
     return true;
 }
 
+/// All of the image is proved, and its place is no guess.
+bool is_certain(const FoundImage& image) {
+    return image.pieces != 0 && image.pieces_proved == image.pieces &&
+           (image.notes & (RAW_MEND_PLACES_GUESSED | RAW_MEND_PIECES_LOST)) == 0;
+}
+
+/// Only coded data are found like this.
+bool is_found_by_its_code(const FoundImage& image) {
+    return image.way == RAW_MEND_WAY_CODED_HEADS || image.way == RAW_MEND_WAY_TRIAL_DECODING;
+}
+
 } // namespace
 
 std::vector<Engine> Engines::accepting(const RankedSample& ranked) const {
@@ -68,16 +79,41 @@ Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
 }
 
 bool Engines::finds_damage(const fs::path& name, const fs::path& sample) const {
+    bool begins_alike = true;
+    const auto image = find_image(name, sample, [&](const FoundImage& found, const fs::path& result) {
+        begins_alike = found.way != RAW_MEND_WAY_OWN_TABLES || is_beginning_of(name, result);
+    });
+    return image && (image->pieces_mended != 0 || image->is_incomplete() || !begins_alike ||
+                     proves_too_little(*image, name, sample));
+}
+
+std::optional<FoundImage>
+Engines::find_image(const fs::path& name, const fs::path& sample,
+                    const std::function<void(const FoundImage&, const fs::path&)>& see) const {
     const fs::path result = folder_ / "checked";
     fs::remove(result);
     const Attempt attempt =
         workers_.repair_raw(folder_, {name, sample, result, "check of " + utf8_from(damaged_.path)});
-    const bool known = attempt.code == 0 && attempt.image;
-    const bool found =
-        known && (attempt.image->pieces_mended != 0 || attempt.image->is_incomplete() ||
-                  (attempt.image->way == RAW_MEND_WAY_OWN_TABLES && !is_beginning_of(name, result)));
+    auto image = attempt.code == 0 ? attempt.image : std::nullopt;
+    if (image && see) {
+        see(*image, result);
+    }
     fs::remove(result);
-    return found;
+    return image;
+}
+
+/// Coded data of an intact photograph prove as much as the sample's own do, unless the camera coded them in
+/// another way: then the sample is not of the photograph's kind either.
+bool Engines::proves_too_little(const FoundImage& image, const fs::path& name, const fs::path& sample) const {
+    if (!is_found_by_its_code(image)) {
+        return false;
+    }
+    const auto best = find_image(sample, sample);
+    if (!best || !is_certain(*best) || (is_certain(image) && image.way == best->way)) {
+        return false;
+    }
+    const auto kin = find_image(sample, name);
+    return kin && (kin->way == RAW_MEND_WAY_OWN_TABLES || is_certain(*kin));
 }
 
 /// The exact engine writes to a CR3 sample's mapping, and others may use the sample at the same time.

@@ -5,6 +5,7 @@
 #include "repair/Workers.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -54,8 +55,8 @@ class Engines {
     [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& ranked) const;
 
     /// Whether the raw engine finds damage in a photograph that looks intact: it puts pieces together anew,
-    /// or counts pixels as lost or doubtful, or the photograph does not begin where the file does. False if
-    /// it does not know the photograph's kind.
+    /// or counts pixels as lost or doubtful, or the photograph does not begin where the file does, or its
+    /// coded data prove less than the sample's do. False if it does not know the photograph's kind.
     ///
     ///   name    a path of the photograph for a worker
     ///   sample  an intact one from the same camera, likewise
@@ -63,6 +64,14 @@ class Engines {
                                     const std::filesystem::path& sample) const;
 
   private:
+    /// What the raw engine finds in a photograph; nothing if it does not know its kind. The result may be
+    /// seen before it is removed.
+    [[nodiscard]] std::optional<FoundImage>
+    find_image(const std::filesystem::path& name, const std::filesystem::path& sample,
+               const std::function<void(const FoundImage& image, const std::filesystem::path& result)>& see =
+                   nullptr) const;
+    [[nodiscard]] bool proves_too_little(const FoundImage& image, const std::filesystem::path& name,
+                                         const std::filesystem::path& sample) const;
     [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& ranked) const;
     [[nodiscard]] Judgement judge(JudgeRequest request) const;
     void check_whole(Trial& trial, const std::filesystem::path& sample) const;

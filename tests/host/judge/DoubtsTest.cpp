@@ -1,8 +1,11 @@
 #include "judge/Judge.h"
+#include "judge/Repeats.h"
 
 #include "support/ArwPhoto.h"
+#include "support/Cr3Photo.h"
 #include "support/HeadlessPhoto.h"
 #include "support/NefPhoto.h"
+#include "support/Scene.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +17,7 @@
 namespace test {
 namespace {
 
+using plate_mend::host::find_repeats;
 using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -69,6 +73,29 @@ TEST_F(Doubts, PhotographOfAnotherCameraIsBeforeIt) {
                 Contains("the file begins with a photograph of another camera"));
 }
 
+TEST(DoubtsAboutCr3, AnotherPhotographIsBesideIt) {
+    const TempDir folder;
+    const auto put = [&](const char* name, const Bytes& bytes) {
+        write_file(folder / name, bytes);
+        return folder / name;
+    };
+    const Bytes one = Cr3Photo({.number = 1, .pictures = true}).bytes;
+    const Bytes two = Cr3Photo({.number = 2, .maker_notes = 700, .pictures = true}).bytes;
+    const auto findings = [&](const Bytes& damaged, const Bytes& result) {
+        return plate_mend::host::judge_raw({.result = put("result.cr3", result),
+                                            .damaged = put("damaged.cr3", damaged),
+                                            .sample = put("sample.cr3", one),
+                                            .picture = {}})
+            .findings;
+    };
+    const auto is_doubted =
+        Contains("the file holds another photograph, and nothing shows which one is meant");
+    EXPECT_THAT(findings(joined(one, two), two), is_doubted);
+    EXPECT_THAT(findings(joined(two, one), two), is_doubted);
+    EXPECT_THAT(findings(joined(two, two), two), ::testing::Not(is_doubted));
+    EXPECT_THAT(findings(two, two), IsEmpty());
+}
+
 TEST_F(Doubts, ImageWithoutAHeadIsAfterIt) {
     const ArwPhoto other = photo(2);
     EXPECT_THAT(findings(joined(photo(1).bytes, zeroed(other.bytes, 0, other.image_offset))),
@@ -88,6 +115,54 @@ TEST_F(Doubts, CellsAreOfNoCamera) {
     HeadlessPhoto cells({});
     put_bytes(cells.bytes, cells.image_offset + 100 * 512 + 64, Bytes(16, 0x20));
     EXPECT_THAT(findings(cells.bytes), Contains("cells that no camera writes: row 100"));
+}
+
+TEST_F(Doubts, SectorIsThereTwice) {
+    const auto repeat = [](const Bytes& file, std::size_t image, std::size_t count) {
+        const std::size_t at = image + 100 * 512;
+        return with(file, at, part(file, at - 8 * 512, at - 8 * 512 + count));
+    };
+    const ArwPhoto rows = ArwPhoto({.number = number_of(Mood::kFlat, 1), .width = 512, .height = 360});
+    EXPECT_THAT(findings(rows.bytes), IsEmpty());
+    EXPECT_THAT(findings(repeat(rows.bytes, rows.image_offset + 256, 512)),
+                Contains("sectors of the image data are there twice: 2 rows from row 46 on"));
+    const HeadlessPhoto cells({});
+    EXPECT_THAT(findings(repeat(cells.bytes, cells.image_offset, 4096)),
+                Contains("sectors of the image data are there twice: 16 rows from row 92 on"));
+    const HeadlessPhoto stream(
+        {.kind = HeadlessPhoto::Kind::kNikonLossless14, .number = number_of(Mood::kFlat, 1)});
+    EXPECT_THAT(findings(stream.bytes), IsEmpty());
+    EXPECT_THAT(findings(repeat(stream.bytes, stream.image_offset, 4096)),
+                Contains("sectors of the image data are there twice"));
+}
+
+TEST(Repeats, AreFoundWhereverTheyBegin) {
+    const Bytes bytes = noise(20000, 1);
+    const auto found = find_repeats(with(bytes, 10100, part(bytes, 1140, 1140 + 600)));
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].first, 1140U);
+    EXPECT_EQ(found[0].second, 10100U);
+    EXPECT_EQ(found[0].length, 600U);
+    EXPECT_THAT(find_repeats(with(bytes, 10100, part(bytes, 1140, 1140 + 500))), IsEmpty());
+    EXPECT_THAT(find_repeats(bytes), IsEmpty());
+}
+
+TEST(Repeats, OfPatternsDoNotCount) {
+    Bytes bytes(100000, 0xFF);
+    EXPECT_THAT(find_repeats(bytes), IsEmpty());
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        bytes[at] = static_cast<unsigned char>(at % 48);
+    }
+    EXPECT_THAT(find_repeats(bytes), IsEmpty());
+    EXPECT_THAT(find_repeats(Bytes()), IsEmpty());
+}
+
+TEST(Repeats, OfEverythingTakeLinearTime) {
+    const Bytes half = noise(4 << 20, 1);
+    const auto found = find_repeats(joined(joined(half, half), joined(half, half)));
+    ASSERT_FALSE(found.empty());
+    EXPECT_LE(found.size(), 100U);
+    EXPECT_GE(found[0].length, half.size());
 }
 
 TEST_F(Doubts, ColumnsShowDamageThatGoesColumnByColumn) {

@@ -1,10 +1,14 @@
 #include "judge/signs/LevelStep.h"
 
+#include "judge/Median.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace plate_mend::host {
 
@@ -23,12 +27,6 @@ struct RowStep {
     double spread = 0; ///< Median distance from the middle.
 };
 
-double middle_of(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 RowStep step_of(const SensorView& view, std::size_t y, std::size_t colour, std::vector<double>& steps) {
     const std::size_t stride = view.dx * std::max<std::size_t>(1, view.columns / view.dx / kMostSteps);
     steps.clear();
@@ -43,11 +41,11 @@ RowStep step_of(const SensorView& view, std::size_t y, std::size_t colour, std::
         return {};
     }
     RowStep row;
-    row.middle = middle_of(steps);
+    row.middle = median(steps);
     for (double& one : steps) {
         one = std::abs(one - row.middle);
     }
-    row.spread = middle_of(steps);
+    row.spread = median(steps);
     return row;
 }
 
@@ -68,7 +66,7 @@ bool stands_out(const RowSteps& rows, std::size_t y, std::size_t dy) {
         }
         spreads.push_back(rows[row].spread);
     }
-    return own.spread <= kSpreadGrows * std::max(1.0, middle_of(spreads));
+    return own.spread <= kSpreadGrows * std::max(1.0, median(std::move(spreads)));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "judge/signs/Sign.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace plate_mend::host {
@@ -12,6 +13,13 @@ std::string describe_rows(std::size_t first, std::size_t count) {
 }
 
 } // namespace
+
+bool is_any_marked(const std::vector<bool>& marks, std::size_t first, std::size_t end) {
+    const auto place = [&](std::size_t row) {
+        return marks.begin() + static_cast<std::ptrdiff_t>(std::min(row, marks.size()));
+    };
+    return first < end && std::find(place(first), place(end), true) != place(end);
+}
 
 Sign sign_of_rows(std::vector<std::size_t> rows, const std::string& what) {
     if (rows.empty()) {

@@ -21,6 +21,9 @@ struct Sign {
     std::optional<Displaced> displaced;
 };
 
+/// Whether any of the rows [first, end) is marked, one mark per row. Rows past the last are not.
+[[nodiscard]] bool is_any_marked(const std::vector<bool>& marks, std::size_t first, std::size_t end);
+
 /// The sign of these bad rows, ascending, in one sentence: "WHAT: 3 rows from row 7 on". None without rows.
 [[nodiscard]] Sign sign_of_rows(std::vector<std::size_t> rows, const std::string& what);
 

@@ -113,12 +113,8 @@ Sign find_splice(const SensorView& view, const Windows& windows, const std::vect
         return {};
     }
     const LeapSums sums(view, windows);
-    const auto any_bad = [&](std::size_t y) {
-        const auto from = bad_rows.begin() + static_cast<std::ptrdiff_t>(y);
-        return std::find(from - 3, from + 4, true) != from + 4;
-    };
     for (std::size_t y = 4; y + 4 < view.rows; ++y) {
-        if (sums.of(y + 1).share() < kEachLeaping || any_bad(y)) {
+        if (sums.of(y + 1).share() < kEachLeaping || is_any_marked(bad_rows, y - 3, y + 4)) {
             continue;
         }
         const std::size_t border = std::max(kLeastBorder, windows.per_row() / kBorder + 1);

@@ -12,7 +12,7 @@ namespace plate_mend::host::platform {
 
 namespace {
 
-constexpr int kTries = 100;
+constexpr int kLockTries = 100;
 
 /// Locks an open file. Returns whether no other process holds the lock.
 bool try_lock(const Descriptor& file, const std::filesystem::path& path) {
@@ -49,7 +49,7 @@ Lock& Lock::operator=(Lock&& other) noexcept = default;
 Lock::~Lock() = default;
 
 std::optional<Lock> Lock::take(const std::filesystem::path& file) {
-    for (int tries = 0; tries < kTries; ++tries) {
+    for (int tries = 0; tries < kLockTries; ++tries) {
         Descriptor opened = open_file(file, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
         require_ordinary_file(opened, file);
         if (!try_lock(opened, file)) {
