@@ -79,7 +79,8 @@ class NamedPieces {
 
   private:
     /// A stream exactly where the tables name the piece: no other begins there by chance. Else that of the
-    /// row if it is as long as they say: a whole one of another length is another photograph's.
+    /// row if it is whole and as long as they say, which makes its index certain. One of another length is
+    /// another photograph's.
     [[nodiscard]] const CodedPlace* find_certain(std::size_t piece) const {
         const auto there = std::ranges::lower_bound(places_, named_[piece].offset, {}, &CodedPlace::offset);
         if (there != places_.end() && there->offset == named_[piece].offset && fits(*there, piece)) {
@@ -111,7 +112,7 @@ class NamedPieces {
 
     [[nodiscard]] const CodedPlace* in_row(std::size_t piece) const {
         const auto& position = row_.pieces[piece];
-        return position && position->certain ? &places_[position->place] : nullptr;
+        return position ? &places_[position->place] : nullptr;
     }
 
     [[nodiscard]] bool fits(const CodedPlace& place, std::size_t piece) const {
