@@ -81,6 +81,55 @@ TEST_F(Batch, OnlyRequestedExtensionsAreTakenFromFolders) {
     EXPECT_THAT(files_below("mended"), ElementsAre("b.raw"));
 }
 
+TEST_F(Batch, PhotographsInFoldersAreKnownByTheirContent) {
+    const ArwPhoto large_sample({.number = 1, .width = 480, .height = 360});
+    const ArwPhoto large({.number = 2, .width = 480, .height = 360});
+    const Bytes headless =
+        zeroed(large.bytes, 0, large.strip_entries); // A directory with the maker survives.
+    put("good/large.arw", large_sample.bytes);
+    put("good/small.arw", sample.bytes);
+    put("card/f1.tif", headless);
+    put("card/f2", headless);
+    put("card/IMG_3.ARW.locked", damaged);
+    put("card/IMG_3.xmp", {'<'});
+    put("card/._f1.arw", {0, 5, 22, 7});
+    put("card/notes.txt", {'a'});
+    put("card/f4", lost_);
+    EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), in("card")}), 0) << out << err;
+    EXPECT_THAT(files_below("mended"), ElementsAre("IMG_3.ARW", "f1.arw", "f2.arw"));
+    EXPECT_EQ(decode_raw(folder / "mended" / "IMG_3.ARW"), decode_raw(original.bytes));
+    EXPECT_EQ(decode_raw(folder / "mended" / "f1.arw"), decode_raw(large.bytes));
+    EXPECT_EQ(decode_raw(folder / "mended" / "f2.arw"), decode_raw(large.bytes));
+    EXPECT_THAT(err, HasSubstr("4 files without a sign of a RAW photograph are left out: 1 .txt, "
+                               "2 companions of photographs, 1 without extension (name them"));
+}
+
+TEST_F(Batch, ResultsWithNewExtensionsDoNotMeet) {
+    put("card/x.arw", damaged);
+    put("card/x.arw.locked", damaged);
+    put("card/x.ARW.locked2", damaged);
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("card")}), 0) << out << err;
+    EXPECT_THAT(files_below("mended"), SizeIs(3));
+    EXPECT_TRUE(fs::exists(folder / "mended" / "x.arw"));
+    EXPECT_TRUE(fs::exists(folder / "mended" / "x.arw.locked.arw"));
+}
+
+TEST_F(Batch, FolderWithoutPhotographsIsAnError) {
+    put("card/notes.txt", {'a'});
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("card")}), 64);
+    EXPECT_THAT(err,
+                HasSubstr("no damaged photograph was found; 1 file without a sign of a RAW photograph is "
+                          "left out: 1 .txt"));
+}
+
+TEST_F(Batch, SamplesAreKnownByTheirContent) {
+    put("card/a.arw", damaged);
+    put("good/f1.dat", sample.bytes);
+    put("good/notes.txt", {'a'});
+    EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), in("card")}), 0) << out << err;
+    EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
+}
+
 TEST_F(Batch, SecondRunOverAFolderLeavesResultsOfTheFirstAlone) {
     put("card/a.arw", damaged);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("card")}), 0);

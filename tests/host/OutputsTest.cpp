@@ -114,8 +114,9 @@ TEST_F(OutputPlaces, FolderOfResultsInTheDamagedFolderIsNotAnInput) {
         EXPECT_EQ(status, times == 0 ? 0 : 3) << "the second run finds its results in the way";
     }
     EXPECT_THAT(files_below("card/mended"), ElementsAre("DCIM/100/IMG_1.arw", "DCIM/101/IMG_1.arw"));
-    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("card"), in("card")}), 0);
-    EXPECT_THAT(err, AllOf(HasSubstr("its files are not inputs"), HasSubstr("no damaged file was found")));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("card"), in("card")}), 64);
+    EXPECT_THAT(err,
+                AllOf(HasSubstr("its files are not inputs"), HasSubstr("no damaged photograph was found")));
 }
 
 TEST_F(OutputPlaces, LinesOfAListMayBeginWithABrace) {

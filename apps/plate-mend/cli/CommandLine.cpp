@@ -66,7 +66,8 @@ void add_repair_inputs(CLI::App& command, RepairOptions& options) {
         ->allow_extra_args(false); // The next word is a path.
     command
         .add_option("--ext", options.extensions,
-                    "Take only files with these extensions from folders, such as arw,nef")
+                    "Take only files with these extensions from folders, such as arw,nef, whatever their "
+                    "content (default: all in which something shows a RAW photograph)")
         ->delimiter(',')
         ->allow_extra_args(false);
     command.add_option(

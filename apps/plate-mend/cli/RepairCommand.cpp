@@ -13,10 +13,12 @@
 #include "repair/RunLog.h"
 #include "report/Notes.h"
 #include "report/Reports.h"
+#include "text/Format.h"
 #include "text/Paths.h"
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -70,6 +72,21 @@ void check_names(const RepairOptions& options) {
     if (!options.log_directory.empty() && !fs::is_directory(path_from(options.log_directory))) {
         throw UsageError(options.log_directory + ": no such folder; no log can be written there");
     }
+}
+
+/// "5 files without a sign of a RAW photograph are left out: 3 .jpg, 2 without extension" and what to do;
+/// empty for none.
+std::string describe_left_out(const std::map<std::string, std::size_t>& kinds) {
+    std::size_t all = 0;
+    std::vector<std::string> texts;
+    for (const auto& [kind, count] : kinds) {
+        all += count;
+        texts.push_back(std::to_string(count) + " " + kind);
+    }
+    return all == 0 ? ""
+                    : format_count(all, "file") + " without a sign of a RAW photograph " +
+                          (all == 1 ? "is" : "are") + " left out: " + join(texts, ", ") +
+                          " (name them, or their extension with --ext, to try them all the same)";
 }
 
 /// Whether a path is in a folder, by their name keys.
@@ -130,8 +147,13 @@ class Repair {
         }
         const FileSelection inputs = select_files(
             paths, {parse_extensions(options_), path_from(options_.root), path_from(options_.out)});
+        const std::string left_out = describe_left_out(inputs.left_out);
         if (inputs.files.empty()) {
-            notes_.add("no damaged file was found");
+            throw UsageError("no damaged photograph was found" +
+                             (left_out.empty() ? left_out : "; " + left_out));
+        }
+        if (!left_out.empty()) {
+            notes_.add(left_out);
         }
         if (!options_.output.empty() && inputs.files.size() != 1) {
             throw UsageError("--output names one file; for several use --out");

@@ -15,7 +15,7 @@ struct RepairOptions {
     std::vector<std::string> paths;          ///< Damaged files, and folders of them.
     std::vector<std::string> samples;        ///< Intact photographs.
     std::vector<std::string> sample_folders; ///< Folders of intact photographs.
-    std::vector<std::string> extensions;     ///< Taken from folders; empty: all nine.
+    std::vector<std::string> extensions;     ///< Taken from folders; empty: by content.
     std::string files_from;                  ///< A list of further paths; empty: none.
     std::string root;   ///< Results keep their paths relative to it; empty: the folder that all paths share.
     std::string out;    ///< Folder of the results; empty: beside the damaged files.

@@ -1,6 +1,7 @@
 #include "files/FileList.h"
 
 #include "files/Formats.h"
+#include "files/Kind.h"
 #include "platform/Names.h"
 #include "text/Paths.h"
 
@@ -75,8 +76,7 @@ fs::path common_part(const fs::path& one, const fs::path& other) {
 class Selector {
   public:
     Selector(const std::vector<fs::path>& paths, const FileFilter& filter)
-        : filter_(filter), extensions_(filter.extensions.empty() ? raw_extensions() : filter.extensions),
-          left_out_(filter.left_out.empty() ? "" : platform::name_key(filter.left_out)),
+        : filter_(filter), left_out_(filter.left_out.empty() ? "" : platform::name_key(filter.left_out)),
           root_(filter.root.empty() ? common_root(paths) : normalize(filter.root)),
           resolved_root_(canonical_or_same(root_)) {}
 
@@ -111,9 +111,9 @@ class Selector {
         }
         const fs::path below = path_below_root(path);
         if (!below.empty()) {
-            selection_.files.push_back({path, below, ""});
+            selection_.files.push_back({path, below, "", kind_of(path)});
         } else if (filter_.root.empty()) { // Nothing in common: other drives.
-            selection_.files.push_back({path, path.filename(), ""});
+            selection_.files.push_back({path, path.filename(), "", kind_of(path)});
         } else {
             selection_.files.push_back(
                 {path, path.filename(), "is not below --root " + utf8_from(filter_.root)});
@@ -132,8 +132,18 @@ class Selector {
     }
 
     [[nodiscard]] bool is_wanted(const fs::path& file) const {
-        return !is_our_own(file) &&
-               std::find(extensions_.begin(), extensions_.end(), extension_of(file)) != extensions_.end();
+        const std::vector<std::string>& extensions = filter_.extensions;
+        if (!extensions.empty()) {
+            return std::find(extensions.begin(), extensions.end(), extension_of(file)) != extensions.end();
+        }
+        return !is_companion(file) && !kind_of(file).empty();
+    }
+
+    void leave_out(const fs::path& file) {
+        const std::string extension = extension_of(file);
+        ++selection_.left_out[is_companion(file)  ? "companions of photographs"
+                              : extension.empty() ? "without extension"
+                                                  : "." + extension];
     }
 
     void add_folder(const fs::path& folder) {
@@ -152,8 +162,12 @@ class Selector {
                 if (!is_hidden(entry->path()) && !entry->is_symlink(none) && !is_left_out(entry->path())) {
                     folders.push_back(entry->path());
                 }
-            } else if (entry->is_regular_file(none) && is_wanted(entry->path())) {
-                files.push_back(entry->path());
+            } else if (entry->is_regular_file(none) && !is_our_own(entry->path())) {
+                if (is_wanted(entry->path())) {
+                    files.push_back(entry->path());
+                } else if (filter_.extensions.empty()) {
+                    leave_out(entry->path());
+                }
             }
         }
         if (error) {
@@ -164,7 +178,6 @@ class Selector {
 
     void add_sorted(const std::vector<fs::path>& files, const std::vector<fs::path>& folders) {
         std::vector<std::pair<fs::path, bool>> all;
-        all.reserve(files.size() + folders.size());
         all.reserve(files.size() + folders.size());
         for (const fs::path& file : files) {
             all.emplace_back(file, false);
@@ -183,7 +196,6 @@ class Selector {
     }
 
     const FileFilter& filter_;
-    const std::vector<std::string>& extensions_;
     std::string left_out_; ///< Name key; empty for none.
     fs::path root_;
     fs::path resolved_root_;     ///< With links followed.

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,11 +13,12 @@ struct Input {
     std::filesystem::path path;
     std::filesystem::path below; ///< Its path relative to the root of the run, for its result's path.
     std::string problem;         ///< Why it cannot be repaired; usually empty.
+    std::string kind{};          ///< As kind_of returns it.
 };
 
 /// Which files are taken, and which root their results' paths are relative to.
 struct FileFilter {
-    std::vector<std::string> extensions; ///< Lower case, without dots. Empty: those of RAW photographs.
+    std::vector<std::string> extensions; ///< Lower case, without dots. Empty: all RAW photographs.
     std::filesystem::path root;          ///< Empty: the folder that all paths have in common.
     std::filesystem::path left_out;      ///< A folder whose files are not inputs; empty: none.
 };
@@ -25,10 +28,15 @@ struct FileSelection {
     std::vector<Input> files;
     std::vector<std::string> notes;    ///< Files that were named more than once.
     std::vector<std::string> problems; ///< Folders that cannot be read.
+    /// How many files of folders were left out, by their extensions in lower case with the dot, or as
+    /// "without extension" or "companions of photographs". Results of this program do not count. Empty if the
+    /// filter names extensions.
+    std::map<std::string, std::size_t> left_out;
 };
 
-/// The files that were named, and all files of folders, at any depth, sorted by path. Links to folders are
-/// not followed. In folders, files that the filter excludes, hidden folders and results of this program
+/// The files that were named, and the RAW photographs in folders, whatever their names and at any depth,
+/// sorted by path. With extensions, only the files of folders that have one of them. Links to folders are not
+/// followed. In folders, companions of photographs, hidden folders and results of this program
 /// (NAME.repaired.EXT, NAME.salvaged.jpg) are left out. A file that was named twice is taken once. A path at
 /// which nothing exists stays in the list, for the report; a file outside the root gets a problem.
 [[nodiscard]] FileSelection files_in(const std::vector<std::filesystem::path>& paths,

@@ -52,8 +52,7 @@ std::string extension_of(const std::filesystem::path& path) {
     return text.empty() ? text : text.substr(1);
 }
 
-std::optional<RawFormat> format_of(const std::filesystem::path& path) {
-    const std::string extension = extension_of(path);
+std::optional<RawFormat> format_of_extension(const std::string& extension) {
     for (const Extension& one : kExtensions) {
         if (extension == one.text) {
             return one.format;
@@ -62,9 +61,13 @@ std::optional<RawFormat> format_of(const std::filesystem::path& path) {
     return std::nullopt;
 }
 
-bool have_same_kind(const std::filesystem::path& one, const std::filesystem::path& other) {
-    const auto format = format_of(one);
-    return format ? format == format_of(other) : extension_of(one) == extension_of(other);
+std::optional<RawFormat> format_of(const std::filesystem::path& path) {
+    return format_of_extension(extension_of(path));
+}
+
+bool are_same_kind(const std::string& one, const std::string& other) {
+    const auto format = format_of_extension(one);
+    return format ? format == format_of_extension(other) : one == other;
 }
 
 } // namespace plate_mend::host

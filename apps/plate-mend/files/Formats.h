@@ -19,10 +19,14 @@ enum class RawFormat { kArw, kSr2, kRaf, kOrf, kDng, kCr2, kNef, kCr3 };
 /// A path's extension, ASCII letters in lower case, without the dot.
 [[nodiscard]] std::string extension_of(const std::filesystem::path& path);
 
+/// The format of photographs with this extension, given as extension_of returns it; nothing for one that no
+/// advanced repair accepts.
+[[nodiscard]] std::optional<RawFormat> format_of_extension(const std::string& extension);
+
 /// The format by the extension, in any case; nothing for one that no advanced repair accepts.
 [[nodiscard]] std::optional<RawFormat> format_of(const std::filesystem::path& path);
 
-/// Whether two names are of photographs of one format, or have the same extension.
-[[nodiscard]] bool have_same_kind(const std::filesystem::path& one, const std::filesystem::path& other);
+/// Whether photographs with these two extensions are of one format, or the extensions are the same.
+[[nodiscard]] bool are_same_kind(const std::string& one, const std::string& other);
 
 } // namespace plate_mend::host

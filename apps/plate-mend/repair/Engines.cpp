@@ -55,7 +55,7 @@ Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
     Trial trial;
     // The decoder goes by content, but the extension does no harm.
     trial.result = folder_ / (exact ? "made" : "raw-made");
-    trial.result += damaged_.path.extension();
+    trial.result += damaged_.copy.extension();
     trial.picture = settings_.pictures ? folder_ / "made.jpg" : fs::path();
     fs::remove(trial.result);
     fs::remove(trial.picture);

@@ -16,7 +16,7 @@ namespace plate_mend::host {
 struct DamagedFile {
     std::filesystem::path path;      ///< As the user gave it.
     std::filesystem::path copy;      ///< The working copy.
-    std::optional<RawFormat> format; ///< By the extension; nothing for one that only the raw engine accepts.
+    std::optional<RawFormat> format; ///< By its kind; nothing for one that only the raw engine accepts.
     bool unreadable = false;         ///< Zeros replace parts that cannot be read.
 };
 

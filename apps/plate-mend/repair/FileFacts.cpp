@@ -1,6 +1,7 @@
 #include "repair/FileFacts.h"
 
 #include "files/FileBytes.h"
+#include "files/Kind.h"
 
 #include <byte_reader/ByteReader.h>
 
@@ -75,6 +76,7 @@ void add_track(const ByteReader& reader, std::size_t at, FileFacts& facts) {
 FileFacts facts_of(const std::filesystem::path& path) {
     FileFacts facts;
     facts.path = path;
+    facts.kind = kind_of(path);
     FileBytes file(path);
     facts.size = file.size();
     std::error_code none;

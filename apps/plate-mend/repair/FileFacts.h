@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <set>
+#include <string>
 #include <utility>
 
 namespace plate_mend::host {
@@ -10,6 +11,7 @@ namespace plate_mend::host {
 /// What the bytes of a photograph show without decoding it, even if it is damaged.
 struct FileFacts {
     std::filesystem::path path;
+    std::string kind;       ///< As kind_of returns it.
     std::uint64_t size = 0; ///< In bytes.
     std::filesystem::file_time_type changed{};
     unsigned little_endian = 0; ///< Pairs of directory entries in either byte order.

@@ -109,9 +109,9 @@ class FileRepair {
             make_folders(folder_of(outputs_.mask));
         }
         folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
-        damaged_ = {input_.path, folder_->path() / "damaged", format_of(input_.path)};
+        damaged_ = {input_.path, folder_->path() / "damaged", format_of_extension(input_.kind)};
         if (damaged_.format) {
-            damaged_.copy += input_.path.extension(); // The exact engine goes by the extension.
+            damaged_.copy += "." + input_.kind; // The exact engine goes by the extension.
         }
         engines_.emplace(tools_.workers, damaged_, folder_->path(),
                          TrialSettings{.pictures = settings_.pictures, .fill = settings_.fill});
@@ -129,7 +129,7 @@ class FileRepair {
     /// after that are not part of it, and must not fill up results. Zeros up to the end of a cluster stay: a
     /// photograph may end in zeros of its own.
     void leave_out_zeros(const CopiedFile& copied) {
-        const std::uint64_t shortest = std::max(copied.end_of_data, tools_.samples.longest_for(input_.path));
+        const std::uint64_t shortest = std::max(copied.end_of_data, tools_.samples.longest_for(input_.kind));
         const std::uint64_t longest = (shortest / kCluster + 1) * kCluster;
         const bool too_long = copied.size > longest && copied.size - longest > kLargestCluster;
         record_.zeros_left_out = too_long ? copied.size - longest : 0;
@@ -176,7 +176,7 @@ class FileRepair {
     /// The samples of this format, the likeliest first. The working copy is read once for them.
     const std::vector<RankedSample>& ranked_samples() {
         if (!ranked_samples_) {
-            ranked_samples_ = tools_.samples.ranked_for(input_.path, damaged_.copy);
+            ranked_samples_ = tools_.samples.ranked_for(input_.path, input_.kind, damaged_.copy);
         }
         return *ranked_samples_;
     }

@@ -1,10 +1,12 @@
 #include "repair/Plan.h"
 
+#include "files/Formats.h"
 #include "platform/Names.h"
 #include "text/Paths.h"
 
 #include <map>
 #include <optional>
+#include <utility>
 
 namespace plate_mend::host {
 
@@ -20,11 +22,31 @@ fs::path jpeg_output(const fs::path& photograph, const char* middle, bool is_lon
     return photograph.parent_path() / name;
 }
 
+/// The name of the result in the folder of the damaged file, or of its counterpart.
 fs::path repaired_output(const fs::path& photograph) {
     fs::path name = photograph.stem();
     name += ".repaired";
     name += photograph.extension();
     return photograph.parent_path() / name;
+}
+
+/// A path with the extension of the photograph's kind: its own up to there ("x.ARW" of "x.ARW.locked"), or
+/// in place of another ("x.arw" of "x.tif"); or after all of it.
+fs::path with_kind(const fs::path& path, const std::string& kind, bool is_long) {
+    if (kind.empty() || extension_of(path) == kind) {
+        return path;
+    }
+    fs::path name = path.filename();
+    if (is_long) {
+        name += "." + kind;
+        return path.parent_path() / name;
+    }
+    for (; name.has_extension(); name.replace_extension()) {
+        if (extension_of(name) == kind) {
+            return path.parent_path() / name;
+        }
+    }
+    return fs::path(path).replace_extension(kind);
 }
 
 /// NAME and the ending, or NAME.EXT and the ending.
@@ -37,7 +59,8 @@ fs::path mask_output(const fs::path& raw, const std::string& mask, bool is_long)
     return raw.parent_path() / name;
 }
 
-Outputs outputs_of(const Input& input, const Destination& destination) {
+/// With the name of a result that has another extension than its damaged file, which may be a long one.
+Outputs outputs_of(const Input& input, const Destination& destination, bool is_long) {
     const auto outputs = [&](const fs::path& raw, const fs::path& named_after, const char* middle) {
         const fs::path other = jpeg_output(named_after, middle, true);
         return Outputs{raw, destination.long_jpeg_names ? other : jpeg_output(named_after, middle, false),
@@ -48,10 +71,10 @@ Outputs outputs_of(const Input& input, const Destination& destination) {
     }
     if (!destination.out.empty()) {
         // In a folder of their own, results have the names of their files.
-        const fs::path raw = destination.out / input.below;
+        const fs::path raw = with_kind(destination.out / input.below, input.kind, is_long);
         return outputs(raw, raw, "");
     }
-    return outputs(repaired_output(input.path), input.path, ".salvaged");
+    return outputs(repaired_output(with_kind(input.path, input.kind, is_long)), input.path, ".salvaged");
 }
 
 /// Which file owns which output.
@@ -116,6 +139,28 @@ void claim_jpeg(PlannedFile& file, OutputOwners& owners) {
     }
 }
 
+/// The files with the names that their results want. Where several want one, those with another extension
+/// than their damaged files have long names.
+std::vector<PlannedFile> with_wished_outputs(const std::vector<Input>& inputs,
+                                             const Destination& destination) {
+    std::map<std::string, std::size_t> wishes;
+    for (const Input& input : inputs) {
+        if (input.problem.empty()) {
+            ++wishes[platform::name_key(outputs_of(input, destination, false).raw)];
+        }
+    }
+    std::vector<PlannedFile> files;
+    files.reserve(inputs.size());
+    for (const Input& input : inputs) {
+        Outputs outputs = outputs_of(input, destination, false);
+        if (wishes[platform::name_key(outputs.raw)] > 1) {
+            outputs = outputs_of(input, destination, true);
+        }
+        files.push_back({input, std::move(outputs)});
+    }
+    return files;
+}
+
 } // namespace
 
 bool is_mask_ending(const std::string& mask) {
@@ -124,12 +169,11 @@ bool is_mask_ending(const std::string& mask) {
 
 std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destination& destination,
                               const Protected& inputs_and_samples) {
-    std::vector<PlannedFile> files;
+    std::vector<PlannedFile> files = with_wished_outputs(inputs, destination);
     std::map<std::string, std::size_t> wishes; // How many results want each name.
-    for (const Input& input : inputs) {
-        files.push_back({input, outputs_of(input, destination)});
-        const Outputs& outputs = files.back().outputs;
-        if (input.problem.empty()) {
+    for (const PlannedFile& file : files) {
+        const Outputs& outputs = file.outputs;
+        if (file.input.problem.empty()) {
             for (const fs::path& output : {outputs.raw, outputs.jpeg, outputs.other_jpeg}) {
                 ++wishes[platform::name_key(output)];
             }

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 struct Scored {
     double points = 0;
-    bool same_kind = false;  ///< As the damaged file, by extension.
+    bool same_kind = false;  ///< As the damaged file.
     bool same_sizes = false; ///< Of pictures.
     RankedSample sample;
 };
@@ -115,7 +115,7 @@ double points_of_date(const FileFacts& damaged, const FileFacts& sample, std::st
 Scored rank(const FileFacts& damaged, const FileFacts& sample) {
     Scored ranked;
     std::string why;
-    ranked.same_kind = have_same_kind(damaged.path, sample.path);
+    ranked.same_kind = are_same_kind(damaged.kind, sample.kind);
     ranked.points = points_of_sizes(damaged, sample, why);
     ranked.same_sizes = ranked.points > 0;
     for (const auto points : {points_of_order, points_of_length, points_of_name, points_of_date}) {
@@ -149,17 +149,18 @@ Samples::Samples(const std::vector<fs::path>& files) {
     }
 }
 
-std::uint64_t Samples::longest_for(const fs::path& damaged) const {
+std::uint64_t Samples::longest_for(const std::string& kind) const {
     std::uint64_t of_kind = 0;
     std::uint64_t of_all = 0;
     for (const FileFacts& sample : facts_) {
         of_all = std::max(of_all, sample.size);
-        of_kind = std::max(of_kind, have_same_kind(damaged, sample.path) ? sample.size : 0);
+        of_kind = std::max(of_kind, are_same_kind(kind, sample.kind) ? sample.size : 0);
     }
     return of_kind != 0 ? of_kind : of_all;
 }
 
-std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, const fs::path& copy) const {
+std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, const std::string& kind,
+                                              const fs::path& copy) const {
     std::vector<const FileFacts*> others;
     for (const FileFacts& sample : facts_) {
         if (!same_file(sample.path, damaged_path)) {
@@ -171,6 +172,7 @@ std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, cons
     }
     FileFacts damaged = facts_of(copy);
     damaged.path = damaged_path;
+    damaged.kind = kind;
     std::error_code none;
     damaged.changed = fs::last_write_time(damaged_path, none);
     std::vector<Scored> ranked;

@@ -21,6 +21,10 @@ bool is_mended(const Attempt& attempt) {
     return attempt.image && attempt.image->pieces_mended != 0;
 }
 
+bool has_proved_pieces(const Attempt& attempt) {
+    return attempt.image && attempt.image->pieces_proved != 0;
+}
+
 /// If the share is unknown, it counts as half of what can be.
 double share(const Attempt& attempt) {
     return attempt.judgement.share().value_or(0.5 * own_share(attempt));
@@ -57,7 +61,11 @@ bool is_better(const Attempt& attempt, const Attempt* kept) {
     if (attempt.engine == kept->engine || !both_partial) {
         return worth(attempt) > worth(*kept);
     }
-    if (!attempt.judgement.share() && !kept->judgement.share() && (is_mended(attempt) || is_mended(*kept))) {
+    const bool both_unknown = !attempt.judgement.share() && !kept->judgement.share();
+    if (both_unknown && has_proved_pieces(attempt) != has_proved_pieces(*kept)) {
+        return has_proved_pieces(attempt);
+    }
+    if (both_unknown && (is_mended(attempt) || is_mended(*kept))) {
         const Attempt& mended = is_mended(attempt) ? attempt : *kept;
         return (own_share(mended) > 0.5) == (&mended == &attempt);
     }

@@ -68,6 +68,17 @@ TEST(Worth, MendedImageIsBetterWhereNeitherShareIsKnown) {
     EXPECT_TRUE(is_better(exact, &mended));
 }
 
+TEST(Worth, ProvedPiecesAreBetterWhereNeitherShareIsKnown) {
+    Attempt proved = attempt_of("raw", std::nullopt, 5);
+    proved.image = FoundImage{
+        .pieces = 204, .pieces_proved = 19, .pieces_mended = 39, .pixels = 1000, .pixels_doubtful = 860};
+    const Attempt exact = attempt_of("exact", std::nullopt, 3);
+    EXPECT_TRUE(is_better(proved, &exact));
+    EXPECT_FALSE(is_better(exact, &proved));
+    const Attempt known = attempt_of("exact", 0.6, 3);
+    EXPECT_FALSE(is_better(proved, &known));
+}
+
 TEST(Worth, ExactEngineWinsATie) {
     const Attempt exact = attempt_of("exact", 0.9, 2);
     const Attempt raw = attempt_of("raw", 0.9, 2);

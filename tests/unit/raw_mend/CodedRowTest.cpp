@@ -267,6 +267,17 @@ TEST(CodedRow, SingleStreamIsCertainEvenIfDamaged) {
     EXPECT_FALSE(choose(joined(photo.bytes, other.bytes), sample).row.doubts.empty());
 }
 
+TEST(CodedRow, SingleStreamThatIsProvedIsCertainBesideRemainsOfAnother) {
+    const CodedPhoto sample(CodedPhoto::Options{.seed = 1, .pieces = 1});
+    const CodedPhoto photo(CodedPhoto::Options{.seed = 2, .pieces = 1, .before = 5000});
+    const CodedPhoto other(CodedPhoto::Options{.seed = 3, .pieces = 1});
+    const std::size_t cut = at(other.streams[0].begin) + 700;
+    const auto chosen =
+        choose(joined(part(other.bytes, 0, cut), part(photo.bytes, 5000, photo.bytes.size())), sample);
+    EXPECT_EQ(chosen.certain(), std::vector<std::size_t>{cut});
+    EXPECT_EQ(chosen.row.doubts.size(), 1U) << "the remains might be the file's own image";
+}
+
 TEST(CodedRow, SingleStreamWithoutAHeadIsReported) {
     const CodedPhoto sample(CodedPhoto::Options{.seed = 1, .pieces = 1});
     const CodedPhoto photo(CodedPhoto::Options{.seed = 2, .pieces = 1, .before = 5000});

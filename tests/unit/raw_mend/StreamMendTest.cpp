@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 
 // Lossless JPEGs whose bytes are torn apart, or lost in part.
 
@@ -177,6 +178,41 @@ TEST(MendStreams, PromisesOnlyWhatSurvives) {
                 EXPECT_GT(pixels_of(outcome.image.lost), 0U);
             }
         }
+    }
+}
+
+TEST(MendStreams, KeepsTilesWhereTheFilesOwnTablesNameThem) {
+    const auto make = [](unsigned number) {
+        DngPhoto::Options options;
+        options.number = number;
+        options.width = 512;
+        options.height = 384;
+        options.tile_width = 128;
+        options.tile_height = 128;
+        return DngPhoto(options);
+    };
+    const DngPhoto original = make(2);
+    const Bytes sample = make(1).bytes;
+    const Bytes other = make(3).bytes;
+    const auto picture = decode_raw(original.bytes);
+    const auto outcome_with = [&](std::size_t from, std::size_t to) {
+        const Bytes damaged = overwritten(
+            original.bytes, from, part(other, from, std::min({to, other.size(), original.bytes.size()})));
+        return repair(damaged, sample);
+    };
+    const std::size_t begin = original.tile_offsets[0];
+    const std::size_t length = original.bytes.size() - begin;
+    const std::size_t third = original.tile_offsets[3] - begin;
+    for (const auto& [from, to, least] : {std::tuple{length * 7 / 10, length, 0.6},
+                                          {third, third + length * 3 / 10, 0.5},
+                                          {length / 100, length / 5, 0.7}}) {
+        const Outcome outcome = outcome_with(begin + from, begin + to);
+        ASSERT_TRUE(outcome.picture) << from;
+        EXPECT_TRUE(outcome.image.doubts.empty()) << outcome.image.doubts.front();
+        EXPECT_EQ(broken_promises(outcome, *picture), 0U) << from;
+        const std::size_t open = pixels_of(outcome.image.lost) + pixels_of(outcome.image.doubtful);
+        EXPECT_GE(1 - static_cast<double>(open) / static_cast<double>(picture->samples.size()), least)
+            << from;
     }
 }
 

@@ -94,7 +94,8 @@ class Choice {
         std::optional<std::size_t> best;
         std::size_t rows = 0;
         std::size_t rows_at_end = 0;
-        std::size_t first_last = 0; // The last place of the first row.
+        std::size_t rows_proved = 0; // Altogether.
+        std::size_t first_last = 0;  // The last place of the first row.
         for (std::size_t last = count - 1; last < places_.size(); ++last) {
             const std::size_t first = last + 1 - count;
             if (lengths[last] < count || frames[last] < count) {
@@ -104,6 +105,7 @@ class Choice {
             ++rows;
             const bool ends = ends_alike(last);
             rows_at_end += ends ? 1 : 0;
+            rows_proved += proved(first) == count ? 1 : 0;
             const bool is_more = !best || proved(first) > proved(*best);
             const bool is_nearer =
                 best && proved(first) == proved(*best) && distance(first) < distance(*best);
@@ -115,8 +117,10 @@ class Choice {
         if (!best) {
             return false;
         }
-        // Streams before those at the end, too few for another image, are remains.
-        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best));
+        // Streams before those at the end, too few for another image, are remains. So are broken rows beside
+        // the only one that is proved.
+        const bool is_only_proved = rows_proved == 1 && proved(*best) == count;
+        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best) || is_only_proved);
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
                                   (count == 1 ? " stream" : " streams") + " are in the file; the one " +

@@ -2,6 +2,11 @@
 
 #include "locate/CodedRow.h"
 #include "mend/StreamAreas.h"
+#include "ways/OwnTables.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace raw_mend {
 
@@ -19,6 +24,147 @@ std::optional<CodedSample> read_coded_sample(const Sample& sample) {
     return CodedSample::read(sample.file, ranges);
 }
 
+FoundImage take_row(const CodedRow& row, const std::vector<CodedPlace>& places, const Image& raw) {
+    FoundImage image{Way::kCodedHeads, {}, 0, row.doubts};
+    for (const auto& piece : row.pieces) {
+        if (piece && !piece->certain) {
+            const auto areas = area_of_piece(raw, image.pieces.size());
+            image.doubtful.insert(image.doubtful.end(), areas.begin(), areas.end());
+        }
+        if (piece) {
+            const CodedPlace& place = places[piece->place];
+            image.pieces.emplace_back(Extent{place.offset, place.end - place.offset});
+            image.proved += place.proved && piece->certain ? 1U : 0U;
+        } else {
+            image.pieces.emplace_back();
+        }
+    }
+    return image;
+}
+
+/// The structure of each piece, in the order of the container's lists.
+std::vector<std::size_t> structures_of(const CodedSample& sample) {
+    std::vector<std::size_t> structures(sample.count());
+    for (std::size_t nth = 0; nth < sample.count(); ++nth) {
+        structures[sample.pieces()[nth]] = sample.structure_at(nth);
+    }
+    return structures;
+}
+
+/// The places of the pieces that a file's own tables name.
+class NamedPieces {
+  public:
+    NamedPieces(const std::vector<Extent>& named, std::uint64_t file_size,
+                const std::vector<CodedPlace>& places, const CodedRow& row, const CodedSample& sample)
+        : named_(named), file_size_(file_size), places_(places), row_(row), sample_(sample),
+          structures_(structures_of(sample)), chosen_(named.size()) {}
+
+    FoundImage take() {
+        for (std::size_t piece = 0; piece < named_.size(); ++piece) {
+            chosen_[piece] = find_certain(piece);
+        }
+        FoundImage image{Way::kCodedHeads, {}, 0, {}};
+        for (std::size_t piece = 0; piece < named_.size(); ++piece) {
+            chosen_[piece] = chosen_[piece] != nullptr ? chosen_[piece] : find_broken(piece);
+            image.pieces.push_back(extent_of(piece));
+            image.proved += chosen_[piece] != nullptr && chosen_[piece]->proved ? 1U : 0U;
+        }
+        return image;
+    }
+
+    /// Whether most pieces are streams as long as the tables say, so that these are the image's.
+    [[nodiscard]] bool are_the_images(const FoundImage& image) const {
+        return 2 * image.proved > named_.size();
+    }
+
+  private:
+    /// A stream exactly where the tables name the piece: no other begins there by chance. Else that of the
+    /// row if it is whole and as long as they say, which makes its index certain. One of another length is
+    /// another photograph's.
+    [[nodiscard]] const CodedPlace* find_certain(std::size_t piece) const {
+        const auto there = std::ranges::lower_bound(places_, named_[piece].offset, {}, &CodedPlace::offset);
+        if (there != places_.end() && there->offset == named_[piece].offset && fits(*there, piece)) {
+            return &*there;
+        }
+        const CodedPlace* const place = in_row(piece);
+        return place != nullptr && place->proved && fits(*place, piece) ? place : nullptr;
+    }
+
+    /// A broken stream of the row that is as far from the nearest piece as the tables say.
+    [[nodiscard]] const CodedPlace* find_broken(std::size_t piece) const {
+        const CodedPlace* const place = in_row(piece);
+        if (place == nullptr || place->proved || !fits(*place, piece)) {
+            return nullptr;
+        }
+        std::size_t nearest = piece;
+        while (nearest > 0 && chosen_[nearest] == nullptr) {
+            --nearest;
+        }
+        while (nearest + 1 < named_.size() && chosen_[nearest] == nullptr) {
+            ++nearest;
+        }
+        // Differences may be negative; they are compared modulo 2^64.
+        const bool is_there =
+            chosen_[nearest] != nullptr &&
+            place->offset - chosen_[nearest]->offset == named_[piece].offset - named_[nearest].offset;
+        return is_there ? place : nullptr;
+    }
+
+    [[nodiscard]] const CodedPlace* in_row(std::size_t piece) const {
+        const auto& position = row_.pieces[piece];
+        return position ? &places_[position->place] : nullptr;
+    }
+
+    [[nodiscard]] bool fits(const CodedPlace& place, std::size_t piece) const {
+        const std::uint64_t length = place.end - place.offset;
+        const std::uint64_t named = named_[piece].length;
+        const bool is_as_long = length <= named && named - length <= sample_.spacing().most_padding();
+        const bool has_room = named > place.data - place.offset;
+        return place.structure == structures_[piece] && (place.proved ? is_as_long : has_room);
+    }
+
+    /// A broken stream extends as far as the tables say.
+    [[nodiscard]] std::optional<Extent> extent_of(std::size_t piece) const {
+        const CodedPlace* const place = chosen_[piece];
+        if (place == nullptr) {
+            return std::nullopt;
+        }
+        const bool is_named = !place->proved && place->offset == named_[piece].offset;
+        const std::uint64_t end = is_named ? std::min(named_[piece].end(), file_size_) : place->end;
+        return Extent{place->offset, end - place->offset};
+    }
+
+    const std::vector<Extent>& named_;
+    std::uint64_t file_size_;
+    const std::vector<CodedPlace>& places_;
+    const CodedRow& row_;
+    const CodedSample& sample_;
+    std::vector<std::size_t> structures_;
+    std::vector<const CodedPlace*> chosen_; // By piece; null: not found.
+};
+
+/// The image that the file's own tables describe, if most of its streams are as long as they say, and no
+/// second photograph's tables are like that. Nothing for one piece, which may be named by a foreign head.
+std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample, const CodedSample& coded,
+                                            const std::vector<CodedPlace>& places, const CodedRow& row) {
+    std::optional<FoundImage> only;
+    if (coded.count() == 1) {
+        return only;
+    }
+    for (const OwnStructure& own : find_named_images(damaged, sample)) {
+        const auto named = own.pieces();
+        NamedPieces pieces(named, damaged.size(), places, row, coded);
+        FoundImage image = pieces.take();
+        if (pieces.are_the_images(image)) {
+            if (only) {
+                return std::nullopt;
+            }
+            only = std::move(image);
+        }
+    }
+    return only;
+}
+
 } // namespace
 
 std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample) {
@@ -28,18 +174,10 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
     }
     const auto places = find_coded_streams(damaged, *coded);
     const CodedRow row = choose_row(damaged, places, *coded);
-    FoundImage image{Way::kCodedHeads, {}, 0, row.doubts};
-    for (const auto& piece : row.pieces) {
-        if (piece && !piece->certain) {
-            const auto areas = area_of_piece(sample.description.raw, image.pieces.size());
-            image.doubtful.insert(image.doubtful.end(), areas.begin(), areas.end());
-        }
-        if (piece) {
-            const CodedPlace& place = places[piece->place];
-            image.pieces.emplace_back(Extent{place.offset, place.end - place.offset});
-            image.proved += place.proved && piece->certain ? 1U : 0U;
-        } else {
-            image.pieces.emplace_back();
+    FoundImage image = take_row(row, places, sample.description.raw);
+    if (image.proved < coded->count()) {
+        if (auto named = find_named_pieces(damaged, sample, *coded, places, row)) {
+            image = std::move(*named);
         }
     }
     return image.count_found() == 0 ? std::nullopt : std::optional(std::move(image));

@@ -200,7 +200,7 @@ std::vector<Extent> OwnStructure::pieces() const {
     return all;
 }
 
-std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample) {
+std::vector<OwnStructure> find_named_images(Bytes damaged, const Sample& sample) {
     std::vector<OwnStructure> all;
     std::size_t offset = 0;
     for (unsigned count = 0; count < kMostHeaders; ++count, ++offset) {
@@ -210,12 +210,19 @@ std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample) {
         }
         const Bytes file = damaged.subspan(offset);
         auto own = describe(file);
-        const auto rows = own && is_like(own->raw, sample) ? rows_of(own->raw) : std::nullopt;
-        if (rows && rows->geometry == sample.rows->geometry && rows->extent.offset < file.size() &&
-            are_read_alike(file, sample.file)) {
+        if (own && is_like(own->raw, sample) && are_read_alike(file, sample.file)) {
             all.push_back({offset, file.size(), std::move(*own), false, std::nullopt});
         }
     }
+    return all;
+}
+
+std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample) {
+    auto all = find_named_images(damaged, sample);
+    std::erase_if(all, [&](const OwnStructure& own) {
+        const auto rows = rows_of(own.description.raw);
+        return !rows || rows->geometry != sample.rows->geometry || rows->extent.offset >= own.size;
+    });
     return all;
 }
 

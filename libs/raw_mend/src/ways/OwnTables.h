@@ -26,7 +26,11 @@ struct OwnStructure {
 /// first. If none is proved, the first whose image may be at fault nowhere.
 [[nodiscard]] std::optional<OwnStructure> find_own_structure(Bytes damaged, const Sample& sample);
 
-/// All photographs like the sample in a damaged file whose own tables name an image of as many rows, side by
+/// All photographs like the sample in a damaged file whose own tables name an image of the same frame and as
+/// many pieces. Their bytes are not read: they may be damaged, elsewhere, or past the end of the file.
+[[nodiscard]] std::vector<OwnStructure> find_named_images(Bytes damaged, const Sample& sample);
+
+/// Of these, those whose tables name an image of as many rows, side by
 /// side. Their bytes are not read: they may be torn or lost.
 [[nodiscard]] std::vector<OwnStructure> find_own_rows(Bytes damaged, const Sample& sample);
 
