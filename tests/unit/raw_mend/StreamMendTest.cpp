@@ -394,6 +394,7 @@ TEST(StreamSectors, HaveNoMarkerExceptTheLast) {
     EXPECT_EQ(sectors_of(with_marker(0x00), {0}), both); // Stuffed.
     EXPECT_EQ(sectors_of(with_marker(0xD9), {0}), both);
     EXPECT_EQ(sectors_of(with(data, 700, {0xFF, 0xFF, 0xD9}), {0}), both);
+    EXPECT_EQ(sectors_of(with(data, 700, {0xFF, 0xD9, 0xFF, 0xD8}), {0}), both) << "the next stream begins";
     EXPECT_EQ(sectors_of(with_marker(0xD8), {0}), first);
     EXPECT_EQ(sectors_of(with_marker(0x01), {0}), first);
     EXPECT_EQ(sectors_of(with(data, 511, {0xFF, 0x01}), {0}),

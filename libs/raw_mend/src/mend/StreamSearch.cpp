@@ -27,17 +27,16 @@ std::uint64_t end_of_value(Bytes file, std::uint64_t offset) {
     return offset + static_cast<std::uint64_t>(other - rest.begin());
 }
 
-/// Whether there is a marker other than EOI, or fill bytes before it. Streams without restart intervals have
-/// none in their data.
+/// Whether there is a marker before any EOI. Streams without restart intervals have none in their data.
 bool has_foreign_marker(Bytes sector) {
     auto at = sector.begin();
     while (true) {
         at = std::find(at, sector.end(), 0xFF);
-        if (sector.end() - at < 2) {
+        if (sector.end() - at < 2 || *(at + 1) == lossless_jpeg::kEoi) {
             return false;
         }
         ++at;
-        if (*at != 0 && *at != 0xFF && *at != lossless_jpeg::kEoi) {
+        if (*at != 0 && *at != 0xFF) {
             return true;
         }
     }
