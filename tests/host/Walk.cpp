@@ -268,6 +268,7 @@ std::vector<WalkResult> walk_some(const Format& format, const Pair& pair, const 
                                     folder.path());
     const auto original = decode_raw(pair.original).value();
     std::vector<WalkResult> results;
+    results.reserve(records.size());
     for (const Record& record : records) {
         results.push_back(compared(format.extension, *by_name.at(record.damaged.path), record, original));
     }

@@ -119,8 +119,10 @@ TEST_F(Doubts, CellsAreOfNoCamera) {
 
 TEST_F(Doubts, SectorIsThereTwice) {
     const auto repeat = [](const Bytes& file, std::size_t image, std::size_t count) {
-        const std::size_t at = image + 100 * 512;
-        return with(file, at, part(file, at - 8 * 512, at - 8 * 512 + count));
+        constexpr std::size_t kSectorBytes = 512;
+        const std::size_t at = image + 100 * kSectorBytes;
+        const std::size_t from = image + 92 * kSectorBytes;
+        return with(file, at, part(file, from, from + count));
     };
     const ArwPhoto rows = ArwPhoto({.number = number_of(Mood::kFlat, 1), .width = 512, .height = 360});
     EXPECT_THAT(findings(rows.bytes), IsEmpty());
