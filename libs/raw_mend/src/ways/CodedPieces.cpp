@@ -72,11 +72,6 @@ class NamedPieces {
         return image;
     }
 
-    /// Whether most pieces are streams as long as the tables say, so that these are the image's.
-    [[nodiscard]] bool are_the_images(const FoundImage& image) const {
-        return 2 * image.proved > named_.size();
-    }
-
   private:
     /// A stream exactly where the tables name the piece: no other begins there by chance. Else that of the
     /// row if it is whole and as long as they say, which makes its index certain. One of another length is
@@ -144,7 +139,8 @@ class NamedPieces {
 };
 
 /// The image that the file's own tables describe, if most of its streams are as long as they say, and no
-/// second photograph's tables are like that. Nothing for one piece, which may be named by a foreign head.
+/// second photograph's tables lead to any: either may be meant then. Nothing for one piece, which may be
+/// named by a foreign head.
 std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample, const CodedSample& coded,
                                             const std::vector<CodedPlace>& places, const CodedRow& row) {
     std::optional<FoundImage> only;
@@ -153,16 +149,15 @@ std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample,
     }
     for (const OwnStructure& own : find_named_images(damaged, sample)) {
         const auto named = own.pieces();
-        NamedPieces pieces(named, damaged.size(), places, row, coded);
-        FoundImage image = pieces.take();
-        if (pieces.are_the_images(image)) {
-            if (only) {
-                return std::nullopt;
-            }
+        FoundImage image = NamedPieces(named, damaged.size(), places, row, coded).take();
+        if (image.proved != 0 && only) {
+            return std::nullopt;
+        }
+        if (image.proved != 0) {
             only = std::move(image);
         }
     }
-    return only;
+    return only && 2 * only->proved > coded.count() ? std::move(only) : std::nullopt;
 }
 
 } // namespace
