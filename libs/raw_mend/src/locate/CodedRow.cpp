@@ -76,6 +76,12 @@ class Choice {
         return places_[last].end_known && sample_.ends_alike(damaged_.size() - places_[last].end);
     }
 
+    /// Whether a row from the first place to the last has at least half as many bytes as the sample's image.
+    [[nodiscard]] bool is_long(std::size_t first, std::size_t last) const {
+        const std::uint64_t usual = sample_.streams().back().end - sample_.streams().front().begin;
+        return 2 * (places_[last].end - places_[first].offset) >= usual;
+    }
+
     /// How many places before each one are proved, and before the end.
     [[nodiscard]] std::vector<std::size_t> proved_before() const {
         std::vector<std::size_t> counts{0};
@@ -94,8 +100,8 @@ class Choice {
         std::optional<std::size_t> best;
         std::size_t rows = 0;
         std::size_t rows_at_end = 0;
-        std::size_t rows_proved = 0; // Altogether.
-        std::size_t first_last = 0;  // The last place of the first row.
+        std::size_t rows_long = 0;
+        std::size_t first_last = 0; // The last place of the first row.
         for (std::size_t last = count - 1; last < places_.size(); ++last) {
             const std::size_t first = last + 1 - count;
             if (lengths[last] < count || frames[last] < count) {
@@ -105,7 +111,7 @@ class Choice {
             ++rows;
             const bool ends = ends_alike(last);
             rows_at_end += ends ? 1 : 0;
-            rows_proved += proved(first) == count ? 1 : 0;
+            rows_long += is_long(first, last) ? 1 : 0;
             const bool is_more = !best || proved(first) > proved(*best);
             const bool is_nearer =
                 best && proved(first) == proved(*best) && distance(first) < distance(*best);
@@ -117,10 +123,11 @@ class Choice {
         if (!best) {
             return false;
         }
-        // Streams before those at the end, too few for another image, are remains. So are broken rows beside
-        // the only one that is proved.
-        const bool is_only_proved = rows_proved == 1 && proved(*best) == count;
-        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best) || is_only_proved);
+        // Streams before those at the end, too few for another image, are remains. So are short rows beside
+        // one that is proved.
+        const bool is_only_long =
+            rows_long == 1 && is_long(*best, *best + count - 1) && proved(*best) == count;
+        assign_in_order(*best, rows == 1 || (rows_at_end == 1 && first_last >= *best) || is_only_long);
         if (rows > 1) {
             row_.doubts.push_back(std::to_string(rows) + " rows of " + std::to_string(count) +
                                   (count == 1 ? " stream" : " streams") + " are in the file; the one " +

@@ -138,9 +138,9 @@ class NamedPieces {
     std::vector<const CodedPlace*> chosen_; // By piece; null: not found.
 };
 
-/// The image that the file's own tables describe, if most of its streams are as long as they say, and no
-/// second photograph's tables lead to any: either may be meant then. Nothing for one piece, which may be
-/// named by a foreign head.
+/// The image that the file's own tables describe, if most of its streams are as long as they say. Nothing if
+/// another may be meant: a second photograph's tables lead to streams, or there are many more that none
+/// names; and nothing for one piece, which may be named by a foreign head.
 std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample, const CodedSample& coded,
                                             const std::vector<CodedPlace>& places, const CodedRow& row) {
     std::optional<FoundImage> only;
@@ -157,7 +157,10 @@ std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample,
             only = std::move(image);
         }
     }
-    return only && 2 * only->proved > coded.count() ? std::move(only) : std::nullopt;
+    const auto whole = static_cast<std::size_t>(std::ranges::count_if(places, &CodedPlace::proved));
+    const bool is_clear =
+        only && 2 * only->proved > coded.count() && 2 * (whole - only->proved) < coded.count();
+    return is_clear ? std::move(only) : std::nullopt;
 }
 
 } // namespace
