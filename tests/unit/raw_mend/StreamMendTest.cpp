@@ -216,6 +216,16 @@ TEST(MendStreams, KeepsTilesWhereTheFilesOwnTablesNameThem) {
     }
 }
 
+TEST(MendStreams, CompletesAnEoiThatTheFileEndsIn) {
+    for (const auto& make : {cr2, dng}) {
+        const Bytes original = make(2);
+        ASSERT_EQ(original[original.size() - 1], 0xD9);
+        for (const std::size_t lost : {1U, 2U}) {
+            expect_whole(repair(part(original, 0, original.size() - lost), make(1)), original);
+        }
+    }
+}
+
 TEST(MendStreams, FillsTilesThatAreLostAltogether) {
     const Bytes original = dng(2);
     const auto described = Sample::read(original);

@@ -3,11 +3,13 @@
 #include "mend/StreamAreas.h"
 #include "mend/StreamRepair.h"
 
+#include <lossless_jpeg/Markers.h>
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 namespace raw_mend {
 
@@ -39,7 +41,9 @@ class TornStreams {
             if (!head) {
                 fill(piece, *sample);
             } else if (!is_whole(*image_.pieces[piece], *head)) {
-                repair(piece, *head, *sample);
+                if (!complete_eoi(piece)) {
+                    repair(piece, *head, *sample);
+                }
             } else if (auto exchanged = image_.pieces.size() > kMostExchanged
                                             ? std::nullopt
                                             : undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
@@ -59,6 +63,28 @@ class TornStreams {
         const Bytes bytes =
             damaged_.first(static_cast<std::size_t>(std::min<std::uint64_t>(extent.end(), damaged_.size())));
         return lossless_jpeg::check(bytes, head).is_complete();
+    }
+
+    /// Completes a stream that lacks only bytes of EOI, because the file ends there. Returns whether it does.
+    bool complete_eoi(std::size_t piece) {
+        const Extent& extent = *image_.pieces[piece];
+        if (extent.end() < damaged_.size()) {
+            return false;
+        }
+        const Bytes rest = damaged_.subspan(static_cast<std::size_t>(extent.offset));
+        std::vector<unsigned char> stream(rest.begin(), rest.end());
+        if (stream.back() == 0xFF) {
+            stream.pop_back();
+        }
+        stream.insert(stream.end(), {0xFF, lossless_jpeg::kEoi});
+        const auto head = lossless_jpeg::read_head(stream, 0);
+        if (!head || !lossless_jpeg::check(stream, *head).is_complete()) {
+            return false;
+        }
+        image_.mended.push_back({piece, std::move(stream)});
+        ++image_.proved;
+        (void)forget_doubt(piece);
+        return true;
     }
 
     void fill(std::size_t piece, const lossless_jpeg::Head& sample) {
