@@ -257,6 +257,19 @@ TEST_F(Batch, ListsOfFilesAreTaken) {
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--files-from", in("no list")}), 64);
 }
 
+TEST_F(Batch, ListsMayEndPathsWithNull) {
+    put("card/{a}.arw", damaged);
+    put("card/b.arw", damaged);
+    {
+        std::ofstream list(folder / "list", std::ios::binary);
+        list << in("card/{a}.arw") << '\0' << '\0' << in("card/b.arw");
+    }
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), "-0", "--files-from", in("list")}),
+              0)
+        << err;
+    EXPECT_THAT(files_below("mended"), ElementsAre("b.arw", "{a}.arw"));
+}
+
 TEST_F(Batch, OneNameForTwoFilesIsRefused) {
     put("card/a.arw", damaged);
     put("card/b.arw", damaged);

@@ -10,12 +10,17 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace test {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 using Host = HostFixture;
@@ -80,7 +85,7 @@ TEST_F(Host, OutputThatIsAnInputIsAlwaysRefused) {
         run({"repair", "-s", in("good.arw"), "-o", in("below/../good.arw"), "--force", in("broken.arw")}),
         64);
     EXPECT_THAT(err, HasSubstr("also an input"));
-    EXPECT_EQ(run({"salvage", "-o", in("broken.arw"), "--force", in("broken.arw")}), 1);
+    EXPECT_EQ(run({"salvage", "-o", in("broken.arw"), "--force", in("broken.arw")}), 64);
     EXPECT_EQ(read_file(folder / "good.arw"), sample.bytes);
     EXPECT_EQ(read_file(folder / "broken.arw"), damaged);
 }
@@ -204,7 +209,7 @@ TEST_F(Host, SalvagesAJpegWithoutItsHeadWithTheHeaderOfASample) {
     EXPECT_EQ(run({"salvage", "--force", "--sample", in("broken.jpg"), in("broken.jpg")}), 3);
     EXPECT_THAT(err, HasSubstr("the sample cannot be read"));
     EXPECT_EQ(run({"salvage", "--force", "-o", in("sample.jpg"), "-s", in("sample.jpg"), in("broken.jpg")}),
-              1);
+              64);
     EXPECT_EQ(read_file(folder / "sample.jpg"), jpeg) << "a sample is never replaced";
 }
 
@@ -228,6 +233,56 @@ TEST_F(Host, HelpShowsAnExampleAndWrongCommandLinesAreUsageErrors) {
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", ".", in("broken.arw")}), 64);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--ext", "", in("broken.arw")}), 64);
     EXPECT_EQ(run({"check"}), 64);
+}
+
+TEST_F(Host, MistypedCommandsAndOptionsAreSuggested) {
+    EXPECT_EQ(run({"repiar", "-s", in("good.arw"), in("broken.arw")}), 64);
+    EXPECT_THAT(err, HasSubstr("Did you mean repair?\n"));
+    EXPECT_EQ(run({"repair", "--smaple=" + in("good.arw"), in("broken.arw")}), 64);
+    EXPECT_THAT(err, HasSubstr("Did you mean --sample?\n"));
+    EXPECT_EQ(run({"--verison"}), 64);
+    EXPECT_THAT(err, HasSubstr("Did you mean --version?\n"));
+    EXPECT_EQ(run({"mend"}), 64);
+    EXPECT_EQ(run({"repair", in("broken.arw")}), 64);
+    EXPECT_THAT(err, Not(HasSubstr("Did you mean"))) << "all names are right, and one is missing";
+}
+
+TEST_F(Host, ManualPageNamesTheDefaultOfEveryValue) {
+    EXPECT_EQ(run({"man"}), 0);
+    std::istringstream page(out);
+    int values = 0;
+    std::string description;
+    for (std::string line; std::getline(page, line);) {
+        if (line.find("\\fB\\-\\-") == std::string::npos || line.find("\\fI") == std::string::npos ||
+            line.find("[\\fI") != std::string::npos) {
+            continue; // No option that takes a value.
+        }
+        ++values;
+        ASSERT_TRUE(std::getline(page, description));
+        EXPECT_THAT(description, AnyOf(HasSubstr("(default: "), HasSubstr("(required)"))) << line;
+    }
+    EXPECT_GE(values, 20);
+}
+
+TEST_F(Host, RunEndsWithASummary) {
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "-o", in("mended.arw"), in("broken.arw")}), 0);
+    EXPECT_THAT(out, HasSubstr("\n1 file: 1 whole\nResults: " + in("mended.arw") + "\n"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("out"), in("broken.arw"), in("none.arw")}), 3);
+    EXPECT_THAT(out, HasSubstr("\n2 files: 1 whole, 1 not done\nReasons:\n  1 file, " + in("none.arw") +
+                               ": no such file\nResults: " + in("out") +
+                               "\nTo try those again that are lost or not done: the same command with "
+                               "--resume\n"));
+    EXPECT_EQ(run({"repair", "-q", "-s", in("good.arw"), "--out", in("quiet"), in("broken.arw")}), 0);
+    EXPECT_EQ(out, "") << "no terminal reads it";
+    EXPECT_EQ(run({"repair", "--csv", "-", "-s", in("good.arw"), "--out", in("csv"), in("broken.arw")}), 0);
+    EXPECT_THAT(out + err, Not(HasSubstr("1 file: 1 whole"))) << "the table has the standard output";
+}
+
+TEST_F(Host, SalvageReportsFilesInTheWayAsRepairDoes) {
+    write_file(folder / "broken.salvaged.jpg", {1});
+    EXPECT_EQ(run({"salvage", in("broken.arw")}), 3);
+    EXPECT_EQ(run({"salvage", in("none.arw")}), 3);
+    EXPECT_EQ(read_file(folder / "broken.salvaged.jpg"), Bytes{1});
 }
 
 } // namespace

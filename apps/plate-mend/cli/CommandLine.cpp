@@ -9,6 +9,7 @@
 #include "cli/ParserTree.h"
 #include "cli/RepairCommand.h"
 #include "cli/SalvageCommand.h"
+#include "cli/Suggestion.h"
 #include "repair/WorkerTasks.h"
 #include "text/Paths.h"
 #include "text/Text.h"
@@ -57,12 +58,13 @@ void add_repair_inputs(CLI::App& command, RepairOptions& options) {
     command.add_option("PATH", options.paths, "Damaged photographs, and folders of them");
     command
         .add_option("-s,--sample", options.samples,
-                    "An intact photograph from the same camera; may be repeated")
+                    "An intact photograph from the same camera; may be repeated (default: none)")
         ->allow_extra_args(false); // The next word is a path.
     command
         .add_option(
             "--samples", options.sample_folders,
-            "A folder of intact photographs: those that fit best are tried for each file; may be repeated")
+            "A folder of intact photographs: those that fit best are tried for each file; may be repeated "
+            "(default: none)")
         ->allow_extra_args(false); // The next word is a path.
     command
         .add_option("--ext", options.extensions,
@@ -72,7 +74,10 @@ void add_repair_inputs(CLI::App& command, RepairOptions& options) {
         ->allow_extra_args(false);
     command.add_option(
         "--files-from", options.files_from,
-        "Read further paths from this list: one per line, or JSON Lines; - is the standard input");
+        "Read further paths from this list: one per line, or JSON Lines; - is the standard input (default: "
+        "none)");
+    command.add_flag("-0,--null", options.list_ends_in_null,
+                     "Each path in the list of --files-from ends in a NUL byte, as find -print0 writes them");
     command.add_option("--root", options.root,
                        "Results keep their folders below this one (default: the folder that all paths have "
                        "in common)");
@@ -84,7 +89,8 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
     command.add_option(
         "--out", options.out,
         "The folder for results, best on another disk (default: NAME.repaired.EXT beside each damaged file)");
-    command.add_option("-o,--output", options.output, "The file to write, for one damaged file");
+    command.add_option("-o,--output", options.output,
+                       "The file to write, for one damaged file (default: as for --out)");
     command.add_flag("--force", options.force, "Replace existing files, though never an input or a sample");
     command.add_flag("--no-fallback", options.no_fallback,
                      "Do not salvage a JPEG where a photograph is not whole");
@@ -93,10 +99,14 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
     command.add_option("--mask", options.mask,
                        "A PNG of what is lost, as large as the raw image: 0 the photograph's own pixels, 128 "
                        "doubtful, 255 lost; a file for one damaged file, or an ending such as .mask.png "
-                       "for NAME.mask.png beside each result");
+                       "for NAME.mask.png beside each result (default: none)");
+    command.add_flag(
+        "-n,--dry-run", options.dry_run,
+        "Print what would be done with each file, and the room that results need; write nothing");
     command.add_flag("--resume", options.resume,
                      "Go on with a run: skip what the record in --out says is finished and unchanged");
-    command.add_option("--task", options.task, "This run's name, where several runs share one --out");
+    command.add_option("--task", options.task,
+                       "This run's name, where several runs share one --out (default: run)");
     command.add_option("-j,--jobs", options.jobs, "Files at a time (default: one per processor)");
 }
 
@@ -104,17 +114,23 @@ void add_repair_reports(CLI::App& command, RepairOptions& options) {
     constexpr const char* kGroup = "Reports";
     command
         .add_option("--report", options.report,
-                    "A contact sheet: one HTML page with every picture and verdict")
+                    "A contact sheet: one HTML page with every picture and verdict (default: none)")
         ->group(kGroup);
-    command.add_option("--json", options.json, "One JSON object per file; - is the standard output")
+    command
+        .add_option("--json", options.json,
+                    "One JSON object per file; - is the standard output (default: none)")
         ->group(kGroup);
-    command.add_option("--csv", options.csv, "A table, one line per file; - is the standard output")
+    command
+        .add_option("--csv", options.csv,
+                    "A table, one line per file; - is the standard output (default: none)")
         ->group(kGroup);
     command
         .add_option("--log", options.log_directory,
                     "Existing folder for the library's log \"PlateMend.log\" (default: none)")
         ->group(kGroup);
-    command.add_flag("-q,--quiet", options.quiet, "Print no per-file output")->group(kGroup);
+    command
+        .add_flag("-q,--quiet", options.quiet, "Print no per-file output, and the summary only on a terminal")
+        ->group(kGroup);
 }
 
 /// The commands, their options, and the exit status of the one that ran.
@@ -139,7 +155,7 @@ class Program {
             std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // As CLI11 expects.
             app_.parse(std::move(reversed));
         } catch (const CLI::ParseError& e) {
-            return print_error(e);
+            return print_error(e, arguments);
         }
         return status_;
     }
@@ -147,13 +163,19 @@ class Program {
   private:
     /// Prints help and messages about arguments. They repeat the arguments, so control characters are
     /// replaced.
-    int print_error(const CLI::ParseError& error) {
+    int print_error(const CLI::ParseError& error, const std::vector<std::string>& arguments) {
         std::ostringstream help;
         std::ostringstream message;
         const int code = app_.exit(error, help, message);
         print_lines(std::cout, help.str());
         print_lines(std::cerr, message.str());
-        return code == 0 ? kAllWhole : kUsage;
+        if (code == 0) {
+            return kAllWhole;
+        }
+        if (const std::string meant = suggestion_for(command_tree_of(app_), arguments); !meant.empty()) {
+            print_lines(std::cerr, "Did you mean " + meant + "?");
+        }
+        return kUsage;
     }
 
     static void print_lines(std::ostream& stream, const std::string& text) {
@@ -190,7 +212,7 @@ class Program {
         command->add_option("DAMAGED", salvage_.damaged, "The damaged photograph")->required();
         command->add_option("-s,--sample", salvage_.sample,
                             "An intact photograph from the same camera, taken with the same settings: it "
-                            "lends size and tables if the header is lost");
+                            "lends size and tables if the header is lost (default: none)");
         command->add_option("-o,--output", salvage_.output,
                             "The file to write (default: NAME.salvaged.jpg beside the damaged file)");
         command->add_flag("--force", salvage_.force, "Replace an existing output file");
@@ -209,7 +231,8 @@ class Program {
         auto* command =
             app_.add_subcommand("diagnose", "Report what is left of damaged files, and write nothing");
         command->add_option("FILE", diagnosis_.files, "Damaged photographs")->required();
-        command->add_option("-s,--sample", diagnosis_.sample, "An intact photograph from the same camera");
+        command->add_option("-s,--sample", diagnosis_.sample,
+                            "An intact photograph from the same camera (default: none)");
         command->add_flag("--json", diagnosis_.json, "One JSON object per file");
         add_limit_options(*command, diagnosis_.limits);
         command->callback([this] { status_ = run_diagnose(diagnosis_, program_); });

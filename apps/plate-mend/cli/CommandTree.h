@@ -14,6 +14,7 @@ struct OptionDescription {
     std::string argument;                 ///< What the help calls an argument, such as "FILE".
     std::string description;
     std::string value_name;          ///< The kind of value, such as "TEXT".
+    std::string default_value;       ///< Empty where the description names it, or there is none.
     std::vector<std::string> values; ///< The permitted values; empty if any value is accepted.
     bool takes_value = false;
     bool takes_several = false; ///< Accepts more than one value.

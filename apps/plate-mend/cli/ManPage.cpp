@@ -44,6 +44,9 @@ std::string roff_option(const OptionDescription& option) {
         names += " \\fI" + roff(value_name(option)) + "\\fR";
     }
     std::string text = ".TP\n" + names + '\n' + roff(option.description);
+    if (!option.default_value.empty()) {
+        text += " (default: " + roff(option.default_value) + ')';
+    }
     return text + (option.required ? " (required)\n" : "\n");
 }
 

@@ -29,6 +29,7 @@ OptionDescription describe(const CLI::Option& option) {
             .argument = option.get_positional() ? option.get_name(true) : "",
             .description = option.get_description(),
             .value_name = option.get_type_name(),
+            .default_value = option.get_default_str(),
             .values = values_of(option.get_type_name()),
             .takes_value = option.get_items_expected_max() > 0,
             .takes_several = option.get_items_expected_max() > 1,

@@ -26,7 +26,17 @@ fs::path path_in(const std::string& line) {
     }
 }
 
-std::vector<fs::path> paths_from(std::istream& lines) {
+std::vector<fs::path> paths_with_null(std::istream& list) {
+    std::vector<fs::path> paths;
+    for (std::string path; std::getline(list, path, '\0');) {
+        if (!path.empty()) {
+            paths.push_back(path_from(path));
+        }
+    }
+    return paths;
+}
+
+std::vector<fs::path> paths_in_lines(std::istream& lines) {
     std::vector<fs::path> paths;
     for (std::string line; std::getline(lines, line);) {
         if (!line.empty() && line.back() == '\r') {
@@ -39,17 +49,21 @@ std::vector<fs::path> paths_from(std::istream& lines) {
     return paths;
 }
 
+std::vector<fs::path> paths_from(std::istream& list, PathListForm form) {
+    return form == PathListForm::kNull ? paths_with_null(list) : paths_in_lines(list);
+}
+
 } // namespace
 
-std::vector<fs::path> paths_from_list(const std::string& list) {
+std::vector<fs::path> paths_from_list(const std::string& list, PathListForm form) {
     if (list == "-") {
-        return paths_from(std::cin);
+        return paths_from(std::cin, form);
     }
     std::ifstream file(path_from(list), std::ios::binary);
     if (!file) {
         throw ListError(list + ": cannot be read");
     }
-    return paths_from(file);
+    return paths_from(file, form);
 }
 
 } // namespace plate_mend::host

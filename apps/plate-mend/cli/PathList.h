@@ -12,9 +12,14 @@ class ListError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The paths in a list: one per line, or one JSON object per line with a member "path", or a record of an
-/// earlier run. A line that begins with a brace but is not such an object is a path. "-" is the standard
-/// input. Throws ListError.
-[[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list);
+/// The form of a list.
+enum class PathListForm {
+    kLines, ///< One path per line, or one JSON object per line with a member "path", or a record of an
+            ///< earlier run. A line that begins with a brace but is not such an object is a path.
+    kNull,  ///< Paths as they are, each with a NUL byte after it.
+};
+
+/// The paths in a list. "-" is the standard input. Throws ListError.
+[[nodiscard]] std::vector<std::filesystem::path> paths_from_list(const std::string& list, PathListForm form);
 
 } // namespace plate_mend::host

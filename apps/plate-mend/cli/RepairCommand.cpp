@@ -1,27 +1,24 @@
 #include "cli/RepairCommand.h"
 
+#include "cli/DryRun.h"
 #include "cli/ExitStatus.h"
 #include "cli/PathList.h"
+#include "cli/RepairSelection.h"
+#include "cli/UsageError.h"
 #include "files/Failures.h"
-#include "files/Formats.h"
 #include "files/SafeOutput.h"
 #include "platform/Interrupt.h"
 #include "platform/Names.h"
 #include "record/RunRecord.h"
 #include "repair/Batch.h"
-#include "repair/Plan.h"
 #include "repair/RunLog.h"
 #include "report/Notes.h"
 #include "report/Reports.h"
-#include "text/Format.h"
 #include "text/Paths.h"
 
 #include <algorithm>
-#include <iterator>
-#include <map>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -32,30 +29,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using IsRemovable = std::function<bool(const fs::path&)>;
-
-/// The command line asks for something impossible.
-class UsageError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-std::vector<fs::path> parse_paths(const std::vector<std::string>& texts) {
-    std::vector<fs::path> paths;
-    std::transform(texts.begin(), texts.end(), std::back_inserter(paths), path_from);
-    return paths;
-}
-
-/// Extensions as a user writes them: "ARW", ".arw".
-std::vector<std::string> parse_extensions(const RepairOptions& options) {
-    std::vector<std::string> extensions;
-    for (const std::string& text : options.extensions) {
-        const std::size_t letters = text.find_first_not_of('.');
-        if (letters == std::string::npos) {
-            throw UsageError("--ext " + text + ": no extension");
-        }
-        extensions.push_back(extension_of(path_from("x." + text.substr(letters))));
-    }
-    return extensions;
-}
 
 /// Throws UsageError for names that make no sense.
 void check_names(const RepairOptions& options) {
@@ -72,21 +45,6 @@ void check_names(const RepairOptions& options) {
     if (!options.log_directory.empty() && !fs::is_directory(path_from(options.log_directory))) {
         throw UsageError(options.log_directory + ": no such folder; no log can be written there");
     }
-}
-
-/// "5 files without a sign of a RAW photograph are left out: 3 .jpg, 2 without extension" and what to do;
-/// empty for none.
-std::string describe_left_out(const std::map<std::string, std::size_t>& kinds) {
-    std::size_t all = 0;
-    std::vector<std::string> texts;
-    for (const auto& [kind, count] : kinds) {
-        all += count;
-        texts.push_back(std::to_string(count) + " " + kind);
-    }
-    return all == 0 ? ""
-                    : format_count(all, "file") + " without a sign of a RAW photograph " +
-                          (all == 1 ? "is" : "are") + " left out: " + join(texts, ", ") +
-                          " (name them, or their extension with --ext, to try them all the same)";
 }
 
 /// Whether a path is in a folder, by their name keys.
@@ -118,12 +76,17 @@ class Repair {
     int begin() {
         check_names(options_);
         platform::remember_interrupts();
-        select();
+        selection_ = select_photographs(options_, notes_);
+        status_ = selection_.has_unread_folders ? kSomeNotDone : kAllWhole;
         refuse_removable_outputs();
         if (!options_.out.empty()) {
-            record_.emplace(path_from(options_.out), options_.task.empty() ? "run" : options_.task);
+            record_.emplace(path_from(options_.out), options_.task.empty() ? "run" : options_.task,
+                            options_.dry_run ? RunRecord::Access::kRead : RunRecord::Access::kWrite);
         }
         check_reports();
+        if (options_.dry_run) {
+            return std::max(status_, dry_run(selection_, options_, record_ ? &*record_ : nullptr));
+        }
         clear_stale_outputs();
         if (!options_.log_directory.empty()) {
             OutputFile file = open_report(log_file());
@@ -139,87 +102,16 @@ class Repair {
                    std::string(record_ ? "; free some space, and run the same command with --resume" : ""));
     }
 
-    void select() {
-        std::vector<fs::path> paths = parse_paths(options_.paths);
-        if (!options_.files_from.empty()) {
-            const auto listed = paths_from_list(options_.files_from);
-            paths.insert(paths.end(), listed.begin(), listed.end());
-        }
-        const FileSelection inputs = select_files(
-            paths, {parse_extensions(options_), path_from(options_.root), path_from(options_.out)});
-        const std::string left_out = describe_left_out(inputs.left_out);
-        if (inputs.files.empty()) {
-            throw UsageError("no damaged photograph was found" +
-                             (left_out.empty() ? left_out : "; " + left_out));
-        }
-        if (!left_out.empty()) {
-            notes_.add(left_out);
-        }
-        if (!options_.output.empty() && inputs.files.size() != 1) {
-            throw UsageError("--output names one file; for several use --out");
-        }
-        if (names_one_mask() && inputs.files.size() > 1) {
-            throw UsageError("--mask names one file; for several use an ending such as .mask.png");
-        }
-        samples_ = parse_paths(options_.samples);
-        for (const Input& input :
-             select_files(parse_paths(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
-            samples_.push_back(input.path);
-        }
-        check_samples();
-        for (const Input& input : inputs.files) {
-            protected_.add(input.path);
-        }
-        for (const fs::path& sample : samples_) {
-            protected_.add(sample);
-        }
-        if (!options_.output.empty() && protected_.covers(path_from(options_.output))) {
-            throw UsageError(options_.output + ": the output is also an input");
-        }
-        files_ =
-            plan(inputs.files,
-                 {path_from(options_.out), path_from(options_.output), !options_.task.empty(), options_.mask},
-                 protected_);
-    }
-
-    [[nodiscard]] bool names_one_mask() const {
-        return !options_.mask.empty() && !is_mask_ending(options_.mask);
-    }
-
-    /// Selects files. Prints notes and problems, and remembers problems for the exit status.
-    FileSelection select_files(const std::vector<fs::path>& paths, const FileFilter& filter) {
-        FileSelection selection = files_in(paths, filter);
-        for (const std::string& note : selection.notes) {
-            notes_.add(note);
-        }
-        for (const std::string& problem : selection.problems) {
-            notes_.add(problem);
-            status_ = kSomeNotDone;
-        }
-        return selection;
-    }
-
-    void check_samples() const {
-        for (const fs::path& sample : samples_) {
-            std::error_code none;
-            if (!fs::is_regular_file(sample, none)) {
-                throw UsageError(utf8_from(sample) + ": no such file");
-            }
-        }
-        if (samples_.empty()) {
-            throw UsageError("there is no sample; name one with --sample or a folder of them with --samples");
-        }
-    }
-
     /// Writing to a failing medium may destroy what can still be read there.
     void refuse_removable_outputs() {
-        if (!options_.out.empty() || !options_.output.empty() || files_.empty()) {
+        if (!options_.out.empty() || !options_.output.empty() || selection_.files.empty()) {
             return;
         }
-        const auto removable = std::find_if(files_.begin(), files_.end(), [this](const PlannedFile& file) {
-            return is_removable_(folder_of(file.outputs.raw));
-        });
-        if (removable != files_.end() && !options_.force) {
+        const auto removable =
+            std::find_if(selection_.files.begin(), selection_.files.end(), [this](const PlannedFile& file) {
+                return is_removable_(folder_of(file.outputs.raw));
+            });
+        if (removable != selection_.files.end() && !options_.force) {
             throw UsageError(utf8_from(removable->input.path) +
                              ": is on a removable medium, and results would be written there too, which may "
                              "destroy what is left; name a folder on another disk with --out (--force "
@@ -231,7 +123,7 @@ class Repair {
 
     void clear_stale_outputs() const {
         std::set<fs::path> folders;
-        for (const PlannedFile& file : files_) {
+        for (const PlannedFile& file : selection_.files) {
             folders.insert(folder_of(file.outputs.raw));
         }
         for (const fs::path& folder : folders) {
@@ -240,7 +132,7 @@ class Repair {
     }
 
     [[nodiscard]] bool is_result(const std::string& key) const {
-        return std::any_of(files_.begin(), files_.end(), [&](const PlannedFile& file) {
+        return std::any_of(selection_.files.begin(), selection_.files.end(), [&](const PlannedFile& file) {
             return platform::name_key(file.outputs.raw) == key ||
                    platform::name_key(file.outputs.jpeg) == key ||
                    platform::name_key(file.outputs.mask) == key ||
@@ -263,7 +155,7 @@ class Repair {
         if (!report_names_.insert(key).second) {
             throw UsageError(utf8_from(path) + ": is named for two reports");
         }
-        if (const auto refusal = refuse_output(path, protected_, may_replace(path))) {
+        if (const auto refusal = refuse_output(path, selection_.inputs, may_replace(path))) {
             throw UsageError(*refusal);
         }
         reports_.push_back(path);
@@ -307,29 +199,32 @@ class Repair {
     int work_with_reports() {
         const Workers workers({program_, options_.limits.seconds, options_.limits.memory_mib << 20U, &notes_},
                               log_ ? &*log_ : nullptr);
-        Reports reports({options_.json, options_.csv, options_.report, options_.quiet}, files_.size(),
-                        [this](const fs::path& path) { return open_report(path); });
-        const BatchEnd end = run_batch(
-            {.files = files_,
-             .samples = samples_,
-             .inputs = protected_,
-             .workers = workers,
-             .repair = {.work = record_ ? record_->folder() : fs::path(),
-                        .force = options_.force,
-                        .resume = options_.resume,
-                        .fill = !options_.no_fill,
-                        .fallback = !options_.no_fallback,
-                        .pictures = !options_.report.empty(),
-                        .most_samples = options_.most_samples},
-             .jobs = options_.jobs != 0 ? options_.jobs : std::max(1U, std::thread::hardware_concurrency()),
-             .record = record_ ? &*record_ : nullptr},
-            {[&](const Input& input) { reports.begin(utf8_from(input.path)); },
-             [&](const Record& record, bool is_new) {
-                 status_ = std::max(status_, status_of(record.verdict));
-                 reports.add(record, is_new);
-             },
-             [&](const std::string& problem) { notes_.add(problem); }});
-        reports.close(end != BatchEnd::kDone);
+        Reports reports({options_.json, options_.csv, options_.report, options_.quiet},
+                        selection_.files.size(), [this](const fs::path& path) { return open_report(path); });
+        const BatchEnd end = run_batch({.files = selection_.files,
+                                        .samples = selection_.samples,
+                                        .inputs = selection_.inputs,
+                                        .workers = workers,
+                                        .repair = {.work = record_ ? record_->folder() : fs::path(),
+                                                   .force = options_.force,
+                                                   .resume = options_.resume,
+                                                   .fill = !options_.no_fill,
+                                                   .fallback = !options_.no_fallback,
+                                                   .pictures = !options_.report.empty(),
+                                                   .most_samples = options_.most_samples},
+                                        .jobs = jobs_of(options_),
+                                        .record = record_ ? &*record_ : nullptr},
+                                       {[&](const Input& input) { reports.begin(utf8_from(input.path)); },
+                                        [&](const Record& record, bool is_new) {
+                                            status_ = std::max(status_, status_of(record.verdict));
+                                            reports.add(record, is_new);
+                                        },
+                                        [&](const std::string& problem) { notes_.add(problem); }});
+        reports.close({.files = selection_.files.size(),
+                       .stopped = end != BatchEnd::kDone,
+                       .resumable = record_.has_value(),
+                       .results = options_.output.empty() ? options_.out : options_.output,
+                       .contact_sheet = options_.report});
         if (end == BatchEnd::kNoRoom) {
             note_full_disk();
             status_ = std::max(status_, kSomeNotDone);
@@ -356,9 +251,7 @@ class Repair {
     const fs::path& program_;
     const IsRemovable& is_removable_;
     Notes notes_;
-    Protected protected_; ///< Damaged files and samples.
-    std::vector<fs::path> samples_;
-    std::vector<PlannedFile> files_;
+    RepairSelection selection_;
     std::optional<RunRecord> record_;
     std::set<std::string> report_names_; ///< Name keys.
     std::vector<fs::path> reports_;      ///< And logs.
@@ -372,6 +265,10 @@ int complain_about(const std::exception& e, int status) {
 }
 
 } // namespace
+
+unsigned jobs_of(const RepairOptions& options) {
+    return options.jobs != 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
+}
 
 int run_repair(const RepairOptions& options, const fs::path& program, const IsRemovable& is_removable) {
     try {

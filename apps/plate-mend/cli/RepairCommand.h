@@ -17,6 +17,7 @@ struct RepairOptions {
     std::vector<std::string> sample_folders; ///< Folders of intact photographs.
     std::vector<std::string> extensions;     ///< Taken from folders; empty: by content.
     std::string files_from;                  ///< A list of further paths; empty: none.
+    bool list_ends_in_null = false;          ///< Each path of the list ends in a NUL byte, not with its line.
     std::string root;   ///< Results keep their paths relative to it; empty: the folder that all paths share.
     std::string out;    ///< Folder of the results; empty: beside the damaged files.
     std::string output; ///< Name of the only result; empty: derived from the damaged file's.
@@ -34,8 +35,12 @@ struct RepairOptions {
     bool no_fill = false;      ///< Lost pixels stay zero.
     bool resume = false;       ///< Skip what an earlier run finished.
     bool quiet = false;        ///< Print only failures of the program itself.
+    bool dry_run = false;      ///< Print what a run would do, and write nothing.
     LimitOptions limits;
 };
+
+/// How many files are repaired at a time.
+[[nodiscard]] unsigned jobs_of(const RepairOptions& options);
 
 /// Repairs photographs, reports on each, and writes the reports. Returns the exit status.
 ///

@@ -52,8 +52,13 @@ int salvage(const SalvageOptions& options, const fs::path& program) {
     if (!sample.empty()) {
         inputs.add(sample);
     }
+    if (inputs.covers(output)) {
+        complain(utf8_from(output) + ": the output is also an input");
+        return kUsage;
+    }
     if (const auto refusal = refuse_output(output, inputs, options.force)) {
-        return fail(*refusal);
+        complain(*refusal);
+        return kSomeNotDone;
     }
     platform::remember_interrupts();
     clear_stale_folders(folder_of(output));

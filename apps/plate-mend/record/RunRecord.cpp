@@ -166,9 +166,27 @@ std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
     return entry;
 }
 
-RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out / kRuns / task) {
+RunRecord::RunRecord(const fs::path& out, const std::string& task, Access access)
+    : folder_(out / kRuns / task) {
     refuse_link(out / kRuns);
     refuse_link(folder_);
+    if (access == Access::kWrite) {
+        occupy(out);
+    }
+    load_all(out / kRuns);
+    if (access == Access::kRead) {
+        return;
+    }
+    try {
+        lines_.emplace(open_lines());
+    } catch (const std::system_error& e) {
+        throw MachineFailure(utf8_from(folder_ / kLines) + ": the run's record cannot be written", e.code());
+    }
+}
+
+RunRecord::~RunRecord() = default;
+
+void RunRecord::occupy(const fs::path& out) {
     make_folders(folder_ / kPictures);
     try {
         lock_ = platform::Lock::take(folder_ / "lock");
@@ -182,19 +200,15 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out
     }
     clear_stale_folders(folder_);
     clear_stale_folders(folder_ / kPictures);
+}
+
+void RunRecord::load_all(const fs::path& runs) {
     std::error_code none;
-    for (fs::directory_iterator run(out / kRuns, none); !none && run != fs::directory_iterator();
+    for (fs::directory_iterator run(runs, none); !none && run != fs::directory_iterator();
          run.increment(none)) {
         load(run->path());
     }
-    try {
-        lines_.emplace(open_lines());
-    } catch (const std::system_error& e) {
-        throw MachineFailure(utf8_from(folder_ / kLines) + ": the run's record cannot be written", e.code());
-    }
 }
-
-RunRecord::~RunRecord() = default;
 
 void RunRecord::load(const fs::path& folder) {
     if (!is_file(folder / kLines)) {

@@ -34,9 +34,13 @@ class RunIsLocked : public std::runtime_error {
 /// times.
 class RunRecord {
   public:
-    /// Locks the run's part of the folder of results, which is created if missing, and reads what earlier
-    /// runs with any name finished there. Throws RunIsLocked, and MachineFailure.
-    RunRecord(const std::filesystem::path& out, const std::string& task);
+    enum class Access {
+        kWrite, ///< Locks the run's part of the folder of results, which is created if missing.
+        kRead,  ///< Changes nothing, whatever other runs do; add() and its like must not be called.
+    };
+
+    /// Reads what earlier runs with any name finished there. Throws RunIsLocked, and MachineFailure.
+    RunRecord(const std::filesystem::path& out, const std::string& task, Access access = Access::kWrite);
     RunRecord(const RunRecord&) = delete;
     RunRecord& operator=(const RunRecord&) = delete;
     ~RunRecord();
@@ -70,6 +74,8 @@ class RunRecord {
     struct Entry;  ///< A line about a file.
     struct Report; ///< A line about a report.
 
+    void occupy(const std::filesystem::path& out);
+    void load_all(const std::filesystem::path& runs);
     void load(const std::filesystem::path& folder);
     [[nodiscard]] static Report report_from(const Json& json);
     /// Nothing for a record of what is not finished.

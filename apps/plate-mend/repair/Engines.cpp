@@ -44,8 +44,8 @@ bool is_found_by_its_code(const FoundImage& image) {
 
 } // namespace
 
-std::vector<Engine> Engines::accepting(const RankedSample& ranked) const {
-    const bool known = damaged_.format && damaged_.format == format_of(ranked.path);
+std::vector<Engine> engines_for(const std::optional<RawFormat>& damaged, const fs::path& sample) {
+    const bool known = damaged && damaged == format_of(sample);
     return known ? std::vector{Engine::kExact, Engine::kRaw} : std::vector{Engine::kRaw};
 }
 

@@ -26,6 +26,12 @@ enum class Engine {
     kRaw,   ///< lib_raw_mend, which goes by content.
 };
 
+/// Those that accept a damaged file and a sample, in their order.
+///
+///   damaged  the damaged file's format; nothing for one that only the raw engine accepts
+[[nodiscard]] std::vector<Engine> engines_for(const std::optional<RawFormat>& damaged,
+                                              const std::filesystem::path& sample);
+
 /// How samples are tried.
 struct TrialSettings {
     bool pictures = false; ///< Make a small picture of each result.
@@ -47,9 +53,6 @@ class Engines {
     Engines(const Workers& workers, const DamagedFile& damaged, const std::filesystem::path& folder,
             const TrialSettings& settings)
         : workers_(workers), damaged_(damaged), folder_(folder), settings_(settings) {}
-
-    /// Those that accept the damaged file and the sample, in their order.
-    [[nodiscard]] std::vector<Engine> accepting(const RankedSample& ranked) const;
 
     /// Tries a sample. What an earlier trial of this engine made is replaced.
     [[nodiscard]] Trial try_sample(Engine engine, const RankedSample& ranked) const;

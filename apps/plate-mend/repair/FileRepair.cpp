@@ -243,7 +243,7 @@ class FileRepair {
 
     /// Each engine in turn, until a result is whole.
     void try_sample(const RankedSample& ranked) {
-        for (const Engine engine : engines().accepting(ranked)) {
+        for (const Engine engine : engines_for(damaged_.format, ranked.path)) {
             if (record_.verdict != Verdict::kWhole) {
                 add_trial(engines().try_sample(engine, ranked), ranked);
             }

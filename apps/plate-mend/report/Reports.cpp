@@ -5,6 +5,7 @@
 #include "record/RecordJson.h"
 #include "report/Csv.h"
 #include "text/Paths.h"
+#include "text/Text.h"
 
 #include <array>
 #include <ctime>
@@ -14,15 +15,30 @@ namespace plate_mend::host {
 
 namespace {
 
-/// On the standard output, unless a report goes there; then on the error stream, if that is a terminal.
-Progress progress_of(const ReportOptions& options, std::size_t files) {
-    const bool output_is_taken = options.json == "-" || options.csv == "-";
-    const auto stream = output_is_taken ? platform::Stream::kErrors : platform::Stream::kOutput;
-    const auto style = options.quiet                   ? Progress::Style::kQuiet
-                       : platform::is_terminal(stream) ? Progress::Style::kTerminal
-                       : output_is_taken               ? Progress::Style::kQuiet
+bool is_output_taken(const ReportOptions& options) {
+    return options.json == "-" || options.csv == "-";
+}
+
+/// Where people read: the standard output, unless a report goes there; then the error stream.
+platform::Stream stream_of(const ReportOptions& options) {
+    return is_output_taken(options) ? platform::Stream::kErrors : platform::Stream::kOutput;
+}
+
+std::ostream& output_of(platform::Stream stream) {
+    return stream == platform::Stream::kErrors ? std::cerr : std::cout;
+}
+
+/// The error stream receives it only if that is a terminal.
+Progress::Style style_of(const ReportOptions& options) {
+    return options.quiet                               ? Progress::Style::kQuiet
+           : platform::is_terminal(stream_of(options)) ? Progress::Style::kTerminal
+           : is_output_taken(options)                  ? Progress::Style::kQuiet
                                                        : Progress::Style::kLines;
-    return {output_is_taken ? std::cerr : std::cout, style, files,
+}
+
+Progress progress_of(const ReportOptions& options, std::size_t files) {
+    const auto stream = stream_of(options);
+    return {output_of(stream), style_of(options), files,
             [stream] { return platform::terminal_columns(stream); }};
 }
 
@@ -56,6 +72,9 @@ void Reports::Lines::write(const std::string& text, bool is_new) {
 
 Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open)
     : progress_(progress_of(options, files)) {
+    if (style_of(options) != Progress::Style::kQuiet || platform::is_terminal(stream_of(options))) {
+        summary_stream_ = &output_of(stream_of(options));
+    }
     if (!options.html.empty()) {
         html_.emplace(open(path_from(options.html)), creator_text());
     }
@@ -79,12 +98,19 @@ void Reports::add(const Record& record, bool is_new) {
         html_->add(record);
     }
     progress_.end(record);
+    summary_.add(record);
 }
 
-void Reports::close(bool interrupted) {
+void Reports::close(const RunEnd& end) {
     progress_.finish();
     if (html_) {
-        html_->close(interrupted);
+        html_->close(end.stopped);
+    }
+    if (summary_stream_ != nullptr) {
+        for (const std::string& line : summary_.lines(end)) {
+            *summary_stream_ << printable(line) << '\n';
+        }
+        *summary_stream_ << std::flush;
     }
 }
 

@@ -4,9 +4,11 @@
 #include "record/Record.h"
 #include "report/Html.h"
 #include "report/Progress.h"
+#include "report/Summary.h"
 
 #include <cstddef>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -17,7 +19,7 @@ struct ReportOptions {
     std::string json;
     std::string csv;
     std::string html;
-    bool quiet = false; ///< Print nothing on the terminal.
+    bool quiet = false; ///< Print nothing but the summary, and that on a terminal only.
 };
 
 /// Starts a report's file. Throws MachineFailure.
@@ -37,8 +39,8 @@ class Reports {
     /// MachineFailure when a report cannot be written.
     void add(const Record& record, bool is_new);
 
-    /// Ends them. Throws as add does.
-    void close(bool interrupted);
+    /// Ends them, and prints the summary of the run. Throws as add does.
+    void close(const RunEnd& end);
 
   private:
     /// JSON Lines or a table: a file, or the standard output.
@@ -55,6 +57,8 @@ class Reports {
     std::optional<Lines> csv_;
     std::optional<HtmlReport> html_;
     Progress progress_;
+    Summary summary_;
+    std::ostream* summary_stream_ = nullptr; ///< Null: nobody reads it.
 };
 
 } // namespace plate_mend::host
