@@ -253,8 +253,8 @@ TEST_F(Host, ManualPageNamesTheDefaultOfEveryValue) {
     int values = 0;
     std::string description;
     for (std::string line; std::getline(page, line);) {
-        if (line.find("\\fB\\-\\-") == std::string::npos || line.find("\\fI") == std::string::npos ||
-            line.find("[\\fI") != std::string::npos) {
+        if (line.find(R"(\fB\-\-)") == std::string::npos || line.find(R"(\fI)") == std::string::npos ||
+            line.find(R"([\fI)") != std::string::npos) {
             continue; // No option that takes a value.
         }
         ++values;
