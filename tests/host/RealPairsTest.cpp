@@ -178,6 +178,24 @@ TEST_P(RealPairs, DamageWithinTheImageIsNeverCalledWholeUnlessAllOfItIsBack) {
     }
 }
 
+class RealTails : public RealPairs {};
+
+TEST_P(RealTails, PhotographWhoseFirstMegabyteIsLostIsPartialWithoutAShare) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const Record record = repair(without_head(photo, 1024 * kKiB), good);
+    EXPECT_EQ(record.verdict, Verdict::kPartial);
+    ASSERT_NE(record.taken(), nullptr);
+    EXPECT_EQ(record.taken()->engine, plate_mend::host::kRawEngine);
+    EXPECT_EQ(record.taken()->judgement.share(), std::nullopt) << "its level is the sample's";
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)).has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(Cameras, RealTails,
+                         ::testing::Values(RealPair{"pairs/canon-30d/IMG_0848.CR2",
+                                                    "pairs/canon-30d/IMG_5952.CR2", 629814}));
+
 INSTANTIATE_TEST_SUITE_P(
     Cameras, RealPairs,
     ::testing::Values(

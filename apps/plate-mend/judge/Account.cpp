@@ -91,6 +91,11 @@ std::optional<double> share_of_good_pixels(const FoundImage& image, std::optiona
     return cut_down(own - (1 - *rows_good));
 }
 
+bool has_unknown_levels(const FoundImage& image) {
+    return image.way == RAW_MEND_WAY_TRIAL_DECODING && image.pieces_mended != 0 &&
+           image.pixels_doubtful != 0 && image.pixels_lost + image.pixels_doubtful == image.pixels;
+}
+
 std::optional<double> share_of_proved_pieces(const FoundImage& image) {
     const bool is_guess = (image.notes & RAW_MEND_PLACES_GUESSED) != 0;
     if (image.pixels == 0 || is_guess || image.pieces_proved == 0 || image.pieces_proved >= image.pieces) {

@@ -31,6 +31,10 @@ namespace plate_mend::host {
 [[nodiscard]] std::optional<double> share_of_good_pixels(const FoundImage& image,
                                                          std::optional<double> rows_good);
 
+/// Whether nothing can be promised of an image although its place is proved: of a stream whose beginning is
+/// lost, most survives, but at levels that are the sample's.
+[[nodiscard]] bool has_unknown_levels(const FoundImage& image);
+
 /// The same where no rows are known to be good, but coded data prove that pieces are: only these are
 /// promised. Nothing if none is, or their places are a guess.
 [[nodiscard]] std::optional<double> share_of_proved_pieces(const FoundImage& image);

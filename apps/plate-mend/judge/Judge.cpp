@@ -224,6 +224,10 @@ void take_account(const FoundImage& image, const FileEvidence& evidence, bool is
     if (!judgement.rows_good && is_exact && judgement.data_errors == 0) {
         judgement.pixels_good = share_of_proved_pieces(image);
     }
+    if (has_unknown_levels(image)) {
+        judgement.rows_good.reset();
+        judgement.pixels_good.reset();
+    }
     add(describe_account(image), judgement.findings);
 }
 

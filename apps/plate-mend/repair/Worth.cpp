@@ -25,9 +25,16 @@ bool has_proved_pieces(const Attempt& attempt) {
     return attempt.image && attempt.image->pieces_proved != 0;
 }
 
-/// If the share is unknown, it counts as half of what can be.
+double doubtful_share(const Attempt& attempt) {
+    return !attempt.image || attempt.image->pixels == 0
+               ? 0
+               : static_cast<double>(attempt.image->pixels_doubtful) /
+                     static_cast<double>(attempt.image->pixels);
+}
+
+/// If the share is unknown, it counts as half of what can be, and doubtful pixels as half of that.
 double share(const Attempt& attempt) {
-    return attempt.judgement.share().value_or(0.5 * own_share(attempt));
+    return attempt.judgement.share().value_or(0.5 * own_share(attempt) + 0.25 * doubtful_share(attempt));
 }
 
 /// Higher is better.

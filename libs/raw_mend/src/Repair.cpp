@@ -12,6 +12,7 @@
 #include "ways/LossyPieces.h"
 #include "ways/OwnTables.h"
 #include "ways/SamplePlaces.h"
+#include "ways/StreamTails.h"
 #include "ways/TornRows.h"
 #include "ways/TornStreams.h"
 #include "ways/TwinRows.h"
@@ -131,6 +132,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling fill
         return keep_structure(damaged, *own);
     }
     auto image = find_proved_image(damaged, sample);
+    image = image ? std::move(image) : find_stream_tail(damaged, sample, filling);
     if (!image && own) {
         return keep_structure(damaged, *own);
     }

@@ -57,6 +57,16 @@ TEST(Worth, UnknownShareIsHalfOfWhatIsNotLost) {
     EXPECT_TRUE(is_better(cut, &rows));
 }
 
+TEST(Worth, ImageAtAnUnknownLevelIsKeptIfNothingIsBetter) {
+    Attempt tail = attempt_of("raw", std::nullopt, 2);
+    tail.image = FoundImage{.pixels = 1000, .pixels_lost = 100, .pixels_doubtful = 900};
+    EXPECT_TRUE(is_better(tail, nullptr));
+    const Attempt rows = attempt_of("exact", 0.3, 1);
+    EXPECT_FALSE(is_better(tail, &rows));
+    const Attempt few = attempt_of("exact", 0.2, 1);
+    EXPECT_TRUE(is_better(tail, &few));
+}
+
 TEST(Worth, MendedImageIsBetterWhereNeitherShareIsKnown) {
     Attempt mended = attempt_of("raw", std::nullopt, 3);
     mended.image = FoundImage{.pieces_mended = 1, .pixels = 1000, .pixels_lost = 400};

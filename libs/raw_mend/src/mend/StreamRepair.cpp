@@ -1,5 +1,6 @@
 #include "mend/StreamRepair.h"
 
+#include "mend/StreamEncoding.h"
 #include "mend/StreamRuns.h"
 #include "mend/StreamTears.h"
 
@@ -18,9 +19,9 @@ constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have
 
 class StreamRepair {
   public:
-    StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, std::span<const std::size_t> alarms,
-                 const StreamSlices& slices, Filling filling)
-        : head_(head), walk_(walk), alarms_(alarms), slices_(slices), filling_(filling) {}
+    StreamRepair(const lossless_jpeg::Head& head, StreamWalk& walk, const StreamTraits& traits,
+                 Filling filling)
+        : head_(head), walk_(walk), traits_(traits), filling_(filling) {}
 
     /// Nothing continues the values at one of the suspects.
     RepairedStream run(const std::vector<StreamTears::Suspect>& suspects, std::optional<std::uint64_t> end) {
@@ -31,7 +32,7 @@ class StreamRepair {
         const std::size_t loss = choose_loss(suspects, end);
         const StreamPlace place = walk_.place_of(loss);
         const ValueRun lost =
-            end ? decode_after_loss(walk_, place.value, *end, alarms_) : fill_rest(place.value);
+            end ? decode_after_loss(walk_, place.value, *end, traits_.alarms) : fill_rest(place.value);
         RepairedStream result;
         result.lost.push_back(lost);
         // If all could be decoded, something before the end is foreign. Other predictors than the left
@@ -60,7 +61,8 @@ class StreamRepair {
     /// If it is clear where runs between losses belong.
     std::optional<RepairedStream> run_on(const std::vector<StreamTears::Suspect>& suspects,
                                          std::optional<std::uint64_t> end) {
-        auto runs = mend_runs(walk_, suspects, end.value_or(walk_.bytes().bytes().size()), slices_);
+        auto runs = mend_runs(walk_, suspects, end.value_or(walk_.bytes().bytes().size()), traits_.slices,
+                              traits_.border);
         if (!runs) {
             return std::nullopt;
         }
@@ -132,8 +134,8 @@ class StreamRepair {
         std::size_t last = suspects.front().value;
         for (const auto& suspect : suspects) {
             const auto alarm =
-                std::ranges::lower_bound(alarms_, suspect.value - std::min(suspect.value, kNear));
-            if (alarm == alarms_.end() || *alarm > suspect.value + kNear) {
+                std::ranges::lower_bound(traits_.alarms, suspect.value - std::min(suspect.value, kNear));
+            if (alarm == traits_.alarms.end() || *alarm > suspect.value + kNear) {
                 break;
             }
             last = suspect.value;
@@ -151,6 +153,16 @@ class StreamRepair {
         return first == suspects.end() ? near : std::min(near, first->value);
     }
 
+    /// Of the rows of the stream: known before the loss, a run after it.
+    [[nodiscard]] std::vector<RowState> states_around(const ValueRun& lost) const {
+        const StreamFrame& frame = walk_.frame();
+        std::vector<RowState> states(frame.rows, RowState::kLost);
+        const auto at = [&](std::size_t row) { return states.begin() + static_cast<std::ptrdiff_t>(row); };
+        std::fill(states.begin(), at(lost.begin / frame.row), RowState::kKnown);
+        std::fill(at((lost.end + frame.row - 1) / frame.row), states.end(), RowState::kRun);
+        return states;
+    }
+
     /// Returns whether all values after the loss are at their levels for certain.
     bool correct_levels(const ValueRun& lost) {
         const StreamFrame& frame = walk_.frame();
@@ -159,13 +171,18 @@ class StreamRepair {
         }
         const auto values = std::span(walk_.values());
         const std::size_t period = walk_.fit().lag() / frame.row;
-        const auto [first, last] = slices_.rows_around(lost.begin / frame.row, frame);
+        const auto [first, last] = traits_.slices.rows_around(lost.begin / frame.row, frame);
         const auto found =
             measure_level(frame, values, period, {first, lost.begin / frame.row, lost.end / frame.row, last});
-        if (!found) {
+        std::vector<LevelEstimate> estimates =
+            measure_border(frame, traits_.slices, values, states_around(lost), traits_.border);
+        if (found) {
+            estimates.push_back(*found);
+        }
+        if (estimates.empty()) {
             return false;
         }
-        const LevelShift level = combine({&*found, 1}, std::nullopt, frame.components);
+        const LevelShift level = combine(estimates, std::nullopt, frame.components);
         for (std::size_t at = lost.end - std::min(lost.end, frame.row); at < values.size(); ++at) {
             if (at >= lost.begin) {
                 values[at] =
@@ -175,33 +192,13 @@ class StreamRepair {
         return level.is_certain;
     }
 
-    /// Keeps what is before the place bit for bit. The values become those that are encoded.
     std::vector<unsigned char> encode(const StreamPlace& place) {
-        const StreamFrame& frame = walk_.frame();
-        const auto values = std::span(walk_.values());
-        const Bytes bytes = walk_.bytes().bytes();
-        const auto kept = bytes.first(static_cast<std::size_t>(place.place.byte));
-        lossless_jpeg::DifferenceWriter writer(head_);
-        writer.begin({kept.begin(), kept.end()}, place.place.bit == 0 ? 0 : bytes[kept.size()],
-                     place.place.bit);
-        const int most = static_cast<int>(frame.limit) - 1;
-        for (std::size_t at = place.value; at < values.size(); ++at) {
-            values[at] = static_cast<std::uint16_t>(
-                most > INT16_MAX ? values[at]
-                                 : std::clamp<int>(static_cast<std::int16_t>(values[at]), 0, most));
-            const int predicted = frame.predict(values, at);
-            const int difference =
-                static_cast<std::int16_t>(static_cast<std::uint16_t>(values[at] - predicted));
-            const int written = writer.put(at % frame.row % frame.components, difference);
-            values[at] = static_cast<std::uint16_t>(predicted + written);
-        }
-        return writer.finish();
+        return encode_values(head_, walk_.bytes().bytes(), place, walk_.values());
     }
 
     const lossless_jpeg::Head& head_;
     StreamWalk& walk_;
-    std::span<const std::size_t> alarms_;
-    const StreamSlices& slices_;
+    const StreamTraits& traits_;
     Filling filling_;
     std::vector<std::uint16_t> wanted_;
 };
@@ -236,8 +233,9 @@ bool can_repair(const lossless_jpeg::Head& head) {
     return lossless_jpeg::can_decode(head) && head.restart_interval == 0;
 }
 
-StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
-    StreamTraits traits{measure_period(file, head), {}};
+StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head,
+                            std::span<const std::uint32_t> slices, std::size_t height) {
+    StreamTraits traits{measure_period(file, head), {}, {}, {}};
     StreamBytes bytes(file, head.begin, file.size() - head.begin);
     StreamWalk walk(head, traits.period, bytes);
     while (const auto broken = walk.run(walk.frame().count())) {
@@ -246,12 +244,17 @@ StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head) {
         }
         traits.alarms.push_back(broken->value);
     }
+    const StreamFrame& frame = walk.frame();
+    traits.slices = StreamSlices(slices, height, frame, walk.fit().lag());
+    if (walk.decoded() == frame.count()) {
+        traits.border = find_masked_border(frame, traits.slices, walk.values());
+    }
     return traits;
 }
 
 RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
                              const StreamTraits& traits, std::span<const std::uint64_t> origins,
-                             const StreamSlices& slices, Filling filling) {
+                             Filling filling) {
     using Care = StreamTears::Care;
     for (Care care = Care::kCautious;;) {
         StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
@@ -261,8 +264,7 @@ RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std
             return take_whole(walk);
         }
         if (care == Care::kNone || tears.undone() + tears.passed_over() == 0) {
-            return StreamRepair(head, walk, traits.alarms, slices, filling)
-                .run(tears.suspects(), end_in_stream(bytes, end));
+            return StreamRepair(head, walk, traits, filling).run(tears.suspects(), end_in_stream(bytes, end));
         }
         // Where some is lost, nothing proves that any other place was a tear.
         care = care == Care::kCautious && tears.passed_over() > 0 ? Care::kBold : Care::kNone;
@@ -277,7 +279,7 @@ std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::
     if (!StreamWalk(head, period, bytes).run(StreamFrame(head).count())) {
         return std::nullopt;
     }
-    const StreamTraits traits = measure_stream(sample, sample_head);
+    const StreamTraits traits = measure_stream(sample, sample_head, {}, 0);
     StreamWalk walk(head, traits.period, bytes);
     StreamTears tears(damaged, walk, origins, traits.alarms, StreamTears::Care::kCautious);
     return tears.run() && tears.undone() > 0 ? std::optional(take_whole(walk)) : std::nullopt;

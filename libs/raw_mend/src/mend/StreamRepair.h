@@ -2,8 +2,8 @@
 
 #include "container/Description.h"
 #include "mend/Filling.h"
+#include "mend/MaskedBorder.h"
 #include "mend/StreamLoss.h"
-#include "mend/StreamSeams.h"
 
 #include <optional>
 
@@ -21,10 +21,16 @@ struct RepairedStream {
 struct StreamTraits {
     std::size_t period = 1;          ///< As find_row_period() returns.
     std::vector<std::size_t> alarms; ///< Values that do not fit the rows above, in ascending order.
+    StreamSlices slices;
+    MaskedBorder border; ///< None if not all values can be decoded.
 };
 
 /// The head must be one that can_repair() accepts.
-[[nodiscard]] StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head);
+///
+///   slices  widths of the raw image's slices, in values; empty for none
+///   height  rows of the raw image
+[[nodiscard]] StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head,
+                                          std::span<const std::uint32_t> slices, std::size_t height);
 
 /// Whether a stream with this head can be repaired: it can be decoded, and has no restart intervals.
 [[nodiscard]] bool can_repair(const lossless_jpeg::Head& head);
@@ -33,7 +39,7 @@ struct StreamTraits {
 /// EOI. Sectors are counted from the origins.
 [[nodiscard]] RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
                                            const StreamTraits& traits, std::span<const std::uint64_t> origins,
-                                           const StreamSlices& slices, Filling filling);
+                                           Filling filling);
 
 /// The stream put together again if clusters of it were exchanged so that it is complete all the same, but
 /// its rows do not fit. Nothing if it is as it should be, or no better order is found.

@@ -19,8 +19,8 @@ constexpr double kMisfittingRow = 2.5;
 
 class RunsRepair {
   public:
-    RunsRepair(StreamWalk& walk, const StreamSlices& slices)
-        : walk_(walk), frame_(walk.frame()), lag_(walk.fit().lag()), slices_(slices),
+    RunsRepair(StreamWalk& walk, const StreamSlices& slices, const MaskedBorder& border)
+        : walk_(walk), frame_(walk.frame()), lag_(walk.fit().lag()), slices_(slices), border_(border),
           states_(frame_.rows, RowState::kLost) {}
 
     std::optional<StreamRuns> run(std::span<const StreamTears::Suspect> suspects, std::uint64_t end) {
@@ -205,7 +205,7 @@ class RunsRepair {
     /// Whether the level is certain.
     bool level(const ValueRun& above, const ValueRun& run) {
         const auto values = std::span(walk_.values());
-        std::vector<LevelEstimate> estimates;
+        std::vector<LevelEstimate> estimates = measure_border(frame_, slices_, values, states_, border_);
         if (auto rows = measure_level(frame_, values, lag_ / frame_.row, gap_between(above, run))) {
             estimates.push_back(std::move(*rows));
         }
@@ -225,6 +225,7 @@ class RunsRepair {
     const StreamFrame& frame_;
     std::size_t lag_;
     const StreamSlices& slices_;
+    const MaskedBorder& border_;
     std::vector<RowState> states_; // By row of the stream.
     StreamChain chain_;
     StreamRuns result_;
@@ -234,11 +235,12 @@ class RunsRepair {
 } // namespace
 
 std::optional<StreamRuns> mend_runs(StreamWalk& walk, std::span<const StreamTears::Suspect> suspects,
-                                    std::uint64_t end, const StreamSlices& slices) {
+                                    std::uint64_t end, const StreamSlices& slices,
+                                    const MaskedBorder& border) {
     if (walk.frame().predictor != 1 || suspects.empty()) {
         return std::nullopt;
     }
-    return RunsRepair(walk, slices).run(suspects, end);
+    return RunsRepair(walk, slices, border).run(suspects, end);
 }
 
 } // namespace raw_mend

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "mend/MaskedBorder.h"
 #include "mend/StreamLoss.h"
-#include "mend/StreamSeams.h"
 #include "mend/StreamTears.h"
 
 namespace raw_mend {
@@ -15,13 +15,15 @@ struct StreamRuns {
 };
 
 /// Decodes what is between losses and after them, up to where the stream ends: run after run, each placed by
-/// where its rows begin, and levelled by the rows above and beside it. The walk's values become those of the
-/// photograph; lost ones are filled. Nothing, and no value changed, if the runs are not clear: the predictor
-/// is another one than 1, or nothing is lost.
+/// where its rows begin, and levelled by the rows above and beside it and by its masked columns. The walk's
+/// values become those of the photograph; lost ones are filled. Nothing, and no value changed, if the runs
+/// are not clear: the predictor is another one than 1, or nothing is lost.
 ///
 ///   suspects  the breaks of the walk, in ascending order
+///   border    as in a like stream; it may be none
 [[nodiscard]] std::optional<StreamRuns> mend_runs(StreamWalk& walk,
                                                   std::span<const StreamTears::Suspect> suspects,
-                                                  std::uint64_t end, const StreamSlices& slices);
+                                                  std::uint64_t end, const StreamSlices& slices,
+                                                  const MaskedBorder& border);
 
 } // namespace raw_mend

@@ -93,9 +93,9 @@ class TornStreams {
     }
 
     void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
-        const StreamTraits traits = measure_stream(sample_.file, sample);
-        RepairedStream stream = repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins,
-                                              slices_of(head, traits.period), filling_);
+        const StreamTraits traits = measure_stream(sample_.file, sample, raw_.slices, raw_.frame.height);
+        RepairedStream stream =
+            repair_stream(damaged_, head, image_.pieces[piece]->end(), traits, kOrigins, filling_);
         image_.mended.push_back({piece, std::move(stream.bytes)});
         if (stream.is_exact) {
             ++image_.proved;
@@ -119,11 +119,6 @@ class TornStreams {
         return std::erase_if(image_.doubtful, [&](const Area& area) {
                    return std::ranges::find(areas, area) != areas.end();
                }) > 0;
-    }
-
-    [[nodiscard]] StreamSlices slices_of(const lossless_jpeg::Head& head, std::size_t period) const {
-        const StreamFrame frame(head);
-        return {raw_.slices, raw_.frame.height, frame, period * frame.row};
     }
 
     static void add(const std::vector<Area>& more, std::vector<Area>& areas) {
