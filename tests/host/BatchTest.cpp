@@ -172,7 +172,9 @@ TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreListed) {
 
 TEST_F(Batch, NextSampleIsTriedIfTheFirstFails) {
     fs::create_directory(folder / "good");
-    put("good/broken_0001.arw", zeroed(sample.bytes, 0, 1000)); // Nearest by its name, and no good.
+    Bytes undecodable = sample.bytes; // Nearest by its name, and of a compression that nothing decodes.
+    put_u16(undecodable, sample.sub_ifd.value(259), 5, ByteOrder::kLittle);
+    put("good/broken_0001.arw", undecodable);
     put("good/other_0009.arw", sample.bytes);
     put("card/broken_0002.arw", damaged);
     EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),

@@ -323,7 +323,8 @@ class Repair {
                         .most_samples = options_.most_samples},
              .jobs = options_.jobs != 0 ? options_.jobs : std::max(1U, std::thread::hardware_concurrency()),
              .record = record_ ? &*record_ : nullptr},
-            {[&](const Input& input) { reports.begin(utf8_from(input.path)); },
+            {[&](std::size_t done, std::size_t total) { reports.read_samples(done, total); },
+             [&](const Input& input) { reports.begin(utf8_from(input.path)); },
              [&](const Record& record, bool is_new) {
                  status_ = std::max(status_, status_of(record.verdict));
                  reports.add(record, is_new);
