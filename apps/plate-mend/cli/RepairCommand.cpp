@@ -1,7 +1,9 @@
 #include "cli/RepairCommand.h"
 
 #include "cli/ExitStatus.h"
+#include "cli/LeftOut.h"
 #include "cli/PathList.h"
+#include "cli/SampleSelection.h"
 #include "files/Failures.h"
 #include "files/Formats.h"
 #include "files/SafeOutput.h"
@@ -13,12 +15,10 @@
 #include "repair/RunLog.h"
 #include "report/Notes.h"
 #include "report/Reports.h"
-#include "text/Format.h"
 #include "text/Paths.h"
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -72,21 +72,6 @@ void check_names(const RepairOptions& options) {
     if (!options.log_directory.empty() && !fs::is_directory(path_from(options.log_directory))) {
         throw UsageError(options.log_directory + ": no such folder; no log can be written there");
     }
-}
-
-/// "5 files without a sign of a RAW photograph are left out: 3 .jpg, 2 without extension" and what to do;
-/// empty for none.
-std::string describe_left_out(const std::map<std::string, std::size_t>& kinds) {
-    std::size_t all = 0;
-    std::vector<std::string> texts;
-    for (const auto& [kind, count] : kinds) {
-        all += count;
-        texts.push_back(std::to_string(count) + " " + kind);
-    }
-    return all == 0 ? ""
-                    : format_count(all, "file") + " without a sign of a RAW photograph " +
-                          (all == 1 ? "is" : "are") + " left out: " + join(texts, ", ") +
-                          " (name them, or their extension with --ext, to try them all the same)";
 }
 
 /// Whether a path is in a folder, by their name keys.
@@ -147,7 +132,7 @@ class Repair {
         }
         const FileSelection inputs = select_files(
             paths, {parse_extensions(options_), path_from(options_.root), path_from(options_.out)});
-        const std::string left_out = describe_left_out(inputs.left_out);
+        const std::string left_out = describe_inputs_left_out(inputs);
         if (inputs.files.empty()) {
             throw UsageError("no damaged photograph was found" +
                              (left_out.empty() ? left_out : "; " + left_out));
@@ -161,12 +146,7 @@ class Repair {
         if (names_one_mask() && inputs.files.size() > 1) {
             throw UsageError("--mask names one file; for several use an ending such as .mask.png");
         }
-        samples_ = parse_paths(options_.samples);
-        for (const Input& input :
-             select_files(parse_paths(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
-            samples_.push_back(input.path);
-        }
-        check_samples();
+        select_samples();
         for (const Input& input : inputs.files) {
             protected_.add(input.path);
         }
@@ -189,26 +169,29 @@ class Repair {
     /// Selects files. Prints notes and problems, and remembers problems for the exit status.
     FileSelection select_files(const std::vector<fs::path>& paths, const FileFilter& filter) {
         FileSelection selection = files_in(paths, filter);
-        for (const std::string& note : selection.notes) {
-            notes_.add(note);
-        }
-        for (const std::string& problem : selection.problems) {
-            notes_.add(problem);
-            status_ = kSomeNotDone;
-        }
+        add_notes(selection.notes, selection.problems);
         return selection;
     }
 
-    void check_samples() const {
-        for (const fs::path& sample : samples_) {
-            std::error_code none;
-            if (!fs::is_regular_file(sample, none)) {
-                throw UsageError(utf8_from(sample) + ": no such file");
-            }
+    void add_notes(const std::vector<std::string>& notes, const std::vector<std::string>& problems) {
+        for (const std::string& note : notes) {
+            notes_.add(note);
         }
-        if (samples_.empty()) {
-            throw UsageError("there is no sample; name one with --sample or a folder of them with --samples");
+        for (const std::string& problem : problems) {
+            notes_.add(problem);
+            status_ = kSomeNotDone;
         }
+    }
+
+    void select_samples() {
+        std::vector<std::string> names = options_.samples;
+        names.insert(names.end(), options_.sample_folders.begin(), options_.sample_folders.end());
+        SampleSelection selection = host::select_samples(parse_paths(names), path_from(options_.out));
+        add_notes(selection.notes, selection.problems);
+        if (!selection.refusal.empty()) {
+            throw UsageError(selection.refusal);
+        }
+        samples_ = std::move(selection.files);
     }
 
     /// Writing to a failing medium may destroy what can still be read there.

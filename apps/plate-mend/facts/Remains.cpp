@@ -10,6 +10,7 @@
 #include <byte_reader/ByteReader.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -92,9 +93,31 @@ void add_patterns(Span bytes, std::size_t at, PhotographFacts& facts) {
     }
 }
 
-bool is_text_byte(unsigned char byte) {
-    return byte >= 0x20 && byte < 0x7F;
+/// What a byte may be: most are nothing, and are passed over at once.
+enum Role : std::uint8_t {
+    kInText = 1,
+    kEndsText = 2,
+    kBeginsPattern = 4, ///< A directory entry, a marker of JPEG, a sample entry.
+    kBeginsStructure = 8,
+};
+
+constexpr std::array<std::uint8_t, 256> make_roles() {
+    std::array<std::uint8_t, 256> roles{};
+    for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
+        roles.at(byte) = kInText;
+    }
+    for (const unsigned char byte : {'\0', '"', '<'}) {
+        roles.at(byte) |= kEndsText;
+    }
+    for (const std::size_t byte : {0x00, 0x01, 0xFF, int{'C'}}) {
+        roles.at(byte) |= kBeginsPattern;
+    }
+    for (const unsigned char byte : {'I', 'M', 'F'}) {
+        roles.at(byte) |= kBeginsStructure;
+    }
+    return roles;
 }
+constexpr auto kRoles = make_roles();
 
 bool is_letter_or_digit(unsigned char byte) {
     return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
@@ -110,20 +133,9 @@ class TextSearch {
         }
     }
 
-    void begin_block() { run_ = 0; }
-
-    /// The next byte.
-    void step(Span bytes, std::size_t at) {
-        const unsigned char byte = bytes[at];
-        if ((byte == 0 || byte == '"' || byte == '<') && run_ >= kShortestText) {
-            end_text(bytes, at);
-        }
-        run_ = is_text_byte(byte) ? run_ + 1 : 0;
-    }
-
-  private:
-    void end_text(Span bytes, std::size_t end) {
-        const std::size_t length = std::min(run_, kLongestText);
+    /// Looks for texts that end before an offset.
+    void end_text(Span bytes, std::size_t end, std::size_t printable) {
+        const std::size_t length = std::min(printable, kLongestText);
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
         std::string_view text(reinterpret_cast<const char*>(bytes.data()) + end - length, length);
         text = text.substr(0, text.find_last_not_of(' ') + 1);
@@ -142,10 +154,10 @@ class TextSearch {
         }
     }
 
+  private:
     const KnownTexts& known_;
     std::set<std::string>& found_;
     std::set<std::size_t> lengths_;
-    std::size_t run_ = 0; ///< Printable bytes before the next one.
 };
 
 /// The search of one file, block by block.
@@ -157,11 +169,16 @@ class RemainsSearch {
     /// Searches a block that begins at an offset of the file, with the first bytes of the next one.
     void search(Span bytes, std::uint64_t offset) {
         const std::size_t end = std::min(bytes.size(), kSearchBlock);
-        texts_.begin_block();
+        std::size_t text = 0; // Where the text begins that the next byte may belong to.
         for (std::size_t at = 0; at < bytes.size(); ++at) {
-            texts_.step(bytes, at);
-            if (at < end) {
+            const unsigned role = kRoles[bytes[at]];
+            if ((role & kEndsText) != 0 && at - text >= kShortestText) {
+                texts_.end_text(bytes, at, at - text);
+            }
+            text = (role & kInText) != 0 ? text : at + 1;
+            if ((role & kBeginsPattern) != 0 && at < end) {
                 add_patterns(bytes, at, remains_.facts);
+            } else if ((role & kBeginsStructure) != 0 && at < end) {
                 note_structure(bytes, at, offset);
             }
         }
@@ -175,9 +192,6 @@ class RemainsSearch {
         constexpr std::string_view kLittle("II*\0", 4);
         constexpr std::string_view kBig("MM\0*", 4);
         const unsigned char byte = bytes[at];
-        if (byte != 'I' && byte != 'M' && byte != 'F') {
-            return;
-        }
         const ByteReader reader(bytes, std::endian::little);
         const bool is_one = byte == 'F'
                                 ? reader.has(at, "FUJIFILMCCD-RAW ")
@@ -206,7 +220,9 @@ void add_structure(FilePages& pages, std::uint64_t at, PhotographFacts& facts) {
 
 void add_remains(Span bytes, PhotographFacts& facts) {
     for (std::size_t at = 0; at < bytes.size(); ++at) {
-        add_patterns(bytes, at, facts);
+        if ((kRoles[bytes[at]] & kBeginsPattern) != 0) {
+            add_patterns(bytes, at, facts);
+        }
     }
 }
 
