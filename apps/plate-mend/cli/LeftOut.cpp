@@ -36,7 +36,7 @@ std::string describe_samples_left_out(const FileSelection& selection) {
     if (selection.results_left_out != 0) {
         kinds["results of plate-mend"] = selection.results_left_out;
     }
-    return describe_left_out(kinds, " that cannot be samples");
+    return describe_left_out(kinds, " of no use as a sample");
 }
 
 } // namespace plate_mend::host

@@ -10,7 +10,7 @@ namespace plate_mend::host {
 /// in folders, and how to have them tried; empty for none.
 [[nodiscard]] std::string describe_inputs_left_out(const FileSelection& selection);
 
-/// "5 files that cannot be samples are left out: 3 .jpg, 2 results of plate-mend"; empty for none.
+/// "5 files of no use as a sample are left out: 3 .jpg, 2 results of plate-mend"; empty for none.
 [[nodiscard]] std::string describe_samples_left_out(const FileSelection& selection);
 
 } // namespace plate_mend::host
