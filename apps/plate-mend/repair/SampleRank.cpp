@@ -62,12 +62,14 @@ SampleRank::Camera compare_cameras(const DamagedFacts& damaged, const SampleFact
     if (damaged.cameras.empty() || models.empty()) {
         return SampleRank::Camera::kUnknown;
     }
-    const auto same = std::find_if(models.begin(), models.end(), [&](const std::string& model) {
-        return damaged.cameras.count(model) != 0;
-    });
-    const bool is_same = same != models.end();
-    add_reason(why, (is_same ? "same camera (" + *same : "other camera (" + *models.begin()) + ")");
-    return is_same ? SampleRank::Camera::kSame : SampleRank::Camera::kOther;
+    std::string same; // Its longest name.
+    for (const std::string& model : models) {
+        if (damaged.cameras.count(model) != 0 && model.size() > same.size()) {
+            same = model;
+        }
+    }
+    add_reason(why, same.empty() ? "other camera (" + *models.begin() + ")" : "same camera (" + same + ")");
+    return !same.empty() ? SampleRank::Camera::kSame : SampleRank::Camera::kOther;
 }
 
 // The points are an order of what tells cameras and settings apart. Picture sizes say most, and a byte order
