@@ -74,8 +74,8 @@ std::optional<std::uint32_t> FilePages::u32(std::uint64_t offset, std::endian or
     return byte_reader::ByteReader(bytes(offset, sizeof(std::uint32_t)), order).u32(0);
 }
 
-bool FilePages::has(std::uint64_t offset, std::string_view wanted) {
-    return text(offset, wanted.size()) == wanted;
+bool FilePages::has(std::uint64_t offset, std::string_view text_there) {
+    return text(offset, text_there.size()) == text_there;
 }
 
 std::string FilePages::text(std::uint64_t offset, std::size_t count) {

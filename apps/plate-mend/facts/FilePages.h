@@ -38,7 +38,7 @@ class FilePages {
     [[nodiscard]] std::optional<std::uint8_t> u8(std::uint64_t offset);
     [[nodiscard]] std::optional<std::uint16_t> u16(std::uint64_t offset, std::endian order);
     [[nodiscard]] std::optional<std::uint32_t> u32(std::uint64_t offset, std::endian order);
-    [[nodiscard]] bool has(std::uint64_t offset, std::string_view text);
+    [[nodiscard]] bool has(std::uint64_t offset, std::string_view text_there);
 
     /// Up to `count` bytes as a text.
     [[nodiscard]] std::string text(std::uint64_t offset, std::size_t count);

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace plate_mend::host {
@@ -16,7 +16,12 @@ struct ImageCoding {
     std::uint32_t bits = 0;        ///< Per sample.
     std::uint32_t compression = 0; ///< The number of TIFF's Compression.
 
-    auto operator<=>(const ImageCoding&) const = default;
+    bool operator==(const ImageCoding&) const = default;
+    /// An order, for sets.
+    bool operator<(const ImageCoding& other) const {
+        return std::tie(width, height, bits, compression) <
+               std::tie(other.width, other.height, other.bits, other.compression);
+    }
 };
 
 /// What the bytes of a photograph say of its camera and settings, without decoding it.

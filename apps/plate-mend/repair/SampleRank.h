@@ -3,7 +3,6 @@
 #include "facts/Remains.h"
 #include "facts/SampleFacts.h"
 
-#include <compare>
 #include <cstdint>
 #include <filesystem>
 #include <set>
