@@ -3,7 +3,6 @@
 #include "files/Failures.h"
 #include "platform/Interrupt.h"
 #include "record/RunRecord.h"
-#include "repair/SampleCache.h"
 #include "text/Format.h"
 
 #include <algorithm>

@@ -7,6 +7,7 @@
 #include "record/Json.h"
 #include "text/Paths.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -164,12 +165,16 @@ SampleCache::SampleCache(fs::path folder) : folder_(std::move(folder)) {
     std::error_code none;
     for (fs::directory_iterator run(folder_.parent_path(), none); !none && run != fs::directory_iterator();
          run.increment(none)) {
-        load(run->path() / kFile);
+        if (run->path().filename() != folder_.filename()) {
+            unread_.push_back(run->path() / kFile);
+        }
     }
+    unread_.push_back(folder_ / kFile);
 }
 
-void SampleCache::load(const fs::path& file) {
-    const auto lines = intact_lines(file);
+void SampleCache::load_next() {
+    const auto lines = intact_lines(unread_.back());
+    unread_.pop_back();
     if (!lines) {
         return;
     }
@@ -177,25 +182,30 @@ void SampleCache::load(const fs::path& file) {
     for (std::string line; std::getline(stream, line);) {
         try {
             const Json json = Json::parse(line);
-            known_.insert_or_assign(unescaped_name(json.required_text("key")), sample_from(json));
+            known_.emplace(unescaped_name(json.required_text("key")), sample_from(json));
         } catch (const JsonError&) {
             return; // Another version's.
         }
     }
 }
 
-bool SampleCache::complete(SampleFacts& sample) const {
-    if (known_.empty()) {
-        return false;
+bool SampleCache::complete(SampleFacts& sample) {
+    const std::string key = platform::name_key(sample.path);
+    while (true) {
+        const auto [first, last] = known_.equal_range(key);
+        const auto found = std::find_if(first, last, [&](const auto& known) {
+            return known.second.size == sample.size && known.second.modified == sample.modified;
+        });
+        if (found != last) {
+            sample.kind = found->second.kind;
+            sample.photograph = found->second.photograph;
+            return true;
+        }
+        if (unread_.empty()) {
+            return false;
+        }
+        load_next();
     }
-    const auto found = known_.find(platform::name_key(sample.path));
-    if (found == known_.end() || found->second.size != sample.size ||
-        found->second.modified != sample.modified) {
-        return false;
-    }
-    sample.kind = found->second.kind;
-    sample.photograph = found->second.photograph;
-    return true;
 }
 
 void SampleCache::save(const std::vector<SampleFacts>& samples) const {

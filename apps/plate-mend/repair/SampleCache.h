@@ -14,21 +14,22 @@ namespace plate_mend::host {
 /// version wrote, is ignored.
 class SampleCache {
   public:
-    /// Reads what all runs know that have their folders beside this one. Without a folder, nothing is known.
+    /// What this run knows, and those that have their folders beside it. Without a folder, nothing is known.
     explicit SampleCache(std::filesystem::path folder);
 
     /// Completes path and stamp of a sample by what is known about the rest: false if nothing is, or if its
-    /// size or time has changed.
-    [[nodiscard]] bool complete(SampleFacts& sample) const;
+    /// size or time has changed. What other runs know is read only when it is needed.
+    [[nodiscard]] bool complete(SampleFacts& sample);
 
     /// Writes what this run now knows, in one step. A cache that cannot be written is none.
     void save(const std::vector<SampleFacts>& samples) const;
 
   private:
-    void load(const std::filesystem::path& file);
+    void load_next();
 
-    std::filesystem::path folder_;             ///< Empty: nowhere.
-    std::map<std::string, SampleFacts> known_; ///< By name keys.
+    std::filesystem::path folder_;                  ///< Empty: nowhere.
+    std::vector<std::filesystem::path> unread_;     ///< Files of runs, this one's last.
+    std::multimap<std::string, SampleFacts> known_; ///< By name keys.
 };
 
 } // namespace plate_mend::host

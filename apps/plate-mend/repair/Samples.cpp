@@ -3,7 +3,6 @@
 #include "files/Failures.h"
 #include "files/Formats.h"
 #include "platform/Files.h"
-#include "repair/SampleCache.h"
 #include "repair/SampleRank.h"
 
 #include <algorithm>
@@ -52,8 +51,7 @@ DamagedFacts facts_of_damaged(const fs::path& path, const std::string& kind, con
 
 } // namespace
 
-Samples::Samples(const std::vector<fs::path>& files, const SampleCache& cache,
-                 const SampleListener& listener) {
+Samples::Samples(const std::vector<fs::path>& files, SampleCache cache, const SampleListener& listener) {
     bool is_new = false;
     samples_.reserve(files.size());
     try {

@@ -2,6 +2,7 @@
 
 #include "facts/Remains.h"
 #include "facts/SampleFacts.h"
+#include "repair/SampleCache.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,8 +13,6 @@
 #include <vector>
 
 namespace plate_mend::host {
-
-class SampleCache;
 
 /// An intact photograph whose structure a repair may use, and why it has its rank.
 struct RankedSample {
@@ -29,7 +28,7 @@ class Samples {
   public:
     /// Reads the heads of the files that the cache does not know, and completes the cache. Throws
     /// Interrupted, and what the listener throws.
-    Samples(const std::vector<std::filesystem::path>& files, const SampleCache& cache,
+    Samples(const std::vector<std::filesystem::path>& files, SampleCache cache,
             const SampleListener& listener);
 
     /// The samples for a damaged file of a kind, as kind_of returns it, the likeliest first: those of the

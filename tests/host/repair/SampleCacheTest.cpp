@@ -85,6 +85,16 @@ TEST_F(SampleCaches, OtherRunsIntoTheSameFolderKnowThem) {
     EXPECT_THAT(first_reason(SampleCache(folder_ / "elsewhere" / "run")), Not(StartsWith("same camera")));
 }
 
+TEST_F(SampleCaches, WhatAnotherRunHasReadSinceIsFound) {
+    (void)read(SampleCache(run_));
+    write_file(own_, joined(read_file(own_), {0}));
+    (void)read(SampleCache(other_run_));
+    SampleFacts own = stamped_sample(own_);
+    SampleFacts other = stamped_sample(other_);
+    EXPECT_TRUE(SampleCache(run_).complete(own));
+    EXPECT_TRUE(SampleCache(run_).complete(other));
+}
+
 TEST_F(SampleCaches, EveryFactIsRemembered) {
     const ArwPhoto arw({.number = 4});
     write_file(own_, arw.bytes);

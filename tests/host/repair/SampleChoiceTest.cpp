@@ -106,12 +106,12 @@ TEST_F(SampleChoice, AnyTraceOfTheCameraCounts) {
     add_sample("own.nef", photo_of("NIKON D1", 2));
     using namespace std::string_literals;
     for (const std::string& text : {"NIKON D1\0"s, "NIKON D1     \0"s, "x\x01NIKON D1\0"s,
-                                    "<tiff:Model>NIKON D1</tiff:Model>"s, " tiff:Model=\"NIKON D1\" "s}) {
+                                    "<tiff:Model>NIKON D1</tiff:Model>"s, R"( tiff:Model="NIKON D1" )"s}) {
         const auto ranked = ranked_for(trace(text));
         EXPECT_EQ(ranked.front().path.filename(), "own.nef") << text;
         EXPECT_THAT(ranked.front().why, StartsWith("same camera (NIKON D1)")) << text;
     }
-    for (const std::string& text : {"NIKON D1"s, "NIKON D1X\0"s, "MYNIKON D1\" "s, ""s}) {
+    for (const std::string& text : {"NIKON D1"s, "NIKON D1X\0"s, R"(MYNIKON D1" )"s, ""s}) {
         const auto ranked = ranked_for(trace(text));
         EXPECT_EQ(ranked.front().path.filename(), "IMG_0041.nef") << text;
         EXPECT_THAT(ranked.front().why, Not(HasSubstr("camera"))) << text;

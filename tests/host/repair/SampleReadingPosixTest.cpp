@@ -105,7 +105,7 @@ TEST_F(SampleReading, IsBoundedWhateverAFileSays) {
                       joined({0x4A, 1, 4, 0, 16, 0, 0, 0},
                              u32_bytes({static_cast<std::uint32_t>(at + 4000)}, ByteOrder::kLittle)));
         }
-        for (std::uint32_t sub = 0; sub < 16; ++sub) {
+        for (std::size_t sub = 0; sub < 16; ++sub) {
             put_u32(hostile, at + 4000 + 4 * sub,
                     static_cast<std::uint32_t>((at + 40'000 * (sub + 1)) % hostile.size()),
                     ByteOrder::kLittle);
