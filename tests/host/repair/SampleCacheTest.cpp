@@ -117,6 +117,10 @@ TEST_F(SampleCaches, ChangedSamplesAreReadAgain) {
     write_file(own_, joined(zeroed(read_file(own_), 0, 8), {0}));
     EXPECT_THAT(first_reason(SampleCache(run_)), Not(StartsWith("same camera")));
     const auto time = fs::last_write_time(other_);
+    SampleFacts longer = stamped_sample(other_);
+    ASSERT_TRUE(SampleCache(run_).complete(longer));
+    ++longer.size; // At the same time.
+    EXPECT_FALSE(SampleCache(run_).complete(longer));
     write_file(other_, zeroed(read_file(other_), 0, 8)); // As long as before, but later.
     fs::last_write_time(other_, time + std::chrono::seconds(2));
     SampleFacts sample = stamped_sample(other_);
