@@ -9,10 +9,11 @@ if(PART STREQUAL "Host")
     set(common "")
     set(table
         "cli: repair report record files text platform"
-        "repair: judge diagnose report record files text platform"
+        "repair: judge diagnose facts report record files text platform"
         "report: record files text platform"
         "judge: record files text platform"
         "diagnose: record files text platform"
+        "facts: files text platform"
         "record: files text platform"
         "files: text platform"
         "text: platform"

@@ -130,6 +130,57 @@ TEST_F(Batch, SamplesAreKnownByTheirContent) {
     EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
 }
 
+TEST_F(Batch, SamplesOfAFolderAreItsPhotographs) {
+    put("card/a.arw", damaged);
+    put("good/day 1/f1.dat", sample.bytes);
+    put("good/day 1/f1.xmp", {'<'});
+    put("good/old.repaired.arw", original.bytes);
+    put("good/notes.txt", {'a'});
+    for (const char* option : {"--sample", "--samples"}) {
+        EXPECT_EQ(run({"repair", "--force", option, in("good"), "--out", in("mended"), in("card")}), 0)
+            << err;
+        EXPECT_EQ(decode_raw(folder / "mended" / "a.arw"), decode_raw(original.bytes));
+        EXPECT_THAT(err, HasSubstr("good: 3 files of no use as a sample are left out: 1 .txt, 1 companions "
+                                   "of photographs, 1 results of plate-mend"))
+            << option;
+    }
+}
+
+TEST_F(Batch, FolderOfSamplesWithoutAPhotographIsAnError) {
+    put("card/a.arw", damaged);
+    put("good/notes.txt", {'a'});
+    fs::create_directory(folder / "empty");
+    for (const char* option : {"--sample", "--samples"}) {
+        EXPECT_EQ(run({"repair", "-s", in("good.arw"), option, in("good"), in("card")}), 64);
+        EXPECT_THAT(err, HasSubstr("good: no photograph in this folder could be a sample; 1 file of no use "
+                                   "as a sample is left out: 1 .txt"));
+        EXPECT_EQ(run({"repair", option, in("empty"), in("card")}), 64);
+        EXPECT_THAT(err, HasSubstr("empty: no photograph in this folder could be a sample"));
+        EXPECT_EQ(run({"repair", option, in("nowhere"), in("card")}), 64);
+        EXPECT_THAT(err, HasSubstr("nowhere: no such file"));
+    }
+    EXPECT_THAT(files_below("card"), ElementsAre("a.arw"));
+}
+
+TEST_F(Batch, RememberedSamplesAreInTheFolderOfResultsAlone) {
+    put("card/a.arw", damaged);
+    put("good/b.arw", sample.bytes);
+    put("good/c.arw", ArwPhoto(ArwPhoto::Options{.number = 5}).bytes);
+    EXPECT_EQ(run({"repair", "-s", in("good"), in("card")}), 0) << err;
+    EXPECT_THAT(names(), ElementsAre("card", "good", "good.arw"));
+    EXPECT_THAT(files_below("good"), ElementsAre("b.arw", "c.arw"));
+    EXPECT_EQ(run({"repair", "-s", in("good"), "--out", in("mended"), in("card")}), 0) << err;
+    const fs::path lines = folder / "mended" / ".plate-mend" / "run" / "samples.jsonl";
+    ASSERT_TRUE(fs::exists(lines));
+    const auto written = fs::last_write_time(lines);
+    EXPECT_EQ(run({"repair", "--resume", "-s", in("good"), "--out", in("mended"), in("card")}), 0) << err;
+    EXPECT_EQ(run({"repair", "--force", "--task", "2", "-s", in("good"), "--out", in("mended"), in("card")}),
+              0)
+        << err;
+    EXPECT_EQ(fs::last_write_time(lines), written);
+    EXPECT_FALSE(fs::exists(folder / "mended" / ".plate-mend" / "2" / "samples.jsonl")) << "nothing is new";
+}
+
 TEST_F(Batch, SecondRunOverAFolderLeavesResultsOfTheFirstAlone) {
     put("card/a.arw", damaged);
     EXPECT_EQ(run({"repair", "-s", in("good.arw"), in("card")}), 0);
@@ -172,7 +223,9 @@ TEST_F(Batch, FittingSampleIsTakenAndTheOthersAreListed) {
 
 TEST_F(Batch, NextSampleIsTriedIfTheFirstFails) {
     fs::create_directory(folder / "good");
-    put("good/broken_0001.arw", zeroed(sample.bytes, 0, 1000)); // Nearest by its name, and no good.
+    Bytes undecodable = sample.bytes; // Nearest by its name, and of a compression that nothing decodes.
+    put_u16(undecodable, sample.sub_ifd.value(259), 5, ByteOrder::kLittle);
+    put("good/broken_0001.arw", undecodable);
     put("good/other_0009.arw", sample.bytes);
     put("card/broken_0002.arw", damaged);
     EXPECT_EQ(run({"repair", "--samples", in("good"), "--out", in("mended"), "--json", in("records.jsonl"),

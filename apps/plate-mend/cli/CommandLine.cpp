@@ -57,8 +57,10 @@ void add_limit_options(CLI::App& command, LimitOptions& limits) {
 void add_repair_inputs(CLI::App& command, RepairOptions& options) {
     command.add_option("PATH", options.paths, "Damaged photographs, and folders of them");
     command
-        .add_option("-s,--sample", options.samples,
-                    "An intact photograph from the same camera; may be repeated (default: none)")
+        .add_option(
+            "-s,--sample", options.samples,
+            "An intact photograph from the same camera, or a folder of them; may be repeated (default: "
+            "none)")
         ->allow_extra_args(false); // The next word is a path.
     command
         .add_option(

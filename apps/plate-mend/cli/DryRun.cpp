@@ -60,7 +60,8 @@ struct Need {
 class DryRun {
   public:
     DryRun(const RepairSelection& selection, const RepairOptions& options, RunRecord* record)
-        : selection_(selection), options_(options), record_(record), samples_(selection.samples) {}
+        : selection_(selection), options_(options), record_(record),
+          samples_(selection.samples, SampleCache({}), [](std::size_t /*done*/, std::size_t /*total*/) {}) {}
 
     int run() {
         for (const PlannedFile& file : selection_.files) {

@@ -201,25 +201,27 @@ class Repair {
                               log_ ? &*log_ : nullptr);
         Reports reports({options_.json, options_.csv, options_.report, options_.quiet},
                         selection_.files.size(), [this](const fs::path& path) { return open_report(path); });
-        const BatchEnd end = run_batch({.files = selection_.files,
-                                        .samples = selection_.samples,
-                                        .inputs = selection_.inputs,
-                                        .workers = workers,
-                                        .repair = {.work = record_ ? record_->folder() : fs::path(),
-                                                   .force = options_.force,
-                                                   .resume = options_.resume,
-                                                   .fill = !options_.no_fill,
-                                                   .fallback = !options_.no_fallback,
-                                                   .pictures = !options_.report.empty(),
-                                                   .most_samples = options_.most_samples},
-                                        .jobs = jobs_of(options_),
-                                        .record = record_ ? &*record_ : nullptr},
-                                       {[&](const Input& input) { reports.begin(utf8_from(input.path)); },
-                                        [&](const Record& record, bool is_new) {
-                                            status_ = std::max(status_, status_of(record.verdict));
-                                            reports.add(record, is_new);
-                                        },
-                                        [&](const std::string& problem) { notes_.add(problem); }});
+        const BatchEnd end =
+            run_batch({.files = selection_.files,
+                       .samples = selection_.samples,
+                       .inputs = selection_.inputs,
+                       .workers = workers,
+                       .repair = {.work = record_ ? record_->folder() : fs::path(),
+                                  .force = options_.force,
+                                  .resume = options_.resume,
+                                  .fill = !options_.no_fill,
+                                  .fallback = !options_.no_fallback,
+                                  .pictures = !options_.report.empty(),
+                                  .most_samples = options_.most_samples},
+                       .jobs = jobs_of(options_),
+                       .record = record_ ? &*record_ : nullptr},
+                      {[&](std::size_t done, std::size_t total) { reports.read_samples(done, total); },
+                       [&](const Input& input) { reports.begin(utf8_from(input.path)); },
+                       [&](const Record& record, bool is_new) {
+                           status_ = std::max(status_, status_of(record.verdict));
+                           reports.add(record, is_new);
+                       },
+                       [&](const std::string& problem) { notes_.add(problem); }});
         reports.close({.files = selection_.files.size(),
                        .stopped = end != BatchEnd::kDone,
                        .resumable = record_.has_value(),

@@ -13,8 +13,8 @@ namespace plate_mend::host {
 /// What to repair, with which samples, and what to report.
 struct RepairOptions {
     std::vector<std::string> paths;          ///< Damaged files, and folders of them.
-    std::vector<std::string> samples;        ///< Intact photographs.
-    std::vector<std::string> sample_folders; ///< Folders of intact photographs.
+    std::vector<std::string> samples;        ///< Intact photographs, and folders of them.
+    std::vector<std::string> sample_folders; ///< Likewise.
     std::vector<std::string> extensions;     ///< Taken from folders; empty: by content.
     std::string files_from;                  ///< A list of further paths; empty: none.
     bool list_ends_in_null = false;          ///< Each path of the list ends in a NUL byte, not with its line.

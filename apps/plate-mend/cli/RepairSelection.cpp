@@ -1,17 +1,17 @@
 #include "cli/RepairSelection.h"
 
+#include "cli/LeftOut.h"
 #include "cli/PathList.h"
+#include "cli/SampleSelection.h"
 #include "cli/UsageError.h"
 #include "files/FileList.h"
 #include "files/Formats.h"
 #include "report/Notes.h"
-#include "text/Format.h"
 #include "text/Paths.h"
 
 #include <algorithm>
 #include <iterator>
-#include <map>
-#include <system_error>
+#include <utility>
 
 namespace plate_mend::host {
 
@@ -36,21 +36,6 @@ std::vector<std::string> parse_extensions(const RepairOptions& options) {
         extensions.push_back(extension_of(path_from("x." + text.substr(letters))));
     }
     return extensions;
-}
-
-/// "5 files without a sign of a RAW photograph are left out: 3 .jpg, 2 without extension" and what to do;
-/// empty for none.
-std::string describe_left_out(const std::map<std::string, std::size_t>& kinds) {
-    std::size_t all = 0;
-    std::vector<std::string> texts;
-    for (const auto& [kind, count] : kinds) {
-        all += count;
-        texts.push_back(std::to_string(count) + " " + kind);
-    }
-    return all == 0 ? ""
-                    : format_count(all, "file") + " without a sign of a RAW photograph " +
-                          (all == 1 ? "is" : "are") + " left out: " + join(texts, ", ") +
-                          " (name them, or their extension with --ext, to try them all the same)";
 }
 
 /// The work of one call of select_photographs.
@@ -80,7 +65,7 @@ class Selector {
         }
         FileSelection found =
             list(paths, {parse_extensions(options_), path_from(options_.root), path_from(options_.out)});
-        const std::string left_out = describe_left_out(found.left_out);
+        const std::string left_out = describe_inputs_left_out(found);
         if (found.files.empty()) {
             throw UsageError("no damaged photograph was found" +
                              (left_out.empty() ? left_out : "; " + left_out));
@@ -101,20 +86,14 @@ class Selector {
     }
 
     void find_samples() {
-        selection_.samples = parse_paths(options_.samples);
-        for (const Input& input :
-             list(parse_paths(options_.sample_folders), {{}, {}, path_from(options_.out)}).files) {
-            selection_.samples.push_back(input.path);
+        std::vector<std::string> names = options_.samples;
+        names.insert(names.end(), options_.sample_folders.begin(), options_.sample_folders.end());
+        SampleSelection found = select_samples(parse_paths(names), path_from(options_.out));
+        add_notes(found.notes, found.problems);
+        if (!found.refusal.empty()) {
+            throw UsageError(found.refusal);
         }
-        for (const fs::path& sample : selection_.samples) {
-            std::error_code none;
-            if (!fs::is_regular_file(sample, none)) {
-                throw UsageError(utf8_from(sample) + ": no such file");
-            }
-        }
-        if (selection_.samples.empty()) {
-            throw UsageError("there is no sample; name one with --sample or a folder of them with --samples");
-        }
+        selection_.samples = std::move(found.files);
     }
 
     void protect(const std::vector<Input>& damaged) {
@@ -132,14 +111,18 @@ class Selector {
     /// Lists files. Prints notes and problems.
     FileSelection list(const std::vector<fs::path>& paths, const FileFilter& filter) {
         FileSelection found = files_in(paths, filter);
-        for (const std::string& note : found.notes) {
+        add_notes(found.notes, found.problems);
+        return found;
+    }
+
+    void add_notes(const std::vector<std::string>& notes, const std::vector<std::string>& problems) {
+        for (const std::string& note : notes) {
             notes_.add(note);
         }
-        for (const std::string& problem : found.problems) {
+        for (const std::string& problem : problems) {
             notes_.add(problem);
             selection_.has_unread_folders = true;
         }
-        return found;
     }
 
     const RepairOptions& options_;

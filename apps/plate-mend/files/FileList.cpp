@@ -1,5 +1,6 @@
 #include "files/FileList.h"
 
+#include "files/Failures.h"
 #include "files/Formats.h"
 #include "files/Kind.h"
 #include "platform/Names.h"
@@ -93,6 +94,13 @@ class Selector {
     }
 
   private:
+    /// What is in a folder.
+    struct Found {
+        fs::path path;
+        std::string kind; ///< Of a file.
+        bool is_folder = false;
+    };
+
     static fs::path common_root(const std::vector<fs::path>& paths) {
         fs::path root;
         for (const fs::path& path : paths) {
@@ -104,16 +112,18 @@ class Selector {
         return root;
     }
 
-    void add(const fs::path& path) {
+    void add(const fs::path& path) { add(path, kind_of(path)); }
+
+    void add(const fs::path& path, const std::string& kind) {
         if (!seen_.insert(platform::name_key(path)).second) {
             selection_.notes.push_back(utf8_from(path) + ": is named more than once; it is used once");
             return;
         }
         const fs::path below = path_below_root(path);
         if (!below.empty()) {
-            selection_.files.push_back({path, below, "", kind_of(path)});
+            selection_.files.push_back({path, below, "", kind});
         } else if (filter_.root.empty()) { // Nothing in common: other drives.
-            selection_.files.push_back({path, path.filename(), "", kind_of(path)});
+            selection_.files.push_back({path, path.filename(), "", kind});
         } else {
             selection_.files.push_back(
                 {path, path.filename(), "is not below --root " + utf8_from(filter_.root)});
@@ -131,12 +141,9 @@ class Selector {
         return !left_out_.empty() && platform::name_key(folder) == left_out_;
     }
 
-    [[nodiscard]] bool is_wanted(const fs::path& file) const {
+    [[nodiscard]] bool has_wanted_extension(const fs::path& file) const {
         const std::vector<std::string>& extensions = filter_.extensions;
-        if (!extensions.empty()) {
-            return std::find(extensions.begin(), extensions.end(), extension_of(file)) != extensions.end();
-        }
-        return !is_companion(file) && !kind_of(file).empty();
+        return std::find(extensions.begin(), extensions.end(), extension_of(file)) != extensions.end();
     }
 
     void leave_out(const fs::path& file) {
@@ -152,46 +159,50 @@ class Selector {
                                        ": is the folder of results; its files are not inputs");
             return;
         }
-        std::vector<fs::path> files;
-        std::vector<fs::path> folders;
+        std::vector<Found> found;
         std::error_code error;
         for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
              entry.increment(error)) {
+            check_interruption();
             std::error_code none; // A loop of links is neither.
             if (entry->is_directory(none)) {
                 if (!is_hidden(entry->path()) && !entry->is_symlink(none) && !is_left_out(entry->path())) {
-                    folders.push_back(entry->path());
+                    found.push_back({entry->path(), "", true});
                 }
-            } else if (entry->is_regular_file(none) && !is_our_own(entry->path())) {
-                if (is_wanted(entry->path())) {
-                    files.push_back(entry->path());
-                } else if (filter_.extensions.empty()) {
-                    leave_out(entry->path());
-                }
+            } else if (entry->is_regular_file(none)) {
+                add_if_wanted(entry->path(), found);
             }
         }
         if (error) {
             selection_.problems.push_back(utf8_from(folder) + ": cannot be read: " + error.message());
         }
-        add_sorted(files, folders);
+        std::sort(found.begin(), found.end(),
+                  [](const Found& one, const Found& other) { return one.path < other.path; });
+        for (const Found& one : found) {
+            if (one.is_folder) {
+                add_folder(one.path);
+            } else {
+                add(one.path, one.kind);
+            }
+        }
     }
 
-    void add_sorted(const std::vector<fs::path>& files, const std::vector<fs::path>& folders) {
-        std::vector<std::pair<fs::path, bool>> all;
-        all.reserve(files.size() + folders.size());
-        for (const fs::path& file : files) {
-            all.emplace_back(file, false);
+    void add_if_wanted(const fs::path& file, std::vector<Found>& found) {
+        if (is_our_own(file)) {
+            ++selection_.results_left_out;
+            return;
         }
-        for (const fs::path& folder : folders) {
-            all.emplace_back(folder, true);
-        }
-        std::sort(all.begin(), all.end());
-        for (const auto& [path, is_folder] : all) {
-            if (is_folder) {
-                add_folder(path);
-            } else {
-                add(path);
+        if (!filter_.extensions.empty()) {
+            if (has_wanted_extension(file)) {
+                found.push_back({file, kind_of(file), false});
             }
+            return;
+        }
+        const std::string kind = is_companion(file) ? "" : kind_of(file);
+        if (kind.empty()) {
+            leave_out(file);
+        } else {
+            found.push_back({file, kind, false});
         }
     }
 

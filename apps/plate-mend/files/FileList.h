@@ -32,13 +32,15 @@ struct FileSelection {
     /// "without extension" or "companions of photographs". Results of this program do not count. Empty if the
     /// filter names extensions.
     std::map<std::string, std::size_t> left_out;
+    std::size_t results_left_out = 0; ///< Results of this program in folders.
 };
 
 /// The files that were named, and the RAW photographs in folders, whatever their names and at any depth,
 /// sorted by path. With extensions, only the files of folders that have one of them. Links to folders are not
 /// followed. In folders, companions of photographs, hidden folders and results of this program
 /// (NAME.repaired.EXT, NAME.salvaged.jpg) are left out. A file that was named twice is taken once. A path at
-/// which nothing exists stays in the list, for the report; a file outside the root gets a problem.
+/// which nothing exists stays in the list, for the report; a file outside the root gets a problem. Throws
+/// Interrupted.
 [[nodiscard]] FileSelection files_in(const std::vector<std::filesystem::path>& paths,
                                      const FileFilter& filter);
 

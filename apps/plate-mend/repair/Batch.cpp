@@ -28,8 +28,9 @@ class Batch {
   public:
     Batch(const BatchRequest& request, const BatchListener& listener)
         : request_(request), listener_(listener),
-          samples_(request.samples), tools_{samples_, checks_, request.workers, request.inputs,
-                                            request.record} {}
+          samples_(request.samples, SampleCache(request.record == nullptr ? "" : request.record->folder()),
+                   listener.reads_samples),
+          tools_{samples_, checks_, request.workers, request.inputs, request.record} {}
 
     BatchEnd run() {
         const std::size_t wanted = std::min<std::size_t>(std::max(1U, request_.jobs), request_.files.size());

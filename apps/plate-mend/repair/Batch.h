@@ -3,6 +3,7 @@
 #include "repair/FileRepair.h"
 #include "repair/Workers.h"
 
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct BatchRequest {
 
 /// Is notified of the progress. Calls come one at a time.
 struct BatchListener {
+    /// Before each sample is read, and after the last one: how many are done, of how many.
+    std::function<void(std::size_t done, std::size_t total)> reads_samples;
     std::function<void(const Input& input)> begins;
     /// In no particular order. A record that is not new is from an earlier run.
     std::function<void(const Record& record, bool is_new)> ends;

@@ -1,9 +1,14 @@
 #pragma once
 
-#include "repair/FileFacts.h"
+#include "facts/Remains.h"
+#include "facts/SampleFacts.h"
+#include "repair/SampleCache.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,20 +17,26 @@ namespace plate_mend::host {
 /// An intact photograph whose structure a repair may use, and why it has its rank.
 struct RankedSample {
     std::filesystem::path path;
-    std::string why; ///< "same picture sizes, same byte order, size within 2 %", for reports.
+    std::string why; ///< "same camera (NIKON D1), same picture sizes, length within 2 %", for reports.
 };
+
+/// Is called before each sample is read, and after the last one: how many are done, of how many.
+using SampleListener = std::function<void(std::size_t done, std::size_t total)>;
 
 /// The intact photographs of a batch.
 class Samples {
   public:
-    /// Reads the beginning of each file once. Throws Interrupted.
-    explicit Samples(const std::vector<std::filesystem::path>& files);
+    /// Reads the heads of the files that the cache does not know, and completes the cache. Throws
+    /// Interrupted, and what the listener throws.
+    Samples(const std::vector<std::filesystem::path>& files, SampleCache cache,
+            const SampleListener& listener);
 
-    /// The samples of a kind, as kind_of returns it, the likeliest first: those that share the damaged file's
-    /// picture sizes and byte order, as far as these survive, then those of about its size, and with a
-    /// similar name and date. Then, since an extension may be wrong, samples of other kinds: those that share
-    /// its picture sizes, or all if there is none of its kind. Never the damaged file itself. Only the copy
-    /// is read, not the damaged file.
+    /// The samples for a damaged file of a kind, as kind_of returns it, the likeliest first: those of the
+    /// camera that it names in any way, then those of which that is not known, then those of others. Among
+    /// these, those of its kind first, and then by what survives of it: maker, picture sizes, byte order,
+    /// bits and compression, tables of previews, firmware; by its length, name and date. Samples of other
+    /// kinds that share neither camera nor picture size are left out, unless there are no others. Never the
+    /// damaged file itself. Only the copy is read, not the damaged file. Throws Interrupted.
     [[nodiscard]] std::vector<RankedSample> ranked_for(const std::filesystem::path& damaged,
                                                        const std::string& kind,
                                                        const std::filesystem::path& copy) const;
@@ -34,7 +45,11 @@ class Samples {
     [[nodiscard]] std::uint64_t longest_for(const std::string& kind) const;
 
   private:
-    std::vector<FileFacts> facts_;
+    void learn_texts();
+
+    std::vector<SampleFacts> samples_;
+    KnownTexts texts_;             ///< What samples are called by, to be searched for in damaged files.
+    std::set<std::string> models_; ///< Those of the texts that are cameras.
 };
 
 } // namespace plate_mend::host

@@ -65,6 +65,10 @@ std::string progress_line(const ProgressState& state, std::size_t columns) {
     return cut_to_columns(line, columns);
 }
 
+std::string samples_line(std::uint64_t done, std::uint64_t total, std::size_t columns) {
+    return cut_to_columns("Samples: " + std::to_string(done) + " of " + std::to_string(total), columns);
+}
+
 std::string file_line(const Record& record) {
     std::string line = record.damaged.path + ": " + describe(record.verdict);
     if (!record.problem.empty()) {
@@ -102,6 +106,15 @@ Progress::Progress(std::ostream& stream, Style style, std::uint64_t total, Colum
     state_.total = total;
 }
 
+void Progress::read_samples(std::uint64_t done, std::uint64_t total) {
+    if (done == total) {
+        clear();
+        began_ = clock_();
+    } else if (is_time_to_draw(!on_display_)) {
+        show(samples_line(done, total, usable_columns()));
+    }
+}
+
 void Progress::begin(const std::string& path) {
     state_.current = path;
     draw(!on_display_);
@@ -125,17 +138,26 @@ void Progress::finish() {
 }
 
 void Progress::draw(bool at_once) {
-    const auto now = clock_();
-    if (style_ != Style::kTerminal || (!at_once && now - drawn_ < kBetweenDraws)) {
-        return;
+    if (is_time_to_draw(at_once)) {
+        state_.seconds = std::chrono::duration<double>(clock_() - began_).count();
+        show(progress_line(state_, usable_columns()));
     }
+}
+
+bool Progress::is_time_to_draw(bool at_once) const {
+    return style_ == Style::kTerminal && (at_once || clock_() - drawn_ >= kBetweenDraws);
+}
+
+std::size_t Progress::usable_columns() const {
     const std::size_t columns = columns_();
-    state_.seconds = std::chrono::duration<double>(now - began_).count();
+    return columns > 0 ? columns - 1 : 0; // Many terminals go to the next line after the last one.
+}
+
+void Progress::show(const std::string& line) {
     clear();
-    // The last column stays free: many terminals go to the next line there.
-    stream_ << progress_line(state_, columns > 0 ? columns - 1 : 0) << std::flush;
+    stream_ << line << std::flush;
     on_display_ = true;
-    drawn_ = now;
+    drawn_ = clock_();
 }
 
 void Progress::clear() {

@@ -25,6 +25,9 @@ struct ProgressState {
 /// IMG_0042.ARW". The name is shortened first, then the end of the line.
 [[nodiscard]] std::string progress_line(const ProgressState& state, std::size_t columns);
 
+/// The line for a terminal while samples are read, cut likewise: "Samples: 120 of 3000".
+[[nodiscard]] std::string samples_line(std::uint64_t done, std::uint64_t total, std::size_t columns);
+
 /// The line of one file for a log or a pipe: "IMG_0042.ARW: whole, written to out/IMG_0042.repaired.ARW,
 /// sample IMG_0007.ARW". Control characters in names are replaced.
 [[nodiscard]] std::string file_line(const Record& record);
@@ -48,6 +51,10 @@ class Progress {
     Progress(std::ostream& stream, Style style, std::uint64_t total, Columns columns,
              Clock clock = std::chrono::steady_clock::now);
 
+    /// Samples are read before any work begins: how many are done, of how many. Drawn likewise, on a terminal
+    /// only; the time that it takes is no part of the run's.
+    void read_samples(std::uint64_t done, std::uint64_t total);
+
     /// The work on a file begins. The terminal's line is drawn at most ten times a second.
     void begin(const std::string& path);
 
@@ -59,6 +66,9 @@ class Progress {
 
   private:
     void draw(bool at_once);
+    [[nodiscard]] bool is_time_to_draw(bool at_once) const;
+    [[nodiscard]] std::size_t usable_columns() const;
+    void show(const std::string& line);
     void clear();
 
     std::ostream& stream_;

@@ -32,6 +32,9 @@ class Reports {
     /// Starts them, for a run over this many files. Throws what the opener throws, and MachineFailure.
     Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open);
 
+    /// Samples are read: how many are done, of how many.
+    void read_samples(std::uint64_t done, std::uint64_t total) { progress_.read_samples(done, total); }
+
     /// The work on a file begins.
     void begin(const std::string& path) { progress_.begin(path); }
 

@@ -130,6 +130,28 @@ TEST_F(ProgressOn, TerminalHasOneLineThatIsOverwritten) {
     EXPECT_EQ(stream.str(), "[0/3]: a.arw\r\x1B[K[1/3] 2.0/s, 1 s left, 1 whole: a.arw\r\x1B[K");
 }
 
+TEST_F(ProgressOn, SamplesHaveALineOfTheirOwnBeforeTheWork) {
+    auto terminal = progress(Progress::Style::kTerminal);
+    for (std::uint64_t done = 0; done < 3; ++done, now += milliseconds(100)) {
+        terminal.read_samples(done, 3);
+    }
+    EXPECT_EQ(stream.str(), "Samples: 0 of 3\r\x1B[KSamples: 1 of 3\r\x1B[KSamples: 2 of 3");
+    stream.str("");
+    now += std::chrono::hours(1);
+    terminal.read_samples(3, 3);
+    EXPECT_EQ(stream.str(), "\r\x1B[K");
+    now += milliseconds(500);
+    terminal.end(test::small_record("a.arw", Verdict::kWhole));
+    EXPECT_THAT(stream.str(), HasSubstr("[1/3] 2.0/s")) << "the hour is no part of the work";
+    for (const auto style : {Progress::Style::kLines, Progress::Style::kQuiet}) {
+        stream.str("");
+        progress(style).read_samples(1, 3);
+        EXPECT_EQ(stream.str(), "");
+    }
+    EXPECT_EQ(samples_line(120, 3000, 80), "Samples: 120 of 3000");
+    EXPECT_EQ(samples_line(120, 3000, 10).size(), 10U);
+}
+
 TEST_F(ProgressOn, TerminalIsNotDrawnMoreThanTenTimesASecond) {
     auto terminal = progress(Progress::Style::kTerminal);
     terminal.begin("a.arw");
