@@ -138,7 +138,7 @@ struct RunRecord::Report {
     std::int64_t changed = 0;
 
     [[nodiscard]] bool is(const platform::FileStamp& stamp) const {
-        return volume == stamp.volume && index == stamp.index && stamp.links == 1 &&
+        return volume == stamp.volume && index == stamp.index && (stamp.links == 1 || stamp.folder) &&
                (!size || (*size == stamp.size && modified == stamp.modified && changed == stamp.changed));
     }
 };
