@@ -90,7 +90,7 @@ std::string policy() {
            source_of(kHtmlStyle) + "; script-src " + source_of(kHtmlScript);
 }
 
-std::string head() {
+std::string head_html() {
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
            "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
            policy() +
@@ -191,7 +191,7 @@ void HtmlReport::write_contents() {
 }
 
 void HtmlReport::write_page(bool interrupted) {
-    write(head() + "<body data-pictures=\"" + (embeds() ? "" : pictures_address_) + "\">\n" +
+    write(head_html() + "<body data-pictures=\"" + (embeds() ? "" : pictures_address_) + "\">\n" +
           header(interrupted) + kHtmlTools);
     for (const auto& [folder, group] : groups_) {
         write_group(folder, group);

@@ -24,7 +24,7 @@ std::string address_of(const fs::path& path) {
 }
 
 /// The whole path without dots. A browser drops ".." with the name before it, even where that is a link.
-fs::path plain(const fs::path& path) {
+fs::path plain_path(const fs::path& path) {
     std::error_code error;
     const fs::path whole = fs::absolute(path, error);
     const bool climbs = std::find(whole.begin(), whole.end(), "..") != whole.end();
@@ -82,10 +82,10 @@ std::string percent_encoded(std::string_view name) {
     return text;
 }
 
-Links::Links(const fs::path& folder) : folder_(plain(folder)) {}
+Links::Links(const fs::path& folder) : folder_(plain_path(folder)) {}
 
 std::string Links::to(const std::string& file) const {
-    const fs::path whole = plain(path_from(file));
+    const fs::path whole = plain_path(path_from(file));
     const fs::path relative = whole.lexically_relative(folder_);
     return relative.empty() ? absolute_address(whole) : address_of(relative);
 }

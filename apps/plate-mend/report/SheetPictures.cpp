@@ -15,32 +15,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kDigits = 32; ///< Of a picture's sum in its name.
-constexpr const char* kExtension = ".jpg";
-constexpr std::uintmax_t kLargest = std::uintmax_t{4}
-                                    << 20U; ///< Bytes; a picture of this program has far fewer.
+constexpr std::size_t kSumDigits = 32; ///< Of a picture's sum in its name.
+constexpr const char* kJpegExtension = ".jpg";
+constexpr std::uintmax_t kLargestPicture = std::uintmax_t{4}
+                                           << 20U; ///< Bytes; a picture of this program has far fewer.
 
 std::string name_for(std::string_view jpeg) {
     Sha256 sum;
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
     sum.add(reinterpret_cast<const unsigned char*>(jpeg.data()), jpeg.size());
-    return sum.hexadecimal().substr(0, kDigits) + kExtension;
+    return sum.hexadecimal().substr(0, kSumDigits) + kJpegExtension;
 }
 
 bool has_name_of_picture(const std::string& name) {
-    return name.size() > kDigits && name.substr(kDigits) == kExtension &&
-           name.find_first_not_of("0123456789abcdef") == kDigits;
+    return name.size() > kSumDigits && name.substr(kSumDigits) == kJpegExtension &&
+           name.find_first_not_of("0123456789abcdef") == kSumDigits;
 }
 
 /// Whether an entry is a picture of a sheet, as it was written.
 bool is_picture(const fs::directory_entry& entry, const Protected& inputs) {
     const std::string name = utf8_from(entry.path().filename());
     return has_name_of_picture(name) && fs::is_regular_file(entry.symlink_status()) &&
-           !inputs.covers(entry.path()) && entry.file_size() <= kLargest &&
+           !inputs.covers(entry.path()) && entry.file_size() <= kLargestPicture &&
            name_for(read_small_file(entry.path())) == name;
 }
 
-std::string failure_at(const fs::path& path, const char* what) {
+std::string problem_at(const fs::path& path, const char* what) {
     return utf8_from(path) + ": " + what;
 }
 
@@ -59,20 +59,20 @@ std::optional<std::string> refuse_pictures(const fs::path& folder, const Protect
             return std::nullopt;
         }
         if (!fs::is_directory(fs::symlink_status(folder))) {
-            return failure_at(folder, "is not a folder, and the contact sheet's pictures need its name");
+            return problem_at(folder, "is not a folder, and the contact sheet's pictures need its name");
         }
         if (!may_replace) {
-            return failure_at(folder, "exists already; --force replaces it");
+            return problem_at(folder, "exists already; --force replaces it");
         }
         for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
             if (!is_picture(entry, inputs)) {
-                return failure_at(entry.path(), "is no picture of a contact sheet, so its folder is not "
+                return problem_at(entry.path(), "is no picture of a contact sheet, so its folder is not "
                                                 "replaced; name another contact sheet");
             }
         }
         return std::nullopt;
     } catch (const std::system_error& e) {
-        throw MachineFailure(failure_at(folder, "cannot be examined"), e.code());
+        throw MachineFailure(problem_at(folder, "cannot be examined"), e.code());
     }
 }
 
@@ -83,7 +83,7 @@ SheetPictures::SheetPictures(const fs::path& page, const Protected& inputs, bool
         fs::create_directory(growing());
         stamp_ = platform::stamp_of(growing()).value();
     } catch (const std::system_error& e) {
-        throw MachineFailure(failure_at(folder_, "cannot be written"), e.code());
+        throw MachineFailure(problem_at(folder_, "cannot be written"), e.code());
     }
 }
 
@@ -103,7 +103,7 @@ std::string SheetPictures::add(std::string_view jpeg) {
             platform::NewFile(file).write(reinterpret_cast<const unsigned char*>(jpeg.data()), jpeg.size());
         }
     } catch (const std::system_error& e) {
-        throw MachineFailure(failure_at(folder_, "cannot be written"), e.code());
+        throw MachineFailure(problem_at(folder_, "cannot be written"), e.code());
     }
     return name;
 }
@@ -111,7 +111,7 @@ std::string SheetPictures::add(std::string_view jpeg) {
 std::string SheetPictures::read(const std::string& name) const {
     std::string bytes = read_small_file(growing() / name);
     if (bytes.empty()) {
-        throw MachineFailure(failure_at(growing() / name, "cannot be read"));
+        throw MachineFailure(problem_at(growing() / name, "cannot be read"));
     }
     return bytes;
 }
@@ -127,7 +127,7 @@ void SheetPictures::publish() {
         platform::move_new(growing(), folder_);
     } catch (const std::system_error& e) {
         take_back();
-        throw MachineFailure(failure_at(folder_, "cannot be written"), e.code());
+        throw MachineFailure(problem_at(folder_, "cannot be written"), e.code());
     }
 }
 
