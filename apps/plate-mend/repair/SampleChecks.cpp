@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kSamplePictures = "samples";
+constexpr const char* kSampleFolder = "samples";
 
 } // namespace
 
@@ -63,7 +63,7 @@ void require_all_readable(const fs::path& sample) {
 SampleChecks::SampleChecks(const fs::path& work) {
     try {
         auto folder = std::make_unique<PrivateFolder>(work.empty() ? fs::temp_directory_path() : work);
-        fs::create_directory(folder->path() / kSamplePictures);
+        fs::create_directory(folder->path() / kSampleFolder);
         pictures_ = std::move(folder);
     } catch (const MachineFailure&) { // A contact sheet can do without.
         return;
@@ -78,7 +78,7 @@ std::shared_ptr<SampleChecks::Slot> SampleChecks::slot_of(const fs::path& sample
     if (slot == nullptr) {
         slot = std::make_shared<Slot>();
         if (pictures_ != nullptr) {
-            slot->picture = pictures_->path() / kSamplePictures / (std::to_string(slots_.size()) + ".jpg");
+            slot->picture = pictures_->path() / kSampleFolder / (std::to_string(slots_.size()) + ".jpg");
         }
     }
     return slot;

@@ -55,7 +55,7 @@ std::string bar_html(const Counts& counts) {
             before += count;
             const std::uint64_t end = std::max(before * kLength / counts.total(), left + kLeast);
             html += "<rect class=\"" + slug_of(verdict) + "\" x=\"" + std::to_string(left) + "\" width=\"" +
-                    std::to_string(end - left) + "\" height=\"10\"/>";
+                    std::to_string(end - left) + R"(" height="10"/>)";
         }
     }
     return html + "</svg>\n";
@@ -158,8 +158,9 @@ std::string HtmlReport::address_of(const std::string& picture) const {
 
 void HtmlReport::write_group(const std::string& folder, const Group& group) {
     const std::string name = escape(folder);
-    write("<details class=\"folder\" open data-folder=\"" + name + "\">\n<summary><h2>" + name + "</h2>" +
-          counts_html(group.counts) + "<output class=\"part\"></output></summary>\n<ul class=\"sheet\">\n");
+    write(R"(<details class="folder" open data-folder=")" + name + "\">\n<summary><h2>" + name + "</h2>" +
+          counts_html(group.counts) + R"(<output class="part"></output></summary>)" +
+          "\n<ul class=\"sheet\">\n");
     for (const Entry& entry : group.entries) {
         write(spool_->read(entry.tag) + (is_in_full() ? '\n' + content_of(entry) : "") + "</li>\n");
     }
@@ -207,7 +208,7 @@ void HtmlReport::write_page(bool interrupted) {
 /// Samples show the same pictures for many files, so these are in the page once.
 void HtmlReport::write_samples() {
     for (const std::string& sample : embeds() ? samples_ : std::set<std::string>()) {
-        write("<img hidden loading=\"lazy\" alt=\"\" id=\"" + sample + "\" src=\"" + address_of(sample) +
+        write(R"(<img hidden loading="lazy" alt="" id=")" + sample + "\" src=\"" + address_of(sample) +
               "\">\n");
     }
 }

@@ -69,14 +69,14 @@ std::string base64(std::string_view bytes) {
 
 std::string percent_encoded(std::string_view name) {
     constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-    constexpr const char* kDigits = "0123456789ABCDEF";
+    constexpr const char* kHexadecimal = "0123456789ABCDEF";
     std::string text;
     for (const char letter : name) {
         if (kPlain.find(letter) != std::string_view::npos) {
             text += letter;
         } else {
             const auto byte = static_cast<unsigned char>(letter);
-            text += {'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+            text += {'%', kHexadecimal[byte >> 4U], kHexadecimal[byte & 0xFU]};
         }
     }
     return text;

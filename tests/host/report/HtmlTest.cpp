@@ -68,7 +68,7 @@ class Html : public ::testing::Test {
     /// A report of pictures that take more than a page may.
     void write_large(char letter) const {
         HtmlReport report = start();
-        for (int count = 0; count < 3; ++count) {
+        for (std::size_t count = 0; count < 3; ++count) {
             Record record = test::small_record("a.arw", Verdict::kWhole);
             record.picture = picture(HtmlReport::kLargestPage / 4 + count, letter);
             report.add(record);
@@ -285,11 +285,11 @@ TEST_F(Html, EntriesOfManyFilesAreOneTextInTheOrderOfThePage) {
     }
     report.close();
     const std::string text = page();
-    const std::size_t begin = text.find("<script type=\"text/plain\" id=\"contents\">");
+    const std::size_t begin = text.find(R"(<script type="text/plain" id="contents">)");
     ASSERT_NE(begin, std::string::npos);
     EXPECT_EQ(text.substr(0, begin).find("class=\"mount\""), std::string::npos);
     std::size_t at = begin;
-    for (const std::uint64_t number : {1, 3, 5}) {
+    for (const int number : {1, 3, 5}) {
         at = text.find("aria-label=\"Show " + std::to_string(number) + ".arw, whole, large\"", at);
         ASSERT_NE(at, std::string::npos) << number;
     }

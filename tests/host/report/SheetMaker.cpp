@@ -113,7 +113,7 @@ Record lost(std::uint32_t number) {
 Record evil(std::uint32_t number) {
     Record record = lost(number);
     constexpr std::array kNames = {"<img src=x onerror=document.title='run'>.arw",
-                                   "\"onmouseover=\"document.title='run'\" x=\".arw",
+                                   R"("onmouseover="document.title='run'" x=".arw)",
                                    "javascript:document.title='run'", "a#b?c%41 \xC3\xA4 'q'.arw"};
     record.damaged.path = std::string("card/DCIM/100/") + kNames.at(number / 8 % kNames.size());
     return record;
