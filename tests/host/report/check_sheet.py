@@ -67,6 +67,7 @@ def sorts_and_filters(maker, browser, folder):
     for fragment, names, count in (
             ("verdict=partial&sort=name", images(11, 19), "2 of 16 shown"),
             ("verdict=partial&sort=rows", images(11, 19), "2 of 16 shown"),
+            ("verdict=whole,partial&sort=rows", images(9, 10, 12, 14, 17, 18, 20, 22, 11, 19), "10 of 16 shown"),
             ("verdict=partial,preview-only&sort=size", images(21, 19, 13, 11), "4 of 16 shown"),
             ("verdict=not-repaired", [*images(15), EVIL[0], *images(23), EVIL[1]], "4 of 16 shown"),
             ("find=img_1&sort=verdict", images(10, 12, 14, 17, 18, 11, 19, 13, 15), "9 of 16 shown"),
@@ -156,14 +157,10 @@ def is_used_with_the_keyboard(maker, browser, folder):
            (folder / "out/IMG_11.salvaged.jpg").as_uri())
     browser.key("ArrowRight")
     expect("after ArrowRight", browser.value(viewed), "IMG_12.ARW")
-    browser.key("ArrowRight")
-    browser.settle()
-    expect("a preview alone", browser.value(figures), [[inside, 480]])
     (folder / "out/IMG_13.salvaged.jpg").unlink()
-    browser.key("ArrowLeft")
     browser.key("ArrowRight")
     browser.settle()
-    expect("its file is gone", browser.value(figures), [[inside, 480]])
+    expect("a preview alone, its file is gone", browser.value(figures), [[inside, 480]])
     browser.key("ArrowRight")
     browser.key("ArrowRight")
     expect("nothing", browser.value("document.querySelector('.figures').textContent"), "No picture was recovered")
@@ -171,6 +168,11 @@ def is_used_with_the_keyboard(maker, browser, folder):
     browser.settle()
     expect("after Escape", browser.value(viewed), False)
     expect("focus after Escape", browser.value(FOCUSED), "IMG_15.ARW")
+    browser.value((CARD % "IMG_21.ARW") + ".querySelector('.mount').click()")
+    browser.settle()
+    expect("a preview alone", browser.value(figures), [[inside, 480]])
+    expect("from its file", browser.value("document.querySelector('.figures img').src"),
+           (folder / "out/IMG_21.salvaged.jpg").as_uri())
 
 
 def speaks_to_screen_readers(maker, browser, folder):
