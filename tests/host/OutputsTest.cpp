@@ -287,6 +287,29 @@ TEST_F(ExistingFiles, ReportsAndLogsReplaceNothing) {
     EXPECT_THAT(records("r"), SizeIs(2));
 }
 
+TEST_F(ExistingFiles, FolderOfTheContactSheetsPicturesIsNoOthers) {
+    put("r_files/mine", mine_);
+    for (const char* option : {"--quiet", "--resume", "--force"}) {
+        EXPECT_EQ(run(command({option, "--report", in("r.html"), in("card")})), 64) << option;
+    }
+    EXPECT_THAT(err, HasSubstr("is no picture of a contact sheet"));
+    EXPECT_EQ(run(command({"--report", in("s.html"), "--json", in("s_files"), in("card")})), 64);
+    EXPECT_THAT(err, HasSubstr("is named for two reports"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("out_files"), "--force", "--report",
+                   in("out.html"), in("card")}),
+              64)
+        << "the folder of results";
+    EXPECT_THAT(err, HasSubstr("is no picture of a contact sheet"));
+    EXPECT_EQ(bytes_of("r_files/mine"), mine_);
+    EXPECT_THAT(files_below("mended"), IsEmpty()) << "nothing was done";
+
+    put("t_files/6e340b9cffb37a989ca544e6bb780a2c.jpg", {0}); // The beginning of the sum.
+    EXPECT_EQ(run(command({"--report", in("t.html"), in("card")})), 64);
+    EXPECT_THAT(err, HasSubstr("exists already; --force replaces it"));
+    EXPECT_EQ(run(command({"--force", "--report", in("t.html"), in("card")})), 0) << err;
+    EXPECT_FALSE(fs::exists(folder / "t_files")) << "the new sheet has its pictures in itself";
+}
+
 TEST_F(ExistingFiles, HardLinkToAnInputIsThatInput) {
     const auto link = [&](const char* input, const char* name) {
         fs::create_directories((folder / name).parent_path());

@@ -289,7 +289,13 @@ TEST_F(ResumedRun, ContactSheetHasThePicturesOfTheRunBefore) {
     for (std::size_t at = text.find(picture); at != std::string::npos; at = text.find(picture, at + 1)) {
         ++pictures;
     }
-    EXPECT_EQ(pictures, 2U);
+    EXPECT_EQ(pictures, 3U) << "one is the sample's";
+    std::size_t samples = 0;
+    for (std::size_t at = text.find("data-sample="); at != std::string::npos;
+         at = text.find("data-sample=", at + 1)) {
+        ++samples;
+    }
+    EXPECT_EQ(samples, 2U);
 }
 
 TEST_F(ResumedRun, OnlyNewRecordsGoToTheStandardOutput) {

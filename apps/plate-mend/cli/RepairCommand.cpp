@@ -144,7 +144,8 @@ class Repair {
         return options_.force || (options_.resume && record_ && record_->is_own_report(report));
     }
 
-    void check_report(const fs::path& path) {
+    /// A file, or the folder of the contact sheet's pictures.
+    void check_report(const fs::path& path, decltype(refuse_output)* refuse = refuse_output) {
         const std::string key = platform::name_key(path);
         if (is_result(key)) {
             throw UsageError(utf8_from(path) + ": is also the path of a result");
@@ -155,7 +156,7 @@ class Repair {
         if (!report_names_.insert(key).second) {
             throw UsageError(utf8_from(path) + ": is named for two reports");
         }
-        if (const auto refusal = refuse_output(path, selection_.inputs, may_replace(path))) {
+        if (const auto refusal = refuse(path, selection_.inputs, may_replace(path))) {
             throw UsageError(*refusal);
         }
         reports_.push_back(path);
@@ -171,6 +172,9 @@ class Repair {
                 check_report(path_from(report));
             }
         }
+        if (!options_.report.empty()) {
+            check_report(pictures_folder_of(path_from(options_.report)), refuse_pictures);
+        }
     }
 
     [[nodiscard]] fs::path log_file() const { return path_from(options_.log_directory) / "PlateMend.log"; }
@@ -183,6 +187,15 @@ class Repair {
             record_->add_growing_report(path, report.stamp());
         }
         return report;
+    }
+
+    SheetPictures open_pictures(const fs::path& page) {
+        const fs::path folder = pictures_folder_of(page);
+        SheetPictures pictures(page, selection_.inputs, may_replace(folder));
+        if (record_) {
+            record_->add_growing_report(folder, pictures.stamp());
+        }
+        return pictures;
     }
 
     int work() {
@@ -199,8 +212,10 @@ class Repair {
     int work_with_reports() {
         const Workers workers({program_, options_.limits.seconds, options_.limits.memory_mib << 20U, &notes_},
                               log_ ? &*log_ : nullptr);
-        Reports reports({options_.json, options_.csv, options_.report, options_.quiet},
-                        selection_.files.size(), [this](const fs::path& path) { return open_report(path); });
+        Reports reports(
+            {options_.json, options_.csv, options_.report, options_.quiet}, selection_.files.size(),
+            [this](const fs::path& path) { return open_report(path); },
+            [this](const fs::path& page) { return open_pictures(page); });
         const BatchEnd end =
             run_batch({.files = selection_.files,
                        .samples = selection_.samples,
@@ -232,21 +247,6 @@ class Repair {
             status_ = std::max(status_, kSomeNotDone);
         }
         return end == BatchEnd::kStopped ? kInterrupted : status_;
-    }
-
-    /// 0 to 3, as in ExitStatus.h.
-    static int status_of(Verdict verdict) {
-        switch (verdict) {
-        case Verdict::kWhole:
-        case Verdict::kIntact:
-            return kAllWhole;
-        case Verdict::kNotRepaired:
-            return kSomeLost;
-        case Verdict::kNotDone:
-            return kSomeNotDone;
-        default:
-            return kSomePartial;
-        }
     }
 
     const RepairOptions& options_;

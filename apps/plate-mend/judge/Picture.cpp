@@ -17,6 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Longer side, in pixels, that decode_coarsely() leaves at least.
+constexpr unsigned kCoarseSide = 480;
+
 /// The image in the size for contact sheets.
 Image shrink(const Image& image) {
     const std::size_t side = std::max(image.width, image.height);
@@ -69,9 +72,11 @@ class Decoder {
     Decoder& operator=(const Decoder&) = delete;
     ~Decoder() { jpeg_destroy_decompress(&codec_); }
 
-    /// Decodes into image, in a coarser resolution where that is enough. False when it cannot.
-    bool decode(std::span<const unsigned char> jpeg, Image& image, unsigned& orientation) {
-        if (!runs(errors_, [&] { start(jpeg); })) {
+    /// Decodes into image, in a coarser resolution where that leaves a side of so many pixels. False when it
+    /// cannot.
+    bool decode(std::span<const unsigned char> jpeg, unsigned wanted_side, Image& image,
+                unsigned& orientation) {
+        if (!runs(errors_, [&] { start(jpeg, wanted_side); })) {
             return false;
         }
         for (const auto* marker = codec_.marker_list; marker != nullptr; marker = marker->next) {
@@ -115,17 +120,17 @@ class Decoder {
     }
 
   private:
-    void start(std::span<const unsigned char> jpeg) {
+    void start(std::span<const unsigned char> jpeg, unsigned wanted_side) {
         jpeg_create_decompress(&codec_);
         jpeg_mem_src(&codec_, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
         jpeg_save_markers(&codec_, JPEG_APP0 + 1, 0xFFFF);
         jpeg_read_header(&codec_, TRUE);
         const unsigned side = std::max(codec_.image_width, codec_.image_height);
         codec_.scale_num = 1;
-        codec_.scale_denom = side >= 8 * kPictureSide   ? 8
-                             : side >= 4 * kPictureSide ? 4
-                             : side >= 2 * kPictureSide ? 2
-                                                        : 1;
+        codec_.scale_denom = side >= 8 * wanted_side   ? 8
+                             : side >= 4 * wanted_side ? 4
+                             : side >= 2 * wanted_side ? 2
+                                                       : 1;
         codec_.out_color_space = JCS_RGB;
         jpeg_start_decompress(&codec_);
     }
@@ -153,8 +158,9 @@ std::optional<Image> decode_coarsely(std::span<const unsigned char> bytes) {
     Decoder decoder;
     Image image;
     unsigned orientation = 1;
-    return decoder.decode(bytes, image, orientation) && decoder.is_clean() ? std::optional(std::move(image))
-                                                                           : std::nullopt;
+    return decoder.decode(bytes, kCoarseSide, image, orientation) && decoder.is_clean()
+               ? std::optional(std::move(image))
+               : std::nullopt;
 }
 
 void write_raw_picture(LibRaw& unpacked, const fs::path& picture) {
@@ -165,7 +171,8 @@ void write_jpeg_picture(const fs::path& jpeg, const fs::path& picture) {
     FileBytes file(jpeg);
     Image image;
     unsigned orientation = 1;
-    if (Decoder().decode(file.read(0, static_cast<std::size_t>(file.size())), image, orientation)) {
+    const auto bytes = file.read(0, static_cast<std::size_t>(file.size()));
+    if (Decoder().decode(bytes, kPictureSide, image, orientation)) {
         write(turn_upright(shrink(image), orientation), picture);
     }
 }

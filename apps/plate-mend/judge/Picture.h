@@ -12,7 +12,7 @@ class LibRaw;
 namespace plate_mend::host {
 
 /// Longer side of the pictures for contact sheets, in pixels.
-inline constexpr unsigned kPictureSide = 480;
+inline constexpr unsigned kPictureSide = 960;
 
 /// Renders unpacked sensor data upright with the camera's white balance into a small JPEG. Nothing is written
 /// where the data cannot be rendered: a contact sheet can do without.

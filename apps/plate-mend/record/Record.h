@@ -162,6 +162,7 @@ struct Record {
     double seconds = 0;               ///< Time spent.
     std::string picture; ///< A small upright JPEG of what was delivered, its bytes; empty for none. Not in
                          ///< JSON or CSV.
+    std::string sample_picture; ///< Likewise, of the sample that the delivered RAW photograph was made with.
 
     /// The attempt the delivered RAW photograph came from; null when there is none.
     [[nodiscard]] const Attempt* taken() const;

@@ -92,13 +92,28 @@ bool is_result_there(const std::optional<FileIdentity>& file, const std::string&
     return file && platform::name_key(path_from(file->path)) == key && is_unchanged(*file);
 }
 
-/// The name of an input's picture, valid on any file system.
+constexpr std::size_t kPictureDigits = 32; ///< In the name of a picture.
+constexpr const char* kPictureExtension = ".jpg";
+
+/// The name of an input's picture, by the input's key, or of a sample's, by its bytes; valid on any file
+/// system.
 std::string picture_name(const std::string& key) {
-    constexpr std::size_t kDigits = 32;
     Sha256 sum;
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
     sum.add(reinterpret_cast<const unsigned char*>(key.data()), key.size());
-    return sum.hexadecimal().substr(0, kDigits) + ".jpg";
+    return sum.hexadecimal().substr(0, kPictureDigits) + kPictureExtension;
+}
+
+/// Whether a name in the record is one, and leads nowhere else.
+bool is_picture_name(const std::string& name) {
+    return name.size() > kPictureDigits && name.find_first_not_of("0123456789abcdef") == kPictureDigits &&
+           name.substr(kPictureDigits) == kPictureExtension;
+}
+
+void write_picture(const fs::path& file, const std::string& bytes) {
+    OutputFile picture(file, true);
+    picture.write(bytes);
+    picture.publish();
 }
 
 /// Whether lines can be read there. This program never creates a link or a pipe.
@@ -127,6 +142,7 @@ struct RunRecord::Entry {
     Record record; ///< Its results with whole paths.
     FileIdentity damaged;
     fs::path picture;
+    fs::path sample_picture; ///< Empty: none.
 };
 
 /// A report while it grows, or when it is complete.
@@ -138,7 +154,7 @@ struct RunRecord::Report {
     std::int64_t changed = 0;
 
     [[nodiscard]] bool is(const platform::FileStamp& stamp) const {
-        return volume == stamp.volume && index == stamp.index && stamp.links == 1 &&
+        return volume == stamp.volume && index == stamp.index && (stamp.links == 1 || stamp.folder) &&
                (!size || (*size == stamp.size && modified == stamp.modified && changed == stamp.changed));
     }
 };
@@ -152,7 +168,7 @@ RunRecord::Report RunRecord::report_from(const Json& json) {
 
 std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
     Entry entry{
-        record_from(json.required("record")), stamped_file_from(json.required("damaged")).value(), {}};
+        record_from(json.required("record")), stamped_file_from(json.required("damaged")).value(), {}, {}};
     const auto raw = stamped_file_from(json.member("raw"));
     const auto jpeg = stamped_file_from(json.member("jpeg"));
     const auto mask = stamped_file_from(json.member("mask"));
@@ -228,6 +244,9 @@ void RunRecord::load(const fs::path& folder) {
                 reports[{key, report.volume, report.index}] = report;
             } else if (auto entry = entry_from(json)) {
                 entry->picture = folder / kPictures / picture_name(key);
+                if (const std::string name = json.text("sample_picture"); is_picture_name(name)) {
+                    entry->sample_picture = folder / kPictures / name;
+                }
                 finished_[key].push_back(std::make_shared<Entry>(std::move(*entry)));
             }
         } catch (const std::exception&) {
@@ -261,6 +280,9 @@ std::optional<Record> RunRecord::finished(const fs::path& input, const fs::path&
         record.raw->path = utf8_from(raw);
     }
     record.picture = read_small_file((*entry)->picture);
+    if (!(*entry)->sample_picture.empty()) {
+        record.sample_picture = read_small_file((*entry)->sample_picture);
+    }
     return record;
 }
 
@@ -281,9 +303,12 @@ void RunRecord::add(const Record& record) {
     try {
         const std::string key = platform::name_key(path_from(record.damaged.path));
         if (!record.picture.empty()) {
-            OutputFile picture(folder_ / kPictures / picture_name(key), true);
-            picture.write(record.picture);
-            picture.publish();
+            write_picture(folder_ / kPictures / picture_name(key), record.picture);
+        }
+        std::string sample_picture;
+        if (!record.sample_picture.empty()) {
+            sample_picture = picture_name(record.sample_picture);
+            write_picture(folder_ / kPictures / sample_picture, record.sample_picture);
         }
         append(Json::object({{"schema", kRunSchema},
                              {"key", escaped_name(key)},
@@ -291,6 +316,7 @@ void RunRecord::add(const Record& record) {
                              {"raw", stamped_to_json(record.raw)},
                              {"jpeg", stamped_to_json(record.jpeg)},
                              {"mask", stamped_to_json(record.mask)},
+                             {"sample_picture", sample_picture},
                              {"record", host::to_json(record)}}));
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());

@@ -61,13 +61,14 @@ class RunRecord {
     /// they have reached the disk. May be called by several threads. Throws MachineFailure.
     void add(const Record& record);
 
-    /// Remembers a file as this run's report, so that a run that continues this one may replace it, before it
-    /// gets its name: a run that ends in between leaves none that is not known. Throws MachineFailure.
+    /// Remembers a file, or the folder of a contact sheet's pictures, as this run's report, so that a run
+    /// that continues this one may replace it, before it gets its name: a run that ends in between leaves
+    /// none that is not known. Throws MachineFailure.
     void add_growing_report(const std::filesystem::path& path, const platform::FileStamp& file);
     /// Remembers what is at a path as this run's report, now complete: it counts as the run's own only while
     /// it is unchanged. Throws MachineFailure, and std::system_error.
     void add_complete_report(const std::filesystem::path& path);
-    /// Whether the file at a path is a report of a run here.
+    /// Whether the file or folder at a path is a report of a run here. What is in a folder is not examined.
     [[nodiscard]] bool is_own_report(const std::filesystem::path& path) const;
 
   private:

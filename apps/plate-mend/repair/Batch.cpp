@@ -124,7 +124,7 @@ class Batch {
     const BatchRequest& request_;
     const BatchListener& listener_;
     Samples samples_;
-    SampleChecks checks_;
+    SampleChecks checks_ = request_.repair.pictures ? SampleChecks(request_.repair.work) : SampleChecks();
     RepairTools tools_;
     std::atomic<std::size_t> next_ = 0;
     std::atomic<bool> interrupted_ = false;

@@ -77,6 +77,9 @@ class FileRepair {
         }
         make_mask();
         forget_areas_of_others();
+        if (const Attempt* taken = record_.taken()) {
+            record_.sample_picture = tools_.checks.picture_of(path_from(taken->sample));
+        }
         delivery_.run({best_file(), jpeg_file(), mask_file()}, record_);
     }
 
@@ -86,6 +89,7 @@ class FileRepair {
         record_.verdict = Verdict::kNotDone;
         record_.problem = problem;
         record_.picture.clear();
+        record_.sample_picture.clear();
         for (Attempt& attempt : record_.attempts) {
             attempt.taken = false;
         }

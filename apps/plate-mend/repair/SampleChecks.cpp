@@ -1,6 +1,7 @@
 #include "repair/SampleChecks.h"
 
 #include "files/Failures.h"
+#include "files/InputFile.h"
 #include "platform/Files.h"
 #include "report/Words.h"
 #include "text/Format.h"
@@ -12,15 +13,23 @@
 #include <limits>
 #include <optional>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace plate_mend::host {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr const char* kSampleFolder = "samples";
+
+} // namespace
+
 struct SampleChecks::Slot {
     std::mutex mutex; ///< Held while the sample is decoded: others wait for the result.
     std::optional<Result> result;
+    fs::path picture; ///< Empty: none is made.
 };
 
 namespace {
@@ -51,20 +60,42 @@ void require_all_readable(const fs::path& sample) {
     read_up_to(sample, std::numeric_limits<std::uint64_t>::max());
 }
 
+SampleChecks::SampleChecks(const fs::path& work) {
+    try {
+        auto folder = std::make_unique<PrivateFolder>(work.empty() ? fs::temp_directory_path() : work);
+        fs::create_directory(folder->path() / kSampleFolder);
+        pictures_ = std::move(folder);
+    } catch (const MachineFailure&) { // A contact sheet can do without.
+        return;
+    } catch (const std::system_error&) {
+        return;
+    }
+}
+
+std::shared_ptr<SampleChecks::Slot> SampleChecks::slot_of(const fs::path& sample) {
+    const std::lock_guard lock(mutex_);
+    auto& slot = slots_[sample];
+    if (slot == nullptr) {
+        slot = std::make_shared<Slot>();
+        if (pictures_ != nullptr) {
+            slot->picture = pictures_->path() / kSampleFolder / (std::to_string(slots_.size()) + ".jpg");
+        }
+    }
+    return slot;
+}
+
+std::string SampleChecks::picture_of(const fs::path& sample) {
+    const std::shared_ptr<Slot> slot = slot_of(sample);
+    const std::lock_guard lock(slot->mutex);
+    return slot->picture.empty() ? "" : read_small_file(slot->picture);
+}
+
 SampleChecks::Result SampleChecks::check(const fs::path& sample, const fs::path& name, const fs::path& folder,
                                          const Workers& workers) {
-    std::shared_ptr<Slot> slot;
-    {
-        const std::lock_guard lock(mutex_);
-        auto& place = slots_[sample];
-        if (place == nullptr) {
-            place = std::make_shared<Slot>();
-        }
-        slot = place;
-    }
+    const std::shared_ptr<Slot> slot = slot_of(sample);
     const std::lock_guard lock(slot->mutex);
     if (!slot->result) {
-        const Judgement judgement = workers.judge(folder, {name, {}, {}, {}});
+        const Judgement judgement = workers.judge(folder, {name, {}, {}, slot->picture});
         if (!judgement.decodes) {
             require_all_readable(sample);
         }

@@ -68,6 +68,53 @@ FrameArea shown_area(const FrameArea& area, const FoundImage& image, const Pictu
     return is_turned(place) ? FrameArea{top, left, height, width} : FrameArea{left, top, width, height};
 }
 
+/// More rectangles than these are not drawn as they are: a page of thousands of files would become too long.
+constexpr std::size_t kMostDrawn = 400;
+
+/// Cells per side of a picture, instead: 27 rows of at most 14 runs.
+constexpr std::uint32_t kCells = 27;
+
+/// The area as cells of a grid that covers the picture, with all that it touches.
+void mark(const FrameArea& area, const ShownSize& cell, std::vector<std::vector<bool>>& cells) {
+    const auto last = [](std::uint32_t first, std::uint32_t length, std::uint32_t side) {
+        return std::min((first + length - 1) / side, kCells - 1);
+    };
+    for (std::uint32_t row = area.top / cell.height; row <= last(area.top, area.height, cell.height); ++row) {
+        for (std::uint32_t column = area.left / cell.width; column <= last(area.left, area.width, cell.width);
+             ++column) {
+            cells[row][column] = true;
+        }
+    }
+}
+
+/// The areas, or the cells that they touch, side by side in one rectangle, if there are too many.
+std::vector<FrameArea> fewer(std::vector<FrameArea> areas, const ShownSize& size) {
+    if (areas.size() <= kMostDrawn) {
+        return areas;
+    }
+    const ShownSize cell{(size.width + kCells - 1) / kCells, (size.height + kCells - 1) / kCells};
+    std::vector<std::vector<bool>> cells(kCells, std::vector<bool>(kCells));
+    for (const FrameArea& area : areas) {
+        mark(area, cell, cells);
+    }
+    std::vector<FrameArea> runs;
+    for (std::uint32_t row = 0; row < kCells; ++row) {
+        for (std::uint32_t column = 0; column < kCells; ++column) {
+            const bool continues = column != 0 && cells[row][column - 1];
+            if (cells[row][column] && continues) {
+                runs.back().width += cell.width;
+            } else if (cells[row][column]) {
+                runs.push_back({column * cell.width, row * cell.height, cell.width, cell.height});
+            }
+        }
+    }
+    for (FrameArea& run : runs) {
+        run.width = std::min(run.width, size.width - run.left);
+        run.height = std::min(run.height, size.height - run.top);
+    }
+    return runs;
+}
+
 std::string draw(const std::vector<FrameArea>& areas, const char* kind) {
     std::string svg;
     for (const FrameArea& area : areas) {
@@ -89,8 +136,10 @@ Drawn drawn_of(const Attempt& taken) {
         taken.image->frame_height == 0) {
         return {};
     }
-    return {shown_areas(taken.image->lost, *taken.image, *taken.judgement.place),
-            shown_areas(taken.image->doubtful, *taken.image, *taken.judgement.place)};
+    const PicturePlace& place = *taken.judgement.place;
+    const ShownSize size = shown_size(place);
+    return {fewer(shown_areas(taken.image->lost, *taken.image, place), size),
+            fewer(shown_areas(taken.image->doubtful, *taken.image, place), size)};
 }
 
 } // namespace

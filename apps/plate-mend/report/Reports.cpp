@@ -70,13 +70,15 @@ void Reports::Lines::write(const std::string& text, bool is_new) {
     }
 }
 
-Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open)
+Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open,
+                 const PicturesOpener& open_pictures)
     : progress_(progress_of(options, files)) {
     if (style_of(options) != Progress::Style::kQuiet || platform::is_terminal(stream_of(options))) {
         summary_stream_ = &output_of(stream_of(options));
     }
     if (!options.html.empty()) {
-        html_.emplace(open(path_from(options.html)), creator_text());
+        const std::filesystem::path page = path_from(options.html);
+        html_.emplace(open(page), open_pictures(page), creator_text());
     }
     if (!options.json.empty()) {
         json_.emplace(options.json, open);

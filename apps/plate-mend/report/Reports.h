@@ -25,12 +25,16 @@ struct ReportOptions {
 /// Starts a report's file. Throws MachineFailure.
 using ReportOpener = std::function<OutputFile(const std::filesystem::path& path)>;
 
+/// Starts the pictures of a contact sheet with this path. Throws MachineFailure.
+using PicturesOpener = std::function<SheetPictures(const std::filesystem::path& page)>;
+
 /// All reports of a run. Each is complete after each record, except the contact sheet, which appears at the
 /// end.
 class Reports {
   public:
-    /// Starts them, for a run over this many files. Throws what the opener throws, and MachineFailure.
-    Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open);
+    /// Starts them, for a run over this many files. Throws what the openers throw, and MachineFailure.
+    Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open,
+            const PicturesOpener& open_pictures);
 
     /// Samples are read: how many are done, of how many.
     void read_samples(std::uint64_t done, std::uint64_t total) { progress_.read_samples(done, total); }

@@ -89,6 +89,21 @@ TEST(LostAreas, AreDrawnWithALegend) {
     EXPECT_THAT(legend_of_areas(attempt_with({{30, 14, 20, 6}}, {})), Not(HasSubstr("doubtful")));
 }
 
+TEST(LostAreas, AreDrawnAsCellsWhereThereAreMany) {
+    std::vector<FrameArea> pixels;
+    for (std::uint32_t number = 0; number < 401; ++number) {
+        pixels.push_back({10 + number % 8, 4 + number / 8 % 6, 1, 1}); // Cells of 4 x 3 pixels.
+    }
+    pixels.push_back({109, 63, 1, 1});
+    EXPECT_THAT(draw_areas(attempt_with(pixels, {})),
+                HasSubstr(R"(aria-hidden="true"><rect class="lost" x="0" y="0" width="8" height="3"/>)"
+                          R"(<rect class="lost" x="0" y="3" width="8" height="3"/>)"
+                          R"(<rect class="lost" x="96" y="57" width="4" height="3"/></svg>)"));
+    pixels.assign(400, {10, 4, 1, 1});
+    const std::string svg = draw_areas(attempt_with(pixels, {}));
+    EXPECT_EQ(svg.find("width=\"4\""), std::string::npos) << "not so many";
+}
+
 TEST(LostAreas, AreNotDrawnWhereNothingIsLostOrThePlaceIsUnknown) {
     EXPECT_EQ(draw_areas(attempt_with({}, {})), "");
     EXPECT_EQ(legend_of_areas(attempt_with({}, {})), "");

@@ -6,9 +6,11 @@
 
 #include <array>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 
-// Writes a contact sheet for the test in a browser: sheet_maker FILE COUNT.
+// Writes a contact sheet for the tests in a browser, and the JPEGs that it names: sheet_maker FILE COUNT.
 
 namespace {
 
@@ -19,16 +21,18 @@ std::string picture(std::uint32_t number, unsigned width, unsigned height) {
     return {jpeg.begin(), jpeg.end()};
 }
 
-/// One of a few pictures, some of them upright: to make one takes its time.
-const std::string& picture(std::uint32_t number) {
+/// One of a few pictures, some of them upright: to make one takes its time. Each file's is different in what
+/// follows its end.
+std::string picture(std::uint32_t number) {
     static const std::array<std::string, 5> kPictures = {picture(0, 480, 320), picture(1, 240, 360),
                                                          picture(2, 480, 320), picture(3, 480, 320),
                                                          picture(4, 480, 270)};
-    return kPictures.at(number % kPictures.size());
+    return kPictures.at(number % kPictures.size()) + std::to_string(number);
 }
 
+/// A thousand per folder.
 std::string name(std::uint32_t number) {
-    return "card/DCIM/IMG_" + std::to_string(9 + number) + ".ARW";
+    return "card/DCIM/" + std::to_string(100 + number / 1000) + "/IMG_" + std::to_string(9 + number) + ".ARW";
 }
 
 FileIdentity file(const std::string& path, std::uint64_t size, char digit) {
@@ -45,16 +49,35 @@ Record whole(std::uint32_t number) {
     record.attempts.erase(record.attempts.begin());
     record.attempts[0].judgement.findings.clear();
     record.attempts[0].judgement.rows_good = 1;
+    record.attempts[0].judgement.pixels_good = 1;
     record.attempts[0].judgement.data_errors = 0;
+    record.attempts[0].image->lost.clear();
+    record.attempts[0].image->doubtful.clear();
+    record.mask.reset();
+    record.unreadable.clear();
     record.picture = picture(number);
+    record.sample_picture = picture(3);
     return record;
+}
+
+/// A JPEG that the page shows from its own file.
+FileIdentity jpeg(std::uint32_t number) {
+    const std::string path = "out/IMG_" + std::to_string(9 + number) + ".salvaged.jpg";
+    std::filesystem::create_directories("out");
+    const std::string bytes = picture(number);
+    std::ofstream(path, std::ios::binary) << bytes;
+    return file(path, bytes.size(), 'c');
 }
 
 Record partial(std::uint32_t number) {
     Record record = whole(number);
     record.verdict = Verdict::kPartial;
     record.attempts = test::full_record().attempts;
-    record.attempts[1].judgement.rows_good = 0.5 + 0.04 * (number % 10);
+    record.attempts[1].image->lost.push_back({2000, 1500, 900, 240});
+    record.unreadable = test::full_record().unreadable;
+    record.mask = test::full_record().mask;
+    record.attempts[1].judgement.pixels_good = 0.5 + 0.04 * (number % 10);
+    record.jpeg = jpeg(number);
     return record;
 }
 
@@ -63,7 +86,8 @@ Record preview_only(std::uint32_t number) {
     record.verdict = Verdict::kPreviewOnly;
     record.raw.reset();
     record.attempts = {test::full_record().attempts[0]};
-    record.jpeg = file("out/IMG_" + std::to_string(9 + number) + ".salvaged.jpg", 812'345, 'c');
+    record.sample_picture.clear();
+    record.jpeg = jpeg(number);
     record.salvage = {.code = 0,
                       .problem = "",
                       .width = 1616,
@@ -88,7 +112,10 @@ Record lost(std::uint32_t number) {
 
 Record evil(std::uint32_t number) {
     Record record = lost(number);
-    record.damaged.path = "card/<img src=x onerror=document.title='run'>.arw";
+    constexpr std::array kNames = {"<img src=x onerror=document.title='run'>.arw",
+                                   R"("onmouseover="document.title='run'" x=".arw)",
+                                   "javascript:document.title='run'", "a#b?c%41 \xC3\xA4 'q'.arw"};
+    record.damaged.path = std::string("card/DCIM/100/") + kNames.at(number / 8 % kNames.size());
     return record;
 }
 
@@ -101,7 +128,7 @@ Record record_of(std::uint32_t number) {
     case 6:
         return lost(number);
     default:
-        return number == 7 ? evil(number) : whole(number);
+        return number % 8 == 7 && number < 32 ? evil(number) : whole(number);
     }
 }
 
@@ -113,7 +140,11 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     try {
-        HtmlReport report(plate_mend::host::OutputFile(argv[1], true), "plate-mend, 2026-05-01 12:30");
+        const std::filesystem::path page = std::filesystem::absolute(argv[1]);
+        std::filesystem::current_path(page.parent_path()); // All names in the page are relative to it.
+        const Protected none;
+        HtmlReport report(OutputFile(page, true), SheetPictures(page, none, true),
+                          "plate-mend, 2026-05-01 12:30");
         const auto count = static_cast<std::uint32_t>(std::stoul(argv[2]));
         for (std::uint32_t number = 0; number < count; ++number) {
             report.add(record_of(number));
