@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -276,6 +277,28 @@ TEST_F(Host, RunEndsWithASummary) {
     EXPECT_EQ(out, "") << "no terminal reads it";
     EXPECT_EQ(run({"repair", "--csv", "-", "-s", in("good.arw"), "--out", in("csv"), in("broken.arw")}), 0);
     EXPECT_THAT(out + err, Not(HasSubstr("1 file: 1 whole"))) << "the table has the standard output";
+}
+
+TEST_F(Host, ContactSheetIsPrintedWithItsPictures) {
+    EXPECT_EQ(run({"repair", "--report", "-", "-s", in("good.arw"), "--out", in("out"), in("broken.arw")}),
+              0);
+    EXPECT_THAT(out, StartsWith("<!DOCTYPE html>"));
+    EXPECT_THAT(out, AllOf(HasSubstr("src=\"data:image/jpeg;base64,"), EndsWith("</html>\n")));
+    EXPECT_THAT(names(), ElementsAre("broken.arw", "good.arw", "out"));
+    EXPECT_EQ(run({"repair", "--report", "-", "--json", "-", "-s", in("good.arw"), "--out", in("again"),
+                   in("broken.arw")}),
+              64);
+    EXPECT_THAT(err, HasSubstr("only one report"));
+}
+
+TEST_F(Host, OnlyPhotographsAreCalledLost) {
+    write_file(folder / "notes.txt", Bytes(3000, 'a'));
+    write_file(folder / "photo.arw", Bytes(3000, 'a'));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("out"), in("notes.txt")}), 3);
+    EXPECT_THAT(out,
+                StartsWith(in("notes.txt") + ": not done, nothing shows that this is, or was, a photograph"));
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("out"), in("photo.arw")}), 2);
+    EXPECT_THAT(out, StartsWith(in("photo.arw") + ": lost"));
 }
 
 TEST_F(Host, SalvageReportsFilesInTheWayAsRepairDoes) {

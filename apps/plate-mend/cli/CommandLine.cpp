@@ -115,9 +115,11 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
 void add_repair_reports(CLI::App& command, RepairOptions& options) {
     constexpr const char* kGroup = "Reports";
     command
-        .add_option("--report", options.report,
-                    "A contact sheet: one HTML page with every picture and verdict; beyond 10 MiB its pictures "
-                    "are in a folder beside it, sheet_files for sheet.html (default: none)")
+        .add_option(
+            "--report", options.report,
+            "A contact sheet: one HTML page with every picture and verdict; beyond 10 MiB its pictures "
+            "are in a folder beside it, sheet_files for sheet.html; - is the standard output, with all "
+            "pictures in the page (default: none)")
         ->group(kGroup);
     command
         .add_option("--json", options.json,

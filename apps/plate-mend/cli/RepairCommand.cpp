@@ -17,6 +17,7 @@
 #include "text/Paths.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <set>
 #include <string>
@@ -37,6 +38,11 @@ void check_names(const RepairOptions& options) {
     }
     if (!options.task.empty() && options.out.empty()) {
         throw UsageError("--task needs --out");
+    }
+    const auto is_printed = [](const std::string* report) { return *report == "-"; };
+    const std::array reports{&options.json, &options.csv, &options.report};
+    if (std::count_if(reports.begin(), reports.end(), is_printed) > 1) {
+        throw UsageError("only one report can go to the standard output");
     }
     const bool dots = options.task.find_first_not_of('.') == std::string::npos;
     if (!options.task.empty() && (dots || options.task.find_first_of("/\\:*?\"<>|") != std::string::npos)) {
@@ -172,7 +178,7 @@ class Repair {
                 check_report(path_from(report));
             }
         }
-        if (!options_.report.empty()) {
+        if (!options_.report.empty() && options_.report != "-") {
             check_report(pictures_folder_of(path_from(options_.report)), refuse_pictures);
         }
     }
@@ -241,7 +247,7 @@ class Repair {
                        .stopped = end != BatchEnd::kDone,
                        .resumable = record_.has_value(),
                        .results = options_.output.empty() ? options_.out : options_.output,
-                       .contact_sheet = options_.report});
+                       .contact_sheet = options_.report == "-" ? "" : options_.report});
         if (end == BatchEnd::kNoRoom) {
             note_full_disk();
             status_ = std::max(status_, kSomeNotDone);

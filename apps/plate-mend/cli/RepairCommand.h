@@ -23,7 +23,7 @@ struct RepairOptions {
     std::string output; ///< Name of the only result; empty: derived from the damaged file's.
     std::string json;   ///< File for JSON Lines, "-" for the standard output; empty: none.
     std::string csv;    ///< Likewise, for a table.
-    std::string report; ///< File for a contact sheet; empty: none.
+    std::string report; ///< File for a contact sheet, "-" likewise; empty: none.
     std::string mask;   ///< File for the mask of the only result, or an ending for those beside
                         ///< each result; empty: none.
     std::string task;   ///< The run's name in `out`; empty: the only run there.

@@ -75,6 +75,10 @@ class FileRepair {
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
+        if (record_.verdict == Verdict::kNotRepaired && input_.kind.empty()) {
+            record_.verdict = Verdict::kNotDone; // Only photographs are lost.
+            record_.problem = "nothing shows that this is, or was, a photograph";
+        }
         make_mask();
         forget_areas_of_others();
         if (const Attempt* taken = record_.taken()) {

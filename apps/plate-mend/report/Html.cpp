@@ -101,9 +101,9 @@ std::string head_html() {
 
 } // namespace
 
-HtmlReport::HtmlReport(OutputFile file, SheetPictures pictures, std::string made)
-    : file_(std::move(file)), pictures_(std::move(pictures)), made_(std::move(made)),
-      links_(folder_of(file_.path())),
+HtmlReport::HtmlReport(OutputFile file, SheetPictures pictures, std::string made, Use use)
+    : file_(std::move(file)), pictures_(std::move(pictures)), made_(std::move(made)), use_(use),
+      links_(use == Use::kPrinted ? std::filesystem::current_path() : folder_of(file_.path())),
       pictures_address_(percent_encoded(utf8_from(pictures_folder_of(file_.path()).filename())) + "/"),
       spool_(Spool(pictures_->private_folder() / "entries")) {}
 

@@ -38,9 +38,16 @@ class HtmlReport {
     /// Entries of about sixty elements that a browser lays out without a noticeable delay.
     static constexpr std::uint64_t kMostInFull = 250;
 
+    /// Where the page is read.
+    enum class Use {
+        kFile,    ///< Where its file is.
+        kPrinted, ///< Anywhere: its pictures are in it, whatever their size, and its links begin in the
+                  ///< current folder.
+    };
+
     /// Starts a page in a file that is still empty. `made` goes into its footer, such as "plate-mend 1.0,
     /// 2026-05-01 12:30". Throws MachineFailure when the file cannot be written.
-    HtmlReport(OutputFile file, SheetPictures pictures, std::string made);
+    HtmlReport(OutputFile file, SheetPictures pictures, std::string made, Use use = Use::kFile);
 
     /// Adds a file. Throws MachineFailure when it cannot be written, for example on a full disk.
     void add(const Record& record);
@@ -71,12 +78,15 @@ class HtmlReport {
     [[nodiscard]] std::string content_of(const Entry& entry) const;
     [[nodiscard]] std::string header(bool interrupted) const;
     [[nodiscard]] std::string address_of(const std::string& picture) const;
-    [[nodiscard]] bool embeds() const { return spool_->size() + embedded_size_ <= kLargestPage; }
+    [[nodiscard]] bool embeds() const {
+        return use_ == Use::kPrinted || spool_->size() + embedded_size_ <= kLargestPage;
+    }
     [[nodiscard]] bool is_in_full() const { return counts_.total() <= kMostInFull; }
 
     OutputFile file_;
     std::optional<SheetPictures> pictures_; ///< Nothing after close(), and so for the spool.
     std::string made_;
+    Use use_;
     Links links_;
     std::string pictures_address_;    ///< Of their folder, with a slash.
     std::optional<Spool> spool_;      ///< In the pictures' private folder.

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <ctime>
+#include <fstream>
 #include <iostream>
 
 namespace plate_mend::host {
@@ -16,7 +17,7 @@ namespace plate_mend::host {
 namespace {
 
 bool is_output_taken(const ReportOptions& options) {
-    return options.json == "-" || options.csv == "-";
+    return options.json == "-" || options.csv == "-" || options.html == "-";
 }
 
 /// Where people read: the standard output, unless a report goes there; then the error stream.
@@ -76,7 +77,11 @@ Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOp
     if (style_of(options) != Progress::Style::kQuiet || platform::is_terminal(stream_of(options))) {
         summary_stream_ = &output_of(stream_of(options));
     }
-    if (!options.html.empty()) {
+    if (options.html == "-") {
+        printed_.emplace(std::filesystem::temp_directory_path());
+        html_.emplace(OutputFile(printed_page(), false), SheetPictures(printed_page(), nothing_, false),
+                      creator_text(), HtmlReport::Use::kPrinted);
+    } else if (!options.html.empty()) {
         const std::filesystem::path page = path_from(options.html);
         html_.emplace(open(page), open_pictures(page), creator_text());
     }
@@ -108,11 +113,20 @@ void Reports::close(const RunEnd& end) {
     if (html_) {
         html_->close(end.stopped);
     }
+    if (printed_) {
+        print_page();
+    }
     if (summary_stream_ != nullptr) {
         for (const std::string& line : summary_.lines(end)) {
             *summary_stream_ << printable(line) << '\n';
         }
         *summary_stream_ << std::flush;
+    }
+}
+
+void Reports::print_page() const {
+    if (!(std::cout << std::ifstream(printed_page(), std::ios::binary).rdbuf() << std::flush)) {
+        throw MachineFailure("the standard output cannot be written to");
     }
 }
 

@@ -60,8 +60,13 @@ class Reports {
         std::optional<OutputFile> file_; ///< Nothing: the standard output.
     };
 
+    [[nodiscard]] std::filesystem::path printed_page() const { return printed_->path() / "sheet.html"; }
+    void print_page() const;
+
     std::optional<Lines> json_;
     std::optional<Lines> csv_;
+    std::optional<PrivateFolder> printed_; ///< Where a contact sheet for the standard output is made.
+    Protected nothing_;                    ///< Is protected there.
     std::optional<HtmlReport> html_;
     Progress progress_;
     Summary summary_;
