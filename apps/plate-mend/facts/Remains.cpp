@@ -106,15 +106,15 @@ constexpr std::array<std::uint8_t, 256> make_roles() {
     for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
         roles.at(byte) = kInText;
     }
-    for (const unsigned char byte : {'\0', '"', '<'}) {
-        roles.at(byte) |= kEndsText;
-    }
-    for (const std::size_t byte : {0x00, 0x01, 0xFF, int{'C'}}) {
-        roles.at(byte) |= kBeginsPattern;
-    }
-    for (const unsigned char byte : {'I', 'M', 'F'}) {
-        roles.at(byte) |= kBeginsStructure;
-    }
+    const auto add = [&roles](std::string_view bytes, Role role) {
+        for (const char byte : bytes) {
+            roles.at(static_cast<unsigned char>(byte)) |= role;
+        }
+    };
+    add(std::string_view("\0\"<", 3), kEndsText);
+    add(std::string_view("\0\1\xFF", 3), kBeginsPattern);
+    add("C", kBeginsPattern);
+    add("IMF", kBeginsStructure);
     return roles;
 }
 constexpr auto kRoles = make_roles();

@@ -30,7 +30,6 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::Pair;
 
 class FactsOf : public ::testing::Test {
   protected:
@@ -131,7 +130,7 @@ TEST_F(FactsOf, DirectoriesInACircleAreReadOnce) {
                            tiff.longs(330, {8, 8, 8}), tiff.longs(513, {4}), tiff.longs(34665, {8}),
                            tiff.longs(37500, {8})},
                           tiff));
-        EXPECT_THAT(found.sizes, ElementsAre(Pair(640U, 480U)));
+        EXPECT_THAT(found.sizes, ElementsAre(::testing::Pair(640U, 480U)));
         EXPECT_THAT(found.models, ElementsAre("Camera 1"));
         EXPECT_EQ(found.little_endian + found.big_endian, 2U) << "by the search of its head, and by the walk";
     }
@@ -144,7 +143,7 @@ TEST_F(FactsOf, PreviewsFarBehindTheHeadAreRead) {
     tiff.pad_to(3'000'000);
     tiff.set_value(ifd0, 513, tiff.append(make_jpeg(Scene(1).rgb8(64, 48), 64, 48)));
     const PhotographFacts found = facts(tiff.bytes());
-    EXPECT_THAT(found.sizes, ElementsAre(Pair(64U, 48U)));
+    EXPECT_THAT(found.sizes, ElementsAre(::testing::Pair(64U, 48U)));
     EXPECT_EQ(found.tables.size(), 2U);
     EXPECT_EQ(found.samplings.size(), 1U);
 }

@@ -25,7 +25,6 @@ namespace fs = std::filesystem;
 using namespace plate_mend::host;
 using ::testing::ElementsAre;
 using ::testing::Not;
-using ::testing::Pair;
 using ::testing::StartsWith;
 
 /// Two samples, and folders for runs into one folder of results.
@@ -160,7 +159,7 @@ TEST_F(SampleCaches, ProgressIsReportedBeforeEachSampleAndAtTheEnd) {
     std::vector<std::pair<std::size_t, std::size_t>> calls;
     const Samples samples({own_, other_}, SampleCache(run_),
                           [&](std::size_t done, std::size_t total) { calls.emplace_back(done, total); });
-    EXPECT_THAT(calls, ElementsAre(Pair(0, 2), Pair(1, 2), Pair(2, 2)));
+    EXPECT_THAT(calls, ElementsAre(::testing::Pair(0, 2), ::testing::Pair(1, 2), ::testing::Pair(2, 2)));
 }
 
 TEST_F(SampleCaches, WhatAnInterruptedRunHasReadIsKept) {

@@ -68,17 +68,18 @@ class SampleChoice : public ::testing::Test {
     std::vector<fs::path> files_;
 };
 
-constexpr unsigned kWidth = 96;
-constexpr unsigned kHeight = 64;
+constexpr unsigned kColumns96 = 96;
+constexpr unsigned kRows64 = 64;
 
 /// Photographs of a maker whose cameras all have this size.
 Bytes photo_of(const std::string& model, unsigned number, unsigned bits = 12) {
-    return CameraPhoto({.make = "NIKON CORPORATION", .model = model, .bits = bits}, number, kWidth, kHeight)
+    return CameraPhoto({.make = "NIKON CORPORATION", .model = model, .bits = bits}, number, kColumns96,
+                       kRows64)
         .bytes;
 }
 
 /// Nothing but a trace of a camera.
-Bytes trace(const std::string& text) {
+Bytes noise_with(const std::string& text) {
     Bytes bytes = noise(300'000, 31);
     put_text(bytes, 100'001, text);
     return bytes;
@@ -107,12 +108,12 @@ TEST_F(SampleChoice, AnyTraceOfTheCameraCounts) {
     using namespace std::string_literals;
     for (const std::string& text : {"NIKON D1\0"s, "NIKON D1     \0"s, "x\x01NIKON D1\0"s,
                                     "<tiff:Model>NIKON D1</tiff:Model>"s, R"( tiff:Model="NIKON D1" )"s}) {
-        const auto ranked = ranked_for(trace(text));
+        const auto ranked = ranked_for(noise_with(text));
         EXPECT_EQ(ranked.front().path.filename(), "own.nef") << text;
         EXPECT_THAT(ranked.front().why, StartsWith("same camera (NIKON D1)")) << text;
     }
     for (const std::string& text : {"NIKON D1"s, "NIKON D1X\0"s, R"(MYNIKON D1" )"s, ""s}) {
-        const auto ranked = ranked_for(trace(text));
+        const auto ranked = ranked_for(noise_with(text));
         EXPECT_EQ(ranked.front().path.filename(), "IMG_0041.nef") << text;
         EXPECT_THAT(ranked.front().why, Not(HasSubstr("camera"))) << text;
     }
@@ -139,7 +140,7 @@ TEST_F(SampleChoice, TracesAreFoundWhereBlocksOfTheSearchMeet) {
 TEST_F(SampleChoice, NamesOfAPhotographsOwnHeadCountAlone) {
     add_sample("IMG_0041.nef", photo_of("NIKON D500", 1));
     add_sample("own.nef", photo_of("NIKON D1", 2));
-    const Bytes slack = trace(std::string("NIKON D500\0", 11)); // Of another photograph.
+    const Bytes slack = noise_with(std::string("NIKON D500\0", 11)); // Of another photograph.
     const auto ranked = ranked_for(joined(photo_of("NIKON D1", 3), slack));
     EXPECT_EQ(ranked.front().path.filename(), "own.nef");
     EXPECT_THAT(ranked.back().why, StartsWith("other camera"));
@@ -224,7 +225,7 @@ Bytes without_first(const Bytes& bytes, std::size_t length) {
     return zeroed(bytes, 0, std::min(length, bytes.size()));
 }
 
-Bytes encrypted(const Bytes& bytes, std::size_t length) {
+Bytes with_encrypted_head(const Bytes& bytes, std::size_t length) {
     const std::size_t end = std::min(length, bytes.size());
     return joined(noise(end, 77), part(bytes, end, bytes.size()));
 }
@@ -238,8 +239,8 @@ const std::vector<HeadLoss>& head_losses() {
         {"displaced by 1000 bytes", [](const Bytes& b) { return joined(noise(1000, 12), b); }},
         {"displaced, head of 4 KiB zeroed",
          [](const Bytes& b) { return joined(noise(4096, 13), without_first(b, 4096)); }},
-        {"head of 16 KiB encrypted", [](const Bytes& b) { return encrypted(b, 16384); }},
-        {"head of 256 KiB encrypted", [](const Bytes& b) { return encrypted(b, 262144); }},
+        {"head of 16 KiB encrypted", [](const Bytes& b) { return with_encrypted_head(b, 16384); }},
+        {"head of 256 KiB encrypted", [](const Bytes& b) { return with_encrypted_head(b, 262144); }},
     };
     return kAll;
 }
