@@ -103,9 +103,10 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
 void add_repair_reports(CLI::App& command, RepairOptions& options) {
     constexpr const char* kGroup = "Reports";
     command
-        .add_option("--report", options.report,
-                    "A contact sheet: one HTML page with every picture and verdict; beyond 10 MiB its pictures "
-                    "are in a folder beside it, sheet_files for sheet.html")
+        .add_option(
+            "--report", options.report,
+            "A contact sheet: one HTML page with every picture and verdict; beyond 10 MiB its pictures "
+            "are in a folder beside it, sheet_files for sheet.html")
         ->group(kGroup);
     command.add_option("--json", options.json, "One JSON object per file; - is the standard output")
         ->group(kGroup);
