@@ -25,8 +25,8 @@ struct ShownSize {
                                                  const PicturePlace& place);
 
 /// A drawing of the lost and doubtful areas to lay over the picture: an SVG element with the picture's
-/// proportions. Many small areas are drawn as the cells of a grid that they touch. Empty if there are none, or
-/// their place in the picture is not known.
+/// proportions. Many small areas are drawn as the cells of a grid that they touch. Empty if there are none,
+/// or their place in the picture is not known.
 [[nodiscard]] std::string draw_areas(const Attempt& taken);
 
 /// The drawing's legend as HTML; empty without a drawing.
