@@ -18,7 +18,10 @@ namespace fs = std::filesystem;
 std::string address_of(const fs::path& path) {
     std::string address;
     for (const fs::path& name : path) {
-        address += (address.empty() ? "" : "/") + percent_encoded(utf8_from(name));
+        if (!address.empty()) {
+            address += '/';
+        }
+        address += percent_encoded(utf8_from(name));
     }
     return address;
 }
