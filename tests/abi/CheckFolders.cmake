@@ -9,10 +9,11 @@ if(PART STREQUAL "Host")
     set(common "")
     set(table
         "cli: repair report record files text platform"
-        "repair: judge diagnose report record files text platform"
+        "repair: judge diagnose metadata report record files text platform"
         "report: record files text platform"
         "judge: record files text platform"
         "diagnose: record files text platform"
+        "metadata: record files text platform"
         "record: files text platform"
         "files: text platform"
         "text: platform"
@@ -22,6 +23,7 @@ if(PART STREQUAL "Host")
         "nlohmann/: record/Json.cpp"
         "CLI/: cli/CommandLine.cpp cli/ParserTree.cpp"
         "nettle/: files/Sha256.cpp"
+        "exiv2/: metadata/Sidecar.cpp"
         "zlib.h: files/GreyPng.cpp")
 elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.

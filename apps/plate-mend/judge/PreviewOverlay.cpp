@@ -133,4 +133,18 @@ PreviewDoubts compare_with_previews(const RawDecoder& decoder, const std::filesy
     return doubts;
 }
 
+std::optional<bool> shows_picture(const RawDecoder& decoder, std::span<const unsigned char> jpeg) {
+    const SensorView view = decoder.sensor_view();
+    if (!decoder.has_colour_filter() || view.rows == 0 || view.columns == 0) {
+        return std::nullopt;
+    }
+    const auto preview = decode_coarsely(jpeg);
+    if (!preview || !has_shape(static_cast<std::uint32_t>(preview->width),
+                               static_cast<std::uint32_t>(preview->height), view)) {
+        return std::nullopt;
+    }
+    const Answer answer = compare(decoder, {}, *preview).answer;
+    return answer == Answer::kNothing ? std::nullopt : std::optional(answer != Answer::kStrange);
+}
+
 } // namespace plate_mend::host
