@@ -64,6 +64,16 @@ std::vector<double> light_of(const Image& preview, const BlockGrid& grid, const 
     return light;
 }
 
+/// Rows of one value per colour: zeros, or what they decode to, are in the place of what is lost.
+std::vector<bool> rows_without_picture(const SensorView& view) {
+    std::vector<bool> rows(view.rows);
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::uint16_t* row = view.row(y);
+        rows[y] = view.columns > view.dx && std::equal(row, row + view.columns - view.dx, row + view.dx);
+    }
+    return rows;
+}
+
 /// What one preview says of the picture.
 enum class Answer {
     kSame,    ///< It shows the picture.
@@ -143,7 +153,7 @@ std::optional<bool> shows_picture(const RawDecoder& decoder, std::span<const uns
                                static_cast<std::uint32_t>(preview->height), view)) {
         return std::nullopt;
     }
-    const Answer answer = compare(decoder, {}, *preview).answer;
+    const Answer answer = compare(decoder, rows_without_picture(view), *preview).answer;
     return answer == Answer::kNothing ? std::nullopt : std::optional(answer != Answer::kStrange);
 }
 

@@ -58,6 +58,7 @@ void ExifContent::add(const ExifContent& other) {
     set_if_new(digitized, other.digitized);
     set_if_new(changed, other.changed);
     is_dng = is_dng || other.is_dng;
+    has_raw_image = has_raw_image || other.has_raw_image;
     images.insert(images.end(), other.images.begin(), other.images.end());
     jpegs.insert(jpegs.end(), other.jpegs.begin(), other.jpegs.end());
 }
@@ -163,6 +164,14 @@ class ExifReader::Walk {
 
     void read_structure(const ExifEntry& entry) {
         switch (entry.tag) {
+        case 258: // BitsPerSample
+            content_.has_raw_image = content_.has_raw_image || exif_number(file_, entry) > 8U;
+            break;
+        case 33421: // CFARepeatPatternDim
+        case 33422: // CFAPattern
+        case 50752: // Slices of a CR2
+            content_.has_raw_image = true;
+            break;
         case 273: // StripOffsets
         case 324: // TileOffsets
             add_places(entry, content_.images);

@@ -25,6 +25,7 @@ struct ExifContent {
     std::string zone;      ///< Of `original`.
     bool is_dng = false;   ///< A directory of a DNG, which may have been written by a program.
     std::vector<std::uint64_t> images; ///< Offsets of strips and tiles in the file.
+    bool has_raw_image = false;        ///< One of these images is raw.
     std::vector<std::uint64_t> jpegs;  ///< Offsets of embedded JPEGs in the file.
 
     /// Adds what another structure of the same photograph says and this one does not.

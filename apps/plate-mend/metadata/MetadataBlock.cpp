@@ -30,12 +30,12 @@ struct DateEntry {
     std::string_view bytes; ///< Tag, ASCII, 20.
     std::endian order;
 };
-/// DateTimeOriginal and DateTime.
+/// DateTime, whose directory may lead to the other one; and DateTimeOriginal.
 constexpr std::array kDateEntries = {
-    DateEntry{std::string_view("\x03\x90\2\0\x14\0\0\0", 8), std::endian::little},
-    DateEntry{std::string_view("\x90\x03\0\2\0\0\0\x14", 8), std::endian::big},
     DateEntry{std::string_view("\x32\x01\2\0\x14\0\0\0", 8), std::endian::little},
-    DateEntry{std::string_view("\x01\x32\0\2\0\0\0\x14", 8), std::endian::big}};
+    DateEntry{std::string_view("\x01\x32\0\2\0\0\0\x14", 8), std::endian::big},
+    DateEntry{std::string_view("\x03\x90\2\0\x14\0\0\0", 8), std::endian::little},
+    DateEntry{std::string_view("\x90\x03\0\2\0\0\0\x14", 8), std::endian::big}};
 
 /// A block whose facts are not complete yet.
 struct Structure {
@@ -65,7 +65,7 @@ class BlockSearch {
         return found;
     }
 
-    /// Directories with dates that no header leads to. Those that agree are one structure.
+    /// Directories with dates that no header leads to, and those that they lead to.
     std::vector<Structure> directories() {
         std::vector<Structure> found;
         for (const DateEntry& date : kDateEntries) {
@@ -147,6 +147,7 @@ std::optional<MetadataBlock> block_from(Structure structure) {
                         .offset = structure.offset,
                         .facts = structure.content.all_facts(),
                         .images = std::move(structure.content.images),
+                        .has_raw_image = structure.content.has_raw_image,
                         .jpegs = std::move(structure.content.jpegs)};
     return block.facts.empty() ? std::nullopt : std::optional(std::move(block));
 }

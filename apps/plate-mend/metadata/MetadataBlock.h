@@ -16,6 +16,7 @@ struct MetadataBlock {
     std::uint64_t offset = 0;          ///< Of its header or its directory.
     CameraFacts facts;                 ///< Not empty.
     std::vector<std::uint64_t> images; ///< Where its tables have images, in the file.
+    bool has_raw_image = false;        ///< One of them is raw.
     std::vector<std::uint64_t> jpegs;  ///< Likewise, JPEGs; the one around it first.
 };
 

@@ -72,7 +72,7 @@ class Choice {
             return *shown ? Standing::kPreview : Standing::kDenied;
         }
         const bool is_before = image_ && block.offset < image_->offset;
-        return is_before && block.images.empty() ? Standing::kOpen : Standing::kDenied;
+        return is_before && !block.has_raw_image ? Standing::kOpen : Standing::kDenied;
     }
 
     /// One that shows the photograph is proof, whatever the others show.

@@ -25,8 +25,8 @@ using ShowsPhotograph = std::function<std::optional<bool>(std::uint64_t jpeg)>;
 /// A damaged file may hold metadata of other photographs. Those are the photograph's own whose tables lead to
 /// its image, or whose preview shows it; if several of these have different dates, none are. Without such a
 /// proof, all dates in the file must be the same, and theirs must be before the image, with no preview that
-/// shows another photograph and no tables that lead elsewhere. Metadata without a date need a proof of their
-/// own.
+/// shows another photograph and no tables of a raw image elsewhere. Metadata without a date need a proof of
+/// their own.
 [[nodiscard]] std::optional<OwnMetadata> choose_own_metadata(const std::vector<MetadataBlock>& blocks,
                                                              const std::optional<ImagePlace>& image,
                                                              const ShowsPhotograph& shows_photograph);
