@@ -31,6 +31,11 @@ bool is_surely_there(const fs::path& file) {
     }
 }
 
+/// A photograph is not given up for its sidecar.
+void note_missing_sidecar(Record& record, const std::string& reason) {
+    record.problem += (record.problem.empty() ? "" : "; ") + ("there is no sidecar: " + reason);
+}
+
 /// Programs show photographs in the order of their files' times too. A file system without such times does no
 /// harm.
 void set_time(const fs::path& file, std::int64_t modified) {
@@ -82,13 +87,12 @@ const fs::path& Delivery::choose_jpeg() const {
     return outputs.other_jpeg;
 }
 
-/// A photograph is not given up for it.
 std::optional<FileIdentity> Delivery::sidecar_of(const FinishedFiles& files, Record& record) const {
     if (!fs::exists(files.raw) || !fs::exists(files.sidecar)) {
         return std::nullopt;
     }
     if (const auto refusal = refuse(file_.outputs.sidecar)) {
-        record.problem += (record.problem.empty() ? "" : "; ") + ("there is no sidecar: " + *refusal);
+        note_missing_sidecar(record, *refusal);
         return std::nullopt;
     }
     return identity_of(files.sidecar, file_.outputs.sidecar);
@@ -115,10 +119,23 @@ void Delivery::run(const FinishedFiles& files, Record& record) {
         deliver_one(files.mask, *finished.mask, record.mask);
     }
     if (finished.sidecar) {
-        deliver_one(files.sidecar, *finished.sidecar, record.sidecar);
+        deliver_sidecar(files.sidecar, *finished.sidecar, record);
     }
     if (finished.raw) {
         deliver_one(files.raw, *finished.raw, record.raw);
+    }
+}
+
+/// Another program may have put one there meanwhile.
+void Delivery::deliver_sidecar(const fs::path& file, const FileIdentity& identity, Record& record) {
+    try {
+        deliver_one(file, identity, record.sidecar);
+    } catch (const MachineFailure& e) {
+        if (e.no_room()) {
+            throw;
+        }
+        record.sidecar.reset();
+        note_missing_sidecar(record, e.what());
     }
 }
 

@@ -52,6 +52,7 @@ class Delivery {
     [[nodiscard]] std::optional<std::string> refuse(const std::filesystem::path& output) const;
     [[nodiscard]] const std::filesystem::path& choose_jpeg() const;
     [[nodiscard]] std::optional<FileIdentity> sidecar_of(const FinishedFiles& files, Record& record) const;
+    void deliver_sidecar(const std::filesystem::path& file, const FileIdentity& identity, Record& record);
     void deliver_one(const std::filesystem::path& file, const FileIdentity& identity,
                      std::optional<FileIdentity>& result);
     [[nodiscard]] bool is_delivered_already(const FileIdentity& identity) const;
