@@ -37,7 +37,8 @@ elseif(PART STREQUAL "Libs")
         "jpeg_bits:"
         "mapped_file:"
         "system_path:")
-    set(owners "plate_mend/: nobody")
+    # Exiv2 is under the GPL: only the program may link it.
+    set(owners "plate_mend/: nobody" "exiv2/: nobody")
 elseif(PART STREQUAL "RawMend")
     # The sources that put these folders together are above them all.
     set(root libs/raw_mend/src)

@@ -126,7 +126,7 @@ std::string sidecar_text(const CameraFacts& facts, const std::string& sample) {
         return R"(<?xml version="1.0" encoding="UTF-8"?>)"
                "\n" +
                packet + "\n";
-    } catch (const Exiv2::AnyError& e) {
+    } catch (const Exiv2::Error& e) {
         throw std::runtime_error(std::string("the sidecar cannot be made: ") + e.what());
     }
 }
