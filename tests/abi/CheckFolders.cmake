@@ -9,10 +9,11 @@ if(PART STREQUAL "Host")
     set(common "")
     set(table
         "cli: repair report record files text platform"
-        "repair: judge diagnose facts report record files text platform"
+        "repair: judge diagnose facts metadata report record files text platform"
         "report: record files text platform"
         "judge: record files text platform"
         "diagnose: record files text platform"
+        "metadata: record files text platform"
         "facts: files text platform"
         "record: files text platform"
         "files: text platform"
@@ -23,6 +24,7 @@ if(PART STREQUAL "Host")
         "nlohmann/: record/Json.cpp"
         "CLI/: cli/CommandLine.cpp cli/ParserTree.cpp"
         "nettle/: files/Sha256.cpp"
+        "exiv2/: metadata/Sidecar.cpp"
         "zlib.h: files/GreyPng.cpp")
 elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.
@@ -36,7 +38,8 @@ elseif(PART STREQUAL "Libs")
         "jpeg_bits:"
         "mapped_file:"
         "system_path:")
-    set(owners "plate_mend/: nobody")
+    # Exiv2 is under the GPL: only the program may link it.
+    set(owners "plate_mend/: nobody" "exiv2/: nobody")
 elseif(PART STREQUAL "RawMend")
     # The sources that put these folders together are above them all.
     set(root libs/raw_mend/src)

@@ -1,6 +1,7 @@
 #include "host/BatchFixture.h"
 
 #include "judge/RawDecoder.h"
+#include "metadata/MetadataBlock.h"
 #include "support/Jpeg.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
@@ -8,8 +9,10 @@
 
 #include <gmock/gmock.h>
 
+#include <libraw/libraw.h>
 #include <raw_mend/raw_mend.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 
@@ -148,6 +151,66 @@ TEST_P(RealPairs, PreviewsThatSurviveStay) {
     EXPECT_EQ(taken->image->notes & RAW_MEND_SAMPLE_PICTURES, 0U);
     write_file(folder / "photo", photo);
     EXPECT_TRUE(preview_of(record.raw->path) == preview_of(folder / "photo"));
+}
+
+/// Date and settings as LibRaw reads them.
+struct Settings {
+    std::string taken;
+    double iso = 0;
+    double exposure = 0;
+    double aperture = 0;
+    double focal_length = 0;
+};
+
+Settings settings_of(const fs::path& photograph) {
+    plate_mend::host::RawDecoder decoder;
+    EXPECT_TRUE(decoder.open(photograph));
+    std::string taken = decoder.facts().taken;
+    std::replace(taken.begin(), taken.end(), ' ', 'T');
+    const auto& other = decoder.raw().imgdata.other;
+    return {taken, other.iso_speed, other.shutter, other.aperture, other.focal_len};
+}
+
+double value_of(const std::string& fraction) {
+    const std::size_t slash = fraction.find('/');
+    return slash == fraction.npos
+               ? std::stod(fraction)
+               : std::stod(fraction.substr(0, slash)) / std::stod(fraction.substr(slash + 1));
+}
+
+TEST_P(RealPairs, DateAndSettingsThatSurviveAreTheOriginals) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    write_file(folder / "photo", photo);
+    const Settings intact = settings_of(folder / "photo");
+    for (const std::size_t lost : {4 * kKiB, 64 * kKiB}) {
+        const Record record = repair(without_head(photo, std::min(GetParam().image, lost)), good);
+        if (!record.metadata) {
+            EXPECT_FALSE(record.sidecar);
+            continue;
+        }
+        EXPECT_EQ(record.sidecar.has_value(), !record.metadata->in_result);
+        const auto& facts = record.metadata->facts;
+        const auto expect_near = [&](plate_mend::host::CameraFact fact, double wanted) {
+            if (facts.contains(fact)) {
+                EXPECT_NEAR(value_of(facts.at(fact)), wanted, wanted * 1e-5) << name_of(fact);
+            }
+        };
+        using plate_mend::host::CameraFact;
+        EXPECT_EQ(facts.at(CameraFact::kTaken).substr(0, 19), intact.taken);
+        expect_near(CameraFact::kIso, intact.iso);
+        expect_near(CameraFact::kExposureTime, intact.exposure);
+        expect_near(CameraFact::kAperture, intact.aperture);
+        expect_near(CameraFact::kFocalLength, intact.focal_length);
+    }
+}
+
+/// Those of one camera have their Exif after the first 64 KiB.
+TEST(RealMetadata, SurviveBeyondTheHead) {
+    REAL_FILE_OR_SKIP(photo, "pairs/nikon-d5000-dng/sample2.dng");
+    const auto blocks = plate_mend::host::find_metadata(without_head(photo, 64 * kKiB));
+    ASSERT_EQ(blocks.size(), 1U);
+    EXPECT_EQ(blocks[0].facts.at(plate_mend::host::CameraFact::kExposureTime), "1/640");
 }
 
 TEST_P(RealPairs, DamageWithinTheImageIsNeverCalledWholeUnlessAllOfItIsBack) {

@@ -26,7 +26,7 @@ ArwPhoto::ArwPhoto(const Options& options) {
                                        tiff.rationals(kXResolution, {72, 1}),
                                        tiff.rationals(kYResolution, {72, 1}),
                                        tiff.ascii(kSoftware, "DSLR-A330 v1.00"),
-                                       tiff.ascii(kDateTime, "2026:11:21 17:40:00")};
+                                       tiff.ascii(kDateTime, options.date)};
         entries.insert(entries.end(), more.begin(), more.end());
         entries.push_back(tiff.longs(kJpegOffset, {kLater}));
         entries.push_back(tiff.longs(kJpegLength, {kLater}));

@@ -3,6 +3,8 @@
 #include "support/Bytes.h"
 #include "support/TiffWriter.h"
 
+#include <string>
+
 namespace test {
 
 /// A Sony ARW photograph, laid out as a camera writes it: IFD 0 with a preview, a block of maker notes, IFD 1
@@ -16,6 +18,7 @@ struct ArwPhoto {
         unsigned height = 120;
         std::size_t maker_notes = 2048; ///< Bytes between IFD 0 and what follows: they set the image offset.
         Bytes preview{};                ///< The JPEG of IFD 0; the scene's if empty.
+        std::string date = "2026:11:21 17:40:00"; ///< In its directories.
     };
 
     explicit ArwPhoto(const Options& options);

@@ -98,6 +98,10 @@ void add_repair_outputs(CLI::App& command, RepairOptions& options) {
                      "Do not salvage a JPEG where a photograph is not whole");
     command.add_flag("--no-fill", options.no_fill,
                      "Leave lost pixels zero instead of filling them from their neighbours");
+    command.add_flag(
+        "--no-sidecar", options.no_sidecar,
+        "Do not write NAME.xmp with the photograph's own date and settings, where they survive and "
+        "are not in the result itself");
     command.add_option("--mask", options.mask,
                        "A PNG of what is lost, as large as the raw image: 0 the photograph's own pixels, 128 "
                        "doubtful, 255 lost; a file for one damaged file, or an ending such as .mask.png "

@@ -142,6 +142,7 @@ class Repair {
             return platform::name_key(file.outputs.raw) == key ||
                    platform::name_key(file.outputs.jpeg) == key ||
                    platform::name_key(file.outputs.mask) == key ||
+                   platform::name_key(file.outputs.sidecar) == key ||
                    platform::name_key(file.outputs.other_jpeg) == key;
         });
     }

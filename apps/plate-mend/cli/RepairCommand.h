@@ -33,6 +33,7 @@ struct RepairOptions {
     bool force = false;        ///< Replace existing files.
     bool no_fallback = false;  ///< No JPEG is salvaged.
     bool no_fill = false;      ///< Lost pixels stay zero.
+    bool no_sidecar = false;   ///< No XMP is written.
     bool resume = false;       ///< Skip what an earlier run finished.
     bool quiet = false;        ///< Print only failures of the program itself.
     bool dry_run = false;      ///< Print what a run would do, and write nothing.

@@ -48,10 +48,10 @@ class Selector {
         check_single_names(damaged.size());
         find_samples();
         protect(damaged);
-        selection_.files =
-            plan(damaged,
-                 {path_from(options_.out), path_from(options_.output), !options_.task.empty(), options_.mask},
-                 selection_.inputs);
+        selection_.files = plan(damaged,
+                                {path_from(options_.out), path_from(options_.output), !options_.task.empty(),
+                                 options_.mask, !options_.no_sidecar},
+                                selection_.inputs);
         return std::move(selection_);
     }
 

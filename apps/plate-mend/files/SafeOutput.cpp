@@ -44,6 +44,9 @@ void copy_over(const fs::path& file, const fs::path& output, bool force) {
     const PrivateFolder beside(folder_of(output));
     const fs::path copy = beside.path() / kGrowing;
     fs::copy_file(file, copy);
+    if (const auto stamp = platform::stamp_of(file)) {
+        platform::set_modified(copy, stamp->modified);
+    }
     platform::sync_file(copy);
     move(copy, output, force);
 }

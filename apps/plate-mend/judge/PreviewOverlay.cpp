@@ -64,6 +64,16 @@ std::vector<double> light_of(const Image& preview, const BlockGrid& grid, const 
     return light;
 }
 
+/// Rows of one value per colour: zeros, or what they decode to, are in the place of what is lost.
+std::vector<bool> rows_without_picture(const SensorView& view) {
+    std::vector<bool> rows(view.rows);
+    for (std::size_t y = 0; y < view.rows; ++y) {
+        const std::uint16_t* row = view.row(y);
+        rows[y] = view.columns > view.dx && std::equal(row, row + view.columns - view.dx, row + view.dx);
+    }
+    return rows;
+}
+
 /// What one preview says of the picture.
 enum class Answer {
     kSame,    ///< It shows the picture.
@@ -131,6 +141,20 @@ PreviewDoubts compare_with_previews(const RawDecoder& decoder, const std::filesy
         doubts.findings.push_back(describe(*best));
     }
     return doubts;
+}
+
+std::optional<bool> shows_picture(const RawDecoder& decoder, std::span<const unsigned char> jpeg) {
+    const SensorView view = decoder.sensor_view();
+    if (!decoder.has_colour_filter() || view.rows == 0 || view.columns == 0) {
+        return std::nullopt;
+    }
+    const auto preview = decode_coarsely(jpeg);
+    if (!preview || !has_shape(static_cast<std::uint32_t>(preview->width),
+                               static_cast<std::uint32_t>(preview->height), view)) {
+        return std::nullopt;
+    }
+    const Answer answer = compare(decoder, rows_without_picture(view), *preview).answer;
+    return answer == Answer::kNothing ? std::nullopt : std::optional(answer != Answer::kStrange);
 }
 
 } // namespace plate_mend::host

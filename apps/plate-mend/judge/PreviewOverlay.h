@@ -3,6 +3,8 @@
 #include "judge/RawDecoder.h"
 
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,5 +27,13 @@ struct PreviewDoubts {
 [[nodiscard]] PreviewDoubts compare_with_previews(const RawDecoder& decoder,
                                                   const std::filesystem::path& damaged,
                                                   const std::vector<bool>& known);
+
+/// Whether a JPEG shows the decoded picture, or most of it; false if it shows another photograph. Nothing
+/// where it does not decode, is too small, or shows nothing, and where the picture cannot be compared.
+///
+///   decoder  has unpacked the photograph
+///   jpeg     from its SOI on; others may follow it
+[[nodiscard]] std::optional<bool> shows_picture(const RawDecoder& decoder,
+                                                std::span<const unsigned char> jpeg);
 
 } // namespace plate_mend::host

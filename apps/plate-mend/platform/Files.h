@@ -92,6 +92,10 @@ class NewFile {
 void sync_file(const std::filesystem::path& file);
 void sync_folder(const std::filesystem::path& folder);
 
+/// Sets when the bytes of an existing file changed, as FileStamp has it. File systems may round it. Throws
+/// std::system_error.
+void set_modified(const std::filesystem::path& file, std::int64_t modified);
+
 /// Gives a file or a folder another name on the same file system. Whatever has the new name already is kept:
 /// then throws std::system_error with std::errc::file_exists. On a file system without such a move, does the
 /// nearest thing: a link and a removal, or else a check before the move.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/WorkingCopy.h"
+#include "record/CameraFacts.h"
 
 #include <array>
 #include <cstdint>
@@ -156,10 +157,14 @@ struct Record {
     std::uint64_t zeros_left_out = 0; ///< At the end of the damaged file, longer than any photograph here.
     std::vector<Attempt> attempts;    ///< In the order they were tried.
     SalvagedPicture salvage;
-    std::optional<FileIdentity> raw;  ///< The delivered RAW photograph.
-    std::optional<FileIdentity> jpeg; ///< The delivered JPEG.
-    std::optional<FileIdentity> mask; ///< The delivered mask of lost and doubtful pixels.
-    double seconds = 0;               ///< Time spent.
+    std::optional<FileIdentity> raw;     ///< The delivered RAW photograph.
+    std::optional<FileIdentity> jpeg;    ///< The delivered JPEG.
+    std::optional<FileIdentity> mask;    ///< The delivered mask of lost and doubtful pixels.
+    std::optional<FileIdentity> sidecar; ///< The delivered XMP sidecar of the RAW photograph.
+    /// Metadata of the photograph that survived in the damaged file; nothing where none did for certain, and
+    /// where no RAW photograph was delivered.
+    std::optional<OwnMetadata> metadata;
+    double seconds = 0;  ///< Time spent.
     std::string picture; ///< A small upright JPEG of what was delivered, its bytes; empty for none. Not in
                          ///< JSON or CSV.
     std::string sample_picture; ///< Likewise, of the sample that the delivered RAW photograph was made with.

@@ -236,6 +236,37 @@ SalvagedPicture salvage_from(const Json& json) {
             .warnings = integer_or_zero<std::uint32_t>(json, "warnings")};
 }
 
+Json to_json(const std::optional<OwnMetadata>& metadata) {
+    if (!metadata) {
+        return {};
+    }
+    Json facts = Json::object({});
+    for (const auto& [fact, text] : metadata->facts) {
+        facts.set(name_of(fact), text);
+    }
+    return Json::object({{"facts", facts},
+                         {"source", metadata->source},
+                         {"offset", metadata->offset},
+                         {"in_result", metadata->in_result}});
+}
+
+std::optional<OwnMetadata> own_metadata_from(const Json& json) {
+    if (json.is_null()) {
+        return std::nullopt;
+    }
+    OwnMetadata metadata{.facts = {},
+                         .source = json.text("source"),
+                         .offset = integer_or_zero<std::uint64_t>(json, "offset"),
+                         .in_result = json.truth("in_result")};
+    const Json facts = json.member("facts");
+    for (const CameraFact fact : camera_facts()) {
+        if (const std::string text = facts.text(name_of(fact)); !text.empty()) {
+            metadata.facts[fact] = text;
+        }
+    }
+    return metadata;
+}
+
 Json to_json(const Record& record) {
     return Json::object({{"schema", kSchema},
                          {"damaged", to_json(record.damaged)},
@@ -246,6 +277,8 @@ Json to_json(const Record& record) {
                          {"raw", to_json(record.raw)},
                          {"jpeg", to_json(record.jpeg)},
                          {"mask", to_json(record.mask)},
+                         {"sidecar", to_json(record.sidecar)},
+                         {"metadata", host::to_json(record.metadata)},
                          {"unreadable", to_json(record.unreadable)},
                          {"zeros_left_out", record.zeros_left_out},
                          {"seconds", record.seconds}});
@@ -266,6 +299,8 @@ Record record_from(const Json& json) {
     record.raw = file_or_nothing_from(json.member("raw"));
     record.jpeg = file_or_nothing_from(json.member("jpeg"));
     record.mask = file_or_nothing_from(json.member("mask"));
+    record.sidecar = file_or_nothing_from(json.member("sidecar"));
+    record.metadata = own_metadata_from(json.member("metadata"));
     for (const Json& span : json.member("unreadable").elements()) {
         record.unreadable.push_back(
             {integer_or_zero<std::uint64_t>(span, "offset"), integer_or_zero<std::uint64_t>(span, "size")});

@@ -24,6 +24,10 @@ namespace plate_mend::host {
 [[nodiscard]] Json to_json(const SalvagedPicture& salvage);
 [[nodiscard]] SalvagedPicture salvage_from(const Json& json);
 
+/// Null for none.
+[[nodiscard]] Json to_json(const std::optional<OwnMetadata>& metadata);
+[[nodiscard]] std::optional<OwnMetadata> own_metadata_from(const Json& json);
+
 /// A whole record; the picture is left out. Paths that are not UTF-8 are escaped, without loss.
 [[nodiscard]] Json to_json(const Record& record);
 /// Throws std::exception for anything that is not a record of this schema.

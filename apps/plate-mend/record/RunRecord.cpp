@@ -72,9 +72,9 @@ bool is_final(const Record& record) {
     case Verdict::kPartial:
         return record.raw.has_value();
     case Verdict::kPreviewOnly:
-        return !record.raw && record.jpeg && !record.mask;
+        return !record.raw && record.jpeg && !record.mask && !record.sidecar;
     case Verdict::kIntact:
-        return !record.raw && !record.jpeg && !record.mask;
+        return !record.raw && !record.jpeg && !record.mask && !record.sidecar;
     default:
         return false;
     }
@@ -86,6 +86,12 @@ bool is_same(const std::optional<FileIdentity>& one, const std::optional<FileIde
 
 bool is_as_recorded(const std::optional<FileIdentity>& file) {
     return !file || is_unchanged(*file);
+}
+
+/// Sidecars are for other programs to write to: that leaves nothing to be done again.
+bool is_still_there(const std::optional<FileIdentity>& sidecar) {
+    std::error_code none;
+    return !sidecar || fs::exists(path_from(sidecar->path), none);
 }
 
 bool is_result_there(const std::optional<FileIdentity>& file, const std::string& key) {
@@ -172,13 +178,15 @@ std::optional<RunRecord::Entry> RunRecord::entry_from(const Json& json) {
     const auto raw = stamped_file_from(json.member("raw"));
     const auto jpeg = stamped_file_from(json.member("jpeg"));
     const auto mask = stamped_file_from(json.member("mask"));
+    const auto sidecar = stamped_file_from(json.member("sidecar"));
     if (!is_final(entry.record) || !is_same(entry.record.raw, raw) || !is_same(entry.record.jpeg, jpeg) ||
-        !is_same(entry.record.mask, mask)) {
+        !is_same(entry.record.mask, mask) || !is_same(entry.record.sidecar, sidecar)) {
         return std::nullopt;
     }
     entry.record.raw = raw;
     entry.record.jpeg = jpeg;
     entry.record.mask = mask;
+    entry.record.sidecar = sidecar;
     return entry;
 }
 
@@ -266,7 +274,7 @@ std::optional<Record> RunRecord::finished(const fs::path& input, const fs::path&
     const auto holds = [&](const std::shared_ptr<const Entry>& entry) {
         const auto& made = entry->record.raw;
         return is_unchanged(entry->damaged) && is_as_recorded(made) && is_as_recorded(entry->record.jpeg) &&
-               is_as_recorded(entry->record.mask) &&
+               is_as_recorded(entry->record.mask) && is_still_there(entry->record.sidecar) &&
                (!made || platform::name_key(path_from(made->path)) == platform::name_key(raw));
     };
     const auto& entries = found->second;
@@ -292,7 +300,7 @@ bool RunRecord::is_own_result(const fs::path& input, const fs::path& output) con
     return found != finished_.end() &&
            std::any_of(found->second.begin(), found->second.end(), [&](const auto& entry) {
                return is_result_there(entry->record.raw, key) || is_result_there(entry->record.jpeg, key) ||
-                      is_result_there(entry->record.mask, key);
+                      is_result_there(entry->record.mask, key) || is_result_there(entry->record.sidecar, key);
            });
 }
 
@@ -317,6 +325,7 @@ void RunRecord::add(const Record& record) {
                              {"jpeg", stamped_to_json(record.jpeg)},
                              {"mask", stamped_to_json(record.mask)},
                              {"sample_picture", sample_picture},
+                             {"sidecar", stamped_to_json(record.sidecar)},
                              {"record", host::to_json(record)}}));
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());

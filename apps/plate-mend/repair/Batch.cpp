@@ -1,6 +1,7 @@
 #include "repair/Batch.h"
 
 #include "files/Failures.h"
+#include "platform/Files.h"
 #include "platform/Interrupt.h"
 #include "record/RunRecord.h"
 #include "text/Format.h"
@@ -21,6 +22,12 @@ namespace {
 bool lacks_mask(const Record& record, const Outputs& outputs) {
     const Attempt* taken = record.taken();
     return !outputs.mask.empty() && !record.mask && taken != nullptr && taken->image;
+}
+
+/// Whether a sidecar is wanted that an earlier run has not made, and has a place now.
+bool lacks_sidecar(const Record& record, const Outputs& outputs, bool force) {
+    return !outputs.sidecar.empty() && !record.sidecar && record.raw && record.metadata &&
+           !record.metadata->in_result && (force || !platform::is_taken(outputs.sidecar));
 }
 
 /// The work on one batch, shared by its threads.
@@ -82,7 +89,8 @@ class Batch {
     void work_on(const PlannedFile& file) {
         if (request_.repair.resume && request_.record != nullptr) {
             const auto record = request_.record->finished(file.input.path, file.outputs.raw);
-            if (record && !lacks_mask(*record, file.outputs)) {
+            if (record && !lacks_mask(*record, file.outputs) &&
+                !lacks_sidecar(*record, file.outputs, request_.repair.force)) {
                 report(*record, false);
                 return;
             }

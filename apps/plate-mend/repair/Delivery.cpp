@@ -31,6 +31,24 @@ bool is_surely_there(const fs::path& file) {
     }
 }
 
+/// A photograph is not given up for its sidecar.
+void note_missing_sidecar(Record& record, const std::string& reason) {
+    record.problem += (record.problem.empty() ? "" : "; ") + ("there is no sidecar: " + reason);
+}
+
+/// Programs show photographs in the order of their files' times too. A file system without such times does no
+/// harm.
+void set_time(const fs::path& file, std::int64_t modified) {
+    if (modified == 0 || !fs::exists(file)) {
+        return;
+    }
+    try {
+        platform::set_modified(file, modified);
+    } catch (const std::system_error&) {
+        return;
+    }
+}
+
 /// Adds the times of a delivered file, if it is certainly the one that was made.
 void add_times(FileIdentity& identity, const platform::FileStamp& made, const fs::path& output) {
     const auto stamp = platform::stamp_of(output);
@@ -69,9 +87,25 @@ const fs::path& Delivery::choose_jpeg() const {
     return outputs.other_jpeg;
 }
 
+std::optional<FileIdentity> Delivery::sidecar_of(const FinishedFiles& files, Record& record) const {
+    if (!fs::exists(files.raw) || !fs::exists(files.sidecar)) {
+        return std::nullopt;
+    }
+    if (const auto refusal = refuse(file_.outputs.sidecar)) {
+        note_missing_sidecar(record, *refusal);
+        return std::nullopt;
+    }
+    return identity_of(files.sidecar, file_.outputs.sidecar);
+}
+
 void Delivery::run(const FinishedFiles& files, Record& record) {
     // All that may be interrupted comes before anything is delivered.
+    for (const fs::path& file : {files.raw, files.jpeg, files.mask}) {
+        set_time(file, record.damaged.modified);
+    }
+    const auto sidecar = sidecar_of(files, record);
     Record finished = record;
+    finished.sidecar = sidecar;
     finished.raw = identity_of(files.raw, file_.outputs.raw);
     finished.jpeg = fs::exists(files.jpeg) ? identity_of(files.jpeg, choose_jpeg()) : std::nullopt;
     finished.mask = identity_of(files.mask, file_.outputs.mask);
@@ -84,8 +118,24 @@ void Delivery::run(const FinishedFiles& files, Record& record) {
     if (finished.mask) {
         deliver_one(files.mask, *finished.mask, record.mask);
     }
+    if (finished.sidecar) {
+        deliver_sidecar(files.sidecar, *finished.sidecar, record);
+    }
     if (finished.raw) {
         deliver_one(files.raw, *finished.raw, record.raw);
+    }
+}
+
+/// Another program may have put one there meanwhile.
+void Delivery::deliver_sidecar(const fs::path& file, const FileIdentity& identity, Record& record) {
+    try {
+        deliver_one(file, identity, record.sidecar);
+    } catch (const MachineFailure& e) {
+        if (e.no_room()) {
+            throw;
+        }
+        record.sidecar.reset();
+        note_missing_sidecar(record, e.what());
     }
 }
 
@@ -119,6 +169,7 @@ void Delivery::take_back(Record& record) {
     record.raw.reset();
     record.jpeg.reset();
     record.mask.reset();
+    record.sidecar.reset();
 }
 
 } // namespace plate_mend::host

@@ -26,6 +26,7 @@ struct FinishedFiles {
     std::filesystem::path raw;
     std::filesystem::path jpeg;
     std::filesystem::path mask;
+    std::filesystem::path sidecar;
 };
 
 /// Delivers the results of one damaged file.
@@ -37,9 +38,10 @@ class Delivery {
     /// MachineFailure, and Interrupted.
     [[nodiscard]] std::optional<std::string> refuse_raw() const;
 
-    /// Delivers the finished files that exist, and adds them to the record. A result of an earlier run for
-    /// the same file, with the same bytes, counts as delivered. Throws MachineFailure, Interrupted and
-    /// std::system_error; then the caller must call take_back().
+    /// Delivers the finished files that exist, and adds them to the record. All but the sidecar get the time
+    /// of the damaged file. Where the sidecar's place is taken, it is left out, and the record says so. A
+    /// result of an earlier run for the same file, with the same bytes, counts as delivered. Throws
+    /// MachineFailure, Interrupted and std::system_error; then the caller must call take_back().
     void run(const FinishedFiles& files, Record& record);
 
     /// Removes what was delivered, unless it may be the only copy: where it may have replaced a file, and
@@ -49,6 +51,8 @@ class Delivery {
   private:
     [[nodiscard]] std::optional<std::string> refuse(const std::filesystem::path& output) const;
     [[nodiscard]] const std::filesystem::path& choose_jpeg() const;
+    [[nodiscard]] std::optional<FileIdentity> sidecar_of(const FinishedFiles& files, Record& record) const;
+    void deliver_sidecar(const std::filesystem::path& file, const FileIdentity& identity, Record& record);
     void deliver_one(const std::filesystem::path& file, const FileIdentity& identity,
                      std::optional<FileIdentity>& result);
     [[nodiscard]] bool is_delivered_already(const FileIdentity& identity) const;

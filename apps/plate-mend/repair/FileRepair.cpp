@@ -72,6 +72,7 @@ class FileRepair {
         }
         try_samples();
         replace_pictures();
+        find_metadata();
         if (record_.verdict != Verdict::kWhole && settings_.fallback) {
             salvage();
         }
@@ -84,7 +85,7 @@ class FileRepair {
         if (const Attempt* taken = record_.taken()) {
             record_.sample_picture = tools_.checks.picture_of(path_from(taken->sample));
         }
-        delivery_.run({best_file(), jpeg_file(), mask_file()}, record_);
+        delivery_.run({best_file(), jpeg_file(), mask_file(), sidecar_file()}, record_);
     }
 
     /// Nothing is known about the photograph, and no result is kept.
@@ -309,11 +310,32 @@ class FileRepair {
         }
     }
 
+    /// The photograph is worth delivering without them, too.
+    void find_metadata() {
+        const Attempt* taken = record_.taken();
+        if (taken == nullptr) {
+            return;
+        }
+        auto [metadata, problem] = tools_.workers.find_metadata(
+            folder_->path(), {.damaged = damaged_.copy,
+                              .result = best_file(),
+                              .taken = *taken,
+                              .sidecar = outputs_.sidecar.empty() ? fs::path() : sidecar_file()});
+        record_.metadata = std::move(metadata);
+        if (!problem.empty()) {
+            add_problem("the photograph's own date and settings were not looked for: the search " + problem);
+        }
+    }
+
+    void add_problem(const std::string& problem) {
+        record_.problem += (record_.problem.empty() ? "" : "; ") + problem;
+    }
+
     void make_mask() {
         const Attempt* taken = record_.taken();
         if (taken != nullptr && taken->image && !outputs_.mask.empty() &&
             !write_mask(*taken->image, mask_file())) {
-            record_.problem = "there is no mask: the raw image's size is not known";
+            add_problem("there is no mask: the raw image's size is not known");
         }
     }
 
@@ -327,6 +349,7 @@ class FileRepair {
     }
 
     [[nodiscard]] fs::path mask_file() const { return folder_->path() / "mask.png"; }
+    [[nodiscard]] fs::path sidecar_file() const { return folder_->path() / "sidecar.xmp"; }
     [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
     [[nodiscard]] fs::path jpeg_file() const { return folder_->path() / "salvaged.jpg"; }
 

@@ -59,12 +59,19 @@ fs::path mask_output(const fs::path& raw, const std::string& mask, bool is_long)
     return raw.parent_path() / name;
 }
 
+fs::path sidecar_output(const fs::path& raw, bool is_long) {
+    fs::path name = is_long ? raw.filename() : raw.stem();
+    name += ".xmp";
+    return raw.parent_path() / name;
+}
+
 /// With the name of a result that has another extension than its damaged file, which may be a long one.
 Outputs outputs_of(const Input& input, const Destination& destination, bool is_long) {
     const auto outputs = [&](const fs::path& raw, const fs::path& named_after, const char* middle) {
         const fs::path other = jpeg_output(named_after, middle, true);
         return Outputs{raw, destination.long_jpeg_names ? other : jpeg_output(named_after, middle, false),
-                       other, mask_output(raw, destination.mask, false)};
+                       other, mask_output(raw, destination.mask, false),
+                       destination.sidecars ? sidecar_output(raw, false) : fs::path()};
     };
     if (!destination.output.empty()) {
         return outputs(destination.output, destination.output, "");
@@ -119,6 +126,30 @@ void claim_mask(PlannedFile& file, OutputOwners& owners, const Protected& inputs
         file.input.problem = utf8_from(outputs.mask) + ": the mask would take the place of another file";
     } else if (const auto owner = owners.take(outputs.mask, file.input)) {
         file.input.problem = describe_shared_output(outputs.mask, *owner);
+    }
+}
+
+/// After all other outputs: a photograph can do without.
+void claim_sidecars(std::vector<PlannedFile>& files, OutputOwners& owners) {
+    std::map<std::string, std::size_t> wishes;
+    for (const PlannedFile& file : files) {
+        ++wishes[platform::name_key(file.outputs.sidecar)];
+    }
+    for (PlannedFile& file : files) {
+        fs::path& sidecar = file.outputs.sidecar;
+        if (sidecar.empty() || !file.input.problem.empty()) {
+            continue;
+        }
+        if (wishes[platform::name_key(sidecar)] > 1) {
+            sidecar = sidecar_output(file.outputs.raw, true);
+        }
+        const std::string key = platform::name_key(sidecar);
+        const Outputs& outputs = file.outputs;
+        const bool is_other_result = key == platform::name_key(outputs.raw) ||
+                                     (!outputs.mask.empty() && key == platform::name_key(outputs.mask));
+        if (is_other_result || owners.take(sidecar, file.input)) {
+            sidecar.clear();
+        }
     }
 }
 
@@ -199,6 +230,7 @@ std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destinatio
         }
         claim_jpeg(file, owners);
     }
+    claim_sidecars(files, owners);
     return files;
 }
 

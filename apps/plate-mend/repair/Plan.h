@@ -15,6 +15,8 @@ struct Outputs {
     std::filesystem::path jpeg;
     std::filesystem::path other_jpeg; ///< NAME.EXT.jpg, used when `jpeg` is taken.
     std::filesystem::path mask;       ///< Empty: none is wanted.
+    std::filesystem::path
+        sidecar{}; ///< XMP of the RAW photograph. Empty: none is wanted, or has a free name.
 };
 
 /// A damaged file, and where its results go.
@@ -31,6 +33,7 @@ struct Destination {
     /// The mask of the only result, or an ending: then masks are named NAME and this, beside each result, or
     /// NAME.EXT and this where several results have one name. Empty: no masks.
     std::string mask{};
+    bool sidecars = false; ///< Beside each RAW photograph: NAME.xmp, or NAME.EXT.xmp where several want that.
 };
 
 /// Whether this is an ending, such as ".mask.png", and not a path: it begins with a dot and names no folder.
@@ -39,7 +42,7 @@ struct Destination {
 /// Chooses the outputs of all files. No two are the same, as the file system compares names, and none is
 /// protected. Where the results of two files would have the same path, the first file keeps it and the others
 /// get a problem, and likewise with masks; JPEGs of both are named NAME.EXT.jpg instead, as far as these
-/// names are free.
+/// names are free. A sidecar is left out where its name is that of another output.
 [[nodiscard]] std::vector<PlannedFile> plan(const std::vector<Input>& inputs, const Destination& destination,
                                             const Protected& inputs_and_samples);
 

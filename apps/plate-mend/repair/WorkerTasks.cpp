@@ -9,6 +9,7 @@
 #include "platform/Process.h"
 #include "record/RecordJson.h"
 #include "repair/OwnPictures.h"
+#include "repair/OwnSettings.h"
 #include "repair/RawEngine.h"
 #include "repair/WorkerFiles.h"
 #include "text/Paths.h"
@@ -46,6 +47,9 @@ class Task {
     [[nodiscard]] bool truth(const char* member) const { return json_.required_truth(member); }
     [[nodiscard]] std::uint64_t number(const char* member) const {
         return json_.required_integer<std::uint64_t>(member);
+    }
+    [[nodiscard]] std::optional<std::uint64_t> number_or_nothing(const char* member) const {
+        return json_.integer<std::uint64_t>(member);
     }
     [[nodiscard]] std::optional<FoundImage> image() const { return found_image_from(json_.member("image")); }
     [[nodiscard]] fs::path folder() const { return folder_.empty() ? fs::path(".") : folder_; }
@@ -143,6 +147,15 @@ Json do_replace_pictures(const Task& task) {
     const ReplacedPictures pictures =
         replace_pictures(task.path("photograph"), task.path("sample"), task.path("output"));
     return Json::object({{"pictures", pictures.pictures}, {"replaced", pictures.replaced}});
+}
+
+Json do_find_metadata(const Task& task) {
+    return Json::object(
+        {{"metadata", to_json(find_own_metadata({.damaged = task.path("damaged"),
+                                                 .result = task.path("result"),
+                                                 .image = task.number_or_nothing("image_offset"),
+                                                 .sample = task.text("sample_name"),
+                                                 .sidecar = task.path("sidecar")}))}});
 }
 
 Json do_salvage(const Task& task) {
@@ -247,6 +260,7 @@ constexpr std::array kTasks = {
     TaskFunction{"repair", do_repair},
     TaskFunction{"raw", do_raw_repair},
     TaskFunction{"pictures", do_replace_pictures},
+    TaskFunction{"metadata", do_find_metadata},
     TaskFunction{"salvage", do_salvage},
     TaskFunction{"judge", do_judge},
     TaskFunction{"intact", do_check_intact},

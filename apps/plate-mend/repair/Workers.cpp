@@ -5,6 +5,7 @@
 #include "repair/RunLog.h"
 #include "repair/WorkerFiles.h"
 #include "text/Paths.h"
+#include "text/Text.h"
 
 namespace plate_mend::host {
 
@@ -78,6 +79,19 @@ ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::pat
     }
     return {answer.json.required_integer<std::uint64_t>("pictures"),
             answer.json.required_integer<std::uint64_t>("replaced")};
+}
+
+Workers::MetadataResult Workers::find_metadata(const fs::path& folder, const MetadataTask& task) const {
+    const std::string sample = utf8_from(path_from(task.taken.sample).filename());
+    const WorkerAnswer answer =
+        run_worker(Json::object({{"task", "metadata"},
+                                 {"damaged", name_in_task(folder, task.damaged)},
+                                 {"result", name_in_task(folder, task.result)},
+                                 {"image_offset", task.taken.image ? Json(task.taken.image->offset) : Json()},
+                                 {"sample_name", well_formed(sample)},
+                                 {"sidecar", name_in_task(folder, task.sidecar)}}),
+                   folder, limits_);
+    return {own_metadata_from(answer.json.member("metadata")), answer.problem};
 }
 
 SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task) const {

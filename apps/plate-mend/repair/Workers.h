@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,6 +51,21 @@ class Workers {
                                                     const std::filesystem::path& photograph,
                                                     const std::filesystem::path& sample,
                                                     const std::filesystem::path& output) const;
+
+    /// A repaired photograph whose own metadata are looked for in its damaged file.
+    struct MetadataTask {
+        std::filesystem::path damaged;
+        std::filesystem::path result;
+        const Attempt& taken;          ///< That made the result.
+        std::filesystem::path sidecar; ///< Written if it is needed; empty: none is wanted.
+    };
+    /// What was found, or why nothing could be looked for.
+    struct MetadataResult {
+        std::optional<OwnMetadata> metadata;
+        std::string problem; ///< Of the worker; empty for none.
+    };
+    [[nodiscard]] MetadataResult find_metadata(const std::filesystem::path& folder,
+                                               const MetadataTask& task) const;
 
     /// Files of a general repair.
     struct SalvageTask {

@@ -86,6 +86,9 @@ std::string file_line(const Record& record) {
     if (record.mask) {
         line += ", mask written to " + record.mask->path;
     }
+    if (record.sidecar) {
+        line += ", own date and settings written to " + record.sidecar->path;
+    }
     if (const Attempt* taken = record.taken()) {
         line += ", sample " + taken->sample;
         if (taken->image) {

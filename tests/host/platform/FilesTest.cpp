@@ -29,6 +29,18 @@ class Files : public FilesFixture {
     }
 };
 
+TEST_F(Files, TimeCanBeSet) {
+    write_file(file, content);
+    // 2020, on a whole even second, which every file system knows; and a time before 1970.
+    for (const std::int64_t time :
+         {std::int64_t{1'600'000'000'000'000'000}, std::int64_t{-86'400'000'000'000}}) {
+        platform::set_modified(file, time);
+        EXPECT_EQ(platform::stamp_of(file)->modified, time);
+        EXPECT_EQ(read_file(file), content);
+    }
+    EXPECT_THROW(platform::set_modified(folder / "missing", 0), std::system_error);
+}
+
 TEST_F(Files, StampIdentifiesAFile) {
     write_file(file, content);
     fs::create_hard_link(file, folder / "second name");

@@ -87,6 +87,8 @@ void expect_same(const Record& left, const Record& right) {
     expect_same(left.raw, right.raw);
     expect_same(left.jpeg, right.jpeg);
     expect_same(left.mask, right.mask);
+    expect_same(left.sidecar, right.sidecar);
+    EXPECT_EQ(left.metadata, right.metadata);
     EXPECT_EQ(left.seconds, right.seconds);
 }
 
@@ -123,7 +125,7 @@ TEST(RecordJson, LineIsOneLineThatBeginsWithTheSchema) {
 
 TEST(RecordJson, UnknownValuesAreNull) {
     const auto json = nlohmann::json::parse(to_json_line(Record{}));
-    for (const char* name : {"problem", "salvage", "raw", "jpeg", "mask"}) {
+    for (const char* name : {"problem", "salvage", "raw", "jpeg", "mask", "sidecar", "metadata"}) {
         EXPECT_TRUE(json.at(name).is_null()) << name;
     }
     EXPECT_TRUE(json.at("damaged").at("sha256").is_null());
@@ -160,6 +162,11 @@ TEST(RecordJson, AttemptOfTheRawEngineSaysHowTheImageWasFound) {
               nlohmann::json::parse(R"({"sensor_width":3880,"sensor_height":2600,"left":4,"top":4,)"
                                     R"("width":3872,"height":2592,"turn":0,"pixel_aspect":1.0})"));
     EXPECT_EQ(json.at("mask").at("path"), "out/IMG_0042.mask.png");
+    EXPECT_EQ(json.at("sidecar").at("path"), "out/IMG_0042.repaired.xmp");
+    EXPECT_EQ(json.at("metadata"),
+              nlohmann::json::parse(
+                  R"({"facts":{"date":"2026-05-01T12:30:00","iso":"400","gps_time":"2026-05-01T10:30:00Z"},)"
+                  R"("source":"preview","offset":4711,"in_result":false})"));
 }
 
 TEST(RecordJson, CodeOfTheRawEngineIsExplainedAsItsOwn) {

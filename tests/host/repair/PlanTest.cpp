@@ -25,7 +25,8 @@ class PlanOfPlaces : public ::testing::Test {
             inputs.push_back({folder / "card" / name, name, ""});
             inputs_.add(inputs.back().path);
         }
-        return plan(inputs, {beside ? fs::path() : folder / "mended", {}, false}, inputs_);
+        return plan(inputs, {.out = beside ? fs::path() : folder / "mended", .output = {}, .sidecars = true},
+                    inputs_);
     }
 
     /// All places that results may take, of all files that are worked on. Fails for one that two have.
@@ -38,6 +39,9 @@ class PlanOfPlaces : public ::testing::Test {
             std::set<std::string> own;
             for (const fs::path& place : {file.outputs.raw, file.outputs.jpeg, file.outputs.other_jpeg}) {
                 own.insert(platform::name_key(place));
+            }
+            if (!file.outputs.sidecar.empty()) {
+                EXPECT_TRUE(own.insert(platform::name_key(file.outputs.sidecar)).second);
             }
             for (const std::string& place : own) {
                 EXPECT_TRUE(taken.insert(place).second) << place;
@@ -104,6 +108,20 @@ TEST_F(PlanOfPlaces, ResultBesideItsInputIsNoOtherInput) {
     EXPECT_THAT(files[0].input.problem, HasSubstr("the output is also an input"));
     EXPECT_EQ(files[1].input.problem, "");
     EXPECT_EQ(files[2].input.problem, "");
+}
+
+TEST_F(PlanOfPlaces, SidecarsOfOneNameHaveLongNames) {
+    for (const bool beside : {false, true}) {
+        const auto files = planned({"x.arw", "x.dng", "x.arw.dng", "y.arw"}, beside);
+        expect_no_place_twice(files);
+        const std::string middle = beside ? ".repaired" : "";
+        EXPECT_EQ(files[0].outputs.sidecar.filename(), "x" + middle + ".arw.xmp");
+        EXPECT_EQ(files[1].outputs.sidecar.filename(), "x" + middle + ".dng.xmp");
+        EXPECT_EQ(files[3].outputs.sidecar.filename(), "y" + middle + ".xmp");
+        // The name of the first one's sidecar is what the third one wants.
+        EXPECT_EQ(files[2].outputs.sidecar.empty(), !beside);
+        EXPECT_TRUE(files[2].input.problem.empty());
+    }
 }
 
 TEST_F(PlanOfPlaces, MasksOfOneNameHaveNamesOfTheirOwn) {

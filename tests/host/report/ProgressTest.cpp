@@ -67,7 +67,8 @@ TEST(FileLine, ShowsVerdictOutputAndSample) {
         file_line(test::full_record()),
         "broken/IMG_0042.arw: partly there, 1.5 kB of it cannot be read (2 places), written to "
         "out/IMG_0042.repaired.arw, JPEG written to out/IMG_0042.salvaged.jpg, mask written to "
-        "out/IMG_0042.mask.png, sample samples/good.arw, image found by how its rows fit one another, "
+        "out/IMG_0042.mask.png, own date and settings written to out/IMG_0042.repaired.xmp, sample "
+        "samples/good.arw, image found by how its rows fit one another, "
         "66 of 67 pieces, 65 proved, 2 put together anew (the lower 648 rows are black; one data error)");
 }
 

@@ -75,6 +75,13 @@ Record full_record() {
     record.raw = FileIdentity{"out/IMG_0042.repaired.arw", 9571740, std::string(64, 'b')};
     record.jpeg = FileIdentity{"out/IMG_0042.salvaged.jpg", 4321, std::string(64, 'c')};
     record.mask = FileIdentity{"out/IMG_0042.mask.png", 321, std::string(64, 'd')};
+    record.sidecar = FileIdentity{"out/IMG_0042.repaired.xmp", 123, std::string(64, 'e')};
+    record.metadata = OwnMetadata{.facts = {{CameraFact::kTaken, "2026-05-01T12:30:00"},
+                                            {CameraFact::kIso, "400"},
+                                            {CameraFact::kGpsTime, "2026-05-01T10:30:00Z"}},
+                                  .source = "preview",
+                                  .offset = 4711,
+                                  .in_result = false};
     record.seconds = 1.25;
     return record;
 }

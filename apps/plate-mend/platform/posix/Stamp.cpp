@@ -3,8 +3,12 @@
 #include "platform/posix/Errors.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <limits>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace plate_mend::host::platform {
 
@@ -64,6 +68,18 @@ bool is_taken(const std::filesystem::path& path) {
         fail_on(path);
     }
     return false;
+}
+
+void set_modified(const std::filesystem::path& file, std::int64_t modified) {
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const std::int64_t past = (modified % kSecond + kSecond) % kSecond; // Before 1970, too.
+    std::array<timespec, 2> times{};
+    times[0].tv_nsec = UTIME_OMIT; // When it was last read.
+    times[1].tv_sec = static_cast<time_t>((modified - past) / kSecond);
+    times[1].tv_nsec = static_cast<decltype(times[1].tv_nsec)>(past);
+    if (::utimensat(AT_FDCWD, file.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) != 0) {
+        fail_on(file);
+    }
 }
 
 } // namespace plate_mend::host::platform

@@ -15,10 +15,11 @@ std::uint64_t joined(DWORD high, DWORD low) {
     return std::uint64_t{high} << 32U | low;
 }
 
+constexpr std::int64_t kStart = 116'444'736'000'000'000; ///< 1970, in tenths of microseconds since 1601.
+
 /// Nanoseconds since 1970, from tenths of microseconds since 1601. Times beyond the years 1678 and 2262
 /// become the nearest representable ones.
 std::int64_t nanoseconds(const LARGE_INTEGER& time) {
-    constexpr std::int64_t kStart = 116'444'736'000'000'000;
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / 100;
     const std::int64_t tenths = std::max<std::int64_t>(time.QuadPart, 0) - kStart;
     return std::clamp(tenths, -kMost, kMost) * 100;
@@ -75,6 +76,19 @@ bool is_taken(const std::filesystem::path& path) {
         fail_on(path, error);
     }
     return false;
+}
+
+void set_modified(const std::filesystem::path& path, std::int64_t modified) {
+    const Handle file =
+        try_to_open(path, FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    if (!file) {
+        fail_on(path);
+    }
+    FILE_BASIC_INFO times{}; // What is 0 stays.
+    times.LastWriteTime.QuadPart = modified / 100 + kStart;
+    if (::SetFileInformationByHandle(file.get(), FileBasicInfo, &times, sizeof times) == FALSE) {
+        fail_on(path);
+    }
 }
 
 } // namespace plate_mend::host::platform

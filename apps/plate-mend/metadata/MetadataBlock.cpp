@@ -1,0 +1,181 @@
+#include "metadata/MetadataBlock.h"
+
+#include "metadata/ExifReader.h"
+
+#include <byte_reader/ByteReader.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace plate_mend::host {
+
+namespace {
+
+using byte_reader::ByteReader;
+using Span = std::span<const unsigned char>;
+
+constexpr std::size_t kMostHits = 4096; ///< Of each pattern.
+
+/// The first bytes of TIFF structures: TIFF, ORF, RW2.
+constexpr std::array kHeaders = {std::string_view("II*\0", 4), std::string_view("MM\0*", 4),
+                                 std::string_view("IIRO"),     std::string_view("IIRS"),
+                                 std::string_view("MMOR"),     std::string_view("IIU\0", 4)};
+
+struct DateEntry {
+    std::string_view bytes; ///< Tag, ASCII, 20.
+    std::endian order;
+};
+/// DateTime, whose directory may lead to the other one; and DateTimeOriginal.
+constexpr std::array kDateEntries = {
+    DateEntry{std::string_view("\x32\x01\2\0\x14\0\0\0", 8), std::endian::little},
+    DateEntry{std::string_view("\x01\x32\0\2\0\0\0\x14", 8), std::endian::big},
+    DateEntry{std::string_view("\x03\x90\2\0\x14\0\0\0", 8), std::endian::little},
+    DateEntry{std::string_view("\x90\x03\0\2\0\0\0\x14", 8), std::endian::big}};
+
+/// A block whose facts are not complete yet.
+struct Structure {
+    const char* source = "";
+    std::uint64_t offset = 0;
+    std::uint64_t end_of_box = 0; ///< 0: in no box.
+    ExifContent content;
+};
+
+class BlockSearch {
+  public:
+    explicit BlockSearch(Span file) : file_(file, std::endian::big), reader_(file) {}
+
+    /// Structures whose headers are before an offset, in their order.
+    std::vector<Structure> headers(std::uint64_t end) {
+        std::vector<std::uint64_t> places;
+        for (const std::string_view header : kHeaders) {
+            add_places(header, end, places);
+        }
+        std::sort(places.begin(), places.end());
+        std::vector<Structure> found;
+        for (const std::uint64_t place : places) {
+            if (auto content = reader_.read_header(place)) {
+                add(structure_at(place, std::move(*content)), found);
+            }
+        }
+        return found;
+    }
+
+    /// Directories with dates that no header leads to, and those that they lead to.
+    std::vector<Structure> directories() {
+        std::vector<Structure> found;
+        for (const DateEntry& date : kDateEntries) {
+            std::vector<std::uint64_t> places;
+            add_places(date.bytes, file_.size(), places);
+            for (const std::uint64_t place : places) {
+                auto content =
+                    reader_.has_read(place) ? std::nullopt : reader_.read_around(place, date.order);
+                if (content && content->all_facts().contains(CameraFact::kTaken)) {
+                    found.push_back({"directory", place, 0, std::move(*content)});
+                }
+            }
+        }
+        return found;
+    }
+
+  private:
+    void add_places(std::string_view text, std::uint64_t end, std::vector<std::uint64_t>& places) const {
+        auto place = file_.find(text, 0, end);
+        for (std::size_t hits = 0; place && hits < kMostHits; ++hits) {
+            places.push_back(*place);
+            place = file_.find(text, *place + 1, end);
+        }
+    }
+
+    /// CMT boxes side by side are one photograph's.
+    static void add(Structure structure, std::vector<Structure>& found) {
+        constexpr std::uint64_t kBoxHeader = 8;
+        if (!found.empty() && found.back().end_of_box != 0 && structure.end_of_box != 0 &&
+            found.back().end_of_box == structure.offset - kBoxHeader) {
+            found.back().content.add(structure.content);
+            found.back().end_of_box = structure.end_of_box;
+        } else {
+            found.push_back(std::move(structure));
+        }
+    }
+
+    [[nodiscard]] Structure structure_at(std::uint64_t place, ExifContent content) const {
+        if (const auto box = end_of_box(place)) {
+            return {"boxes", place, *box, std::move(content)};
+        }
+        if (place < kExif.size() || !file_.has(place - kExif.size(), kExif)) {
+            return {"head", place, 0, std::move(content)};
+        }
+        if (const auto jpeg = jpeg_around(place)) {
+            content.jpegs.insert(content.jpegs.begin(), *jpeg);
+        }
+        return {"preview", place, 0, std::move(content)};
+    }
+
+    /// | size (4) | "CMT1" to "CMT4" | TIFF header ... |
+    [[nodiscard]] std::optional<std::uint64_t> end_of_box(std::uint64_t place) const {
+        constexpr std::uint64_t kHeader = 8;
+        if (place < kHeader || !file_.has(place - 4, "CMT")) {
+            return std::nullopt;
+        }
+        return place - kHeader + file_.u32(place - kHeader).value_or(0);
+    }
+
+    /// | FF D8 | JFIF (18), in some | FF E1 | length (2) | "Exif" 0 0 | TIFF header ... |
+    [[nodiscard]] std::optional<std::uint64_t> jpeg_around(std::uint64_t place) const {
+        constexpr std::string_view kStart = "\xFF\xD8\xFF";
+        for (const std::uint64_t before : {12U, 30U}) {
+            if (place >= before && file_.has(place - before, kStart)) {
+                return place - before;
+            }
+        }
+        return std::nullopt;
+    }
+
+    static constexpr std::string_view kExif{"Exif\0\0", 6};
+
+    ByteReader file_;
+    ExifReader reader_;
+};
+
+std::optional<MetadataBlock> block_from(Structure structure) {
+    MetadataBlock block{.source = structure.source,
+                        .offset = structure.offset,
+                        .facts = structure.content.all_facts(),
+                        .images = std::move(structure.content.images),
+                        .has_raw_image = structure.content.has_raw_image,
+                        .jpegs = std::move(structure.content.jpegs)};
+    return block.facts.empty() ? std::nullopt : std::optional(std::move(block));
+}
+
+} // namespace
+
+std::vector<MetadataBlock> find_metadata(Span file) {
+    BlockSearch search(file);
+    std::vector<Structure> structures = search.headers(file.size());
+    std::ranges::move(search.directories(), std::back_inserter(structures));
+    std::vector<MetadataBlock> blocks;
+    for (Structure& structure : structures) {
+        if (auto block = block_from(std::move(structure))) {
+            blocks.push_back(std::move(*block));
+        }
+    }
+    std::ranges::stable_sort(blocks, {}, &MetadataBlock::offset);
+    return blocks;
+}
+
+CameraFacts main_facts(Span photograph) {
+    constexpr std::uint64_t kBeginning = std::uint64_t{1} << 20U; // Boxes and the previews of RAF are there.
+    for (Structure& structure : BlockSearch(photograph).headers(kBeginning)) {
+        if (auto block = block_from(std::move(structure))) {
+            return std::move(block->facts);
+        }
+    }
+    return {};
+}
+
+} // namespace plate_mend::host
