@@ -71,9 +71,9 @@ TEST_F(Processes, AreWaitedForUpToALimit) {
     EXPECT_FALSE(process.wait(-5ms));
     EXPECT_FALSE(process.wait(20ms));
     Process quick(child_program(), {"status", "3"});
-    const auto ending = quick.wait(std::chrono::milliseconds::max());
-    ASSERT_TRUE(ending);
-    EXPECT_EQ(ending->status, 3);
+    const auto event = quick.wait(std::chrono::milliseconds::max());
+    ASSERT_TRUE(event && event->ending);
+    EXPECT_EQ(event->ending->status, 3);
 }
 
 TEST_F(Processes, EndWithTheirObject) {

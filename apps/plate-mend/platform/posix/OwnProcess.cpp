@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <system_error>
 
 namespace plate_mend::host::platform {
 
@@ -59,9 +61,20 @@ bool limit_memory(std::uint64_t bytes) {
     return ::setrlimit(RLIMIT_AS, &limit) == 0;
 }
 
+std::uint64_t own_memory() {
+    std::uint64_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
 std::filesystem::path enter(const std::filesystem::path& folder) {
     std::filesystem::current_path(folder);
     return {};
+}
+
+void leave() noexcept {
+    std::error_code ignored;
+    std::filesystem::current_path("/", ignored);
 }
 
 } // namespace plate_mend::host::platform
