@@ -85,6 +85,45 @@ TEST_F(Processes, EndWithTheirObject) {
     EXPECT_TRUE(is_free());
 }
 
+TEST_F(Processes, ReceiveTextsAndReply) {
+    Process process(child_program(), {"echo", platform::bytes_of(lock), platform::bytes_of(ready)});
+    for (const std::size_t size : {1U, 3U, 0U, 255U, 4095U, 4096U, 4097U, 20'000U}) {
+        EXPECT_FALSE(process.wait(0ms));
+        ASSERT_TRUE(process.send(std::string(size, '\n')));
+        const auto event = process.wait(30s);
+        ASSERT_TRUE(event && !event->ending) << size;
+        EXPECT_EQ(event->reply, size % 256);
+    }
+}
+
+TEST_F(Processes, ReceiveNothingWhenTheyHaveEnded) {
+    Process process(child_program(), {"status", "3"});
+    EXPECT_EQ(ending_of(process).status, 3);
+    EXPECT_FALSE(process.send("text"));
+}
+
+TEST_F(Processes, WaitForTextsOnlyAsLongAsSomebodyMaySendThem) {
+    {
+        const Process middle(child_program(), {"leave", platform::bytes_of(lock), platform::bytes_of(ready)});
+        ASSERT_TRUE(comes_true([&] { return fs::exists(ready); }));
+        EXPECT_FALSE(is_free());
+    }
+    EXPECT_TRUE(comes_true([&] { return is_free(); }));
+}
+
+TEST_F(Processes, TimeLimitCanBeLifted) {
+    Process process(child_program(), {"end-after", "1", "0"});
+    EXPECT_FALSE(process.wait(1500ms));
+}
+
+TEST_F(Processes, OwnMemoryIsKnown) {
+    const std::uint64_t before = platform::own_memory();
+    constexpr std::size_t kMuch = std::size_t{64} << 20U;
+    const std::vector<unsigned char> memory(kMuch, 1);
+    EXPECT_GT(before, 0U);
+    EXPECT_GE(platform::own_memory(), before + kMuch / 2) << memory.size();
+}
+
 TEST_F(Processes, EndAfterTheirTimeAsACrash) {
     Process process(child_program(), {"end-after", "1"});
     const platform::Ending ending = ending_of(process);
