@@ -1,5 +1,6 @@
 #include "platform/Process.h"
 
+#include "platform/win32/Channel.h"
 #include "platform/win32/Errors.h"
 #include "platform/win32/Handle.h"
 #include "platform/win32/Wtf8.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <mutex>
 #include <sstream>
 #include <utility>
@@ -117,96 +117,6 @@ Started start(const std::filesystem::path& program, std::wstring line, const Han
     return {Handle(made.hProcess), Handle(made.hThread)};
 }
 
-/// A pipe in both directions: one that can be waited for with a limit has a name.
-struct Ends {
-    Handle ours;
-    Handle theirs; ///< Can be inherited.
-};
-
-/// Throws std::system_error about the program.
-Ends make_pipe(const std::filesystem::path& program) {
-    static std::atomic<unsigned> count = 0;
-    constexpr DWORD kRoom = 65536;
-    const std::wstring name = L"\\\\.\\pipe\\plate-mend-" + std::to_wstring(::GetCurrentProcessId()) + L'-' +
-                              std::to_wstring(count++);
-    Handle ours(::CreateNamedPipeW(
-        name.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-        PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, kRoom, kRoom, 0, nullptr));
-    if (!ours) {
-        fail_on(program);
-    }
-    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    Handle theirs(
-        ::CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, &inherited, OPEN_EXISTING, 0, nullptr));
-    if (!theirs) {
-        fail_on(program);
-    }
-    return {std::move(ours), std::move(theirs)};
-}
-
-/// One operation at a time on our end of a pipe.
-class Transfer {
-  public:
-    Transfer(Handle pipe, Handle event) : pipe_(std::move(pipe)), event_(std::move(event)) {}
-    Transfer(const Transfer&) = delete;
-    Transfer& operator=(const Transfer&) = delete;
-    ~Transfer() {
-        if (reads_) { // The system writes to this object until then.
-            ::CancelIoEx(pipe_.get(), &state_);
-            DWORD none = 0;
-            ::GetOverlappedResult(pipe_.get(), &state_, &none, TRUE);
-        }
-    }
-
-    /// Signalled when a reply is there, or none will come.
-    [[nodiscard]] HANDLE event() const { return event_.get(); }
-
-    /// Returns whether the text was sent.
-    bool write(const std::string& text) {
-        begin();
-        const auto count = static_cast<DWORD>(text.size() + 1);
-        DWORD sent = 0;
-        if (::WriteFile(pipe_.get(), text.c_str(), count, nullptr, &state_) == FALSE &&
-            ::GetLastError() != ERROR_IO_PENDING) {
-            return false;
-        }
-        return ::GetOverlappedResult(pipe_.get(), &state_, &sent, TRUE) != FALSE && sent == count;
-    }
-
-    /// Asks for the next reply, if that was not done before.
-    void read() {
-        if (!reads_) {
-            begin();
-            reads_ = ::ReadFile(pipe_.get(), &byte_, 1, nullptr, &state_) != FALSE ||
-                     ::GetLastError() == ERROR_IO_PENDING;
-            if (!reads_) {
-                ::SetEvent(event_.get());
-            }
-        }
-    }
-
-    /// The reply, when the event is signalled. Nothing if none will come.
-    std::optional<unsigned char> take() {
-        DWORD count = 0;
-        const bool is_there = std::exchange(reads_, false) &&
-                              ::GetOverlappedResult(pipe_.get(), &state_, &count, TRUE) != FALSE;
-        return is_there && count == 1 ? std::optional(byte_) : std::nullopt;
-    }
-
-  private:
-    void begin() {
-        state_ = {};
-        state_.hEvent = event_.get();
-        ::ResetEvent(event_.get());
-    }
-
-    Handle pipe_;
-    Handle event_;
-    OVERLAPPED state_{};
-    unsigned char byte_ = 0;
-    bool reads_ = false;
-};
-
 Ending ending_of(const Handle& process) {
     DWORD status = 0;
     ::GetExitCodeProcess(process.get(), &status);
@@ -217,22 +127,17 @@ Ending ending_of(const Handle& process) {
 } // namespace
 
 struct Process::State {
-    State(Handle pipe, Handle event) : transfer(std::move(pipe), std::move(event)) {}
+    explicit State(const std::filesystem::path& program) : job(make_job(program)), channel(program) {}
     Handle job;
     Handle process;
-    Transfer transfer;
+    Channel channel;
     bool ended = false;
 };
 
 Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
-    Ends pipe = make_pipe(program);
-    Handle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!event) {
-        fail_on(program);
-    }
-    auto state = std::make_unique<State>(std::move(pipe.ours), std::move(event));
-    state->job = make_job(program);
-    Started started = start(program, command_line(program, arguments), pipe.theirs);
+    auto state = std::make_unique<State>(program);
+    const Handle their_end = state->channel.take_their_end();
+    Started started = start(program, command_line(program, arguments), their_end);
     if (::AssignProcessToJobObject(state->job.get(), started.process.get()) == FALSE ||
         ::ResumeThread(started.thread.get()) == static_cast<DWORD>(-1)) {
         const DWORD error = ::GetLastError();
@@ -251,22 +156,21 @@ Process::~Process() {
 }
 
 bool Process::send(const std::string& text) {
-    return ::WaitForSingleObject(state_->process.get(), 0) == WAIT_TIMEOUT && state_->transfer.write(text);
+    return ::WaitForSingleObject(state_->process.get(), 0) == WAIT_TIMEOUT && state_->channel.send(text);
 }
 
 std::optional<Event> Process::wait(std::chrono::milliseconds time) {
     constexpr std::chrono::milliseconds::rep kLongest = 0xFFFFFFFE;
     const auto at_most =
         static_cast<DWORD>(std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, kLongest));
-    state_->transfer.read();
-    const std::array<HANDLE, 2> both = {state_->transfer.event(), state_->process.get()};
+    const std::array<HANDLE, 2> both = {state_->channel.expect(), state_->process.get()};
     const DWORD first =
         ::WaitForMultipleObjects(static_cast<DWORD>(both.size()), both.data(), FALSE, at_most);
     if (first == WAIT_TIMEOUT) {
         return std::nullopt;
     }
     if (first == WAIT_OBJECT_0) {
-        if (const auto byte = state_->transfer.take()) {
+        if (const auto byte = state_->channel.receive()) {
             return Event{*byte, std::nullopt};
         }
         // It has closed the pipe, most likely because it is ending.
