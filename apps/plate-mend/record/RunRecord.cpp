@@ -194,7 +194,15 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out
     }
 }
 
-RunRecord::~RunRecord() = default;
+RunRecord::~RunRecord() {
+    try {
+        if (lines_) {
+            lines_->sync();
+        }
+    } catch (const std::system_error&) {
+        return; // The lines that matter have reached the disk before.
+    }
+}
 
 void RunRecord::load(const fs::path& folder) {
     if (!is_file(folder / kLines)) {
@@ -260,7 +268,15 @@ bool RunRecord::is_own_result(const fs::path& input, const fs::path& output) con
            });
 }
 
+void RunRecord::add_before_delivery(const Record& record) {
+    add_line(record, true);
+}
+
 void RunRecord::add(const Record& record) {
+    add_line(record, false);
+}
+
+void RunRecord::add_line(const Record& record, bool at_once) {
     if (!is_final(record)) {
         return;
     }
@@ -277,7 +293,8 @@ void RunRecord::add(const Record& record) {
                              {"raw", stamped_to_json(record.raw)},
                              {"jpeg", stamped_to_json(record.jpeg)},
                              {"mask", stamped_to_json(record.mask)},
-                             {"record", host::to_json(record)}}));
+                             {"record", host::to_json(record)}}),
+               at_once);
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());
     }
@@ -329,7 +346,7 @@ platform::NewFile RunRecord::open_lines() const {
     return lines;
 }
 
-void RunRecord::append(const Json& json) {
+void RunRecord::append(const Json& json, bool at_once) {
     const std::lock_guard lock(mutex_);
     const std::string text = json.line() + '\n';
     try {
@@ -338,7 +355,9 @@ void RunRecord::append(const Json& json) {
         }
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
         lines_->write(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-        lines_->sync();
+        if (at_once) {
+            lines_->sync();
+        }
     } catch (const std::system_error& e) {
         lines_.reset(); // Part of the line may be there; the next one begins after a line break.
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());

@@ -30,7 +30,7 @@ Json with_limits(Json task, const WorkerLimits& limits) {
 
 void write_task(const Json& task, const fs::path& folder) {
     try {
-        fs::remove(folder / kAnswerFile);
+        forget_json(folder / kAnswerFile);
         write_json(folder / kTaskFile, task);
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder) + ": no task can be written there", e.code());
