@@ -84,9 +84,12 @@ void end_after(unsigned seconds);
 /// space than any limit leaves. Must be called only once.
 [[nodiscard]] bool limit_memory(std::uint64_t bytes);
 
-/// How much memory this process has from the system, in bytes, as limit_memory counts it. 0 if that is
-/// unknown.
-[[nodiscard]] std::uint64_t own_memory();
+/// How much memory this process has from the system, in bytes. 0 is unknown.
+struct OwnMemory {
+    std::uint64_t used = 0;    ///< What the system has had to find for it.
+    std::uint64_t counted = 0; ///< What counts for limit_memory; on Linux also addresses that are not used.
+};
+[[nodiscard]] OwnMemory own_memory();
 
 /// Makes a folder the place where files are worked on, and returns what goes before their names: nothing
 /// where the process could go there, so that names are short and ASCII whatever the folder's path is; else

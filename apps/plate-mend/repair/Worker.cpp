@@ -7,12 +7,10 @@
 #include "repair/WorkerTasks.h"
 #include "text/Paths.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <optional>
 #include <system_error>
-#include <utility>
 
 namespace plate_mend::host {
 
@@ -23,13 +21,17 @@ namespace fs = std::filesystem;
 /// Decoders that get no memory at all crash, which would look like the photograph's fault.
 constexpr std::uint64_t kLeastMemory = std::uint64_t{64} << 20U;
 
-/// A worker ends after as many tasks: leaks that cannot be seen add up to no more than those of these tasks.
-/// Starting the next one costs less than a hundredth of as many tasks of the shortest kind.
+/// A worker ends after as many tasks, so that leaks which nothing shows add up to no more than theirs. To
+/// start the next one takes about 5 ms: a hundredth of a millisecond per task.
 constexpr unsigned kMostTasks = 500;
 
-/// A worker ends when it has so much more memory than before its first task: more than what threads of LibRaw
-/// and the allocator keep for the next task (150 MB after photographs of 24 MB).
+/// A worker ends when it has so much more memory than before its first task. After photographs of 24 MB, one
+/// has 42 MiB in all while it waits for the next.
 constexpr std::uint64_t kMostGrowth = std::uint64_t{256} << 20U;
+
+/// The part of a limit on memory that a worker may have kept when it does another task. Threads that LibRaw
+/// has started for one count: 70 MiB each.
+constexpr std::uint64_t kPartOfLimit = 8;
 
 /// One worker, from its first task to its last.
 class Worker {
@@ -52,22 +54,28 @@ class Worker {
         write_json(place / kAnswerFile, answer.json);
         platform::leave();
         platform::end_after(0);
-        return answer.is_clean && tasks_ < kMostTasks && platform::own_memory() < most_memory_;
+        return answer.is_clean && tasks_ < kMostTasks && !has_grown();
     }
 
   private:
     /// All tasks of a worker have the same limit.
     void begin(const Json& task) {
         platform::end_with(task.required_integer<std::uint64_t>("parent"));
-        const auto limit = task.required_integer<std::uint64_t>("memory");
-        limited_ = platform::limit_memory(limit);
-        // Most of the limit is left for every task.
-        most_memory_ = platform::own_memory() + (limit == 0 ? kMostGrowth : std::min(kMostGrowth, limit / 8));
+        limit_ = task.required_integer<std::uint64_t>("memory");
+        limited_ = platform::limit_memory(limit_);
+        first_ = platform::own_memory();
+    }
+
+    [[nodiscard]] bool has_grown() const {
+        const platform::OwnMemory now = platform::own_memory();
+        return now.used > first_.used + kMostGrowth ||
+               (limit_ != 0 && now.counted > first_.counted + limit_ / kPartOfLimit);
     }
 
     unsigned tasks_ = 0;
+    std::uint64_t limit_ = 0; ///< In bytes; 0 for none.
     bool limited_ = true;
-    std::uint64_t most_memory_ = 0;
+    platform::OwnMemory first_; ///< Before the first task.
 };
 
 } // namespace

@@ -117,11 +117,14 @@ TEST_F(Processes, TimeLimitCanBeLifted) {
 }
 
 TEST_F(Processes, OwnMemoryIsKnown) {
-    const std::uint64_t before = platform::own_memory();
+    const platform::OwnMemory before = platform::own_memory();
     constexpr std::size_t kMuch = std::size_t{64} << 20U;
     const std::vector<unsigned char> memory(kMuch, 1);
-    EXPECT_GT(before, 0U);
-    EXPECT_GE(platform::own_memory(), before + kMuch / 2) << memory.size();
+    const platform::OwnMemory after = platform::own_memory();
+    EXPECT_GT(before.used, 0U);
+    EXPECT_GE(before.counted, before.used);
+    EXPECT_GE(after.used, before.used + kMuch / 2) << memory.size();
+    EXPECT_GE(after.counted, before.counted + kMuch / 2) << memory.size();
 }
 
 TEST_F(Processes, EndAfterTheirTimeAsACrash) {

@@ -61,10 +61,12 @@ bool limit_memory(std::uint64_t bytes) {
     return ::setrlimit(RLIMIT_AS, &limit) == 0;
 }
 
-std::uint64_t own_memory() {
-    std::uint64_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+OwnMemory own_memory() {
+    const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    std::uint64_t addresses = 0;
+    std::uint64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> addresses >> resident;
+    return {resident * page, addresses * page};
 }
 
 std::filesystem::path enter(const std::filesystem::path& folder) {

@@ -74,12 +74,13 @@ bool limit_memory(std::uint64_t bytes) {
     return true; // The job exists as long as the process.
 }
 
-std::uint64_t own_memory() {
+OwnMemory own_memory() {
     PROCESS_MEMORY_COUNTERS counters{};
     counters.cb = sizeof counters;
-    return ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters) != FALSE
-               ? counters.PagefileUsage
-               : 0;
+    if (::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters) == FALSE) {
+        return {};
+    }
+    return {counters.PagefileUsage, counters.PagefileUsage};
 }
 
 std::filesystem::path enter(const std::filesystem::path& folder) {
