@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,19 @@ double milliseconds(const std::function<void()>& action) {
     const auto start = std::chrono::steady_clock::now();
     action();
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+double processor_milliseconds() {
+    const auto of = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+    };
+    double sum = 0;
+    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage{};
+        ::getrusage(who, &usage);
+        sum += of(usage.ru_utime) + of(usage.ru_stime);
+    }
+    return sum;
 }
 
 double median(std::vector<double> values) {

@@ -12,6 +12,9 @@ namespace bench {
 /// The time the action takes, in milliseconds.
 [[nodiscard]] double milliseconds(const std::function<void()>& action);
 
+/// The processor time that this process and those that it waited for have had, in milliseconds.
+[[nodiscard]] double processor_milliseconds();
+
 /// The median. The values must not be empty.
 [[nodiscard]] double median(std::vector<double> values);
 

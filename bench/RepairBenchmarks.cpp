@@ -160,20 +160,22 @@ int main(int count, char** arguments) {
             report_memory(arguments + 2);
             return 0;
         }
-        if (count < 3 || (verb != "repairs" && verb != "first" && verb != "batch")) {
-            std::fprintf(stderr, "usage: repair_benchmarks repairs|first|batch FOLDER [quick]\n");
+        if (count < 3 || (verb != "repairs" && verb != "first" && verb != "small" && verb != "large")) {
+            std::fprintf(stderr, "usage: repair_benchmarks repairs|first|small|large FOLDER [quick]\n");
             return 64;
         }
         const Folder folder(arguments[2]);
         const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
-        const bool quick = count > 3; // Only 24 MB, and fewer rounds.
+        const bool quick = count > 3; // Only 24 MB, or fewer rounds.
         if (verb == "repairs") {
             start_library(folder.path());
             print_repairs(folder.path(), quick ? Sizes{24} : Sizes{24, 64, 200}, quick ? 1 : 2);
         } else if (verb == "first") {
             print_first_repair(folder.path(), programs);
+        } else if (verb == "small") {
+            bench::print_small_files(folder.path(), programs, quick ? 1 : 7);
         } else {
-            bench::print_batch(folder.path(), programs);
+            bench::print_large_files(folder.path(), programs, quick ? 1 : 3);
         }
         return 0;
     } catch (const std::exception& error) {

@@ -24,10 +24,12 @@ class ShellFixture : public HostFixture {
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
-    /// A script that runs instead of the program in workers. "$program" is the program in it.
+    /// A script that runs instead of the program in workers, for each task, as a WorkerScript. "$program" is
+    /// the program in it.
     [[nodiscard]] std::filesystem::path script(const std::string& text) const {
         std::filesystem::path file = desk_ / "worker.sh";
-        std::ofstream(file) << "#!/bin/sh\nprogram='" << utf8(program_file()) << "'\n" << text << '\n';
+        std::ofstream(file) << "#!/bin/sh\nexec </dev/null\nprogram='" << utf8(program_file()) << "'\n"
+                            << text << '\n';
         std::filesystem::permissions(file, std::filesystem::perms::owner_all);
         return file;
     }

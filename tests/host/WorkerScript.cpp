@@ -9,7 +9,10 @@
 namespace test {
 
 WorkerScript::WorkerScript(std::filesystem::path file, const std::string& script) : file_(std::move(file)) {
-    { std::ofstream(file_) << "#!/bin/sh\nprogram='" << program_file().string() << "'\n" << script << '\n'; }
+    {
+        std::ofstream(file_) << "#!/bin/sh\nexec </dev/null\nprogram='" << program_file().string() << "'\n"
+                             << script << '\n';
+    }
     std::filesystem::permissions(file_, std::filesystem::perms::owner_all);
 }
 

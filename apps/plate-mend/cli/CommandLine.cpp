@@ -10,7 +10,7 @@
 #include "cli/RepairCommand.h"
 #include "cli/SalvageCommand.h"
 #include "cli/Suggestion.h"
-#include "repair/WorkerTasks.h"
+#include "repair/Worker.h"
 #include "text/Paths.h"
 #include "text/Text.h"
 
@@ -267,11 +267,11 @@ class Program {
             [this] { std::cout << completion(command_tree_of(app_), shell_from_name(shell_).value()); });
     }
 
-    /// Not for users: the program starts itself this way for one step of one file.
+    /// Not for users: the program starts itself this way for tasks, the first of which is in the folder.
     void add_worker() {
         auto* command = app_.add_subcommand("worker", "")->group("");
         command->add_option("FOLDER", folder_)->required();
-        command->callback([this] { status_ = run_task(path_from(folder_)); });
+        command->callback([this] { status_ = serve(path_from(folder_)); });
     }
 
     CLI::App app_{"Rebuilds damaged camera RAW photographs: ARW, SR2, RAF, ORF, DNG, CR2, CR3, NEF, and "

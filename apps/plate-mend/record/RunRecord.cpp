@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "platform/Names.h"
 #include "record/RecordJson.h"
+#include "record/StampedFile.h"
 #include "text/Paths.h"
 
 #include <algorithm>
@@ -25,46 +26,6 @@ constexpr const char* kRuns = ".plate-mend";
 constexpr const char* kLines = "records.jsonl";
 constexpr const char* kPictures = "pictures";
 
-/// With its absolute path: the next run may be started elsewhere.
-Json stamped_to_json(const FileIdentity& file) {
-    return Json::object({{"path", escaped_name(utf8_from(fs::absolute(path_from(file.path))))},
-                         {"size", file.size},
-                         {"sha256", file.sha256},
-                         {"modified", file.modified},
-                         {"changed", file.changed}});
-}
-
-Json stamped_to_json(const std::optional<FileIdentity>& file) {
-    return file ? stamped_to_json(*file) : Json();
-}
-
-std::optional<FileIdentity> stamped_file_from(const Json& json) {
-    if (json.is_null()) {
-        return std::nullopt;
-    }
-    return FileIdentity{unescaped_name(json.required_text("path")),
-                        json.integer<std::uint64_t>("size").value_or(0), json.text("sha256"),
-                        json.integer<std::int64_t>("modified").value_or(0),
-                        json.integer<std::int64_t>("changed").value_or(0)};
-}
-
-/// Whether the file is unchanged: by its times if they are the same, otherwise by its bytes.
-bool is_unchanged(const FileIdentity& file) {
-    const fs::path path = path_from(file.path);
-    try {
-        const auto stamp = platform::stamp_of(path);
-        if (!stamp || !stamp->regular || stamp->size != file.size) {
-            return false;
-        }
-        return (stamp->modified == file.modified && stamp->changed == file.changed) ||
-               (!file.sha256.empty() && sha256_of(path) == file.sha256);
-    } catch (const std::system_error&) {
-        return false;
-    } catch (const MachineFailure&) {
-        return false;
-    }
-}
-
 /// Whether a record is one of a finished file, with the results that its verdict requires.
 bool is_final(const Record& record) {
     switch (record.verdict) {
@@ -80,22 +41,10 @@ bool is_final(const Record& record) {
     }
 }
 
-bool is_same(const std::optional<FileIdentity>& one, const std::optional<FileIdentity>& other) {
-    return one && other ? one->size == other->size && one->sha256 == other->sha256 : !one && !other;
-}
-
-bool is_as_recorded(const std::optional<FileIdentity>& file) {
-    return !file || is_unchanged(*file);
-}
-
 /// Sidecars are for other programs to write to: that leaves nothing to be done again.
 bool is_still_there(const std::optional<FileIdentity>& sidecar) {
     std::error_code none;
     return !sidecar || fs::exists(path_from(sidecar->path), none);
-}
-
-bool is_result_there(const std::optional<FileIdentity>& file, const std::string& key) {
-    return file && platform::name_key(path_from(file->path)) == key && is_unchanged(*file);
 }
 
 constexpr std::size_t kPictureDigits = 32; ///< In the name of a picture.
@@ -208,8 +157,6 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task, Access access
     }
 }
 
-RunRecord::~RunRecord() = default;
-
 void RunRecord::occupy(const fs::path& out) {
     make_folders(folder_ / kPictures);
     try {
@@ -231,6 +178,16 @@ void RunRecord::load_all(const fs::path& runs) {
     for (fs::directory_iterator run(runs, none); !none && run != fs::directory_iterator();
          run.increment(none)) {
         load(run->path());
+    }
+}
+
+RunRecord::~RunRecord() {
+    try {
+        if (lines_) {
+            lines_->sync();
+        }
+    } catch (const std::system_error&) {
+        return; // The lines that matter have reached the disk before.
     }
 }
 
@@ -304,7 +261,15 @@ bool RunRecord::is_own_result(const fs::path& input, const fs::path& output) con
            });
 }
 
+void RunRecord::add_before_delivery(const Record& record) {
+    add_line(record, true);
+}
+
 void RunRecord::add(const Record& record) {
+    add_line(record, false);
+}
+
+void RunRecord::add_line(const Record& record, bool at_once) {
     if (!is_final(record)) {
         return;
     }
@@ -326,7 +291,8 @@ void RunRecord::add(const Record& record) {
                              {"mask", stamped_to_json(record.mask)},
                              {"sample_picture", sample_picture},
                              {"sidecar", stamped_to_json(record.sidecar)},
-                             {"record", host::to_json(record)}}));
+                             {"record", host::to_json(record)}}),
+               at_once);
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());
     }
@@ -378,7 +344,7 @@ platform::NewFile RunRecord::open_lines() const {
     return lines;
 }
 
-void RunRecord::append(const Json& json) {
+void RunRecord::append(const Json& json, bool at_once) {
     const std::lock_guard lock(mutex_);
     const std::string text = json.line() + '\n';
     try {
@@ -387,7 +353,9 @@ void RunRecord::append(const Json& json) {
         }
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
         lines_->write(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-        lines_->sync();
+        if (at_once) {
+            lines_->sync();
+        }
     } catch (const std::system_error& e) {
         lines_.reset(); // Part of the line may be there; the next one begins after a line break.
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());

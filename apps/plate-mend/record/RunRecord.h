@@ -57,8 +57,11 @@ class RunRecord {
     [[nodiscard]] bool is_own_result(const std::filesystem::path& input,
                                      const std::filesystem::path& output) const;
 
-    /// Records a file, if it is finished: before its results are delivered, without their times, or after
-    /// they have reached the disk. May be called by several threads. Throws MachineFailure.
+    /// Records a file, if it is finished. May be called by several threads. Both throw MachineFailure.
+    /// Before its results are delivered, without their times: the line has reached the disk on return.
+    void add_before_delivery(const Record& record);
+    /// After its results have reached the disk. The line does so with the next one, or at the end of the run:
+    /// without it the results' bytes show that they are there.
     void add(const Record& record);
 
     /// Remembers a file, or the folder of a contact sheet's pictures, as this run's report, so that a run
@@ -81,7 +84,9 @@ class RunRecord {
     [[nodiscard]] static Report report_from(const Json& json);
     /// Nothing for a record of what is not finished.
     [[nodiscard]] static std::optional<Entry> entry_from(const Json& json);
-    void append(const Json& json);
+    void add_line(const Record& record, bool at_once);
+    /// Adds a line. Returns when it has reached the disk, if that is to be at once.
+    void append(const Json& json, bool at_once = true);
     [[nodiscard]] platform::NewFile open_lines() const;
 
     std::filesystem::path folder_;

@@ -110,7 +110,7 @@ void Delivery::run(const FinishedFiles& files, Record& record) {
     finished.jpeg = fs::exists(files.jpeg) ? identity_of(files.jpeg, choose_jpeg()) : std::nullopt;
     finished.mask = identity_of(files.mask, file_.outputs.mask);
     if (rules_.record != nullptr) {
-        rules_.record->add(finished);
+        rules_.record->add_before_delivery(finished);
     }
     if (finished.jpeg) {
         deliver_one(files.jpeg, *finished.jpeg, record.jpeg);

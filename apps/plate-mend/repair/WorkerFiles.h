@@ -4,7 +4,9 @@
 
 #include <filesystem>
 
-// How the program and its workers communicate: by files in the folder of a task, and by exit statuses.
+// How the program and its workers communicate. A worker is started with the folder of its first task, and
+// receives those of the others through its channel. Task and answer are files in the folder. When the answer
+// is there, the worker replies kTaskDone, or ends; if it cannot answer, it ends.
 
 namespace plate_mend::host {
 
@@ -12,6 +14,8 @@ inline constexpr const char* kTaskFile = "task.json";
 inline constexpr const char* kAnswerFile = "answer.json";
 inline constexpr const char* kWorkerLogFolder = "log"; ///< For the library, which writes kWorkerLog there.
 inline constexpr const char* kWorkerLog = "PlateMend.log";
+
+inline constexpr unsigned char kTaskDone = '.'; ///< The reply of a worker that is ready for the next task.
 
 // Exit statuses of a worker that cannot answer.
 inline constexpr int kOutOfMemory = 71;
@@ -22,7 +26,10 @@ inline constexpr int kNotLoaded = 127; ///< The system's, for a program whose li
 /// Replaces a file. Throws std::system_error.
 void write_json(const std::filesystem::path& file, const Json& json);
 
-/// Throws JsonError, also for a file that is missing.
+/// Empties a file, if it is there. Throws std::system_error.
+void forget_json(const std::filesystem::path& file);
+
+/// Throws JsonError, also for a file that is missing or empty.
 [[nodiscard]] Json read_json(const std::filesystem::path& file);
 
 } // namespace plate_mend::host

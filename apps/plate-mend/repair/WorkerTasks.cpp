@@ -6,7 +6,6 @@
 #include "judge/Picture.h"
 #include "judge/Preview.h"
 #include "platform/Files.h"
-#include "platform/Process.h"
 #include "record/RecordJson.h"
 #include "repair/OwnPictures.h"
 #include "repair/OwnSettings.h"
@@ -63,12 +62,6 @@ std::uint64_t size_of(const fs::path& file) {
     std::error_code none;
     const auto size = fs::file_size(file, none);
     return none ? 0 : size;
-}
-
-/// Throws std::bad_alloc where so much memory is not available.
-void require_memory(std::uint64_t bytes) {
-    void* volatile room = ::operator new(static_cast<std::size_t>(bytes)); // Never touched.
-    ::operator delete(room);
 }
 
 /// With a memory limit, a failure is the photograph's only if as much memory as the work may need is
@@ -270,7 +263,7 @@ constexpr std::array kTasks = {
     TaskFunction{"diagnose", do_diagnose},
 };
 
-Json do_task(const Task& task) {
+Json run_task(const Task& task) {
     const auto name = task.text("task");
     const auto* found =
         std::find_if(kTasks.begin(), kTasks.end(), [&](const TaskFunction& one) { return one.name == name; });
@@ -280,45 +273,34 @@ Json do_task(const Task& task) {
     return found->run(task);
 }
 
-/// The answer, with what went wrong in it.
-Json answer_to(const Task& task) {
-    try {
-        return do_task(task);
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const MachineFailure& e) {
-        return Json::object({{"machine", e.what()}, {"no_room", e.no_room()}});
-    } catch (const std::system_error& e) {
-        const MachineFailure failure("a file of the work cannot be used", e.code());
-        return Json::object({{"machine", failure.what()}, {"no_room", failure.no_room()}});
-    } catch (const std::exception& e) {
-        return Json::object({{"exception", describe_error(e)}});
-    }
+/// The libraries keep a log open, and LibRaw's object after a file that it does not open.
+bool leaves_something(const Task& task, const Json& answer) {
+    const auto name = task.text("task");
+    return (name == "repair" && task.truth("log")) || (name == "check" && !answer.truth("opens"));
 }
 
 } // namespace
 
-int run_task(const fs::path& folder) {
+void require_memory(std::uint64_t bytes) {
+    void* volatile room = ::operator new(static_cast<std::size_t>(bytes)); // Never touched.
+    ::operator delete(room);
+}
+
+TaskAnswer do_task(const Json& json, const fs::path& place) {
     try {
-        // Decoders that get no memory at all crash, which would look like the photograph's fault.
-        constexpr std::uint64_t kLeastMemory = std::uint64_t{64} << 20U;
-        const fs::path place = platform::enter(folder);
-        const Json json = read_json(place / kTaskFile);
-        platform::end_with(json.required_integer<std::uint64_t>("parent"));
-        platform::end_after(json.required_integer<unsigned>("seconds"));
-        const bool limited = platform::limit_memory(json.required_integer<std::uint64_t>("memory"));
-        require_memory(kLeastMemory);
-        Json answer = answer_to(Task(json, place));
-        if (!limited) {
-            answer.set("note",
-                       "the system refuses to limit the memory of workers; they work without a limit");
-        }
-        write_json(place / kAnswerFile, answer);
-        return 0;
+        const Task task(json, place);
+        Json answer = run_task(task);
+        const bool is_clean = !leaves_something(task, answer);
+        return {std::move(answer), is_clean};
     } catch (const std::bad_alloc&) {
-        return kOutOfMemory;
+        throw;
+    } catch (const MachineFailure& e) {
+        return {Json::object({{"machine", e.what()}, {"no_room", e.no_room()}}), false};
     } catch (const std::system_error& e) {
-        return platform::means_no_room(e.code()) ? kNoRoom : kNoFolder;
+        const MachineFailure failure("a file of the work cannot be used", e.code());
+        return {Json::object({{"machine", failure.what()}, {"no_room", failure.no_room()}}), false};
+    } catch (const std::exception& e) {
+        return {Json::object({{"exception", describe_error(e)}}), false};
     }
 }
 

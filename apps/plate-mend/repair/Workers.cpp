@@ -45,12 +45,12 @@ Attempt Workers::repair(const fs::path& folder, const RepairTask& task) const {
     if (log_ != nullptr) {
         fs::create_directory(folder / kWorkerLogFolder);
     }
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "repair"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "repair"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"sample", name_in_task(folder, task.sample)},
                                                          {"output", name_in_task(folder, task.output)},
                                                          {"log", log_ != nullptr}}),
-                                           folder, limits_);
+                                           folder);
     if (log_ != nullptr) {
         log_->take(folder / kWorkerLogFolder / kWorkerLog, task.title);
     }
@@ -58,22 +58,22 @@ Attempt Workers::repair(const fs::path& folder, const RepairTask& task) const {
 }
 
 Attempt Workers::repair_raw(const fs::path& folder, const RepairTask& task) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "raw"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "raw"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"sample", name_in_task(folder, task.sample)},
                                                          {"output", name_in_task(folder, task.output)},
                                                          {"fill", task.fill}}),
-                                           folder, limits_);
+                                           folder);
     return attempt_from(answer, kRawEngine);
 }
 
 ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::path& photograph,
                                            const fs::path& sample, const fs::path& output) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "pictures"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "pictures"},
                                                          {"photograph", name_in_task(folder, photograph)},
                                                          {"sample", name_in_task(folder, sample)},
                                                          {"output", name_in_task(folder, output)}}),
-                                           folder, limits_);
+                                           folder);
     if (answer.json.is_null()) {
         return {};
     }
@@ -84,23 +84,23 @@ ReplacedPictures Workers::replace_pictures(const fs::path& folder, const fs::pat
 Workers::MetadataResult Workers::find_metadata(const fs::path& folder, const MetadataTask& task) const {
     const std::string sample = utf8_from(path_from(task.taken.sample).filename());
     const WorkerAnswer answer =
-        run_worker(Json::object({{"task", "metadata"},
+        pool_->run(Json::object({{"task", "metadata"},
                                  {"damaged", name_in_task(folder, task.damaged)},
                                  {"result", name_in_task(folder, task.result)},
                                  {"image_offset", task.taken.image ? Json(task.taken.image->offset) : Json()},
                                  {"sample_name", well_formed(sample)},
                                  {"sidecar", name_in_task(folder, task.sidecar)}}),
-                   folder, limits_);
+                   folder);
     return {own_metadata_from(answer.json.member("metadata")), answer.problem};
 }
 
 SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "salvage"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "salvage"},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"output", name_in_task(folder, task.output)},
                                                          {"picture", name_in_task(folder, task.picture)},
                                                          {"sample", name_in_task(folder, task.sample)}}),
-                                           folder, limits_);
+                                           folder);
     throw_for_room(answer.json);
     SalvagedPicture picture = salvage_from(answer.json);
     picture.problem = answer.problem;
@@ -108,21 +108,21 @@ SalvagedPicture Workers::salvage(const fs::path& folder, const SalvageTask& task
 }
 
 std::uint64_t Workers::fill(const fs::path& folder, const fs::path& result, const fs::path& sample) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "fill"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "fill"},
                                                          {"result", name_in_task(folder, result)},
                                                          {"sample", name_in_task(folder, sample)}}),
-                                           folder, limits_);
+                                           folder);
     return answer.json.is_null() ? 0 : answer.json.required_integer<std::uint64_t>("filled");
 }
 
 bool Workers::is_lost_in_preview(const fs::path& folder, const fs::path& damaged) const {
-    const WorkerAnswer answer = run_worker(
-        Json::object({{"task", "preview"}, {"damaged", name_in_task(folder, damaged)}}), folder, limits_);
+    const WorkerAnswer answer =
+        pool_->run(Json::object({{"task", "preview"}, {"damaged", name_in_task(folder, damaged)}}), folder);
     return answer.json.is_null() || answer.json.required_truth("lost");
 }
 
 Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "judge"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "judge"},
                                                          {"result", name_in_task(folder, task.result)},
                                                          {"damaged", name_in_task(folder, task.damaged)},
                                                          {"sample", name_in_task(folder, task.sample)},
@@ -130,7 +130,7 @@ Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const
                                                          {"filled", task.filled},
                                                          {"image", to_json(task.image)},
                                                          {"lost_in_preview", task.lost_in_preview}}),
-                                           folder, limits_);
+                                           folder);
     if (!answer.json.is_null()) {
         return judgement_from(answer.json);
     }
@@ -140,28 +140,28 @@ Judgement Workers::judge(const fs::path& folder, const JudgeRequest& task) const
 }
 
 bool Workers::is_intact(const fs::path& folder, const fs::path& photograph, const fs::path& picture) const {
-    const WorkerAnswer answer = run_worker(Json::object({{"task", "intact"},
+    const WorkerAnswer answer = pool_->run(Json::object({{"task", "intact"},
                                                          {"photograph", name_in_task(folder, photograph)},
                                                          {"picture", name_in_task(folder, picture)}}),
-                                           folder, limits_);
+                                           folder);
     return !answer.json.is_null() && answer.json.required_truth("intact");
 }
 
 Workers::CheckResult Workers::check(const fs::path& folder, const fs::path& file) const {
     const WorkerAnswer answer =
-        run_worker(Json::object({{"task", "check"}, {"file", name_in_task(folder, file)}}), folder, limits_);
+        pool_->run(Json::object({{"task", "check"}, {"file", name_in_task(folder, file)}}), folder);
     return {.opens = answer.json.truth("opens"), .problem = answer.problem};
 }
 
 Workers::DiagnoseResult Workers::diagnose(const fs::path& folder, const DiagnoseTask& task) const {
     const WorkerAnswer answer =
-        run_worker(Json::object({{"task", "diagnose"},
+        pool_->run(Json::object({{"task", "diagnose"},
                                  {"file", name_in_task(folder, task.file)},
                                  {"file_name", escaped_name(utf8_from(task.file))},
                                  {"sample", name_in_task(folder, task.sample)},
                                  {"sample_name", escaped_name(utf8_from(task.sample))},
                                  {"json", task.json}}),
-                   folder, limits_);
+                   folder);
     return {.text = answer.json.text("text"), .problem = answer.problem};
 }
 

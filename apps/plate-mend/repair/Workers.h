@@ -3,31 +3,33 @@
 #include "judge/Judge.h"
 #include "record/Record.h"
 #include "repair/OwnPictures.h"
-#include "repair/WorkerProcess.h"
+#include "repair/WorkerPool.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
 // Whatever may crash, hang or use up memory on hostile bytes runs in a worker: a second process of this
-// program, started with a folder that has its task and receives its answer.
+// program, which does one task after another. A folder has the task and receives the answer.
 
 namespace plate_mend::host {
 
 class RunLog;
 
-/// Runs each task in a worker of its own. A crash, the time limit and an exception of the library become the
-/// problem in the answer. May be used by several threads, each with its own folder, which must exist. The
-/// files of a task are in that folder, or have paths that are UTF-8.
+/// Has workers do tasks. A crash, the time limit and an exception of the library become the problem in the
+/// answer, and cost only that task. May be used by several threads, each with its own folder, which must
+/// exist. The files of a task are in that folder, or have paths that are UTF-8.
 ///
 /// All throw Interrupted, and MachineFailure when no worker can be started, when the disk is full, or when
 /// memory runs out.
 class Workers {
   public:
     /// `log` receives the library's log lines and must outlive this object; null for none.
-    explicit Workers(WorkerLimits limits, RunLog* log = nullptr) : limits_(std::move(limits)), log_(log) {}
+    explicit Workers(WorkerLimits limits, RunLog* log = nullptr)
+        : pool_(std::make_unique<WorkerPool>(std::move(limits))), log_(log) {}
 
     /// Files of a repair with a sample.
     struct RepairTask {
@@ -118,7 +120,7 @@ class Workers {
                                           const DiagnoseTask& task) const;
 
   private:
-    WorkerLimits limits_;
+    std::unique_ptr<WorkerPool> pool_;
     RunLog* log_;
 };
 

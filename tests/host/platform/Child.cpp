@@ -1,3 +1,5 @@
+#include "host/repair/TroubledWorker.h"
+
 #include "platform/Arguments.h"
 #include "platform/Files.h"
 #include "platform/Names.h"
@@ -80,7 +82,32 @@ int take_memory(const Words& words) {
     return memory == nullptr ? 0 : 2;
 }
 
+/// echo LOCK READY: takes a lock, and replies to each text with its length modulo 256. Ends without any.
+int echo(const Words& words) {
+    const auto taken = platform::Lock::take(platform::path_of(words.at(0)));
+    write(words.at(1), taken ? "locked" : "taken");
+    while (const auto text = platform::receive()) {
+        platform::reply(static_cast<unsigned char>(text->size()));
+    }
+    return 0;
+}
+
+/// leave LOCK READY: starts the above, and waits without notifying it.
+int start_echo(const Words& words) {
+    const platform::Process child(platform::own_program(), {"echo", words.at(0), words.at(1)});
+    wait_for_the_end();
+}
+
 int run(const std::string& command, const Words& words) {
+    if (command == "worker") {
+        return test::work_with_troubles(platform::path_of(words.at(0)));
+    }
+    if (command == "echo") {
+        return echo(words);
+    }
+    if (command == "leave") {
+        return start_echo(words);
+    }
     if (command == "arguments") {
         return write_arguments(words);
     }
@@ -100,7 +127,9 @@ int run(const std::string& command, const Words& words) {
         return take_memory(words);
     }
     if (command == "end-after") {
-        platform::end_after(static_cast<unsigned>(std::stoul(words.at(0))));
+        for (const std::string& seconds : words) {
+            platform::end_after(static_cast<unsigned>(std::stoul(seconds)));
+        }
         wait_for_the_end();
     }
     return 99;

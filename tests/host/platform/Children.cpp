@@ -25,9 +25,10 @@ bool comes_true(const std::function<bool()>& condition) {
 }
 
 plate_mend::host::platform::Ending ending_of(plate_mend::host::platform::Process& process) {
-    std::optional<plate_mend::host::platform::Ending> ending;
-    EXPECT_TRUE(comes_true([&] { return (ending = process.wait(1s)).has_value(); }));
-    return ending.value_or(plate_mend::host::platform::Ending{-1, "it did not end"});
+    std::optional<plate_mend::host::platform::Event> event;
+    EXPECT_TRUE(comes_true([&] { return (event = process.wait(1s)).has_value() && event->ending; }));
+    return event ? event->ending.value_or(plate_mend::host::platform::Ending{-1, "it replied"})
+                 : plate_mend::host::platform::Ending{-1, "it did not end"};
 }
 
 } // namespace test

@@ -71,9 +71,9 @@ TEST_F(Processes, AreWaitedForUpToALimit) {
     EXPECT_FALSE(process.wait(-5ms));
     EXPECT_FALSE(process.wait(20ms));
     Process quick(child_program(), {"status", "3"});
-    const auto ending = quick.wait(std::chrono::milliseconds::max());
-    ASSERT_TRUE(ending);
-    EXPECT_EQ(ending->status, 3);
+    const auto event = quick.wait(std::chrono::milliseconds::max());
+    ASSERT_TRUE(event && event->ending);
+    EXPECT_EQ(event->ending->status, 3);
 }
 
 TEST_F(Processes, EndWithTheirObject) {
@@ -83,6 +83,48 @@ TEST_F(Processes, EndWithTheirObject) {
         EXPECT_FALSE(is_free());
     }
     EXPECT_TRUE(is_free());
+}
+
+TEST_F(Processes, ReceiveTextsAndReply) {
+    Process process(child_program(), {"echo", platform::bytes_of(lock), platform::bytes_of(ready)});
+    for (const std::size_t size : {1U, 3U, 0U, 255U, 4095U, 4096U, 4097U, 20'000U}) {
+        EXPECT_FALSE(process.wait(0ms));
+        ASSERT_TRUE(process.send(std::string(size, '\n')));
+        const auto event = process.wait(30s);
+        ASSERT_TRUE(event && !event->ending) << size;
+        EXPECT_EQ(event->reply, size % 256);
+    }
+}
+
+TEST_F(Processes, ReceiveNothingWhenTheyHaveEnded) {
+    Process process(child_program(), {"status", "3"});
+    EXPECT_EQ(ending_of(process).status, 3);
+    EXPECT_FALSE(process.send("text"));
+}
+
+TEST_F(Processes, WaitForTextsOnlyAsLongAsSomebodyMaySendThem) {
+    {
+        const Process middle(child_program(), {"leave", platform::bytes_of(lock), platform::bytes_of(ready)});
+        ASSERT_TRUE(comes_true([&] { return fs::exists(ready); }));
+        EXPECT_FALSE(is_free());
+    }
+    EXPECT_TRUE(comes_true([&] { return is_free(); }));
+}
+
+TEST_F(Processes, TimeLimitCanBeLifted) {
+    Process process(child_program(), {"end-after", "1", "0"});
+    EXPECT_FALSE(process.wait(1500ms));
+}
+
+TEST_F(Processes, OwnMemoryIsKnown) {
+    const platform::OwnMemory before = platform::own_memory();
+    constexpr std::size_t kMuch = std::size_t{64} << 20U;
+    const std::vector<unsigned char> memory(kMuch, 1);
+    const platform::OwnMemory after = platform::own_memory();
+    EXPECT_GT(before.used, 0U);
+    EXPECT_GE(before.counted, before.used);
+    EXPECT_GE(after.used, before.used + kMuch / 2) << memory.size();
+    EXPECT_GE(after.counted, before.counted + kMuch / 2) << memory.size();
 }
 
 TEST_F(Processes, EndAfterTheirTimeAsACrash) {

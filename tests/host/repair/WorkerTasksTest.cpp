@@ -1,4 +1,4 @@
-#include "repair/WorkerProcess.h"
+#include "repair/WorkerPool.h"
 
 #include "host/ProgramFile.h"
 #include "support/TempDir.h"
@@ -9,14 +9,14 @@ namespace test {
 namespace {
 
 using plate_mend::host::Json;
-using plate_mend::host::run_worker;
+using plate_mend::host::WorkerPool;
 
 class WorkerTasks : public ::testing::Test {
   protected:
     /// The answer to a task that is a member "task" and a file.
     [[nodiscard]] plate_mend::host::WorkerAnswer answer_to(const char* task) const {
-        return run_worker(Json::object({{"task", task}, {"file", "missing.arw"}}), folder.path(),
-                          {.program = program_file()});
+        return WorkerPool({.program = program_file()})
+            .run(Json::object({{"task", task}, {"file", "missing.arw"}}), folder.path());
     }
 
     TempDir folder;

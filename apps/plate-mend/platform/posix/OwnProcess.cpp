@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <system_error>
 
 namespace plate_mend::host::platform {
 
@@ -59,9 +61,22 @@ bool limit_memory(std::uint64_t bytes) {
     return ::setrlimit(RLIMIT_AS, &limit) == 0;
 }
 
+OwnMemory own_memory() {
+    const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    std::uint64_t addresses = 0;
+    std::uint64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> addresses >> resident;
+    return {resident * page, addresses * page};
+}
+
 std::filesystem::path enter(const std::filesystem::path& folder) {
     std::filesystem::current_path(folder);
     return {};
+}
+
+void leave() noexcept {
+    std::error_code ignored;
+    std::filesystem::current_path("/", ignored);
 }
 
 } // namespace plate_mend::host::platform

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,6 +22,43 @@ namespace plate_mend::host::platform {
 
 namespace {
 
+// Descriptors of the process that is started.
+constexpr int kTexts = STDIN_FILENO;
+constexpr int kReplies = 3;
+
+/// Two ends of a channel. The other process gets a copy of its own.
+struct Ends {
+    Descriptor ours;
+    Descriptor theirs;
+};
+
+/// The same file, with a number that stays free of what processes are given. Throws std::system_error.
+Descriptor out_of_the_way(Descriptor descriptor) {
+    const int number = ::fcntl(descriptor.number(), F_DUPFD_CLOEXEC, kReplies + 1);
+    if (number < 0) {
+        fail(errno, "fcntl");
+    }
+    return Descriptor(number);
+}
+
+Ends make_socket() {
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        fail(errno, "socketpair");
+    }
+    Descriptor ours(ends[0]);
+    return {std::move(ours), out_of_the_way(Descriptor(ends[1]))};
+}
+
+Ends make_pipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        fail(errno, "pipe");
+    }
+    Descriptor ours(ends[0]);
+    return {std::move(ours), out_of_the_way(Descriptor(ends[1]))};
+}
+
 /// What the started process gets instead of our streams.
 class FileActions {
   public:
@@ -28,8 +66,8 @@ class FileActions {
     FileActions(const FileActions&) = delete;
     FileActions& operator=(const FileActions&) = delete;
     ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
-    void nothing(int descriptor, int flags) {
-        ::posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", flags, 0);
+    void nothing(int descriptor) {
+        ::posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0);
     }
     void take(int from, int to) { ::posix_spawn_file_actions_adddup2(&actions_, from, to); }
     [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions_; }
@@ -100,28 +138,26 @@ Ending ending_from(std::optional<int> status) {
 } // namespace
 
 /// The process holds the writing end of a pipe until it ends, however it ends: that can be waited for with a
-/// limit.
+/// limit. Its replies come the same way. Texts go through a socket: writing to one whose other end is gone
+/// raises no signal.
 struct Process::State {
-    State(Descriptor end, pid_t process) : lifeline(std::move(end)), id(process) {}
-    Descriptor lifeline;
-    pid_t id;
+    State(Descriptor texts_end, Descriptor replies_end)
+        : texts(std::move(texts_end)), replies(std::move(replies_end)) {}
+    Descriptor texts;
+    Descriptor replies;
+    pid_t id = 0;
     bool ended = false;
 };
 
 Process::Process(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
     restore_child_signal();
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        fail(errno, "pipe");
-    }
-    Descriptor reading(ends[0]);
-    const Descriptor writing(ends[1]);
+    Ends texts = make_socket();
+    Ends replies = make_pipe();
     FileActions actions;
-    actions.nothing(STDIN_FILENO, O_RDONLY);
-    actions.nothing(STDOUT_FILENO, O_WRONLY);
-    actions.nothing(STDERR_FILENO, O_WRONLY);
-    constexpr int kLifeline = 3;
-    actions.take(writing.number(), kLifeline);
+    actions.take(texts.theirs.number(), kTexts);
+    actions.nothing(STDOUT_FILENO);
+    actions.nothing(STDERR_FILENO);
+    actions.take(replies.theirs.number(), kReplies);
     const Attributes attributes;
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -131,13 +167,13 @@ Process::Process(const std::filesystem::path& program, const std::vector<std::st
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    pid_t id = 0;
+    auto state = std::make_unique<State>(std::move(texts.ours), std::move(replies.ours));
     const int error =
-        ::posix_spawn(&id, program.c_str(), actions.get(), attributes.get(), argv.data(), environ);
+        ::posix_spawn(&state->id, program.c_str(), actions.get(), attributes.get(), argv.data(), environ);
     if (error != 0) {
         fail(error, program.string());
     }
-    state_ = std::make_unique<State>(std::move(reading), id);
+    state_ = std::move(state);
 }
 
 Process::~Process() {
@@ -148,16 +184,48 @@ Process::~Process() {
     }
 }
 
-std::optional<Ending> Process::wait(std::chrono::milliseconds time) {
+bool Process::send(const std::string& text) {
+    // With its NUL. The buffer of a socket has room for any path.
+    const std::size_t count = text.size() + 1;
+    return ::send(state_->texts.number(), text.c_str(), count, MSG_NOSIGNAL | MSG_DONTWAIT) ==
+           static_cast<ssize_t>(count);
+}
+
+std::optional<Event> Process::wait(std::chrono::milliseconds time) {
     constexpr std::chrono::milliseconds::rep kLongest = std::numeric_limits<int>::max();
     const auto at_most =
         static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, kLongest));
-    pollfd lifeline{state_->lifeline.number(), POLLIN, 0};
-    if (::poll(&lifeline, 1, at_most) <= 0) {
+    pollfd replies{state_->replies.number(), POLLIN, 0};
+    if (::poll(&replies, 1, at_most) <= 0) {
         return std::nullopt; // Still there, or a signal came.
     }
+    Event event;
+    if (::read(replies.fd, &event.reply, 1) == 1) {
+        return event;
+    }
     state_->ended = true;
-    return ending_from(status_of(state_->id));
+    event.ending = ending_from(status_of(state_->id));
+    return event;
+}
+
+std::optional<std::string> receive() {
+    constexpr std::size_t kPiece = 4096;
+    std::string text;
+    while (text.empty() || text.back() != '\0') {
+        const std::size_t before = text.size();
+        text.resize(before + kPiece);
+        const ssize_t count = ::read(kTexts, text.data() + before, kPiece);
+        text.resize(before + static_cast<std::size_t>(std::max<ssize_t>(0, count)));
+        if (count == 0 || (count < 0 && errno != EINTR)) {
+            return std::nullopt;
+        }
+    }
+    text.pop_back();
+    return text;
+}
+
+void reply(unsigned char byte) {
+    static_cast<void>(!::write(kReplies, &byte, 1)); // The next text does not come if nobody is there.
 }
 
 } // namespace plate_mend::host::platform

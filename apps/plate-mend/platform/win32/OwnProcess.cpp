@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 namespace plate_mend::host::platform {
 
@@ -41,12 +44,15 @@ std::uint64_t own_id() {
 void end_with(std::uint64_t /*parent*/) {}
 
 void end_after(unsigned seconds) {
+    static HANDLE timer = nullptr; // The last one exists as long as the process.
+    if (timer != nullptr) {
+        ::DeleteTimerQueueTimer(nullptr, std::exchange(timer, nullptr), nullptr);
+    }
     if (seconds == 0) {
         return;
     }
     constexpr std::uint64_t kLongest = 0xFFFFFFFE; // Milliseconds: 49 days.
     const auto time = static_cast<DWORD>(std::min(std::uint64_t{seconds} * 1000, kLongest));
-    HANDLE timer = nullptr; // It exists as long as the process.
     if (::CreateTimerQueueTimer(&timer, nullptr, end_now, nullptr, time, 0,
                                 WT_EXECUTEONLYONCE | WT_EXECUTEINTIMERTHREAD) == FALSE) {
         throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), "a timer");
@@ -68,8 +74,19 @@ bool limit_memory(std::uint64_t bytes) {
     return true; // The job exists as long as the process.
 }
 
+OwnMemory own_memory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    counters.cb = sizeof counters;
+    if (::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters) == FALSE) {
+        return {};
+    }
+    return {counters.PagefileUsage, counters.PagefileUsage};
+}
+
 std::filesystem::path enter(const std::filesystem::path& folder) {
     return folder;
 }
+
+void leave() noexcept {} // It never entered one.
 
 } // namespace plate_mend::host::platform
