@@ -202,14 +202,18 @@ TEST_F(Sidecar, IsAddedByALaterRun) {
 
 class FileTimes : public Sidecar {
   protected:
-    /// A day in 2020, on a whole second: some file systems know no other times.
-    const fs::file_time_type time_ =
-        fs::file_time_type::clock::now() - std::chrono::hours(24 * 2000) -
-        fs::file_time_type::clock::now().time_since_epoch() % std::chrono::seconds(2);
+    /// Years ago, on a whole even second: some file systems know no other times.
+    static fs::file_time_type years_ago() {
+        const auto time = fs::file_time_type::clock::now() - std::chrono::hours(24 * 2000);
+        return time - time.time_since_epoch() % std::chrono::seconds(2);
+    }
+
+    const fs::file_time_type time_ = years_ago();
 };
 
 TEST_F(FileTimes, OfResultsAreThoseOfTheDamagedFile) {
-    put("card/IMG_1.arw", part(headless(photo(2, kDate)), 0, photo(2, kDate).bytes.size() - 320 * 30));
+    put("card/IMG_1.arw",
+        part(headless(photo(2, kDate)), 0, photo(2, kDate).bytes.size() - std::size_t{320} * 30));
     fs::last_write_time(folder / "card" / "IMG_1.arw", time_);
     const auto now = fs::file_time_type::clock::now() - std::chrono::hours(1);
     const Record record = repair_one();

@@ -25,9 +25,9 @@ std::vector<unsigned char> FileBytes::read(std::uint64_t offset, std::size_t cou
 }
 
 std::optional<std::uint64_t> FileBytes::find(const std::vector<unsigned char>& bytes, std::uint64_t from) {
-    constexpr std::size_t kBlock = std::size_t{1} << 20U;
-    for (std::uint64_t at = from; at < size_ && bytes.size() <= size_ - at; at += kBlock) {
-        const auto block = read(at, kBlock + bytes.size() - 1);
+    constexpr std::size_t kSearchedBlock = std::size_t{1} << 20U;
+    for (std::uint64_t at = from; at < size_ && bytes.size() <= size_ - at; at += kSearchedBlock) {
+        const auto block = read(at, kSearchedBlock + bytes.size() - 1);
         const auto found = std::search(block.begin(), block.end(), bytes.begin(), bytes.end());
         if (found != block.end()) {
             return at + static_cast<std::uint64_t>(found - block.begin());
@@ -37,12 +37,12 @@ std::optional<std::uint64_t> FileBytes::find(const std::vector<unsigned char>& b
 }
 
 bool FileBytes::only_slack_after(std::uint64_t offset) {
-    constexpr std::uint64_t kSector = 512;
+    constexpr std::uint64_t kSectorSize = 512;
     constexpr std::uint64_t kLargestCluster = std::uint64_t{2} << 20U;
     if (offset >= size_) {
         return true;
     }
-    if (size_ % kSector != 0 || size_ - offset > kLargestCluster) {
+    if (size_ % kSectorSize != 0 || size_ - offset > kLargestCluster) {
         return false;
     }
     const auto bytes = read(offset, static_cast<std::size_t>(size_ - offset));

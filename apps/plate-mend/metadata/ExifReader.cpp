@@ -130,10 +130,9 @@ class ExifReader::Walk {
     void read_directory(std::uint64_t at, Role role) {
         const std::uint64_t count = file_.u16(at).value_or(0);
         if (count == 0 || count > kMostEntries || !file_.holds(at + 2, count * kEntrySize) ||
-            reader_.has_read(at) || reader_.work_ > kMostWork) {
+            reader_.read_.contains(at) || reader_.work_ > kMostWork || !is_directory(at, count)) {
             return;
         }
-        reader_.work_ += static_cast<std::size_t>(count);
         const std::uint64_t end = at + 2 + count * kEntrySize;
         reader_.read_.emplace(at, end);
         ++directories_;
@@ -146,6 +145,19 @@ class ExifReader::Walk {
         if (next != 0 && (role == Role::kFirst || role == Role::kImage)) {
             open_.emplace_back(base_ + next, Role::kImage);
         }
+    }
+
+    /// Whether these are entries, or zeros in the place of lost ones.
+    [[nodiscard]] bool is_directory(std::uint64_t at, std::uint64_t count) const {
+        reader_.work_ += static_cast<std::size_t>(count);
+        for (std::uint64_t nth = 0; nth < count; ++nth) {
+            const std::uint64_t entry = at + 2 + nth * kEntrySize;
+            const bool is_empty = file_.u64(entry) == 0U && file_.u32(entry + 8) == 0U;
+            if (!is_empty && size_of_type(file_.u16(entry + 2).value_or(0)) == 0) {
+                return false;
+            }
+        }
+        return true;
     }
 
     void read(const std::vector<ExifEntry>& entries, Role role) {

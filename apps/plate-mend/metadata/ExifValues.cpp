@@ -16,6 +16,7 @@ constexpr std::uint16_t kAscii = 2;
 constexpr std::uint16_t kShort = 3;
 constexpr std::uint16_t kLong = 4;
 constexpr std::uint16_t kRational = 5;
+constexpr std::uint16_t kSignedRational = 10;
 
 /// The bytes of a text up to its first NUL.
 std::string_view ascii(const ByteReader& file, const ExifEntry& entry) {
@@ -141,16 +142,20 @@ std::optional<std::string> exif_ratio(const ByteReader& file, const ExifEntry& e
 std::optional<std::vector<double>> exif_rationals(const ByteReader& file, const ExifEntry& entry,
                                                   std::size_t count) {
     constexpr std::uint64_t kSize = 8;
-    if (entry.type != kRational || entry.count != count || !file.holds(entry.values, kSize * count)) {
+    const bool is_rational = entry.type == kRational || entry.type == kSignedRational;
+    if (!is_rational || entry.count != count || !file.holds(entry.values, kSize * count)) {
         return std::nullopt;
     }
     std::vector<double> values;
     for (std::size_t nth = 0; nth < count; ++nth) {
+        const std::uint32_t numerator = file.u32(entry.values + kSize * nth).value_or(0);
         const std::uint32_t denominator = file.u32(entry.values + kSize * nth + 4).value_or(0);
-        if (denominator == 0) {
+        const bool is_negative =
+            entry.type == kSignedRational && std::max(numerator, denominator) > INT32_MAX;
+        if (denominator == 0 || is_negative) {
             return std::nullopt;
         }
-        values.push_back(static_cast<double>(file.u32(entry.values + kSize * nth).value_or(0)) / denominator);
+        values.push_back(static_cast<double>(numerator) / denominator);
     }
     return values;
 }

@@ -48,7 +48,7 @@ struct ExifEntry {
 [[nodiscard]] std::optional<std::string> exif_ratio(const byte_reader::ByteReader& file,
                                                     const ExifEntry& entry, double least, double most);
 
-/// The values of `count` unsigned rationals, none with a denominator of 0.
+/// The values of `count` rationals, none negative or with a denominator of 0. Some phones write signed ones.
 [[nodiscard]] std::optional<std::vector<double>> exif_rationals(const byte_reader::ByteReader& file,
                                                                 const ExifEntry& entry, std::size_t count);
 

@@ -58,7 +58,10 @@ class BlockSearch {
         std::sort(places.begin(), places.end());
         std::vector<Structure> found;
         for (const std::uint64_t place : places) {
-            if (auto content = reader_.read_header(place)) {
+            // What follows the directories in a box is left over from others.
+            const bool is_left_over = !found.empty() && place < found.back().end_of_box;
+            auto content = is_left_over ? std::nullopt : reader_.read_header(place);
+            if (content) {
                 add(structure_at(place, std::move(*content)), found);
             }
         }

@@ -100,6 +100,29 @@ TEST(MetadataBlock, OfBoxesSideBySideIsOne) {
     EXPECT_THAT(find_metadata(apart), SizeIs(2));
 }
 
+/// Cameras do not clear what follows a structure in its box.
+TEST(MetadataBlock, OfABoxIsNotWhatIsLeftOverInIt) {
+    const Bytes own = exif_structure({.taken = "2026:05:01 12:30:00"});
+    const Bytes old = exif_structure({.taken = "2026:04:01 12:30:00", .artist = "B"});
+    for (const std::size_t kept : {old.size(), std::size_t{100}, std::size_t{60}}) {
+        const Bytes boxes =
+            joined(box("CMT1", joined(exif_structure({.taken = "", .artist = "A"}), part(old, 0, kept))),
+                   box("CMT2", own));
+        const MetadataBlock block = only_block(boxes);
+        EXPECT_EQ(block.facts.at(CameraFact::kArtist), "A");
+        EXPECT_EQ(block.facts.at(CameraFact::kTaken), "2026-05-01T12:30:00");
+    }
+}
+
+/// A directory that was overwritten in part; zeros are what is left of bad sectors.
+TEST(MetadataBlock, OfADirectoryWithStrangeBytesIsLeftOut) {
+    const Bytes whole = exif_structure({});
+    EXPECT_THAT(only_block(zeroed(whole, 10 + 12, 10 + 24)).facts, Not(Contains(Key(CameraFact::kModel))));
+    const Bytes strange = with(whole, 10 + 12, Bytes(12, 0xEE));
+    EXPECT_THAT(find_metadata(joined(Bytes(100), strange)), IsEmpty());
+    EXPECT_EQ(std::string(only_block(strange).source), "directory") << "in its place, its date is enough";
+}
+
 TEST(MetadataBlock, KnowsWhereTheTablesHaveImages) {
     const ArwPhoto photo;
     const MetadataBlock block = only_block(photo.bytes);

@@ -70,6 +70,7 @@ TEST(SidecarText, IsTheSameInEachThread) {
     const std::string text = sidecar_text(facts, "good.arw");
     std::vector<std::string> others(4);
     std::vector<std::thread> threads;
+    threads.reserve(others.size());
     for (std::string& other : others) {
         threads.emplace_back([&other, &facts] { other = sidecar_text(facts, "good.arw"); });
     }
