@@ -58,7 +58,8 @@ class EndedRun : public BatchFixture {
         EXPECT_THAT(files_below("reports"), ElementsAre("records.jsonl", "sheet.html"));
         EXPECT_THAT(entries("reports"), SizeIs(2));
         EXPECT_THAT(entries("mended/.plate-mend"), ElementsAre("run"));
-        EXPECT_THAT(entries("mended/.plate-mend/run"), ElementsAre("lock", "pictures", "records.jsonl"));
+        EXPECT_THAT(entries("mended/.plate-mend/run"),
+                    ElementsAre("lock", "pictures", "records.jsonl", "samples.jsonl"));
         for (const std::string& picture : entries("mended/.plate-mend/run/pictures")) {
             EXPECT_NE(picture.front(), '.') << picture;
         }
@@ -110,7 +111,8 @@ TEST_F(EndedRun, InterruptedAtAnyWorkerItIsFinishedByTheNext) {
             const auto results = files_below("mended");
             EXPECT_EQ(std::count(results.begin(), results.end(), "a.arw"), found.count("a.arw"));
             EXPECT_EQ(std::count(results.begin(), results.end(), "b.arw"), found.count("b.arw"));
-            EXPECT_THAT(entries("mended/.plate-mend/run"), ElementsAre("lock", "pictures", "records.jsonl"));
+            EXPECT_THAT(entries("mended/.plate-mend/run"),
+                        ElementsAre("lock", "pictures", "records.jsonl", "samples.jsonl"));
             EXPECT_THAT(entries("reports"), SizeIs(2)) << "the contact sheet of what was done";
             EXPECT_EQ(run(command({"--resume"})), 2) << out << err;
         }
