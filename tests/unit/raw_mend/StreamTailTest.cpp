@@ -134,7 +134,7 @@ TEST(MaskedBorder, MeasuresTheLevelOfARun) {
 TEST(StreamTail, ComesBackAtItsPlaceAndLevel) {
     const auto values = make_values(1);
     const Bytes stream = make_stream(values);
-    for (const std::size_t hundredths : {95, 60, 25}) {
+    for (const std::size_t hundredths : {95U, 60U, 25U}) {
         const auto mended = mend(stream, hundredths, make_stream(make_values(2)));
         ASSERT_TRUE(mended);
         EXPECT_FALSE(mended->is_exact);
