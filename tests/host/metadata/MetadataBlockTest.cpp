@@ -200,13 +200,16 @@ TEST(MetadataBlock, MainFactsAreThoseOfTheHead) {
 
 // Hostile bytes.
 
-TEST(MetadataBlock, CirclesOfDirectoriesEnd) {
+TEST(MetadataBlock, NoDirectoryOfACircleIsReadTwice) {
     TiffWriter tiff(ByteOrder::kBig);
     tiff.write_header();
-    const TiffDirectory one = tiff.write_directory({tiff.ascii(kMake, "SONY"), tiff.longs(kSubIfds, {8, 8}),
-                                                    tiff.longs(kExifIfd, {8}), tiff.longs(kGpsInfo, {8})});
+    const TiffDirectory one = tiff.write_directory(
+        {tiff.ascii(kMake, "SONY"), tiff.longs(kStripOffsets, {4711}), tiff.longs(kSubIfds, {8, 8}),
+         tiff.longs(kExifIfd, {8}), tiff.longs(kGpsInfo, {8})});
     tiff.set_next(one, one.offset);
-    EXPECT_THAT(only_block(tiff.bytes()).facts, ElementsAre(::testing::Pair(CameraFact::kMake, "SONY")));
+    const MetadataBlock block = only_block(tiff.bytes());
+    EXPECT_THAT(block.facts, ElementsAre(::testing::Pair(CameraFact::kMake, "SONY")));
+    EXPECT_THAT(block.images, ElementsAre(4711U));
 }
 
 TEST(MetadataBlock, AnyByteMayBeWrong) {
