@@ -180,8 +180,8 @@ RunRecord::RunRecord(const fs::path& out, const std::string& task) : folder_(out
             utf8_from(out) +
             ": another run is using this folder; wait for it, or give each run its own name with --task");
     }
-    clear_stale_folders(folder_);
-    clear_stale_folders(folder_ / kPictures);
+    clear_stale_folders(folder_, Neighbours::kNone); // The lock keeps them out.
+    clear_stale_folders(folder_ / kPictures, Neighbours::kNone);
     std::error_code none;
     for (fs::directory_iterator run(out / kRuns, none); !none && run != fs::directory_iterator();
          run.increment(none)) {
