@@ -78,6 +78,18 @@ TEST_F(Endings, ReportThatWasNeverPublishedIsClearedAfterADay) {
     EXPECT_FALSE(fs::exists(old));
 }
 
+TEST_F(Endings, FolderThatAKilledRunHadJustMadeIsClearedByTheNextWithItsRecord) {
+    const fs::path record = folder / "mended" / ".plate-mend" / "run";
+    for (const char* name : {".plate-mend-12", ".plate-mend-34"}) {
+        fs::create_directories(record / name);
+        fs::create_directory(folder / "mended" / name);
+    }
+    write_file(record / ".plate-mend-34" / "lock", {});
+    EXPECT_EQ(run({"repair", "-s", in("good.arw"), "--out", in("mended"), in("broken.arw")}), 0);
+    EXPECT_THAT(private_folders(record), IsEmpty());
+    EXPECT_EQ(private_folders(folder / "mended").size(), 2U) << "there another run may just have made them";
+}
+
 TEST_F(Endings, KilledProgramLeavesNoWorker) {
     // Half a picture before a hole that ends in something keeps the worker busy for seconds.
     const Bytes picture = make_preview(Scene(1), 320, 240);

@@ -68,7 +68,7 @@ bool is_older_than(const fs::directory_entry& entry, std::chrono::hours age) {
     return fs::file_time_type::clock::now() - entry.last_write_time() > age;
 }
 
-bool is_stale(const fs::directory_entry& entry) {
+bool is_stale(const fs::directory_entry& entry, Neighbours neighbours) {
     std::error_code none;
     if (!has_private_name(entry) || entry.is_symlink(none)) {
         return false;
@@ -82,7 +82,7 @@ bool is_stale(const fs::directory_entry& entry) {
     const bool has_lock = platform::is_taken(entry.path() / kLock);
     const auto files = std::distance(fs::directory_iterator(entry.path()), fs::directory_iterator());
     if (files == (has_lock ? 1 : 0)) { // Its owner may be about to create the lock, or to take it.
-        return is_older_than(entry, std::chrono::hours(1)) &&
+        return (neighbours == Neighbours::kNone || is_older_than(entry, std::chrono::hours(1))) &&
                (!has_lock || platform::Lock::take(entry.path() / kLock));
     }
     // Without a lock it is not ours, whatever its name. An owner puts nothing in it before it has locked it.
@@ -144,12 +144,12 @@ PrivateFolder::~PrivateFolder() {
     fs::remove_all(path_, ignored);
 }
 
-void clear_stale_folders(const fs::path& parent) {
+void clear_stale_folders(const fs::path& parent, Neighbours neighbours) {
     std::error_code error;
     for (fs::directory_iterator entry(parent, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
         try {
-            if (is_stale(*entry)) {
+            if (is_stale(*entry, neighbours)) {
                 fs::remove_all(entry->path());
             }
         } catch (const std::system_error&) {

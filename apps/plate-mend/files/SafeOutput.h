@@ -45,9 +45,13 @@ class PrivateFolder {
 /// The folder of a file, as an absolute path.
 [[nodiscard]] std::filesystem::path folder_of(const std::filesystem::path& file);
 
+/// Whether another run may be creating private folders in the same parent at this moment.
+enum class Neighbours { kMayBe, kNone };
+
 /// Removes private folders, and private files older than a day, that earlier runs left in a folder; nothing
-/// else, whatever its name. Never throws: what cannot be removed stays.
-void clear_stale_folders(const std::filesystem::path& parent);
+/// else, whatever its name. An empty folder may be one that a neighbour has just created, so it stays for an
+/// hour where there may be one. Never throws: what cannot be removed stays.
+void clear_stale_folders(const std::filesystem::path& parent, Neighbours neighbours = Neighbours::kMayBe);
 
 /// Creates a folder and those above it, if missing. Throws MachineFailure.
 void make_folders(const std::filesystem::path& folder);

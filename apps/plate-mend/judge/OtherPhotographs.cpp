@@ -47,19 +47,17 @@ bool follows_exif(Bytes bytes, std::size_t at) {
 /// Offsets, ascending. TIFF headers within a CR3 begin no photograph.
 std::vector<std::size_t> find_beginnings(Bytes bytes, bool is_crx) {
     std::vector<std::size_t> places;
+    // Four times as fast as std::search, and this reads the whole file for each kind.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
+    const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     const auto kinds = is_crx ? std::span(kBeginnings).last(1) : std::span(kBeginnings);
     for (const auto& [text, before] : kinds) {
-        auto at = bytes.begin();
-        while (places.size() < kMostOpened) {
-            at = std::search(at, bytes.end(), text.begin(), text.end());
-            const auto offset = static_cast<std::size_t>(at - bytes.begin());
-            if (at == bytes.end()) {
-                break;
+        std::size_t at = all.find(text);
+        while (places.size() < kMostOpened && at != std::string_view::npos) {
+            if (at >= before && !follows_exif(bytes, at)) {
+                places.push_back(at - before);
             }
-            if (offset >= before && !follows_exif(bytes, offset)) {
-                places.push_back(offset - before);
-            }
-            ++at;
+            at = all.find(text, at + 1);
         }
     }
     std::sort(places.begin(), places.end());

@@ -169,8 +169,8 @@ void RunRecord::occupy(const fs::path& out) {
             utf8_from(out) +
             ": another run is using this folder; wait for it, or give each run its own name with --task");
     }
-    clear_stale_folders(folder_);
-    clear_stale_folders(folder_ / kPictures);
+    clear_stale_folders(folder_, Neighbours::kNone); // The lock keeps them out.
+    clear_stale_folders(folder_ / kPictures, Neighbours::kNone);
 }
 
 void RunRecord::load_all(const fs::path& runs) {

@@ -286,11 +286,11 @@ void require_memory(std::uint64_t bytes) {
     ::operator delete(room);
 }
 
-TaskAnswer do_task(const Json& json, const fs::path& place) {
+TaskAnswer do_task(const Json& task, const fs::path& place) {
     try {
-        const Task task(json, place);
-        Json answer = run_task(task);
-        const bool is_clean = !leaves_something(task, answer);
+        const Task readable(task, place);
+        Json answer = run_task(readable);
+        const bool is_clean = !leaves_something(readable, answer);
         return {std::move(answer), is_clean};
     } catch (const std::bad_alloc&) {
         throw;
