@@ -281,7 +281,7 @@ void RunRecord::add_line(const Record& record, bool at_once) {
         std::string sample_picture;
         if (!record.sample_picture.empty()) {
             sample_picture = picture_name(record.sample_picture);
-            write_picture(folder_ / kPictures / sample_picture, record.sample_picture);
+            write_sample_picture(sample_picture, record.sample_picture);
         }
         append(Json::object({{"schema", kRunSchema},
                              {"key", escaped_name(key)},
@@ -295,6 +295,14 @@ void RunRecord::add_line(const Record& record, bool at_once) {
                at_once);
     } catch (const std::system_error& e) {
         throw MachineFailure(utf8_from(folder_) + ": the run's record cannot be written", e.code());
+    }
+}
+
+void RunRecord::write_sample_picture(const std::string& name, const std::string& bytes) {
+    const std::lock_guard lock(mutex_);
+    if (!sample_pictures_.contains(name)) {
+        write_picture(folder_ / kPictures / name, bytes);
+        sample_pictures_.insert(name);
     }
 }
 

@@ -1,6 +1,8 @@
 #include "record/RunRecord.h"
 
+#include "host/report/Records.h"
 #include "report/SheetPictures.h"
+#include "support/Bytes.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -31,6 +33,26 @@ TEST(RunRecordOf, PicturesOfASheetKnowsTheirFolderByWhateverNameItHas) {
     fs::rename(pictures, folder / "elsewhere");
     fs::create_directory(pictures);
     EXPECT_FALSE(RunRecord(folder / "out", "run").is_own_report(pictures)) << "another folder of that name";
+}
+
+/// On Windows two threads that replaced one file at the same moment would refuse each other.
+TEST(RunRecordOf, ASampleItHasThePictureOnce) {
+    const test::TempDir folder;
+    RunRecord run(folder / "out", "run");
+    Record record = test::full_record();
+    record.sample_picture = "a picture";
+    run.add(record);
+    const fs::path pictures = run.folder() / "pictures";
+    fs::path made;
+    for (const auto& entry : fs::directory_iterator(pictures)) {
+        const test::Bytes bytes = test::read_file(entry.path());
+        made = std::string(bytes.begin(), bytes.end()) == record.sample_picture ? entry.path() : made;
+    }
+    ASSERT_FALSE(made.empty());
+    test::write_file(made, {1});
+    record.damaged.path += "2";
+    run.add(record);
+    EXPECT_EQ(test::read_file(made), test::Bytes{1});
 }
 
 } // namespace

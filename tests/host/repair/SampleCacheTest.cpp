@@ -36,6 +36,7 @@ class SampleCaches : public ::testing::Test {
         }
         write_file(own_, photo("NIKON D1", 1));
         write_file(other_, photo("NIKON D500", 2));
+        fs::last_write_time(own_, fs::last_write_time(own_)); // In whole seconds where it is set in these.
     }
 
     static Bytes photo(const std::string& model, unsigned number) {

@@ -24,8 +24,8 @@ struct MaskedBorder {
 [[nodiscard]] bool has_masked_border(const StreamSlices& slices, std::span<const std::uint16_t> values,
                                      const MaskedBorder& border, std::size_t from);
 
-/// How far the border of a run is from its level in known rows, and, where few or none are known, from that of
-/// another photograph of the camera. None if too few rows of the run have a border.
+/// How far the border of a run is from its level in known rows, and, where few or none are known, from that
+/// of another photograph of the camera. None if too few rows of the run have a border.
 [[nodiscard]] std::vector<LevelEstimate> measure_border(const StreamFrame& frame, const StreamSlices& slices,
                                                         std::span<const std::uint16_t> values,
                                                         std::span<const RowState> states,
