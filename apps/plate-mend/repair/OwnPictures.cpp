@@ -9,6 +9,8 @@
 #include <raw_mend/raw_mend.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <new>
 #include <optional>
 #include <string>
@@ -55,17 +57,6 @@ std::vector<unsigned char> coded_as(const RawMendPicture& picture, const Preview
     }
 }
 
-/// The rendering of a photograph as its sensor has it; nothing where it cannot be rendered.
-std::optional<PreviewCoder> coder_for(const fs::path& photograph) {
-    RawDecoder decoder;
-    if (!decoder.open(photograph) || !decoder.unpack().empty()) {
-        return std::nullopt;
-    }
-    Image rendering = render(decoder.raw(), false);
-    return rendering.rgb.empty() ? std::nullopt
-                                 : std::optional<PreviewCoder>(std::in_place, std::move(rendering));
-}
-
 /// The pictures of the sample, by which those of its structure are recognised.
 class SamplePictures {
   public:
@@ -85,12 +76,42 @@ class SamplePictures {
     std::vector<RawMendPicture> pictures_;
 };
 
-bool have_same_raw_image(const fs::path& one, const fs::path& other) {
-    RawDecoder ours;
-    RawDecoder theirs;
-    return ours.open(one) && theirs.open(other) && ours.unpack().empty() && theirs.unpack().empty() &&
-           ours.has_same_samples(theirs);
+/// Which pictures of a photograph are the sample's, byte for byte.
+std::vector<bool> find_foreign(const std::vector<RawMendPicture>& pictures, const fs::path& photograph,
+                               const fs::path& sample) {
+    SamplePictures of_sample(sample);
+    FileBytes bytes(photograph);
+    std::vector<bool> are_foreign;
+    std::ranges::transform(pictures, std::back_inserter(are_foreign),
+                           [&](const RawMendPicture& picture) { return of_sample.have(picture, bytes); });
+    return are_foreign;
 }
+
+/// A decoded photograph, and its pictures as the sensor has them.
+class Decoded {
+  public:
+    explicit Decoded(const fs::path& photograph) : decodes_(decode(decoder_, photograph)) {}
+
+    /// Nothing where the photograph cannot be rendered.
+    [[nodiscard]] std::optional<PreviewCoder> make_coder() {
+        Image rendering = decodes_ ? render(decoder_.raw(), false) : Image();
+        return rendering.rgb.empty() ? std::nullopt
+                                     : std::optional<PreviewCoder>(std::in_place, std::move(rendering));
+    }
+
+    [[nodiscard]] bool has_raw_image_of(const fs::path& other) const {
+        RawDecoder theirs;
+        return decode(theirs, other) && decoder_.has_same_samples(theirs);
+    }
+
+  private:
+    static bool decode(RawDecoder& decoder, const fs::path& photograph) {
+        return decoder.open(photograph) && decoder.unpack().empty();
+    }
+
+    RawDecoder decoder_;
+    bool decodes_;
+};
 
 } // namespace
 
@@ -98,35 +119,36 @@ ReplacedPictures replace_pictures(const fs::path& photograph, const fs::path& sa
                                   const fs::path& output) {
     const std::string name = utf8_from(photograph);
     const auto pictures = list_pictures(name);
-    const auto coder = pictures.empty() ? std::nullopt : coder_for(photograph);
+    const std::vector<bool> are_foreign = find_foreign(pictures, photograph, sample);
+    const auto foreign = std::ranges::count(are_foreign, true);
+    if (foreign == 0) {
+        return {};
+    }
+    Decoded decoded(photograph);
+    const auto coder = decoded.make_coder();
     if (!coder) {
         return {};
     }
-    SamplePictures of_sample(sample);
-    FileBytes bytes(photograph);
-    ReplacedPictures result;
     std::vector<std::vector<unsigned char>> coded;
     std::vector<RawMendPictureData> data;
-    for (const RawMendPicture& picture : pictures) {
-        const bool is_foreign = of_sample.have(picture, bytes);
-        const auto& other =
-            coded.emplace_back(is_foreign ? coded_as(picture, *coder) : std::vector<unsigned char>());
+    for (std::size_t index = 0; index < pictures.size(); ++index) {
+        const auto& other = coded.emplace_back(are_foreign[index] ? coded_as(pictures[index], *coder)
+                                                                  : std::vector<unsigned char>());
         data.push_back({other.empty() ? nullptr : other.data(), other.size()});
-        result.pictures += is_foreign ? 1U : 0U;
-        result.replaced += other.empty() ? 0U : 1U;
     }
-    if (result.replaced == 0) {
+    const auto replaced = std::ranges::count_if(coded, [](const auto& picture) { return !picture.empty(); });
+    if (replaced == 0) {
         return {};
     }
     const std::int32_t code = RawMendReplacePictures(
         name.c_str(), data.data(), static_cast<std::uint32_t>(data.size()), utf8_from(output).c_str());
     require_memory_from(code);
-    if (code != RAW_MEND_OK || !have_same_raw_image(photograph, output)) {
+    if (code != RAW_MEND_OK || !decoded.has_raw_image_of(output)) {
         std::error_code none;
         fs::remove(output, none);
         return {};
     }
-    return result;
+    return {static_cast<std::uint64_t>(foreign), static_cast<std::uint64_t>(replaced)};
 }
 
 } // namespace plate_mend::host
