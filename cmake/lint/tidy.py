@@ -9,7 +9,7 @@ translation unit, such as two that define a constant of the same name, they are 
 joined, not included: the static analyzer follows only functions of the main file.
 
 -Wshadow is left out of joined sources, where one may declare a name of another. GCC checks it in every build.
-Prints every finding once, and exits with 1 if there is one.
+Prints every finding once, as soon as it is known, and exits with 1 if there is one.
 """
 
 import concurrent.futures
@@ -172,10 +172,11 @@ def main():
         groups = list(groups_of(json.load(stream), pattern))
     linter, findings = Linter(folder), set()
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for found in pool.map(linter.lint, groups):
-            findings.update(found)
+        for group in concurrent.futures.as_completed([pool.submit(linter.lint, sources) for sources in groups]):
+            for finding in sorted(set(group.result()) - findings):
+                print(finding, flush=True)
+            findings.update(group.result())
     print(f"{sum(map(len, groups))} sources, {len(findings)} findings")
-    print("\n".join(sorted(findings)))
     return 1 if findings else 0
 
 
