@@ -23,7 +23,6 @@ using plate_mend::host::Verdict;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 constexpr const char* kDate = "2026:05:01 12:30:00";
