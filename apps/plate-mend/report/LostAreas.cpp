@@ -174,13 +174,9 @@ std::string draw_areas(const Attempt& taken) {
 
 std::string legend_of_areas(const Attempt& taken) {
     const Drawn drawn = drawn_of(taken);
-    std::string html;
-    if (!drawn.lost.empty()) {
-        html += "<span class=\"lost\">lost pixels</span>";
-    }
-    if (!drawn.doubtful.empty()) {
-        html += "<span class=\"doubtful\">doubtful pixels</span>";
-    }
+    const std::string html =
+        std::string(drawn.lost.empty() ? "" : "<span class=\"lost\">lost pixels</span>") +
+        (drawn.doubtful.empty() ? "" : "<span class=\"doubtful\">doubtful pixels</span>");
     return html.empty() ? "" : "<p class=\"legend\">" + html + "</p>\n";
 }
 
