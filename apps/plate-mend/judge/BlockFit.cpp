@@ -52,6 +52,17 @@ double linear_light(double level) {
     return std::pow(level / 255, 2.2);
 }
 
+/// Values that come and go, for their median.
+class SortedWindow {
+  public:
+    void add(double value) { sorted_.insert(std::upper_bound(sorted_.begin(), sorted_.end(), value), value); }
+    void remove(double value) { sorted_.erase(std::lower_bound(sorted_.begin(), sorted_.end(), value)); }
+    [[nodiscard]] double median() const { return sorted_[sorted_.size() / 2]; }
+
+  private:
+    std::vector<double> sorted_;
+};
+
 class Fit {
   public:
     Fit(const BlockGrid& grid, const std::vector<std::array<double, 3>>& colours,
@@ -80,6 +91,10 @@ class Fit {
     /// The weights of the colours, by least deviations.
     [[nodiscard]] Terms weigh() const {
         std::vector<double> trust(counted_.size(), 1.0);
+        std::vector<double> wanted;
+        for (const std::size_t block : counted_) {
+            wanted.push_back(linear_light(light_[block]));
+        }
         Terms weights{};
         for (int round = 0; round < kRounds; ++round) {
             std::array<Terms, kTerms> matrix{};
@@ -90,13 +105,12 @@ class Fit {
                     for (std::size_t column = 0; column < kTerms; ++column) {
                         matrix[row][column] += trust[nth] * terms[row] * terms[column];
                     }
-                    right[row] += trust[nth] * terms[row] * linear_light(light_[counted_[nth]]);
+                    right[row] += trust[nth] * terms[row] * wanted[nth];
                 }
             }
             weights = solve(matrix, right);
             for (std::size_t nth = 0; nth < counted_.size(); ++nth) {
-                const std::size_t block = counted_[nth];
-                const double off = linear_light(light_[block]) - sum_of(weights, terms_of(colours_[block]));
+                const double off = wanted[nth] - sum_of(weights, terms_of(colours_[counted_[nth]]));
                 trust[nth] = 1 / std::max(1e-3, std::abs(off));
             }
         }
@@ -113,14 +127,18 @@ class Fit {
         std::sort(order.begin(), order.end(),
                   [&](std::size_t one, std::size_t other) { return sums[one] < sums[other]; });
         const std::size_t reach = std::max<std::size_t>(4, order.size() / kNeighbours / 2);
+        SortedWindow around;
+        std::size_t begin = 0;
+        std::size_t end = 0;
         for (std::size_t nth = 0; nth < order.size(); ++nth) {
             const std::size_t near = std::min({reach, nth + 2, order.size() - nth + 1});
-            std::vector<double> around;
-            const std::size_t end = std::min(order.size(), nth + near + 1);
-            for (std::size_t place = nth - std::min(nth, near); place < end; ++place) {
-                around.push_back(light_[order[place]]);
+            for (const std::size_t wanted = std::min(order.size(), nth + near + 1); end < wanted; ++end) {
+                around.add(light_[order[end]]);
             }
-            expected_[order[nth]] = median(std::move(around));
+            for (const std::size_t wanted = nth - std::min(nth, near); begin < wanted; ++begin) {
+                around.remove(light_[order[begin]]);
+            }
+            expected_[order[nth]] = around.median();
         }
     }
 

@@ -295,8 +295,8 @@ bool RawDecoder::has_colour_filter() const {
 
 std::vector<std::array<double, 3>> RawDecoder::block_colours(const BlockGrid& grid) const {
     struct Sums {
-        std::array<double, 3> levels{};
-        std::array<double, 3> counts{};
+        std::array<std::uint64_t, 3> levels{};
+        std::array<std::uint64_t, 3> counts{};
     };
     const SensorView view = sensor_view();
     std::vector<Sums> sums(grid.size());
@@ -308,19 +308,24 @@ std::vector<std::array<double, 3>> RawDecoder::block_colours(const BlockGrid& gr
             const int colour = raw_->COLOR(static_cast<int>(y), static_cast<int>(x));
             colours[x] = colour == 3 ? 1 : static_cast<std::size_t>(std::clamp(colour, 0, 2));
         }
-        for (std::size_t x = 0; x < view.columns; ++x) {
-            Sums& block = sums[first + x * grid.columns / view.columns];
-            const std::size_t colour = colours[x % colours.size()];
-            block.levels[colour] += row[x];
-            block.counts[colour] += 1;
+        std::size_t x = 0;
+        for (std::size_t column = 0; column < grid.columns; ++column) {
+            Sums& block = sums[first + column];
+            // Up to the first x of the next block: x * grid.columns / view.columns > column.
+            const std::size_t end = ((column + 1) * view.columns + grid.columns - 1) / grid.columns;
+            for (; x < end; ++x) {
+                const std::size_t colour = colours[x % colours.size()];
+                block.levels[colour] += row[x];
+                ++block.counts[colour];
+            }
         }
     }
     std::vector<std::array<double, 3>> means;
     for (const Sums& block : sums) {
         auto& mean = means.emplace_back();
         for (std::size_t colour = 0; colour < mean.size(); ++colour) {
-            const double level = block.levels[colour] / std::max(1.0, block.counts[colour]);
-            mean[colour] = (level - view.black) / view.range();
+            const auto count = static_cast<double>(std::max<std::uint64_t>(1, block.counts[colour]));
+            mean[colour] = (static_cast<double>(block.levels[colour]) / count - view.black) / view.range();
         }
     }
     return means;

@@ -32,25 +32,37 @@ double usual_step(const SensorView& view, const std::uint16_t* row, std::size_t 
     return *middle;
 }
 
-/// How far a sample is from the nearest of its neighbours, if it is above or below all of them.
-unsigned distance(const SensorView& view, std::size_t y, std::size_t x) {
+/// How far a sample is from the nearest of its neighbours, if it is above or below all of them; otherwise 0.
+int distance(const SensorView& view, std::size_t y, std::size_t x) {
     const std::uint16_t* row = view.row(y);
-    const std::array<unsigned, 4> around = {row[x - view.dx], row[x + view.dx], view.row(y - view.dy)[x],
-                                            view.row(y + view.dy)[x]};
-    const auto [least, most] = std::minmax_element(around.begin(), around.end());
-    const unsigned own = row[x];
-    return own > *most ? own - *most : own < *least ? *least - own : 0;
+    const int left = row[x - view.dx];
+    const int right = row[x + view.dx];
+    const int above = view.row(y - view.dy)[x];
+    const int below = view.row(y + view.dy)[x];
+    const int most = std::max(std::max(left, right), std::max(above, below));
+    const int least = std::min(std::min(left, right), std::min(above, below));
+    const int own = row[x];
+    return std::max(0, std::max(own - most, least - own));
 }
 
 std::size_t count_outliers(const SensorView& view, std::size_t y) {
+    const double least = static_cast<double>(view.range()) / kOutlierParts;
     std::size_t count = 0;
     for (std::size_t first = view.dx; first + view.dx < view.columns; first += kTile) {
         const std::size_t end = std::min(first + kTile, view.columns - view.dx);
-        const double limit = std::max(static_cast<double>(view.range()) / kOutlierParts,
-                                      kTimesTheStep * usual_step(view, view.row(y), first, end + view.dx));
+        std::array<int, kTile> distances{};
+        int furthest = 0;
         for (std::size_t x = first; x < end; ++x) {
-            count += distance(view, y, x) > limit ? 1U : 0U;
+            distances[x - first] = distance(view, y, x);
+            furthest = std::max(furthest, distances[x - first]);
         }
+        if (furthest <= least) { // The step need not be known: in most tiles.
+            continue;
+        }
+        const double limit =
+            std::max(least, kTimesTheStep * usual_step(view, view.row(y), first, end + view.dx));
+        count += static_cast<std::size_t>(
+            std::count_if(distances.begin(), distances.end(), [limit](int one) { return one > limit; }));
     }
     return count;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <numeric>
 #include <set>
 #include <utility>
@@ -50,15 +51,24 @@ CoarseRow coarse_row(const SensorView& view, std::size_t y, std::size_t samples_
     return means;
 }
 
-/// The mean step between two rows when the lower one is shifted by this many places.
-double misfit(const RowPair& pair, std::ptrdiff_t shift) {
+/// The mean step between two rows when the lower one is shifted by this many places. Once it is certainly
+/// above a limit, any value above that.
+double misfit(const RowPair& pair, std::ptrdiff_t shift,
+              double limit = std::numeric_limits<double>::infinity()) {
+    constexpr std::size_t kBetweenChecks = 32;
+    constexpr double kRounding = 1 + 1e-9;
     const auto reach = static_cast<std::size_t>(std::abs(shift));
+    const double* upper = pair.upper.data() + (shift < 0 ? 0 : reach);
+    const double* lower = pair.lower.data() + (shift < 0 ? reach : 0);
+    const std::size_t steps = pair.upper.size() - reach;
+    const double largest_sum = kRounding * limit * static_cast<double>(steps);
     double sum = 0;
-    for (std::size_t x = 0; x + reach < pair.upper.size(); ++x) {
-        sum += shift < 0 ? std::abs(pair.upper[x] - pair.lower[x + reach])
-                         : std::abs(pair.upper[x + reach] - pair.lower[x]);
+    for (std::size_t x = 0; x < steps && sum <= largest_sum;) {
+        for (const std::size_t end = std::min(steps, x + kBetweenChecks); x < end; ++x) {
+            sum += std::abs(upper[x] - lower[x]);
+        }
     }
-    return sum / static_cast<double>(pair.upper.size() - reach);
+    return sum / static_cast<double>(steps);
 }
 
 /// By how many places the lower row must be shifted to fit the upper one; 0 where no shift gains enough. At
@@ -68,7 +78,7 @@ std::ptrdiff_t best_shift(const RowPair& pair) {
     double best = kGain * misfit(pair, 0);
     std::ptrdiff_t where = 0;
     for (std::ptrdiff_t shift = -reach; shift <= reach; ++shift) {
-        const double fit = misfit(pair, shift);
+        const double fit = misfit(pair, shift, best);
         if (fit < best) {
             best = fit;
             where = shift;
