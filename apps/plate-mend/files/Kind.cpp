@@ -42,6 +42,10 @@ constexpr std::array kMakers = {
     Maker{"EPSON", "erf"},     Maker{"SEIKO EPSON", "erf"}, Maker{"EASTMAN KODAK", "kdc"},
     Maker{"Mamiya", "mef"},    Maker{"Leaf", "mos"},        Maker{"Phase One", "iiq"}};
 
+/// Kinds that have no lossless JPEG stream whose first segment is SOF3. Where one is, a converter has made a
+/// DNG of the photograph.
+constexpr std::array kKindsWithoutBareStreams = {"nef", "cr2", "raf", "orf", "pef", "srw", "rw2"};
+
 /// Heads that say all.
 struct Head {
     std::size_t offset;
@@ -247,11 +251,24 @@ bool has_crx_boxes(const ByteReader& reader) {
     return reader.find("CRAW") && (reader.find("CMP1") || reader.find("stsz") || reader.find("CDI1"));
 }
 
+/// Whether a lossless JPEG stream begins as those of DNG converters do.
+bool has_bare_stream(const ByteReader& big) {
+    // | SOI | SOF3 | length (2): 8, and 3 per component |
+    constexpr std::string_view kSoiAndSof3("\xFF\xD8\xFF\xC3", 4);
+    for (auto at = big.find(kSoiAndSof3); at; at = big.find(kSoiAndSof3, *at + 1)) {
+        const unsigned length = big.u16(*at + kSoiAndSof3.size()).value_or(0);
+        if (length >= 8 + 3 && length <= 8 + 3 * 4 && length % 3 == 8 % 3) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// By the head of a lossless JPEG stream, which only RAW photographs have. Canon's cameras write SOI, DHT,
 /// SOF3; DNG converters SOI, SOF3.
 std::string kind_of_lossless_stream(const ByteReader& big) {
     constexpr std::string_view kSof3("\xFF\xC3\0", 3);
-    if (big.find(std::string_view("\xFF\xD8\xFF\xC3\0", 5))) {
+    if (has_bare_stream(big)) {
         return "dng";
     }
     constexpr std::string_view kSoiAndDht("\xFF\xD8\xFF\xC4", 4);
@@ -291,10 +308,16 @@ std::string kind_of_remains(Span beginning) {
     if (has_crx_boxes(reader)) {
         return "cr3";
     }
+    const ByteReader big(beginning, std::endian::big);
     const auto* const maker = std::find_if(kMakers.begin(), kMakers.end(),
                                            [&](const Maker& one) { return has_text(reader, one.make); });
-    return maker == kMakers.end() ? kind_of_lossless_stream(ByteReader(beginning, std::endian::big))
-                                  : std::string(maker->kind);
+    if (maker == kMakers.end()) {
+        return kind_of_lossless_stream(big);
+    }
+    const bool is_converted = std::find(kKindsWithoutBareStreams.begin(), kKindsWithoutBareStreams.end(),
+                                        maker->kind) != kKindsWithoutBareStreams.end() &&
+                              has_bare_stream(big);
+    return is_converted ? "dng" : std::string(maker->kind);
 }
 
 std::string kind_of(const std::filesystem::path& file) {

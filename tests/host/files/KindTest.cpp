@@ -89,8 +89,16 @@ TEST_F(KindOf, RemainsNameTheMaker) {
     EXPECT_EQ(kind("f1.dat", remains("CRAW....CMP1"sv)), "cr3");
     EXPECT_EQ(kind("f1.dat", remains("\xFF\xD8\xFF\xC4\0\4..\xFF\xC3\0\x0E"sv)), "cr2");
     EXPECT_EQ(kind("f1.dat", remains("\xFF\xD8\xFF\xC3\0\x0E"sv)), "dng");
+    EXPECT_EQ(kind("f1.dat", remains("\xFF\xD8\xFF\xC3\0\x0F"sv)), "") << "of no number of components";
     EXPECT_EQ(kind("f1.dat", remains("\0xSONY\0"sv)), "") << "within another word";
     EXPECT_EQ(kind("f1.dat", remains("\0SONY"sv)), "") << "without an end";
+}
+
+TEST_F(KindOf, ConverterIsKnownByItsStreamsWhateverTheCamera) {
+    using namespace std::string_view_literals;
+    EXPECT_EQ(kind("f1", remains("\0NIKON CORPORATION\0..\xFF\xD8\xFF\xC3\0\x0E"sv)), "dng");
+    EXPECT_EQ(kind("f1", remains("\0Canon\0..\xFF\xD8\xFF\xC4\0\4..\xFF\xC3\0\x0E"sv)), "cr2");
+    EXPECT_EQ(kind("f1", remains("\0SONY\0..\xFF\xD8\xFF\xC3\0\x0E"sv)), "arw") << "its cameras may code so";
 }
 
 TEST_F(KindOf, FilesOfOtherKindsAreNone) {
