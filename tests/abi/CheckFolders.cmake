@@ -8,7 +8,8 @@ if(PART STREQUAL "Host")
     set(root apps/plate-mend)
     set(common "")
     set(table
-        "cli: repair report record files text platform"
+        "cli: run repair report record files text platform"
+        "run: repair report record files text platform"
         "repair: judge diagnose facts metadata report record files text platform"
         "report: record files text platform"
         "judge: record files text platform"

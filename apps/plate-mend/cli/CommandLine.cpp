@@ -1,5 +1,5 @@
 #include "cli/CommandLine.h"
-#include "cli/ExitStatus.h"
+#include "run/ExitStatus.h"
 
 #include "cli/CheckCommand.h"
 #include "cli/Completion.h"

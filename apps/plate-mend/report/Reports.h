@@ -19,7 +19,8 @@ struct ReportOptions {
     std::string json;
     std::string csv;
     std::string html;
-    bool quiet = false; ///< Print nothing but the summary, and that on a terminal only.
+    bool quiet = false;  ///< Print nothing but the summary, and that on a terminal only.
+    bool silent = false; ///< Print not even that.
 };
 
 /// Starts a report's file. Throws MachineFailure.
