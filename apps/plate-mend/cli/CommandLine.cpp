@@ -6,6 +6,7 @@
 #include "cli/DiagnoseCommand.h"
 #include "cli/ExplainCommand.h"
 #include "cli/ManPage.h"
+#include "cli/OpenCommand.h"
 #include "cli/ParserTree.h"
 #include "cli/RepairCommand.h"
 #include "cli/SalvageCommand.h"
@@ -150,6 +151,7 @@ class Program {
         app_.set_version_flag("--version", version_text());
         app_.require_subcommand(1);
         add_repair();
+        add_open();
         add_salvage();
         add_check();
         add_diagnose();
@@ -212,6 +214,17 @@ class Program {
             }
             status_ = run_repair(repair_, program_);
         });
+    }
+
+    void add_open() {
+        auto* command = app_.add_subcommand("open", "Do the whole of the work on a page in your own browser");
+        command->footer("The page comes from this program itself, and can be reached from this machine only. "
+                        "It ends when the page says so, after an hour without it, or with Ctrl-C. A run that "
+                        "was stopped can be resumed, there or with repair --resume.");
+        command->add_option("FOLDER", open_.folder,
+                            "A folder of damaged photographs (default: it is chosen on the page)");
+        command->add_flag("--no-browser", open_.no_browser, "Print the address, and start no browser");
+        command->callback([this] { status_ = run_open(open_, program_); });
     }
 
     void add_salvage() {
@@ -279,6 +292,7 @@ class Program {
                   "plate-mend"};
     const std::filesystem::path& program_;
     RepairOptions repair_;
+    OpenOptions open_;
     SalvageOptions salvage_;
     DiagnoseOptions diagnosis_;
     CheckOptions check_;
@@ -291,6 +305,9 @@ class Program {
 } // namespace
 
 int run(const std::vector<std::string>& arguments, const std::filesystem::path& program) {
+    if (arguments.empty() && platform::is_started_from_desktop()) {
+        return run_open({}, program);
+    }
     return Program(program).run(arguments);
 }
 

@@ -43,18 +43,17 @@ Progress progress_of(const ReportOptions& options, std::size_t files) {
             [stream] { return platform::terminal_columns(stream); }};
 }
 
-/// "plate-mend 1.0, 2026-05-01 12:30".
+} // namespace
+
 std::string creator_text() {
     const std::time_t now = std::time(nullptr);
     std::array<char, 32> text{};
-    const std::tm* parts = std::localtime(&now); // No other thread runs yet.
+    const std::tm* parts = std::localtime(&now); // No other thread asks for the time of day.
     if (parts != nullptr) {
         std::strftime(text.data(), text.size(), ", %Y-%m-%d %H:%M", parts);
     }
     return std::string("plate-mend " PLATE_MEND_VERSION) + text.data();
 }
-
-} // namespace
 
 Reports::Lines::Lines(const std::string& name, const ReportOpener& open) {
     if (name != "-") {

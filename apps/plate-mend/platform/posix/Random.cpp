@@ -15,7 +15,7 @@ void fill_with_random(std::span<unsigned char> bytes) {
         if (count > 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
-            throw_last_error();
+            fail(errno, "getrandom");
         }
     }
 }
