@@ -27,7 +27,8 @@ namespace plate_mend::host {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Example: IMG_0042.ARW is broken, IMG_0007.ARW from the same camera is intact.
+    R"(In a browser window, without any of this: plate-mend open
+Example: IMG_0042.ARW is broken, IMG_0007.ARW from the same camera is intact.
   plate-mend repair --sample IMG_0007.ARW --out mended IMG_0042.ARW
 writes mended/IMG_0042.ARW. For a folder of broken photographs and one of intact ones:
   plate-mend repair --samples good --out mended --report sheet.html broken

@@ -6,21 +6,20 @@ namespace plate_mend::host {
 
 namespace {
 
-std::stop_token& own_token() {
-    thread_local std::stop_token token;
-    return token;
-}
+// Not the token itself: with mingw-w64, what a thread owns must not need a destructor.
+thread_local const StopScope* innermost = nullptr;
 
 } // namespace
 
-StopScope::StopScope(std::stop_token token) : previous_(std::exchange(own_token(), std::move(token))) {}
+StopScope::StopScope(std::stop_token token)
+    : token_(std::move(token)), previous_(std::exchange(innermost, this)) {}
 
 StopScope::~StopScope() {
-    own_token() = std::move(previous_);
+    innermost = previous_;
 }
 
 std::stop_token current_stop() {
-    return own_token();
+    return innermost == nullptr ? std::stop_token() : innermost->token_;
 }
 
 } // namespace plate_mend::host

@@ -7,7 +7,7 @@
 namespace plate_mend::host {
 
 /// While it exists, the work of this thread heeds requests through a token, as it heeds Ctrl-C. Scopes of one
-/// thread end in the opposite order.
+/// thread end in the opposite order, and before the thread does.
 class StopScope {
   public:
     explicit StopScope(std::stop_token token);
@@ -16,7 +16,10 @@ class StopScope {
     ~StopScope();
 
   private:
-    std::stop_token previous_;
+    friend std::stop_token current_stop();
+
+    std::stop_token token_;
+    const StopScope* previous_;
 };
 
 /// The token that this thread heeds, for threads that it starts. One without requests where there is none.

@@ -167,14 +167,10 @@ std::string draw_areas(const Attempt& taken) {
 
 std::string legend_of_areas(const Attempt& taken) {
     const DrawnAreas drawn = drawn_areas(taken);
-    std::string html;
-    if (!drawn.lost.empty()) {
-        html += "<span class=\"lost\">lost pixels</span>";
-    }
-    if (!drawn.doubtful.empty()) {
-        html += "<span class=\"doubtful\">doubtful pixels</span>";
-    }
-    return html.empty() ? "" : "<p class=\"legend\">" + html + "</p>\n";
+    const std::string lost = drawn.lost.empty() ? "" : "<span class=\"lost\">lost pixels</span>";
+    const std::string doubtful =
+        drawn.doubtful.empty() ? "" : "<span class=\"doubtful\">doubtful pixels</span>";
+    return lost.empty() && doubtful.empty() ? "" : "<p class=\"legend\">" + lost + doubtful + "</p>\n";
 }
 
 } // namespace plate_mend::host

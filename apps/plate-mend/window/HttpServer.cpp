@@ -72,7 +72,7 @@ class ClientStream : public httplib::Stream {
             std::array<char, 4096> buffer{};
             const std::size_t count = receive(buffer);
             if (count == 0) {
-                return received.empty() ? -1 : Clock::now() >= end_ ? kTimeOut : kBadRequest;
+                return received.empty() ? -1 : is_late_ ? kTimeOut : kBadRequest;
             }
             received.append(buffer.data(), count);
         }
@@ -135,8 +135,8 @@ class ClientStream : public httplib::Stream {
 
     /// 0 for the end, whatever its reason.
     std::size_t receive(std::span<char> buffer) {
-        return platform::wait_to_read(number_, left()) ? platform::receive_some(number_, buffer).value_or(0)
-                                                       : 0;
+        is_late_ = !platform::wait_to_read(number_, left());
+        return is_late_ ? 0 : platform::receive_some(number_, buffer).value_or(0);
     }
 
     void drain() {
@@ -156,6 +156,7 @@ class ClientStream : public httplib::Stream {
     socket_t socket_;
     const HttpLimits& limits_;
     Clock::time_point end_;
+    bool is_late_ = false; ///< The time was over.
     bool is_answering_ = false;
     std::string waiting_; ///< Was received, and not read yet.
 };

@@ -1,5 +1,6 @@
 #include "report/Markup.h"
 
+#include "support/Bytes.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>

@@ -172,7 +172,7 @@ TEST_F(WindowRun, StopsAndGoesOn) {
     const Json end = run_all();
     EXPECT_FALSE(end.member("run").truth("stopped"));
     EXPECT_EQ(end.member("run").required_integer<int>("done"), 53);
-    EXPECT_EQ(count_in(end, "whole"), 51U);
+    EXPECT_EQ(count_in(end, "whole"), 51U) << end.line() << get("/files").body;
 }
 
 TEST_F(WindowRun, StopOfARunLeavesOthersAlone) {
@@ -294,7 +294,7 @@ TEST_F(WindowRun, ShowsTheFolderOfResultsAndNothingElse) {
 
 TEST_F(WindowRun, HostileNamesStayTexts) {
     put("card/'quote'.arw", damaged);
-    put("card/ä&amp;ö.arw", damaged);
+    put(u8"card/ä&amp;ö.arw", damaged);
     open_and_enter();
     choose_all();
     const Json now = state_at_rest();

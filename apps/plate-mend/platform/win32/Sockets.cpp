@@ -32,7 +32,7 @@ bool wait_to_read(SocketNumber socket, std::chrono::milliseconds time) {
     fd_set set{};
     set.fd_count = 1;
     set.fd_array[0] = handle_of(socket);
-    const timeval interval = interval_of(time);
+    timeval interval = interval_of(time);
     return ::select(0, &set, nullptr, nullptr, &interval) > 0;
 }
 
@@ -40,7 +40,7 @@ bool wait_to_write(SocketNumber socket, std::chrono::milliseconds time) {
     fd_set set{};
     set.fd_count = 1;
     set.fd_array[0] = handle_of(socket);
-    const timeval interval = interval_of(time);
+    timeval interval = interval_of(time);
     return ::select(0, nullptr, &set, nullptr, &interval) > 0;
 }
 

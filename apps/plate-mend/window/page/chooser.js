@@ -80,7 +80,8 @@ byId('go').addEventListener('click', () => go(wanted()));
 for (const cancel of dialog.querySelectorAll('.cancel')) {
   cancel.addEventListener('click', () => close(null));
 }
-dialog.addEventListener('close', () => done && close(null));
+// The event comes late: the dialog may have been opened again.
+dialog.addEventListener('close', () => !dialog.open && done && close(null));
 
 /** The path of a folder that the user chooses, as the program writes it; null for none. */
 export async function choose(title, current, isNew) {

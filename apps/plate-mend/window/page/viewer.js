@@ -21,8 +21,10 @@ export class Viewer {
     this.stage.addEventListener('pointerdown', (event) => this.drag(event));
     this.stage.addEventListener('pointermove', (event) => event.buttons && this.drag(event));
     this.dialog.addEventListener('close', () => {
-      this.id = null;
-      this.list.focus(this.list.focused);
+      if (!this.dialog.open) { // The event comes late: it may have been opened again.
+        this.id = null;
+        this.list.focus(this.list.focused);
+      }
     });
     this.dialog.addEventListener('keydown', (event) => {
       const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
