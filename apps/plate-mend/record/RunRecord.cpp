@@ -269,6 +269,15 @@ void RunRecord::add(const Record& record) {
     add_line(record, false);
 }
 
+void RunRecord::keep_sample_picture(const std::string& name, const std::string& bytes) {
+    // Many files have the same one, and Windows refuses two threads that replace a file at the same time.
+    const std::lock_guard lock(sample_pictures_mutex_);
+    if (!sample_pictures_.contains(name)) {
+        write_picture(folder_ / kPictures / name, bytes);
+        sample_pictures_.insert(name);
+    }
+}
+
 void RunRecord::add_line(const Record& record, bool at_once) {
     if (!is_final(record)) {
         return;
@@ -281,7 +290,7 @@ void RunRecord::add_line(const Record& record, bool at_once) {
         std::string sample_picture;
         if (!record.sample_picture.empty()) {
             sample_picture = picture_name(record.sample_picture);
-            write_picture(folder_ / kPictures / sample_picture, record.sample_picture);
+            keep_sample_picture(sample_picture, record.sample_picture);
         }
         append(Json::object({{"schema", kRunSchema},
                              {"key", escaped_name(key)},

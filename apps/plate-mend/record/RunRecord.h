@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -85,6 +86,8 @@ class RunRecord {
     /// Nothing for a record of what is not finished.
     [[nodiscard]] static std::optional<Entry> entry_from(const Json& json);
     void add_line(const Record& record, bool at_once);
+    /// Writes it, unless this run has done so.
+    void keep_sample_picture(const std::string& name, const std::string& bytes);
     /// Adds a line. Returns when it has reached the disk, if that is to be at once.
     void append(const Json& json, bool at_once = true);
     [[nodiscard]] platform::NewFile open_lines() const;
@@ -95,6 +98,8 @@ class RunRecord {
     std::map<std::string, std::vector<Report>> reports_;                        ///< By their name keys.
     std::optional<platform::NewFile> lines_;
     std::mutex mutex_; ///< Guards what add() changes.
+    std::mutex sample_pictures_mutex_;
+    std::set<std::string> sample_pictures_; ///< Names of those that this run has written.
 };
 
 } // namespace plate_mend::host
