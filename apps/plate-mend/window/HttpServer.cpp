@@ -298,7 +298,7 @@ struct HttpServer::State {
         server.Get(".*", answer);
         server.Post(".*", answer);
         server.set_exception_handler(
-            [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
+            [](const httplib::Request&, httplib::Response& response, const std::exception_ptr&) {
                 give({500, "text/plain; charset=utf-8", "an error inside the program"}, response);
             });
         threads.emplace_back([&server] { server.listen_after_bind(); });
@@ -336,7 +336,7 @@ bool HttpServer::has_ipv6() const {
     return state_->ipv6 != nullptr;
 }
 
-void HttpServer::serve(HttpHandler handler) {
+void HttpServer::serve(const HttpHandler& handler) {
     for (const auto& server : {state_->ipv4.get(), state_->ipv6.get()}) {
         if (server != nullptr) {
             state_->listen(*server, handler);

@@ -36,7 +36,7 @@ class HttpServer {
     [[nodiscard]] bool has_ipv6() const;
 
     /// Begins to answer. Must be called only once.
-    void serve(HttpHandler handler);
+    void serve(const HttpHandler& handler);
 
   private:
     struct State;

@@ -229,7 +229,7 @@ std::string Window::preview_of(std::size_t index, std::uint64_t generation) {
             pictures = state.pictures;
         }
     });
-    const std::string jpeg = path.empty() ? "" : previews_.preview_of(path_from(path));
+    std::string jpeg = path.empty() ? "" : previews_.preview_of(path_from(path));
     const auto place = jpeg.empty() ? std::nullopt : pictures->add(jpeg);
     board_.change([&](WindowState& state) {
         if (state.generation == generation && place) {

@@ -42,6 +42,7 @@ class WindowRun : public WindowFixture {
 
     static std::vector<std::string> texts(const std::vector<Json>& files, const char* member) {
         std::vector<std::string> found;
+        found.reserve(files.size());
         for (const Json& file : files) {
             found.push_back(file.text(member));
         }
