@@ -55,6 +55,13 @@ if(PLATE_MEND_BUILD_HOST)
     install(TARGETS plate_mend_program RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
+# A desktop's menu opens the window.
+if(PLATE_MEND_BUILD_HOST AND NOT WIN32)
+    install(FILES "${PROJECT_SOURCE_DIR}/cmake/plate-mend.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
+    install(FILES "${PROJECT_SOURCE_DIR}/apps/plate-mend/window/page/icon.svg" RENAME plate-mend.svg
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps")
+endif()
+
 # The program writes its manual and completions itself, so they are available only if it runs on this machine.
 option(PLATE_MEND_MANUAL "Install the manual and the completions that the program writes" ON)
 if(PLATE_MEND_BUILD_HOST AND PLATE_MEND_MANUAL AND NOT WIN32 AND NOT CMAKE_CROSSCOMPILING)

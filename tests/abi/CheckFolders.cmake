@@ -8,7 +8,9 @@ if(PART STREQUAL "Host")
     set(root apps/plate-mend)
     set(common "")
     set(table
-        "cli: repair report record files text platform"
+        "cli: window run repair report record files text platform"
+        "window: run repair report record files text platform"
+        "run: repair report record files text platform"
         "repair: judge diagnose facts metadata report record files text platform"
         "report: record files text platform"
         "judge: record files text platform"
@@ -23,6 +25,7 @@ if(PART STREQUAL "Host")
     set(owners
         "nlohmann/: record/Json.cpp"
         "CLI/: cli/CommandLine.cpp cli/ParserTree.cpp"
+        "httplib.h: window/HttpServer.cpp"
         "nettle/: files/Sha256.cpp"
         "exiv2/: metadata/Sidecar.cpp"
         "zlib.h: files/GreyPng.cpp")

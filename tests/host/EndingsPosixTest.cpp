@@ -141,11 +141,15 @@ TEST_F(Endings, CheckSurvivesHostileFilesInLittleMemory) {
         if (std::freopen((desk_ / "out").c_str(), "w", stdout) == nullptr) {
             ::_exit(3);
         }
-        rusage before{};
         std::vector<std::string> words{"check"};
         for (int number = 0; number < 200; ++number) {
             words.push_back(in("x" + std::to_string(number) + ".arw"));
         }
+        // The program's own pages are read when they are first needed, and are not what is meant.
+        if (plate_mend::host::run({words[0], words[1], words[2], words[3]}, program) != 1) {
+            ::_exit(4);
+        }
+        rusage before{};
         ::getrusage(RUSAGE_SELF, &before);
         const int result = plate_mend::host::run(words, program);
         rusage after{};
@@ -153,7 +157,7 @@ TEST_F(Endings, CheckSurvivesHostileFilesInLittleMemory) {
 #if defined(PLATE_MEND_LEAK_DETECTION)
         constexpr long kMostKiB = 1024 * 1024; // Sanitizers keep what was freed.
 #else
-        constexpr long kMostKiB = 4096;
+        constexpr long kMostKiB = 1024;
 #endif
         ::_exit(result != 1 ? 2 : after.ru_maxrss - before.ru_maxrss < kMostKiB ? 0 : 1);
     });

@@ -1,12 +1,12 @@
 #include "cli/CheckCommand.h"
 
-#include "cli/ExitStatus.h"
 #include "cli/FileCommands.h"
 #include "files/Failures.h"
 #include "files/InputFile.h"
 #include "files/SafeOutput.h"
 #include "platform/Files.h"
 #include "repair/Workers.h"
+#include "run/ExitStatus.h"
 #include "text/Paths.h"
 #include "text/Text.h"
 

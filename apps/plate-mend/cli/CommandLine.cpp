@@ -1,11 +1,12 @@
 #include "cli/CommandLine.h"
-#include "cli/ExitStatus.h"
+#include "run/ExitStatus.h"
 
 #include "cli/CheckCommand.h"
 #include "cli/Completion.h"
 #include "cli/DiagnoseCommand.h"
 #include "cli/ExplainCommand.h"
 #include "cli/ManPage.h"
+#include "cli/OpenCommand.h"
 #include "cli/ParserTree.h"
 #include "cli/RepairCommand.h"
 #include "cli/SalvageCommand.h"
@@ -26,7 +27,8 @@ namespace plate_mend::host {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Example: IMG_0042.ARW is broken, IMG_0007.ARW from the same camera is intact.
+    R"(In a browser window, without any of this: plate-mend open
+Example: IMG_0042.ARW is broken, IMG_0007.ARW from the same camera is intact.
   plate-mend repair --sample IMG_0007.ARW --out mended IMG_0042.ARW
 writes mended/IMG_0042.ARW. For a folder of broken photographs and one of intact ones:
   plate-mend repair --samples good --out mended --report sheet.html broken
@@ -150,6 +152,7 @@ class Program {
         app_.set_version_flag("--version", version_text());
         app_.require_subcommand(1);
         add_repair();
+        add_open();
         add_salvage();
         add_check();
         add_diagnose();
@@ -212,6 +215,17 @@ class Program {
             }
             status_ = run_repair(repair_, program_);
         });
+    }
+
+    void add_open() {
+        auto* command = app_.add_subcommand("open", "Do the whole of the work on a page in your own browser");
+        command->footer("The page comes from this program itself, and can be reached from this machine only. "
+                        "It ends when the page says so, after an hour without it, or with Ctrl-C. A run that "
+                        "was stopped can be resumed, there or with repair --resume.");
+        command->add_option("FOLDER", open_.folder,
+                            "A folder of damaged photographs (default: it is chosen on the page)");
+        command->add_flag("--no-browser", open_.no_browser, "Print the address, and start no browser");
+        command->callback([this] { status_ = run_open(open_, program_); });
     }
 
     void add_salvage() {
@@ -279,6 +293,7 @@ class Program {
                   "plate-mend"};
     const std::filesystem::path& program_;
     RepairOptions repair_;
+    OpenOptions open_;
     SalvageOptions salvage_;
     DiagnoseOptions diagnosis_;
     CheckOptions check_;
@@ -291,6 +306,9 @@ class Program {
 } // namespace
 
 int run(const std::vector<std::string>& arguments, const std::filesystem::path& program) {
+    if (arguments.empty() && platform::is_started_from_desktop()) {
+        return run_open({}, program);
+    }
     return Program(program).run(arguments);
 }
 

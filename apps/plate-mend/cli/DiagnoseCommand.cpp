@@ -1,8 +1,8 @@
 #include "cli/DiagnoseCommand.h"
 
-#include "cli/ExitStatus.h"
 #include "cli/FileCommands.h"
 #include "repair/Workers.h"
+#include "run/ExitStatus.h"
 #include "text/Paths.h"
 
 #include <iostream>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/LimitOptions.h"
+#include "run/LimitOptions.h"
 
 #include <filesystem>
 #include <string>

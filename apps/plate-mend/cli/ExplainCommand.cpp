@@ -1,8 +1,8 @@
 #include "cli/ExplainCommand.h"
 
-#include "cli/ExitStatus.h"
 #include "cli/FileCommands.h"
 #include "record/Codes.h"
+#include "run/ExitStatus.h"
 
 #include <iostream>
 

@@ -1,11 +1,11 @@
 #include "cli/FileCommands.h"
 
-#include "cli/ExitStatus.h"
 #include "files/Failures.h"
 #include "files/SafeOutput.h"
 #include "platform/Interrupt.h"
 #include "repair/Workers.h"
 #include "report/Notes.h"
+#include "run/ExitStatus.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,6 +1,5 @@
 #include "cli/SalvageCommand.h"
 
-#include "cli/ExitStatus.h"
 #include "cli/FileCommands.h"
 #include "files/SafeOutput.h"
 #include "files/WorkingCopy.h"
@@ -9,6 +8,7 @@
 #include "repair/Workers.h"
 #include "report/Notes.h"
 #include "report/Words.h"
+#include "run/ExitStatus.h"
 #include "text/Paths.h"
 #include "text/Text.h"
 

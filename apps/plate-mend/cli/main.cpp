@@ -1,9 +1,9 @@
 #include "cli/CommandLine.h"
-#include "cli/ExitStatus.h"
 #include "files/Failures.h"
 #include "platform/Arguments.h"
 #include "platform/Process.h"
 #include "report/Notes.h"
+#include "run/ExitStatus.h"
 
 #include <exception>
 #include <iostream>

@@ -1,5 +1,6 @@
 #include "files/Failures.h"
 
+#include "files/Stop.h"
 #include "platform/Files.h"
 #include "platform/Interrupt.h"
 #include "text/Paths.h"
@@ -33,8 +34,12 @@ std::string describe_error(const std::exception& exception) {
 MachineFailure::MachineFailure(const std::string& what, const std::error_code& reason)
     : std::runtime_error(what + ": " + describe_error(reason)), no_room_(platform::means_no_room(reason)) {}
 
+bool is_interrupted() {
+    return platform::interrupted() || current_stop().stop_requested();
+}
+
 void check_interruption() {
-    if (platform::interrupted()) {
+    if (is_interrupted()) {
         throw Interrupted();
     }
 }

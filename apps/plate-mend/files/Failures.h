@@ -9,7 +9,7 @@
 
 namespace plate_mend::host {
 
-/// The user asked the program to end.
+/// The user asked the program to end, or its job to stop.
 class Interrupted : public std::exception {
   public:
     [[nodiscard]] const char* what() const noexcept override { return "interrupted"; }
@@ -35,7 +35,10 @@ class MachineFailure : public std::runtime_error {
 /// What went wrong, for users: never the name of an exception or of a function.
 [[nodiscard]] std::string describe_error(const std::exception& exception);
 
-/// Throws Interrupted when the user has asked the program to end.
+/// Whether the user has asked the program to end, or the job of this thread to stop.
+[[nodiscard]] bool is_interrupted();
+
+/// Throws Interrupted if that is so.
 void check_interruption();
 
 } // namespace plate_mend::host

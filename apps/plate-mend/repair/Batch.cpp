@@ -1,8 +1,8 @@
 #include "repair/Batch.h"
 
 #include "files/Failures.h"
+#include "files/Stop.h"
 #include "platform/Files.h"
-#include "platform/Interrupt.h"
 #include "record/RunRecord.h"
 #include "text/Format.h"
 
@@ -45,7 +45,10 @@ class Batch {
         threads.reserve(wanted);
         try {
             while (threads.size() + 1 < wanted) {
-                threads.emplace_back([this] { work(); });
+                threads.emplace_back([this, stop = current_stop()] {
+                    const StopScope scope(stop);
+                    work();
+                });
             }
         } catch (const std::system_error&) {
             // The threads that did start do the work.
@@ -80,7 +83,7 @@ class Batch {
     }
 
     bool ends_early() {
-        if (platform::interrupted()) {
+        if (is_interrupted()) {
             interrupted_ = true;
         }
         return interrupted_ || no_room_;

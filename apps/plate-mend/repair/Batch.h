@@ -36,7 +36,8 @@ struct BatchListener {
 /// How a batch ended.
 enum class BatchEnd {
     kDone,    ///< Each file has its record.
-    kStopped, ///< The user interrupted. Nothing remains of files without a record.
+    kStopped, ///< The user interrupted, or the thread was asked to stop. Nothing remains of files without a
+              ///< record.
     kNoRoom,  ///< The disk is full. Likewise.
 };
 

@@ -98,33 +98,46 @@ std::uint64_t Samples::longest_for(const std::string& kind) const {
     return of_kind != 0 ? of_kind : of_all;
 }
 
-std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged_path, const std::string& kind,
-                                              const fs::path& copy) const {
-    const auto stamp = known_stamp(damaged_path);
-    std::vector<Scored> scored;
+std::vector<const SampleFacts*> Samples::others_than(const fs::path& damaged) const {
+    const auto stamp = known_stamp(damaged);
+    std::vector<const SampleFacts*> others;
     for (const SampleFacts& sample : samples_) {
         if (!stamp || stamp->volume != sample.volume || stamp->index != sample.index) {
-            scored.push_back({&sample, {}});
+            others.push_back(&sample);
         }
     }
-    if (samples_.size() == 1 &&
-        !scored.empty()) { // Nothing to choose from: the damaged file need not be read.
-        return {{scored.front().sample->path, "the only one"}};
+    return others;
+}
+
+std::vector<RankedSample> Samples::ranked_for(const fs::path& damaged, const std::string& kind,
+                                              const fs::path& copy) const {
+    if (samples_.size() == 1) { // Nothing to choose from: the damaged file need not be read.
+        const auto others = others_than(damaged);
+        if (!others.empty()) {
+            return {{others.front()->path, "the only one"}};
+        }
     }
-    const DamagedFacts damaged = facts_of_damaged(damaged_path, kind, copy, texts_, models_);
-    for (Scored& one : scored) {
-        one.rank = rank_of(damaged, *one.sample);
+    return match(damaged, kind, copy).ranked;
+}
+
+SampleMatch Samples::match(const fs::path& damaged_path, const std::string& kind,
+                           const fs::path& copy) const {
+    DamagedFacts damaged = facts_of_damaged(damaged_path, kind, copy, texts_, models_);
+    std::vector<Scored> scored;
+    for (const SampleFacts* sample : others_than(damaged_path)) {
+        scored.push_back({sample, rank_of(damaged, *sample)});
     }
     drop_strangers(scored);
     std::stable_sort(scored.begin(), scored.end(), [](const Scored& one, const Scored& other) {
         return one.rank.is_better_than(other.rank);
     });
-    std::vector<RankedSample> ranked;
-    ranked.reserve(scored.size());
+    SampleMatch match;
+    match.cameras = std::move(damaged.cameras);
+    match.ranked.reserve(scored.size());
     for (Scored& one : scored) {
-        ranked.push_back({one.sample->path, std::move(one.rank.why)});
+        match.ranked.push_back({one.sample->path, std::move(one.rank.why)});
     }
-    return ranked;
+    return match;
 }
 
 } // namespace plate_mend::host

@@ -20,6 +20,12 @@ struct RankedSample {
     std::string why; ///< "same camera (NIKON D1), same picture sizes, length within 2 %", for reports.
 };
 
+/// What fits a damaged file.
+struct SampleMatch {
+    std::vector<RankedSample> ranked; ///< As Samples::ranked_for returns them.
+    std::set<std::string> cameras;    ///< That the file names.
+};
+
 /// Is called before each sample is read, and after the last one: how many are done, of how many.
 using SampleListener = std::function<void(std::size_t done, std::size_t total)>;
 
@@ -41,11 +47,19 @@ class Samples {
                                                        const std::string& kind,
                                                        const std::filesystem::path& copy) const;
 
+    /// The same, and what it is ranked by; the copy is read even if there is only one sample.
+    [[nodiscard]] SampleMatch match(const std::filesystem::path& damaged, const std::string& kind,
+                                    const std::filesystem::path& copy) const;
+
+    /// What is known about each, in the order in which they were given.
+    [[nodiscard]] const std::vector<SampleFacts>& facts() const { return samples_; }
+
     /// The length of the longest sample of a kind, in bytes; of all samples where none is.
     [[nodiscard]] std::uint64_t longest_for(const std::string& kind) const;
 
   private:
     void learn_texts();
+    [[nodiscard]] std::vector<const SampleFacts*> others_than(const std::filesystem::path& damaged) const;
 
     std::vector<SampleFacts> samples_;
     KnownTexts texts_;             ///< What samples are called by, to be searched for in damaged files.

@@ -1,12 +1,11 @@
 #include "report/Card.h"
 
 #include "record/Codes.h"
+#include "report/Facts.h"
 #include "report/LostAreas.h"
 #include "report/Words.h"
 #include "text/Format.h"
 #include "text/Paths.h"
-
-#include <raw_mend/raw_mend.h>
 
 #include <algorithm>
 #include <optional>
@@ -45,76 +44,23 @@ std::string list_html(const std::vector<std::string>& lines, const std::string& 
     return html + "</ul>";
 }
 
-std::string format_pixels(std::uint32_t width, std::uint32_t height) {
-    return std::to_string(width) + " × " + std::to_string(height) + " pixels";
-}
-
 std::string facts_html(const Record& record) {
-    std::vector<std::string> facts;
-    const Attempt* taken = record.taken();
-    if (taken != nullptr && taken->judgement.decodes) {
-        facts.push_back(taken->judgement.camera);
-        facts.push_back(format_pixels(taken->judgement.width, taken->judgement.height));
-    } else if (record.jpeg) {
-        facts.push_back(format_pixels(record.salvage.width, record.salvage.height));
-    }
-    facts.push_back(format_size(record.damaged.size));
     std::string html;
-    for (const std::string& fact : facts) {
-        if (!fact.empty()) {
-            html += (html.empty() ? "<span>" : " · <span>") + escape(fact) + "</span>";
-        }
+    for (const std::string& fact : facts_of(record)) {
+        html += (html.empty() ? "<span>" : " · <span>") + escape(fact) + "</span>";
     }
-    if (taken != nullptr && taken->judgement.share()) {
-        html += "<span class=\"share\">" + format_share(*taken->judgement.share()) +
-                (taken->judgement.pixels_good ? " of the pixels are the photograph's own</span>"
-                                              : " of the rows without damage</span>");
+    if (const std::string share = share_of(record); !share.empty()) {
+        html += "<span class=\"share\">" + share + "</span>";
     }
     return "<p class=\"facts\">" + html + "</p>\n";
 }
 
-std::vector<std::string> findings_of(const Record& record) {
-    std::vector<std::string> findings;
-    if (!record.problem.empty()) {
-        findings.push_back(record.problem);
-    }
-    if (!record.unreadable.empty()) {
-        findings.push_back(describe_unreadable(record.unreadable));
-    }
-    if (const Attempt* taken = record.taken()) {
-        findings.insert(findings.end(), taken->judgement.findings.begin(), taken->judgement.findings.end());
-    } else if (!record.attempts.empty()) {
-        findings.push_back("Repair: " + describe_refusal(record));
-    }
-    if (record.salvage.code && *record.salvage.code != 0) {
-        findings.push_back("Salvage: " + explain_salvage(*record.salvage.code));
-    } else if (!record.salvage.problem.empty()) {
-        findings.push_back("Salvage: " + record.salvage.problem);
-    }
-    return findings;
-}
-
-/// Whether the metadata of a result are the photograph's.
-bool has_own_metadata(const Attempt& attempt) {
-    return attempt.image && (attempt.image->notes & RAW_MEND_SAMPLE_METADATA) == 0;
-}
-
-/// Where the parts of the delivered files come from.
 std::string origin_html(const Record& record) {
-    const std::string damaged = escape(base_name(record.damaged.path));
     std::string html;
-    if (const Attempt* taken = record.taken(); taken != nullptr && record.raw) {
-        const std::string& date = taken->judgement.taken;
-        const bool own = has_own_metadata(*taken);
-        html += term_html("Image data", "from the damaged file <b>" + damaged + "</b>");
-        html += term_html("Everything else: date, exposure, white balance, lens, GPS, serial number",
-                          own ? "from the damaged file, too"
-                              : "from the sample <b>" + escape(base_name(taken->sample)) + "</b>" +
-                                    (date.empty() ? "" : ", so the file is dated " + escape(date)));
-    }
-    if (record.jpeg) {
-        html += term_html("JPEG",
-                          "from inside the damaged file <b>" + damaged + "</b>; nothing of it is a sample's");
+    for (const Origin& origin : origins_of(record)) {
+        html += term_html(origin.part, origin.before +
+                                           (origin.name.empty() ? "" : "<b>" + escape(origin.name) + "</b>") +
+                                           origin.after + escape(origin.date));
     }
     return html.empty() ? html : "<dl class=\"origin\">\n" + html + "</dl>\n";
 }

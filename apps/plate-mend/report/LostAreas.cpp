@@ -125,23 +125,6 @@ std::string draw(const std::vector<FrameArea>& areas, const char* kind) {
     return svg;
 }
 
-/// What of the taken attempt is drawn.
-struct Drawn {
-    std::vector<FrameArea> lost;
-    std::vector<FrameArea> doubtful;
-};
-
-Drawn drawn_of(const Attempt& taken) {
-    if (!taken.image || !taken.judgement.place || taken.image->frame_width == 0 ||
-        taken.image->frame_height == 0) {
-        return {};
-    }
-    const PicturePlace& place = *taken.judgement.place;
-    const ShownSize size = shown_size(place);
-    return {fewer(shown_areas(taken.image->lost, *taken.image, place), size),
-            fewer(shown_areas(taken.image->doubtful, *taken.image, place), size)};
-}
-
 } // namespace
 
 ShownSize shown_size(const PicturePlace& place) {
@@ -161,23 +144,33 @@ std::vector<FrameArea> shown_areas(const std::vector<FrameArea>& areas, const Fo
     return shown;
 }
 
+DrawnAreas drawn_areas(const Attempt& taken) {
+    if (!taken.image || !taken.judgement.place || taken.image->frame_width == 0 ||
+        taken.image->frame_height == 0) {
+        return {};
+    }
+    const PicturePlace& place = *taken.judgement.place;
+    const ShownSize size = shown_size(place);
+    return {size, fewer(shown_areas(taken.image->lost, *taken.image, place), size),
+            fewer(shown_areas(taken.image->doubtful, *taken.image, place), size)};
+}
+
 std::string draw_areas(const Attempt& taken) {
-    const Drawn drawn = drawn_of(taken);
+    const DrawnAreas drawn = drawn_areas(taken);
     if (drawn.lost.empty() && drawn.doubtful.empty()) {
         return "";
     }
-    const ShownSize size = shown_size(*taken.judgement.place);
-    return R"(<svg viewBox="0 0 )" + std::to_string(size.width) + ' ' + std::to_string(size.height) +
-           R"(" aria-hidden="true">)" + draw(drawn.doubtful, "doubtful") + draw(drawn.lost, "lost") +
-           "</svg>";
+    return R"(<svg viewBox="0 0 )" + std::to_string(drawn.size.width) + ' ' +
+           std::to_string(drawn.size.height) + R"(" aria-hidden="true">)" + draw(drawn.doubtful, "doubtful") +
+           draw(drawn.lost, "lost") + "</svg>";
 }
 
 std::string legend_of_areas(const Attempt& taken) {
-    const Drawn drawn = drawn_of(taken);
-    const std::string html =
-        std::string(drawn.lost.empty() ? "" : "<span class=\"lost\">lost pixels</span>") +
-        (drawn.doubtful.empty() ? "" : "<span class=\"doubtful\">doubtful pixels</span>");
-    return html.empty() ? "" : "<p class=\"legend\">" + html + "</p>\n";
+    const DrawnAreas drawn = drawn_areas(taken);
+    const std::string lost = drawn.lost.empty() ? "" : "<span class=\"lost\">lost pixels</span>";
+    const std::string doubtful =
+        drawn.doubtful.empty() ? "" : "<span class=\"doubtful\">doubtful pixels</span>";
+    return lost.empty() && doubtful.empty() ? "" : "<p class=\"legend\">" + lost + doubtful + "</p>\n";
 }
 
 } // namespace plate_mend::host

@@ -24,9 +24,17 @@ struct ShownSize {
 [[nodiscard]] std::vector<FrameArea> shown_areas(const std::vector<FrameArea>& areas, const FoundImage& image,
                                                  const PicturePlace& place);
 
-/// A drawing of the lost and doubtful areas to lay over the picture: an SVG element with the picture's
-/// proportions. Many small areas are drawn as the cells of a grid that they touch. Empty if there are none,
-/// or their place in the picture is not known.
+/// What is drawn over the picture of a result: many small areas become the cells of a grid that they touch.
+/// All empty if there are none, or their place in the picture is not known.
+struct DrawnAreas {
+    ShownSize size{}; ///< Of the picture, which the areas are pixels of.
+    std::vector<FrameArea> lost{};
+    std::vector<FrameArea> doubtful{};
+};
+[[nodiscard]] DrawnAreas drawn_areas(const Attempt& taken);
+
+/// A drawing of these to lay over the picture: an SVG element with the picture's proportions. Empty if there
+/// are none.
 [[nodiscard]] std::string draw_areas(const Attempt& taken);
 
 /// The drawing's legend as HTML; empty without a drawing.

@@ -9,7 +9,7 @@ namespace plate_mend::host {
 void Notes::add(const std::string& text) {
     const std::lock_guard lock(mutex_);
     if (given_.insert(text).second) {
-        complain(text);
+        give_(text);
     }
 }
 

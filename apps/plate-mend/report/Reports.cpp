@@ -31,7 +31,7 @@ std::ostream& output_of(platform::Stream stream) {
 
 /// The error stream receives it only if that is a terminal.
 Progress::Style style_of(const ReportOptions& options) {
-    return options.quiet                               ? Progress::Style::kQuiet
+    return options.quiet || options.silent             ? Progress::Style::kQuiet
            : platform::is_terminal(stream_of(options)) ? Progress::Style::kTerminal
            : is_output_taken(options)                  ? Progress::Style::kQuiet
                                                        : Progress::Style::kLines;
@@ -43,18 +43,17 @@ Progress progress_of(const ReportOptions& options, std::size_t files) {
             [stream] { return platform::terminal_columns(stream); }};
 }
 
-/// "plate-mend 1.0, 2026-05-01 12:30".
+} // namespace
+
 std::string creator_text() {
     const std::time_t now = std::time(nullptr);
     std::array<char, 32> text{};
-    const std::tm* parts = std::localtime(&now); // No other thread runs yet.
+    const std::tm* parts = std::localtime(&now); // No other thread asks for the time of day.
     if (parts != nullptr) {
         std::strftime(text.data(), text.size(), ", %Y-%m-%d %H:%M", parts);
     }
     return std::string("plate-mend " PLATE_MEND_VERSION) + text.data();
 }
-
-} // namespace
 
 Reports::Lines::Lines(const std::string& name, const ReportOpener& open) {
     if (name != "-") {
@@ -74,7 +73,9 @@ void Reports::Lines::write(const std::string& text, bool is_new) {
 Reports::Reports(const ReportOptions& options, std::size_t files, const ReportOpener& open,
                  const PicturesOpener& open_pictures)
     : progress_(progress_of(options, files)) {
-    if (style_of(options) != Progress::Style::kQuiet || platform::is_terminal(stream_of(options))) {
+    const bool is_read =
+        style_of(options) != Progress::Style::kQuiet || platform::is_terminal(stream_of(options));
+    if (is_read && !options.silent) {
         summary_stream_ = &output_of(stream_of(options));
     }
     if (options.html == "-") {

@@ -19,8 +19,12 @@ struct ReportOptions {
     std::string json;
     std::string csv;
     std::string html;
-    bool quiet = false; ///< Print nothing but the summary, and that on a terminal only.
+    bool quiet = false;  ///< Print nothing but the summary, and that on a terminal only.
+    bool silent = false; ///< Print not even that.
 };
+
+/// Who made a report, and when: "plate-mend 1.0, 2026-05-01 12:30". Not for several threads at once.
+[[nodiscard]] std::string creator_text();
 
 /// Starts a report's file. Throws MachineFailure.
 using ReportOpener = std::function<OutputFile(const std::filesystem::path& path)>;

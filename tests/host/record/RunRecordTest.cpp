@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 namespace plate_mend::host {
 namespace {
 
@@ -53,6 +57,41 @@ TEST(RunRecordOf, ASampleItHasThePictureOnce) {
     record.damaged.path += "2";
     run.add(record);
     EXPECT_EQ(test::read_file(made), test::Bytes{1});
+}
+
+TEST(RunRecordOf, FilesWithOneSampleAreRecordedByManyThreads) {
+    const test::TempDir folder;
+    constexpr int kThreads = 8;
+    constexpr int kFiles = 25;
+    std::atomic<int> failures = 0;
+    {
+        RunRecord record(folder / "out", "run");
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([&, thread] {
+                for (int number = 0; number < kFiles; ++number) {
+                    Record one = test::small_record(
+                        test::utf8(folder / (std::to_string(thread) + "-" + std::to_string(number) + ".arw")),
+                        Verdict::kIntact);
+                    one.sample_picture = "the picture of the sample that all of them have";
+                    try {
+                        record.add(one);
+                    } catch (const std::exception&) {
+                        ++failures;
+                    }
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+    EXPECT_EQ(failures, 0);
+    int pictures = 0;
+    for (const auto& entry : fs::directory_iterator(folder / "out" / ".plate-mend" / "run" / "pictures")) {
+        pictures += entry.is_regular_file() ? 1 : 0;
+    }
+    EXPECT_EQ(pictures, 1);
 }
 
 } // namespace

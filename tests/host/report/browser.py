@@ -32,11 +32,21 @@ class Browser:
     def __enter__(self):
         pages = [one for one in self.call("Target.getTargets")["targetInfos"] if one["type"] == "page"]
         target = pages[0]["targetId"] if pages else self.call("Target.createTarget", url="about:blank")["targetId"]
+        self._attach(target)
+        return self
+
+    def _attach(self, target):
+        self.session = None
         self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Network", "Log"):
             self.call(domain + ".enable")
         self.call("Page.setLifecycleEventsEnabled", enabled=True)
-        return self
+
+    def forget(self):
+        """From now on another page is used, without any cookie or other data of the first one."""
+        self.session = None
+        context = self.call("Target.createBrowserContext")["browserContextId"]
+        self._attach(self.call("Target.createTarget", url="about:blank", browserContextId=context)["targetId"])
 
     def __exit__(self, *_):
         os.close(self.writer)

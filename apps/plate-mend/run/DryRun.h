@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/RepairCommand.h"
-#include "cli/RepairSelection.h"
+#include "run/RepairOptions.h"
+#include "run/RepairSelection.h"
 
 namespace plate_mend::host {
 

@@ -1,4 +1,4 @@
-#include "cli/ExitStatus.h"
+#include "run/ExitStatus.h"
 
 namespace plate_mend::host {
 

@@ -1,4 +1,4 @@
-#include "cli/LeftOut.h"
+#include "run/LeftOut.h"
 
 #include "text/Format.h"
 

@@ -1,4 +1,4 @@
-#include "cli/PathList.h"
+#include "run/PathList.h"
 
 #include "record/Json.h"
 #include "text/Paths.h"

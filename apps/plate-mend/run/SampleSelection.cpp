@@ -1,8 +1,8 @@
-#include "cli/SampleSelection.h"
+#include "run/SampleSelection.h"
 
-#include "cli/LeftOut.h"
 #include "files/FileList.h"
 #include "platform/Names.h"
+#include "run/LeftOut.h"
 #include "text/Paths.h"
 
 #include <set>

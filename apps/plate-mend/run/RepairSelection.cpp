@@ -1,12 +1,12 @@
-#include "cli/RepairSelection.h"
+#include "run/RepairSelection.h"
 
-#include "cli/LeftOut.h"
-#include "cli/PathList.h"
-#include "cli/SampleSelection.h"
-#include "cli/UsageError.h"
 #include "files/FileList.h"
 #include "files/Formats.h"
 #include "report/Notes.h"
+#include "run/LeftOut.h"
+#include "run/PathList.h"
+#include "run/SampleSelection.h"
+#include "run/UsageError.h"
 #include "text/Paths.h"
 
 #include <algorithm>

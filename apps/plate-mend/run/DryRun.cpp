@@ -1,14 +1,11 @@
-#include "cli/DryRun.h"
+#include "run/DryRun.h"
 
-#include "cli/ExitStatus.h"
 #include "files/Failures.h"
-#include "files/InputFile.h"
 #include "files/SafeOutput.h"
 #include "platform/Files.h"
-#include "record/RunRecord.h"
-#include "repair/Delivery.h"
 #include "repair/Engines.h"
-#include "repair/Samples.h"
+#include "run/ExitStatus.h"
+#include "run/Forecast.h"
 #include "text/Format.h"
 #include "text/Paths.h"
 #include "text/Text.h"
@@ -60,8 +57,8 @@ struct Need {
 class DryRun {
   public:
     DryRun(const RepairSelection& selection, const RepairOptions& options, RunRecord* record)
-        : selection_(selection), options_(options), record_(record),
-          samples_(selection.samples, SampleCache({}), [](std::size_t /*done*/, std::size_t /*total*/) {}) {}
+        : selection_(selection), options_(options),
+          forecaster_(selection, {options.force, options.resume}, record) {}
 
     int run() {
         for (const PlannedFile& file : selection_.files) {
@@ -80,42 +77,24 @@ class DryRun {
   private:
     /// "ARW, 24.5 MB; sample good/1.ARW (same length), exact engine, then raw engine; to mended/2.ARW".
     std::string forecast_of(const PlannedFile& file) {
-        if (const std::string problem = problem_of(file); !problem.empty()) {
+        const Forecast forecast = forecaster_.forecast(file);
+        if (!forecast.problem.empty()) {
             status_ = kSomeNotDone;
-            return "not done, " + problem;
+            return "not done, " + forecast.problem;
         }
-        if (options_.resume && record_ != nullptr && record_->finished(file.input.path, file.outputs.raw)) {
+        if (forecast.finished) {
             return "done already";
         }
-        const std::uint64_t size = fs::file_size(file.input.path);
         std::string text = file.input.kind.empty() ? "no sign of a photograph" : upper(file.input.kind);
-        text += ", " + format_size(size);
-        const auto ranked = samples_.ranked_for(file.input.path, file.input.kind, file.input.path);
-        if (ranked.empty()) {
+        text += ", " + format_size(forecast.size);
+        if (!forecast.sample) {
             return text + "; no sample but the file itself";
         }
-        const RankedSample& first = ranked.front();
-        add_need(file.outputs.raw, std::max<std::uint64_t>(size, fs::file_size(first.path)));
+        const RankedSample& first = *forecast.sample;
+        add_need(file.outputs.raw, std::max<std::uint64_t>(forecast.size, fs::file_size(first.path)));
         return text + "; sample " + utf8_from(first.path) + " (" + first.why + "), " +
                describe_engines(engines_for(format_of_extension(file.input.kind), first.path)) + "; to " +
                utf8_from(file.outputs.raw);
-    }
-
-    /// Why a file would not be done; empty if it would be.
-    [[nodiscard]] std::string problem_of(const PlannedFile& file) const {
-        if (!file.input.problem.empty()) {
-            return file.input.problem;
-        }
-        try {
-            if (!is_there(file.input.path)) {
-                return "no such file";
-            }
-            const platform::SourceFile source(file.input.path);
-        } catch (const std::system_error& e) {
-            return MachineFailure("cannot be read", e.code()).what();
-        }
-        const DeliveryRules rules{selection_.inputs, options_.force, record_, options_.resume};
-        return Delivery(file, rules).refuse_raw().value_or("");
     }
 
     void add_need(const fs::path& output, std::uint64_t size) {
@@ -146,8 +125,7 @@ class DryRun {
 
     const RepairSelection& selection_;
     const RepairOptions& options_;
-    RunRecord* record_;
-    Samples samples_;
+    Forecaster forecaster_;
     std::map<std::uint64_t, Need> needs_; ///< By volume.
     int status_ = kAllWhole;
 };

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/RepairCommand.h"
 #include "files/Protected.h"
 #include "repair/Plan.h"
+#include "run/RepairOptions.h"
 
 #include <filesystem>
 #include <vector>

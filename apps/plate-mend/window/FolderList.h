@@ -1,0 +1,16 @@
+#pragma once
+
+#include "record/Json.h"
+
+#include <filesystem>
+
+namespace plate_mend::host {
+
+/// The folders of this machine where a choice may begin: the user's own, and drives.
+[[nodiscard]] Json starting_folders();
+
+/// A folder: its path, that of the folder above it, and the folders in it by name, without hidden ones.
+/// Nothing else of the disk is shown. A folder that cannot be read has a "problem".
+[[nodiscard]] Json folder_to_json(const std::filesystem::path& folder);
+
+} // namespace plate_mend::host

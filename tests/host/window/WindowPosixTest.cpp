@@ -1,0 +1,154 @@
+#include "faults/Limits.h"
+#include "host/window/WindowFixture.h"
+
+#include "cli/OpenCommand.h"
+#include "platform/Desktop.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+
+// Names that only POSIX systems have, links, signals, and what a desktop is.
+
+namespace test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace plate_mend::host;
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+int exit_status_of(const std::function<void()>& work) {
+    const int status = status_of_child(work);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class WindowPosix : public WindowFixture {};
+
+TEST_F(WindowPosix, AnyNameIsOneTextInTheAnswer) {
+    const std::vector<std::string> hostile{"<img src=x onerror=alert(1)>.arw", "\"quote\".arw",
+                                           "line\nbreak.arw", "bad\xFF\xFEutf8.arw", "\xE2\x80\xAEwra.arw"};
+    for (const std::string& name : hostile) {
+        put("card/" + name, damaged);
+    }
+    open_and_enter();
+    choose_all();
+    EXPECT_EQ(state_at_rest().required_integer<std::size_t>("files"), hostile.size());
+    std::vector<std::string> shown;
+    for (const Json& file : files()) {
+        shown.push_back(file.text("name"));
+    }
+    EXPECT_THAT(shown, Contains("<img src=x onerror=alert(1)>.arw"));
+    EXPECT_THAT(shown, Contains("\"quote\".arw"));
+    EXPECT_THAT(shown, Contains("line?break.arw"));
+    EXPECT_THAT(shown, Contains("bad\xEF\xBF\xBD\xEF\xBF\xBDutf8.arw"));
+    EXPECT_THAT(shown, Contains("?wra.arw")) << "nothing changes the direction of writing";
+}
+
+TEST_F(WindowPosix, FolderOfAnyNameCanBeChosen) {
+    const fs::path odd = folder / "bad\xFF\nname";
+    fs::create_directories(odd);
+    write_file(odd / "a.arw", damaged);
+    open_and_enter();
+    const Json listed = Json::parse(get("/folder?path=" + in("")).body);
+    std::string path;
+    for (const Json& one : listed.member("folders").elements()) {
+        path = one.text("name").starts_with("bad") ? one.text("path") : path;
+    }
+    ASSERT_FALSE(path.empty());
+    ASSERT_EQ(post("/choose", Json::object({{"what", "damaged"}, {"path", path}}).line()).status, 200);
+    EXPECT_EQ(state().member("folders").member("damaged").text("path"), path);
+    ASSERT_EQ(choose("samples", folder.path()).status, 200);
+    EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
+    put("outside/secret.txt", {'s', 'e', 'c', 'r', 'e', 't', '!'});
+    fs::create_symlink(folder / "outside" / "secret.txt", folder / "card" / "link.html");
+    fs::create_directory_symlink(folder / "outside", folder / "card" / "folder");
+    put("card/a.arw", damaged);
+    open_and_enter();
+    choose_all();
+    for (const char* target :
+         {"/link.html", "/card/link.html", "/folder/secret.txt", "/picture?id=0&of=link.html"}) {
+        const Reply reply = get(target);
+        EXPECT_EQ(reply.status, 404) << target;
+        EXPECT_THAT(reply.body, Not(HasSubstr("secret!")));
+    }
+    EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+TEST_F(WindowPosix, EndsWithASignal) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        EXPECT_EQ(exit_status_of([&] {
+                      Desktop desktop;
+                      desktop.open_address = [signal](const std::string& /*address*/) {
+                          ::raise(signal);
+                          return true;
+                      };
+                      ::_exit(run_open({}, program_file(), desktop));
+                  }),
+                  130);
+    }
+}
+
+/// Whether a process without a terminal was started from a desktop.
+int is_from_desktop(const char* display) {
+    return exit_status_of([display] {
+        ::setsid();
+        const int nothing = ::open("/dev/null", O_RDWR);
+        for (const int stream : {0, 1, 2}) {
+            ::dup2(nothing, stream);
+        }
+        ::unsetenv("WAYLAND_DISPLAY");
+        ::unsetenv("DISPLAY");
+        if (display != nullptr) {
+            ::setenv("DISPLAY", display, 1);
+        }
+        ::_exit(platform::is_started_from_desktop() ? 1 : 0);
+    });
+}
+
+TEST_F(WindowPosix, DesktopIsADisplayWithoutATerminal) {
+    EXPECT_EQ(is_from_desktop(":0"), 1);
+    EXPECT_EQ(is_from_desktop(""), 0);
+    EXPECT_EQ(is_from_desktop(nullptr), 0);
+}
+
+TEST_F(WindowPosix, OpensWithTheDesktopsOwnProgram) {
+    // A desktop that writes down what it is asked for.
+    fs::create_directories(folder / "bin");
+    const std::string script = "#!/bin/sh\nprintf '%s' \"$1\" > '" + in("asked.new") + "'\nmv '" +
+                               in("asked.new") + "' '" + in("asked") + "'\n";
+    write_file(folder / "bin" / "xdg-open", Bytes(script.begin(), script.end()));
+    fs::permissions(folder / "bin" / "xdg-open", fs::perms::owner_all);
+    const std::string path = in("bin") + ":/usr/bin:/bin";
+    const fs::path odd = folder / "a b'; touch x $(touch y)";
+    fs::create_directories(odd);
+    EXPECT_EQ(exit_status_of([&] {
+                  ::setenv("PATH", path.c_str(), 1);
+                  ::_exit(platform::open_path(odd) ? 0 : 1);
+              }),
+              0);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!fs::exists(folder / "asked") && std::chrono::steady_clock::now() < end) {
+    }
+    const Bytes asked = read_file(folder / "asked");
+    EXPECT_EQ(std::string(asked.begin(), asked.end()), utf8(odd));
+    EXPECT_EQ(exit_status_of([&] {
+                  ::setenv("PATH", "/nowhere", 1);
+                  ::_exit(platform::open_address("http://127.0.0.1:1/") ? 1 : 0);
+              }),
+              0)
+        << "without such a program it says so";
+}
+
+} // namespace
+} // namespace test
