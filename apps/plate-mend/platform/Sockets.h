@@ -28,6 +28,9 @@ using SocketNumber = std::intptr_t;
 void finish_sending(SocketNumber socket);
 void close_socket(SocketNumber socket);
 
+/// Programs that this one starts do not inherit the connection.
+void keep_from_children(SocketNumber socket);
+
 /// For a socket before it gets its port: no other program may listen on the same one at the same time.
 void keep_port_to_itself(SocketNumber socket);
 

@@ -51,7 +51,9 @@ class ClientStream : public httplib::Stream {
   public:
     ClientStream(socket_t socket, const HttpLimits& limits)
         : number_(static_cast<platform::SocketNumber>(socket)), socket_(socket), limits_(limits),
-          end_(Clock::now() + limits.time) {}
+          end_(Clock::now() + limits.time) {
+        platform::keep_from_children(number_);
+    }
     ClientStream(const ClientStream&) = delete;
     ClientStream& operator=(const ClientStream&) = delete;
     ~ClientStream() override {

@@ -67,6 +67,7 @@ TEST(RunRecordOf, FilesWithOneSampleAreRecordedByManyThreads) {
     {
         RunRecord record(folder / "out", "run");
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int thread = 0; thread < kThreads; ++thread) {
             threads.emplace_back([&, thread] {
                 for (int number = 0; number < kFiles; ++number) {

@@ -99,14 +99,19 @@ TEST_F(WindowPosix, EndsWithASignal) {
     }
 }
 
+/// As a desktop starts programs.
+void leave_terminal() {
+    ::setsid();
+    const int nothing = ::open("/dev/null", O_RDWR);
+    for (const int stream : {0, 1, 2}) {
+        ::dup2(nothing, stream);
+    }
+}
+
 /// Whether a process without a terminal was started from a desktop.
 int is_from_desktop(const char* display) {
     return exit_status_of([display] {
-        ::setsid();
-        const int nothing = ::open("/dev/null", O_RDWR);
-        for (const int stream : {0, 1, 2}) {
-            ::dup2(nothing, stream);
-        }
+        leave_terminal();
         ::unsetenv("WAYLAND_DISPLAY");
         ::unsetenv("DISPLAY");
         if (display != nullptr) {
@@ -120,6 +125,33 @@ TEST_F(WindowPosix, DesktopIsADisplayWithoutATerminal) {
     EXPECT_EQ(is_from_desktop(":0"), 1);
     EXPECT_EQ(is_from_desktop(""), 0);
     EXPECT_EQ(is_from_desktop(nullptr), 0);
+}
+
+TEST_F(WindowPosix, OpensOnADesktopWithoutArguments) {
+    // The browser of this desktop asks the program to end.
+    fs::create_directories(folder / "bin");
+    const std::string script = "#!/bin/sh\nprintf '%s' \"$1\" > '" + in("asked") + "'\nkill -INT $HOST\n";
+    write_file(folder / "bin" / "xdg-open", Bytes(script.begin(), script.end()));
+    fs::permissions(folder / "bin" / "xdg-open", fs::perms::owner_all);
+    const std::string path = in("bin") + ":/usr/bin:/bin";
+    EXPECT_EQ(exit_status_of([&] {
+                  leave_terminal();
+                  ::setenv("DISPLAY", ":0", 1);
+                  ::setenv("PATH", path.c_str(), 1);
+                  ::setenv("HOST", std::to_string(::getpid()).c_str(), 1);
+                  ::_exit(plate_mend::host::run({}, program_file()));
+              }),
+              130);
+    const Bytes asked = read_file(folder / "asked");
+    EXPECT_THAT(std::string(asked.begin(), asked.end()), HasSubstr("http://127.0.0.1:"));
+    EXPECT_EQ(exit_status_of([&] {
+                  leave_terminal();
+                  ::unsetenv("DISPLAY");
+                  ::unsetenv("WAYLAND_DISPLAY");
+                  ::_exit(plate_mend::host::run({}, program_file()));
+              }),
+              64)
+        << "without a display it says how it is used";
 }
 
 TEST_F(WindowPosix, OpensWithTheDesktopsOwnProgram) {

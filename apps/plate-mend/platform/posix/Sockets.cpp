@@ -1,5 +1,6 @@
 #include "platform/Sockets.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -56,6 +57,10 @@ void finish_sending(SocketNumber socket) {
 
 void close_socket(SocketNumber socket) {
     ::close(static_cast<int>(socket));
+}
+
+void keep_from_children(SocketNumber socket) {
+    ::fcntl(static_cast<int>(socket), F_SETFD, FD_CLOEXEC);
 }
 
 void keep_port_to_itself(SocketNumber /*socket*/) {

@@ -60,6 +60,10 @@ void close_socket(SocketNumber socket) {
     ::closesocket(handle_of(socket));
 }
 
+void keep_from_children(SocketNumber /*socket*/) {
+    // They inherit only what they are given.
+}
+
 void keep_port_to_itself(SocketNumber socket) {
     const BOOL yes = TRUE;
     ::setsockopt(handle_of(socket), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&yes),
