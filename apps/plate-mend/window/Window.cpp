@@ -3,16 +3,11 @@
 #include "files/Failures.h"
 #include "platform/Desktop.h"
 #include "record/Json.h"
-#include "report/Notes.h"
-#include "run/RepairRun.h"
 #include "text/Paths.h"
-#include "window/ContactSheet.h"
 #include "window/FolderList.h"
 #include "window/FolderSearch.h"
 #include "window/PageFiles.h"
-#include "window/Recognition.h"
 #include "window/StateJson.h"
-#include "window/Watcher.h"
 
 #include <algorithm>
 #include <array>
@@ -90,7 +85,8 @@ const std::array<const char*, 7> kWishes = {"/choose", "/find", "/start", "/stop
 
 Window::Window(WindowSettings settings, std::string page_token)
     : settings_(std::move(settings)), page_token_(std::move(page_token)), previews_(settings_.program),
-      seen_(settings_.clock().time_since_epoch().count()) {
+      seen_(settings_.clock().time_since_epoch().count()),
+      work_(board_, settings_.program, [this] { seen_ = settings_.clock().time_since_epoch().count(); }) {
     if (!settings_.damaged.empty()) {
         board_.change([this](WindowState& state) {
             state.folders.damaged = settings_.damaged;
@@ -107,7 +103,7 @@ bool Window::is_over() const {
 
 void Window::end() {
     board_.release();
-    jobs_.end();
+    work_.end();
 }
 
 Activity Window::activity() const {
@@ -295,105 +291,25 @@ HttpResponse Window::choose(const Json& wish) {
         }
         (what == "damaged" ? folders.damaged : what == "samples" ? folders.samples : folders.out) = *path;
     });
-    begin_recognition();
+    work_.recognise();
     return done();
 }
 
-void Window::begin_recognition() {
-    const ChosenFolders folders =
-        board_.read([](const WindowState& state, std::uint64_t /*version*/) { return state.folders; });
-    jobs_.end();
-    board_.change([](WindowState& state) {
-        state.files.clear();
-        state.pictures.reset();
-        ++state.generation;
-        state.recognised = {};
-        state.run = {};
-        state.notes.clear();
-        state.sheet.clear();
-    });
-    if (folders.are_complete()) {
-        begin(Activity::kRecognising, [this, folders] { recognise(folders, board_); });
-    }
-}
-
-void Window::begin(Activity activity, std::function<void()> work) {
-    jobs_.end();
-    board_.change([&](WindowState& state) {
-        state.activity = activity;
-        state.is_stopping = false;
-        state.problem.clear();
-    });
-    jobs_.begin([this, work = std::move(work)] {
-        std::string problem;
-        try {
-            work();
-        } catch (const Interrupted&) {
-            // The user knows.
-        } catch (const std::exception& e) {
-            problem = describe_error(e);
-        }
-        seen_ = settings_.clock().time_since_epoch().count();
-        board_.change([&](WindowState& state) {
-            state.activity = Activity::kNone;
-            state.is_stopping = false;
-            state.problem = problem;
-        });
-    });
-}
-
 HttpResponse Window::start() {
-    const ChosenFolders folders =
-        board_.read([](const WindowState& state, std::uint64_t /*version*/) { return state.folders; });
-    if (!folders.are_complete()) {
+    const bool are_chosen = board_.read(
+        [](const WindowState& state, std::uint64_t /*version*/) { return state.folders.are_complete(); });
+    if (!are_chosen) {
         return plain(kConflict, "Choose the folders first.");
     }
     if (activity() == Activity::kRepairing || activity() == Activity::kSaving) {
         return plain(kConflict, "Something else is under way.");
     }
-    begin(Activity::kRepairing, [this, folders] { repair(folders); });
+    work_.repair();
     return done();
 }
 
-void Window::repair(const ChosenFolders& folders) {
-    board_.change([](WindowState& state) {
-        state.run = {.has_begun = true, .began = std::chrono::steady_clock::now()};
-        state.notes.clear();
-    });
-    Notes notes([this](const std::string& note) {
-        board_.change([&](WindowState& state) { state.notes.push_back(note); });
-    });
-    Watcher watcher(board_, std::make_shared<Pictures>(folders.out / ".plate-mend" / "run"));
-    const auto finish = [&](bool was_stopped) {
-        board_.change([&](WindowState& state) {
-            state.run.has_ended = true;
-            state.run.was_stopped = was_stopped;
-            state.run.ended = std::chrono::steady_clock::now();
-            state.run.working.clear();
-            for (ShownFile& file : state.files) {
-                file.step = file.record ? ShownFile::Step::kDone : ShownFile::Step::kWaiting;
-            }
-            state.run.summary =
-                state.run.done == 0 ? std::vector<std::string>() : watcher.summary(folders.out);
-        });
-    };
-    const std::function<bool(const fs::path&)> is_removable = platform::is_removable;
-    try {
-        static_cast<void>(
-            run_repairs(options_for(folders), {settings_.program, is_removable, notes, &watcher}));
-        const bool is_complete = board_.read([](const WindowState& state, std::uint64_t /*version*/) {
-            return state.run.done == state.files.size();
-        });
-        finish(!is_complete);
-    } catch (...) {
-        finish(true);
-        throw;
-    }
-}
-
 HttpResponse Window::stop() {
-    board_.change([](WindowState& state) { state.is_stopping = state.activity != Activity::kNone; });
-    jobs_.stop();
+    work_.stop();
     return done();
 }
 
@@ -403,10 +319,7 @@ HttpResponse Window::save_sheet() {
     if (!has_run || activity() != Activity::kNone) {
         return plain(kConflict, "There is no run that has ended.");
     }
-    begin(Activity::kSaving, [this] {
-        const fs::path page = save_contact_sheet(board_);
-        board_.change([&](WindowState& state) { state.sheet = page; });
-    });
+    work_.save_sheet();
     return done();
 }
 

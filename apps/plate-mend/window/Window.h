@@ -2,8 +2,8 @@
 
 #include "window/Board.h"
 #include "window/Http.h"
-#include "window/Jobs.h"
 #include "window/Previews.h"
+#include "window/Work.h"
 
 #include <atomic>
 #include <chrono>
@@ -64,9 +64,6 @@ class Window {
     [[nodiscard]] HttpResponse save_sheet();
     [[nodiscard]] HttpResponse open(const Json& wish) const;
 
-    void begin_recognition();
-    void begin(Activity activity, std::function<void()> work);
-    void repair(const ChosenFolders& folders);
     [[nodiscard]] std::string preview_of(std::size_t index, std::uint64_t generation);
     [[nodiscard]] Activity activity() const;
 
@@ -77,7 +74,7 @@ class Window {
     std::mutex wishes_; ///< What changes something is done one at a time.
     std::atomic<bool> is_quit_ = false;
     std::atomic<std::chrono::steady_clock::rep> seen_; ///< When there was a request, or a run, last.
-    Jobs jobs_;                                        ///< Ends before what it uses.
+    Work work_;                                        ///< Ends before what it uses.
 };
 
 } // namespace plate_mend::host
