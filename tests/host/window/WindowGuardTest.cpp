@@ -228,6 +228,13 @@ TEST_F(WindowGuard, ClientsThatSendTooMuchAreRefused) {
     EXPECT_EQ(get("/state").status, 200);
 }
 
+TEST_F(WindowGuard, HeadThatNeverEndsIsRefusedBeforeItsTimeIsOver) {
+    open(settings(), {.time = std::chrono::minutes(5)});
+    Connection endless(window_->server().port());
+    endless.send("GET /state HTTP/1.1\r\nA: " + std::string(40'000, 'x'));
+    EXPECT_EQ(reply_from(endless.read_to_end()).status, 431);
+}
+
 TEST_F(WindowGuard, BadHeadsAreRefused) {
     open_and_enter();
     const std::string names = "Host: " + host_ + "\r\nCookie: " + cookie_ + "\r\n";
