@@ -21,6 +21,7 @@ class SampleChecks {
         kDoubtful, ///< It decodes, but shows signs of damage.
         kUnfit,    ///< It does not decode.
     };
+    /// What a check found.
     struct Result {
         Fitness fitness = Fitness::kUnfit;
         std::string reason; ///< Why it is not whole, in words.

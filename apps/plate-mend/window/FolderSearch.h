@@ -12,6 +12,7 @@ namespace plate_mend::host {
 /// What a browser knows of a folder that was dropped on the page: its name, and some of the files in it. It
 /// does not say where the folder is.
 struct DroppedFolder {
+    /// One of the files.
     struct File {
         std::string name; ///< Its path in the folder, as bytes.
         std::uint64_t size = 0;

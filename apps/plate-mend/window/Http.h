@@ -24,6 +24,7 @@ struct HttpRequest {
     [[nodiscard]] std::string parameter(const std::string& name) const;
 };
 
+/// What the server sends back.
 struct HttpResponse {
     int status = 200;
     std::string type = "text/plain; charset=utf-8"; ///< Of the content.

@@ -100,9 +100,10 @@ typedef struct RawMendReport {
     uint32_t sample;
     /** Always 0. */
     uint32_t reserved;
-    /** Size of the raw image's frame, in pixels: all that the file keeps, with the borders that pictures do
+    /** Width of the raw image's frame, in pixels: all that the file keeps, with the borders that pictures do
      * not show. 0 where the file does not say. */
     uint32_t frame_width;
+    /** Its height, likewise. */
     uint32_t frame_height;
     /** Pieces of the raw image. */
     uint64_t piece_count;
