@@ -6,7 +6,8 @@
 Most of clang-tidy's time goes into the headers of the standard library and of the test framework. Sources that are
 compiled with the same flags are therefore joined into one file and looked at together. Where sources cannot share a
 translation unit, such as two that define a constant of the same name, they are looked at one after the other. Sources are
-joined, not included: the static analyzer follows only functions of the main file.
+joined, not included: the static analyzer follows only functions of the main file. Sources that the build generates are
+left out until it has.
 
 -Wshadow is left out of joined sources, where one may declare a name of another. GCC checks it in every build.
 Prints every finding once, as soon as it is known, and exits with 1 if there is one.
@@ -107,9 +108,9 @@ class Joined:
 
 
 def groups_of(database, pattern):
-    """Lists of sources that share their flags; each source once."""
+    """Lists of sources that share their flags; each source once, and only if it is there."""
     by_flags, seen = {}, set()
-    for source in map(Source, database):
+    for source in map(Source, filter(lambda entry: os.path.exists(entry["file"]), database)):
         if source.path in seen or not re.search(pattern, source.path):
             continue
         seen.add(source.path)
