@@ -3,8 +3,6 @@
 #include "text/Format.h"
 #include "text/Text.h"
 
-#include <algorithm>
-#include <cctype>
 #include <string_view>
 
 namespace plate_mend::host {
@@ -22,12 +20,6 @@ std::string roff(std::string_view text) {
         line_begins = letter == '\n';
     }
     return result;
-}
-
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
-    return text;
 }
 
 std::string value_name(const OptionDescription& option) {

@@ -11,7 +11,6 @@
 #include "text/Text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <iostream>
 #include <map>
 #include <system_error>
@@ -25,12 +24,6 @@ namespace fs = std::filesystem;
 /// Files of its own size that a repair keeps in its working folder at a time, at most: the copy of the
 /// damaged file, a result, and the best one.
 constexpr std::uint64_t kWorkingFiles = 3;
-
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
-    return text;
-}
 
 std::string describe_engines(const std::vector<Engine>& engines) {
     return engines.size() == 2 ? "exact engine, then raw engine" : "raw engine";

@@ -132,6 +132,22 @@ std::string replace_letters(std::string_view text, std::string_view letters,
     return result;
 }
 
+std::string upper(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), [](char letter) {
+        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - ('a' - 'A')) : letter;
+    });
+    return result;
+}
+
+std::string lower(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+    });
+    return result;
+}
+
 std::string on_one_line(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;

@@ -19,6 +19,10 @@ namespace plate_mend::host {
 [[nodiscard]] std::string replace_letters(std::string_view text, std::string_view letters,
                                           const std::vector<std::string>& by);
 
+/// The text with ASCII letters alone in upper or in lower case, whatever the locale.
+[[nodiscard]] std::string upper(std::string_view text);
+[[nodiscard]] std::string lower(std::string_view text);
+
 /// The text with a space for each line break.
 [[nodiscard]] std::string on_one_line(std::string text);
 

@@ -1,5 +1,7 @@
 #include "window/ClientHead.h"
 
+#include "text/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <set>
@@ -19,14 +21,6 @@ constexpr std::array<std::string_view, 6> kLetThrough = {"host",           "orig
 bool is_control_character(char letter) {
     const auto value = static_cast<unsigned char>(letter);
     return value < 0x20 || value == 0x7F;
-}
-
-std::string lower(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
-    });
-    return result;
 }
 
 } // namespace

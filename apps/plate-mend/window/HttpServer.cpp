@@ -2,6 +2,7 @@
 
 #include "files/Failures.h"
 #include "platform/Sockets.h"
+#include "text/Text.h"
 #include "window/ClientHead.h"
 
 #include <httplib.h>
@@ -235,14 +236,6 @@ class Server : public httplib::Server {
 
     const HttpLimits& limits_;
 };
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A'))
-                                              : static_cast<char>(letter);
-    });
-    return text;
-}
 
 HttpRequest request_from(const httplib::Request& given) {
     HttpRequest request{given.method, given.path, {}, {}, given.body};

@@ -9,9 +9,6 @@
 #include "text/Paths.h"
 #include "text/Text.h"
 
-#include <algorithm>
-#include <cctype>
-
 namespace plate_mend::host {
 
 namespace {
@@ -63,10 +60,7 @@ std::map<std::string, std::size_t> with_shown_names(const std::map<std::string, 
 std::map<std::string, std::size_t> with_upper_names(const std::map<std::string, std::size_t>& counts) {
     std::map<std::string, std::size_t> shown;
     for (const auto& [kind, count] : counts) {
-        std::string name = kind;
-        std::transform(name.begin(), name.end(), name.begin(),
-                       [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
-        shown[name] += count;
+        shown[upper(kind)] += count;
     }
     return shown;
 }

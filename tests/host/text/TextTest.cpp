@@ -19,6 +19,11 @@ TEST(Text, BytesThatAreNotUtf8AreReplacedOneByOne) {
         << "beyond the last character";
 }
 
+TEST(Text, OnlyAsciiLettersChangeTheirCase) {
+    EXPECT_EQ(upper("az AZ 09 @[`{ ä\xE4"), "AZ AZ 09 @[`{ ä\xE4");
+    EXPECT_EQ(lower("az AZ 09 @[`{ Ä\xC4"), "az az 09 @[`{ Ä\xC4");
+}
+
 TEST(Text, ControlCharactersNeverReachATerminal) {
     EXPECT_EQ(printable("a\x1B[2Jb\n\x7F"), "a?[2Jb??");
     EXPECT_EQ(printable("a\xC2\x9B"
