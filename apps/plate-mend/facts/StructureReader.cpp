@@ -3,6 +3,7 @@
 #include "facts/JpegHead.h"
 
 #include <byte_reader/ByteReader.h>
+#include <byte_reader/TiffTypes.h>
 
 #include <algorithm>
 #include <array>
@@ -16,6 +17,7 @@ namespace plate_mend::host {
 namespace {
 
 using byte_reader::ByteReader;
+using byte_reader::size_of_tiff_type;
 
 constexpr std::size_t kMostDirectoriesRead = 48;
 constexpr std::size_t kMostJpegHeads = 16;
@@ -24,13 +26,7 @@ constexpr std::uint32_t kMostSubDirectories = 16;
 constexpr std::size_t kBytesPerEntry = 12;
 constexpr std::uint32_t kLongestAscii = 128;
 
-enum Type : std::uint16_t { kAscii = 2, kShort = 3, kLong = 4, kLastType = 13 };
-
-/// Bytes per value, by type; 0 for what is no type.
-std::uint32_t bytes_per_value(std::uint16_t type) {
-    constexpr std::array<std::uint8_t, kLastType + 1> kSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-    return type < kSizes.size() ? kSizes.at(type) : 0;
-}
+enum Type : std::uint16_t { kAscii = 2, kShort = 3 };
 
 bool is_jpeg_compression(std::uint32_t compression) {
     return compression == 6 || compression == 7 || compression == 34892;
@@ -94,7 +90,7 @@ std::vector<StructureReader::Entry> StructureReader::entries_at(const Pointer& d
                     .type = *reader.u16(at + 2),
                     .count = *reader.u32(at + 4),
                     .number = *reader.u32(at + 8)};
-        const std::uint64_t length = std::uint64_t{entry.count} * bytes_per_value(entry.type);
+        const std::uint64_t length = std::uint64_t{entry.count} * size_of_tiff_type(entry.type);
         if (length == 0 && at < 3 * kBytesPerEntry) {
             return {}; // No directory.
         }

@@ -3,6 +3,8 @@
 #include "metadata/ExifValues.h"
 #include "metadata/GpsDirectory.h"
 
+#include <byte_reader/TiffTypes.h>
+
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -14,18 +16,13 @@ namespace plate_mend::host {
 namespace {
 
 using byte_reader::ByteReader;
+using byte_reader::size_of_tiff_type;
 
 constexpr std::uint64_t kEntrySize = 12;
 constexpr std::uint64_t kMostEntries = 512;              ///< Of a directory.
 constexpr std::size_t kMostDirectories = 32;             ///< Of a structure.
 constexpr std::uint64_t kMostImages = 4096;              ///< Strips or tiles of a directory.
 constexpr std::size_t kMostWork = std::size_t{1} << 22U; ///< Photographs take a few thousand.
-
-/// Bytes per value of each type of TIFF 6.0; 0 for an unknown type.
-std::uint64_t size_of_type(std::uint16_t type) {
-    constexpr std::array<std::uint64_t, 14> kSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-    return type < kSizes.size() ? kSizes.at(type) : 0;
-}
 
 struct Magic {
     std::string_view text;
@@ -104,14 +101,14 @@ class ExifReader::Walk {
         ExifEntry entry{.tag = file_.u16(at).value_or(0),
                         .type = file_.u16(at + 2).value_or(0),
                         .count = file_.u32(at + 4).value_or(0)};
-        const std::uint64_t length = size_of_type(entry.type) * entry.count;
+        const std::uint64_t length = size_of_tiff_type(entry.type) * entry.count;
         entry.values = length <= 4 ? at + 8 : base_ + file_.u32(at + 8).value_or(0);
         return entry;
     }
 
     [[nodiscard]] bool is_entry(std::uint64_t at) const {
         const ExifEntry entry = entry_at(at);
-        return file_.holds(at, kEntrySize) && entry.tag != 0 && size_of_type(entry.type) != 0 &&
+        return file_.holds(at, kEntrySize) && entry.tag != 0 && size_of_tiff_type(entry.type) != 0 &&
                entry.count != 0;
     }
 
@@ -153,7 +150,7 @@ class ExifReader::Walk {
         for (std::uint64_t nth = 0; nth < count; ++nth) {
             const std::uint64_t entry = at + 2 + nth * kEntrySize;
             const bool is_empty = file_.u64(entry) == 0U && file_.u32(entry + 8) == 0U;
-            if (!is_empty && size_of_type(file_.u16(entry + 2).value_or(0)) == 0) {
+            if (!is_empty && size_of_tiff_type(file_.u16(entry + 2).value_or(0)) == 0) {
                 return false;
             }
         }
@@ -299,7 +296,7 @@ class ExifReader::Walk {
     [[nodiscard]] std::optional<std::uint64_t> value(const ExifEntry& entry, std::uint64_t nth) const {
         constexpr std::uint16_t kShort = 3;
         return entry.type == kShort ? std::optional<std::uint64_t>(file_.u16(entry.values + 2 * nth))
-               : size_of_type(entry.type) == 4
+               : size_of_tiff_type(entry.type) == 4
                    ? std::optional<std::uint64_t>(file_.u32(entry.values + 4 * nth))
                    : std::nullopt;
     }

@@ -1,7 +1,8 @@
 #include "container/TiffDirectory.h"
 
+#include <byte_reader/TiffTypes.h>
+
 #include <algorithm>
-#include <array>
 
 namespace raw_mend {
 
@@ -16,13 +17,6 @@ constexpr std::uint16_t kAscii = 2;
 constexpr std::uint16_t kShort = 3;
 constexpr std::uint16_t kLong = 4;
 constexpr std::uint16_t kIfd = 13;
-
-/// Bytes per value of the types 0 to 13; 0 where there is no such type.
-constexpr std::array<std::uint64_t, 14> kTypeSizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-
-std::uint64_t size_of_type(std::uint16_t type) {
-    return type < kTypeSizes.size() ? kTypeSizes[type] : 0;
-}
 
 bool is_number(const TiffEntry& entry) {
     return entry.type == kShort || entry.type == kLong || entry.type == kIfd;
@@ -54,7 +48,7 @@ bool TiffReader::is_directory(std::uint64_t offset, std::uint16_t count) const {
     constexpr std::uint16_t kChecked = 4;
     for (std::uint16_t index = 0; index < std::min(count, kChecked); ++index) {
         const std::uint64_t entry = offset + kCountSize + index * kEntrySize;
-        if (bytes_.holds(entry, kEntrySize) && size_of_type(*bytes_.u16(entry + 2)) == 0) {
+        if (bytes_.holds(entry, kEntrySize) && byte_reader::size_of_tiff_type(*bytes_.u16(entry + 2)) == 0) {
             return false;
         }
     }
@@ -81,7 +75,7 @@ bool TiffReader::claim(const Extent& extent) const {
 TiffEntry TiffReader::read_entry(std::uint64_t at) const {
     TiffEntry entry{
         .tag = *bytes_.u16(at), .type = *bytes_.u16(at + 2), .count = *bytes_.u32(at + 4), .at = at};
-    entry.length = size_of_type(entry.type) * entry.count;
+    entry.length = byte_reader::size_of_tiff_type(entry.type) * entry.count;
     entry.is_inline = entry.length <= kInlineSize;
     entry.values = entry.is_inline ? at + kValueField : base_ + *bytes_.u32(at + kValueField);
     entry.is_inside = bytes_.holds(entry.values, entry.length);
@@ -160,7 +154,7 @@ NumberField TiffReader::long_field(std::uint64_t at) const {
 }
 
 NumberField TiffReader::number_field(const TiffEntry& entry, std::uint64_t index) const {
-    const auto size = static_cast<unsigned>(size_of_type(entry.type));
+    const auto size = static_cast<unsigned>(byte_reader::size_of_tiff_type(entry.type));
     return {.at = entry.values + size * index, .size = size, .order = order_, .base = 0};
 }
 
