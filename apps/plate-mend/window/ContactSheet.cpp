@@ -27,29 +27,22 @@ class SheetSaver {
     fs::path run() {
         check();
         HtmlReport report(open(), open_pictures(), creator_text());
-        std::size_t index = 0;
-        while (const auto record = record_at(index++)) {
+        const std::size_t files = board_.read(
+            [](const WindowState& state, std::uint64_t /*version*/) { return state.files.size(); });
+        for (std::size_t index = 0; index < files; ++index) {
             check_interruption();
-            if (record->verdict) {
-                report.add(record->record);
+            if (const auto record = record_of(index)) {
+                report.add(*record);
             }
         }
         report.close(board_.read(
             [](const WindowState& state, std::uint64_t /*version*/) { return state.run.was_stopped; }));
         record_.add_complete_report(page_);
-        if (std::error_code none; fs::is_directory(folder_, none)) {
-            record_.add_complete_report(folder_);
-        }
+        record_.add_complete_report(folder_);
         return page_;
     }
 
   private:
-    /// A file of the board; without a verdict if it is not done yet.
-    struct Entry {
-        bool verdict = false;
-        Record record;
-    };
-
     void check() const {
         if (const auto refusal = refuse_output(page_, inputs_, record_.is_own_report(page_))) {
             throw UsageError(*refusal);
@@ -71,25 +64,17 @@ class SheetSaver {
         return pictures;
     }
 
-    std::optional<Entry> record_at(std::size_t index) const {
-        std::shared_ptr<Pictures> pictures;
-        std::optional<ShownFile> file;
-        board_.read([&](const WindowState& state, std::uint64_t /*version*/) {
-            pictures = state.pictures;
-            if (index < state.files.size()) {
-                file = state.files[index];
-            }
+    /// Of a file, with its pictures; nothing if it is not done. The list stays while the sheet is saved.
+    [[nodiscard]] std::optional<Record> record_of(std::size_t index) const {
+        const auto [file, pictures] = board_.read([&](const WindowState& state, std::uint64_t /*version*/) {
+            return std::pair(state.files.at(index), state.pictures);
         });
-        if (!file) {
-            return std::nullopt;
+        std::optional<Record> record = file.record;
+        if (record) {
+            record->picture = file.picture ? pictures->read(*file.picture) : "";
+            record->sample_picture = file.sample_picture ? pictures->read(*file.sample_picture) : "";
         }
-        Entry entry;
-        if (file->record) {
-            entry = {true, std::move(*file->record)};
-            entry.record.picture = file->picture ? pictures->read(*file->picture) : "";
-            entry.record.sample_picture = file->sample_picture ? pictures->read(*file->sample_picture) : "";
-        }
-        return entry;
+        return record;
     }
 
     const Board& board_;

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <system_error>
-#include <vector>
+#include <utility>
 
 namespace plate_mend::host {
 
@@ -43,17 +43,23 @@ Json entry_to_json(const fs::path& folder, const std::string& name) {
     return json;
 }
 
-} // namespace
-
-Json starting_folders() {
+Json starts_to_json() {
+    const fs::path home = platform::home_folder();
     Json list = Json::array();
-    if (const fs::path home = platform::home_folder(); !home.empty()) {
-        list.append(entry_to_json(home, "Home"));
-    }
-    for (const fs::path& volume : platform::volumes()) {
-        list.append(entry_to_json(volume, utf8_from(volume)));
+    for (const fs::path& folder : starting_folders()) {
+        list.append(entry_to_json(folder, folder == home ? "Home" : utf8_from(folder)));
     }
     return list;
+}
+
+} // namespace
+
+std::vector<fs::path> starting_folders() {
+    std::vector<fs::path> folders = platform::volumes();
+    if (fs::path home = platform::home_folder(); !home.empty()) {
+        folders.insert(folders.begin(), std::move(home));
+    }
+    return folders;
 }
 
 Json folder_to_json(const fs::path& folder) {
@@ -69,7 +75,7 @@ Json folder_to_json(const fs::path& folder) {
     const fs::path above = folder.parent_path();
     json.set("above", above == folder ? Json() : to_json(above));
     json.set("folders", list);
-    json.set("starts", starting_folders());
+    json.set("starts", starts_to_json());
     return json;
 }
 

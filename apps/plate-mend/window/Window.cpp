@@ -226,12 +226,13 @@ std::string Window::preview_of(std::size_t index, std::uint64_t generation) {
         }
     });
     std::string jpeg = path.empty() ? "" : previews_.preview_of(path_from(path));
-    const auto place = jpeg.empty() ? std::nullopt : pictures->add(jpeg);
-    board_.change([&](WindowState& state) {
-        if (state.generation == generation && place) {
-            state.files.at(index).preview = place;
-        }
-    });
+    if (const auto place = pictures == nullptr ? std::nullopt : pictures->add(jpeg)) {
+        board_.change([&](WindowState& state) {
+            if (state.generation == generation) {
+                state.files.at(index).preview = place;
+            }
+        });
+    }
     return jpeg;
 }
 
@@ -340,15 +341,8 @@ HttpResponse Window::find(const Json& wish) const {
     for (const Json& file : wish.member("files").elements()) {
         dropped.files.push_back({file.required_text("name"), file.required_integer<std::uint64_t>("size")});
     }
-    std::vector<fs::path> starts;
-    if (const fs::path home = platform::home_folder(); !home.empty()) {
-        starts.push_back(home);
-    }
-    for (const fs::path& volume : platform::volumes()) {
-        starts.push_back(volume);
-    }
     Json folders = Json::array();
-    for (const fs::path& folder : find_dropped(dropped, starts)) {
+    for (const fs::path& folder : find_dropped(dropped, starting_folders())) {
         folders.append(to_json(folder));
     }
     return json_response(Json::object({{"folders", folders}}));
