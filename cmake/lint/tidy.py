@@ -23,8 +23,8 @@ import sys
 
 GROUP = 12  # Sources at a time; other numbers were not measured.
 FINDING = re.compile(r"^(/[^:]*):(\d+)(:\d+: (?:warning|error|fatal error): .*)")
-INCLUDE = re.compile(r"\s*#\s*include\s*([<\"].*[>\"])")
-
+INCLUDE = re.compile(r"\s*#\s*include\b")
+AT_THE_TOP = re.compile(r"\s*($|//|#\s*include\b)")
 
 OWN_DEFINITION = "-DPLATE_MEND_SOURCE_PATH="  # Each source of the library has one of its own.
 
@@ -60,43 +60,49 @@ class Source:
         self.own = [flag for flag in self.flags if flag.startswith(OWN_DEFINITION)]
 
 
+class Text:
+    """The lines of a source with their numbers, apart: what it includes at its top, and the rest."""
+
+    def __init__(self, source):
+        with open(source.path, encoding="utf-8") as stream:
+            numbered = list(enumerate(stream.read().splitlines(), 1))
+        top = next((number for number, line in numbered if not AT_THE_TOP.match(line)), len(numbered) + 1)
+        self.includes = [(number, line) for number, line in numbered if number < top and INCLUDE.match(line)]
+        self.rest = [(number, line) for number, line in numbered if number >= top]
+        if source.path.endswith("Test.cpp"):
+            self.rest = [(number, self.in_own_namespace(line, source)) for number, line in self.rest]
+
+    @staticmethod
+    def in_own_namespace(line, source):
+        """A test defines nothing for others, so its names need not clash with those of other tests."""
+        return re.sub(r"^(namespace \w[\w:]*) \{", r"\1::" + re.sub(r"\W", "_", os.path.basename(source.path)) + " {", line)
+
+
 class Joined:
-    """A file that holds the text of several sources."""
+    """A file that holds the text of several sources: first what they include, then the rest of each."""
 
     def __init__(self, folder, sources):
         self.path = os.path.join(folder, re.sub(r"\W+", "_", f"{sources[0].path}_{len(sources)}") + ".cpp")
         self.flags = [flag for flag in sources[0].shared if flag != "-Wshadow"]
-        self.origins = []  # Source and line of each line.
-        lines, included = [], set()
-        for source in sources:
+        self.lines, self.origins = [], []  # Each line, and the source and line that it is from.
+        texts = [Text(source) for source in sources]
+        included = set()
+        for source, text in zip(sources, texts):
             self.flags += ["-iquote", os.path.dirname(source.path)]
+            self.add(source, ((number, line) for number, line in text.includes if line.strip() not in included))
+            included.update(line.strip() for _, line in text.includes)
+        for source, text in zip(sources, texts):
             definitions = [flag[2:].split("=", 1) for flag in source.own]
-            for number, line in enumerate(
-                [
-                    *(f"#define {name} {value}" for name, value in definitions),
-                    *self.without(included, source.path),
-                    *(f"#undef {name}" for name, _ in definitions),
-                ],
-                1 - len(definitions),
-            ):
-                lines.append(line + "\n")
-                self.origins.append((source.path, number))
+            self.add(source, ((0, f"#define {name} {value}") for name, value in definitions))
+            self.add(source, text.rest)
+            self.add(source, ((0, f"#undef {name}") for name, _ in definitions))
         with open(self.path, "w", encoding="utf-8") as stream:
-            stream.writelines(lines)
+            stream.writelines(line + "\n" for line in self.lines)
 
-    @staticmethod
-    def without(included, path):
-        """The lines of a source, without what earlier sources have included. What it includes twice stays."""
-        with open(path, encoding="utf-8") as stream:
-            text = stream.read().splitlines()
-        own = set()
-        for line in text:
-            header = INCLUDE.match(line)
-            known = header is not None and header[1] in included and header[1] not in own
-            if header:
-                own.add(header[1])
-            yield "" if known else line
-        included |= own
+    def add(self, source, numbered):
+        for number, line in numbered:
+            self.lines.append(line)
+            self.origins.append((source.path, number))
 
     def in_sources(self, finding):
         """A finding, with the place in the source."""
