@@ -181,6 +181,34 @@ TEST_P(RowMend, ClosesGaps) {
     }
 }
 
+/// What is between the gaps is shorter than the windows in which the phase of rows is searched for.
+TEST_P(RowMend, ClosesSeveralGaps) {
+    constexpr std::size_t kRowsApart = 48;
+    constexpr std::size_t kSector = 512;
+    const std::size_t row = sample->rows->geometry.row_bytes;
+    if (2 * kSector % row == 0 || 3 * kSector % row == 0) {
+        GTEST_SKIP() << "some gaps are a whole row together";
+    }
+    const std::size_t apart = kRowsApart * row / kSector * kSector;
+    for (unsigned trial = 0; trial < 4; ++trial) {
+        const std::size_t at = place(3 * apart);
+        SCOPED_TRACE(at);
+        Bytes damaged = part(original, 0, at);
+        for (const std::size_t begin :
+             {at + kSector, at + 2 * kSector + apart, at + 3 * kSector + 2 * apart}) {
+            damaged = joined(damaged, part(original, begin, begin + apart));
+        }
+        damaged = joined(damaged, part(original, at + 3 * (kSector + apart), original.size()));
+        auto found = repair(damaged);
+        EXPECT_LE(count_pixels(found.lost), 3 * pixels_in(kSector));
+        // What is doubtful is right too.
+        found.doubtful.clear();
+        const auto repaired = raw_mend::repair(damaged, *sample);
+        const Bytes result = written(*repaired->file);
+        EXPECT_LE(count_wrong(result, Sample::read(result)->range().offset, found), pixels_in(kSector));
+    }
+}
+
 /// How many rows are missing between two gaps is not known: what is there must not be promised at the wrong
 /// place.
 TEST_P(RowMend, PromisesNothingOfAPartBetweenGapsThatIsMisplaced) {

@@ -1,7 +1,10 @@
 #include "mend/RowSegments.h"
 
+#include "mend/RowPath.h"
+
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace raw_mend {
 
@@ -15,7 +18,8 @@ constexpr std::size_t kMostChoices = 8;
 /// of 1,300 rows and more it was found.
 constexpr std::uint64_t kFewRows = 1000;
 constexpr std::uint64_t kMostUnclear = 96;
-constexpr std::uint64_t kMargin = 64; ///< Rows by which the border of a piece may be wrong: a window.
+constexpr std::uint64_t kMargin = 64;      ///< Rows by which the border of a piece may be wrong: a window.
+constexpr std::uint64_t kRowsNearStep = 8; ///< A step, among which its break is searched for.
 
 class Chain {
   public:
@@ -41,6 +45,23 @@ class Chain {
         add_last_break();
         end_segment(geometry_.image_bytes());
         doubt_unanchored();
+        return std::move(result_);
+    }
+
+    /// Nothing if the rows show no break at one of the steps.
+    std::optional<RowSegments> follow(const RowPath& path) {
+        for (const RowStep& step : path.steps) {
+            const std::uint64_t near = std::max(row_at(step.before, current_), first_row() + kRowsNearStep);
+            const auto found =
+                find_row_break({file_, geometry_, current_, step.start}, near - kRowsNearStep,
+                               row_at(step.after, step.start) + kRowsNearStep, anchors_.origins);
+            if (!found || found->gain < kLeastRowGain) {
+                return std::nullopt;
+            }
+            add(*found, step.start);
+        }
+        end_segment(geometry_.image_bytes());
+        std::ranges::copy(path.unclear, std::back_inserter(result_.doubtful));
         return std::move(result_);
     }
 
@@ -170,6 +191,11 @@ class Chain {
 
 RowSegments find_row_segments(Bytes file, const RowGeometry& geometry, std::span<const PhasePiece> pieces,
                               const RowAnchors& anchors) {
+    const auto path =
+        anchors.back ? find_row_path(file, geometry, anchors.front, *anchors.back) : std::nullopt;
+    if (auto segments = path ? Chain(file, geometry, anchors).follow(*path) : std::nullopt) {
+        return std::move(*segments);
+    }
     return Chain(file, geometry, anchors).find(pieces);
 }
 
