@@ -78,6 +78,27 @@ TEST(StreamChain, GoesOnAfterWhatCannotBeDecoded) {
     EXPECT_LT(chain.size(), frame.count() + 100);
 }
 
+/// Zeros are short codes, so that a cluster of them would be more values than are lost.
+TEST(StreamChain, PassesOverClustersOfOneValue) {
+    constexpr std::size_t kCluster = 32768;
+    const Bytes stream = make_stream(make_values());
+    ASSERT_GT(stream.size(), 3 * kCluster);
+    const std::size_t at = stream.size() / 2;
+    for (const unsigned char value : Bytes{0x00, 0x55}) {
+        Bytes damaged = stream;
+        std::fill_n(damaged.begin() + static_cast<std::ptrdiff_t>(at), kCluster, value);
+        const auto [frame, chain] = chain_of(damaged);
+        EXPECT_TRUE(chain.is_closed);
+        const std::size_t lost = frame.count() * kCluster / stream.size();
+        EXPECT_LT(chain.size(), frame.count() - lost + frame.row);
+        EXPECT_GT(chain.size(), frame.count() - lost - frame.row);
+        const auto placed = place_runs(frame, chain, find_phase_runs(frame, chain), frame.row);
+        ASSERT_EQ(placed.size(), 2U);
+        EXPECT_TRUE(placed[1].is_certain);
+        EXPECT_EQ(placed[1].value + placed[1].run.end - placed[1].run.begin, frame.count());
+    }
+}
+
 TEST(StreamPlaces, AreFoundAfterSeveralLosses) {
     const std::vector<std::uint16_t> values = make_values();
     const Bytes stream = make_stream(values);

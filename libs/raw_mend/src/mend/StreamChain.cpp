@@ -1,8 +1,25 @@
 #include "mend/StreamChain.h"
 
+#include "mend/RowImage.h"
+
 #include <algorithm>
 
 namespace raw_mend {
+
+namespace {
+
+/// Runs of one value of a cluster or more, after which the stream goes on. Rows of one brightness have
+/// shorter ones.
+std::vector<ImageRange> find_filler(Bytes bytes) {
+    constexpr std::uint64_t kCluster = 4096;
+    std::vector<ImageRange> runs = find_filler_runs(bytes);
+    std::erase_if(runs, [&](const ImageRange& run) {
+        return run.length() < kCluster || run.end + kCluster > bytes.size();
+    });
+    return runs;
+}
+
+} // namespace
 
 std::uint64_t StreamChain::byte_of(std::size_t at) const {
     return bytes.empty() ? 0 : bytes[std::min(at / kStride, bytes.size() - 1)];
@@ -15,8 +32,16 @@ StreamChain decode_chain(const StreamWalk& walk, const StreamPlace& from, std::u
     StreamChain chain;
     chain.first = from.value;
     lossless_jpeg::BitPlace place = from.place;
-    while (chain.size() < most) {
-        lossless_jpeg::DifferenceReader reader(bytes, walk.tables(), place);
+    const std::vector<ImageRange> filler = find_filler(bytes);
+    while (chain.size() < most && place.byte < end) {
+        const auto next = std::ranges::upper_bound(filler, place.byte, {}, &ImageRange::end);
+        const std::uint64_t limit = next == filler.end() ? end : next->begin;
+        if (place.byte >= limit) {
+            place = {next->end, 0};
+            continue;
+        }
+        lossless_jpeg::DifferenceReader reader(bytes.first(static_cast<std::size_t>(limit)), walk.tables(),
+                                               place);
         lossless_jpeg::BitPlace last = place;
         std::uint16_t difference = 0;
         while (chain.size() < most && reader.take((from.value + chain.size()) % components, difference)) {
@@ -32,9 +57,6 @@ StreamChain decode_chain(const StreamWalk& walk, const StreamPlace& from, std::u
             break;
         }
         place = {std::max(last.byte, place.byte) + 1, 0};
-        if (place.byte >= end) {
-            break;
-        }
     }
     return chain;
 }
