@@ -68,7 +68,7 @@ class Text:
             numbered = list(enumerate(stream.read().splitlines(), 1))
         top = next((number for number, line in numbered if not AT_THE_TOP.match(line)), len(numbered) + 1)
         self.includes = [(number, line) for number, line in numbered if number < top and INCLUDE.match(line)]
-        self.rest = [(number, line) for number, line in numbered if number >= top]
+        self.rest = [(number, line) for number, line in numbered if number >= top or not INCLUDE.match(line)]
         if source.path.endswith("Test.cpp"):
             self.rest = [(number, self.in_own_namespace(line, source)) for number, line in self.rest]
 
