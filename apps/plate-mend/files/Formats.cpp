@@ -2,8 +2,8 @@
 
 #include "files/SafeOutput.h"
 #include "text/Paths.h"
+#include "text/Text.h"
 
-#include <algorithm>
 #include <array>
 
 namespace plate_mend::host {
@@ -45,10 +45,7 @@ const std::vector<std::string>& raw_extensions() {
 }
 
 std::string extension_of(const std::filesystem::path& path) {
-    std::string text = utf8_from(path.extension());
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
+    const std::string text = lower(utf8_from(path.extension()));
     return text.empty() ? text : text.substr(1);
 }
 

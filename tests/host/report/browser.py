@@ -6,6 +6,7 @@ import os
 import shutil
 import subprocess
 import tempfile
+import time
 
 
 class Browser:
@@ -135,6 +136,19 @@ class Browser:
           await Promise.all([...document.images].filter(inWindow).map((one) => one.decode().catch(() => {})));
           await frame();
         })()""")
+
+    def until(self, what, condition, seconds=90, picture=None):
+        """Waits for a condition of the page, and returns its value. Where it does not come, a picture of the window is
+        left in that file, and the program ends."""
+        end = time.monotonic() + seconds
+        while time.monotonic() < end:
+            value = self.value(condition)
+            if value:
+                return value
+            self.value("new Promise((done) => setTimeout(done, 50))")
+        if picture is not None:
+            self.picture(picture)
+        raise SystemExit(f"{what} did not come: {condition}")
 
     def requests(self):
         """The addresses that were asked for since the page was opened, without those in the page itself."""

@@ -214,6 +214,7 @@ def shows_thousands_of_files_at_once(maker, browser, folder):
     work = 1000 * next(one["value"] for one in metrics if one["name"] == "ThreadTime")
     print(f"ready after {ready:.0f} ms, drawn after {drawn:.0f} ms; {work:.0f} ms of the processor")
     expect("usable within two seconds", min(work, drawn) < 2000, True)
+    browser.until("a picture", "document.querySelector('.mount img') !== null")
     browser.settle()
     expect("count", browser.value(COUNT), "all 5000 shown")
     asked = len(browser.requests())
@@ -223,11 +224,12 @@ def shows_thousands_of_files_at_once(maker, browser, folder):
     sheet.is_quiet("thousands")
     browser.value("document.querySelector('.tile.partial').click()")
     expect("partial", browser.value(COUNT), "625 of 5000 shown")
-    browser.settle()
+    browser.until("the first of them", "document.querySelector('.card.partial .mount') !== null")
     expect("first of them", browser.value("document.querySelectorAll('.card.partial')[0].querySelector('h3').textContent"),
            "IMG_11.ARW")
     browser.value("document.querySelector('.card.partial .mount').focus()")
     browser.key("End")
+    browser.until("the last of them", "document.activeElement.querySelector('img') !== null")
     browser.settle()
     expect("last of them", browser.value(FOCUSED), "IMG_5003.ARW")
     expect("it has come", browser.value("document.activeElement.querySelector('img').naturalWidth > 0"), True)
@@ -245,6 +247,7 @@ def fits_every_window(maker, browser, folder):
             browser.window(width, height, scheme)
             for view in ("large", "compact", "viewer"):
                 sheet.open("view=" + view.replace("viewer", "large"))
+                browser.until("the entries", "document.querySelectorAll('.mount').length > 2")
                 if view == "viewer":
                     browser.value("document.querySelectorAll('.mount')[2].click()")
                 elif width < 1280:

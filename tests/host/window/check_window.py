@@ -61,15 +61,7 @@ class Window:
         self.until("the state", "!document.querySelector('.choose').disabled")
 
     def until(self, what, condition, seconds=90):
-        """Waits for a condition of the page, and returns its value."""
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
-            value = self.browser.value(condition)
-            if value:
-                return value
-            self.browser.value("new Promise((done) => setTimeout(done, 50))")
-        self.browser.picture(str(self.folder / "failed.png"))
-        raise SystemExit(f"{what} did not come: {condition}")
+        return self.browser.until(what, condition, seconds, str(self.folder / "failed.png"))
 
     def click(self, selector):
         self.browser.value(f"document.querySelector({selector!r}).click()")
