@@ -96,6 +96,14 @@ bool has_unknown_levels(const FoundImage& image) {
            image.pixels_doubtful != 0 && image.pixels_lost + image.pixels_doubtful == image.pixels;
 }
 
+bool is_nearly_all_doubtful(const FoundImage& image) {
+    constexpr double kNearlyAll = 0.99;
+    constexpr double kMostly = 0.5;
+    return image.pieces_mended != 0 && image.pixels != 0 &&
+           share_of(image.pixels_lost + image.pixels_doubtful, image.pixels) > kNearlyAll &&
+           share_of(image.pixels_doubtful, image.pixels) > kMostly;
+}
+
 std::optional<double> share_of_proved_pieces(const FoundImage& image) {
     const bool is_guess = (image.notes & RAW_MEND_PLACES_GUESSED) != 0;
     if (image.pixels == 0 || is_guess || image.pieces_proved == 0 || image.pieces_proved >= image.pieces) {

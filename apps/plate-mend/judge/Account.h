@@ -35,6 +35,10 @@ namespace plate_mend::host {
 /// lost, most survives, but at levels that are the sample's.
 [[nodiscard]] bool has_unknown_levels(const FoundImage& image);
 
+/// Whether nearly nothing can be promised of an image that was put together anew, although most of it is
+/// there: it goes on after an early loss, but nothing proves where and at which levels.
+[[nodiscard]] bool is_nearly_all_doubtful(const FoundImage& image);
+
 /// The same where no rows are known to be good, but coded data prove that pieces are: only these are
 /// promised. Nothing if none is, or their places are a guess.
 [[nodiscard]] std::optional<double> share_of_proved_pieces(const FoundImage& image);

@@ -214,6 +214,7 @@ bool judge_samples(const JudgeRequest& request, const RawDecoder& decoder, const
 ///   is_exact  every piece of coded data ends where its image does
 void take_account(const FoundImage& image, const FileEvidence& evidence, bool is_exact,
                   Judgement& judgement) {
+    constexpr double kMostRows = 0.5; // Without signs of damage.
     if (is_refuted_guess(image, judgement.findings.size() - evidence.pieces.findings.size())) {
         judgement.rows_good = 0;
     }
@@ -224,7 +225,8 @@ void take_account(const FoundImage& image, const FileEvidence& evidence, bool is
     if (!judgement.rows_good && is_exact && judgement.data_errors == 0) {
         judgement.pixels_good = share_of_proved_pieces(image);
     }
-    if (has_unknown_levels(image)) {
+    if (has_unknown_levels(image) ||
+        (is_nearly_all_doubtful(image) && judgement.rows_good.value_or(0) >= kMostRows)) {
         judgement.rows_good.reset();
         judgement.pixels_good.reset();
     }

@@ -128,7 +128,7 @@ std::optional<Repaired> repair(Bytes damaged, const Sample& sample, Filling fill
         return rows->own ? keep_structure(damaged, std::move(*rows))
                          : take_structure(damaged, sample, std::move(rows->image));
     }
-    if (own && own->is_proved && !has_exchanged_streams(damaged, sample, own->pieces())) {
+    if (own && own->is_proved && !has_refuted_streams(damaged, sample, own->pieces())) {
         return keep_structure(damaged, *own);
     }
     auto image = find_proved_image(damaged, sample);

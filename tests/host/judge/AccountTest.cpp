@@ -48,6 +48,19 @@ TEST(Account, GivesTheShareOfGoodPixelsCutDown) {
     EXPECT_EQ(share_of_good_pixels(FoundImage{}, 1), std::nullopt) << "nothing was counted";
 }
 
+TEST(Account, KnowsWhatWasPutTogetherButIsNearlyAllDoubtful) {
+    const auto mended = [](std::uint64_t lost, std::uint64_t doubtful) {
+        FoundImage image = account(lost, doubtful);
+        image.pieces_mended = 1;
+        return image;
+    };
+    EXPECT_TRUE(is_nearly_all_doubtful(mended(2000, 998000)));
+    EXPECT_FALSE(is_nearly_all_doubtful(mended(2000, 950000))) << "a share can be promised";
+    EXPECT_FALSE(is_nearly_all_doubtful(mended(600000, 400000))) << "most is lost";
+    EXPECT_FALSE(is_nearly_all_doubtful(account(2000, 998000))) << "it is as it was found";
+    EXPECT_FALSE(is_nearly_all_doubtful(FoundImage{}));
+}
+
 TEST(Account, PromisesProvedPiecesWhereRowsAreUnknown) {
     FoundImage image = account(4000, 0);
     image.pieces = 204;

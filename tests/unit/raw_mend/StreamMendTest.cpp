@@ -2,18 +2,21 @@
 #include "Written.h"
 #include "mend/StreamAreas.h"
 #include "mend/StreamFrame.h"
+#include "mend/StreamRepair.h"
 #include "mend/StreamSearch.h"
 
 #include "support/Cr2Photo.h"
 #include "support/DngPhoto.h"
 #include "support/LosslessJpeg.h"
 #include "support/RawDecode.h"
+#include "support/RealFiles.h"
 
 #include <lossless_jpeg/Stream.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <tuple>
 
@@ -179,6 +182,70 @@ TEST(MendStreams, PromisesOnlyWhatSurvives) {
             }
         }
     }
+}
+
+TEST(MendStreamsRealFiles, PromisesNothingOfATileThatIsShort) {
+    REAL_FILE_OR_SKIP(original, "pairs/nikon-d5000-dng/sample2.dng");
+    REAL_FILE_OR_SKIP(sample, "pairs/nikon-d5000-dng/sample1.dng");
+    constexpr std::size_t kAt = 8489472; // Nothing shows where values are missing in this tile.
+    const Bytes damaged = joined(part(original, 0, kAt), part(original, kAt + kCluster, original.size()));
+    const auto picture = decode_raw(original);
+    const Outcome outcome = repair(damaged, sample);
+    ASSERT_TRUE(outcome.picture && picture);
+    EXPECT_EQ(outcome.image.proved, outcome.image.pieces.size() - 1);
+    EXPECT_EQ(broken_promises(outcome, *picture), 0U);
+}
+
+TEST(MendStreamsRealFiles, BringsTheRestBackToItsLevel) {
+    REAL_FILE_OR_SKIP(iso_100, "pairs/canon-30d/IMG_0848.CR2");
+    REAL_FILE_OR_SKIP(iso_640, "pairs/canon-30d/IMG_5952.CR2");
+    // By the rows beside them alone, these are one level off after the damage. The last one has as many codes
+    // as the whole stream by chance.
+    for (const auto& [original, sample, at] : {std::tuple{&iso_100, &iso_640, std::size_t{6129664}},
+                                               {&iso_640, &iso_100, std::size_t{4905984}},
+                                               {&iso_640, &iso_100, std::size_t{3821056}}}) {
+        const auto picture = decode_raw(*original);
+        const Outcome outcome = repair(overwritten(*original, at, Bytes(kCluster, 0)), *sample);
+        ASSERT_TRUE(outcome.picture && picture);
+        EXPECT_EQ(broken_promises(outcome, *picture), 0U) << at;
+        EXPECT_LT(pixels_of(outcome.image.lost) + pixels_of(outcome.image.doubtful),
+                  picture->samples.size() / 100)
+            << at;
+    }
+}
+
+/// A stream whose values are up to 3000 in the first half of its rows, and up to another one in the rest.
+Bytes stream_up_to(int most) {
+    constexpr unsigned kColumns = 128;
+    constexpr unsigned kRows = 64;
+    std::vector<int> differences;
+    int left = 0;
+    int above = 1 << 13;
+    for (unsigned at = 0; at < kColumns * kRows; ++at) {
+        const int value = (at / kColumns < kRows / 2 ? 3000 : most) - static_cast<int>(at * 7919 % 97);
+        const bool is_first = at % kColumns == 0;
+        differences.push_back(value - (is_first ? above : left));
+        left = value;
+        above = is_first ? value : above;
+    }
+    LosslessJpegOptions options;
+    options.tables = {codes_for_16_bits()};
+    return lossless_jpeg_of(differences, kColumns, kRows, options);
+}
+
+TEST(CheckedStream, IsImpossibleWithValuesThatNoEncoderWrites) {
+    constexpr std::array<std::uint64_t, 1> kOrigins{0};
+    const Bytes plain = stream_up_to(4000);
+    const Bytes odd = stream_up_to(20000);
+    const auto check = [&](const Bytes& stream, const Bytes& sample) {
+        return raw_mend::check_values(stream, *lossless_jpeg::read_head(stream, 0), stream.size(), sample,
+                                      *lossless_jpeg::read_head(sample, 0), kOrigins);
+    };
+    ASSERT_TRUE(lossless_jpeg::check(odd, *lossless_jpeg::read_head(odd, 0)).is_complete());
+    EXPECT_TRUE(check(plain, plain).is_possible);
+    EXPECT_FALSE(check(odd, plain).is_possible);
+    EXPECT_FALSE(check(odd, plain).reordered);
+    EXPECT_TRUE(check(odd, odd).is_possible) << "this camera writes such values";
 }
 
 TEST(MendStreams, KeepsTilesWhereTheFilesOwnTablesNameThem) {

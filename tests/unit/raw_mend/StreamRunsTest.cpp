@@ -1,3 +1,4 @@
+#include "mend/LevelShift.h"
 #include "mend/StreamGreens.h"
 #include "mend/StreamLevels.h"
 #include "mend/StreamPlaces.h"
@@ -136,7 +137,7 @@ TEST(StreamLevels, AreMeasuredAcrossAGap) {
     }
     const auto found = measure_level(frame, values, 1, {0, 100, 103, kRows});
     ASSERT_TRUE(found);
-    const auto shift = raw_mend::combine({&*found, 1}, std::nullopt, 2);
+    const auto shift = raw_mend::combine({&*found, 1}, std::nullopt, {}, 2);
     EXPECT_NEAR(shift.shift[0], -7, 1);
     EXPECT_NEAR(shift.shift[1], 300, 1);
     EXPECT_FALSE(measure_level(frame, values, 1, {98, 100, 103, 105})) << "too few rows after it";
@@ -144,16 +145,16 @@ TEST(StreamLevels, AreMeasuredAcrossAGap) {
 
 TEST(StreamLevels, AreNotCertainIfEstimatesContradictEachOther) {
     const std::vector<raw_mend::LevelEstimate> estimates{{{3.0}, {0.05}}, {{9.0}, {0.2}}};
-    EXPECT_FALSE(raw_mend::combine(estimates, std::nullopt, 1).is_certain);
-    EXPECT_TRUE(raw_mend::combine(std::span(estimates).first(1), std::nullopt, 1).is_certain);
-    EXPECT_FALSE(raw_mend::combine({}, std::nullopt, 1).is_certain);
+    EXPECT_FALSE(raw_mend::combine(estimates, std::nullopt, {}, 1).is_certain);
+    EXPECT_TRUE(raw_mend::combine(std::span(estimates).first(1), std::nullopt, {}, 1).is_certain);
+    EXPECT_FALSE(raw_mend::combine({}, std::nullopt, {}, 1).is_certain);
 }
 
 TEST(StreamLevels, FollowTheGreens) {
     const std::vector<raw_mend::LevelEstimate> estimates{{{3.4, 5.6}, {0.4, 0.4}}};
-    EXPECT_EQ(raw_mend::combine(estimates, std::nullopt, 2).shift, (std::vector<int>{3, 6}));
-    EXPECT_EQ(raw_mend::combine(estimates, raw_mend::GreenBalance{1.0, 0.02}, 2).shift[1] -
-                  raw_mend::combine(estimates, raw_mend::GreenBalance{1.0, 0.02}, 2).shift[0],
+    EXPECT_EQ(raw_mend::combine(estimates, std::nullopt, {}, 2).shift, (std::vector<int>{3, 6}));
+    EXPECT_EQ(raw_mend::combine(estimates, raw_mend::GreenBalance{1.0, 0.02}, {}, 2).shift[1] -
+                  raw_mend::combine(estimates, raw_mend::GreenBalance{1.0, 0.02}, {}, 2).shift[0],
               1);
 }
 

@@ -1,6 +1,7 @@
 #include "mend/StreamTail.h"
 #include "Repair.h"
 #include "Written.h"
+#include "mend/LevelShift.h"
 #include "mend/MaskedBorder.h"
 
 #include "support/LosslessJpeg.h"
@@ -120,12 +121,12 @@ TEST(MaskedBorder, MeasuresTheLevelOfARun) {
     ASSERT_EQ(estimates.size(), 1U);
     EXPECT_NEAR(estimates[0].shift[0], 300, 0.3);
     EXPECT_NEAR(estimates[0].shift[1], -7, 0.3);
-    EXPECT_TRUE(combine(estimates, std::nullopt, 2).is_certain);
+    EXPECT_TRUE(combine(estimates, std::nullopt, {}, 2).is_certain);
     std::fill(states.begin(), states.begin() + 200, raw_mend::RowState::kLost);
     const auto by_sample = measure_border(frame, slices, values, states, border);
     ASSERT_EQ(by_sample.size(), 1U);
     EXPECT_NEAR(by_sample[0].shift[0], 300, 0.3);
-    EXPECT_FALSE(combine(by_sample, std::nullopt, 2).is_certain) << "another photograph's level is a guess";
+    EXPECT_FALSE(combine(by_sample, std::nullopt, {}, 2).is_certain) << "another photograph's level is a guess";
     std::fill(states.begin() + 260, states.end(), raw_mend::RowState::kLost);
     EXPECT_TRUE(measure_border(frame, slices, values, states, border).empty()) << "too few rows";
     EXPECT_TRUE(measure_border(frame, slices, values, states, {}).empty()) << "no border";

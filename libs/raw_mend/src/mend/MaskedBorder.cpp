@@ -8,7 +8,7 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::size_t kGroup = 16; // BorderColumns that are judged together.
+constexpr std::size_t kGroup = MaskedBorder::kGroup;
 constexpr std::size_t kBands = 16; // Of rows, whose means are compared.
 constexpr std::size_t kFewBorderRows = 4 * kBands;
 constexpr std::size_t kFewKnownRows = 8;

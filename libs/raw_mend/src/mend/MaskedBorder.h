@@ -10,8 +10,13 @@ namespace raw_mend {
 /// The columns at the left of a sensor that no light reaches. Their values are noise around the camera's
 /// black level, so they show at which level the values of a stream are.
 struct MaskedBorder {
-    std::size_t columns = 0;
+    std::size_t columns = 0; ///< Those that are masked for certain.
     std::vector<double> levels; ///< Means, by component.
+
+    /// Columns that may be masked.
+    [[nodiscard]] std::size_t reach() const { return columns == 0 ? 0 : columns + kGroup; }
+
+    static constexpr std::size_t kGroup = 16; ///< Columns that are judged together.
 };
 
 /// The masked columns of a stream whose values are all there. None if it has no slices of its own rows, or if

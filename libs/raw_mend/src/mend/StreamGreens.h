@@ -4,6 +4,12 @@
 
 namespace raw_mend {
 
+/// What is to be added to the second of two components, less what is to be added to the first.
+struct GreenBalance {
+    double difference = 0;
+    double error = 0; ///< Standard error.
+};
+
 /// Compares the green values of the two components, which are next to each other diagonally, in a run with
 /// those that are known. Nothing if there are not two components, or too few rows.
 ///

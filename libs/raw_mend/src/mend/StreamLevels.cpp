@@ -177,48 +177,6 @@ LevelEstimate weigh_by_tests(const StreamFrame& frame, const Compared& here,
     return result;
 }
 
-/// Standard errors are measured, and so not exact themselves.
-double safe_error(double error) {
-    return 1.2 * error + 0.03;
-}
-
-/// A measured number and its standard error.
-struct Normal {
-    double mean = 0;
-    double error = 1;
-
-    /// How unlikely a number is.
-    [[nodiscard]] double cost(int number) const {
-        const double times = (number - mean) / error;
-        return times * times;
-    }
-};
-
-Normal combine_component(std::span<const LevelEstimate> estimates, std::size_t component) {
-    double sum = 0;
-    double total = 0;
-    for (const LevelEstimate& one : estimates) {
-        const double error = safe_error(one.error[component]);
-        sum += one.shift[component] / (error * error);
-        total += 1 / (error * error);
-    }
-    return total > 0 ? Normal{sum / total, 1 / std::sqrt(total)} : Normal{0, 1000};
-}
-
-/// Whether no estimate contradicts the shifts.
-bool are_consistent(std::span<const LevelEstimate> estimates, const std::vector<int>& shift) {
-    constexpr double kMostCost = 9;
-    return std::ranges::all_of(estimates, [&](const LevelEstimate& one) {
-        for (std::size_t component = 0; component < shift.size(); ++component) {
-            if (Normal{one.shift[component], safe_error(one.error[component])}.cost(shift[component]) >
-                kMostCost) {
-                return false;
-            }
-        }
-        return true;
-    });
-}
-
 } // namespace
 
 WeightedMean::Term WeightedMean::sum(std::size_t from, std::size_t to) const {
@@ -312,42 +270,6 @@ std::optional<LevelEstimate> measure_level(const StreamFrame& frame, std::span<c
         }
     }
     return best;
-}
-
-LevelShift combine(std::span<const LevelEstimate> estimates, const std::optional<GreenBalance>& balance,
-                   std::size_t components) {
-    constexpr int kAround = 4;       // Whole levels that are tried to both sides.
-    constexpr double kMuchLess = 14; // Likely, as the sum of squares by their errors.
-    std::vector<Normal> sums;
-    for (std::size_t component = 0; component < components; ++component) {
-        sums.push_back(combine_component(estimates, component));
-    }
-    LevelShift result;
-    double gap = estimates.empty() ? 0 : kMuchLess;
-    if (components == 2 && balance) {
-        const Normal difference{balance->difference, safe_error(2 * balance->error)};
-        const auto first = static_cast<int>(std::lround(sums[0].mean));
-        const auto second = static_cast<int>(std::lround(sums[1].mean));
-        std::vector<std::pair<double, std::pair<int, int>>> costs;
-        for (int one = first - kAround; one <= first + kAround; ++one) {
-            for (int other = second - kAround; other <= second + kAround; ++other) {
-                costs.push_back(
-                    {sums[0].cost(one) + sums[1].cost(other) + difference.cost(other - one), {one, other}});
-            }
-        }
-        std::ranges::sort(costs);
-        result.shift = {costs[0].second.first, costs[0].second.second};
-        gap = std::min(gap, costs[1].first - 2 * costs[0].first);
-    } else {
-        for (const Normal& sum : sums) {
-            const auto shift = static_cast<int>(std::lround(sum.mean));
-            result.shift.push_back(shift);
-            const double apart = std::min(sum.cost(shift + 1), sum.cost(shift - 1));
-            gap = std::min(gap, apart - 2 * sum.cost(shift));
-        }
-    }
-    result.is_certain = gap >= kMuchLess && are_consistent(estimates, result.shift);
-    return result;
 }
 
 } // namespace raw_mend

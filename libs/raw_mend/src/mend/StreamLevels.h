@@ -59,18 +59,4 @@ struct RowGap {
                                                          std::span<const std::uint16_t> values,
                                                          std::size_t period, const RowGap& gap);
 
-/// What is to be added to the second of two components, less what is to be added to the first.
-struct GreenBalance {
-    double difference = 0;
-    double error = 0; ///< Standard error.
-};
-
-/// What several estimates say together, in whole levels.
-struct LevelShift {
-    std::vector<int> shift;
-    bool is_certain = false; ///< Whether any other shifts would be much less likely.
-};
-[[nodiscard]] LevelShift combine(std::span<const LevelEstimate> estimates,
-                                 const std::optional<GreenBalance>& balance, std::size_t components);
-
 } // namespace raw_mend

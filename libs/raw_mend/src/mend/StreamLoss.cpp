@@ -1,5 +1,7 @@
 #include "mend/StreamLoss.h"
 
+#include <lossless_jpeg/Markers.h>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -109,6 +111,15 @@ ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end
         return {loss, row * frame.row};
     }
     return {loss, values.size()};
+}
+
+bool has_too_few_values(const StreamWalk& walk, std::uint64_t end) {
+    constexpr std::uint64_t kNear = 16;
+    const Bytes bytes = walk.bytes().bytes().first(static_cast<std::size_t>(end));
+    const bool has_eoi =
+        bytes.size() > 2 && bytes[bytes.size() - 2] == 0xFF && bytes.back() == lossless_jpeg::kEoi;
+    return has_eoi && walk.decoded() < walk.frame().count() &&
+           walk.place_of(walk.decoded()).place.byte + kNear >= end;
 }
 
 double compare_moved(StreamWalk& walk, std::size_t loss, std::size_t missing) {

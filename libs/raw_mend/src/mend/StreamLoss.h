@@ -26,6 +26,10 @@ void fill_values(const StreamFrame& frame, std::size_t lag, std::span<std::uint1
 [[nodiscard]] ValueRun decode_after_loss(StreamWalk& walk, std::size_t loss, std::uint64_t end,
                                          std::span<const std::size_t> alarms);
 
+/// Whether all data were decoded up to EOI, which ends at that byte, but are too few values: some are
+/// missing, wherever.
+[[nodiscard]] bool has_too_few_values(const StreamWalk& walk, std::uint64_t end);
+
 /// How well the steps from value to value after a loss fit those of the rows before it if so many values were
 /// lost there, by how well they fit if none was: less than 1 if the former is more likely.
 [[nodiscard]] double compare_moved(StreamWalk& walk, std::size_t loss, std::size_t missing);

@@ -1,9 +1,12 @@
 #include "mend/StreamRepair.h"
 
+#include "mend/LevelShift.h"
 #include "mend/StreamEncoding.h"
+#include "mend/StreamPhases.h"
 #include "mend/StreamRuns.h"
 #include "mend/StreamTears.h"
 
+#include <lossless_jpeg/Markers.h>
 #include <lossless_jpeg/Stream.h>
 
 #include <algorithm>
@@ -15,6 +18,7 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kLateRows = 16; // Before a loss was noticed. The most in docs/measurements/verdicts.md.
+constexpr std::size_t kFewRows = 1000;          // Of a stream: where its rows begin shows in many only.
 constexpr std::uint64_t kMoreBytes = 1U << 20U; // Than the stream seems to have.
 
 class StreamRepair {
@@ -37,8 +41,9 @@ class StreamRepair {
         result.lost.push_back(lost);
         // If all could be decoded, something before the end is foreign. Other predictors than the left
         // neighbour hide foreign values: their sums do not move away from the rows above.
-        const bool is_unknown =
-            walk_.frame().predictor != 1 || (walk_.decoded() == count && lost.begin >= count);
+        const bool is_unknown = walk_.frame().predictor != 1 ||
+                                (walk_.decoded() == count && lost.begin >= count) ||
+                                (end && may_be_earlier(lost.begin, *end));
         const std::size_t certain = is_unknown ? 0 : last_certain(suspects, lost.begin);
         if (certain < lost.begin) {
             result.doubtful.push_back({certain, lost.begin});
@@ -107,11 +112,10 @@ class StreamRepair {
     /// the suspect after which the others fit best when they are moved by as many.
     std::size_t choose_loss(const std::vector<StreamTears::Suspect>& suspects,
                             std::optional<std::uint64_t> end) {
-        constexpr std::uint64_t kNear = 16;
         const std::size_t decoded = walk_.decoded();
         const std::size_t last = suspects.empty() ? decoded : suspects.back().value;
         if (!end || suspects.size() < 2 || decoded - last > walk_.frame().row ||
-            walk_.place_of(decoded).place.byte + kNear < *end) {
+            !has_too_few_values(walk_, *end)) {
             return last;
         }
         constexpr double kLikely = 0.9;
@@ -126,6 +130,21 @@ class StreamRepair {
             }
         }
         return loss;
+    }
+
+    /// Whether values may be missing long before a loss: the data go on to their end, and their rows do not
+    /// all begin where they should.
+    [[nodiscard]] bool may_be_earlier(std::size_t loss, std::uint64_t end) const {
+        if (loss + walk_.frame().row < walk_.decoded() || !has_too_few_values(walk_, end)) {
+            return false;
+        }
+        if (walk_.frame().rows < kFewRows) {
+            return true;
+        }
+        const StreamChain chain = decode_chain(walk_, walk_.place_of(0), end);
+        const auto runs = find_phase_runs(walk_.frame(), chain);
+        return runs.empty() || runs.front().begin != 0 ||
+               runs.front().end + kLateRows * walk_.frame().row < chain.size();
     }
 
     /// The last suspect before the first one that is not where the alarms let it be.
@@ -174,15 +193,17 @@ class StreamRepair {
         const auto [first, last] = traits_.slices.rows_around(lost.begin / frame.row, frame);
         const auto found =
             measure_level(frame, values, period, {first, lost.begin / frame.row, lost.end / frame.row, last});
+        const std::vector<RowState> states = states_around(lost);
         std::vector<LevelEstimate> estimates =
-            measure_border(frame, traits_.slices, values, states_around(lost), traits_.border);
+            measure_border(frame, traits_.slices, values, states, traits_.border);
         if (found) {
             estimates.push_back(*found);
         }
         if (estimates.empty()) {
             return false;
         }
-        const LevelShift level = combine(estimates, std::nullopt, frame.components);
+        const LevelMarks marks(frame, traits_.slices, values, states, traits_.border.reach());
+        const LevelShift level = combine(estimates, std::nullopt, marks, frame.components);
         for (std::size_t at = lost.end - std::min(lost.end, frame.row); at < values.size(); ++at) {
             if (at >= lost.begin) {
                 values[at] =
@@ -212,6 +233,28 @@ std::optional<std::uint64_t> end_in_stream(const StreamBytes& bytes, std::uint64
     return bytes.bytes().size() - (last.end - end);
 }
 
+/// Where an EOI ends that the values run into, if another stream or nothing follows it: there are too few.
+std::optional<std::uint64_t> find_early_end(const StreamWalk& walk) {
+    constexpr std::size_t kNear = 16;
+    const Bytes bytes = walk.bytes().bytes();
+    const auto marks = [&](std::size_t at, unsigned code) {
+        return at + 2 <= bytes.size() && bytes[at] == 0xFF && bytes[at + 1] == code;
+    };
+    const auto from = static_cast<std::size_t>(walk.place_of(walk.decoded()).place.byte);
+    for (std::size_t at = from; at < from + kNear; ++at) {
+        if (marks(at, lossless_jpeg::kEoi)) {
+            std::size_t next = at + 2;
+            while (next < std::min(at + kNear, bytes.size()) && bytes[next] == 0) {
+                ++next;
+            }
+            return next == bytes.size() || marks(next, lossless_jpeg::kSoi)
+                       ? std::optional<std::uint64_t>(at + 2)
+                       : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
 RepairedStream take_whole(StreamWalk& walk) {
     const Bytes all = walk.bytes().bytes().first(static_cast<std::size_t>(*walk.find_end()));
     return {{all.begin(), all.end()}, true, {}, {}};
@@ -227,6 +270,20 @@ std::size_t measure_period(Bytes file, const lossless_jpeg::Head& head) {
     return find_row_period(frame, values);
 }
 
+/// The first fault of a stream, or a break if there is none.
+std::optional<StreamBreak> find_worst_break(const lossless_jpeg::Head& head, StreamBytes& bytes,
+                                            std::size_t period) {
+    StreamWalk walk(head, period, bytes);
+    std::optional<StreamBreak> worst;
+    while (const auto broken = walk.run(walk.frame().count())) {
+        worst = broken;
+        if (broken->is_fault) {
+            break;
+        }
+    }
+    return worst;
+}
+
 } // namespace
 
 bool can_repair(const lossless_jpeg::Head& head) {
@@ -235,11 +292,12 @@ bool can_repair(const lossless_jpeg::Head& head) {
 
 StreamTraits measure_stream(Bytes file, const lossless_jpeg::Head& head,
                             std::span<const std::uint32_t> slices, std::size_t height) {
-    StreamTraits traits{measure_period(file, head), {}, {}, {}};
+    StreamTraits traits{measure_period(file, head), {}, true, {}, {}};
     StreamBytes bytes(file, head.begin, file.size() - head.begin);
     StreamWalk walk(head, traits.period, bytes);
     while (const auto broken = walk.run(walk.frame().count())) {
         if (broken->is_fault) {
+            traits.is_possible = false;
             break;
         }
         traits.alarms.push_back(broken->value);
@@ -264,25 +322,29 @@ RepairedStream repair_stream(Bytes damaged, const lossless_jpeg::Head& head, std
             return take_whole(walk);
         }
         if (care == Care::kNone || tears.undone() + tears.passed_over() == 0) {
-            return StreamRepair(head, walk, traits, filling).run(tears.suspects(), end_in_stream(bytes, end));
+            const auto early = find_early_end(walk);
+            return StreamRepair(head, walk, traits, filling)
+                .run(tears.suspects(), early ? early : end_in_stream(bytes, end));
         }
         // Where some is lost, nothing proves that any other place was a tear.
         care = care == Care::kCautious && tears.passed_over() > 0 ? Care::kBold : Care::kNone;
     }
 }
 
-std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
-                                            Bytes sample, const lossless_jpeg::Head& sample_head,
-                                            std::span<const std::uint64_t> origins) {
+CheckedStream check_values(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end, Bytes sample,
+                           const lossless_jpeg::Head& sample_head, std::span<const std::uint64_t> origins) {
     StreamBytes bytes(damaged, head.begin, end - head.begin + kMoreBytes);
-    const std::size_t period = measure_period(damaged, head);
-    if (!StreamWalk(head, period, bytes).run(StreamFrame(head).count())) {
-        return std::nullopt;
+    const auto broken = find_worst_break(head, bytes, measure_period(damaged, head));
+    if (!broken) {
+        return {};
     }
     const StreamTraits traits = measure_stream(sample, sample_head, {}, 0);
     StreamWalk walk(head, traits.period, bytes);
     StreamTears tears(damaged, walk, origins, traits.alarms, StreamTears::Care::kCautious);
-    return tears.run() && tears.undone() > 0 ? std::optional(take_whole(walk)) : std::nullopt;
+    if (tears.run() && tears.undone() > 0) {
+        return {take_whole(walk), true};
+    }
+    return {std::nullopt, !broken->is_fault || !traits.is_possible};
 }
 
 std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head) {

@@ -21,6 +21,7 @@ struct RepairedStream {
 struct StreamTraits {
     std::size_t period = 1;          ///< As find_row_period() returns.
     std::vector<std::size_t> alarms; ///< Values that do not fit the rows above, in ascending order.
+    bool is_possible = true;         ///< An encoder writes such values.
     StreamSlices slices;
     MaskedBorder border; ///< None if not all values can be decoded.
 };
@@ -41,12 +42,16 @@ struct StreamTraits {
                                            const StreamTraits& traits, std::span<const std::uint64_t> origins,
                                            Filling filling);
 
-/// The stream put together again if clusters of it were exchanged so that it is complete all the same, but
-/// its rows do not fit. Nothing if it is as it should be, or no better order is found.
-[[nodiscard]] std::optional<RepairedStream> undo_exchange(Bytes damaged, const lossless_jpeg::Head& head,
-                                                          std::uint64_t end, Bytes sample,
-                                                          const lossless_jpeg::Head& sample_head,
-                                                          std::span<const std::uint64_t> origins);
+/// What the values of a complete stream say of it. Codes fall into step again after damage, and there may be
+/// as many of them by chance.
+struct CheckedStream {
+    /// The stream put together again, if clusters of it were exchanged.
+    std::optional<RepairedStream> reordered;
+    bool is_possible = true; ///< An encoder writes such values, or those of the sample are as odd.
+};
+[[nodiscard]] CheckedStream check_values(Bytes damaged, const lossless_jpeg::Head& head, std::uint64_t end,
+                                         Bytes sample, const lossless_jpeg::Head& sample_head,
+                                         std::span<const std::uint64_t> origins);
 
 /// A stream with the head of another one and without any differences: grey.
 [[nodiscard]] std::vector<unsigned char> make_grey_stream(Bytes file, const lossless_jpeg::Head& head);

@@ -1,6 +1,6 @@
 #include "mend/StreamRuns.h"
 
-#include "mend/StreamGreens.h"
+#include "mend/LevelShift.h"
 #include "mend/StreamPlaces.h"
 
 #include <algorithm>
@@ -25,11 +25,13 @@ class RunsRepair {
 
     std::optional<StreamRuns> run(std::span<const StreamTears::Suspect> suspects, std::uint64_t end) {
         const std::size_t first_row = suspects.front().value / frame_.row;
-        const std::size_t begin = (first_row - std::min(first_row, kRowsBefore)) * frame_.row;
+        const bool is_short = has_too_few_values(walk_, end);
+        const std::size_t before_first = is_short ? first_row : kRowsBefore;
+        const std::size_t begin = (first_row - std::min(first_row, before_first)) * frame_.row;
         chain_ = decode_chain(walk_, walk_.place_of(begin), end);
         auto placed = place_runs(frame_, chain_, find_phase_runs(frame_, chain_), lag_);
         if (placed.empty() || placed.front().value != chain_.first + placed.front().run.begin ||
-            (placed.size() == 1 && end_of(placed.front()) + lag_ >= frame_.count())) {
+            (placed.size() == 1 && (is_short || end_of(placed.front()) + lag_ >= frame_.count()))) {
             return std::nullopt;
         }
         const std::size_t before = end_of(placed.front());
@@ -213,7 +215,8 @@ class RunsRepair {
             estimates.push_back(std::move(*seam));
         }
         const auto balance = measure_greens(frame_, slices_, values, states_);
-        const LevelShift shift = combine(estimates, balance, frame_.components);
+        const LevelMarks marks(frame_, slices_, values, states_, border_.reach());
+        const LevelShift shift = combine(estimates, balance, marks, frame_.components);
         for (std::size_t at = run.begin; at < run.end; ++at) {
             values[at] =
                 static_cast<std::uint16_t>(values[at] + shift.shift[at % frame_.row % frame_.components]);

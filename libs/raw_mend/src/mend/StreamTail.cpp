@@ -1,5 +1,6 @@
 #include "mend/StreamTail.h"
 
+#include "mend/LevelShift.h"
 #include "mend/StreamEncoding.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ bool shift_levels(const StreamFrame& frame, std::span<std::uint16_t> values, std
     if (estimates.empty()) {
         return false;
     }
-    const LevelShift level = combine(estimates, std::nullopt, frame.components);
+    const LevelShift level = combine(estimates, std::nullopt, {}, frame.components);
     for (std::size_t at = from; at < values.size(); ++at) {
         values[at] = static_cast<std::uint16_t>(values[at] + level.shift[at % frame.row % frame.components]);
     }

@@ -44,11 +44,8 @@ class TornStreams {
                 if (!complete_eoi(piece)) {
                     repair(piece, *head, *sample);
                 }
-            } else if (auto exchanged = image_.pieces.size() > kMostExchanged
-                                            ? std::nullopt
-                                            : undo_exchange(damaged_, *head, image_.pieces[piece]->end(),
-                                                            sample_.file, *sample, kOrigins)) {
-                image_.mended.push_back({piece, std::move(exchanged->bytes)});
+            } else if (image_.pieces.size() <= kMostExchanged) {
+                check(piece, *head, *sample);
             }
         }
     }
@@ -90,6 +87,17 @@ class TornStreams {
     void fill(std::size_t piece, const lossless_jpeg::Head& sample) {
         image_.mended.push_back({piece, make_grey_stream(sample_.file, sample)});
         add(area_of_piece(raw_, piece), image_.lost);
+    }
+
+    void check(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
+        CheckedStream checked =
+            check_values(damaged_, head, image_.pieces[piece]->end(), sample_.file, sample, kOrigins);
+        if (checked.reordered) {
+            image_.mended.push_back({piece, std::move(checked.reordered->bytes)});
+        } else if (!checked.is_possible) {
+            image_.proved -= std::min<std::size_t>(image_.proved, 1);
+            repair(piece, head, sample);
+        }
     }
 
     void repair(std::size_t piece, const lossless_jpeg::Head& head, const lossless_jpeg::Head& sample) {
@@ -134,7 +142,7 @@ class TornStreams {
 
 } // namespace
 
-bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
+bool has_refuted_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
     const Image& raw = sample.description.raw;
     if (raw.frame.coding != Coding::kLosslessJpeg || pieces.size() > kMostExchanged) {
         return false;
@@ -142,9 +150,12 @@ bool has_exchanged_streams(Bytes damaged, const Sample& sample, const std::vecto
     for (std::size_t piece = 0; piece < pieces.size(); ++piece) {
         const auto head = lossless_jpeg::read_head(damaged, pieces[piece].offset);
         const auto like = lossless_jpeg::read_head(sample.file, raw.pieces[piece].data.offset);
-        if (head && like && can_repair(*head) && can_repair(*like) &&
-            undo_exchange(damaged, *head, pieces[piece].end(), sample.file, *like, kOrigins)) {
-            return true;
+        if (head && like && can_repair(*head) && can_repair(*like)) {
+            const CheckedStream checked =
+                check_values(damaged, *head, pieces[piece].end(), sample.file, *like, kOrigins);
+            if (checked.reordered || !checked.is_possible) {
+                return true;
+            }
         }
     }
     return false;

@@ -11,8 +11,8 @@ namespace raw_mend {
 void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image);
 
 /// Whether mend_streams() would put one of these pieces together anew although all are complete: clusters of
-/// it were exchanged. There are as many as in the sample.
-[[nodiscard]] bool has_exchanged_streams(Bytes damaged, const Sample& sample,
-                                         const std::vector<Extent>& pieces);
+/// it were exchanged, or no encoder writes its values. There are as many as in the sample.
+[[nodiscard]] bool has_refuted_streams(Bytes damaged, const Sample& sample,
+                                       const std::vector<Extent>& pieces);
 
 } // namespace raw_mend
