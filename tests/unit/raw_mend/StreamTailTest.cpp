@@ -126,7 +126,8 @@ TEST(MaskedBorder, MeasuresTheLevelOfARun) {
     const auto by_sample = measure_border(frame, slices, values, states, border);
     ASSERT_EQ(by_sample.size(), 1U);
     EXPECT_NEAR(by_sample[0].shift[0], 300, 0.3);
-    EXPECT_FALSE(combine(by_sample, std::nullopt, {}, 2).is_certain) << "another photograph's level is a guess";
+    EXPECT_FALSE(combine(by_sample, std::nullopt, {}, 2).is_certain)
+        << "another photograph's level is a guess";
     std::fill(states.begin() + 260, states.end(), raw_mend::RowState::kLost);
     EXPECT_TRUE(measure_border(frame, slices, values, states, border).empty()) << "too few rows";
     EXPECT_TRUE(measure_border(frame, slices, values, states, {}).empty()) << "no border";

@@ -13,7 +13,4 @@ struct ImageRange {
     bool operator==(const ImageRange&) const = default;
 };
 
-/// What file systems and disks lose, move and exchange whole numbers of.
-inline constexpr std::uint64_t kSectorBytes = 512;
-
 } // namespace raw_mend

@@ -10,7 +10,7 @@ namespace raw_mend {
 /// The columns at the left of a sensor that no light reaches. Their values are noise around the camera's
 /// black level, so they show at which level the values of a stream are.
 struct MaskedBorder {
-    std::size_t columns = 0; ///< Those that are masked for certain.
+    std::size_t columns = 0;    ///< Those that are masked for certain.
     std::vector<double> levels; ///< Means, by component.
 
     /// Columns that may be masked.

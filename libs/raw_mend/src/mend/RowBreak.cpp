@@ -1,5 +1,6 @@
 #include "mend/RowBreak.h"
 
+#include "locate/Sectors.h"
 #include "mend/RowReader.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "mend/RowClusters.h"
 
+#include "locate/Sectors.h"
 #include "mend/RowDifferences.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "mend/RowImage.h"
 
+#include "locate/Sectors.h"
+
 #include <algorithm>
 #include <iterator>
 

@@ -1,5 +1,6 @@
 #include "mend/RowPath.h"
 
+#include "locate/Sectors.h"
 #include "mend/RowBreak.h"
 #include "mend/RowReader.h"
 #include "mend/RowTears.h"
@@ -15,7 +16,6 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::uint64_t kUsualCluster = 4096;     ///< File systems have no smaller ones by default.
 constexpr std::uint64_t kLargestCluster = 131072; ///< Of exFAT, on cards.
 constexpr std::size_t kMostStarts = 9;
 constexpr std::size_t kMostTears = 48; ///< The clearest ones are compared.
@@ -316,7 +316,7 @@ bool are_distinct(std::span<const std::int64_t> starts, std::int64_t row_bytes) 
 /// Clusters are as small as possible, so that larger ones are among them.
 std::vector<std::int64_t> possible_starts(std::int64_t front, std::int64_t back) {
     const auto lost = static_cast<std::uint64_t>(front - back);
-    std::uint64_t cluster = lost % kUsualCluster == 0 ? kUsualCluster : kSectorBytes;
+    std::uint64_t cluster = lost % kClusterBytes == 0 ? kClusterBytes : kSectorBytes;
     while (lost / cluster >= kMostStarts) {
         cluster *= 2;
     }

@@ -1,5 +1,6 @@
 #include "mend/RowSegments.h"
 
+#include "locate/Sectors.h"
 #include "mend/RowPath.h"
 
 #include <algorithm>

@@ -21,9 +21,8 @@ struct RowTear {
 /// The tears in the rows of an image, by offset, without the first and the last few rows. Reads each row once
 /// for each start.
 ///
-///   starts  offsets at which the image may begin, the first by its first bytes: at least one for each place
-///   at
-///           which groups of samples may begin. Others make packed samples look torn everywhere.
+///   starts  offsets at which the image may begin, the first by its first bytes: one or more for each place
+///           where a group of samples may begin. Others make packed samples look torn everywhere.
 [[nodiscard]] std::vector<RowTear> find_row_tears(Bytes file, const RowGeometry& geometry,
                                                   std::span<const std::int64_t> starts);
 

@@ -1,5 +1,6 @@
 #include "mend/StreamChain.h"
 
+#include "locate/Sectors.h"
 #include "mend/RowImage.h"
 
 #include <algorithm>
@@ -11,10 +12,9 @@ namespace {
 /// Runs of one value of a cluster or more, after which the stream goes on. Rows of one brightness have
 /// shorter ones.
 std::vector<ImageRange> find_filler(Bytes bytes) {
-    constexpr std::uint64_t kCluster = 4096;
     std::vector<ImageRange> runs = find_filler_runs(bytes);
     std::erase_if(runs, [&](const ImageRange& run) {
-        return run.length() < kCluster || run.end + kCluster > bytes.size();
+        return run.length() < kClusterBytes || run.end + kClusterBytes > bytes.size();
     });
     return runs;
 }

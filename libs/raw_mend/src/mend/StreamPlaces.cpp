@@ -1,6 +1,6 @@
 #include "mend/StreamPlaces.h"
 
-#include "mend/StreamSearch.h"
+#include "locate/Sectors.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +12,6 @@ namespace raw_mend {
 
 namespace {
 
-constexpr double kCluster = 4096;
 constexpr std::size_t kMostOptions = 64; // For each gap.
 constexpr std::size_t kMostRuns = 16;
 constexpr double kLeastForeign = 1200; // Bytes.
@@ -160,7 +159,8 @@ class RunPlacing {
             const double units = std::max(std::round(bytes / unit), 1.0);
             return std::abs(bytes - units * unit) / (tolerance + kByUnit * units * unit) + kByUnit * units;
         };
-        return std::min(penalty(kCluster), penalty(static_cast<double>(kSector)) + kForSectors);
+        return std::min(penalty(static_cast<double>(kClusterBytes)),
+                        penalty(static_cast<double>(kSectorBytes)) + kForSectors);
     }
 
     [[nodiscard]] double penalty_of(const ChainGap& gap, double missing) const {

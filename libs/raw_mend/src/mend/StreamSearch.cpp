@@ -1,5 +1,7 @@
 #include "mend/StreamSearch.h"
 
+#include "locate/Sectors.h"
+
 #include <lossless_jpeg/Markers.h>
 
 #include <algorithm>
@@ -45,16 +47,15 @@ bool has_foreign_marker(Bytes sector) {
 } // namespace
 
 std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_t> origins) {
-    constexpr std::uint64_t kLongRun = 4096;
     std::vector<std::uint64_t> sectors;
     for (const std::uint64_t origin : origins) {
         ByteRange run;
-        for (std::uint64_t offset = origin % kSector; offset < file.size(); offset += kSector) {
+        for (std::uint64_t offset = origin % kSectorBytes; offset < file.size(); offset += kSectorBytes) {
             if (offset >= run.end) {
                 run = {offset, end_of_value(file, offset)};
             }
-            const std::uint64_t end = std::min<std::uint64_t>(offset + kSector, file.size());
-            const bool is_filler = run.length() >= kLongRun && end <= run.end;
+            const std::uint64_t end = std::min<std::uint64_t>(offset + kSectorBytes, file.size());
+            const bool is_filler = run.length() >= kClusterBytes && end <= run.end;
             if (!is_filler && !has_foreign_marker(file.subspan(static_cast<std::size_t>(offset),
                                                                static_cast<std::size_t>(end - offset)))) {
                 sectors.push_back(offset);
@@ -67,13 +68,13 @@ std::vector<std::uint64_t> find_sectors(Bytes file, std::span<const std::uint64_
 StreamSearch::StreamSearch(Bytes file, StreamWalk& walk, std::span<const std::uint64_t> origins,
                            std::span<const std::uint64_t> sectors, const StreamBreak& broken)
     : file_(file), walk_(walk), origins_(origins), sectors_(sectors), broken_(broken.value),
-      buffer_(kContext + kSector) {
+      buffer_(kContext + kSectorBytes) {
     find_boundaries(broken);
 }
 
 bool StreamSearch::is_boundary(std::uint64_t offset) const {
     return std::ranges::any_of(origins_,
-                               [&](std::uint64_t origin) { return (offset - origin) % kSector == 0; });
+                               [&](std::uint64_t origin) { return (offset - origin) % kSectorBytes == 0; });
 }
 
 void StreamSearch::find_boundaries(const StreamBreak& broken) {
@@ -149,13 +150,13 @@ double StreamSearch::misfit_at(const Boundary& boundary, std::uint64_t offset, s
     std::copy_n(walk_.bytes().bytes().begin() + static_cast<std::ptrdiff_t>(place.place.byte), context,
                 buffer_.begin());
     const Bytes more = file_.subspan(static_cast<std::size_t>(offset));
-    const std::size_t length = std::min(more.size(), std::min<std::size_t>(count * 4, kSector));
+    const std::size_t length = std::min(more.size(), std::min<std::size_t>(count * 4, kSectorBytes));
     std::copy_n(more.begin(), length, buffer_.begin() + static_cast<std::ptrdiff_t>(context));
     lossless_jpeg::DifferenceReader reader(Bytes(buffer_).first(context + length), walk_.tables(),
                                            {0, place.place.bit});
     const auto values = std::span(walk_.values());
     const std::size_t decoded = decode_values(reader, walk_.frame(), values, place.value, end);
-    if (decoded < end && (decoded < place.value + kMoreValues || length < kSector)) {
+    if (decoded < end && (decoded < place.value + kMoreValues || length < kSectorBytes)) {
         return kMuch;
     }
     const bool fits = std::all_of(values.begin() + static_cast<std::ptrdiff_t>(place.value),

@@ -14,9 +14,6 @@ struct Continuation {
     double misfit = 0; ///< Of the values from the break on, as StreamFit::misfit() counts.
 };
 
-/// The clusters in which files are torn begin at multiples of kSector, counted from some offset.
-inline constexpr std::uint64_t kSector = 512;
-
 /// The offsets of sectors, counted from any of the origins, at which a torn stream may go on: all in the
 /// file, except within long runs of one value, which are no entropy-coded data of a photograph, and those
 /// with a marker that such data do not have. Takes linear time.

@@ -3,6 +3,7 @@
 #include "locate/Anchors.h"
 #include "locate/CodeChains.h"
 #include "locate/ImageContent.h"
+#include "locate/Sectors.h"
 #include "ways/Layouts.h"
 
 #include <algorithm>
@@ -186,13 +187,12 @@ class HeadlessSearch {
     /// Whether something besides the data shows that they begin there: perhaps with bytes like the filler
     /// before them. If their first bytes are lost, what precedes the others may decode too.
     [[nodiscard]] bool is_at_a_start(const Decoded& decoded, bool may_be_alike) const {
-        constexpr std::uint64_t kSectorLength = 512;
         const std::uint64_t start = decoded.data.offset;
         const auto filler_end = std::ranges::lower_bound(filler_ends_, start);
         const bool is_after_filler = filler_end != filler_ends_.end() &&
                                      *filler_end - start <= (may_be_alike ? count_alike(*filler_end) : 0);
         return decoded.is_expected || is_after_filler ||
-               (start % kSectorLength == 0 && sample_.range().offset % kSectorLength == 0);
+               (start % kSectorBytes == 0 && sample_.range().offset % kSectorBytes == 0);
     }
 
     /// How many first bytes of an image may be like the filler that ends there: about as many as in the

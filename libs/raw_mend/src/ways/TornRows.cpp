@@ -3,6 +3,7 @@
 #include "locate/Anchors.h"
 #include "locate/PhasePieces.h"
 #include "locate/RowFit.h"
+#include "locate/Sectors.h"
 #include "mend/ImageRange.h"
 #include "mend/RowClusters.h"
 #include "mend/RowExchange.h"
