@@ -21,7 +21,7 @@ class RunsRepair {
   public:
     RunsRepair(StreamWalk& walk, const StreamSlices& slices, const MaskedBorder& border)
         : walk_(walk), frame_(walk.frame()), lag_(walk.fit().lag()), slices_(slices), border_(border),
-          states_(frame_.rows, RowState::kLost) {}
+          states_(frame_.rows, RowState::kLost), trusted_(states_) {}
 
     std::optional<StreamRuns> run(std::span<const StreamTears::Suspect> suspects, std::uint64_t end) {
         const std::size_t first_row = suspects.front().value / frame_.row;
@@ -37,8 +37,8 @@ class RunsRepair {
         const std::size_t before = end_of(placed.front());
         result_.loss = std::min(find_loss(suspects, before), walk_.decoded());
         result_.certain = find_certain(suspects, result_.loss);
-        std::fill(states_.begin(), states_.begin() + static_cast<std::ptrdiff_t>(result_.loss / frame_.row),
-                  RowState::kKnown);
+        set_rows(states_, {0, result_.loss}, RowState::kKnown);
+        set_rows(trusted_, {0, result_.loss}, RowState::kKnown);
         fill_values(frame_, lag_, walk_.values(), {result_.loss, frame_.count()});
         ValueRun above{0, result_.loss};
         for (const PlacedRun& run : std::span(placed).subspan(1)) {
@@ -51,6 +51,12 @@ class RunsRepair {
     }
 
   private:
+    /// Sets the state of the rows from one in which a run begins up to one in which it ends.
+    void set_rows(std::vector<RowState>& states, const ValueRun& run, RowState state) const {
+        std::fill(states.begin() + static_cast<std::ptrdiff_t>(run.begin / frame_.row),
+                  states.begin() + static_cast<std::ptrdiff_t>(run.end / frame_.row), state);
+    }
+
     [[nodiscard]] static std::size_t end_of(const PlacedRun& run) {
         return run.value + run.run.end - run.run.begin;
     }
@@ -136,16 +142,16 @@ class RunsRepair {
         if (run.begin >= run.end) {
             return;
         }
-        const auto begin = states_.begin();
-        std::fill(begin + static_cast<std::ptrdiff_t>(run.begin / frame_.row),
-                  begin + static_cast<std::ptrdiff_t>(run.end / frame_.row), RowState::kRun);
-        const bool is_level = level(above, run);
-        std::fill(begin + static_cast<std::ptrdiff_t>(run.begin / frame_.row),
-                  begin + static_cast<std::ptrdiff_t>(run.end / frame_.row), RowState::kKnown);
-        is_trusted_ = is_trusted_ && placed.is_certain && is_level;
-        if (!is_trusted_) {
+        set_rows(states_, run, RowState::kRun);
+        set_rows(trusted_, run, RowState::kRun);
+        const bool is_trusted = level(above, run) && placed.is_certain;
+        set_rows(states_, run, RowState::kKnown);
+        set_rows(trusted_, run, is_trusted ? RowState::kKnown : RowState::kLost);
+        if (!is_trusted) {
             result_.doubtful.push_back(run);
         }
+        is_above_trusted_ = is_trusted;
+        has_untrusted_ = has_untrusted_ || !is_trusted;
         lose({above.end, run.begin});
         fill_values(frame_, lag_, walk_.values(), {above.end, run.begin});
         fill_values(frame_, lag_, walk_.values(), {run.end, frame_.count()});
@@ -204,19 +210,14 @@ class RunsRepair {
         run = {first * frame_.row, last * frame_.row};
     }
 
-    /// Whether the level is certain.
+    /// Whether the level is certain: by runs that are trusted themselves. Others show it, but prove nothing.
     bool level(const ValueRun& above, const ValueRun& run) {
+        LevelShift shift = measure(trusted_, is_above_trusted_ ? &above : nullptr, run);
+        if (!shift.is_certain && has_untrusted_) {
+            shift = measure(states_, &above, run);
+            shift.is_certain = false;
+        }
         const auto values = std::span(walk_.values());
-        std::vector<LevelEstimate> estimates = measure_border(frame_, slices_, values, states_, border_);
-        if (auto rows = measure_level(frame_, values, lag_ / frame_.row, gap_between(above, run))) {
-            estimates.push_back(std::move(*rows));
-        }
-        if (auto seam = measure_seam(frame_, slices_, values, states_)) {
-            estimates.push_back(std::move(*seam));
-        }
-        const auto balance = measure_greens(frame_, slices_, values, states_);
-        const LevelMarks marks(frame_, slices_, values, states_, border_.reach());
-        const LevelShift shift = combine(estimates, balance, marks, frame_.components);
         for (std::size_t at = run.begin; at < run.end; ++at) {
             values[at] =
                 static_cast<std::uint16_t>(values[at] + shift.shift[at % frame_.row % frame_.components]);
@@ -224,15 +225,38 @@ class RunsRepair {
         return shift.is_certain;
     }
 
+    /// How far a run is from its level.
+    ///
+    ///   above  values right above it to compare it with; null: none
+    [[nodiscard]] LevelShift measure(std::span<const RowState> states, const ValueRun* above,
+                                     const ValueRun& run) const {
+        const auto values = std::span<const std::uint16_t>(walk_.values());
+        std::vector<LevelEstimate> estimates = measure_border(frame_, slices_, values, states, border_);
+        auto rows = above != nullptr
+                        ? measure_level(frame_, values, lag_ / frame_.row, gap_between(*above, run))
+                        : std::nullopt;
+        if (rows) {
+            estimates.push_back(std::move(*rows));
+        }
+        if (auto seam = measure_seam(frame_, slices_, values, states)) {
+            estimates.push_back(std::move(*seam));
+        }
+        const auto balance = measure_greens(frame_, slices_, values, states);
+        const LevelMarks marks(frame_, slices_, values, states, border_.reach());
+        return combine(estimates, balance, marks, frame_.components);
+    }
+
     StreamWalk& walk_;
     const StreamFrame& frame_;
     std::size_t lag_;
     const StreamSlices& slices_;
     const MaskedBorder& border_;
-    std::vector<RowState> states_; // By row of the stream.
+    std::vector<RowState> states_;  // By row of the stream.
+    std::vector<RowState> trusted_; // The same, with only those runs known that are trusted.
     StreamChain chain_;
     StreamRuns result_;
-    bool is_trusted_ = true; // Whether all runs so far are at their places and levels.
+    bool is_above_trusted_ = true; // Whether the run above is at its place and level for certain.
+    bool has_untrusted_ = false;
 };
 
 } // namespace
