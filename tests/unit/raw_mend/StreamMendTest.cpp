@@ -214,6 +214,24 @@ TEST(MendStreamsRealFiles, BringsTheRestBackToItsLevel) {
     }
 }
 
+TEST(MendStreamsRealFiles, ProvesWhatIsBetweenSeveralLosses) {
+    REAL_FILE_OR_SKIP(original, "pairs/canon-30d/IMG_0848.CR2");
+    REAL_FILE_OR_SKIP(sample, "pairs/canon-30d/IMG_5952.CR2");
+    Bytes damaged;
+    std::size_t begin = 0;
+    for (const std::size_t lost : {2940928U, 3805184U, 7020544U}) {
+        damaged = joined(damaged, part(original, begin, lost));
+        begin = lost + kCluster;
+    }
+    damaged = joined(damaged, part(original, begin, original.size()));
+    const auto picture = decode_raw(original);
+    const Outcome outcome = repair(damaged, sample);
+    ASSERT_TRUE(outcome.picture && picture);
+    EXPECT_EQ(broken_promises(outcome, *picture), 0U);
+    EXPECT_LT(pixels_of(outcome.image.lost) + pixels_of(outcome.image.doubtful),
+              picture->samples.size() / 50);
+}
+
 /// A stream whose values are up to 3000 in the first half of its rows, and up to another one in the rest.
 Bytes stream_up_to(int most) {
     constexpr unsigned kColumns = 128;

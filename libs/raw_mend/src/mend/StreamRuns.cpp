@@ -2,6 +2,7 @@
 
 #include "mend/LevelShift.h"
 #include "mend/StreamPlaces.h"
+#include "mend/StreamSides.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,10 +48,21 @@ class RunsRepair {
         if (above.end < frame_.count()) {
             lose({above.end, frame_.count()});
         }
+        settle();
         return std::move(result_);
     }
 
   private:
+    /// Values between losses, with those above.
+    struct Part {
+        ValueRun run;
+        ValueRun above;
+        bool is_placed = false; ///< For certain.
+        bool is_level = false;
+
+        [[nodiscard]] bool is_trusted() const { return is_placed && is_level; }
+    };
+
     /// Sets the state of the rows from one in which a run begins up to one in which it ends.
     void set_rows(std::vector<RowState>& states, const ValueRun& run, RowState state) const {
         std::fill(states.begin() + static_cast<std::ptrdiff_t>(run.begin / frame_.row),
@@ -143,15 +155,10 @@ class RunsRepair {
             return;
         }
         set_rows(states_, run, RowState::kRun);
-        set_rows(trusted_, run, RowState::kRun);
-        const bool is_trusted = level(above, run) && placed.is_certain;
+        const LevelShift shift = measure(states_, &above, run);
+        move(run, shift);
         set_rows(states_, run, RowState::kKnown);
-        set_rows(trusted_, run, is_trusted ? RowState::kKnown : RowState::kLost);
-        if (!is_trusted) {
-            result_.doubtful.push_back(run);
-        }
-        is_above_trusted_ = is_trusted;
-        has_untrusted_ = has_untrusted_ || !is_trusted;
+        parts_.push_back({run, above, placed.is_certain, false});
         lose({above.end, run.begin});
         fill_values(frame_, lag_, walk_.values(), {above.end, run.begin});
         fill_values(frame_, lag_, walk_.values(), {run.end, frame_.count()});
@@ -210,19 +217,48 @@ class RunsRepair {
         run = {first * frame_.row, last * frame_.row};
     }
 
-    /// Whether the level is certain: by runs that are trusted themselves. Others show it, but prove nothing.
-    bool level(const ValueRun& above, const ValueRun& run) {
-        LevelShift shift = measure(trusted_, is_above_trusted_ ? &above : nullptr, run);
-        if (!shift.is_certain && has_untrusted_) {
-            shift = measure(states_, &above, run);
-            shift.is_certain = false;
-        }
+    void move(const ValueRun& run, const LevelShift& shift) {
         const auto values = std::span(walk_.values());
         for (std::size_t at = run.begin; at < run.end; ++at) {
             values[at] =
                 static_cast<std::uint16_t>(values[at] + shift.shift[at % frame_.row % frame_.components]);
         }
-        return shift.is_certain;
+    }
+
+    /// Trusts what values before the loss prove, then what these prove, and so on.
+    void settle() {
+        for (bool has_changed = true; has_changed;) {
+            has_changed = false;
+            for (Part& part : parts_) {
+                if (!part.is_trusted() && prove(part)) {
+                    has_changed = true;
+                }
+            }
+        }
+        for (const Part& part : parts_) {
+            if (!part.is_trusted()) {
+                result_.doubtful.push_back(part.run);
+            }
+        }
+    }
+
+    bool prove(Part& part) {
+        set_rows(trusted_, part.run, RowState::kRun);
+        if (!part.is_placed) {
+            const auto moved = find_place_by_sides(frame_, slices_, walk_.values(), trusted_);
+            part.is_placed = moved && *moved == 0;
+        }
+        if (!part.is_level) {
+            const std::size_t rows_above = part.above.end / frame_.row;
+            const bool has_above = rows_above > 0 && trusted_[rows_above - 1] == RowState::kKnown;
+            const LevelShift shift = measure(trusted_, has_above ? &part.above : nullptr, part.run);
+            if (shift.is_certain) {
+                move(part.run, shift);
+                part.is_level = true;
+            }
+        }
+        set_rows(trusted_, part.run, part.is_trusted() ? RowState::kKnown : RowState::kLost);
+        return part.is_trusted();
     }
 
     /// How far a run is from its level.
@@ -252,11 +288,10 @@ class RunsRepair {
     const StreamSlices& slices_;
     const MaskedBorder& border_;
     std::vector<RowState> states_;  // By row of the stream.
-    std::vector<RowState> trusted_; // The same, with only those runs known that are trusted.
+    std::vector<RowState> trusted_; // The same, with only those parts known that are trusted.
     StreamChain chain_;
     StreamRuns result_;
-    bool is_above_trusted_ = true; // Whether the run above is at its place and level for certain.
-    bool has_untrusted_ = false;
+    std::vector<Part> parts_;
 };
 
 } // namespace

@@ -15,9 +15,11 @@ struct StreamRuns {
 };
 
 /// Decodes what is between losses and after them, up to where the stream ends: run after run, each placed by
-/// where its rows begin, and levelled by the rows above and beside it and by its masked columns. The walk's
-/// values become those of the photograph; lost ones are filled. Nothing, and no value changed, if the runs
-/// are not clear: the predictor is another one than 1, or nothing is lost.
+/// where its rows begin, and levelled by the rows above and beside it, by its masked columns, and by how
+/// often single values occur. A run is doubtful unless values before the first loss, or other runs that are
+/// not doubtful, prove its place and its level. The walk's values become those of the photograph; lost ones
+/// are filled. Nothing, and no value changed, if the runs are not clear: the predictor is another one than 1,
+/// or nothing is lost.
 ///
 ///   suspects  the breaks of the walk, in ascending order
 ///   border    as in a like stream; it may be none
