@@ -62,7 +62,7 @@ LevelMarks marks_of(std::vector<std::uint16_t> values, int off, std::size_t mask
     for (std::size_t at = std::size_t{kKnownRows} * kRow + 1; at < values.size(); at += 2) {
         values[at] = static_cast<std::uint16_t>(values[at] + off);
     }
-    return {frame, raw_mend::StreamSlices({}, 0, frame, 2 * kRow), values, states, masked};
+    return {frame, raw_mend::StreamSlices({}, 0, frame, 2 * std::size_t{kRow}), values, states, masked};
 }
 
 constexpr double kClear = 100; // Many times what makes a shift certain.
@@ -130,7 +130,8 @@ TEST(LevelMarks, OfPlainValuesSayNothing) {
 TEST(LevelMarks, ThatDoNotHoldInAllKnownRowsSayLittle) {
     // Each eighth of the known rows is displaced by one more, as values of a damaged part would be.
     const Camera drifting = [](double level, unsigned row) {
-        return gain(level, row) + row / (kKnownRows / 8);
+        const unsigned nth = row / (kKnownRows / 8);
+        return gain(level, row) + nth;
     };
     EXPECT_LT(clearness(marks_of(make_values(drifting), 1), 1), 14);
 }

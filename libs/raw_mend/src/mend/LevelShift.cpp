@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace raw_mend {
 
@@ -56,7 +57,9 @@ struct ShiftCost {
     double cost = 0;
     std::vector<int> shift; ///< By component, or of one.
 
-    auto operator<=>(const ShiftCost&) const = default;
+    bool operator<(const ShiftCost& other) const {
+        return std::tie(cost, shift) < std::tie(other.cost, other.shift);
+    }
 };
 
 /// Shifts of one component around its mean.
@@ -64,10 +67,10 @@ std::vector<ShiftCost> costs_of(const Normal& sum, const LevelMarks& marks, std:
     constexpr double kErrors = 4; // To both sides.
     constexpr double kLeast = 4;  // Whole levels.
     constexpr double kMost = 32;
-    const auto around = static_cast<int>(std::clamp(kErrors * sum.error, kLeast, kMost));
-    const int first = static_cast<int>(std::lround(sum.mean)) - around;
+    const auto around = static_cast<std::size_t>(std::clamp(kErrors * sum.error, kLeast, kMost));
+    const int first = static_cast<int>(std::lround(sum.mean)) - static_cast<int>(around);
     std::vector<ShiftCost> all;
-    for (const double cost : marks.costs(component, first, static_cast<std::size_t>(2 * around + 1))) {
+    for (const double cost : marks.costs(component, first, 2 * around + 1)) {
         const int shift = first + static_cast<int>(all.size());
         all.push_back({cost + sum.cost(shift), {shift}});
     }
@@ -103,7 +106,7 @@ LevelShift combine(std::span<const LevelEstimate> estimates, const std::optional
     LevelShift result;
     double gap = estimates.empty() ? 0 : kMuchLess;
     for (std::vector<ShiftCost>& one : costs) {
-        std::ranges::partial_sort(one, one.begin() + 2);
+        std::partial_sort(one.begin(), one.begin() + 2, one.end());
         result.shift.insert(result.shift.end(), one[0].shift.begin(), one[0].shift.end());
         gap = std::min(gap, one[1].cost - 2 * one[0].cost);
     }
