@@ -21,11 +21,13 @@ import shlex
 import subprocess
 import sys
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir, "join"))
+from source_text import SourceText  # noqa: E402
+
 GROUP = 12  # Sources at a time; other numbers were not measured.
 GROUP_OF_TESTS = 48  # With 12, 57 tests took 69 s of processor time instead of 47: most is in the headers.
 FINDING = re.compile(r"^(/[^:]*):(\d+)(:\d+: (?:warning|error|fatal error): .*)")
-INCLUDE = re.compile(r"\s*#\s*include\b")
-AT_THE_TOP = re.compile(r"\s*($|//|#\s*include\b)")
 
 OWN_DEFINITION = "-DPLATE_MEND_SOURCE_PATH="  # Each source of the library has one of its own.
 
@@ -61,24 +63,6 @@ class Source:
         self.own = [flag for flag in self.flags if flag.startswith(OWN_DEFINITION)]
 
 
-class Text:
-    """The lines of a source with their numbers, apart: what it includes at its top, and the rest."""
-
-    def __init__(self, source):
-        with open(source.path, encoding="utf-8") as stream:
-            numbered = list(enumerate(stream.read().splitlines(), 1))
-        top = next((number for number, line in numbered if not AT_THE_TOP.match(line)), len(numbered) + 1)
-        self.includes = [(number, line) for number, line in numbered if number < top and INCLUDE.match(line)]
-        self.rest = [(number, line) for number, line in numbered if number >= top or not INCLUDE.match(line)]
-        if source.path.endswith("Test.cpp"):
-            self.rest = [(number, self.in_own_namespace(line, source)) for number, line in self.rest]
-
-    @staticmethod
-    def in_own_namespace(line, source):
-        """A test defines nothing for others, so its names need not clash with those of other tests."""
-        return re.sub(r"^(namespace \w[\w:]*) \{", r"\1::" + re.sub(r"\W", "_", os.path.basename(source.path)) + " {", line)
-
-
 class Joined:
     """A file that holds the text of several sources: first what they include, then the rest of each."""
 
@@ -86,10 +70,9 @@ class Joined:
         self.path = os.path.join(folder, re.sub(r"\W+", "_", f"{sources[0].path}_{len(sources)}") + ".cpp")
         self.flags = [flag for flag in sources[0].shared if flag != "-Wshadow"]
         self.lines, self.origins = [], []  # Each line, and the source and line that it is from.
-        texts = [Text(source) for source in sources]
+        texts = [SourceText(source.path) for source in sources]
         included = set()
         for source, text in zip(sources, texts):
-            self.flags += ["-iquote", os.path.dirname(source.path)]
             self.add(source, ((number, line) for number, line in text.includes if line.strip() not in included))
             included.update(line.strip() for _, line in text.includes)
         for source, text in zip(sources, texts):
