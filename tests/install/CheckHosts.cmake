@@ -58,7 +58,7 @@ endfunction()
 function(build_with_cmake type)
     run(${CMAKE_COMMAND} -S "${consumer}" -B "${WORK_DIR}/hosts" -G Ninja "-DCMAKE_BUILD_TYPE=${type}"
         "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" ${ARGN})
-    run(${CMAKE_COMMAND} --build "${WORK_DIR}/hosts")
+    run(${CMAKE_COMMAND} --build "${WORK_DIR}/hosts" --target host_c host_cpp)
 endfunction()
 
 # What pkg-config says of these packages, as a list. "-Wl,-rpath" is the host's own affair.
@@ -95,7 +95,7 @@ elseif(WAY STREQUAL "pkg_config")
     ask_pkg_config(flags plate_mend raw_mend still_mend quill_log)
     run("${CXX_COMPILER}" -std=c++20 "${consumer}/host.cpp" ${flags} -o "${WORK_DIR}/hosts/host_cpp")
 elseif(WAY STREQUAL "add_subdirectory")
-    build_with_cmake(Debug "-DPLATE_MEND_SOURCE_DIR=${SOURCE_DIR}" -DCMAKE_UNITY_BUILD=ON) # Quickly: it is the whole project.
+    build_with_cmake(Debug "-DPLATE_MEND_SOURCE_DIR=${SOURCE_DIR}" -DCMAKE_UNITY_BUILD=ON) # Quickly: it is all libraries.
 else()
     message(FATAL_ERROR "no such way: ${WAY}")
 endif()
