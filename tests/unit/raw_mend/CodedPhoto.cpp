@@ -1,6 +1,8 @@
 #include "CodedPhoto.h"
 
+#include "support/Jpeg.h"
 #include "support/LosslessJpeg.h"
+#include "support/Scene.h"
 
 #include <random>
 
@@ -48,8 +50,7 @@ Bytes stream(std::uint32_t seed, unsigned rows, bool own_tables) {
 
 CodedPhoto::CodedPhoto(const Options& options) : bytes(plain_bytes(options.before, options.seed)) {
     if (options.eoi_before) {
-        bytes = joined(bytes, {0xFF, 0xD8, 0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0});
-        bytes = joined(joined(bytes, plain_bytes(1000, options.seed + 1)), {0xFF, 0xD9});
+        bytes = joined(bytes, make_preview(Scene(options.seed), 160, 120));
     }
     for (std::size_t nth = 0; nth < options.pieces; ++nth) {
         const bool last = nth + 1 == options.pieces;

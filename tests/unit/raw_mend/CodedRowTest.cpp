@@ -206,6 +206,16 @@ TEST_F(CodedRows, EoiOfAPreviewBeforeTheFirstIsNoPiece) {
     EXPECT_EQ(choose(zero, sample).certain(), std::vector<std::size_t>(6, kNone)) << "whose EOI is not known";
 }
 
+TEST_F(CodedRows, HeadOfAPreviewAndEndOfAStreamAreNoPreview) {
+    const CodedPhoto sample(CodedPhoto::Options{.seed = 1, .alignment = 2, .eoi_before = true});
+    const CodedPhoto photo(
+        CodedPhoto::Options{.seed = 2, .before = 9000, .alignment = 2, .eoi_before = true});
+    const Bytes truncated = part(photo.bytes, 0, at(photo.streams[4].begin) + 700);
+    const Bytes before = part(truncated, 0, at(photo.streams[0].begin) - 300);
+    const Bytes after = part(truncated, at(photo.streams[0].end) - 1500, truncated.size());
+    EXPECT_EQ(choose(joined(before, after), sample).certain(), std::vector<std::size_t>(6, kNone));
+}
+
 TEST_F(CodedRows, ExchangedHeadsAreADoubt) {
     // The bytes around the head of stream 4 change places with bytes in the middle of stream 1.
     Bytes damaged = photo_.bytes;

@@ -29,8 +29,7 @@ class Choice {
 
   private:
     [[nodiscard]] bool joined(std::size_t nth) const {
-        return places_[nth].end_known &&
-               sample_.spacing().allows(places_[nth].range(), places_[nth + 1].offset);
+        return is_next(places_[nth], places_[nth + 1], sample_);
     }
 
     /// For each place, how many places before it are one row with it.
@@ -150,9 +149,7 @@ class Choice {
             uncertain += certain ? 0U : 1U;
         }
         if (uncertain != 0) {
-            row_.doubts.push_back("The indices of " + std::to_string(uncertain) + " of " +
-                                  std::to_string(positions.size()) +
-                                  (positions.size() == 1 ? " stream" : " streams") + " are not certain.");
+            row_.doubts.push_back(describe_uncertain(uncertain, positions.size()));
         }
     }
 
@@ -279,6 +276,15 @@ class Choice {
 std::size_t CodedRow::found() const {
     return static_cast<std::size_t>(
         std::count_if(pieces.begin(), pieces.end(), [](const auto& piece) { return piece.has_value(); }));
+}
+
+bool is_next(const CodedPlace& place, const CodedPlace& next, const CodedSample& sample) {
+    return place.end_known && sample.spacing().allows(place.range(), next.offset);
+}
+
+std::string describe_uncertain(std::size_t uncertain, std::size_t streams) {
+    return "The indices of " + std::to_string(uncertain) + " of " + std::to_string(streams) +
+           (streams == 1 ? " stream" : " streams") + " are not certain.";
 }
 
 CodedRow choose_row(Bytes damaged, const std::vector<CodedPlace>& places, const CodedSample& sample) {

@@ -27,6 +27,12 @@ struct CodedRow {
     [[nodiscard]] std::size_t found() const; ///< Pieces that have a place.
 };
 
+/// Whether a stream begins where the sample's spacing allows the next one after a stream.
+[[nodiscard]] bool is_next(const CodedPlace& place, const CodedPlace& next, const CodedSample& sample);
+
+/// The doubt that some streams' indices are not certain. At least one is not.
+[[nodiscard]] std::string describe_uncertain(std::size_t uncertain, std::size_t streams);
+
 /// Chooses the places for the sample's number of pieces. An unbroken row of that many, with the sample's
 /// spacing, is preferred; several such rows are a doubt, and the one that ends as far before the end of the
 /// file as in the sample is chosen, or, if there are several or none, the one with the most proved streams,

@@ -1,12 +1,17 @@
 #include "locate/MissingPieces.h"
 
+#include "coding/BaselineJpeg.h"
+
 #include <algorithm>
+#include <array>
 
 namespace raw_mend {
 
 namespace {
 
 constexpr std::uint64_t kFillerBytes = 32;
+constexpr std::ptrdiff_t kMostHeadBytes =
+    65536; // Of a preview, from SOI to the end of SOS: an APP1 among them.
 
 bool is_filler_before(Bytes damaged, std::uint64_t offset) {
     if (offset < kFillerBytes) {
@@ -43,22 +48,36 @@ class GapSearch {
     }
 
     /// Data without a head that end where the first place's padding begins are a piece; bytes that are as
-    /// they are before the sample's first piece show that none is missing.
+    /// they are before the sample's first piece show that none is missing. If there are fewer bytes than in
+    /// the sample, the file may have lost any number with its beginning.
     [[nodiscard]] Gap front(const std::vector<EntropyData>& before_first) const {
         const std::uint64_t offset = places_.front().offset;
         const std::uint64_t usual = sample_.streams().front().begin;
         if (offset == usual) {
             return {};
         }
-        const Gap any{0, room(offset), offset - std::min(offset, usual)};
+        const Gap any{0, offset < usual ? sample_.count() : room(offset), offset - std::min(offset, usual)};
         const bool reaches = !before_first.empty() && before_first.back().closed &&
                              offset - before_first.back().range.end <= sample_.spacing().most_padding();
         if (reaches && !before_first.back().has_head) {
             return {1, std::max<std::size_t>(any.most, 1), any.bytes};
         }
         const bool eoi = has_eoi_before(damaged_, offset, sample_.spacing().most_padding());
-        const bool usual_end = eoi == sample_.eoi_before_first() && (!eoi || reaches);
+        const bool usual_end =
+            eoi == sample_.eoi_before_first() && (!eoi || (reaches && is_whole(before_first.back())));
         return usual_end && !is_filler_before(damaged_, offset) ? Gap{} : any;
+    }
+
+    /// Whether a stretch with a head is a whole picture. If not, its head and its end may be of two streams,
+    /// and all between them be lost.
+    [[nodiscard]] bool is_whole(const EntropyData& picture) const {
+        const auto last = damaged_.begin() + static_cast<std::ptrdiff_t>(picture.range.begin);
+        constexpr std::array<unsigned char, 3> kSoi{0xFF, 0xD8, 0xFF};
+        const auto soi =
+            std::find_end(last - std::min<std::ptrdiff_t>(last - damaged_.begin(), kMostHeadBytes), last,
+                          kSoi.begin(), kSoi.end());
+        const auto check = check_baseline_jpeg(damaged_, static_cast<std::uint64_t>(soi - damaged_.begin()));
+        return check.jpeg && check.jpeg->data.end() == picture.range.end;
     }
 
     [[nodiscard]] Gap between(const CodedPlace& place, std::uint64_t next) const {

@@ -3,6 +3,7 @@
 #include "locate/CodedRow.h"
 #include "mend/StreamAreas.h"
 #include "ways/OwnTables.h"
+#include "ways/TileSeams.h"
 
 #include <algorithm>
 #include <utility>
@@ -171,7 +172,8 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
         return std::nullopt;
     }
     const auto places = find_coded_streams(damaged, *coded);
-    const CodedRow row = choose_row(damaged, places, *coded);
+    CodedRow row = choose_row(damaged, places, *coded);
+    place_by_seams(row, damaged, places, *coded, sample.description.raw);
     FoundImage image = take_row(row, places, sample.description.raw);
     if (image.proved < coded->count()) {
         if (auto named = find_named_pieces(damaged, sample, *coded, places, row)) {
