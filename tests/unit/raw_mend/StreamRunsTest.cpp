@@ -100,6 +100,113 @@ TEST(StreamChain, PassesOverClustersOfOneValue) {
     }
 }
 
+/// Rows of the runs of which a step from value to value is not the photograph's. Of rows at the ends of runs,
+/// some are foreign.
+std::size_t count_wrong_rows(const std::vector<std::uint16_t>& values, const Chain& of,
+                             const std::vector<raw_mend::PlacedRun>& placed) {
+    constexpr std::size_t kEndRows = 3;
+    std::size_t wrong = 0;
+    for (const raw_mend::PlacedRun& run : placed) {
+        const std::size_t rows = (run.run.end - run.run.begin) / of.frame.row;
+        for (std::size_t row = kEndRows; row + kEndRows < rows; ++row) {
+            bool differs = false;
+            for (std::size_t nth = 2; nth < of.frame.row; ++nth) {
+                const std::size_t at = row * of.frame.row + nth;
+                const int step = values[run.value + at] - values[run.value + at - 2];
+                differs = differs || step != of.chain.difference(run.run.begin + at);
+            }
+            wrong += differs ? 1U : 0U;
+        }
+    }
+    return wrong;
+}
+
+TEST(StreamPlaces, AreFoundWhereSingleBitsAreFlipped) {
+    const std::vector<std::uint16_t> values = make_values();
+    const Bytes stream = make_stream(values);
+    constexpr std::size_t kFlips = 11;
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        std::mt19937 random(seed);
+        Bytes damaged = stream;
+        for (std::size_t nth = 1; nth <= kFlips; ++nth) {
+            const std::size_t at = stream.size() * nth / (kFlips + 1) + random() % 200;
+            if (damaged[at] != 0xFF && damaged[at - 1] != 0xFF) {
+                damaged[at] = static_cast<unsigned char>(damaged[at] ^ 1U << random() % 7);
+            }
+        }
+        const Chain chain = chain_of(damaged);
+        const auto placed =
+            place_runs(chain.frame, chain.chain, find_phase_runs(chain.frame, chain.chain), chain.frame.row);
+        std::size_t rows = 0;
+        for (const auto& run : placed) {
+            rows += (run.run.end - run.run.begin) / chain.frame.row;
+        }
+        EXPECT_GT(rows, kRows - 4 * kFlips) << seed;
+        EXPECT_LE(count_wrong_rows(values, chain, placed), 2 * kFlips) << seed;
+    }
+}
+
+TEST(StreamPlaces, ManyRunsAreAllPlaced) {
+    const std::vector<std::uint16_t> values = make_values();
+    const Chain chain = chain_of(make_stream(values));
+    constexpr std::size_t kRunRows = 24;
+    std::vector<raw_mend::PhaseRun> runs;
+    for (std::size_t row = 0; row < kRows; row += kRunRows) {
+        runs.push_back({row * kRow, (row + kRunRows) * kRow});
+    }
+    const auto placed = place_runs(chain.frame, chain.chain, runs, kRow);
+    ASSERT_EQ(placed.size(), kRows / kRunRows);
+    EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
+}
+
+TEST(StreamPlaces, NoiseBeforeTheEndIsNoRun) {
+    const std::vector<std::uint16_t> values = make_values();
+    Chain chain = chain_of(make_stream(values));
+    // 7 rows and 5 values are lost; the last row but one seems to begin elsewhere.
+    const std::size_t lost = 7 * kRow + 5;
+    auto& differences = chain.chain.differences;
+    differences.erase(differences.begin() + 300 * kRow, differences.begin() + 300 * kRow + lost);
+    const std::size_t second = 308 * kRow - lost;
+    const std::size_t noise = chain.chain.size() - 2 * kRow + 40;
+    const auto placed =
+        place_runs(chain.frame, chain.chain, {{0, 300 * kRow}, {second, noise}, {noise, noise + kRow}}, kRow);
+    ASSERT_EQ(placed.size(), 2U);
+    EXPECT_TRUE(placed[1].is_certain);
+    EXPECT_EQ(placed[1].value, 308 * kRow);
+    EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
+}
+
+TEST(StreamPlaces, RowsOfTheRunBeforeGiveWayToTheLast) {
+    const std::vector<std::uint16_t> values = make_values();
+    Chain chain = chain_of(make_stream(values));
+    // Three rows more than there were, which seem to be of the first run.
+    auto& differences = chain.chain.differences;
+    differences.insert(differences.begin() + 300 * kRow, 3 * kRow + 10, 0);
+    const std::size_t second = 303 * kRow + 10;
+    const auto placed =
+        place_runs(chain.frame, chain.chain, {{0, 302 * kRow}, {second, chain.chain.size()}}, kRow);
+    ASSERT_EQ(placed.size(), 2U);
+    EXPECT_EQ(placed[0].run.end, 300 * kRow);
+    EXPECT_TRUE(placed[1].is_certain);
+    EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
+}
+
+TEST(StreamPlaces, AreFoundIfTheFirstRowIsForeign) {
+    const std::vector<std::uint16_t> values = make_values();
+    Bytes damaged = make_stream(values);
+    const auto data = static_cast<std::ptrdiff_t>(lossless_jpeg::read_head(damaged, 0)->end);
+    std::fill_n(damaged.begin() + data + 20, 1500, static_cast<unsigned char>(0x6B));
+    const Chain chain = chain_of(damaged);
+    const auto runs = find_phase_runs(chain.frame, chain.chain);
+    ASSERT_EQ(runs.size(), 2U);
+    EXPECT_EQ(runs[0].begin, 0U);
+    EXPECT_EQ(runs[0].end, 0U);
+    const auto placed = place_runs(chain.frame, chain.chain, runs, chain.frame.row);
+    ASSERT_EQ(placed.size(), 2U);
+    EXPECT_TRUE(placed[1].is_certain);
+    EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
+}
+
 TEST(StreamPlaces, AreFoundAfterSeveralLosses) {
     const std::vector<std::uint16_t> values = make_values();
     const Bytes stream = make_stream(values);

@@ -100,7 +100,9 @@ class PhaseSearch {
             part(runs[nth - 1], runs[nth]);
         }
         cut_end(runs.back());
-        std::erase_if(runs, [](const PhaseRun& run) { return run.end <= run.begin; });
+        runs.erase(std::remove_if(runs.begin() + 1, runs.end(),
+                                  [](const PhaseRun& run) { return run.end <= run.begin; }),
+                   runs.end());
         return runs;
     }
 

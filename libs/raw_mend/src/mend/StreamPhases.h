@@ -13,7 +13,8 @@ struct PhaseRun {
 
 /// The runs of a chain with predictor 1, by where its rows begin: the first differences of a row go from the
 /// row above to this one, all others from value to value. If they are taken at another place, the rows' means
-/// jump. In ascending order. Takes time proportional to the chain.
+/// jump. In ascending order; the first one begins where the chain's first row does, and is empty if that row
+/// is foreign. Takes time proportional to the chain.
 [[nodiscard]] std::vector<PhaseRun> find_phase_runs(const StreamFrame& frame, const StreamChain& chain);
 
 } // namespace raw_mend

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <map>
+#include <iterator>
+#include <limits>
 #include <utility>
 
 namespace raw_mend {
@@ -13,8 +14,10 @@ namespace raw_mend {
 namespace {
 
 constexpr std::size_t kMostOptions = 64; // For each gap.
-constexpr std::size_t kMostRuns = 16;
+constexpr std::size_t kMostRuns = 64;
 constexpr double kLeastForeign = 1200; // Bytes.
+constexpr double kFewValues = 24;
+constexpr std::size_t kRowsAtEnd = 16; // That noise before the end may be taken for a run of.
 
 /// A number of whole rows, and how unlikely it is.
 struct Option {
@@ -43,6 +46,7 @@ class RunPlacing {
         if (runs_.empty() || (chain_.first + runs_.front().begin) % frame_.row != 0) {
             return {};
         }
+        leave_out_noise_at_end();
         std::vector<std::vector<Option>> options;
         std::ptrdiff_t phases = 0;
         for (std::size_t nth = 1; nth < runs_.size(); ++nth) {
@@ -51,19 +55,38 @@ class RunPlacing {
             phases += phases_.back();
             options.push_back(options_of(gaps_.back(), phases_.back()));
         }
-        const auto row = static_cast<std::ptrdiff_t>(frame_.row);
-        const auto missing = static_cast<std::ptrdiff_t>(frame_.count()) -
-                             static_cast<std::ptrdiff_t>(chain_.first + chain_.size());
-        const bool is_anchored = chain_.is_closed && !options.empty() && (missing - phases) % row == 0 &&
-                                 runs_.back().end + lag_ >= chain_.size();
+        const bool is_anchored = !options.empty() &&
+                                 runs_.back().end + kRowsAtEnd * frame_.row >= chain_.size() &&
+                                 begins_as_from_end(runs_.back());
         std::optional<std::ptrdiff_t> whole;
         if (is_anchored) {
-            whole = (missing - phases) / row;
+            whole = (missing() - phases) / static_cast<std::ptrdiff_t>(frame_.row);
         }
         return place(choose(options, whole), is_anchored);
     }
 
   private:
+    /// Values that are missing in all, if the chain goes on to the end of the stream.
+    [[nodiscard]] std::ptrdiff_t missing() const {
+        return static_cast<std::ptrdiff_t>(frame_.count()) -
+               static_cast<std::ptrdiff_t>(chain_.first + chain_.size());
+    }
+
+    /// Whether rows of a run begin where they must if nothing is missing between it and the end.
+    [[nodiscard]] bool begins_as_from_end(const PhaseRun& run) const {
+        return chain_.is_closed && (chain_.size() - run.begin) % frame_.row == 0;
+    }
+
+    /// The last rows have hardly any after them to be judged by.
+    void leave_out_noise_at_end() {
+        while (runs_.size() > 2 && !begins_as_from_end(runs_.back()) &&
+               runs_.back().begin + kRowsAtEnd * frame_.row >= chain_.size() &&
+               begins_as_from_end(runs_[runs_.size() - 2])) {
+            runs_.pop_back();
+            runs_.back().end = chain_.size();
+        }
+    }
+
     /// Values from a run to the next, less than a row.
     [[nodiscard]] std::ptrdiff_t phase_between(const PhaseRun& before, const PhaseRun& after) const {
         const std::size_t row = frame_.row;
@@ -167,6 +190,11 @@ class RunPlacing {
         const double lost = (missing - gap.expected) * gap.bytes_per_value;
         const double tolerance = 100 + 0.05 * gap.foreign;
         const bool is_foreign = gap.foreign > kLeastForeign;
+        // A few bits that are not as they were make codes of other lengths, which end after a few values more
+        // or less. Losses of whole sectors hardly ever leave so few.
+        if (!is_foreign && std::abs(missing) <= kFewValues) {
+            return 0;
+        }
         // Foreign bytes are mostly in place of as many; without them, something is missing.
         const double in_place = is_foreign ? 0.0 : 4.0;
         const double put_in = is_foreign ? 0.7 : 4.0;
@@ -201,39 +229,65 @@ class RunPlacing {
     /// The likeliest number of rows for each gap; as many as there must be in all, if that is known.
     static std::vector<std::ptrdiff_t> choose(const std::vector<std::vector<Option>>& options,
                                               std::optional<std::ptrdiff_t> all) {
-        struct Choice {
-            double penalty = 0;
-            std::vector<std::ptrdiff_t> rows;
-        };
-        std::map<std::ptrdiff_t, Choice> sums{{0, {}}};
-        Choice likeliest;
+        std::vector<std::ptrdiff_t> likeliest;
         for (const auto& of_gap : options) {
-            std::map<std::ptrdiff_t, Choice> next;
-            for (const auto& [sum, choice] : sums) {
+            likeliest.push_back(std::ranges::min_element(of_gap, {}, &Option::penalty)->rows);
+        }
+        if (!all) {
+            return likeliest;
+        }
+        if (auto found = choose_with_sum(options, *all)) {
+            return std::move(*found);
+        }
+        for (const std::ptrdiff_t rows : likeliest) {
+            *all -= rows;
+        }
+        likeliest.back() += *all;
+        return likeliest;
+    }
+
+    /// The likeliest number of rows for each gap if there are so many in all. Takes time proportional to the
+    /// options and to the different sums that they can have.
+    static std::optional<std::vector<std::ptrdiff_t>>
+    choose_with_sum(const std::vector<std::vector<Option>>& options, std::ptrdiff_t all) {
+        constexpr double kNever = std::numeric_limits<double>::infinity();
+        struct Sum {
+            double penalty = kNever;
+            std::ptrdiff_t rows = 0; // Of the last gap.
+        };
+        struct Sums {
+            std::ptrdiff_t least = 0;
+            std::vector<Sum> from_least{{0, 0}};
+        };
+        std::vector<Sums> after{Sums{}}; // That many gaps.
+        for (const auto& of_gap : options) {
+            const auto [least, most] = std::ranges::minmax(of_gap, {}, &Option::rows);
+            const Sums& before = after.back();
+            const auto wider = static_cast<std::size_t>(most.rows - least.rows);
+            Sums next{before.least + least.rows, std::vector<Sum>(before.from_least.size() + wider)};
+            for (std::size_t nth = 0; nth < before.from_least.size(); ++nth) {
                 for (const Option& option : of_gap) {
-                    const double penalty = choice.penalty + option.penalty;
-                    Choice& place = next[sum + option.rows];
-                    if (place.rows.empty() || penalty < place.penalty) {
-                        place = choice;
-                        place.penalty = penalty;
-                        place.rows.push_back(option.rows);
+                    Sum& sum = next.from_least[nth + static_cast<std::size_t>(option.rows - least.rows)];
+                    const double penalty = before.from_least[nth].penalty + option.penalty;
+                    if (penalty < sum.penalty) {
+                        sum = {penalty, option.rows};
                     }
                 }
             }
-            sums = std::move(next);
-            likeliest.rows.push_back(std::ranges::min_element(of_gap, {}, &Option::penalty)->rows);
+            after.push_back(std::move(next));
         }
-        if (!all) {
-            return likeliest.rows;
+        std::vector<std::ptrdiff_t> rows(options.size());
+        for (std::size_t gap = options.size(); gap > 0; --gap) {
+            const Sums& sums = after[gap];
+            const std::ptrdiff_t nth = all - sums.least;
+            if (nth < 0 || nth >= std::ssize(sums.from_least) ||
+                sums.from_least[static_cast<std::size_t>(nth)].penalty == kNever) {
+                return std::nullopt;
+            }
+            rows[gap - 1] = sums.from_least[static_cast<std::size_t>(nth)].rows;
+            all -= rows[gap - 1];
         }
-        if (const auto found = sums.find(*all); found != sums.end()) {
-            return found->second.rows;
-        }
-        for (const std::ptrdiff_t rows : likeliest.rows) {
-            *all -= rows;
-        }
-        likeliest.rows.back() += *all;
-        return likeliest.rows;
+        return rows;
     }
 
     std::vector<PlacedRun> place(const std::vector<std::ptrdiff_t>& rows, bool is_anchored) {
@@ -242,12 +296,17 @@ class RunPlacing {
         for (std::size_t nth = 1; nth < runs_.size(); ++nth) {
             missing += phases_[nth - 1] + rows[nth - 1] * static_cast<std::ptrdiff_t>(frame_.row);
             const std::ptrdiff_t value = missing + static_cast<std::ptrdiff_t>(runs_[nth].begin);
-            const PlacedRun& last = placed.back();
+            PlacedRun& last = placed.back();
+            const bool is_certain = is_anchored && nth + 1 == runs_.size();
+            if (is_certain && value > static_cast<std::ptrdiff_t>(last.value)) {
+                // Foreign rows before it were taken for the end of the run before.
+                const std::size_t most = static_cast<std::size_t>(value) - last.value;
+                last.run.end = std::min(last.run.end, last.run.begin + most);
+            }
             const std::size_t least = last.value + last.run.end - last.run.begin;
             const std::size_t length = runs_[nth].end - runs_[nth].begin;
             if (value >= static_cast<std::ptrdiff_t>(least) &&
                 static_cast<std::size_t>(value) + length <= frame_.count()) {
-                const bool is_certain = is_anchored && nth + 1 == runs_.size();
                 placed.push_back({runs_[nth], static_cast<std::size_t>(value), is_certain});
             }
         }
