@@ -32,6 +32,17 @@ class WindowRun : public WindowFixture {
         put("card/IMG_3.arw", lost_);
     }
 
+    /// Begins a run over 53 photographs, and returns when some of them are done.
+    void begin_long_run() {
+        for (int number = 10; number < 60; ++number) {
+            put("card/IMG_" + std::to_string(number) + ".arw", damaged);
+        }
+        open_and_enter();
+        choose_all();
+        ASSERT_EQ(post("/start").status, 200);
+        state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
+    }
+
     /// Runs to the end.
     Json run_all() {
         EXPECT_EQ(post("/start").status, 200);
@@ -152,13 +163,7 @@ TEST_F(WindowRun, GoesOnWithARunOfTheCommandLine) {
 }
 
 TEST_F(WindowRun, StopsAndGoesOn) {
-    for (int number = 10; number < 60; ++number) {
-        put("card/IMG_" + std::to_string(number) + ".arw", damaged);
-    }
-    open_and_enter();
-    choose_all();
-    ASSERT_EQ(post("/start").status, 200);
-    state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
+    begin_long_run();
     EXPECT_EQ(post("/choose", R"({"what":"damaged","path":"/"})").status,
               fs::path("/").is_absolute() ? 409 : 400);
     EXPECT_EQ(post("/start").status, 409) << "a run is under way";
@@ -348,13 +353,7 @@ TEST_F(WindowRun, FilesComeInParts) {
 }
 
 TEST_F(WindowRun, EndOfTheWindowStopsTheRunAndCanBeResumed) {
-    for (int number = 10; number < 60; ++number) {
-        put("card/IMG_" + std::to_string(number) + ".arw", damaged);
-    }
-    open_and_enter();
-    choose_all();
-    ASSERT_EQ(post("/start").status, 200);
-    state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
+    begin_long_run();
     ASSERT_EQ(post("/quit").status, 200);
     EXPECT_EQ(window_->wait(), WindowServer::End::kOver);
     window_.reset();
