@@ -385,8 +385,8 @@ TEST_F(WindowRun, EndsAfterAnHourWithoutAPage) {
     EXPECT_EQ(window_->wait(), WindowServer::End::kOver);
 }
 
-TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
-    std::string address;
+/// A desktop whose browser enters the page, and asks the program to end.
+Desktop desktop_that_closes(std::string& address) {
     Desktop desktop;
     desktop.open_address = [&](const std::string& given) {
         address = given;
@@ -407,10 +407,35 @@ TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
         EXPECT_EQ(ask_for("POST /quit" + head + cookie + "X-Plate-Mend: " + token + "\r\n\r\n").status, 200);
         return true;
     };
+    return desktop;
+}
+
+TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
+    std::string address;
     ::testing::internal::CaptureStdout();
-    EXPECT_EQ(run_open({in("card"), false}, program_file(), desktop), 0);
+    EXPECT_EQ(run_open({in("card"), false}, program_file(), desktop_that_closes(address)), 0);
     EXPECT_THAT(::testing::internal::GetCapturedStdout(),
                 HasSubstr("plate-mend is open at " + address + "\n"));
+}
+
+TEST_F(WindowRun, OpensWithoutArgumentsIfADesktopHasStartedTheProgram) {
+    std::string address;
+    Desktop desktop = desktop_that_closes(address);
+    for (const bool is_desktop : {true, false}) {
+        address.clear();
+        desktop.has_started_program = [is_desktop] { return is_desktop; };
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(plate_mend::host::run({}, program_file(), desktop), is_desktop ? 0 : 64);
+        EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr(address));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr().empty(), is_desktop) << "how it is used";
+        EXPECT_EQ(address.empty(), !is_desktop);
+    }
+    desktop.has_started_program = [] { return true; };
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(plate_mend::host::run({"--version"}, program_file(), desktop), 0);
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(), StartsWith("plate-mend "));
+    EXPECT_EQ(address, "") << "an argument says what is wanted";
 }
 
 TEST_F(WindowRun, RefusesAFolderThatIsNotThere) {

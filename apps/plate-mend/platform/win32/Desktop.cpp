@@ -1,5 +1,6 @@
 #include "platform/Desktop.h"
 
+#include "platform/Terminal.h"
 #include "platform/win32/Wtf8.h"
 
 #include <windows.h>
@@ -34,7 +35,8 @@ bool open_path(const fs::path& path) {
 
 bool is_started_from_desktop() {
     std::array<DWORD, 2> processes{};
-    return ::GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) == 1;
+    return ::GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) == 1 &&
+           is_terminal(Stream::kOutput) && is_terminal(Stream::kErrors);
 }
 
 fs::path home_folder() {
