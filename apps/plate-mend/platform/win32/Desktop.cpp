@@ -1,6 +1,5 @@
 #include "platform/Desktop.h"
 
-#include "platform/Terminal.h"
 #include "platform/win32/Wtf8.h"
 
 #include <windows.h>
@@ -23,6 +22,12 @@ bool open_with_shell(const std::wstring& what) {
     return reinterpret_cast<std::intptr_t>(result) > kLastError;
 }
 
+/// Whether what the process prints goes into a file, or to another program.
+bool is_redirected(DWORD stream) {
+    const DWORD type = ::GetFileType(::GetStdHandle(stream));
+    return type == FILE_TYPE_DISK || type == FILE_TYPE_PIPE;
+}
+
 } // namespace
 
 bool open_address(const std::string& address) {
@@ -36,7 +41,7 @@ bool open_path(const fs::path& path) {
 bool is_started_from_desktop() {
     std::array<DWORD, 2> processes{};
     return ::GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) == 1 &&
-           is_terminal(Stream::kOutput) && is_terminal(Stream::kErrors);
+           !is_redirected(STD_OUTPUT_HANDLE) && !is_redirected(STD_ERROR_HANDLE);
 }
 
 fs::path home_folder() {
