@@ -21,7 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace plate_mend::host;
+using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -83,6 +85,20 @@ TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
         EXPECT_THAT(reply.body, Not(HasSubstr("secret!")));
     }
     EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+TEST_F(WindowPosix, TooLittleRoomIsShownAsTheCommandPrintsIt) {
+    put("card/IMG_1.arw", damaged);
+    open_and_enter();
+    choose_all();
+    fs::resize_file(folder / "good" / "good.arw", std::uintmax_t{1} << 42U); // A result may be as long.
+    ASSERT_EQ(choose("samples", folder / "good").status, 200);
+    const Json room = state_at_rest().member("recognised").member("room").elements().at(0);
+    EXPECT_TRUE(room.truth("too_little"));
+    EXPECT_THAT(room.text("text"), EndsWith(" free, which is too little"));
+    EXPECT_EQ(run({"repair", "-n", "--samples", in("good"), "--out", in("mended"), in("card")}), 3);
+    EXPECT_THAT(out, AllOf(HasSubstr(room.text("text").substr(0, room.text("text").find(';'))),
+                           HasSubstr(" free, which is too little\n")));
 }
 
 TEST_F(WindowPosix, EndsWithASignal) {

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <future>
+#include <thread>
 
 // What the window does: recognition, runs, pictures, reports, and its end.
 
@@ -95,6 +97,44 @@ TEST_F(WindowRun, ShowsWhatWasRecognisedAndWritesNothing) {
     EXPECT_THAT(files()[0].text("line"), StartsWith("sample good.arw (same camera (DSLR-A330)"));
     EXPECT_EQ(names(), before);
     EXPECT_FALSE(fs::exists(folder / "mended"));
+}
+
+TEST_F(WindowRun, ShowsTheRoomThatARunNeedsAsTheCommandDoes) {
+    open_and_enter();
+    choose_all();
+    const Json room = state_at_rest().member("recognised").member("room");
+    ASSERT_EQ(room.elements().size(), 1U);
+    EXPECT_FALSE(room.elements()[0].truth("too_little"));
+    const std::string text = room.elements()[0].text("text");
+    EXPECT_THAT(text, AllOf(StartsWith("About "), HasSubstr(" free")));
+    std::vector<std::string> arguments = command(false);
+    arguments.emplace_back("--dry-run");
+    EXPECT_EQ(run(arguments), 0) << err;
+    EXPECT_THAT(out, HasSubstr('\n' + text.substr(0, text.find(';')))) << "what is free may change";
+}
+
+TEST_F(WindowRun, FileAtThePlaceOfAResultStaysAndAnotherFolderHelps) {
+    put("mended/IMG_1.arw", {1});
+    open_and_enter();
+    choose_all();
+    EXPECT_EQ(state_at_rest().member("recognised").required_integer<int>("not_done"), 1);
+    EXPECT_THAT(texts(files(), "word"), ElementsAre("would not be done", "waiting", "waiting"));
+    EXPECT_THAT(files()[0].text("line"), HasSubstr("exists already"));
+    EXPECT_EQ(count_in(run_all(), "not-done"), 1U);
+    EXPECT_EQ(bytes_of("mended/IMG_1.arw"), Bytes{1});
+    ASSERT_EQ(choose("out", folder / "other").status, 200);
+    EXPECT_EQ(state_at_rest().member("recognised").required_integer<int>("not_done"), 0);
+    EXPECT_EQ(count_in(run_all(), "whole"), 1U);
+}
+
+TEST_F(WindowRun, ResultsDoNotGoWhereThePhotographsAre) {
+    open_and_enter();
+    choose_all();
+    ASSERT_EQ(choose("out", folder / "card").status, 200);
+    EXPECT_NE(state_at_rest().text("problem"), "");
+    ASSERT_EQ(post("/start").status, 200);
+    EXPECT_NE(state_at_rest().text("problem"), "");
+    EXPECT_EQ(files_below("card").size(), 3U);
 }
 
 TEST_F(WindowRun, ProposesAFolderForResultsBesideTheDamagedFiles) {
@@ -363,6 +403,47 @@ TEST_F(WindowRun, EndOfTheWindowStopsTheRunAndCanBeResumed) {
     }
     EXPECT_EQ(run(command()), 2) << err;
     EXPECT_EQ(files_below("mended").size(), 53U);
+}
+
+TEST_F(WindowRun, HourWithoutAPageBeginsWhenTheRunHasEnded) {
+    std::atomic<std::chrono::minutes::rep> minutes = 0;
+    std::atomic<bool> is_running = false;
+    std::promise<void> work_is_done;
+    std::promise<void> may_end;
+    WindowSettings given = settings();
+    // The run's own thread asks for the time when its work is done. It waits for us there.
+    given.clock = [&, test = std::this_thread::get_id()] {
+        if (is_running && std::this_thread::get_id() != test) {
+            work_is_done.set_value();
+            may_end.get_future().wait();
+        }
+        return std::chrono::steady_clock::time_point() + std::chrono::minutes(minutes);
+    };
+    put("good/good.arw", sample.bytes);
+    Window window(given, "token");
+    for (const auto& [what, name] :
+         {std::pair("damaged", "card"), std::pair("samples", "good"), std::pair("out", "mended")}) {
+        const Json wish = Json::object({{"what", what}, {"path", escaped_name(utf8_from(folder / name))}});
+        ASSERT_EQ(window.answer({"POST", "/choose", {}, {}, wish.line()}).status, 200);
+    }
+    Json now = Json::object({{"activity", "recognising"}, {"version", 0}});
+    while (now.text("activity") != "none") {
+        const std::string version = std::to_string(now.required_integer<std::uint64_t>("version"));
+        now = Json::parse(window.answer({"GET", "/state", {{"after", version}}, {}, ""}).content);
+    }
+    is_running = true;
+    ASSERT_EQ(window.answer({"POST", "/start", {}, {}, ""}).status, 200);
+    const bool is_done =
+        work_is_done.get_future().wait_for(std::chrono::minutes(2)) == std::future_status::ready;
+    ASSERT_TRUE(is_done) << "nobody asks for the time when a run ends";
+    minutes = 1000;
+    EXPECT_FALSE(window.is_over()) << "a run is under way";
+    may_end.set_value();
+    window.end();
+    minutes = 1059;
+    EXPECT_FALSE(window.is_over()) << "it ended 59 minutes ago";
+    minutes = 1060;
+    EXPECT_TRUE(window.is_over());
 }
 
 TEST_F(WindowRun, EndsAfterAnHourWithoutAPage) {
