@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <set>
+#include <stdexcept>
 
 // Who may use the window, and what a client may cost.
 
@@ -157,10 +158,18 @@ TEST_F(WindowGuard, EveryResponseForbidsWhatIsNotFromHere) {
                                      get("/quit"),
                                      post("/start"),
                                      send("GET /state HTTP/1.1\r\nHost: evil\r\n\r\n"),
-                                     post("/choose", "{")};
+                                     post("/choose", "{"),
+                                     post("/choose", std::string(300'000, ' ')),
+                                     get("/" + std::string(20'000, 'x')),
+                                     send("GET / HTTP/1.1\r\nno colon\r\n\r\n"),
+                                     send("PUT / HTTP/1.1\r\nHost: " + host_ + "\r\n\r\n")};
     EXPECT_EQ(replies[3].status, 404);
     EXPECT_EQ(replies[5].status, 409);
     EXPECT_EQ(replies[7].status, 400);
+    EXPECT_EQ(replies[8].status, 413);
+    EXPECT_EQ(replies[9].status, 431);
+    EXPECT_EQ(replies[10].status, 400);
+    EXPECT_NE(replies[11].status, 200);
     for (const Reply& reply : replies) {
         EXPECT_TRUE(
             reply.has("Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; "
@@ -171,11 +180,25 @@ TEST_F(WindowGuard, EveryResponseForbidsWhatIsNotFromHere) {
         EXPECT_TRUE(reply.has("Referrer-Policy: no-referrer")) << reply.head;
         EXPECT_TRUE(reply.has("Cache-Control: no-store")) << reply.head;
         EXPECT_TRUE(reply.has("Cross-Origin-Resource-Policy: same-origin")) << reply.head;
+        EXPECT_TRUE(reply.has("Cross-Origin-Opener-Policy: same-origin")) << reply.head;
+        EXPECT_TRUE(reply.has("X-Frame-Options: DENY")) << reply.head;
         EXPECT_THAT(reply.head, Not(HasSubstr("Access-Control-Allow")));
     }
     EXPECT_TRUE(replies[0].has("Content-Type: text/html; charset=utf-8"));
     EXPECT_TRUE(replies[2].has("Content-Type: application/json"));
     EXPECT_TRUE(replies[3].has("Content-Type: text/plain; charset=utf-8"));
+}
+
+TEST(WindowHttp, ErrorInsideTheProgramSaysNothingAboutIt) {
+    HttpServer server;
+    server.serve(
+        [](const HttpRequest& /*request*/) -> HttpResponse { throw std::runtime_error("/home/ann/secret"); });
+    Connection connection(server.port());
+    connection.send("GET / HTTP/1.1\r\nHost: a\r\n\r\n");
+    const std::string text = connection.read_to_end();
+    EXPECT_EQ(reply_from(text).status, 500) << text;
+    EXPECT_THAT(text, AllOf(HasSubstr("\r\nContent-Security-Policy: default-src 'none';"),
+                            HasSubstr("an error inside the program"), Not(HasSubstr("secret"))));
 }
 
 TEST_F(WindowGuard, PageHasNoScriptAndNoStyleInIt) {

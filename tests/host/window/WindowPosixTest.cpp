@@ -6,11 +6,17 @@
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 
@@ -85,6 +91,59 @@ TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
         EXPECT_THAT(reply.body, Not(HasSubstr("secret!")));
     }
     EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+/// What a call of the system does with a new socket and an address of this machine.
+int call_with(decltype(::connect)* call, const char* address, std::uint16_t port) {
+    const int number = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int yes = 1;
+    ::setsockopt(number, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    ::setsockopt(number, SOL_SOCKET, SO_REUSEPORT, &yes, sizeof yes);
+    sockaddr_in place{};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(port);
+    ::inet_pton(AF_INET, address, &place.sin_addr);
+    const int result = call(number, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0 ? 0 : errno;
+    ::close(number);
+    return result;
+}
+
+TEST_F(WindowPosix, IsReachedAtNoOtherAddress) {
+    open();
+    const std::uint16_t port = window_->server().port();
+    EXPECT_EQ(call_with(::connect, "127.0.0.1", port), 0);
+    EXPECT_EQ(call_with(::connect, "127.0.0.2", port), ECONNREFUSED);
+}
+
+TEST_F(WindowPosix, KeepsItsPortToItself) {
+    open();
+    EXPECT_EQ(call_with(::bind, "127.0.0.1", window_->server().port()), EADDRINUSE);
+}
+
+/// How many sockets of this process would be open in programs that it starts.
+int sockets_for_children() {
+    constexpr int kMost = 1024;
+    int count = 0;
+    for (int number = 0; number < kMost; ++number) {
+        struct stat status {};
+        const bool is_socket = ::fstat(number, &status) == 0 && S_ISSOCK(status.st_mode);
+        count += is_socket && (::fcntl(number, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+TEST_F(WindowPosix, WorkersInheritNoConnection) {
+    const int before = sockets_for_children();
+    int during = -1;
+    HttpServer server;
+    server.serve([&](const HttpRequest& /*request*/) {
+        during = sockets_for_children();
+        return HttpResponse{};
+    });
+    Connection connection(server.port());
+    connection.send("GET / HTTP/1.1\r\nHost: a\r\n\r\n");
+    EXPECT_EQ(reply_from(connection.read_to_end()).status, 200);
+    EXPECT_EQ(during, before);
 }
 
 TEST_F(WindowPosix, TooLittleRoomIsShownAsTheCommandPrintsIt) {

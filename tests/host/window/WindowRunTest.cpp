@@ -524,6 +524,18 @@ TEST_F(WindowRun, RefusesAFolderThatIsNotThere) {
     EXPECT_THAT(err, HasSubstr("no such folder"));
 }
 
+TEST_F(WindowRun, ListsFoldersThatAreNotHidden) {
+    for (const char* name : {"b", "a", ".hidden", "$RECYCLE.BIN"}) {
+        fs::create_directories(folder / "top" / name);
+    }
+    put("top/file.arw", damaged);
+    open_and_enter();
+    const Json listed = Json::parse(get("/folder?path=" + in("top")).body);
+    EXPECT_THAT(texts(listed.member("folders").elements(), "name"), ElementsAre("a", "b"));
+    EXPECT_EQ(listed.member("above").text("text"), utf8_from(folder.path()));
+    EXPECT_THAT(Json::parse(get("/folder?path=" + in("missing")).body).text("problem"), Not(IsEmpty()));
+}
+
 TEST_F(WindowRun, FindsADroppedFolderByWhatIsInIt) {
     put("here/card/IMG_1.arw", damaged);
     put("there/deep/card/IMG_1.arw", damaged);
