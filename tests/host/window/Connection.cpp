@@ -33,13 +33,17 @@ std::intptr_t connected(int family, const Address& address) {
     return socket;
 }
 
+sockaddr_in6 ipv6_address(std::uint16_t port) {
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_port = htons(port);
+    address.sin6_addr = in6addr_loopback;
+    return address;
+}
+
 std::intptr_t connected(std::uint16_t port, bool ipv6) {
     if (ipv6) {
-        sockaddr_in6 address{};
-        address.sin6_family = AF_INET6;
-        address.sin6_port = htons(port);
-        address.sin6_addr = in6addr_loopback;
-        return connected(AF_INET6, address);
+        return connected(AF_INET6, ipv6_address(port));
     }
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -77,6 +81,17 @@ std::string Connection::read_to_end() {
         text.append(buffer.data(), count);
     }
     return text;
+}
+
+bool has_ipv6() {
+    const socket_t number = ::socket(AF_INET6, SOCK_STREAM, 0);
+    if (number == INVALID_SOCKET) {
+        return false;
+    }
+    const sockaddr_in6 address = ipv6_address(0);
+    const bool is_bound = ::bind(number, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    platform::close_socket(static_cast<platform::SocketNumber>(number));
+    return is_bound;
 }
 
 } // namespace test

@@ -262,9 +262,10 @@ TEST_F(WindowGuard, BadHeadsAreRefused) {
     open_and_enter();
     const std::string names = "Host: " + host_ + "\r\nCookie: " + cookie_ + "\r\n";
     const std::string line = "GET /state HTTP/1.1\r\n";
-    for (const std::string& more : {"Host: " + host_ + "\r\n", std::string("Host: evil.example\r\n"),
-                                    std::string("no colon\r\n"), std::string(" folded: line\r\n"),
-                                    std::string("A: \0\r\n", 6), std::string("A: b\nHost: evil\r\n")}) {
+    for (const std::string& more :
+         {"Host: " + host_ + "\r\n", std::string("Host: evil.example\r\n"), std::string("no colon\r\n"),
+          std::string(" folded: line\r\n"), std::string("A: \0\r\n", 6), std::string("A: \x7F\r\n"),
+          std::string("A: b\nHost: evil\r\n")}) {
         std::string request = line;
         request.append(names).append(more).append("\r\n");
         EXPECT_EQ(send(request).status, 400) << request;
@@ -306,11 +307,13 @@ TEST_F(WindowGuard, TooManyConnectionsAreClosedAndOthersServedLater) {
     enter();
     {
         std::vector<std::unique_ptr<Connection>> idle;
-        for (int number = 0; number < 3; ++number) {
+        int status = 200;
+        for (int number = 0; number < 20 && status != 0; ++number) { // Earlier ones may not be gone yet.
             idle.push_back(std::make_unique<Connection>(window_->server().port()));
             idle.back()->send("GET /");
+            status = get("/state").status;
         }
-        EXPECT_EQ(get("/state").status, 0) << "it was closed";
+        EXPECT_EQ(status, 0) << "it was closed";
     }
     int status = 0;
     for (int tries = 0; tries < 1000 && status != 200; ++tries) { // The three are noticed to be gone.
@@ -321,9 +324,11 @@ TEST_F(WindowGuard, TooManyConnectionsAreClosedAndOthersServedLater) {
 
 TEST_F(WindowGuard, IsReachedAtBothAddressesOfThisMachine) {
     open_and_enter();
-    if (!window_->server().has_ipv6()) {
+    if (!has_ipv6()) {
+        EXPECT_FALSE(window_->server().has_ipv6());
         GTEST_SKIP() << "::1 is missing here";
     }
+    ASSERT_TRUE(window_->server().has_ipv6());
     Connection connection(window_->server().port(), true);
     connection.send("GET /state HTTP/1.1\r\nHost: [::1]:" + port() + "\r\nCookie: " + cookie_ + "\r\n\r\n");
     EXPECT_EQ(reply_from(connection.read_to_end()).status, 200);

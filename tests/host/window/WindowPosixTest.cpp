@@ -3,6 +3,7 @@
 
 #include "cli/OpenCommand.h"
 #include "platform/Desktop.h"
+#include "window/FolderSearch.h"
 
 #include <gmock/gmock.h>
 
@@ -29,8 +30,10 @@ namespace fs = std::filesystem;
 using namespace plate_mend::host;
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::Not;
 
 int exit_status_of(const std::function<void()>& work) {
@@ -46,13 +49,20 @@ TEST_F(WindowPosix, AnyNameIsOneTextInTheAnswer) {
     for (const std::string& name : hostile) {
         put("card/" + name, damaged);
     }
+    put("card/day\n\x1B[1m/a.arw", damaged);
     open_and_enter();
     choose_all();
-    EXPECT_EQ(state_at_rest().required_integer<std::size_t>("files"), hostile.size());
+    EXPECT_EQ(state_at_rest().required_integer<std::size_t>("files"), hostile.size() + 1);
     std::vector<std::string> shown;
+    std::vector<std::string> folders;
     for (const Json& file : files()) {
         shown.push_back(file.text("name"));
+        folders.push_back(file.text("folder"));
     }
+    EXPECT_THAT(folders, Contains(EndsWith("/card/day??[1m")));
+    fs::rename(folder / "good" / "good.arw", folder / "good" / "go\nod.arw");
+    ASSERT_EQ(choose("samples", folder / "good").status, 200);
+    EXPECT_EQ(state_at_rest().member("recognised").member("fits").elements().at(0).text("name"), "go?od.arw");
     EXPECT_THAT(shown, Contains("<img src=x onerror=alert(1)>.arw"));
     EXPECT_THAT(shown, Contains("\"quote\".arw"));
     EXPECT_THAT(shown, Contains("line?break.arw"));
@@ -73,8 +83,18 @@ TEST_F(WindowPosix, FolderOfAnyNameCanBeChosen) {
     ASSERT_FALSE(path.empty());
     ASSERT_EQ(post("/choose", Json::object({{"what", "damaged"}, {"path", path}}).line()).status, 200);
     EXPECT_EQ(state().member("folders").member("damaged").text("path"), path);
+    EXPECT_THAT(state().member("folders").member("damaged").text("text"), EndsWith("/bad\xEF\xBF\xBD?name"));
     ASSERT_EQ(choose("samples", folder.path()).status, 200);
     EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+TEST_F(WindowPosix, SearchForADroppedFolderFollowsNoLink) {
+    put("beyond/here/card/IMG_1.arw", damaged);
+    fs::create_directories(folder / "start");
+    fs::create_directory_symlink(folder / "beyond", folder / "start" / "link");
+    const DroppedFolder dropped{"card", {{"IMG_1.arw", damaged.size()}}};
+    EXPECT_THAT(find_dropped(dropped, {folder / "start"}), IsEmpty());
+    EXPECT_THAT(find_dropped(dropped, {folder / "beyond"}), ElementsAre(folder / "beyond" / "here" / "card"));
 }
 
 TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
