@@ -220,7 +220,9 @@ def stops_and_goes_on(maker, program, browser, folder):
         window.open()
         window.choose_all()
         window.click("#start")
-        window.until("some files", "document.querySelector('#progress').value >= 3")
+        window.until("some files with their pictures and verdicts",
+                     "document.querySelectorAll('#list .whole .mount img').length >= 2"
+                     " && document.querySelector('#progress').value >= 3")
         window.picture("running")
         window.click("#stop")
         window.until("the stop", "!document.querySelector('#after').hidden")
@@ -343,7 +345,7 @@ def shows_names_as_they_are(maker, program, browser, folder):
         window.picture("narrow-start")
         window.choose_all()
         window.run()
-        window.until("the rows", ROWS + ".length === 2")
+        window.until("the verdicts", "document.querySelectorAll('#list .whole .mount img').length === 2")
         expect("names", sorted(window.names()), sorted([EVIL, "IMG_0001.ARW"]))
         expect("room beside", browser.value("document.documentElement.scrollWidth <= innerWidth"), True)
         browser.value("document.querySelector('#files').scrollIntoView()")
