@@ -284,8 +284,10 @@ def takes_dropped_folders(maker, program, browser, folder):
         window.until("the hint", "document.querySelector('#drop-note').textContent.startsWith('Only a folder ')")
         expect("chosen", window.text("#damaged-path"), str(folder / name))
         # What misses the panels does not replace the page.
+        browser.value("""['dragover', 'drop'].forEach((kind) => window.addEventListener(kind, (event) => {
+            document.body.dataset[kind] = event.defaultPrevented; }))""")
         browser.drop(folder / "good" / "IMG_0007.ARW", "h1")
-        browser.settle()
+        window.until("the drop", "document.body.dataset.drop === 'true' && document.body.dataset.dragover === 'true'")
         expect("page", browser.value("location.href"), window.address.split("?")[0])
         window.is_quiet("dropped folders")
 
