@@ -55,8 +55,10 @@ if(PLATE_MEND_BUILD_HOST)
     install(TARGETS plate_mend_program RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# A desktop's menu opens the window.
-if(PLATE_MEND_BUILD_HOST AND NOT WIN32)
+# A desktop's menu opens the window; on Windows, a file beside the folders does.
+if(PLATE_MEND_BUILD_HOST AND WIN32)
+    install(FILES "${PROJECT_SOURCE_DIR}/cmake/plate-mend.cmd" DESTINATION .)
+elseif(PLATE_MEND_BUILD_HOST)
     install(FILES "${PROJECT_SOURCE_DIR}/cmake/plate-mend.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
     install(FILES "${PROJECT_SOURCE_DIR}/apps/plate-mend/window/page/icon.svg" RENAME plate-mend.svg
         DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps")

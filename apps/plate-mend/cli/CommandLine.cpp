@@ -6,7 +6,6 @@
 #include "cli/DiagnoseCommand.h"
 #include "cli/ExplainCommand.h"
 #include "cli/ManPage.h"
-#include "cli/OpenCommand.h"
 #include "cli/ParserTree.h"
 #include "cli/RepairCommand.h"
 #include "cli/SalvageCommand.h"
@@ -147,7 +146,8 @@ void add_repair_reports(CLI::App& command, RepairOptions& options) {
 /// The commands, their options, and the exit status of the one that ran.
 class Program {
   public:
-    explicit Program(const std::filesystem::path& program) : program_(program) {
+    Program(const std::filesystem::path& program, const Desktop& desktop)
+        : program_(program), desktop_(desktop) {
         app_.footer(kFooter);
         app_.set_version_flag("--version", version_text());
         app_.require_subcommand(1);
@@ -225,7 +225,7 @@ class Program {
         command->add_option("FOLDER", open_.folder,
                             "A folder of damaged photographs (default: it is chosen on the page)");
         command->add_flag("--no-browser", open_.no_browser, "Print the address, and start no browser");
-        command->callback([this] { status_ = run_open(open_, program_); });
+        command->callback([this] { status_ = run_open(open_, program_, desktop_); });
     }
 
     void add_salvage() {
@@ -292,6 +292,7 @@ class Program {
                   "others by their content.",
                   "plate-mend"};
     const std::filesystem::path& program_;
+    const Desktop& desktop_;
     RepairOptions repair_;
     OpenOptions open_;
     SalvageOptions salvage_;
@@ -305,11 +306,12 @@ class Program {
 
 } // namespace
 
-int run(const std::vector<std::string>& arguments, const std::filesystem::path& program) {
-    if (arguments.empty() && platform::is_started_from_desktop()) {
-        return run_open({}, program);
+int run(const std::vector<std::string>& arguments, const std::filesystem::path& program,
+        const Desktop& desktop) {
+    if (arguments.empty() && desktop.has_started_program()) {
+        return run_open({}, program, desktop);
     }
-    return Program(program).run(arguments);
+    return Program(program, desktop).run(arguments);
 }
 
 } // namespace plate_mend::host

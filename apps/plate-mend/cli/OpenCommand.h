@@ -18,6 +18,7 @@ struct OpenOptions {
 struct Desktop {
     std::function<bool(const std::string& address)> open_address = platform::open_address;
     std::function<bool(const std::filesystem::path& path)> open_path = platform::open_path;
+    std::function<bool()> has_started_program = platform::is_started_from_desktop;
 };
 
 /// Serves the program's page until it is over: when the page says so, after an hour without it, or when the

@@ -16,7 +16,7 @@ namespace plate_mend::host::platform {
 
 /// Whether the program was started from a desktop, by a double click, and not from a terminal: there is a
 /// display, none of its streams is a terminal, and no terminal is behind it. On Windows: its console is its
-/// own.
+/// own, and what it prints goes neither into a file nor to another program.
 [[nodiscard]] bool is_started_from_desktop();
 
 /// The user's own folder; empty if that is unknown.

@@ -3,6 +3,7 @@
 #include "record/Record.h"
 #include "report/Words.h"
 #include "run/Forecast.h"
+#include "run/RoomNeed.h"
 #include "window/Pictures.h"
 
 #include <chrono>
@@ -58,6 +59,7 @@ struct Recognised {
     std::map<std::string, std::size_t> cameras{};        ///< Likewise.
     std::map<std::string, std::size_t> sample_cameras{}; ///< Likewise, of samples.
     std::map<std::string, std::size_t> fits{}; ///< How many files each sample is the first choice for.
+    std::vector<RoomNeed::Disk> room{};        ///< Once it is complete.
 };
 
 /// A run, under way or ended.

@@ -89,8 +89,11 @@ class ClientStream : public httplib::Stream {
     }
 
     void refuse(int status) {
-        const std::string text = "HTTP/1.1 " + std::to_string(status) +
-                                 " Refused\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+        std::string text = "HTTP/1.1 " + std::to_string(status) + " Refused\r\n";
+        for (const auto& [name, value] : common_headers()) {
+            text.append(name).append(": ").append(value).append("\r\n");
+        }
+        text += "Content-Length: 0\r\nConnection: close\r\n\r\n";
         static_cast<void>(write(text.data(), text.size()));
     }
 

@@ -5,6 +5,7 @@
 #include "report/Notes.h"
 #include "run/Forecast.h"
 #include "run/RepairSelection.h"
+#include "run/RoomNeed.h"
 #include "text/Format.h"
 #include "text/Paths.h"
 #include "window/Watcher.h"
@@ -81,11 +82,17 @@ void recognise(const ChosenFolders& folders, Board& board) {
                                     });
                                 });
     show_samples(board, forecaster.samples());
+    RoomNeed need;
     for (std::size_t index = 0; index < selection.files.size(); ++index) {
         check_interruption();
-        show(board, index, forecaster.study(selection.files[index]));
+        Forecast forecast = forecaster.study(selection.files[index]);
+        need.add(selection.files[index], forecast);
+        show(board, index, std::move(forecast));
     }
-    board.change([](WindowState& state) { state.recognised.is_complete = true; });
+    board.change([&, room = need.disks(jobs_of(options))](WindowState& state) {
+        state.recognised.room = room;
+        state.recognised.is_complete = true;
+    });
 }
 
 } // namespace plate_mend::host

@@ -49,6 +49,14 @@ const char* name_of(Activity activity) {
     return "none";
 }
 
+Json room_to_json(const std::vector<RoomNeed::Disk>& disks) {
+    Json json = Json::array();
+    for (const RoomNeed::Disk& disk : disks) {
+        json.append(Json::object({{"text", printable(disk.text)}, {"too_little", disk.has_too_little}}));
+    }
+    return json;
+}
+
 std::map<std::string, std::size_t> with_shown_names(const std::map<std::string, std::size_t>& counts) {
     std::map<std::string, std::size_t> shown;
     for (const auto& [path, count] : counts) {
@@ -75,7 +83,8 @@ Json to_json(const Recognised& known) {
                          {"kinds", counts_to_json(with_upper_names(known.kinds))},
                          {"cameras", counts_to_json(known.cameras)},
                          {"sample_cameras", counts_to_json(known.sample_cameras)},
-                         {"fits", counts_to_json(with_shown_names(known.fits))}});
+                         {"fits", counts_to_json(with_shown_names(known.fits))},
+                         {"room", room_to_json(known.room)}});
 }
 
 /// What is left, by the time that the files of this run took; nothing if that is not known yet.

@@ -1,6 +1,7 @@
 #include "host/repair/TroubledWorker.h"
 
 #include "platform/Arguments.h"
+#include "platform/Desktop.h"
 #include "platform/Files.h"
 #include "platform/Names.h"
 #include "platform/Process.h"
@@ -113,6 +114,9 @@ int run(const std::string& command, const Words& words) {
     }
     if (command == "status") {
         return std::stoi(words.at(0));
+    }
+    if (command == "desktop") { // 1 if a desktop has started this.
+        return platform::is_started_from_desktop() ? 1 : 0;
     }
     if (command == "lock") {
         return lock(words);

@@ -113,6 +113,15 @@ class Browser:
         self.call("Input.dispatchKeyEvent", type="keyDown", **key)
         self.call("Input.dispatchKeyEvent", type="keyUp", **key)
 
+    def drop(self, path, selector):
+        """Drags a file or a folder of the disk over an element, which is scrolled into the window, and drops it."""
+        place = self.value("(() => { const one = document.querySelector(" + json.dumps(selector) + ");"
+                           " one.scrollIntoView({ block: 'center' }); const box = one.getBoundingClientRect();"
+                           " return { x: box.x + box.width / 2, y: box.y + box.height / 2 }; })()")
+        for kind in ("dragEnter", "dragOver", "drop"):
+            self.call("Input.dispatchDragEvent", type=kind, **place,
+                      data={"items": [], "files": [str(path)], "dragOperationsMask": 1})
+
     def window(self, width, height, scheme="light"):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
                   mobile=False)

@@ -26,4 +26,7 @@ class Connection {
     std::intptr_t socket_;
 };
 
+/// Whether this machine has the address ::1.
+[[nodiscard]] bool has_ipv6();
+
 } // namespace test

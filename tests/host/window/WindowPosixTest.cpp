@@ -3,14 +3,21 @@
 
 #include "cli/OpenCommand.h"
 #include "platform/Desktop.h"
+#include "window/FolderSearch.h"
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 
@@ -21,8 +28,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace plate_mend::host;
+using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::Not;
 
 int exit_status_of(const std::function<void()>& work) {
@@ -38,13 +49,20 @@ TEST_F(WindowPosix, AnyNameIsOneTextInTheAnswer) {
     for (const std::string& name : hostile) {
         put("card/" + name, damaged);
     }
+    put("card/day\n\x1B[1m/a.arw", damaged);
     open_and_enter();
     choose_all();
-    EXPECT_EQ(state_at_rest().required_integer<std::size_t>("files"), hostile.size());
+    EXPECT_EQ(state_at_rest().required_integer<std::size_t>("files"), hostile.size() + 1);
     std::vector<std::string> shown;
+    std::vector<std::string> folders;
     for (const Json& file : files()) {
         shown.push_back(file.text("name"));
+        folders.push_back(file.text("folder"));
     }
+    EXPECT_THAT(folders, Contains(EndsWith("/card/day??[1m")));
+    fs::rename(folder / "good" / "good.arw", folder / "good" / "go\nod.arw");
+    ASSERT_EQ(choose("samples", folder / "good").status, 200);
+    EXPECT_EQ(state_at_rest().member("recognised").member("fits").elements().at(0).text("name"), "go?od.arw");
     EXPECT_THAT(shown, Contains("<img src=x onerror=alert(1)>.arw"));
     EXPECT_THAT(shown, Contains("\"quote\".arw"));
     EXPECT_THAT(shown, Contains("line?break.arw"));
@@ -65,8 +83,18 @@ TEST_F(WindowPosix, FolderOfAnyNameCanBeChosen) {
     ASSERT_FALSE(path.empty());
     ASSERT_EQ(post("/choose", Json::object({{"what", "damaged"}, {"path", path}}).line()).status, 200);
     EXPECT_EQ(state().member("folders").member("damaged").text("path"), path);
+    EXPECT_THAT(state().member("folders").member("damaged").text("text"), EndsWith("/bad\xEF\xBF\xBD?name"));
     ASSERT_EQ(choose("samples", folder.path()).status, 200);
     EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+TEST_F(WindowPosix, SearchForADroppedFolderFollowsNoLink) {
+    put("beyond/here/card/IMG_1.arw", damaged);
+    fs::create_directories(folder / "start");
+    fs::create_directory_symlink(folder / "beyond", folder / "start" / "link");
+    const DroppedFolder dropped{"card", {{"IMG_1.arw", damaged.size()}}};
+    EXPECT_THAT(find_dropped(dropped, {folder / "start"}), IsEmpty());
+    EXPECT_THAT(find_dropped(dropped, {folder / "beyond"}), ElementsAre(folder / "beyond" / "here" / "card"));
 }
 
 TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
@@ -83,6 +111,73 @@ TEST_F(WindowPosix, LinksInTheCardLeadToNothingThatIsServed) {
         EXPECT_THAT(reply.body, Not(HasSubstr("secret!")));
     }
     EXPECT_EQ(state_at_rest().required_integer<int>("files"), 1);
+}
+
+/// What a call of the system does with a new socket and an address of this machine.
+int call_with(decltype(::connect)* call, const char* address, std::uint16_t port) {
+    const int number = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int yes = 1;
+    ::setsockopt(number, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    ::setsockopt(number, SOL_SOCKET, SO_REUSEPORT, &yes, sizeof yes);
+    sockaddr_in place{};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(port);
+    ::inet_pton(AF_INET, address, &place.sin_addr);
+    const int result = call(number, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0 ? 0 : errno;
+    ::close(number);
+    return result;
+}
+
+TEST_F(WindowPosix, IsReachedAtNoOtherAddress) {
+    open();
+    const std::uint16_t port = window_->server().port();
+    EXPECT_EQ(call_with(::connect, "127.0.0.1", port), 0);
+    EXPECT_EQ(call_with(::connect, "127.0.0.2", port), ECONNREFUSED);
+}
+
+TEST_F(WindowPosix, KeepsItsPortToItself) {
+    open();
+    EXPECT_EQ(call_with(::bind, "127.0.0.1", window_->server().port()), EADDRINUSE);
+}
+
+/// How many sockets of this process would be open in programs that it starts.
+int sockets_for_children() {
+    constexpr int kMost = 1024;
+    int count = 0;
+    for (int number = 0; number < kMost; ++number) {
+        struct stat status {};
+        const bool is_socket = ::fstat(number, &status) == 0 && S_ISSOCK(status.st_mode);
+        count += is_socket && (::fcntl(number, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+TEST_F(WindowPosix, WorkersInheritNoConnection) {
+    const int before = sockets_for_children();
+    int during = -1;
+    HttpServer server;
+    server.serve([&](const HttpRequest& /*request*/) {
+        during = sockets_for_children();
+        return HttpResponse{};
+    });
+    Connection connection(server.port());
+    connection.send("GET / HTTP/1.1\r\nHost: a\r\n\r\n");
+    EXPECT_EQ(reply_from(connection.read_to_end()).status, 200);
+    EXPECT_EQ(during, before);
+}
+
+TEST_F(WindowPosix, TooLittleRoomIsShownAsTheCommandPrintsIt) {
+    put("card/IMG_1.arw", damaged);
+    open_and_enter();
+    choose_all();
+    fs::resize_file(folder / "good" / "good.arw", std::uintmax_t{1} << 42U); // A result may be as long.
+    ASSERT_EQ(choose("samples", folder / "good").status, 200);
+    const Json room = state_at_rest().member("recognised").member("room").elements().at(0);
+    EXPECT_TRUE(room.truth("too_little"));
+    EXPECT_THAT(room.text("text"), EndsWith(" free, which is too little"));
+    EXPECT_EQ(run({"repair", "-n", "--samples", in("good"), "--out", in("mended"), in("card")}), 3);
+    EXPECT_THAT(out, AllOf(HasSubstr(room.text("text").substr(0, room.text("text").find(';'))),
+                           HasSubstr(" free, which is too little\n")));
 }
 
 TEST_F(WindowPosix, EndsWithASignal) {

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <future>
+#include <thread>
 
 // What the window does: recognition, runs, pictures, reports, and its end.
 
@@ -30,6 +32,17 @@ class WindowRun : public WindowFixture {
         put("card/IMG_1.arw", damaged);
         put("card/IMG_2.arw", truncated_);
         put("card/IMG_3.arw", lost_);
+    }
+
+    /// Begins a run over 53 photographs, and returns when some of them are done.
+    void begin_long_run() {
+        for (int number = 10; number < 60; ++number) {
+            put("card/IMG_" + std::to_string(number) + ".arw", damaged);
+        }
+        open_and_enter();
+        choose_all();
+        ASSERT_EQ(post("/start").status, 200);
+        state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
     }
 
     /// Runs to the end.
@@ -84,6 +97,44 @@ TEST_F(WindowRun, ShowsWhatWasRecognisedAndWritesNothing) {
     EXPECT_THAT(files()[0].text("line"), StartsWith("sample good.arw (same camera (DSLR-A330)"));
     EXPECT_EQ(names(), before);
     EXPECT_FALSE(fs::exists(folder / "mended"));
+}
+
+TEST_F(WindowRun, ShowsTheRoomThatARunNeedsAsTheCommandDoes) {
+    open_and_enter();
+    choose_all();
+    const Json room = state_at_rest().member("recognised").member("room");
+    ASSERT_EQ(room.elements().size(), 1U);
+    EXPECT_FALSE(room.elements()[0].truth("too_little"));
+    const std::string text = room.elements()[0].text("text");
+    EXPECT_THAT(text, AllOf(StartsWith("About "), HasSubstr(" free")));
+    std::vector<std::string> arguments = command(false);
+    arguments.emplace_back("--dry-run");
+    EXPECT_EQ(run(arguments), 0) << err;
+    EXPECT_THAT(out, HasSubstr('\n' + text.substr(0, text.find(';')))) << "what is free may change";
+}
+
+TEST_F(WindowRun, FileAtThePlaceOfAResultStaysAndAnotherFolderHelps) {
+    put("mended/IMG_1.arw", {1});
+    open_and_enter();
+    choose_all();
+    EXPECT_EQ(state_at_rest().member("recognised").required_integer<int>("not_done"), 1);
+    EXPECT_THAT(texts(files(), "word"), ElementsAre("would not be done", "waiting", "waiting"));
+    EXPECT_THAT(files()[0].text("line"), HasSubstr("exists already"));
+    EXPECT_EQ(count_in(run_all(), "not-done"), 1U);
+    EXPECT_EQ(bytes_of("mended/IMG_1.arw"), Bytes{1});
+    ASSERT_EQ(choose("out", folder / "other").status, 200);
+    EXPECT_EQ(state_at_rest().member("recognised").required_integer<int>("not_done"), 0);
+    EXPECT_EQ(count_in(run_all(), "whole"), 1U);
+}
+
+TEST_F(WindowRun, ResultsDoNotGoWhereThePhotographsAre) {
+    open_and_enter();
+    choose_all();
+    ASSERT_EQ(choose("out", folder / "card").status, 200);
+    EXPECT_NE(state_at_rest().text("problem"), "");
+    ASSERT_EQ(post("/start").status, 200);
+    EXPECT_NE(state_at_rest().text("problem"), "");
+    EXPECT_EQ(files_below("card").size(), 3U);
 }
 
 TEST_F(WindowRun, ProposesAFolderForResultsBesideTheDamagedFiles) {
@@ -152,13 +203,7 @@ TEST_F(WindowRun, GoesOnWithARunOfTheCommandLine) {
 }
 
 TEST_F(WindowRun, StopsAndGoesOn) {
-    for (int number = 10; number < 60; ++number) {
-        put("card/IMG_" + std::to_string(number) + ".arw", damaged);
-    }
-    open_and_enter();
-    choose_all();
-    ASSERT_EQ(post("/start").status, 200);
-    state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
+    begin_long_run();
     EXPECT_EQ(post("/choose", R"({"what":"damaged","path":"/"})").status,
               fs::path("/").is_absolute() ? 409 : 400);
     EXPECT_EQ(post("/start").status, 409) << "a run is under way";
@@ -348,13 +393,7 @@ TEST_F(WindowRun, FilesComeInParts) {
 }
 
 TEST_F(WindowRun, EndOfTheWindowStopsTheRunAndCanBeResumed) {
-    for (int number = 10; number < 60; ++number) {
-        put("card/IMG_" + std::to_string(number) + ".arw", damaged);
-    }
-    open_and_enter();
-    choose_all();
-    ASSERT_EQ(post("/start").status, 200);
-    state_when([](const Json& now) { return now.member("run").required_integer<int>("done") >= 2; });
+    begin_long_run();
     ASSERT_EQ(post("/quit").status, 200);
     EXPECT_EQ(window_->wait(), WindowServer::End::kOver);
     window_.reset();
@@ -364,6 +403,47 @@ TEST_F(WindowRun, EndOfTheWindowStopsTheRunAndCanBeResumed) {
     }
     EXPECT_EQ(run(command()), 2) << err;
     EXPECT_EQ(files_below("mended").size(), 53U);
+}
+
+TEST_F(WindowRun, HourWithoutAPageBeginsWhenTheRunHasEnded) {
+    std::atomic<std::chrono::minutes::rep> minutes = 0;
+    std::atomic<bool> is_running = false;
+    std::promise<void> work_is_done;
+    std::promise<void> may_end;
+    WindowSettings given = settings();
+    // The run's own thread asks for the time when its work is done. It waits for us there.
+    given.clock = [&, test = std::this_thread::get_id()] {
+        if (is_running && std::this_thread::get_id() != test) {
+            work_is_done.set_value();
+            may_end.get_future().wait();
+        }
+        return std::chrono::steady_clock::time_point() + std::chrono::minutes(minutes);
+    };
+    put("good/good.arw", sample.bytes);
+    Window window(given, "token");
+    for (const auto& [what, name] :
+         {std::pair("damaged", "card"), std::pair("samples", "good"), std::pair("out", "mended")}) {
+        const Json wish = Json::object({{"what", what}, {"path", escaped_name(utf8_from(folder / name))}});
+        ASSERT_EQ(window.answer({"POST", "/choose", {}, {}, wish.line()}).status, 200);
+    }
+    Json now = Json::object({{"activity", "recognising"}, {"version", 0}});
+    while (now.text("activity") != "none") {
+        const std::string version = std::to_string(now.required_integer<std::uint64_t>("version"));
+        now = Json::parse(window.answer({"GET", "/state", {{"after", version}}, {}, ""}).content);
+    }
+    is_running = true;
+    ASSERT_EQ(window.answer({"POST", "/start", {}, {}, ""}).status, 200);
+    const bool is_done =
+        work_is_done.get_future().wait_for(std::chrono::minutes(2)) == std::future_status::ready;
+    ASSERT_TRUE(is_done) << "nobody asks for the time when a run ends";
+    minutes = 1000;
+    EXPECT_FALSE(window.is_over()) << "a run is under way";
+    may_end.set_value();
+    window.end();
+    minutes = 1059;
+    EXPECT_FALSE(window.is_over()) << "it ended 59 minutes ago";
+    minutes = 1060;
+    EXPECT_TRUE(window.is_over());
 }
 
 TEST_F(WindowRun, EndsAfterAnHourWithoutAPage) {
@@ -386,8 +466,8 @@ TEST_F(WindowRun, EndsAfterAnHourWithoutAPage) {
     EXPECT_EQ(window_->wait(), WindowServer::End::kOver);
 }
 
-TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
-    std::string address;
+/// A desktop whose browser enters the page, and asks the program to end.
+Desktop desktop_that_closes(std::string& address) {
     Desktop desktop;
     desktop.open_address = [&](const std::string& given) {
         address = given;
@@ -408,15 +488,52 @@ TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
         EXPECT_EQ(ask_for("POST /quit" + head + cookie + "X-Plate-Mend: " + token + "\r\n\r\n").status, 200);
         return true;
     };
+    return desktop;
+}
+
+TEST_F(WindowRun, OpensTheBrowserAtItsAddress) {
+    std::string address;
     ::testing::internal::CaptureStdout();
-    EXPECT_EQ(run_open({in("card"), false}, program_file(), desktop), 0);
+    EXPECT_EQ(run_open({in("card"), false}, program_file(), desktop_that_closes(address)), 0);
     EXPECT_THAT(::testing::internal::GetCapturedStdout(),
                 HasSubstr("plate-mend is open at " + address + "\n"));
+}
+
+TEST_F(WindowRun, OpensWithoutArgumentsIfADesktopHasStartedTheProgram) {
+    std::string address;
+    Desktop desktop = desktop_that_closes(address);
+    for (const bool is_desktop : {true, false}) {
+        address.clear();
+        desktop.has_started_program = [is_desktop] { return is_desktop; };
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(plate_mend::host::run({}, program_file(), desktop), is_desktop ? 0 : 64);
+        EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr(address));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr().empty(), is_desktop) << "how it is used";
+        EXPECT_EQ(address.empty(), !is_desktop);
+    }
+    desktop.has_started_program = [] { return true; };
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(plate_mend::host::run({"--version"}, program_file(), desktop), 0);
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(), StartsWith("plate-mend "));
+    EXPECT_EQ(address, "") << "an argument says what is wanted";
 }
 
 TEST_F(WindowRun, RefusesAFolderThatIsNotThere) {
     EXPECT_EQ(run({"open", "--no-browser", in("missing")}), 64);
     EXPECT_THAT(err, HasSubstr("no such folder"));
+}
+
+TEST_F(WindowRun, ListsFoldersThatAreNotHidden) {
+    for (const char* name : {"b", "a", ".hidden", "$RECYCLE.BIN"}) {
+        fs::create_directories(folder / "top" / name);
+    }
+    put("top/file.arw", damaged);
+    open_and_enter();
+    const Json listed = Json::parse(get("/folder?path=" + in("top")).body);
+    EXPECT_THAT(texts(listed.member("folders").elements(), "name"), ElementsAre("a", "b"));
+    EXPECT_EQ(listed.member("above").text("text"), utf8_from(folder.path()));
+    EXPECT_THAT(Json::parse(get("/folder?path=" + in("missing")).body).text("problem"), Not(IsEmpty()));
 }
 
 TEST_F(WindowRun, FindsADroppedFolderByWhatIsInIt) {

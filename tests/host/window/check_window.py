@@ -149,6 +149,10 @@ def does_a_whole_run(maker, program, browser, folder):
         expect("recognised", known[0], "Broken photographs, by kind 7 ARW, 1 DNG")
         expect("samples", known[2].startswith("2 samples "), True)
         expect("fits", known[3], "First choice of sample 7 IMG_0007.ARW, 1 IMG_0009.DNG")
+        expect("room", re.fullmatch(r"Room About [0-9.]+ MB needed, at most, on the disk of .*, working files included;"
+                                    r" [0-9.]+ .B free", known[4]) is not None, True)
+        expect("warnings", browser.value("[...document.querySelectorAll('#room, #kept')].map((one) => one.hidden)"),
+               [True, True])
         window.run()
         window.picture("done")
         expect("summary", window.text("#summary li"), "8 files: 4 whole, 3 partly there, 1 lost")
@@ -212,18 +216,24 @@ def does_a_whole_run(maker, program, browser, folder):
 def stops_and_goes_on(maker, program, browser, folder):
     with Window(maker, program, browser, folder, 60) as window:
         browser.window(1280, 900)
+        (folder / "card/list.txt").write_text("no photograph")
         window.open()
         window.choose_all()
         window.click("#start")
-        window.until("some files", "document.querySelector('#progress').value >= 3")
+        window.until("some files with their pictures and verdicts",
+                     "document.querySelectorAll('#list .whole .mount img').length >= 2"
+                     " && document.querySelector('#progress').value >= 3")
         window.picture("running")
         window.click("#stop")
         window.until("the stop", "!document.querySelector('#after').hidden")
         expect("button", window.text("#start"), "Go on")
         expect("text", window.text("#run-text").startswith("Stopped after "), True)
+        expect("notes", browser.value("document.querySelector('#notes').open"), True)
+        expect("note", "1 .txt" in window.text("#notes li"), True)
         done = browser.value("document.querySelector('#progress').value")
         if not 3 <= done < 60:
             raise SystemExit(f"{done} of 60 files were done")
+        expect("hint", browser.value("document.querySelector('#again').hidden"), True)
         window.picture("stopped")
         before = len(window.records())
         window.run()
@@ -240,6 +250,70 @@ def stops_and_goes_on(maker, program, browser, folder):
         window.process.send_signal(signal.SIGINT)
         window.has_ended(130)
         window.until("the end on the page", "!document.querySelector('#ended').hidden")
+
+
+def takes_dropped_folders(maker, program, browser, folder):
+    with Window(maker, program, browser, folder, 2) as window:
+        # Other folders of this machine may have the same photographs, but not this name.
+        name = f"card {time.time_ns()}"
+        (folder / "card").rename(folder / name)
+        browser.window(1280, 900)
+        window.open()
+        damaged = ".folder[data-what=damaged]"
+        browser.drop(folder / name, damaged)
+        window.until("the folder", f"document.querySelector('#damaged-path').textContent === {json.dumps(str(folder / name))}")
+        expect("hint", window.text("#drop-note"), "")
+        # Two that are alike: the user is asked.
+        shutil.copytree(folder / "good", folder / "one" / name)
+        shutil.copytree(folder / "good", folder / "two" / name)
+        browser.drop(folder / "two" / name, ".folder[data-what=samples]")
+        window.until("the question", "document.querySelector('#chooser').open")
+        shown = browser.value("[...document.querySelectorAll('#tree button')].map((one) => one.textContent)")
+        expect("folders", sorted(shown), [str(folder / "one" / name), str(folder / "two" / name)])
+        expect("button", browser.value("document.querySelector('#chosen').hidden"), True)
+        browser.value(f"document.querySelectorAll('#tree button')[{shown.index(str(folder / 'two' / name))}].click()")
+        window.until("the samples",
+                     f"document.querySelector('#samples-path').textContent === {json.dumps(str(folder / 'two' / name))}")
+        # What cannot be found, and what is no folder.
+        (folder / ".hidden").mkdir()
+        shutil.copytree(folder / "good", folder / ".hidden" / (name + " too"))
+        browser.drop(folder / ".hidden" / (name + " too"), damaged)
+        window.until("the hint", "document.querySelector('#drop-note').textContent.includes('Choose it instead')")
+        expect("no folder of that name", "no folder of this name" in window.text("#drop-note"), True)
+        browser.drop(folder / "good" / "IMG_0007.ARW", damaged)
+        window.until("the hint", "document.querySelector('#drop-note').textContent.startsWith('Only a folder ')")
+        expect("chosen", window.text("#damaged-path"), str(folder / name))
+        # What misses the panels does not replace the page.
+        browser.value("""['dragover', 'drop'].forEach((kind) => window.addEventListener(kind, (event) => {
+            document.body.dataset[kind] = event.defaultPrevented; }))""")
+        browser.drop(folder / "good" / "IMG_0007.ARW", "h1")
+        window.until("the drop", "document.body.dataset.drop === 'true' && document.body.dataset.dragover === 'true'")
+        expect("page", browser.value("location.href"), window.address.split("?")[0])
+        window.is_quiet("dropped folders")
+
+
+def warns_before_a_run(maker, program, browser, folder):
+    with Window(maker, program, browser, folder, 2) as window:
+        browser.window(360, 720)
+        os.truncate(folder / "good/IMG_0007.ARW", 1 << 42)  # A sample says how long a result may be.
+        (folder / "mended").mkdir()
+        (folder / "mended/IMG_0001.ARW").write_text("mine")
+        window.open()
+        window.choose_all()
+        expect("too little room", browser.value("document.querySelector('#room').hidden"), False)
+        expect("words", "free, which is too little" in window.text("#known"), True)
+        expect("what stays", browser.value("document.querySelector('#kept').hidden"), False)
+        browser.value("document.querySelector('#recognised').scrollIntoView()")
+        window.picture("warnings")
+        expect("room beside", browser.value("document.documentElement.scrollWidth <= innerWidth"), True)
+        expect("start", browser.value("document.querySelector('#start').disabled"), False)
+        # With the sample as it was, and in another folder, all is well.
+        os.truncate(folder / "good/IMG_0007.ARW", 1 << 16)
+        window.choose("out", folder / "others")
+        window.until("the recognition", "document.querySelector('#recognised-state').textContent === ''"
+                     " && document.querySelector('#known').textContent.includes('Room')")
+        expect("warnings", browser.value("[...document.querySelectorAll('#room, #kept')].map((one) => one.hidden)"),
+               [True, True])
 
 
 def shows_thousands_of_files(maker, program, browser, folder):
@@ -273,7 +347,7 @@ def shows_names_as_they_are(maker, program, browser, folder):
         window.picture("narrow-start")
         window.choose_all()
         window.run()
-        window.until("the rows", ROWS + ".length === 2")
+        window.until("the verdicts", "document.querySelectorAll('#list .whole .mount img').length === 2")
         expect("names", sorted(window.names()), sorted([EVIL, "IMG_0001.ARW"]))
         expect("room beside", browser.value("document.documentElement.scrollWidth <= innerWidth"), True)
         browser.value("document.querySelector('#files').scrollIntoView()")

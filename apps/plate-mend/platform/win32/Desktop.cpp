@@ -22,6 +22,12 @@ bool open_with_shell(const std::wstring& what) {
     return reinterpret_cast<std::intptr_t>(result) > kLastError;
 }
 
+/// Whether what the process prints goes into a file, or to another program.
+bool is_redirected(DWORD stream) {
+    const DWORD type = ::GetFileType(::GetStdHandle(stream));
+    return type == FILE_TYPE_DISK || type == FILE_TYPE_PIPE;
+}
+
 } // namespace
 
 bool open_address(const std::string& address) {
@@ -34,7 +40,8 @@ bool open_path(const fs::path& path) {
 
 bool is_started_from_desktop() {
     std::array<DWORD, 2> processes{};
-    return ::GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) == 1;
+    return ::GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) == 1 &&
+           !is_redirected(STD_OUTPUT_HANDLE) && !is_redirected(STD_ERROR_HANDLE);
 }
 
 fs::path home_folder() {

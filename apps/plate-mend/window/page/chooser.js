@@ -98,6 +98,7 @@ export async function choose(title, current, isNew) {
 export function chooseAmong(title, folders) {
   here = null;
   typed.value = '';
+  byId('chosen').hidden = true; // A click on one of them chooses it.
   complain('');
   byId('starts').replaceChildren();
   byId('tree').replaceChildren(...folders.map((one) => element('li', button(one.text, () => close(one.path)))));

@@ -1,7 +1,7 @@
 // The page of plate-mend. What it shows comes from the program; texts go into it as texts only.
 
 import { follow, ask, wish } from '/ask.js';
-import { byId, element, setText, setTexts } from '/dom.js';
+import { byId, classed, element, setText, setTexts } from '/dom.js';
 import { choose, chooseAmong } from '/chooser.js';
 import { locate } from '/drop.js';
 import { FileList } from '/list.js';
@@ -81,7 +81,12 @@ function showRecognised() {
   if (more.length) {
     entries.push(known('Of these', more));
   }
+  if (found.room.length) {
+    entries.push(classed('div', 'wide', element('dt', 'Room'), ...found.room.map((one) => element('dd', one.text))));
+  }
   byId('known').replaceChildren(...entries);
+  byId('kept').hidden = more.length === 0;
+  byId('room').hidden = !found.room.some((one) => one.too_little);
 }
 
 function runText() {
@@ -108,6 +113,8 @@ function runText() {
   return Object.values(state.folders).some((one) => one === null) ? 'Choose the folders first.'
     : state.files ? `${files(state.files)} to repair` : '';
 }
+
+let hadEnded = false;
 
 function showRun() {
   const run = state.run;
@@ -136,7 +143,10 @@ function showRun() {
   byId('save-sheet').disabled = isBusy();
   byId('open-sheet').hidden = !state.sheet;
   setText('sheet-note', state.sheet ? `Saved: ${state.sheet.text}` : '');
+  byId('again').hidden = run.stopped;
   byId('notes').hidden = state.notes.length === 0;
+  byId('notes').open ||= run.ended && run.stopped && !hadEnded; // They may say why.
+  hadEnded = run.ended;
   setTexts(byId('notes').querySelector('ul'), state.notes);
   const share = state.files ? Math.floor(100 * run.done / state.files) : 0;
   document.title = repairs ? `${share} % · plate-mend` : 'plate-mend';
