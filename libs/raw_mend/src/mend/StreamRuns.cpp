@@ -32,6 +32,7 @@ class RunsRepair {
         chain_ = decode_chain(walk_, walk_.place_of(begin), end);
         auto placed = place_runs(frame_, chain_, find_phase_runs(frame_, chain_), lag_);
         if (placed.empty() || placed.front().value != chain_.first + placed.front().run.begin ||
+            (is_empty(placed.front()) && suspects.front().value > begin + kNearRows * frame_.row) ||
             (placed.size() == 1 && (is_short || end_of(placed.front()) + lag_ >= frame_.count()))) {
             return std::nullopt;
         }
@@ -68,6 +69,8 @@ class RunsRepair {
         std::fill(states.begin() + static_cast<std::ptrdiff_t>(run.begin / frame_.row),
                   states.begin() + static_cast<std::ptrdiff_t>(run.end / frame_.row), state);
     }
+
+    [[nodiscard]] static bool is_empty(const PlacedRun& run) { return run.run.begin == run.run.end; }
 
     [[nodiscard]] static std::size_t end_of(const PlacedRun& run) {
         return run.value + run.run.end - run.run.begin;
