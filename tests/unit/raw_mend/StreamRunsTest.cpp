@@ -163,16 +163,18 @@ TEST(StreamPlaces, NoiseBeforeTheEndIsNoRun) {
     const std::vector<std::uint16_t> values = make_values();
     Chain chain = chain_of(make_stream(values));
     // 7 rows and 5 values are lost; the last row but one seems to begin elsewhere.
-    const std::size_t lost = 7 * kRow + 5;
+    constexpr std::size_t kRowLength = kRow;
+    const std::size_t lost = 7 * kRowLength + 5;
     auto& differences = chain.chain.differences;
-    differences.erase(differences.begin() + 300 * kRow, differences.begin() + 300 * kRow + lost);
-    const std::size_t second = 308 * kRow - lost;
-    const std::size_t noise = chain.chain.size() - 2 * kRow + 40;
-    const auto placed =
-        place_runs(chain.frame, chain.chain, {{0, 300 * kRow}, {second, noise}, {noise, noise + kRow}}, kRow);
+    const auto from = differences.begin() + std::ptrdiff_t{300} * kRow;
+    differences.erase(from, from + static_cast<std::ptrdiff_t>(lost));
+    const std::size_t second = 308 * kRowLength - lost;
+    const std::size_t noise = chain.chain.size() - 2 * kRowLength + 40;
+    const auto placed = place_runs(chain.frame, chain.chain,
+                                   {{0, 300 * kRowLength}, {second, noise}, {noise, noise + kRow}}, kRow);
     ASSERT_EQ(placed.size(), 2U);
     EXPECT_TRUE(placed[1].is_certain);
-    EXPECT_EQ(placed[1].value, 308 * kRow);
+    EXPECT_EQ(placed[1].value, 308 * kRowLength);
     EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
 }
 
@@ -181,12 +183,13 @@ TEST(StreamPlaces, RowsOfTheRunBeforeGiveWayToTheLast) {
     Chain chain = chain_of(make_stream(values));
     // Three rows more than there were, which seem to be of the first run.
     auto& differences = chain.chain.differences;
-    differences.insert(differences.begin() + 300 * kRow, 3 * kRow + 10, 0);
-    const std::size_t second = 303 * kRow + 10;
+    constexpr std::size_t kRowLength = kRow;
+    differences.insert(differences.begin() + std::ptrdiff_t{300} * kRow, 3 * kRowLength + 10, 0);
+    const std::size_t second = 303 * kRowLength + 10;
     const auto placed =
-        place_runs(chain.frame, chain.chain, {{0, 302 * kRow}, {second, chain.chain.size()}}, kRow);
+        place_runs(chain.frame, chain.chain, {{0, 302 * kRowLength}, {second, chain.chain.size()}}, kRow);
     ASSERT_EQ(placed.size(), 2U);
-    EXPECT_EQ(placed[0].run.end, 300 * kRow);
+    EXPECT_EQ(placed[0].run.end, 300 * kRowLength);
     EXPECT_TRUE(placed[1].is_certain);
     EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
 }

@@ -16,7 +16,6 @@ namespace test {
 namespace {
 
 using raw_mend::ByteRange;
-using raw_mend::CodedPlace;
 using raw_mend::CodedRow;
 using raw_mend::CodedSample;
 using raw_mend::Image;

@@ -230,6 +230,7 @@ class RunPlacing {
     static std::vector<std::ptrdiff_t> choose(const std::vector<std::vector<Option>>& options,
                                               std::optional<std::ptrdiff_t> all) {
         std::vector<std::ptrdiff_t> likeliest;
+        likeliest.reserve(options.size());
         for (const auto& of_gap : options) {
             likeliest.push_back(std::ranges::min_element(of_gap, {}, &Option::penalty)->rows);
         }

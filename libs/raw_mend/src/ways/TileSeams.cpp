@@ -331,6 +331,7 @@ void place_by_seams(CodedRow& row, Bytes damaged, const std::vector<CodedPlace>&
         return;
     }
     std::vector<std::optional<TileSides>> tiles;
+    tiles.reserve(places.size());
     for (const CodedPlace& place : places) {
         tiles.push_back(TileSides::read(damaged, place, raw.frame));
     }
