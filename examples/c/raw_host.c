@@ -39,6 +39,9 @@ static void print_notes(uint32_t notes) {
     if (notes & RAW_MEND_SAMPLE_PARAMETERS) {
         puts("what a decoder needs besides the image is the sample's");
     }
+    if (notes & RAW_MEND_TEXT_MODE_UNDONE) {
+        puts("a transfer in text mode was undone");
+    }
 }
 
 /* The shares of pixels, and the first few areas. */

@@ -118,6 +118,16 @@ TEST_P(RealPairs, DamageBeforeTheImageEndsInTheOriginalsPixels) {
     }
 }
 
+TEST_P(RealPairs, TextModeEndsInTheOriginalsPixels) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const Record record = repair(in_text_mode(photo), good);
+    EXPECT_EQ(status, 0) << out << err;
+    EXPECT_EQ(record.verdict, Verdict::kWhole);
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
+}
+
 TEST_P(RealPairs, PreviewsShowThePhotograph) {
     REAL_FILE_OR_SKIP(photo, GetParam().original);
     REAL_FILE_OR_SKIP(good, GetParam().sample);

@@ -196,6 +196,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(RAW_MEND_PIECES_LOST), CodeSource::kNote, kPiecesLost),
         row(ROW(RAW_MEND_PLACES_GUESSED), CodeSource::kNote, kPlacesGuessed),
         row(ROW(RAW_MEND_SAMPLE_PARAMETERS), CodeSource::kNote, kSampleParameters),
+        row(ROW(RAW_MEND_TEXT_MODE_UNDONE), CodeSource::kNote, kTextModeUndone),
         row(ROW(STILL_MEND_OK), CodeSource::kAny, kPictureWritten),
         row(ROW(STILL_MEND_INPUT_UNREADABLE), CodeSource::kSalvage, kUnreadable),
         row(ROW(STILL_MEND_NOTHING_FOUND), CodeSource::kSalvage, kNothing),
