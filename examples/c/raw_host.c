@@ -42,6 +42,9 @@ static void print_notes(uint32_t notes) {
     if (notes & RAW_MEND_TEXT_MODE_UNDONE) {
         puts("a transfer in text mode was undone");
     }
+    if (notes & RAW_MEND_ROTATION_UNDONE) {
+        puts("the end was before the beginning, and was put back");
+    }
 }
 
 /* The shares of pixels, and the first few areas. */

@@ -128,6 +128,17 @@ TEST_P(RealPairs, TextModeEndsInTheOriginalsPixels) {
     EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
 }
 
+TEST_P(RealPairs, AnEndBeforeTheBeginningEndsInTheOriginalsPixels) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const std::size_t half = photo.size() / 2 / (4 * kKiB) * (4 * kKiB);
+    const Record record = repair(joined(part(photo, half, photo.size()), part(photo, 0, half)), good);
+    EXPECT_EQ(status, 0) << out << err;
+    EXPECT_EQ(record.verdict, Verdict::kWhole);
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
+}
+
 TEST_P(RealPairs, PreviewsShowThePhotograph) {
     REAL_FILE_OR_SKIP(photo, GetParam().original);
     REAL_FILE_OR_SKIP(good, GetParam().sample);
