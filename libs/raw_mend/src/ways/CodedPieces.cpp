@@ -42,6 +42,22 @@ FoundImage take_row(const CodedRow& row, const std::vector<CodedPlace>& places, 
     return image;
 }
 
+/// Foreign bytes may hold the head of another photograph.
+std::vector<Extent> find_rivals(const CodedRow& row, const std::vector<CodedPlace>& places) {
+    constexpr std::size_t kMostRivals = 3;
+    std::vector<Extent> rivals;
+    if (row.pieces.size() != 1 || !row.pieces.front() || places[row.pieces.front()->place].proved) {
+        return rivals;
+    }
+    const std::uint64_t end = std::ranges::max(places, {}, &CodedPlace::end).end;
+    for (const std::size_t nth : row.unused) {
+        if (rivals.size() < kMostRivals) {
+            rivals.push_back({places[nth].offset, end - places[nth].offset});
+        }
+    }
+    return rivals;
+}
+
 /// The structure of each piece, in the order of the container's lists.
 std::vector<std::size_t> structures_of(const CodedSample& sample) {
     std::vector<std::size_t> structures(sample.count());
@@ -173,6 +189,7 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
     const auto places = find_coded_streams(damaged, *coded);
     const CodedRow row = choose_row(damaged, places, *coded);
     FoundImage image = take_row(row, places, sample.description.raw);
+    image.rivals = find_rivals(row, places);
     if (image.proved < coded->count()) {
         if (auto named = find_named_pieces(damaged, sample, *coded, places, row)) {
             image = std::move(*named);
