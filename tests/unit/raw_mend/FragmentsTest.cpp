@@ -2,6 +2,7 @@
 #include "Written.h"
 
 #include "support/Cr2Photo.h"
+#include "support/DngPhoto.h"
 #include "support/RawDecode.h"
 #include "support/RealFiles.h"
 
@@ -74,6 +75,48 @@ TEST(Fragments, OfRealPhotographsAroundAnotherAreJoined) {
         expect_exact(with_gap(original, at, beginning_of(other, 70)), original, other);
         expect_exact(with_gap(original, at, middle_of(other)), original, other);
     }
+}
+
+Bytes dng(unsigned number) {
+    return DngPhoto({.number = number, .width = 1024, .height = 768, .tile_width = 128, .tile_height = 128})
+        .bytes;
+}
+
+/// The clusters between the places exchanged with those after them, up to the third.
+Bytes exchanged(const Bytes& file, std::size_t first, std::size_t second, std::size_t third) {
+    return joined(joined(part(file, 0, first), part(file, second, third)),
+                  joined(part(file, first, second), part(file, third, file.size())));
+}
+
+TEST(Fragments, OfTilesAreFoundByTheFilesOwnTables) {
+    const Bytes original = dng(1);
+    const Bytes other = dng(2);
+    ASSERT_GT(other.size(), 0U);
+    expect_exact(with_gap(original, cluster_at(original, 50), beginning_of(other, 40)), original, other);
+    expect_exact(
+        exchanged(original, cluster_at(original, 20), cluster_at(original, 50), cluster_at(original, 80)),
+        original, other);
+}
+
+TEST(Fragments, OfRealTilesAreFoundByTheFilesOwnTables) {
+    REAL_FILE_OR_SKIP(original, "pairs/nikon-d5000-dng/sample1.dng");
+    REAL_FILE_OR_SKIP(other, "pairs/nikon-d5000-dng/sample2.dng");
+    expect_exact(with_gap(original, cluster_at(original, 50), beginning_of(other, 40)), original, other);
+    expect_exact(
+        exchanged(original, cluster_at(original, 30), cluster_at(original, 55), cluster_at(original, 80)),
+        original, other);
+}
+
+/// Both are whole, and nothing shows which one is meant.
+TEST(Fragments, OfTwoWholePhotographsAreAGuess) {
+    const Bytes original = dng(1);
+    const Bytes other = dng(2);
+    const Bytes damaged =
+        joined(zeroed(other, 0, 8), with_gap(original, cluster_at(original, 50), Bytes(kCluster)));
+    const auto sample = Sample::read(other);
+    const auto repaired = raw_mend::repair(damaged, *sample);
+    ASSERT_TRUE(repaired && repaired->file);
+    EXPECT_FALSE(repaired->image.doubts.empty());
 }
 
 /// Neither stream can be put together: what is promised is still one photograph's, and its place a guess.
