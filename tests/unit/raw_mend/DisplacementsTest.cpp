@@ -39,7 +39,7 @@ TEST(Displacements, AreThoseOfMostStreamsFirst) {
     const std::uint64_t back = ~std::uint64_t{0} - (1U << 20U) + 1;
     std::vector<CodedPlace> places;
     add_places(named, 25, 40, back, places);
-    add_places(named, 0, 25, 4096 * 100, places);
+    add_places(named, 0, 25, 409600, places);
     EXPECT_EQ(raw_mend::find_displacements(named, places), (std::vector<std::uint64_t>{409600, back}));
 }
 

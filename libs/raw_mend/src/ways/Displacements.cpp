@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 namespace raw_mend {
 
@@ -36,11 +37,11 @@ std::vector<std::uint64_t> list_votes(std::span<const PiecePair> pairs, std::spa
     std::vector<std::uint64_t> votes;
     for (std::size_t nth = 1; nth < places.size(); ++nth) {
         const std::uint64_t distance = places[nth].offset - places[nth - 1].offset;
-        const auto alike = std::ranges::equal_range(pairs, distance, {}, &PiecePair::distance);
-        if (places[nth - 1].proved && alike.size() <= kMostAlike) {
-            for (const PiecePair& pair : alike) {
-                votes.push_back(places[nth - 1].offset - pair.offset);
-            }
+        const auto first = std::ranges::lower_bound(pairs, distance, {}, &PiecePair::distance);
+        const auto last = std::ranges::upper_bound(pairs, distance, {}, &PiecePair::distance);
+        if (places[nth - 1].proved && static_cast<std::size_t>(last - first) <= kMostAlike) {
+            std::transform(first, last, std::back_inserter(votes),
+                           [&](const PiecePair& pair) { return places[nth - 1].offset - pair.offset; });
         }
     }
     std::ranges::sort(votes);
@@ -67,6 +68,7 @@ std::vector<std::uint64_t> find_displacements(std::span<const Extent> named,
     std::ranges::stable_sort(found, std::ranges::greater(), &Found::pairs);
     found.resize(std::min(found.size(), kMostDisplacements));
     std::vector<std::uint64_t> displacements;
+    displacements.reserve(found.size());
     for (const Found& one : found) {
         displacements.push_back(one.displacement);
     }
