@@ -39,6 +39,12 @@ static void print_notes(uint32_t notes) {
     if (notes & RAW_MEND_SAMPLE_PARAMETERS) {
         puts("what a decoder needs besides the image is the sample's");
     }
+    if (notes & RAW_MEND_TEXT_MODE_UNDONE) {
+        puts("a transfer in text mode was undone");
+    }
+    if (notes & RAW_MEND_ROTATION_UNDONE) {
+        puts("the end was before the beginning, and was put back");
+    }
 }
 
 /* The shares of pixels, and the first few areas. */

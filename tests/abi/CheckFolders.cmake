@@ -33,14 +33,15 @@ elseif(PART STREQUAL "Libs")
     # A library's public headers have its name before them.
     set(root libs)
     set(table
-        "still_mend: jpeg_bits mapped_file system_path"
-        "raw_mend: byte_reader jpeg_bits lossless_jpeg mapped_file system_path"
+        "still_mend: jpeg_bits mapped_file system_path text_mode"
+        "raw_mend: byte_reader jpeg_bits lossless_jpeg mapped_file system_path text_mode"
         "quill_log: system_path"
         "byte_reader:"
         "lossless_jpeg: jpeg_bits"
         "jpeg_bits:"
         "mapped_file:"
-        "system_path:")
+        "system_path:"
+        "text_mode:")
     # Exiv2 is under the GPL: only the program may link it.
     set(owners "plate_mend/: nobody" "exiv2/: nobody")
 elseif(PART STREQUAL "RawMend")

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <string_view>
 
 // The program on photographs from real cameras, in pairs: one is damaged, the other is its sample.
 
@@ -116,6 +117,43 @@ TEST_P(RealPairs, DamageBeforeTheImageEndsInTheOriginalsPixels) {
         ASSERT_TRUE(record.raw.has_value()) << damage.name;
         EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == picture) << damage.name;
     }
+}
+
+TEST_P(RealPairs, TextModeEndsInTheOriginalsPixels) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const Record record = repair(in_text_mode(photo), good);
+    EXPECT_EQ(status, 0) << out << err;
+    EXPECT_EQ(record.verdict, Verdict::kWhole);
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
+}
+
+TEST_P(RealPairs, AnEndBeforeTheBeginningEndsInTheOriginalsPixels) {
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const std::size_t half = photo.size() / 2 / (4 * kKiB) * (4 * kKiB);
+    const Record record = repair(joined(part(photo, half, photo.size()), part(photo, 0, half)), good);
+    EXPECT_EQ(status, 0) << out << err;
+    EXPECT_EQ(record.verdict, Verdict::kWhole);
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
+}
+
+/// Another photograph's beginning, with heads of its own, is within the image.
+TEST_P(RealPairs, PartsAroundAnotherPhotographEndInTheOriginalsPixels) {
+    if (!std::string_view(GetParam().original).starts_with("pairs/canon-30d/")) {
+        GTEST_SKIP() << "needs one coded stream";
+    }
+    REAL_FILE_OR_SKIP(photo, GetParam().original);
+    REAL_FILE_OR_SKIP(good, GetParam().sample);
+    const std::size_t half = photo.size() / 2 / (4 * kKiB) * (4 * kKiB);
+    const Bytes before = joined(part(photo, 0, half), part(good, 0, 5 * kKiB * kKiB));
+    const Record record = repair(joined(before, part(photo, half, photo.size())), good);
+    EXPECT_EQ(status, 0) << out << err;
+    EXPECT_EQ(record.verdict, Verdict::kWhole);
+    ASSERT_TRUE(record.raw.has_value());
+    EXPECT_TRUE(decode_raw(fs::path(record.raw->path)) == decode_raw(photo));
 }
 
 TEST_P(RealPairs, PreviewsShowThePhotograph) {

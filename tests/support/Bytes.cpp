@@ -67,6 +67,18 @@ Bytes noise(std::size_t count, std::uint32_t seed) {
     return bytes;
 }
 
+Bytes in_text_mode(const Bytes& bytes) {
+    Bytes changed;
+    changed.reserve(bytes.size() + bytes.size() / 64);
+    for (const unsigned char byte : bytes) {
+        if (byte == 0x0A) {
+            changed.push_back(0x0D);
+        }
+        changed.push_back(byte);
+    }
+    return changed;
+}
+
 Bytes part(const Bytes& bytes, std::size_t first, std::size_t last) {
     if (first > last || last > bytes.size()) {
         throw std::out_of_range("part");

@@ -36,6 +36,9 @@ void put_text(Bytes& bytes, std::size_t offset, std::string_view text);
 [[nodiscard]] Bytes zeroed(Bytes bytes, std::size_t first, std::size_t last);
 [[nodiscard]] Bytes with(Bytes bytes, std::size_t offset, const Bytes& value);
 
+/// The bytes as a transfer in text mode leaves them: CR is put before each LF.
+[[nodiscard]] Bytes in_text_mode(const Bytes& bytes);
+
 /// Numbers side by side.
 [[nodiscard]] Bytes u16_bytes(const std::vector<std::uint16_t>& values, ByteOrder order);
 [[nodiscard]] Bytes u32_bytes(const std::vector<std::uint32_t>& values, ByteOrder order);

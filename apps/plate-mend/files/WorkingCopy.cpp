@@ -1,6 +1,7 @@
 #include "files/WorkingCopy.h"
 
 #include "files/Failures.h"
+#include "files/FileBytes.h"
 #include "files/Sha256.h"
 #include "platform/Files.h"
 #include "text/Paths.h"
@@ -125,6 +126,36 @@ class Copier {
 
 CopiedFile copy_readable(const fs::path& from, const fs::path& to) {
     return Copier(from, to).run();
+}
+
+std::uint64_t copy_without_text_mode(const fs::path& from, const fs::path& to, std::uint64_t offset) {
+    constexpr unsigned char kCr = 0x0D;
+    constexpr unsigned char kLf = 0x0A;
+    FileBytes file(from);
+    platform::NewFile copy(to);
+    std::vector<unsigned char> kept;
+    std::uint64_t dropped = 0; // Before the offset.
+    bool ends_in_cr = false;   // It is written once it is known what follows it.
+    for (std::uint64_t done = 0; done < file.size(); done += kPiece) {
+        kept.clear();
+        std::uint64_t at = done;
+        for (const unsigned char byte : file.read(done, kPiece)) {
+            if (ends_in_cr && byte != kLf) {
+                kept.push_back(kCr);
+            }
+            dropped += ends_in_cr && byte == kLf && at <= offset ? 1U : 0U;
+            ++at;
+            ends_in_cr = byte == kCr;
+            if (!ends_in_cr) {
+                kept.push_back(byte);
+            }
+        }
+        copy.write(kept.data(), kept.size());
+    }
+    if (ends_in_cr) {
+        copy.write(&kCr, 1);
+    }
+    return offset - dropped;
 }
 
 } // namespace plate_mend::host

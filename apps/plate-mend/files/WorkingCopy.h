@@ -31,4 +31,10 @@ struct CopiedFile {
 /// cannot be written.
 [[nodiscard]] CopiedFile copy_readable(const std::filesystem::path& from, const std::filesystem::path& to);
 
+/// Copies a working copy to a new one without the CR before each LF, which a transfer in text mode put there.
+/// Returns where the byte at an offset of the first is in the second. Throws std::system_error when that
+/// cannot be written.
+[[nodiscard]] std::uint64_t copy_without_text_mode(const std::filesystem::path& from,
+                                                   const std::filesystem::path& to, std::uint64_t offset);
+
 } // namespace plate_mend::host

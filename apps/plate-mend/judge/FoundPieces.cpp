@@ -109,10 +109,12 @@ std::vector<std::string> compare_with_damaged(const JudgeRequest& request, const
         return {}; // Any of the needles may be in zeros.
     }
     const std::uint64_t start = decoder.image_offset(file);
+    const bool is_rotated = (image.notes & RAW_MEND_ROTATION_UNDONE) != 0;
+    const std::uint64_t from = is_rotated ? 0 : image.offset;
     std::uint64_t end = 0; // Of what the result has from the image on, in the damaged file.
     std::uint64_t missing = 0;
     for (const Needle& needle : needles) {
-        const auto found = find_needle(needle, damaged, image.offset + (needle.offset - start), image.offset);
+        const auto found = find_needle(needle, damaged, image.offset + (needle.offset - start), from);
         missing += found ? 0U : 1U;
         end = found ? *found + (file.size() - needle.offset) : end;
     }

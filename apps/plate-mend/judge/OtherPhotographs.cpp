@@ -4,6 +4,8 @@
 #include "judge/PixelSigns.h"
 #include "platform/MappedFile.h"
 
+#include <raw_mend/raw_mend.h>
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -121,6 +123,13 @@ std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawD
     return std::nullopt;
 }
 
+/// Whether a result was put together around what is between its parts, and all of it is proved.
+bool is_joined(const JudgeRequest& request) {
+    return request.image && request.image->pieces_mended != 0 && !request.image->is_incomplete() &&
+           request.image->pieces_proved == request.image->pieces &&
+           (request.image->notes & (RAW_MEND_PLACES_GUESSED | RAW_MEND_PIECES_LOST)) == 0;
+}
+
 /// Whether no sign of damage is in the samples: displaced tables lead to what is no photograph.
 bool looks_intact(const RawDecoder& unpacked) {
     const SensorView view = unpacked.sensor_view();
@@ -129,10 +138,11 @@ bool looks_intact(const RawDecoder& unpacked) {
 
 class Search {
   public:
-    /// The image may be anywhere if its place is not known.
-    Search(Bytes bytes, const RawDecoder& result, std::optional<ImageRange> image,
+    /// The image may be anywhere if its place is not known. It is joined if it was put together around what
+    /// is between its parts, and all of it is proved.
+    Search(Bytes bytes, const RawDecoder& result, std::optional<ImageRange> image, bool is_joined,
            std::optional<SensorSize> wanted)
-        : bytes_(bytes), result_(result), image_(image), wanted_(wanted) {}
+        : bytes_(bytes), result_(result), image_(image), is_joined_(is_joined), wanted_(wanted) {}
 
     /// Why the choice is doubtful; empty where it is not.
     [[nodiscard]] std::string run() {
@@ -144,14 +154,15 @@ class Search {
             if (unpacked >= kMostUnpacked || at < head_end || !other.open(bytes_from(at))) {
                 continue;
             }
-            if (image_ && at > image_->begin && at < image_->end) {
+            const bool is_inside = image_ && at > image_->begin && at < image_->end;
+            if (is_inside && !is_joined_) {
                 return "another photograph begins within the image";
             }
             head_end = at + other.part_offsets(bytes_from(at)).front(); // What is before it is its own.
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
             const bool preferred = wanted_ && size == *wanted_ && !rival;
-            if ((!rival && !preferred) || !is_apart(other, at)) {
+            if ((!rival && !preferred) || (!is_inside && !is_apart(other, at))) {
                 continue;
             }
             ++unpacked;
@@ -201,6 +212,7 @@ class Search {
     Bytes bytes_;
     const RawDecoder& result_;
     std::optional<ImageRange> image_;
+    bool is_joined_;
     std::optional<SensorSize> wanted_;
     std::vector<std::size_t> beginnings_;
     bool is_twice_ = false;
@@ -258,7 +270,7 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
     }
     const auto wanted = request.damaged.empty() ? size_of_sample(request.sample) : std::nullopt;
     const auto image = place_of_image(request, result, file, mapped.bytes());
-    Search search(mapped.bytes(), result, image, wanted);
+    Search search(mapped.bytes(), result, image, is_joined(request), wanted);
     const std::string doubt = search.run();
     if (!doubt.empty()) {
         return {doubt};

@@ -12,7 +12,7 @@ namespace plate_mend::host {
 /// after the photograph, as a whole. Returns why it is doubtful which one is meant, in words; nothing where
 /// there is no choice:
 ///
-/// - a head that opens, within the image;
+/// - a head that opens, within the image, unless that was put together around it, and all of it is proved;
 /// - a head from which LibRaw decodes another image of the result's size, all of which is there;
 /// - if the result is the file itself, likewise an image of the sample's size, where the result's is another;
 /// - as many bytes after the image as another image takes, unless these are even noise, or the image is coded

@@ -83,6 +83,9 @@ constexpr Text kSampleParameters = {
     "curves, predictors and levels that a decoder needs are the sample's, and may differ",
     "check the brightness and colours"};
 
+constexpr Text kRotationUndone = {
+    "the photograph's end was at the beginning of the damaged file; it was put back", ""};
+
 constexpr Text kPictureWritten = {"a picture that decodes was written", ""};
 constexpr Text kUnreadable = {"the file cannot be read", "is it there, is it a file, and may you read it?"};
 constexpr Text kNothing = {"no picture is left in this file", "with a sample, try 'plate-mend repair'"};
@@ -196,6 +199,8 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(RAW_MEND_PIECES_LOST), CodeSource::kNote, kPiecesLost),
         row(ROW(RAW_MEND_PLACES_GUESSED), CodeSource::kNote, kPlacesGuessed),
         row(ROW(RAW_MEND_SAMPLE_PARAMETERS), CodeSource::kNote, kSampleParameters),
+        row(ROW(RAW_MEND_TEXT_MODE_UNDONE), CodeSource::kNote, kTextModeUndone),
+        row(ROW(RAW_MEND_ROTATION_UNDONE), CodeSource::kNote, kRotationUndone),
         row(ROW(STILL_MEND_OK), CodeSource::kAny, kPictureWritten),
         row(ROW(STILL_MEND_INPUT_UNREADABLE), CodeSource::kSalvage, kUnreadable),
         row(ROW(STILL_MEND_NOTHING_FOUND), CodeSource::kSalvage, kNothing),

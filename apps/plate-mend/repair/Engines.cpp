@@ -2,6 +2,7 @@
 
 #include "files/FileBytes.h"
 #include "files/SafeOutput.h"
+#include "files/WorkingCopy.h"
 #include "repair/Worth.h"
 #include "text/Paths.h"
 
@@ -128,6 +129,18 @@ fs::path Engines::name_for_engine(Engine engine, const RankedSample& ranked) con
     return copy;
 }
 
+/// Results are compared with the damaged file; if the raw engine has undone text mode, with one for which
+/// that is undone too.
+void Engines::undo_text_mode(JudgeRequest& request) const {
+    if (!request.image || (request.image->notes & RAW_MEND_TEXT_MODE_UNDONE) == 0) {
+        return;
+    }
+    request.damaged = folder_ / "damaged-in-binary-mode";
+    request.damaged += damaged_.copy.extension();
+    fs::remove(request.damaged);
+    request.image->offset = copy_without_text_mode(damaged_.copy, request.damaged, request.image->offset);
+}
+
 /// The exact engine takes the image as it is, and the judge sees only what looks like no photograph.
 void Engines::check_whole(Trial& trial, const fs::path& sample) const {
     Judgement& judgement = trial.attempt.judgement;
@@ -140,6 +153,7 @@ void Engines::check_whole(Trial& trial, const fs::path& sample) const {
 /// A result that a decoder refuses because it is truncated gets zeros for what is lost, and is judged again.
 /// Zeros in place of what could not be read may look like anything, so they are a finding.
 Judgement Engines::judge(JudgeRequest request) const {
+    undo_text_mode(request);
     Judgement judgement = workers_.judge(folder_, request);
     if (!judgement.decodes) {
         request.filled = workers_.fill(folder_, request.result, request.sample);

@@ -76,6 +76,7 @@ class Engines {
     [[nodiscard]] bool proves_too_little(const FoundImage& image, const std::filesystem::path& name,
                                          const std::filesystem::path& sample) const;
     [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& ranked) const;
+    void undo_text_mode(JudgeRequest& request) const;
     [[nodiscard]] Judgement judge(JudgeRequest request) const;
     void check_whole(Trial& trial, const std::filesystem::path& sample) const;
 

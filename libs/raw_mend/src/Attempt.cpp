@@ -1,5 +1,7 @@
 #include "Attempt.h"
 
+#include "ways/RotatedFile.h"
+
 #include <algorithm>
 
 namespace raw_mend {
@@ -47,6 +49,9 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path, Fill
     if (!sample_) {
         return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
     }
+    if (repair_rotated(damaged, filling)) {
+        return RAW_MEND_OK;
+    }
     repaired_ = repair(damaged, *sample_, filling);
     if (!repaired_ || repaired_->image.count_found() == 0) {
         return RAW_MEND_NOT_FOUND;
@@ -55,9 +60,33 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path, Fill
     return repaired_->file ? RAW_MEND_OK : RAW_MEND_DOES_NOT_FIT;
 }
 
+/// Whether the photograph's end is at the beginning of the file, and all of it is proved once it is put back.
+bool Attempt::repair_rotated(Bytes damaged, Filling filling) {
+    const auto start = find_rotated_start(damaged, *sample_);
+    if (!start) {
+        return false;
+    }
+    rotated_ = rotate(damaged, *start);
+    start_ = *start;
+    repaired_ = repair(rotated_, *sample_, filling);
+    if (repaired_ && repaired_->file) {
+        account_ = account_for(repaired_->image, sample_->description.raw);
+        if (has_proof() && is_joint_proved(rotated_, damaged.size() - start_, *sample_)) {
+            return true;
+        }
+    }
+    repaired_.reset();
+    rotated_ = {};
+    return false;
+}
+
+bool Attempt::has_proof() const {
+    return repaired_->image.proved == repaired_->image.pieces.size() && repaired_->image.doubts.empty() &&
+           account_.lost == 0 && account_.doubtful == 0;
+}
+
 bool Attempt::is_proved() const {
-    return result_ == RAW_MEND_OK && repaired_->image.proved == repaired_->image.pieces.size() &&
-           repaired_->image.doubts.empty() && account_.lost == 0 && account_.doubtful == 0;
+    return result_ == RAW_MEND_OK && has_proof();
 }
 
 bool Attempt::is_better_than(const Attempt& other) const {
@@ -82,6 +111,7 @@ std::uint32_t Attempt::notes() const {
     const auto note_if = [&notes](bool condition, std::uint32_t bit) { notes |= condition ? bit : 0U; };
     note_if(image.count_found() < image.pieces.size(), RAW_MEND_PIECES_LOST);
     note_if(!image.doubts.empty(), RAW_MEND_PLACES_GUESSED);
+    note_if(!rotated_.empty(), RAW_MEND_ROTATION_UNDONE);
     if (image.way != Way::kOwnTables) {
         const Description& description = sample_->description;
         note_if(!repaired_->own_metadata, RAW_MEND_SAMPLE_METADATA);
@@ -92,6 +122,14 @@ std::uint32_t Attempt::notes() const {
     return notes;
 }
 
+std::uint64_t Attempt::offset_in_damaged(std::uint64_t offset) const {
+    if (rotated_.empty()) {
+        return offset;
+    }
+    const std::uint64_t joint = rotated_.size() - start_;
+    return offset < joint ? offset + start_ : offset - joint;
+}
+
 RawMendReport Attempt::report() const {
     const FoundImage& image = repaired_->image;
     RawMendReport report{};
@@ -100,7 +138,7 @@ RawMendReport Attempt::report() const {
     report.piece_count = image.pieces.size();
     report.found_piece_count = image.count_found();
     report.proved_piece_count = image.proved;
-    report.image_offset = first_offset(image);
+    report.image_offset = offset_in_damaged(first_offset(image));
     report.size = file().size();
     report.mended_piece_count = image.mended.size();
     report.frame_width = sample_->description.raw.frame.width;

@@ -44,11 +44,16 @@ class Attempt {
     using Quality = std::tuple<std::int64_t, std::size_t, std::int64_t, bool>;
 
     [[nodiscard]] std::int32_t run(Bytes damaged, const std::filesystem::path& path, Filling filling);
+    [[nodiscard]] bool repair_rotated(Bytes damaged, Filling filling);
     [[nodiscard]] Quality quality() const;
     [[nodiscard]] std::uint32_t notes() const;
+    [[nodiscard]] bool has_proof() const;
+    [[nodiscard]] std::uint64_t offset_in_damaged(std::uint64_t offset) const;
 
     mapped_file::MappedFile mapping_;
     std::optional<Sample> sample_;
+    std::vector<unsigned char> rotated_; // The damaged file, if its end was put back.
+    std::uint64_t start_ = 0;            // Where that began.
     std::optional<Repaired> repaired_;
     Account account_;
     std::int32_t result_;

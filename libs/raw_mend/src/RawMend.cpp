@@ -8,6 +8,7 @@
 
 #include <mapped_file/MappedFile.h>
 #include <system_path/system_path.h>
+#include <text_mode/TextMode.h>
 
 #include <algorithm>
 #include <array>
@@ -97,6 +98,12 @@ struct Outcome {
     std::vector<RawMendArea> areas;
 };
 
+/// Offsets are those in the file as it is.
+void note_text_mode(const text_mode::TextMode& undone, RawMendReport& report) {
+    report.notes |= RAW_MEND_TEXT_MODE_UNDONE;
+    report.image_offset = undone.offset_in_file(static_cast<std::size_t>(report.image_offset));
+}
+
 std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* const> samples,
                          const fs::path& output_file, Filling filling, Outcome& outcome) {
     mapped_file::MappedFile damaged;
@@ -108,7 +115,8 @@ std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* con
     if (fs::exists(system_path::status(output_file, ignored))) {
         return RAW_MEND_OUTPUT_EXISTS;
     }
-    const Best best = try_samples(damaged.bytes(), samples, filling);
+    const auto undone = text_mode::TextMode::undo(damaged.bytes());
+    const Best best = try_samples(undone ? undone->bytes() : damaged.bytes(), samples, filling);
     if (best.attempt->result() != RAW_MEND_OK) {
         return best.attempt->result();
     }
@@ -117,6 +125,9 @@ std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* con
         outcome.report = best.attempt->report();
         outcome.report.sample = best.sample;
         outcome.areas = best.attempt->areas();
+        if (undone) {
+            note_text_mode(*undone, outcome.report);
+        }
     }
     return result;
 }

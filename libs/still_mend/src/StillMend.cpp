@@ -1,9 +1,10 @@
 #include <mapped_file/MappedFile.h>
 #include <still_mend/still_mend.h>
 #include <system_path/system_path.h>
+#include <text_mode/TextMode.h>
 
 #include "Salvage.h"
-#include "TextMode.h"
+#include "Work.h"
 #include "header/Hypotheses.h"
 #include "output/Delivery.h"
 
@@ -56,7 +57,7 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
 }
 
 /// Offsets are those in the file as it is.
-void note_text_mode(const still_mend::TextMode& undone, StillMendReport& report) {
+void note_text_mode(const text_mode::TextMode& undone, StillMendReport& report) {
     report.warnings |= STILL_MEND_TEXT_MODE_UNDONE;
     report.picture_offset = undone.offset_in_file(report.picture_offset);
     report.first_bad_byte = undone.first_change();
@@ -81,7 +82,8 @@ std::int32_t repair(const char* damaged, const char* sample_name, const char* ou
         (!sample.open(path_of(sample_name)) || still_mend::find_donors(sample.bytes()).empty())) {
         return STILL_MEND_SAMPLE_UNUSABLE;
     }
-    const auto undone = still_mend::TextMode::undo(file.bytes());
+    const auto undone = text_mode::TextMode::undo(file.bytes());
+    still_mend::Work::add(undone ? file.bytes().size() : 0);
     const still_mend::Bytes bytes = undone ? undone->bytes() : file.bytes();
     const auto find =
         still_mend::find_best(bytes, sample_name != nullptr ? sample.bytes() : still_mend::Bytes());

@@ -87,7 +87,11 @@ enum {
     RAW_MEND_PLACES_GUESSED = 8,
     /** What a decoder needs besides the image (curves, predictors, levels) is the sample's, and may differ.
      */
-    RAW_MEND_SAMPLE_PARAMETERS = 16
+    RAW_MEND_SAMPLE_PARAMETERS = 16,
+    /** A transfer in text mode had put CR before each LF of the damaged file. That was undone. */
+    RAW_MEND_TEXT_MODE_UNDONE = 32,
+    /** The photograph's end was at the beginning of the damaged file. It was put back. */
+    RAW_MEND_ROTATION_UNDONE = 64
 };
 
 /** How a repair found the image, and what is proved. A piece is a strip, a tile, or a sample of a track. */

@@ -21,6 +21,7 @@ constexpr double kMostAll = 1.8;
 constexpr double kWorse = 1.3;       // So much better than as it is.
 constexpr std::size_t kContext = 32; // Bytes of a stream before a boundary, at most.
 constexpr double kMuch = 100;
+constexpr std::uint64_t kMostValueBytes = 8; // Of a code and its bits, with stuffing.
 
 /// Where the bytes end that have the same value as the one at an offset and follow it.
 std::uint64_t end_of_value(Bytes file, std::uint64_t offset) {
@@ -156,7 +157,9 @@ double StreamSearch::misfit_at(const Boundary& boundary, std::uint64_t offset, s
                                            {0, place.place.bit});
     const auto values = std::span(walk_.values());
     const std::size_t decoded = decode_values(reader, walk_.frame(), values, place.value, end);
-    if (decoded < end && (decoded < place.value + kMoreValues || length < kSectorBytes)) {
+    // Nothing is known beyond the sector. Within it, no value of the stream can be undecodable.
+    const bool is_at_end = reader.place().byte + kMostValueBytes >= context + length;
+    if (decoded < end && (!is_at_end || decoded < place.value + kMoreValues || length < kSectorBytes)) {
         return kMuch;
     }
     const bool fits = std::all_of(values.begin() + static_cast<std::ptrdiff_t>(place.value),

@@ -2,6 +2,7 @@
 
 #include "locate/CodedRow.h"
 #include "mend/StreamAreas.h"
+#include "ways/Displacements.h"
 #include "ways/OwnTables.h"
 #include "ways/TileSeams.h"
 
@@ -43,6 +44,22 @@ FoundImage take_row(const CodedRow& row, const std::vector<CodedPlace>& places, 
     return image;
 }
 
+/// Foreign bytes may hold the head of another photograph.
+std::vector<Extent> find_rivals(const CodedRow& row, const std::vector<CodedPlace>& places) {
+    constexpr std::size_t kMostRivals = 3;
+    std::vector<Extent> rivals;
+    if (row.pieces.size() != 1 || !row.pieces.front() || places[row.pieces.front()->place].proved) {
+        return rivals;
+    }
+    const std::uint64_t end = std::ranges::max(places, {}, &CodedPlace::end).end;
+    for (const std::size_t nth : row.unused) {
+        if (rivals.size() < kMostRivals) {
+            rivals.push_back({places[nth].offset, end - places[nth].offset});
+        }
+    }
+    return rivals;
+}
+
 /// The structure of each piece, in the order of the container's lists.
 std::vector<std::size_t> structures_of(const CodedSample& sample) {
     std::vector<std::size_t> structures(sample.count());
@@ -58,7 +75,8 @@ class NamedPieces {
     NamedPieces(const std::vector<Extent>& named, std::uint64_t file_size,
                 const std::vector<CodedPlace>& places, const CodedRow& row, const CodedSample& sample)
         : named_(named), file_size_(file_size), places_(places), row_(row), sample_(sample),
-          structures_(structures_of(sample)), chosen_(named.size()) {}
+          structures_(structures_of(sample)), displacements_(find_displacements(named, places)),
+          chosen_(named.size()) {}
 
     FoundImage take() {
         for (std::size_t piece = 0; piece < named_.size(); ++piece) {
@@ -74,16 +92,35 @@ class NamedPieces {
     }
 
   private:
-    /// A stream exactly where the tables name the piece: no other begins there by chance. Else that of the
-    /// row if it is whole and as long as they say, which makes its index certain. One of another length is
-    /// another photograph's.
+    /// A stream exactly where the tables name the piece: no other begins there by chance. Else one that is
+    /// displaced as other streams are. Else that of the row if it is whole and as long as they say, which
+    /// makes its index certain. One of another length is another photograph's.
     [[nodiscard]] const CodedPlace* find_certain(std::size_t piece) const {
-        const auto there = std::ranges::lower_bound(places_, named_[piece].offset, {}, &CodedPlace::offset);
-        if (there != places_.end() && there->offset == named_[piece].offset && fits(*there, piece)) {
-            return &*there;
+        if (const CodedPlace* const there = find_at(named_[piece].offset, piece)) {
+            return there;
+        }
+        if (const CodedPlace* const displaced = find_displaced(piece)) {
+            return displaced;
         }
         const CodedPlace* const place = in_row(piece);
         return place != nullptr && place->proved && fits(*place, piece) ? place : nullptr;
+    }
+
+    [[nodiscard]] const CodedPlace* find_at(std::uint64_t offset, std::size_t piece) const {
+        const auto there = std::ranges::lower_bound(places_, offset, {}, &CodedPlace::offset);
+        return there != places_.end() && there->offset == offset && fits(*there, piece) ? &*there : nullptr;
+    }
+
+    /// The first that is whole; the first of all if none is.
+    [[nodiscard]] const CodedPlace* find_displaced(std::size_t piece) const {
+        const CodedPlace* found = nullptr;
+        for (const std::uint64_t displacement : displacements_) {
+            const CodedPlace* const there = find_at(named_[piece].offset + displacement, piece);
+            if (there != nullptr && (found == nullptr || (there->proved && !found->proved))) {
+                found = there;
+            }
+        }
+        return found;
     }
 
     /// A broken stream of the row that is as far from the nearest piece as the tables say.
@@ -136,32 +173,30 @@ class NamedPieces {
     const CodedRow& row_;
     const CodedSample& sample_;
     std::vector<std::size_t> structures_;
+    std::vector<std::uint64_t> displacements_;
     std::vector<const CodedPlace*> chosen_; // By piece; null: not found.
 };
 
-/// The image that the file's own tables describe, if most of its streams are as long as they say. Nothing if
-/// another may be meant: a second photograph's tables lead to streams, or there are many more that none
-/// names; and nothing for one piece, which may be named by a foreign head.
+/// The image that the file's own tables describe, if most of its streams are as long as they say: of several,
+/// that with the most such. Nothing if another may be meant, since there are many more streams; and nothing
+/// for one piece, which may be named by a foreign head.
 std::optional<FoundImage> find_named_pieces(Bytes damaged, const Sample& sample, const CodedSample& coded,
                                             const std::vector<CodedPlace>& places, const CodedRow& row) {
-    std::optional<FoundImage> only;
+    std::optional<FoundImage> most;
     if (coded.count() == 1) {
-        return only;
+        return most;
     }
     for (const OwnStructure& own : find_named_images(damaged, sample)) {
         const auto named = own.pieces();
         FoundImage image = NamedPieces(named, damaged.size(), places, row, coded).take();
-        if (image.proved != 0 && only) {
-            return std::nullopt;
-        }
-        if (image.proved != 0) {
-            only = std::move(image);
+        if (!most || image.proved > most->proved) {
+            most = std::move(image);
         }
     }
     const auto whole = static_cast<std::size_t>(std::ranges::count_if(places, &CodedPlace::proved));
     const bool is_clear =
-        only && 2 * only->proved > coded.count() && 2 * (whole - only->proved) < coded.count();
-    return is_clear ? std::move(only) : std::nullopt;
+        most && 2 * most->proved > coded.count() && 2 * (whole - most->proved) < coded.count();
+    return is_clear ? std::move(most) : std::nullopt;
 }
 
 } // namespace
@@ -175,6 +210,7 @@ std::optional<FoundImage> find_coded_pieces(Bytes damaged, const Sample& sample)
     CodedRow row = choose_row(damaged, places, *coded);
     place_by_seams(row, damaged, places, *coded, sample.description.raw);
     FoundImage image = take_row(row, places, sample.description.raw);
+    image.rivals = find_rivals(row, places);
     if (image.proved < coded->count()) {
         if (auto named = find_named_pieces(damaged, sample, *coded, places, row)) {
             image = std::move(*named);

@@ -49,6 +49,10 @@ struct FoundImage {
     /// Pixels that may be another's or at the wrong level: nothing proves them. Neither do these.
     std::vector<Area> doubtful{};
 
+    /// Of an image of one piece that is not proved: other places where a stream of its kind begins, each up
+    /// to where the last of them seems to end. Not too many.
+    std::vector<Extent> rivals{};
+
     [[nodiscard]] std::size_t count_found() const;
 };
 

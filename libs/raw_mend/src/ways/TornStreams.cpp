@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -140,6 +142,32 @@ class TornStreams {
     FoundImage& image_;
 };
 
+/// Pixels that are lost or doubtful.
+std::uint64_t count_missing(const FoundImage& image) {
+    std::uint64_t pixels = 0;
+    for (const auto* areas : {&image.lost, &image.doubtful}) {
+        for (const Area& area : *areas) {
+            pixels += std::uint64_t{area.width} * area.height;
+        }
+    }
+    return pixels;
+}
+
+/// Which stream is the photograph's is a guess unless one of them is proved.
+void try_rivals(Bytes damaged, const Sample& sample, Filling filling, FoundImage& image) {
+    for (const Extent& rival : std::vector(image.rivals)) {
+        if (image.proved != 0) {
+            return;
+        }
+        FoundImage other{Way::kCodedHeads, {rival}, 0, {}};
+        TornStreams(damaged, sample, filling, other).mend();
+        if (other.proved != 0 || count_missing(other) < count_missing(image)) {
+            other.doubts = other.proved != 0 ? std::vector<std::string>() : image.doubts;
+            image = std::move(other);
+        }
+    }
+}
+
 } // namespace
 
 bool has_refuted_streams(Bytes damaged, const Sample& sample, const std::vector<Extent>& pieces) {
@@ -166,6 +194,7 @@ void mend_streams(Bytes damaged, const Sample& sample, Filling filling, FoundIma
     if (!is_whole && sample.description.raw.frame.coding == Coding::kLosslessJpeg &&
         image.way == Way::kCodedHeads) {
         TornStreams(damaged, sample, filling, image).mend();
+        try_rivals(damaged, sample, filling, image);
     }
 }
 

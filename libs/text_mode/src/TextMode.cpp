@@ -1,39 +1,37 @@
-#include "TextMode.h"
-
-#include "Work.h"
+#include <text_mode/TextMode.h>
 
 #include <algorithm>
 
-namespace still_mend {
+namespace text_mode {
 
 namespace {
 
 constexpr unsigned char kCr = 0x0D;
 constexpr unsigned char kLf = 0x0A;
-constexpr std::size_t kLeastLines = 16; // Each is one in 256 by chance.
+constexpr std::size_t kLeastLines = 16;
 
-bool is_in_text_mode(Bytes file) {
+/// How many LF there are; 0 if one of them has no CR before it.
+std::size_t count_lines(std::span<const unsigned char> file) {
     std::size_t lines = 0;
-    for (std::size_t offset = 0; offset < file.size(); ++offset) {
-        if (file[offset] == kLf) {
-            if (offset == 0 || file[offset - 1] != kCr) {
-                return false;
-            }
-            ++lines;
+    for (auto at = std::find(file.begin(), file.end(), kLf); at != file.end();
+         at = std::find(at + 1, file.end(), kLf)) {
+        if (at == file.begin() || *(at - 1) != kCr) {
+            return 0;
         }
+        ++lines;
     }
-    return lines >= kLeastLines;
+    return lines;
 }
 
 } // namespace
 
-std::optional<TextMode> TextMode::undo(Bytes file) {
-    if (!is_in_text_mode(file)) {
+std::optional<TextMode> TextMode::undo(std::span<const unsigned char> file) {
+    const std::size_t lines = count_lines(file);
+    if (lines < kLeastLines) {
         return std::nullopt;
     }
-    Work::add(file.size());
     TextMode undone;
-    undone.bytes_.reserve(file.size());
+    undone.bytes_.reserve(file.size() - lines);
     for (const unsigned char byte : file) {
         if (byte == kLf) {
             undone.bytes_.pop_back();
@@ -52,4 +50,4 @@ std::size_t TextMode::first_change() const {
     return static_cast<std::size_t>(std::find(bytes_.begin(), bytes_.end(), kLf) - bytes_.begin());
 }
 
-} // namespace still_mend
+} // namespace text_mode
