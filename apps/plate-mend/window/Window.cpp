@@ -285,14 +285,12 @@ HttpResponse Window::choose(const Json& wish) {
     if (what != "damaged" && what != "samples" && what != "out") {
         return plain(kBadRequest, "There is nothing of that name to choose.");
     }
-    board_.change([&](WindowState& state) {
-        ChosenFolders& folders = state.folders;
+    work_.recognise([&](ChosenFolders& folders) {
         if (what == "damaged" && (folders.out.empty() || folders.out == proposed_results(folders.damaged))) {
             folders.out = proposed_results(*path);
         }
         (what == "damaged" ? folders.damaged : what == "samples" ? folders.samples : folders.out) = *path;
     });
-    work_.recognise();
     return done();
 }
 

@@ -36,9 +36,13 @@ void end_run(Board& board, const std::vector<std::string>& summary) {
 Work::Work(Board& board, fs::path program, std::function<void()> ends)
     : board_(board), program_(std::move(program)), ends_(std::move(ends)) {}
 
-void Work::recognise() {
+void Work::recognise(const std::function<void(ChosenFolders& folders)>& choose) {
     jobs_.end();
-    board_.change([](WindowState& state) {
+    ChosenFolders chosen;
+    board_.change([&](WindowState& state) {
+        choose(state.folders);
+        chosen = state.folders;
+        state.activity = chosen.are_complete() ? Activity::kRecognising : Activity::kNone;
         state.files.clear();
         state.pictures.reset();
         ++state.generation;
@@ -47,7 +51,6 @@ void Work::recognise() {
         state.notes.clear();
         state.sheet.clear();
     });
-    const ChosenFolders chosen = folders();
     if (chosen.are_complete()) {
         begin(Activity::kRecognising, [this, chosen] { host::recognise(chosen, board_); });
     }

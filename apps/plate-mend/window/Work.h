@@ -19,9 +19,11 @@ class Work {
     ///   ends     is called when something has ended, on its thread
     Work(Board& board, std::filesystem::path program, std::function<void()> ends);
 
-    /// Forgets what was known of the files, and finds out what a run over the chosen folders would do, if all
-    /// of them are chosen.
-    void recognise();
+    /// Chooses folders, forgets what was known of the files, and finds out what a run would do, if all
+    /// folders are chosen. Nobody sees new folders with what was known of others.
+    ///
+    ///   choose  changes the chosen folders
+    void recognise(const std::function<void(ChosenFolders& folders)>& choose);
     /// Runs over the chosen folders. All of them must be chosen.
     void repair();
     /// Saves the contact sheet of the run that has ended.

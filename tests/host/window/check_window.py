@@ -310,8 +310,8 @@ def warns_before_a_run(maker, program, browser, folder):
         # With the sample as it was, and in another folder, all is well.
         os.truncate(folder / "good/IMG_0007.ARW", 1 << 16)
         window.choose("out", folder / "others")
-        window.until("the recognition", "document.querySelector('#recognised-state').textContent === ''"
-                     " && document.querySelector('#known').textContent.includes('Room')")
+        window.until("the recognition anew", "(() => { const text = document.querySelector('#known').textContent;"
+                     " return text.includes('Room') && !text.includes('too little'); })()")
         expect("warnings", browser.value("[...document.querySelectorAll('#room, #kept')].map((one) => one.hidden)"),
                [True, True])
 
