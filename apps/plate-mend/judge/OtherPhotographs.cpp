@@ -34,6 +34,9 @@ constexpr std::size_t kMostOpened = 32;      ///< Beginnings; those of Exif and 
 constexpr std::size_t kMostUnpacked = 4;     ///< Each is decoded as a whole.
 constexpr std::uint64_t kNeedleBytes = 4096; ///< By which the image is found in the damaged file.
 
+constexpr const char* kWithinAnother =
+    "the image is within another one, and nothing shows which one is meant";
+
 /// What of an image must fit into what follows another for it to be one: three quarters, since coded images
 /// differ in length.
 bool may_be_image(std::uint64_t bytes, std::uint64_t image) {
@@ -125,8 +128,9 @@ std::optional<ImageRange> place_of_image(const JudgeRequest& request, const RawD
 
 /// Whether a result was put together around what is between its parts, and all of it is proved.
 bool is_joined(const JudgeRequest& request) {
-    return request.image && request.image->pieces_mended != 0 && !request.image->is_incomplete() &&
-           request.image->pieces_proved == request.image->pieces &&
+    return request.image &&
+           (request.image->pieces_mended != 0 || (request.image->notes & RAW_MEND_PHOTOGRAPH_REMOVED) != 0) &&
+           !request.image->is_incomplete() && request.image->pieces_proved == request.image->pieces &&
            (request.image->notes & (RAW_MEND_PLACES_GUESSED | RAW_MEND_PIECES_LOST)) == 0;
 }
 
@@ -158,11 +162,20 @@ class Search {
             if (is_inside && !is_joined_) {
                 return "another photograph begins within the image";
             }
+            if (is_inside) {
+                continue; // All of the photograph around it is proved.
+            }
             head_end = at + other.part_offsets(bytes_from(at)).front(); // What is before it is its own.
+            if (image_ && head_end == image_->begin) {
+                own_begin_ = at;
+            }
             const SensorSize size = size_of(other);
             const bool rival = size == size_of(result_);
             const bool preferred = wanted_ && size == *wanted_ && !rival;
-            if ((!rival && !preferred) || (!is_inside && !is_apart(other, at))) {
+            if (rival && may_be_around(other, at)) {
+                return kWithinAnother;
+            }
+            if ((!rival && !preferred) || !is_apart(other, at)) {
                 continue;
             }
             ++unpacked;
@@ -182,7 +195,27 @@ class Search {
     /// Whether the file holds the result's photograph a second time. Only after run().
     [[nodiscard]] bool is_twice() const { return is_twice_; }
 
+    /// Where the result's photograph begins in the file, if its head is there. Only after run().
+    [[nodiscard]] std::optional<std::uint64_t> own_begin() const { return own_begin_; }
+
   private:
+    /// Whether a photograph may have been torn apart by the one that was found: its image begins before that
+    /// one's and would end after its beginning, and what is before and after it is as much as an image.
+    [[nodiscard]] bool may_be_around(const RawDecoder& other, std::size_t at) const {
+        if (!image_ || is_joined_) {
+            return false;
+        }
+        const auto parts = other.part_offsets(bytes_from(at));
+        const std::uint64_t begin = at + parts.front();
+        const std::uint64_t length = image_length(other, parts);
+        if (begin >= image_->begin || length <= image_->begin - begin) {
+            return false;
+        }
+        const std::uint64_t before = image_->begin - begin;
+        const std::uint64_t after = bytes_.size() - std::min<std::uint64_t>(image_->end, bytes_.size());
+        return after != 0 && may_be_image(before + after, length);
+    }
+
     /// Whether a photograph's image has bytes of its own, ends before the file does, and before the next
     /// photograph begins.
     [[nodiscard]] bool is_apart(const RawDecoder& other, std::size_t at) const {
@@ -216,6 +249,7 @@ class Search {
     std::optional<SensorSize> wanted_;
     std::vector<std::size_t> beginnings_;
     bool is_twice_ = false;
+    std::optional<std::uint64_t> own_begin_;
 };
 
 /// Whether bytes are as even as noise: coded images prefer some, by far.
@@ -259,6 +293,16 @@ bool may_be_followed_by_image(const ImageRange& image, const RawDecoder& result,
            (!has_heads || has_coded_head(rest, result));
 }
 
+/// Whether a photograph may be within another one without a head, of which much is before and after it.
+bool may_be_parting(const ImageRange& image, std::uint64_t begin, Bytes bytes) {
+    constexpr std::uint64_t kLeastShare = 16; // Of an image, on each side: remains are on one, as a rule.
+    const std::uint64_t length = image.end - image.begin;
+    const std::uint64_t after = bytes.size() - std::min<std::uint64_t>(image.end, bytes.size());
+    return std::min(begin, after) > length / kLeastShare && may_be_image(begin + after, length) &&
+           !is_noise(bytes.first(static_cast<std::size_t>(begin))) &&
+           !is_noise(bytes.last(static_cast<std::size_t>(after)));
+}
+
 } // namespace
 
 std::vector<std::string> find_other_photographs(const JudgeRequest& request, const RawDecoder& result,
@@ -275,8 +319,12 @@ std::vector<std::string> find_other_photographs(const JudgeRequest& request, con
     if (!doubt.empty()) {
         return {doubt};
     }
-    if (image && !search.is_twice() && may_be_followed_by_image(*image, result, mapped.bytes())) {
+    if (image && !search.is_twice() && !is_joined(request) &&
+        may_be_followed_by_image(*image, result, mapped.bytes())) {
         return {"what follows the image may be another one, and nothing shows which one is meant"};
+    }
+    if (image && search.own_begin() && may_be_parting(*image, *search.own_begin(), mapped.bytes())) {
+        return {kWithinAnother};
     }
     return {};
 }

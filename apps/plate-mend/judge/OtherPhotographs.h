@@ -13,10 +13,11 @@ namespace plate_mend::host {
 /// there is no choice:
 ///
 /// - a head that opens, within the image, unless that was put together around it, and all of it is proved;
+/// - a head before the image of one that has room around it, or without a head, much before and after it;
 /// - a head from which LibRaw decodes another image of the result's size, all of which is there;
 /// - if the result is the file itself, likewise an image of the sample's size, where the result's is another;
-/// - as many bytes after the image as another image takes, unless these are even noise, or the image is coded
-///   with heads and there is none among them.
+/// - as many bytes after the image as another image takes, unless that was put together and proved, these are
+///   even noise, or the image is coded with heads and there is none among them.
 ///
 /// In CR3 files only heads of CR3 files are searched for.
 ///

@@ -1,7 +1,5 @@
 #include "Attempt.h"
 
-#include "ways/RotatedFile.h"
-
 #include <algorithm>
 
 namespace raw_mend {
@@ -49,7 +47,7 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path, Fill
     if (!sample_) {
         return RAW_MEND_SAMPLE_NOT_UNDERSTOOD;
     }
-    if (repair_rotated(damaged, filling)) {
+    if (repair_reordered(damaged, filling)) {
         return RAW_MEND_OK;
     }
     repaired_ = repair(damaged, *sample_, filling);
@@ -60,23 +58,32 @@ std::int32_t Attempt::run(Bytes damaged, const std::filesystem::path& path, Fill
     return repaired_->file ? RAW_MEND_OK : RAW_MEND_DOES_NOT_FIT;
 }
 
-/// Whether the photograph's end is at the beginning of the file, and all of it is proved once it is put back.
-bool Attempt::repair_rotated(Bytes damaged, Filling filling) {
-    const auto start = find_rotated_start(damaged, *sample_);
-    if (!start) {
+/// Whether the photograph's parts are in another order, or parted by another photograph, and all of it is
+/// proved once they are put together.
+bool Attempt::repair_reordered(Bytes damaged, Filling filling) {
+    const auto named = find_named_images(damaged, *sample_);
+    return repair_in_order(damaged, find_rotation(damaged, named), RAW_MEND_ROTATION_UNDONE, filling) ||
+           repair_in_order(damaged, find_photograph_around(damaged, named, *sample_),
+                           RAW_MEND_PHOTOGRAPH_REMOVED, filling);
+}
+
+bool Attempt::repair_in_order(Bytes damaged, const std::optional<Reordering>& order, std::uint32_t note,
+                              Filling filling) {
+    if (!order) {
         return false;
     }
-    rotated_ = rotate(damaged, *start);
-    start_ = *start;
-    repaired_ = repair(rotated_, *sample_, filling);
+    reordered_ = order->of(damaged);
+    repaired_ = repair(reordered_, *sample_, filling);
     if (repaired_ && repaired_->file) {
         account_ = account_for(repaired_->image, sample_->description.raw);
-        if (has_proof() && is_joint_proved(rotated_, damaged.size() - start_, *sample_)) {
+        if (has_proof() && is_joint_proved(reordered_, order->first.length, repaired_->image, *sample_)) {
+            order_ = order;
+            order_note_ = note;
             return true;
         }
     }
     repaired_.reset();
-    rotated_ = {};
+    reordered_ = {};
     return false;
 }
 
@@ -111,7 +118,7 @@ std::uint32_t Attempt::notes() const {
     const auto note_if = [&notes](bool condition, std::uint32_t bit) { notes |= condition ? bit : 0U; };
     note_if(image.count_found() < image.pieces.size(), RAW_MEND_PIECES_LOST);
     note_if(!image.doubts.empty(), RAW_MEND_PLACES_GUESSED);
-    note_if(!rotated_.empty(), RAW_MEND_ROTATION_UNDONE);
+    note_if(order_.has_value(), order_note_);
     if (image.way != Way::kOwnTables) {
         const Description& description = sample_->description;
         note_if(!repaired_->own_metadata, RAW_MEND_SAMPLE_METADATA);
@@ -122,14 +129,6 @@ std::uint32_t Attempt::notes() const {
     return notes;
 }
 
-std::uint64_t Attempt::offset_in_damaged(std::uint64_t offset) const {
-    if (rotated_.empty()) {
-        return offset;
-    }
-    const std::uint64_t joint = rotated_.size() - start_;
-    return offset < joint ? offset + start_ : offset - joint;
-}
-
 RawMendReport Attempt::report() const {
     const FoundImage& image = repaired_->image;
     RawMendReport report{};
@@ -138,7 +137,7 @@ RawMendReport Attempt::report() const {
     report.piece_count = image.pieces.size();
     report.found_piece_count = image.count_found();
     report.proved_piece_count = image.proved;
-    report.image_offset = offset_in_damaged(first_offset(image));
+    report.image_offset = order_ ? order_->offset_in_damaged(first_offset(image)) : first_offset(image);
     report.size = file().size();
     report.mended_piece_count = image.mended.size();
     report.frame_width = sample_->description.raw.frame.width;

@@ -2,6 +2,7 @@
 
 #include "Account.h"
 #include "Repair.h"
+#include "ways/ReorderedFile.h"
 
 #include <raw_mend/raw_mend.h>
 
@@ -44,16 +45,18 @@ class Attempt {
     using Quality = std::tuple<std::int64_t, std::size_t, std::int64_t, bool>;
 
     [[nodiscard]] std::int32_t run(Bytes damaged, const std::filesystem::path& path, Filling filling);
-    [[nodiscard]] bool repair_rotated(Bytes damaged, Filling filling);
+    [[nodiscard]] bool repair_reordered(Bytes damaged, Filling filling);
+    [[nodiscard]] bool repair_in_order(Bytes damaged, const std::optional<Reordering>& order,
+                                       std::uint32_t note, Filling filling);
     [[nodiscard]] Quality quality() const;
     [[nodiscard]] std::uint32_t notes() const;
     [[nodiscard]] bool has_proof() const;
-    [[nodiscard]] std::uint64_t offset_in_damaged(std::uint64_t offset) const;
 
     mapped_file::MappedFile mapping_;
     std::optional<Sample> sample_;
-    std::vector<unsigned char> rotated_; // The damaged file, if its end was put back.
-    std::uint64_t start_ = 0;            // Where that began.
+    std::vector<unsigned char> reordered_; // What the result was made from, if not from the file as it is.
+    std::optional<Reordering> order_;      // If so, of what that consists.
+    std::uint32_t order_note_ = 0;         // And what it is called in the report.
     std::optional<Repaired> repaired_;
     Account account_;
     std::int32_t result_;

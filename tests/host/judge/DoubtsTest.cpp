@@ -35,6 +35,17 @@ class Doubts : public ::testing::Test {
         return plate_mend::host::judge_raw({result, {}, lender, {}}).findings;
     }
 
+    /// Of what was made from a damaged file by its own tables.
+    [[nodiscard]] std::vector<std::string> findings_of(const Bytes& result, const Bytes& damaged) const {
+        write_file(folder_ / "result.arw", result);
+        write_file(folder_ / "damaged.arw", damaged);
+        return plate_mend::host::judge_raw({.result = folder_ / "result.arw",
+                                            .damaged = folder_ / "damaged.arw",
+                                            .sample = folder_ / "result.arw",
+                                            .picture = {}})
+            .findings;
+    }
+
     static ArwPhoto photo(unsigned number) {
         return ArwPhoto({.number = number, .width = 480, .height = 360});
     }
@@ -109,6 +120,23 @@ TEST_F(Doubts, AnotherPhotographBeginsWithinTheImage) {
     const std::size_t at = own.image_offset + 200 * 512;
     put_bytes(own.bytes, at, part(other, 0, own.bytes.size() - at));
     EXPECT_THAT(findings(own.bytes), Contains("another photograph begins within the image"));
+}
+
+/// The tables of what is inside were taken, since those around it lead to a torn image.
+TEST_F(Doubts, PhotographIsWithinAnother) {
+    const auto is_doubted = Contains("the image is within another one, and nothing shows which one is meant");
+    const auto findings_within = [this](const Bytes& before, const Bytes& after) {
+        return findings_of(photo(2).bytes, joined(joined(before, photo(2).bytes), after));
+    };
+    const ArwPhoto around = photo(1);
+    const std::size_t at = around.image_offset + around.image_size / 2;
+    const Bytes before = part(around.bytes, 0, at);
+    const Bytes after = part(around.bytes, at + 512, around.bytes.size());
+    EXPECT_THAT(findings_within(before, after), is_doubted);
+    EXPECT_THAT(findings_within(zeroed(before, 0, around.image_offset), after), is_doubted) << "no head";
+    EXPECT_THAT(findings_within(noise(before.size(), 1), after), ::testing::Not(is_doubted))
+        << "noise is none";
+    EXPECT_THAT(findings_within(before, {}), ::testing::Not(is_doubted)) << "there is no room for the other";
 }
 
 TEST_F(Doubts, CellsAreOfNoCamera) {

@@ -91,7 +91,9 @@ enum {
     /** A transfer in text mode had put CR before each LF of the damaged file. That was undone. */
     RAW_MEND_TEXT_MODE_UNDONE = 32,
     /** The photograph's end was at the beginning of the damaged file. It was put back. */
-    RAW_MEND_ROTATION_UNDONE = 64
+    RAW_MEND_ROTATION_UNDONE = 64,
+    /** Another whole photograph was inside this one, which goes on after it. It was left out. */
+    RAW_MEND_PHOTOGRAPH_REMOVED = 128
 };
 
 /** How a repair found the image, and what is proved. A piece is a strip, a tile, or a sample of a track. */
