@@ -271,6 +271,19 @@ TEST_P(RowMend, KeepsWhatIsBeforeACut) {
     EXPECT_LT(found.proved, found.pieces.size());
 }
 
+/// The last rows are in step with the end of the file, or with nothing that is known.
+TEST_P(RowMend, RowsAfterALargeLossAreAtTheirPlaceOrDoubtful) {
+    const std::size_t at = (image.offset + image.length / 3) / 512 * 512;
+    const std::size_t row = sample->rows->geometry.row_bytes;
+    std::size_t lost = image.length * 2 / 5 / 512 * 512;
+    lost += lost % row == 0 ? 512 : 0;
+    const Bytes damaged = joined(part(original, 0, at), part(original, at + lost, original.size()));
+    const auto found = repair(damaged);
+    EXPECT_LE(count_pixels(found.lost), pixels_in(lost));
+    EXPECT_LE(count_pixels(found.doubtful), 200U * 1024); // In small pictures, many beside the break.
+    repair(joined(damaged, noise(5000, 3)));
+}
+
 /// Without tables, the sample has the image's place.
 TEST_P(RowMend, ClosesGapsWithoutTables) {
     constexpr std::size_t kHead = 4096;

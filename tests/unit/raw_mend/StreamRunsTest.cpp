@@ -194,6 +194,40 @@ TEST(StreamPlaces, RowsOfTheRunBeforeGiveWayToTheLast) {
     EXPECT_EQ(count_wrong_rows(values, chain, placed), 0U);
 }
 
+/// Several rows are missing before and after a run, and those beside it show where it belongs.
+TEST(StreamPlaces, RowsBesideRunsCountToo) {
+    const std::vector<std::uint16_t> values = make_values();
+    Chain chain = chain_of(make_stream(values));
+    auto& differences = chain.chain.differences;
+    constexpr std::size_t kRowLength = kRow;
+    for (const std::ptrdiff_t row : {500, 300}) {
+        const auto first = differences.begin() + row * kRow;
+        differences.erase(first, first + std::ptrdiff_t{3} * kRow);
+    }
+    const std::vector<raw_mend::PhaseRun> runs{
+        {0, 300 * kRowLength}, {300 * kRowLength, 497 * kRowLength}, {497 * kRowLength, chain.chain.size()}};
+    const auto find_second = [&](const raw_mend::SideComparison& sides) {
+        const auto placed = place_runs(chain.frame, chain.chain, runs, kRow, sides);
+        return placed.size() == 3 ? static_cast<std::ptrdiff_t>(placed[1].value / kRowLength) : 0;
+    };
+    const std::ptrdiff_t by_bytes = find_second({});
+    const auto find_by_sides = [&](std::ptrdiff_t belongs, double worse) {
+        return find_second([&](const raw_mend::PlacedRun& run) {
+            const auto row = static_cast<std::ptrdiff_t>(run.value / kRowLength);
+            std::vector<raw_mend::SidePlace> places;
+            for (std::ptrdiff_t moved = -24; moved <= 24; ++moved) {
+                places.push_back(
+                    {moved, row + moved == belongs ? 0 : worse + static_cast<double>(moved % 3)});
+            }
+            return places;
+        });
+    };
+    for (const std::ptrdiff_t moved : {-2, 1, 2}) {
+        EXPECT_EQ(find_by_sides(by_bytes + moved, 80), by_bytes + moved);
+        EXPECT_EQ(find_by_sides(by_bytes + moved, 10), by_bytes) << "such differences are chance";
+    }
+}
+
 TEST(StreamPlaces, AreFoundIfTheFirstRowIsForeign) {
     const std::vector<std::uint16_t> values = make_values();
     Bytes damaged = make_stream(values);

@@ -166,13 +166,10 @@ class Chain {
     }
 
     /// Where segments are that neither the first bytes nor the last show follows from their phase alone,
-    /// which leaves whole rows open. Of one that follows the first break, the bytes that are missing are few.
+    /// which leaves whole rows open.
     void doubt_unanchored() {
-        constexpr auto kSector = static_cast<std::int64_t>(kSectorBytes);
         for (const RowSegment& segment : result_.segments) {
-            const bool is_anchored = segment.start == anchors_.front || segment.start == anchors_.back;
-            const bool misses_more = anchors_.back && (segment.start - *anchors_.back) % kSector == 0;
-            if (!is_anchored && (breaks_ > 1 || misses_more)) {
+            if (segment.start != anchors_.front && segment.start != anchors_.back) {
                 result_.doubtful.push_back(segment.image);
             }
         }

@@ -1,12 +1,13 @@
 #include "mend/StreamPlaces.h"
 
 #include "locate/Sectors.h"
+#include "mend/GapChoice.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
-#include <limits>
+#include <numeric>
 #include <utility>
 
 namespace raw_mend {
@@ -18,12 +19,6 @@ constexpr std::size_t kMostRuns = 64;
 constexpr double kLeastForeign = 1200; // Bytes.
 constexpr double kFewValues = 24;
 constexpr std::size_t kRowsAtEnd = 16; // That noise before the end may be taken for a run of.
-
-/// A number of whole rows, and how unlikely it is.
-struct Option {
-    std::ptrdiff_t rows = 0;
-    double penalty = 0;
-};
 
 /// Between a run and the one before it.
 struct ChainGap {
@@ -42,12 +37,12 @@ class RunPlacing {
         runs_.resize(std::min(runs_.size(), kMostRuns));
     }
 
-    std::vector<PlacedRun> run() {
+    std::vector<PlacedRun> run(const SideComparison& sides) {
         if (runs_.empty() || (chain_.first + runs_.front().begin) % frame_.row != 0) {
             return {};
         }
         leave_out_noise_at_end();
-        std::vector<std::vector<Option>> options;
+        std::vector<std::vector<GapOption>> options;
         std::ptrdiff_t phases = 0;
         for (std::size_t nth = 1; nth < runs_.size(); ++nth) {
             gaps_.push_back(measure(runs_[nth - 1], runs_[nth]));
@@ -62,7 +57,16 @@ class RunPlacing {
         if (is_anchored) {
             whole = (missing() - phases) / static_cast<std::ptrdiff_t>(frame_.row);
         }
-        return place(choose(options, whole), is_anchored);
+        std::vector<PlaceEvidence> evidence(options.size());
+        const auto rows = choose_rows(options, evidence, whole);
+        auto placed = place(rows, is_anchored);
+        if (!sides) {
+            return placed;
+        }
+        for (const PlacedRun& run : placed) {
+            add(run, run.is_certain ? std::vector<SidePlace>{} : sides(run), rows, evidence);
+        }
+        return place(choose_rows(options, evidence, whole), is_anchored);
     }
 
   private:
@@ -203,7 +207,7 @@ class RunPlacing {
         return std::min(std::abs(lost) / tolerance + in_place, moved);
     }
 
-    [[nodiscard]] std::vector<Option> options_of(const ChainGap& gap, std::ptrdiff_t phase) const {
+    [[nodiscard]] std::vector<GapOption> options_of(const ChainGap& gap, std::ptrdiff_t phase) const {
         constexpr double kMostMissing = 1048576;
         constexpr double kMostTooMany = 65536;
         constexpr std::ptrdiff_t kNearRows = 8; // Of those that are missing if none are lost, always kept.
@@ -212,83 +216,30 @@ class RunPlacing {
             return static_cast<std::ptrdiff_t>(
                 std::floor((gap.expected + bytes / gap.bytes_per_value - static_cast<double>(phase)) / row));
         };
-        std::vector<Option> options;
+        std::vector<GapOption> options;
         for (std::ptrdiff_t rows = rows_for(-kMostTooMany); rows <= rows_for(kMostMissing) + 1; ++rows) {
             const double missing = static_cast<double>(phase) + static_cast<double>(rows) * row;
             options.push_back({rows, penalty_of(gap, missing)});
         }
-        const auto is_near = [&](const Option& option) {
+        const auto is_near = [&](const GapOption& option) {
             return std::abs(option.rows - rows_for(0)) <= kNearRows;
         };
-        std::ranges::sort(options, {},
-                          [&](const Option& option) { return std::pair(!is_near(option), option.penalty); });
+        std::ranges::sort(options, {}, [&](const GapOption& option) {
+            return std::pair(!is_near(option), option.penalty);
+        });
         options.resize(std::min(options.size(), kMostOptions));
         return options;
     }
 
-    /// The likeliest number of rows for each gap; as many as there must be in all, if that is known.
-    static std::vector<std::ptrdiff_t> choose(const std::vector<std::vector<Option>>& options,
-                                              std::optional<std::ptrdiff_t> all) {
-        std::vector<std::ptrdiff_t> likeliest;
-        likeliest.reserve(options.size());
-        for (const auto& of_gap : options) {
-            likeliest.push_back(std::ranges::min_element(of_gap, {}, &Option::penalty)->rows);
+    /// What the rows beside a placed run say.
+    void add(const PlacedRun& placed, const std::vector<SidePlace>& places,
+             const std::vector<std::ptrdiff_t>& rows, std::vector<PlaceEvidence>& evidence) const {
+        const auto run = std::ranges::find(runs_, placed.run.begin, &PhaseRun::begin);
+        if (run != runs_.begin() && !places.empty()) {
+            const std::ptrdiff_t gaps = run - runs_.begin();
+            const auto before = std::accumulate(rows.begin(), rows.begin() + gaps, std::ptrdiff_t{0});
+            evidence[static_cast<std::size_t>(gaps - 1)] = PlaceEvidence(places, before);
         }
-        if (!all) {
-            return likeliest;
-        }
-        if (auto found = choose_with_sum(options, *all)) {
-            return std::move(*found);
-        }
-        for (const std::ptrdiff_t rows : likeliest) {
-            *all -= rows;
-        }
-        likeliest.back() += *all;
-        return likeliest;
-    }
-
-    /// The likeliest number of rows for each gap if there are so many in all. Takes time proportional to the
-    /// options and to the different sums that they can have.
-    static std::optional<std::vector<std::ptrdiff_t>>
-    choose_with_sum(const std::vector<std::vector<Option>>& options, std::ptrdiff_t all) {
-        constexpr double kNever = std::numeric_limits<double>::infinity();
-        struct Sum {
-            double penalty = kNever;
-            std::ptrdiff_t rows = 0; // Of the last gap.
-        };
-        struct Sums {
-            std::ptrdiff_t least = 0;
-            std::vector<Sum> from_least{{0, 0}};
-        };
-        std::vector<Sums> after{Sums{}}; // That many gaps.
-        for (const auto& of_gap : options) {
-            const auto [least, most] = std::ranges::minmax(of_gap, {}, &Option::rows);
-            const Sums& before = after.back();
-            const auto wider = static_cast<std::size_t>(most.rows - least.rows);
-            Sums next{before.least + least.rows, std::vector<Sum>(before.from_least.size() + wider)};
-            for (std::size_t nth = 0; nth < before.from_least.size(); ++nth) {
-                for (const Option& option : of_gap) {
-                    Sum& sum = next.from_least[nth + static_cast<std::size_t>(option.rows - least.rows)];
-                    const double penalty = before.from_least[nth].penalty + option.penalty;
-                    if (penalty < sum.penalty) {
-                        sum = {penalty, option.rows};
-                    }
-                }
-            }
-            after.push_back(std::move(next));
-        }
-        std::vector<std::ptrdiff_t> rows(options.size());
-        for (std::size_t gap = options.size(); gap > 0; --gap) {
-            const Sums& sums = after[gap];
-            const std::ptrdiff_t nth = all - sums.least;
-            if (nth < 0 || nth >= std::ssize(sums.from_least) ||
-                sums.from_least[static_cast<std::size_t>(nth)].penalty == kNever) {
-                return std::nullopt;
-            }
-            rows[gap - 1] = sums.from_least[static_cast<std::size_t>(nth)].rows;
-            all -= rows[gap - 1];
-        }
-        return rows;
     }
 
     std::vector<PlacedRun> place(const std::vector<std::ptrdiff_t>& rows, bool is_anchored) {
@@ -325,8 +276,8 @@ class RunPlacing {
 } // namespace
 
 std::vector<PlacedRun> place_runs(const StreamFrame& frame, const StreamChain& chain,
-                                  std::vector<PhaseRun> runs, std::size_t lag) {
-    return RunPlacing(frame, chain, std::move(runs), lag).run();
+                                  std::vector<PhaseRun> runs, std::size_t lag, const SideComparison& sides) {
+    return RunPlacing(frame, chain, std::move(runs), lag).run(sides);
 }
 
 } // namespace raw_mend

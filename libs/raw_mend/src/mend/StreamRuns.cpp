@@ -30,7 +30,8 @@ class RunsRepair {
         const std::size_t before_first = is_short ? first_row : kRowsBefore;
         const std::size_t begin = (first_row - std::min(first_row, before_first)) * frame_.row;
         chain_ = decode_chain(walk_, walk_.place_of(begin), end);
-        auto placed = place_runs(frame_, chain_, find_phase_runs(frame_, chain_), lag_);
+        const auto runs = find_phase_runs(frame_, chain_);
+        auto placed = place_runs(frame_, chain_, runs, lag_);
         if (placed.empty() || placed.front().value != chain_.first + placed.front().run.begin ||
             (is_empty(placed.front()) && suspects.front().value > begin + kNearRows * frame_.row) ||
             (placed.size() == 1 && (is_short || end_of(placed.front()) + lag_ >= frame_.count()))) {
@@ -42,6 +43,8 @@ class RunsRepair {
         set_rows(states_, {0, result_.loss}, RowState::kKnown);
         set_rows(trusted_, {0, result_.loss}, RowState::kKnown);
         fill_values(frame_, lag_, walk_.values(), {result_.loss, frame_.count()});
+        placed = place_runs(frame_, chain_, runs, lag_,
+                            [this](const PlacedRun& run) { return compare_with_known(run); });
         ValueRun above{0, result_.loss};
         for (const PlacedRun& run : std::span(placed).subspan(1)) {
             add(run, above);
@@ -147,6 +150,19 @@ class RunsRepair {
         const auto [first, last] = slices_.rows_around(next, frame_);
         return {std::max(first, (above.begin + frame_.row - 1) / frame_.row), std::max(first, lost), next,
                 std::min(last, run.end / frame_.row)};
+    }
+
+    /// How a run fits the rows beside it that are known before all others.
+    [[nodiscard]] std::vector<SidePlace> compare_with_known(const PlacedRun& placed) {
+        const ValueRun run{placed.value, end_of(placed)};
+        if (run.begin < result_.loss || is_empty(placed)) {
+            return {};
+        }
+        decode(placed, run);
+        set_rows(trusted_, run, RowState::kRun);
+        auto places = compare_sides(frame_, slices_, walk_.values(), trusted_);
+        set_rows(trusted_, run, RowState::kLost);
+        return places;
     }
 
     /// Puts a run after those above it, which end at a value.

@@ -12,6 +12,7 @@ namespace {
 constexpr std::ptrdiff_t kMostMoved = 24; // Rows of the stream, to both sides.
 constexpr std::size_t kFewRows = 48;      // That two places are compared by.
 constexpr std::size_t kEdgeValues = 3;    // Of each colour.
+constexpr double kClearly = 30;           // Mean misfits; chance does not make a place that much worse.
 constexpr std::size_t kRowKinds = 4;      // Two colours in each of two rows.
 
 /// Rows of a slice at one of its edges: the brightness of both colours of each row there.
@@ -103,46 +104,48 @@ class Misfits {
     [[nodiscard]] std::size_t size() const { return misfits_.size(); }
     [[nodiscard]] double operator[](std::size_t row) const { return misfits_[row]; }
 
+    /// Rows that could be compared.
+    [[nodiscard]] std::size_t count() const {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(misfits_, [](double misfit) { return misfit >= 0; }));
+    }
+
+    /// Of those.
     [[nodiscard]] double mean() const {
         double sum = 0;
-        double count = 0;
         for (const double misfit : misfits_) {
             sum += std::max(misfit, 0.0);
-            count += misfit >= 0 ? 1 : 0;
         }
-        return count > 0 ? sum / count : 1e9;
+        return sum / static_cast<double>(count());
     }
 
   private:
     std::vector<double> misfits_;
 };
 
-/// Whether one place fits so much better than another that chance does not make it: rows fit as well as the
-/// scale says where the run belongs, each by itself.
-bool is_clearly_better(const Misfits& one, const Misfits& other, double scale) {
-    constexpr double kMost = 3;     // Scales that one row counts.
-    constexpr double kClearly = 30; // Scales in all.
+/// How much worse one place fits than the best: rows fit as well as the scale says where the run belongs,
+/// each by itself.
+double how_much_worse(const Misfits& one, const Misfits& best, double scale) {
+    constexpr double kMost = 3; // Scales that one row counts.
     double sum = 0;
-    std::size_t rows = 0;
-    for (std::size_t row = 0; row < one.size(); ++row) {
-        if (one[row] >= 0 && other[row] >= 0) {
-            sum += std::min(other[row] / scale, kMost) - std::min(one[row] / scale, kMost);
-            ++rows;
+    for (std::size_t row = 0; row < best.size(); ++row) {
+        if (best[row] >= 0 && one[row] >= 0) {
+            sum += std::min(one[row] / scale, kMost) - std::min(best[row] / scale, kMost);
         }
     }
-    return rows >= kFewRows && sum > kClearly;
+    return sum;
 }
 
 } // namespace
 
-std::optional<std::ptrdiff_t> find_place_by_sides(const StreamFrame& frame, const StreamSlices& slices,
-                                                  std::span<const std::uint16_t> values,
-                                                  std::span<const RowState> states) {
+std::vector<SidePlace> compare_sides(const StreamFrame& frame, const StreamSlices& slices,
+                                     std::span<const std::uint16_t> values,
+                                     std::span<const RowState> states) {
     std::vector<Misfits> places(2 * kMostMoved + 1);
     for (std::size_t right = 1; right < slices.count(); ++right) {
         const std::size_t width = slices.width(right);
         if (frame.row % (2 * width) != 0 || slices.width(right - 1) != width) {
-            return std::nullopt; // A row of the stream is no whole number of pairs of the slice's rows.
+            return {}; // A row of the stream is no whole number of pairs of the slice's rows.
         }
         const auto rows = static_cast<std::ptrdiff_t>(frame.row / width);
         const Edge before = make_edge(frame, slices, values, states, right - 1, true);
@@ -153,11 +156,33 @@ std::optional<std::ptrdiff_t> find_place_by_sides(const StreamFrame& frame, cons
             place.add(after, before, moved * rows);
         }
     }
-    const auto best = std::ranges::min_element(places, {}, [](const Misfits& one) { return one.mean(); });
-    const bool is_clear = std::all_of(places.begin(), places.end(), [&](const Misfits& other) {
-        return &other == &*best || is_clearly_better(*best, other, best->mean());
-    });
-    return is_clear ? std::optional(best - places.begin() - kMostMoved) : std::nullopt;
+    std::vector<SidePlace> compared;
+    const Misfits* best = nullptr;
+    for (const Misfits& place : places) {
+        const bool is_better = place.count() >= kFewRows && (best == nullptr || place.mean() < best->mean());
+        best = is_better ? &place : best;
+    }
+    for (auto place = places.begin(); place != places.end(); ++place) {
+        if (place->count() >= kFewRows) {
+            compared.push_back({place - places.begin() - kMostMoved,
+                                &*place == best ? 0 : how_much_worse(*place, *best, best->mean())});
+        }
+    }
+    return compared;
+}
+
+std::optional<std::ptrdiff_t> find_place_by_sides(const StreamFrame& frame, const StreamSlices& slices,
+                                                  std::span<const std::uint16_t> values,
+                                                  std::span<const RowState> states) {
+    const auto places = compare_sides(frame, slices, values, states);
+    std::optional<std::ptrdiff_t> found;
+    for (const SidePlace& place : places) {
+        if (place.worse <= kClearly && found) {
+            return std::nullopt;
+        }
+        found = place.worse <= kClearly ? std::optional(place.rows) : found;
+    }
+    return places.size() == 2 * kMostMoved + 1 ? found : std::nullopt;
 }
 
 } // namespace raw_mend

@@ -154,11 +154,18 @@ class TornRowsSearch {
         return static_cast<std::uint64_t>((start % row + row) % row);
     }
 
-    /// Where the image begins by its end, if that is not too far from where it begins by its first bytes.
+    /// Where the image begins by its end, if that is not too far from where it begins by its first bytes, or
+    /// more is lost, and the last rows that are clear are in step with the end, not with the first.
     [[nodiscard]] std::optional<std::int64_t> back_of(std::int64_t front) const {
         const auto back = static_cast<std::int64_t>(damaged_.size()) -
                           static_cast<std::int64_t>(sample_.bytes_after() + length_);
-        return are_near(back, front) ? std::optional(back) : std::nullopt;
+        const bool loses_much = back < front && is_in_step_with_end(back, front);
+        return are_near(back, front) || loses_much ? std::optional(back) : std::nullopt;
+    }
+
+    [[nodiscard]] bool is_in_step_with_end(std::int64_t back, std::int64_t front) const {
+        return !pieces_.empty() && pieces_.back().phase == phase_of(back) &&
+               phase_of(back) != phase_of(front) && front - back <= static_cast<std::int64_t>(length_);
     }
 
     /// Whether an image may begin at one place by its first bytes, and at the other by its last.
