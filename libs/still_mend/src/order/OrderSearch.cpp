@@ -20,8 +20,8 @@ constexpr std::array<std::size_t, 3> kClusters{32768, 4096, 512};
 constexpr std::size_t kAllMcus = std::numeric_limits<std::size_t>::max() / 2;
 constexpr std::size_t kFirstLook = 16; // MCUs of a piece that are decoded before it is judged at first.
 constexpr std::size_t kLeastMcus = 4;  // What holds fewer shows nothing.
-/// By how much a piece must fit better than the natural one, if that decodes. Measured where the right piece
-/// was elsewhere: 0.4 and more, half of them 2 and more.
+/// By how much a piece must fit better than the natural one, if that decodes. Measured at 325 breaks of 37
+/// pictures: 0.7 and more, half of them 1.9 and more.
 constexpr double kClearlyBetter = 0.4;
 /// Where nothing else is left, pieces that begin with an edge of the picture are looked at for longer, and
 /// one may fit less well if it fits far better than all others.
