@@ -224,6 +224,14 @@ TEST(ScanWalk, BreaksOffWhereTheLastMcuIsNotFollowedByEoi) {
     EXPECT_EQ(walk.decode(kAll), State::kBroken);
 }
 
+TEST(ScanWalk, BreaksOffWhereBitsAreLeftAfterTheLastMcu) {
+    const auto [jpeg, candidate] = opened("baseline 4:2:0");
+    const std::size_t end = dissect(jpeg).end.first;
+    const Bytes longer = joined(joined(part(jpeg, 0, end), {0x55}), part(jpeg, end, jpeg.size()));
+    still_mend::ScanWalk walk(longer, candidate, longer.size());
+    EXPECT_EQ(walk.decode(kAll), State::kBroken);
+}
+
 /// The MCUs of a picture; those from one on with a change of their level, after as many that are left out.
 still_mend::McuTraces changed(const Opened& opened, std::size_t from, const still_mend::Levels& level,
                               std::size_t left_out = 0) {
