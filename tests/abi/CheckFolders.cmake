@@ -64,6 +64,7 @@ elseif(PART STREQUAL "StillMend")
         "output: assessment header jpeg"
         "assessment: progressive header sequential fit jpeg"
         "progressive: header fit jpeg"
+        "order: header fit jpeg"
         "header: sequential fit jpeg"
         "sequential: fit jpeg"
         "fit: jpeg"

@@ -104,6 +104,9 @@ constexpr Text kFromSample = {"its size or tables are those of the sample",
                               "check its brightness and colours"};
 constexpr Text kTextModeUndone = {"a transfer in text mode had put CR before each LF; that was undone",
                                   "transfer it again, in binary mode"};
+constexpr Text kPutInOrder = {
+    "clusters of the file were in another order, repeated, or parted by foreign data; they were put in order",
+    ""};
 constexpr Text kHeaderRebuilt = {"its header was put together from what was left of it", ""};
 constexpr Text kTablesBorrowed = {"its tables were taken from another picture of the file",
                                   "check its brightness and colours"};
@@ -222,6 +225,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(STILL_MEND_REENCODED), CodeSource::kWarning, kReencoded),
         row(ROW(STILL_MEND_FROM_SAMPLE), CodeSource::kWarning, kFromSample),
         row(ROW(STILL_MEND_TEXT_MODE_UNDONE), CodeSource::kWarning, kTextModeUndone),
+        row(ROW(STILL_MEND_PUT_IN_ORDER), CodeSource::kWarning, kPutInOrder),
     };
 #undef ROW
 }

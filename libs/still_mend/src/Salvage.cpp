@@ -1,5 +1,6 @@
 #include "Salvage.h"
 
+#include "assessment/IntactJpeg.h"
 #include "assessment/LibjpegAssessment.h"
 #include "assessment/PlainDecode.h"
 #include "header/HeaderMarkers.h"
@@ -52,10 +53,10 @@ class Ranking {
 
     [[nodiscard]] std::optional<BestPicture> best() && {
         if (picture_) {
-            return BestPicture{std::move(*picture_), false};
+            return BestPicture{std::move(*picture_), false, {}};
         }
         if (thumbnail_) {
-            return BestPicture{std::move(*thumbnail_), true};
+            return BestPicture{std::move(*thumbnail_), true, {}};
         }
         return std::nullopt;
     }
@@ -181,7 +182,7 @@ class FileSalvage {
         consider(find_orphans(file_, covered_, siblings_));
         if (!ranking_.has_picture()) {
             if (auto lenient = only_libjpeg_reads()) {
-                return BestPicture{std::move(*lenient), false};
+                return BestPicture{std::move(*lenient), false, {}};
             }
             consider(find_standard_orphans(file_, covered_));
         }
@@ -298,14 +299,47 @@ std::optional<BestPicture> intact_file(Bytes file) {
         assessment = examined(picture, candidates.front(), std::move(*assessment));
     }
     assessment->end = assessment->intact ? file.size() : assessment->end;
-    return BestPicture{std::move(*assessment), false};
+    return BestPicture{std::move(*assessment), false, {}};
+}
+
+/// Whether all of a picture is certain, and its data end with EOI.
+bool is_whole(const std::optional<BestPicture>& picture) {
+    if (!picture || picture->thumbnail) {
+        return false;
+    }
+    const Assessment& assessment = picture->assessment;
+    return assessment.whole && assessment.eoi_found && assessment.own == assessment.total;
+}
+
+/// The picture that the file begins with, if it is whole once the pieces of the file are in order.
+std::optional<BestPicture> ordered_file(Bytes file) {
+    if (!begins_as_jpeg(file)) {
+        return std::nullopt;
+    }
+    const auto candidates = find_candidates(file, find_header_markers(file));
+    const bool possible =
+        !candidates.empty() && begins_file(candidates.front()) && can_be_examined(candidates.front());
+    auto ordered = possible ? put_in_order(file, candidates.front()) : std::nullopt;
+    auto picture = ordered ? intact_file(ordered->bytes) : std::nullopt;
+    if (!is_whole(picture)) {
+        return std::nullopt;
+    }
+    picture->ordered = std::move(ordered);
+    return picture;
 }
 
 } // namespace
 
 std::optional<BestPicture> find_best(Bytes file, Bytes sample) {
-    auto intact = intact_file(file);
-    return intact ? std::move(intact) : FileSalvage(file, sample).best();
+    auto best = intact_file(file);
+    if (!best) {
+        best = FileSalvage(file, sample).best();
+    }
+    if (is_whole(best)) {
+        return best;
+    }
+    auto ordered = ordered_file(file);
+    return ordered ? std::move(ordered) : std::move(best);
 }
 
 } // namespace still_mend

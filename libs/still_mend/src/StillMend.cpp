@@ -56,6 +56,12 @@ StillMendReport report_of(const Assessment& assessment, Delivered delivered) {
     return report;
 }
 
+/// The picture is whole, but the file was not.
+void note_order(const still_mend::OrderedFile& ordered, StillMendReport& report) {
+    report.warnings |= STILL_MEND_PUT_IN_ORDER;
+    report.first_bad_byte = ordered.first_moved;
+}
+
 /// Offsets are those in the file as it is.
 void note_text_mode(const text_mode::TextMode& undone, StillMendReport& report) {
     report.warnings |= STILL_MEND_TEXT_MODE_UNDONE;
@@ -90,7 +96,7 @@ std::int32_t repair(const char* damaged, const char* sample_name, const char* ou
     if (!find) {
         return STILL_MEND_NOTHING_FOUND;
     }
-    const Delivered delivered = still_mend::deliver(bytes, find->assessment, output);
+    const Delivered delivered = still_mend::deliver(find->bytes(bytes), find->assessment, output);
     if (delivered == Delivered::kUnwritable) {
         return STILL_MEND_OUTPUT_UNWRITABLE;
     }
@@ -98,6 +104,9 @@ std::int32_t repair(const char* damaged, const char* sample_name, const char* ou
         return STILL_MEND_NOTHING_FOUND;
     }
     report = report_of(find->assessment, delivered);
+    if (find->ordered) {
+        note_order(*find->ordered, report);
+    }
     if (undone) {
         note_text_mode(*undone, report);
     }

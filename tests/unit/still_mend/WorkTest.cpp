@@ -2,11 +2,14 @@
 #include "Salvage.h"
 
 #include "Laboratory.h"
+#include "header/HeaderMarkers.h"
+#include "order/OrderSearch.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
+#include <random>
 #include <string>
 
 // How much work the salvager does, whatever the bytes: counted, and linear in the size of the file.
@@ -79,6 +82,23 @@ Bytes noise_up_to_eoi(std::size_t size) {
 /// Bits that the standard tables decode without an error into many MCUs, so that many widths are possible.
 Bytes short_mcus_up_to_eoi(std::size_t size) {
     return joined(repeated({0x00, 0x28, 0xA2, 0x8A, 0x13}, size - kEoiSize), {0xFF, 0xD9});
+}
+
+/// The clusters of a picture in no order, again and again, under a header of another size.
+Bytes shuffled_clusters(const char* coding, unsigned side, std::size_t size) {
+    constexpr std::size_t kCluster = 512;
+    const Bytes picture = make_coded(coding_named(coding), 1, 1280, 960);
+    const std::size_t data = dissect(picture).scan_header.last;
+    const std::size_t first = data / kCluster + 2;
+    Bytes file = joined(header(picture, side, side), part(picture, data, first * kCluster));
+    std::mt19937 random(1);
+    while (file.size() < size) {
+        const std::size_t place = (first + random() % (picture.size() / kCluster - first)) * kCluster;
+        const Bytes cluster = part(picture, place, place + kCluster);
+        file.insert(file.end(), cluster.begin(), cluster.end());
+    }
+    file.resize(size);
+    return file;
 }
 
 struct Flood {
@@ -161,6 +181,18 @@ TEST(Work, OnIntervalsThatMayHaveManyPlacesGrowsWithThePicture) {
         return work;
     };
     EXPECT_LE(work_at(1280, 960), 5 * work_at(640, 480));
+}
+
+TEST(Work, OnClustersInNoOrderIsBoundedByAConstantForEachByte) {
+    for (const char* coding : {"baseline 4:2:0", "baseline 4:4:4, optimised, restarts", "baseline grey"}) {
+        for (const unsigned side : {1000U, 4000U}) {
+            const Bytes file = shuffled_clusters(coding, side, 1U << 19U);
+            const auto candidates = still_mend::find_candidates(file, still_mend::find_header_markers(file));
+            const std::uint64_t before = still_mend::Work::done();
+            EXPECT_FALSE(still_mend::put_in_order(file, candidates.at(0))) << coding;
+            EXPECT_LE(still_mend::Work::done() - before, 40 * file.size()) << coding << ", " << side;
+        }
+    }
 }
 
 TEST(Work, OnAHundredMegabytesWithoutAPictureIsAFewStepsForEachByte) {

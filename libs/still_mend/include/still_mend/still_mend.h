@@ -68,7 +68,10 @@ enum {
     /** Tables, or size and sampling, were taken from the sample. */
     STILL_MEND_FROM_SAMPLE = 512,
     /** A transfer in text mode had put CR before each LF of the file. That was undone. */
-    STILL_MEND_TEXT_MODE_UNDONE = 1024
+    STILL_MEND_TEXT_MODE_UNDONE = 1024,
+    /** Clusters of the file were in another order, repeated, or parted by foreign data. They were put in
+     * order. */
+    STILL_MEND_PUT_IN_ORDER = 2048
 };
 
 /** first_bad_byte of a picture that has none. */
