@@ -86,6 +86,8 @@ constexpr Text kSampleParameters = {
 constexpr Text kRotationUndone = {
     "the photograph's end was at the beginning of the damaged file; it was put back", ""};
 
+constexpr Text kUnchanged = {"the damaged file begins with all of the result", ""};
+
 constexpr Text kPictureWritten = {"a picture that decodes was written", ""};
 constexpr Text kUnreadable = {"the file cannot be read", "is it there, is it a file, and may you read it?"};
 constexpr Text kNothing = {"no picture is left in this file", "with a sample, try 'plate-mend repair'"};
@@ -201,6 +203,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(RAW_MEND_SAMPLE_PARAMETERS), CodeSource::kNote, kSampleParameters),
         row(ROW(RAW_MEND_TEXT_MODE_UNDONE), CodeSource::kNote, kTextModeUndone),
         row(ROW(RAW_MEND_ROTATION_UNDONE), CodeSource::kNote, kRotationUndone),
+        row(ROW(RAW_MEND_UNCHANGED), CodeSource::kNote, kUnchanged),
         row(ROW(STILL_MEND_OK), CodeSource::kAny, kPictureWritten),
         row(ROW(STILL_MEND_INPUT_UNREADABLE), CodeSource::kSalvage, kUnreadable),
         row(ROW(STILL_MEND_NOTHING_FOUND), CodeSource::kSalvage, kNothing),
