@@ -1,5 +1,7 @@
 #include "metadata/MetadataPlaces.h"
 
+#include "files/PairScan.h"
+
 #include <byte_reader/ByteReader.h>
 
 #include <algorithm>
@@ -31,45 +33,19 @@ constexpr bool is_pair(unsigned char first, unsigned char second) {
     return ((static_cast<unsigned>(first == second) & is_order) | is_date) != 0;
 }
 
-constexpr std::size_t kBlock = 256;
-
-/// Whether one of the pairs begins in a block. Another byte must follow it.
-bool has_pair(const unsigned char* block) {
-    unsigned char found = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        found = static_cast<unsigned char>(found | static_cast<unsigned>(is_pair(block[i], block[i + 1])));
-    }
-    return found != 0;
-}
-
 class PlaceSearch {
   public:
     explicit PlaceSearch(Span file) : bytes_(file), file_(file, std::endian::big) {}
 
     MetadataPlaces run() {
-        std::size_t at = 0;
-        for (; at + kBlock < bytes_.size(); at += kBlock) {
-            if (has_pair(bytes_.data() + at)) {
-                look_at(at, at + kBlock);
-            }
-        }
-        if (!bytes_.empty()) {
-            look_at(at, bytes_.size() - 1);
-        }
+        for_each_pair(bytes_, is_pair, [this](std::size_t at) {
+            add_header(at);
+            add_dates(at);
+        });
         return std::move(places_);
     }
 
   private:
-    /// The pairs that begin in [begin, end), before the last byte of the file.
-    void look_at(std::size_t begin, std::size_t end) {
-        for (std::size_t at = begin; at < end; ++at) {
-            if (is_pair(bytes_[at], bytes_[at + 1])) {
-                add_header(at);
-                add_dates(at);
-            }
-        }
-    }
-
     void add_header(std::size_t at) {
         for (std::size_t kind = 0; kind < kHeaders.size(); ++kind) {
             if (file_.has(at, kHeaders[kind]) && headers_[kind]++ < kMostHits) {
