@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace test {
@@ -121,7 +122,8 @@ TEST_F(RawMendRepairImageTest, WithoutAnOutputUsesNoPath) {
     const std::string good = utf8(sample);
     const char* const samples[] = {good.c_str()};
     write_file(output, {1});
-    for (const char* const path : {utf8(output).c_str(), static_cast<const char*>(nullptr)}) {
+    const std::string taken = utf8(output);
+    for (const char* const path : {taken.c_str(), static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(RawMendRepairImage(utf8(damaged).c_str(), samples, 1, path, &options, &report, nullptr, 0,
                                      nullptr),
                   RAW_MEND_OK);
