@@ -128,8 +128,7 @@ Json judge_task(const std::string& result, const std::string& damaged, const std
 }
 
 /// The tasks that the program has workers do for one file, without anything around them.
-bool do_tasks_of_a_file(const std::string& damaged, const std::string& sample, const std::string& result,
-                        const std::string& checked) {
+bool do_tasks_of_a_file(const std::string& damaged, const std::string& sample, const std::string& result) {
     const bool is_intact =
         answer_to(Json::object({{"task", "intact"}, {"photograph", damaged}, {"picture", ""}, {"memory", 0}}))
             .required_truth("intact");
@@ -143,10 +142,9 @@ bool do_tasks_of_a_file(const std::string& damaged, const std::string& sample, c
     const Json check = answer_to(Json::object({{"task", "raw"},
                                                {"damaged", result},
                                                {"sample", sample},
-                                               {"output", checked},
+                                               {"output", ""},
                                                {"fill", true},
                                                {"memory", 0}}));
-    fs::remove(checked);
     return !is_intact && repair.required_integer<int>("code") == 0 && judgement.required_truth("decodes") &&
            check.required_integer<int>("code") == 0;
 }
@@ -157,8 +155,7 @@ bool do_tasks(const Batch& batch) {
     fs::current_path(batch.output); // The library works there, as it does in a worker.
     bool done = true;
     for (int file = 0; done && file < batch.files; ++file) {
-        done = do_tasks_of_a_file(batch.file(file), batch.sample, batch.result(file),
-                                  batch.output / "checked.arw");
+        done = do_tasks_of_a_file(batch.file(file), batch.sample, batch.result(file));
     }
     fs::current_path(before);
     return done;

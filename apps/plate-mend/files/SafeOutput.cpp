@@ -5,6 +5,7 @@
 #include "text/Paths.h"
 #include "text/Text.h"
 
+#include <algorithm>
 #include <chrono>
 #include <iterator>
 #include <random>
@@ -136,6 +137,19 @@ PrivateFolder::PrivateFolder(const fs::path& parent) {
         fs::remove_all(path_, ignored);
         throw MachineFailure(failure_at(parent, "no working folder can be created there"), e.code());
     }
+}
+
+bool PrivateFolder::clear(std::span<const char* const> kept) const {
+    std::error_code error;
+    for (fs::directory_iterator entry(path_, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        const fs::path name = entry->path().filename();
+        const bool stays = name == kLock || std::find(kept.begin(), kept.end(), name) != kept.end();
+        if (!stays && (fs::remove_all(entry->path(), error), error)) {
+            return false;
+        }
+    }
+    return !error;
 }
 
 PrivateFolder::~PrivateFolder() {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,9 @@ class PrivateFolder {
     ~PrivateFolder();
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+    /// Removes all that is in the folder, except files with these names. Returns whether that was possible.
+    [[nodiscard]] bool clear(std::span<const char* const> kept) const;
 
   private:
     std::filesystem::path path_;

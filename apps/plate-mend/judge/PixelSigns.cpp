@@ -10,6 +10,7 @@
 #include "judge/signs/Shift.h"
 #include "judge/signs/Sign.h"
 #include "judge/signs/Splice.h"
+#include "judge/signs/ValueRange.h"
 #include "judge/signs/Windows.h"
 #include "judge/signs/WrongWidth.h"
 
@@ -55,9 +56,7 @@ bool has_scattered_values(const SensorView& view, const std::vector<bool>& accou
         const std::size_t first = y - std::min(y, view.dy);
         const std::size_t end = std::min(y + view.dy + 1, view.rows);
         const bool is_known = is_any_marked(bad_rows, first, end) || (y < accounted.size() && accounted[y]);
-        const std::uint16_t* row = view.row(y);
-        if (!is_known &&
-            std::any_of(row, row + view.columns, [&](std::uint16_t value) { return value > view.white; })) {
+        if (!is_known && has_value_outside(view.row(y), view.columns, 0, view.white)) {
             return true;
         }
     }

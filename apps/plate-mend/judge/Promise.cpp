@@ -24,6 +24,10 @@ std::uint64_t count_same_bytes(FileBytes& one, std::uint64_t at_one, FileBytes& 
         const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, limit - same));
         const auto left = one.read(at_one + same, want);
         const auto right = other.read(at_other + same, want);
+        if (left.size() == want && left == right) {
+            same += want;
+            continue;
+        }
         const std::size_t both = std::min(left.size(), right.size());
         const auto pair =
             std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(both), right.begin());

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -24,16 +25,62 @@ constexpr std::size_t kGroupBytes = 4;    ///< Bytes.
 constexpr std::size_t kFewestGroups = 64; ///< Different groups of bytes in a block that is no pattern.
 constexpr std::uint64_t kMostReads = 4;   ///< Of each byte, to compare places whose hashes are the same.
 
-std::uint64_t hash_of(Bytes block) {
-    std::uint64_t hash = 14695981039346656037U;
-    for (std::size_t at = 0; at < block.size(); at += sizeof(hash)) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, block.data() + at, sizeof(word));
-        hash = (hash ^ word) * 1099511628211U;
-        hash ^= hash >> 29U;
+/// The hashes of so many blocks, side by side from the first one's first byte on: while a processor waits for
+/// a product of one, it works on the others.
+template <std::size_t kBlocks>
+std::array<std::uint64_t, kBlocks> hashes_of(const unsigned char* bytes) {
+    std::array<std::uint64_t, kBlocks> hashes{};
+    hashes.fill(14695981039346656037U);
+    for (std::size_t at = 0; at < kHashedBytes; at += sizeof(std::uint64_t)) {
+        for (std::size_t block = 0; block < kBlocks; ++block) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, bytes + block * kHashedBytes + at, sizeof(word));
+            std::uint64_t& hash = hashes[block];
+            hash = (hash ^ word) * 1099511628211U;
+            hash ^= hash >> 29U;
+        }
     }
-    return hash;
+    return hashes;
 }
+
+/// The hashes of all whole blocks.
+std::vector<std::uint64_t> hash_all(Bytes bytes) {
+    constexpr std::size_t kAtATime = 4;
+    std::vector<std::uint64_t> hashes(bytes.size() / kHashedBytes);
+    std::size_t block = 0;
+    for (; block + kAtATime <= hashes.size(); block += kAtATime) {
+        std::ranges::copy(hashes_of<kAtATime>(bytes.data() + block * kHashedBytes),
+                          hashes.begin() + static_cast<std::ptrdiff_t>(block));
+    }
+    for (; block < hashes.size(); ++block) {
+        hashes[block] = hashes_of<1>(bytes.data() + block * kHashedBytes).front();
+    }
+    return hashes;
+}
+
+/// Counts hashes by some of their bits, up to 2: most blocks of a photograph have a hash that no other has.
+class HashCounts {
+  public:
+    explicit HashCounts(const std::vector<std::uint64_t>& hashes)
+        : counts_(std::bit_ceil(kPlacesPerHash * hashes.size() + 1)) {
+        for (const std::uint64_t hash : hashes) {
+            unsigned char& count = counts_[place_of(hash)];
+            count = static_cast<unsigned char>(std::min(2, count + 1));
+        }
+    }
+
+    /// False only for a hash that is there once.
+    [[nodiscard]] bool may_be_repeated(std::uint64_t hash) const { return counts_[place_of(hash)] > 1; }
+
+  private:
+    static constexpr std::size_t kPlacesPerHash = 8;
+
+    [[nodiscard]] std::size_t place_of(std::uint64_t hash) const {
+        return static_cast<std::size_t>(hash ^ hash >> 32U) & (counts_.size() - 1);
+    }
+
+    std::vector<unsigned char> counts_;
+};
 
 /// Whether a block is no pattern that an even area may have.
 bool is_telling(Bytes block) {
@@ -51,12 +98,16 @@ struct HashedBlock {
     std::size_t offset = 0;
 };
 
-/// Blocks with the same hash side by side, those in the order of their offsets.
+/// Blocks with the same hash side by side, those in the order of their offsets. Most of those are left out
+/// whose hash no other has.
 std::vector<HashedBlock> hash_blocks(Bytes bytes) {
+    const auto hashes = hash_all(bytes);
+    const HashCounts counts(hashes);
     std::vector<HashedBlock> blocks;
-    blocks.reserve(bytes.size() / kHashedBytes);
-    for (std::size_t at = 0; at + kHashedBytes <= bytes.size(); at += kHashedBytes) {
-        blocks.push_back({hash_of(bytes.subspan(at, kHashedBytes)), at});
+    for (std::size_t nth = 0; nth < hashes.size(); ++nth) {
+        if (counts.may_be_repeated(hashes[nth])) {
+            blocks.push_back({hashes[nth], nth * kHashedBytes});
+        }
     }
     std::sort(blocks.begin(), blocks.end(), [](const HashedBlock& one, const HashedBlock& other) {
         return one.hash != other.hash ? one.hash < other.hash : one.offset < other.offset;

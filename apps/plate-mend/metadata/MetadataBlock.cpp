@@ -1,11 +1,11 @@
 #include "metadata/MetadataBlock.h"
 
 #include "metadata/ExifReader.h"
+#include "metadata/MetadataPlaces.h"
 
 #include <byte_reader/ByteReader.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <optional>
@@ -19,24 +19,6 @@ namespace {
 using byte_reader::ByteReader;
 using Span = std::span<const unsigned char>;
 
-constexpr std::size_t kMostHits = 4096; ///< Of each pattern.
-
-/// The first bytes of TIFF structures: TIFF, ORF, RW2.
-constexpr std::array kHeaders = {std::string_view("II*\0", 4), std::string_view("MM\0*", 4),
-                                 std::string_view("IIRO"),     std::string_view("IIRS"),
-                                 std::string_view("MMOR"),     std::string_view("IIU\0", 4)};
-
-struct DateEntry {
-    std::string_view bytes; ///< Tag, ASCII, 20.
-    std::endian order;
-};
-/// DateTime, whose directory may lead to the other one; and DateTimeOriginal.
-constexpr std::array kDateEntries = {
-    DateEntry{std::string_view("\x32\x01\2\0\x14\0\0\0", 8), std::endian::little},
-    DateEntry{std::string_view("\x01\x32\0\2\0\0\0\x14", 8), std::endian::big},
-    DateEntry{std::string_view("\x03\x90\2\0\x14\0\0\0", 8), std::endian::little},
-    DateEntry{std::string_view("\x90\x03\0\2\0\0\0\x14", 8), std::endian::big}};
-
 /// A block whose facts are not complete yet.
 struct Structure {
     const char* source = "";
@@ -49,15 +31,10 @@ class BlockSearch {
   public:
     explicit BlockSearch(Span file) : file_(file, std::endian::big), reader_(file) {}
 
-    /// Structures whose headers are before an offset, in their order.
-    std::vector<Structure> headers(std::uint64_t end) {
-        std::vector<std::uint64_t> places;
-        for (const std::string_view header : kHeaders) {
-            add_places(header, end, places);
-        }
-        std::sort(places.begin(), places.end());
+    /// Structures with headers, in their order.
+    std::vector<Structure> headers(const MetadataPlaces& places) {
         std::vector<Structure> found;
-        for (const std::uint64_t place : places) {
+        for (const std::uint64_t place : places.headers) {
             // What follows the directories in a box is left over from others.
             const bool is_left_over = !found.empty() && place < found.back().end_of_box;
             auto content = is_left_over ? std::nullopt : reader_.read_header(place);
@@ -69,14 +46,12 @@ class BlockSearch {
     }
 
     /// Directories with dates that no header leads to, and those that they lead to.
-    std::vector<Structure> directories() {
+    std::vector<Structure> directories(const MetadataPlaces& places) {
         std::vector<Structure> found;
-        for (const DateEntry& date : kDateEntries) {
-            std::vector<std::uint64_t> places;
-            add_places(date.bytes, file_.size(), places);
-            for (const std::uint64_t place : places) {
-                auto content =
-                    reader_.has_read(place) ? std::nullopt : reader_.read_around(place, date.order);
+        for (std::size_t kind = 0; kind < kDateEntries.size(); ++kind) {
+            for (const std::uint64_t place : places.dates[kind]) {
+                auto content = reader_.has_read(place) ? std::nullopt
+                                                       : reader_.read_around(place, kDateEntries[kind].order);
                 if (content && content->all_facts().contains(CameraFact::kTaken)) {
                     found.push_back({"directory", place, 0, std::move(*content)});
                 }
@@ -86,14 +61,6 @@ class BlockSearch {
     }
 
   private:
-    void add_places(std::string_view text, std::uint64_t end, std::vector<std::uint64_t>& places) const {
-        auto place = file_.find(text, 0, end);
-        for (std::size_t hits = 0; place && hits < kMostHits; ++hits) {
-            places.push_back(*place);
-            place = file_.find(text, *place + 1, end);
-        }
-    }
-
     /// CMT boxes side by side are one photograph's.
     static void add(Structure structure, std::vector<Structure>& found) {
         constexpr std::uint64_t kBoxHeader = 8;
@@ -159,8 +126,9 @@ std::optional<MetadataBlock> block_from(Structure structure) {
 
 std::vector<MetadataBlock> find_metadata(Span file) {
     BlockSearch search(file);
-    std::vector<Structure> structures = search.headers(file.size());
-    std::ranges::move(search.directories(), std::back_inserter(structures));
+    const MetadataPlaces places = find_metadata_places(file);
+    std::vector<Structure> structures = search.headers(places);
+    std::ranges::move(search.directories(places), std::back_inserter(structures));
     std::vector<MetadataBlock> blocks;
     for (Structure& structure : structures) {
         if (auto block = block_from(std::move(structure))) {
@@ -172,8 +140,9 @@ std::vector<MetadataBlock> find_metadata(Span file) {
 }
 
 CameraFacts main_facts(Span photograph) {
-    constexpr std::uint64_t kBeginning = std::uint64_t{1} << 20U; // Boxes and the previews of RAF are there.
-    for (Structure& structure : BlockSearch(photograph).headers(kBeginning)) {
+    constexpr std::size_t kBeginning = std::size_t{1} << 20U; // Boxes and the previews of RAF are there.
+    const auto places = find_metadata_places(photograph.first(std::min(photograph.size(), kBeginning)));
+    for (Structure& structure : BlockSearch(photograph).headers(places)) {
         if (auto block = block_from(std::move(structure))) {
             return std::move(block->facts);
         }

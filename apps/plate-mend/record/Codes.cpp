@@ -88,6 +88,8 @@ constexpr Text kRotationUndone = {
 constexpr Text kPhotographRemoved = {
     "another whole photograph was inside this one, which goes on after it; it was left out", ""};
 
+constexpr Text kUnchanged = {"the damaged file begins with all of the result", ""};
+
 constexpr Text kPictureWritten = {"a picture that decodes was written", ""};
 constexpr Text kUnreadable = {"the file cannot be read", "is it there, is it a file, and may you read it?"};
 constexpr Text kNothing = {"no picture is left in this file", "with a sample, try 'plate-mend repair'"};
@@ -207,6 +209,7 @@ std::vector<CodeEntry> make_codes() {
         row(ROW(RAW_MEND_TEXT_MODE_UNDONE), CodeSource::kNote, kTextModeUndone),
         row(ROW(RAW_MEND_ROTATION_UNDONE), CodeSource::kNote, kRotationUndone),
         row(ROW(RAW_MEND_PHOTOGRAPH_REMOVED), CodeSource::kNote, kPhotographRemoved),
+        row(ROW(RAW_MEND_UNCHANGED), CodeSource::kNote, kUnchanged),
         row(ROW(STILL_MEND_OK), CodeSource::kAny, kPictureWritten),
         row(ROW(STILL_MEND_INPUT_UNREADABLE), CodeSource::kSalvage, kUnreadable),
         row(ROW(STILL_MEND_NOTHING_FOUND), CodeSource::kSalvage, kNothing),

@@ -66,12 +66,13 @@ class Batch {
   private:
     void work() {
         try {
+            WorkFolder folder;
             while (!ends_early()) {
                 const std::size_t index = next_++;
                 if (index >= request_.files.size()) {
                     return;
                 }
-                work_on(request_.files[index]);
+                work_on(request_.files[index], folder);
             }
         } catch (const Interrupted&) {
             interrupted_ = true;
@@ -89,7 +90,7 @@ class Batch {
         return interrupted_ || no_room_;
     }
 
-    void work_on(const PlannedFile& file) {
+    void work_on(const PlannedFile& file, WorkFolder& folder) {
         if (request_.repair.resume && request_.record != nullptr) {
             const auto record = request_.record->finished(file.input.path, file.outputs.raw);
             if (record && !lacks_mask(*record, file.outputs) &&
@@ -100,7 +101,7 @@ class Batch {
         }
         announce(file.input);
         bool no_room = false;
-        const Record record = repair_file(file, tools_, request_.repair, no_room);
+        const Record record = repair_file(file, tools_, request_.repair, folder, no_room);
         add_to_record(record, no_room);
         report(record, true);
         if (no_room) {

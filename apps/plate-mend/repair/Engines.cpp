@@ -1,6 +1,5 @@
 #include "repair/Engines.h"
 
-#include "files/FileBytes.h"
 #include "files/SafeOutput.h"
 #include "files/WorkingCopy.h"
 #include "repair/Worth.h"
@@ -8,7 +7,6 @@
 
 #include <raw_mend/raw_mend.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -18,18 +16,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Whether a file begins with all bytes of another.
-bool is_beginning_of(const fs::path& file, const fs::path& beginning) {
-    constexpr std::size_t kPiece = std::size_t{1} << 20U;
-    FileBytes whole(file);
-    FileBytes part(beginning);
-    for (std::uint64_t offset = 0; offset < part.size(); offset += kPiece) {
-        const auto bytes = part.read(offset, kPiece);
-        if (whole.read(offset, bytes.size()) != bytes) {
-            return false;
-        }
-    }
-    return true;
+/// Whether the file's own tables lead to its image, and not from the file's first byte on.
+bool is_displaced(const FoundImage& image) {
+    return image.way == RAW_MEND_WAY_OWN_TABLES && (image.notes & RAW_MEND_UNCHANGED) == 0;
 }
 
 /// All of the image is proved, and its place is no guess.
@@ -80,27 +69,15 @@ Trial Engines::try_sample(Engine engine, const RankedSample& ranked) const {
 }
 
 bool Engines::finds_damage(const fs::path& name, const fs::path& sample) const {
-    bool begins_alike = true;
-    const auto image = find_image(name, sample, [&](const FoundImage& found, const fs::path& result) {
-        begins_alike = found.way != RAW_MEND_WAY_OWN_TABLES || is_beginning_of(name, result);
-    });
-    return image && (image->pieces_mended != 0 || image->is_incomplete() || !begins_alike ||
+    const auto image = find_image(name, sample);
+    return image && (image->pieces_mended != 0 || image->is_incomplete() || is_displaced(*image) ||
                      proves_too_little(*image, name, sample));
 }
 
-std::optional<FoundImage>
-Engines::find_image(const fs::path& name, const fs::path& sample,
-                    const std::function<void(const FoundImage&, const fs::path&)>& see) const {
-    const fs::path result = folder_ / "checked";
-    fs::remove(result);
+std::optional<FoundImage> Engines::find_image(const fs::path& name, const fs::path& sample) const {
     const Attempt attempt =
-        workers_.repair_raw(folder_, {name, sample, result, "check of " + utf8_from(damaged_.path)});
-    auto image = attempt.code == 0 ? attempt.image : std::nullopt;
-    if (image && see) {
-        see(*image, result);
-    }
-    fs::remove(result);
-    return image;
+        workers_.repair_raw(folder_, {name, sample, {}, "check of " + utf8_from(damaged_.path)});
+    return attempt.code == 0 ? attempt.image : std::nullopt;
 }
 
 /// Coded data of an intact photograph prove as much as the sample's own do, unless the camera coded them in

@@ -5,7 +5,6 @@
 #include "repair/Workers.h"
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,12 +66,9 @@ class Engines {
                                     const std::filesystem::path& sample) const;
 
   private:
-    /// What the raw engine finds in a photograph; nothing if it does not know its kind. The result may be
-    /// seen before it is removed.
-    [[nodiscard]] std::optional<FoundImage>
-    find_image(const std::filesystem::path& name, const std::filesystem::path& sample,
-               const std::function<void(const FoundImage& image, const std::filesystem::path& result)>& see =
-                   nullptr) const;
+    /// What the raw engine finds in a photograph; nothing if it does not know its kind.
+    [[nodiscard]] std::optional<FoundImage> find_image(const std::filesystem::path& name,
+                                                       const std::filesystem::path& sample) const;
     [[nodiscard]] bool proves_too_little(const FoundImage& image, const std::filesystem::path& name,
                                          const std::filesystem::path& sample) const;
     [[nodiscard]] std::filesystem::path name_for_engine(Engine engine, const RankedSample& ranked) const;

@@ -35,9 +35,10 @@ constexpr std::uint64_t kCluster = 32768;
 /// The repair of one damaged file, step by step.
 class FileRepair {
   public:
-    FileRepair(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings)
-        : input_(file.input), outputs_(file.outputs), tools_(tools),
-          settings_(settings), rules_{tools.inputs, settings.force, tools.record, settings.resume},
+    FileRepair(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings,
+               WorkFolder& work)
+        : input_(file.input), outputs_(file.outputs), tools_(tools), settings_(settings),
+          work_(work), rules_{tools.inputs, settings.force, tools.record, settings.resume},
           delivery_(file, rules_) {}
 
     Record run(bool& no_room) {
@@ -117,12 +118,12 @@ class FileRepair {
         if (!outputs_.mask.empty()) {
             make_folders(folder_of(outputs_.mask));
         }
-        folder_.emplace(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
-        damaged_ = {input_.path, folder_->path() / "damaged", format_of_extension(input_.kind)};
+        folder_ = work_.in(settings_.work.empty() ? folder_of(outputs_.raw) : settings_.work);
+        damaged_ = {input_.path, folder_ / "damaged", format_of_extension(input_.kind)};
         if (damaged_.format) {
             damaged_.copy += "." + input_.kind; // The exact engine goes by the extension.
         }
-        engines_.emplace(tools_.workers, damaged_, folder_->path(),
+        engines_.emplace(tools_.workers, damaged_, folder_,
                          TrialSettings{.pictures = settings_.pictures, .fill = settings_.fill});
         const CopiedFile copied = copy_readable(input_.path, damaged_.copy);
         damaged_.unreadable = !copied.unreadable.empty();
@@ -150,7 +151,7 @@ class FileRepair {
             return false;
         }
         const fs::path picture = picture_file("intact.jpg");
-        if (!tools_.workers.is_intact(folder_->path(), damaged_.copy, picture) || !agrees_with_a_sample()) {
+        if (!tools_.workers.is_intact(folder_, damaged_.copy, picture) || !agrees_with_a_sample()) {
             return false;
         }
         record_.picture = picture.empty() ? "" : read_small_file(picture);
@@ -163,10 +164,9 @@ class FileRepair {
         std::string trouble;
         for (const RankedSample& ranked : ranked_samples()) {
             try {
-                const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
+                const fs::path name = reachable_name(ranked.path, folder_, "candidate");
                 if (check(ranked, name).fitness == SampleChecks::Fitness::kWhole) {
-                    return tools_.workers.judge(folder_->path(), {damaged_.copy, {}, name, {}})
-                               .findings.empty() &&
+                    return tools_.workers.judge(folder_, {damaged_.copy, {}, name, {}}).findings.empty() &&
                            !engines().finds_damage(damaged_.copy, name);
                 }
             } catch (const MachineFailure& e) {
@@ -191,11 +191,11 @@ class FileRepair {
     }
 
     SampleChecks::Result check(const RankedSample& sample, const fs::path& name) {
-        return tools_.checks.check(sample.path, name, folder_->path(), tools_.workers);
+        return tools_.checks.check(sample.path, name, folder_, tools_.workers);
     }
 
     [[nodiscard]] fs::path picture_file(const char* name) const {
-        return settings_.pictures ? folder_->path() / name : fs::path();
+        return settings_.pictures ? folder_ / name : fs::path();
     }
 
     /// Samples without a sign of damage first, in their order, then those that decode.
@@ -238,7 +238,7 @@ class FileRepair {
     /// Whether a sample may be tried. One that does not decode is set aside, which the record says.
     SampleChecks::Fitness fitness_of(const RankedSample& ranked) {
         require_readable(ranked.path);
-        const fs::path name = reachable_name(ranked.path, folder_->path(), "candidate");
+        const fs::path name = reachable_name(ranked.path, folder_, "candidate");
         const auto result = check(ranked, name);
         if (result.fitness == SampleChecks::Fitness::kUnfit) {
             Attempt attempt;
@@ -293,11 +293,11 @@ class FileRepair {
         if (taken == nullptr || !taken->image || (taken->image->notes & RAW_MEND_SAMPLE_PICTURES) == 0) {
             return;
         }
-        const fs::path copy = folder_->path() / "with-own-pictures";
+        const fs::path copy = folder_ / "with-own-pictures";
         try {
-            const fs::path sample = reachable_name(path_from(taken->sample), folder_->path(), "sample");
+            const fs::path sample = reachable_name(path_from(taken->sample), folder_, "sample");
             const ReplacedPictures pictures =
-                tools_.workers.replace_pictures(folder_->path(), best_file(), sample, copy);
+                tools_.workers.replace_pictures(folder_, best_file(), sample, copy);
             if (pictures.replaced != 0) {
                 fs::rename(copy, best_file());
                 taken->pictures_rendered = pictures.replaced;
@@ -317,10 +317,10 @@ class FileRepair {
             return;
         }
         auto [metadata, problem] = tools_.workers.find_metadata(
-            folder_->path(), {.damaged = damaged_.copy,
-                              .result = best_file(),
-                              .taken = *taken,
-                              .sidecar = outputs_.sidecar.empty() ? fs::path() : sidecar_file()});
+            folder_, {.damaged = damaged_.copy,
+                      .result = best_file(),
+                      .taken = *taken,
+                      .sidecar = outputs_.sidecar.empty() ? fs::path() : sidecar_file()});
         record_.metadata = std::move(metadata);
         if (!problem.empty()) {
             add_problem("the photograph's own date and settings were not looked for: the search " + problem);
@@ -348,22 +348,22 @@ class FileRepair {
         }
     }
 
-    [[nodiscard]] fs::path mask_file() const { return folder_->path() / "mask.png"; }
-    [[nodiscard]] fs::path sidecar_file() const { return folder_->path() / "sidecar.xmp"; }
-    [[nodiscard]] fs::path best_file() const { return folder_->path() / "best"; }
-    [[nodiscard]] fs::path jpeg_file() const { return folder_->path() / "salvaged.jpg"; }
+    [[nodiscard]] fs::path mask_file() const { return folder_ / "mask.png"; }
+    [[nodiscard]] fs::path sidecar_file() const { return folder_ / "sidecar.xmp"; }
+    [[nodiscard]] fs::path best_file() const { return folder_ / "best"; }
+    [[nodiscard]] fs::path jpeg_file() const { return folder_ / "salvaged.jpg"; }
 
     void salvage() {
         const fs::path picture = picture_file("salvaged-small.jpg");
         fs::path sample;
         if (!ranked_samples().empty()) {
-            sample = reachable_name(ranked_samples().front().path, folder_->path(), "lender");
+            sample = reachable_name(ranked_samples().front().path, folder_, "lender");
         }
         Workers::SalvageTask task{damaged_.copy, jpeg_file(), picture, sample};
-        record_.salvage = tools_.workers.salvage(folder_->path(), task);
+        record_.salvage = tools_.workers.salvage(folder_, task);
         if (record_.salvage.code == STILL_MEND_SAMPLE_UNUSABLE) { // No JPEG is in it.
             task.sample.clear();
-            record_.salvage = tools_.workers.salvage(folder_->path(), task);
+            record_.salvage = tools_.workers.salvage(folder_, task);
         }
         if (!fs::exists(jpeg_file())) {
             return;
@@ -378,9 +378,10 @@ class FileRepair {
     const Outputs& outputs_;
     const RepairTools& tools_;
     const RepairSettings& settings_;
+    WorkFolder& work_;
     const DeliveryRules rules_;
     Delivery delivery_;
-    std::optional<PrivateFolder> folder_;
+    fs::path folder_; ///< For work on this file.
     DamagedFile damaged_;
     std::optional<Engines> engines_;
     std::optional<std::vector<RankedSample>> ranked_samples_;
@@ -390,8 +391,10 @@ class FileRepair {
 } // namespace
 
 Record repair_file(const PlannedFile& file, const RepairTools& tools, const RepairSettings& settings,
-                   bool& no_room) {
-    return FileRepair(file, tools, settings).run(no_room);
+                   WorkFolder& work, bool& no_room) {
+    Record record = FileRepair(file, tools, settings, work).run(no_room);
+    work.clear();
+    return record;
 }
 
 } // namespace plate_mend::host

@@ -4,6 +4,7 @@
 #include "repair/Plan.h"
 #include "repair/SampleChecks.h"
 #include "repair/Samples.h"
+#include "repair/WorkFolder.h"
 #include "repair/Workers.h"
 
 #include <cstddef>
@@ -42,8 +43,9 @@ struct RepairTools {
 /// the machine the file is "not done", and nothing is delivered, unless it has already replaced another file.
 /// Throws only Interrupted.
 ///
+///   work     of the thread; cleared
 ///   no_room  set to true when the disk is full, and the batch has to stop
 [[nodiscard]] Record repair_file(const PlannedFile& file, const RepairTools& tools,
-                                 const RepairSettings& settings, bool& no_room);
+                                 const RepairSettings& settings, WorkFolder& work, bool& no_room);
 
 } // namespace plate_mend::host

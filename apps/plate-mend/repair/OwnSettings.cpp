@@ -34,14 +34,30 @@ FileSpan without_zeros_at_end(FileSpan file) {
     return file.first(size);
 }
 
+/// How many bytes two ends have in common.
+std::size_t common_at_end(FileSpan one, FileSpan other) {
+    constexpr std::size_t kPiece = 4096;
+    const auto before_end = [](FileSpan bytes, std::size_t done) {
+        return bytes.last(done + kPiece).first(kPiece);
+    };
+    std::size_t common = 0;
+    while (common + kPiece <= std::min(one.size(), other.size()) &&
+           std::ranges::equal(before_end(one, common), before_end(other, common))) {
+        common += kPiece;
+    }
+    one = one.first(one.size() - common);
+    other = other.first(other.size() - common);
+    const auto ends = std::mismatch(one.rbegin(), one.rend(), other.rbegin(), other.rend());
+    return common + static_cast<std::size_t>(ends.first - one.rbegin());
+}
+
 /// From where on the damaged file is in the result. The exact engine takes all of it from its image on. Zeros
 /// at the ends do not count: one of them may have been filled up.
 std::optional<ImagePlace> common_end(FileSpan damaged, FileSpan result) {
     constexpr std::size_t kLeastShare = 8; // One in so many bytes of the damaged file.
     damaged = without_zeros_at_end(damaged);
     result = without_zeros_at_end(result);
-    const auto ends = std::mismatch(damaged.rbegin(), damaged.rend(), result.rbegin(), result.rend());
-    const auto common = static_cast<std::size_t>(ends.first - damaged.rbegin());
+    const std::size_t common = common_at_end(damaged, result);
     return common * kLeastShare < damaged.size()
                ? std::nullopt
                : std::optional(ImagePlace{.offset = damaged.size() - common, .is_exact = false});

@@ -28,7 +28,9 @@ RawRepair run_raw_engine(const std::filesystem::path& damaged, const std::filesy
                          const std::filesystem::path& output, bool fill) {
     const std::string sample_name = utf8_from(sample);
     const char* samples = sample_name.c_str();
-    const RawMendOptions options{.flags = fill ? 0U : std::uint32_t{RAW_MEND_NO_FILL}, .reserved = 0};
+    const RawMendOptions options{.flags = (fill ? 0U : std::uint32_t{RAW_MEND_NO_FILL}) |
+                                          (output.empty() ? std::uint32_t{RAW_MEND_NO_OUTPUT} : 0U),
+                                 .reserved = 0};
     RawMendReport report{};
     std::vector<RawMendArea> areas(RAW_MEND_MOST_AREAS);
     std::uint32_t count = 0;

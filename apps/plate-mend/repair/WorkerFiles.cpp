@@ -7,27 +7,26 @@ namespace plate_mend::host {
 
 namespace {
 
-/// File systems are slow to create files where many have just been removed, so one that is there is emptied.
-platform::NewFile open_empty(const std::filesystem::path& file) {
-    if (!platform::is_taken(file)) {
-        return platform::NewFile(file);
-    }
-    platform::NewFile opened = platform::open_to_append(file);
-    opened.resize(0);
-    return opened;
+/// File systems are slow to create files where many have just been removed, so one that is there is
+/// overwritten. It is never empty in between: of a file that was, Linux writes what comes next to the disk at
+/// once.
+void overwrite(const std::filesystem::path& file, const std::string& text) {
+    platform::NewFile opened =
+        platform::is_taken(file) ? platform::open_to_append(file) : platform::NewFile(file);
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
+    opened.write_at(0, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    opened.resize(text.size());
 }
 
 } // namespace
 
 void write_json(const std::filesystem::path& file, const Json& json) {
-    const std::string line = json.line();
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): texts are of char.
-    open_empty(file).write(reinterpret_cast<const unsigned char*>(line.data()), line.size());
+    overwrite(file, json.line());
 }
 
 void forget_json(const std::filesystem::path& file) {
     if (platform::is_taken(file)) {
-        static_cast<void>(open_empty(file));
+        overwrite(file, " ");
     }
 }
 

@@ -26,10 +26,10 @@ inline constexpr int kNotLoaded = 127; ///< The system's, for a program whose li
 /// Replaces a file. Throws std::system_error.
 void write_json(const std::filesystem::path& file, const Json& json);
 
-/// Empties a file, if it is there. Throws std::system_error.
+/// Makes a file blank, if it is there. Throws std::system_error.
 void forget_json(const std::filesystem::path& file);
 
-/// Throws JsonError, also for a file that is missing or empty.
+/// Throws JsonError, also for a file that is missing or blank.
 [[nodiscard]] Json read_json(const std::filesystem::path& file);
 
 } // namespace plate_mend::host

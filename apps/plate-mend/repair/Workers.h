@@ -43,7 +43,8 @@ class Workers {
     /// works in the folder.
     [[nodiscard]] Attempt repair(const std::filesystem::path& folder, const RepairTask& task) const;
 
-    /// The same by the raw engine, which goes by content and writes no log. The output must not exist.
+    /// The same by the raw engine, which goes by content and writes no log. The output must not exist; if it
+    /// is empty, only the report is wanted.
     [[nodiscard]] Attempt repair_raw(const std::filesystem::path& folder, const RepairTask& task) const;
 
     /// Writes a copy of a photograph in which previews that are the sample's show its own raw image, with the

@@ -37,7 +37,9 @@ Guard::Guard(std::uint16_t port)
     : port_(std::to_string(port)), key_(new_secret()), cookie_(new_secret()), page_token_(new_secret()) {}
 
 std::string Guard::address() const {
-    return std::string("http://") + kPlace + ':' + port_ + "/?token=" + key_;
+    std::string address = "http://";
+    address += kPlace;
+    return address + ':' + port_ + "/?token=" + key_;
 }
 
 bool Guard::is_for_us(const HttpRequest& request) const {

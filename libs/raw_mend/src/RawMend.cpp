@@ -49,7 +49,12 @@ std::int32_t result_of(const Function& function) noexcept {
 }
 
 bool is_valid(const RawMendOptions& options) {
-    return (options.flags & ~std::uint32_t{RAW_MEND_NO_FILL}) == 0 && options.reserved == 0;
+    constexpr std::uint32_t kFlags = RAW_MEND_NO_FILL | RAW_MEND_NO_OUTPUT;
+    return (options.flags & ~kFlags) == 0 && options.reserved == 0;
+}
+
+bool wants_output(const RawMendOptions* options) {
+    return options == nullptr || (options->flags & RAW_MEND_NO_OUTPUT) == 0;
 }
 
 Filling filling_of(const RawMendOptions* options) {
@@ -70,6 +75,20 @@ std::int32_t write_file(const Splice& file, const fs::path& path) {
     bool good = true;
     file.write([&](Bytes bytes) { good = good && output.write(bytes); });
     return good && output.finish() ? RAW_MEND_OK : RAW_MEND_OUTPUT_UNWRITABLE;
+}
+
+/// Whether a file begins with all bytes of another. Parts of the file itself, in their place, are not read.
+bool begins_with(Bytes file, const Splice& beginning) {
+    bool is_same = beginning.size() <= file.size();
+    std::size_t done = 0;
+    if (is_same) {
+        beginning.write([&](Bytes bytes) {
+            const Bytes there = file.subspan(done, bytes.size());
+            is_same = is_same && (there.data() == bytes.data() || std::ranges::equal(there, bytes));
+            done += bytes.size();
+        });
+    }
+    return is_same;
 }
 
 /// The best result of all samples, and the index of its sample.
@@ -104,15 +123,26 @@ void note_text_mode(const text_mode::TextMode& undone, RawMendReport& report) {
     report.image_offset = undone.offset_in_file(static_cast<std::size_t>(report.image_offset));
 }
 
+/// Writes the output where one is wanted, and says in the report what it is like where none is.
+std::int32_t finish(const Attempt& attempt, const std::optional<fs::path>& output_file, Bytes damaged,
+                    RawMendReport& report) {
+    report = attempt.report();
+    if (output_file) {
+        return write_file(attempt.file(), *output_file);
+    }
+    report.notes |= begins_with(damaged, attempt.file()) ? std::uint32_t{RAW_MEND_UNCHANGED} : 0U;
+    return RAW_MEND_OK;
+}
+
 std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* const> samples,
-                         const fs::path& output_file, Filling filling, Outcome& outcome) {
+                         const std::optional<fs::path>& output_file, Filling filling, Outcome& outcome) {
     mapped_file::MappedFile damaged;
     if (!damaged.open(damaged_file) || damaged.bytes().empty()) {
         return RAW_MEND_DAMAGED_UNREADABLE;
     }
     // Asked before the search, which takes longer. That nothing is replaced does not depend on it.
     std::error_code ignored;
-    if (fs::exists(system_path::status(output_file, ignored))) {
+    if (output_file && fs::exists(system_path::status(*output_file, ignored))) {
         return RAW_MEND_OUTPUT_EXISTS;
     }
     const auto undone = text_mode::TextMode::undo(damaged.bytes());
@@ -120,9 +150,10 @@ std::int32_t repair_file(const fs::path& damaged_file, std::span<const char* con
     if (best.attempt->result() != RAW_MEND_OK) {
         return best.attempt->result();
     }
-    const std::int32_t result = write_file(best.attempt->file(), output_file);
+    RawMendReport report{};
+    const std::int32_t result = finish(*best.attempt, output_file, damaged.bytes(), report);
     if (result == RAW_MEND_OK) {
-        outcome.report = best.attempt->report();
+        outcome.report = report;
         outcome.report.sample = best.sample;
         outcome.areas = best.attempt->areas();
         if (undone) {
@@ -191,14 +222,16 @@ std::int32_t RawMendRepairImage(const char* damaged_file, const char* const* sam
     raw_mend::Outcome outcome;
     std::int32_t result = RAW_MEND_BAD_ARGUMENT;
     const std::span samples(sample_files, sample_files == nullptr ? 0 : sample_count);
-    const bool is_complete = damaged_file != nullptr && output_file != nullptr && !samples.empty() &&
-                             std::ranges::find(samples, nullptr) == samples.end();
+    const bool has_output = raw_mend::wants_output(options);
+    const bool is_complete = damaged_file != nullptr && (output_file != nullptr || !has_output) &&
+                             !samples.empty() && std::ranges::find(samples, nullptr) == samples.end();
     const bool has_room = capacity == 0 || (areas != nullptr && area_count != nullptr);
     if (is_complete && has_room && (options == nullptr || raw_mend::is_valid(*options))) {
         result = raw_mend::result_of([&] {
             return raw_mend::repair_file(raw_mend::path_of(damaged_file), samples,
-                                         raw_mend::path_of(output_file), raw_mend::filling_of(options),
-                                         outcome);
+                                         has_output ? std::optional(raw_mend::path_of(output_file))
+                                                    : std::nullopt,
+                                         raw_mend::filling_of(options), outcome);
         });
     }
     if (report != nullptr) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace test {
@@ -87,7 +88,7 @@ TEST_F(RawMendRepairImageTest, WithoutOptionsIsAPlainRepair) {
 TEST_F(RawMendRepairImageTest, RefusesWhatItDoesNotKnow) {
     RawMendOptions options{.flags = RAW_MEND_NO_FILL, .reserved = 0};
     EXPECT_EQ(repair_image(&options, nullptr, 0), RAW_MEND_OK) << "the control";
-    options.flags = RAW_MEND_NO_FILL << 1U;
+    options.flags = RAW_MEND_NO_OUTPUT << 1U;
     EXPECT_EQ(repair_image(&options, nullptr, 0), RAW_MEND_BAD_ARGUMENT);
     EXPECT_EQ(count, 0U);
     expect_nothing();
@@ -103,6 +104,48 @@ TEST_F(RawMendRepairImageTest, RefusesWhatItDoesNotKnow) {
                                  &area, 1, nullptr),
               RAW_MEND_BAD_ARGUMENT);
     expect_nothing();
+}
+
+TEST_F(RawMendRepairImageTest, WithoutAnOutputReportsTheSame) {
+    ASSERT_EQ(repair_image(nullptr, nullptr, 0), RAW_MEND_OK);
+    const RawMendReport written = report;
+    const RawMendOptions options{.flags = RAW_MEND_NO_OUTPUT, .reserved = 0};
+    std::vector<RawMendArea> areas(RAW_MEND_MOST_AREAS);
+    ASSERT_EQ(repair_image(&options, areas.data(), RAW_MEND_MOST_AREAS), RAW_MEND_OK);
+    EXPECT_EQ(std::memcmp(&report, &written, sizeof report), 0);
+    EXPECT_EQ(count, 2U);
+    EXPECT_FALSE(fs::exists(output));
+}
+
+TEST_F(RawMendRepairImageTest, WithoutAnOutputUsesNoPath) {
+    const RawMendOptions options{.flags = RAW_MEND_NO_OUTPUT, .reserved = 0};
+    const std::string good = utf8(sample);
+    const char* const samples[] = {good.c_str()};
+    write_file(output, {1});
+    const std::string taken = utf8(output);
+    for (const char* const path : {taken.c_str(), static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(RawMendRepairImage(utf8(damaged).c_str(), samples, 1, path, &options, &report, nullptr, 0,
+                                     nullptr),
+                  RAW_MEND_OK);
+    }
+    EXPECT_EQ(read_file(output), Bytes{1});
+}
+
+TEST_F(RawMendRepairImageTest, SaysWhetherTheFileBeginsWithTheOutput) {
+    const RawMendOptions options{.flags = RAW_MEND_NO_OUTPUT, .reserved = 0};
+    const auto is_unchanged = [&](const Bytes& file) {
+        write_file(damaged, file);
+        EXPECT_EQ(repair_image(&options, nullptr, 0), RAW_MEND_OK);
+        return (report.notes & RAW_MEND_UNCHANGED) != 0;
+    };
+    Bytes longer = photo.bytes;
+    longer.resize(longer.size() + 1000);
+    Bytes displaced = photo.bytes;
+    displaced.insert(displaced.begin(), 512, 0x55);
+    EXPECT_TRUE(is_unchanged(photo.bytes));
+    EXPECT_TRUE(is_unchanged(longer));
+    EXPECT_FALSE(is_unchanged(displaced));
+    EXPECT_FALSE(is_unchanged(without_head(photo)));
 }
 
 TEST_F(RawMendRepairImageTest, ReturnsNoAreasAfterAnError) {

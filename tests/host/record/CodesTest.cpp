@@ -50,7 +50,7 @@ TEST(Codes, SalvagersCodesAreExplained) {
 
 bool is_in_no_report(const std::string& name) {
     return name.starts_with("RAW_MEND_PICTURE_") || name.starts_with("RAW_MEND_AREA_") ||
-           name == "RAW_MEND_NO_FILL" || name == "RAW_MEND_MOST_AREAS";
+           name == "RAW_MEND_NO_FILL" || name == "RAW_MEND_NO_OUTPUT" || name == "RAW_MEND_MOST_AREAS";
 }
 
 /// The constants of the public headers' enumerations as their texts have them: name and value.
@@ -77,7 +77,7 @@ TEST(Codes, EveryConstantOfTheHeadersHasAnEntryAndNoOtherHas) {
         EXPECT_THAT(entry.meaning, Not(StrEq(""))) << entry.name;
     }
     EXPECT_EQ(entries, constants_of_headers());
-    EXPECT_EQ(entries.size(), 98U) << "the headers were read";
+    EXPECT_EQ(entries.size(), 100U) << "the headers were read";
 }
 
 TEST(Codes, FailureSaysWhatToTryNext) {

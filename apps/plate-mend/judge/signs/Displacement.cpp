@@ -31,6 +31,11 @@ class LeapTable {
     LeapTable(const SensorView& view, const Windows& windows)
         : dy_(view.dy), range_(view.range()), windows_(windows) {}
 
+    /// The windows with a large leap in a row. Where there are none, the data are not displaced.
+    [[nodiscard]] std::size_t count_large(std::size_t y) const {
+        return count(kLarge, y, 0, windows_.per_row());
+    }
+
     /// Whether the data are displaced from this window of this row on. That window itself may belong to both
     /// sides.
     [[nodiscard]] bool is_stair(std::size_t y, std::size_t cut) const {
@@ -50,6 +55,11 @@ class LeapTable {
 
     /// The share of windows with such a leap.
     [[nodiscard]] double share_of(const Leap& leap, std::size_t y, std::size_t first, std::size_t end) const {
+        return static_cast<double>(count(leap, y, first, end)) / static_cast<double>(end - first);
+    }
+
+    [[nodiscard]] std::size_t count(const Leap& leap, std::size_t y, std::size_t first,
+                                    std::size_t end) const {
         std::size_t count = 0;
         for (std::size_t index = first; index < end; ++index) {
             const Window& window = windows_.at(y, index);
@@ -58,7 +68,7 @@ class LeapTable {
                          ? 1U
                          : 0U;
         }
-        return static_cast<double>(count) / static_cast<double>(end - first);
+        return count;
     }
 
     std::size_t dy_;
@@ -77,6 +87,9 @@ Sign find_displacement(const SensorView& view, const Windows& windows, const std
     const auto bad_at_top =
         static_cast<std::size_t>(std::find(bad_rows.begin(), bad_rows.end(), false) - bad_rows.begin());
     for (std::size_t y = bad_at_top + view.dy; y + view.dy < view.rows; ++y) {
+        if (leaps.count_large(y) == 0) {
+            continue;
+        }
         for (std::size_t cut = side; cut + side <= windows.per_row(); ++cut) {
             if (leaps.is_stair(y, cut)) {
                 return {"from row " + std::to_string(y) + " on the picture is displaced",

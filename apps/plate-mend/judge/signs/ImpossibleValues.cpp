@@ -1,5 +1,7 @@
 #include "judge/signs/ImpossibleValues.h"
 
+#include "judge/signs/ValueRange.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -17,6 +19,9 @@ Sign find_impossible_values(const SensorView& view) {
     std::vector<std::size_t> rows;
     for (std::size_t y = 0; y < view.rows; ++y) {
         const std::uint16_t* row = view.row(y);
+        if (!has_value_outside(row, view.columns, view.lowest(), view.white)) {
+            continue; // As in nearly all.
+        }
         const auto count = std::count_if(row, row + view.columns, [&](std::uint16_t value) {
             return value > view.white || view.is_below_black(value);
         });

@@ -30,8 +30,10 @@ struct SensorView {
     /// Values from black to white; at least 1.
     [[nodiscard]] unsigned range() const { return std::max(1U, white - std::min(black, white)); }
 
-    /// Whether a value is farther below black than noise reaches: 1/64 of the range.
-    [[nodiscard]] bool is_below_black(unsigned value) const { return value + range() / 64 < black; }
+    /// The lowest value that noise reaches: black less 1/64 of the range.
+    [[nodiscard]] unsigned lowest() const { return black - std::min(black, range() / 64); }
+    /// Whether a value is farther below black than that.
+    [[nodiscard]] bool is_below_black(unsigned value) const { return value < lowest(); }
 };
 
 /// The step between two samples.

@@ -33,11 +33,13 @@ class Windows {
 
   private:
     void measure(const SensorView& view, std::size_t y, std::size_t index);
-    [[nodiscard]] double usual_leap(std::size_t y, std::size_t index, std::size_t dy) const;
+    void set_usual_leaps(std::size_t y, std::size_t dy);
 
     std::size_t width_;
     std::size_t per_row_;
     std::vector<Window> windows_;
+    std::vector<double> leaps_; ///< Of the windows.
+    std::vector<double> usual_; ///< Sums for a row.
 };
 
 } // namespace plate_mend::host

@@ -93,7 +93,9 @@ enum {
     /** The photograph's end was at the beginning of the damaged file. It was put back. */
     RAW_MEND_ROTATION_UNDONE = 64,
     /** Another whole photograph was inside this one, which goes on after it. It was left out. */
-    RAW_MEND_PHOTOGRAPH_REMOVED = 128
+    RAW_MEND_PHOTOGRAPH_REMOVED = 128,
+    /** Only with RAW_MEND_NO_OUTPUT: the damaged file begins with all bytes that the output would have. */
+    RAW_MEND_UNCHANGED = 256
 };
 
 /** How a repair found the image, and what is proved. A piece is a strip, a tile, or a sample of a track. */
@@ -157,12 +159,14 @@ RAW_MEND_API int32_t RawMendRepair(const char* damaged_file, const char* const* 
 enum {
     /** Lost pixels are zero, or as near to it as the coding allows. Otherwise they are filled from the
      * nearest rows of the same colour. */
-    RAW_MEND_NO_FILL = 1
+    RAW_MEND_NO_FILL = 1,
+    /** Nothing is written, and the path of the output is not used: only the report is wanted. */
+    RAW_MEND_NO_OUTPUT = 2
 };
 
 /** How to repair. All zeros: as RawMendRepair does. */
 typedef struct RawMendOptions {
-    /** RAW_MEND_NO_FILL, or 0. */
+    /** RAW_MEND_NO_FILL and its like, combined; 0 for none. */
     uint32_t flags;
     /** Always 0. */
     uint32_t reserved;
@@ -206,7 +210,8 @@ typedef struct RawMendArea {
  *   area_count  receives the number of all: 0 unless the result is RAW_MEND_OK. May be null if the capacity
  * is 0.
  *
- * The other arguments and the result are those of RawMendRepair.
+ * The other arguments and the result are those of RawMendRepair. With RAW_MEND_NO_OUTPUT, output_file may be
+ * null.
  */
 RAW_MEND_API int32_t RawMendRepairImage(const char* damaged_file, const char* const* sample_files,
                                         uint32_t sample_count, const char* output_file,

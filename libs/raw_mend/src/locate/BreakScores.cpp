@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <span>
 
 namespace raw_mend {
 
@@ -18,10 +19,36 @@ class Bins {
   public:
     static constexpr std::size_t kCount = 512;
 
-    static std::size_t bin(float value) {
-        constexpr std::uint32_t kOne = std::bit_cast<std::uint32_t>(1.0F) >> 19U;
-        const std::uint32_t place = std::bit_cast<std::uint32_t>(value) >> 19U;
-        return place <= kOne ? 0 : std::min<std::size_t>(place - kOne, kCount - 1);
+    static constexpr std::uint16_t kNone = kCount; ///< For other numbers.
+
+    static std::uint16_t bin(float value) {
+        constexpr auto kOne = static_cast<std::int32_t>(std::bit_cast<std::uint32_t>(1.0F) >> 19U);
+        constexpr std::int32_t kLast = kCount - 1;
+        const auto place = static_cast<std::int32_t>(std::bit_cast<std::uint32_t>(value) >> 19U);
+        const std::int32_t bin = std::min(std::max(place - kOne, 0), kLast);
+        return static_cast<std::uint16_t>(value > 0 ? bin : std::int32_t{kNone});
+    }
+
+    using Counts = std::array<std::uint32_t, kCount + 1>;
+
+    /// How often each bin is there. Several counters take turns: most numbers are in few bins, and a
+    /// processor would wait for a counter that it has just changed.
+    static Counts count(std::span<const std::uint16_t> bins) {
+        constexpr std::size_t kTurns = 4;
+        std::array<Counts, kTurns> counts{};
+        std::size_t nth = 0;
+        for (; nth + kTurns <= bins.size(); nth += kTurns) {
+            for (std::size_t turn = 0; turn < kTurns; ++turn) {
+                ++counts[turn][bins[nth + turn]];
+            }
+        }
+        for (; nth < bins.size(); ++nth) {
+            ++counts[0][bins[nth]];
+        }
+        for (std::size_t bin = 0; bin <= kCount; ++bin) {
+            counts[0][bin] += counts[1][bin] + counts[2][bin] + counts[3][bin];
+        }
+        return counts[0];
     }
 };
 
@@ -31,8 +58,8 @@ BreakScores::BreakScores(const RowGeometry& geometry)
     : geometry_(geometry), cells_(geometry.packing == Packing::kCells), step_(geometry.step()),
       per_group_(geometry.group_units()), units_(static_cast<std::size_t>(geometry.row_units())),
       differences_(units_ + step_ + 1), left_ends_(cells_ ? units_ : 0), right_ends_(cells_ ? units_ + 1 : 0),
-      candidates_(units_), sum_(units_), squares_(units_), slopes_(units_),
-      right_slopes_(cells_ ? units_ : 0) {}
+      candidates_(units_ / per_group_), bins_(candidates_.size()), sum_(units_), squares_(units_),
+      slopes_(units_), right_slopes_(cells_ ? units_ : 0) {}
 
 void BreakScores::add(Bytes window) {
     const std::uint64_t whole = window.size() / geometry_.row_bytes;
@@ -95,43 +122,45 @@ void BreakScores::score_candidates() {
               differences_.begin());
     const float* const right = right_of_break();
     const float* const before_left = left_of_break() - 1;
-    for (std::size_t unit = 0; unit < units_; unit += per_group_) {
+    if (per_group_ == 1 && step_ == 2) { // As most are, without a loop inside the loop.
+        const float* const across = differences_.data() + 1;
+        for (std::size_t unit = 0; unit < units_; ++unit) {
+            candidates_[unit] =
+                std::min(across[unit], across[unit + 1]) - std::max(before_left[unit], right[unit]);
+        }
+        return;
+    }
+    for (std::size_t nth = 0; nth < candidates_.size(); ++nth) {
+        const std::size_t unit = nth * per_group_;
         const float* const across = differences_.data() + unit + 1;
         float least = across[0];
         for (std::size_t i = 1; i < step_; ++i) {
             least = std::min(least, across[i]);
         }
-        candidates_[unit] = least - std::max(before_left[unit], right[unit]);
+        candidates_[nth] = least - std::max(before_left[unit], right[unit]);
     }
 }
 
 void BreakScores::rank_candidates() {
-    std::array<std::uint32_t, Bins::kCount> count{};
-    std::size_t candidates = 0;
-    std::size_t below = 0;
-    for (std::size_t unit = 0; unit < units_; unit += per_group_) {
-        ++candidates;
-        if (candidates_[unit] > 0) {
-            ++count[Bins::bin(candidates_[unit])];
-        } else {
-            ++below;
-        }
+    for (std::size_t nth = 0; nth < bins_.size(); ++nth) {
+        bins_[nth] = Bins::bin(candidates_[nth]);
     }
-    std::array<double, Bins::kCount> vote{};
+    const Bins::Counts count = Bins::count(bins_);
+    const auto candidates = static_cast<double>(bins_.size());
+    std::size_t below = count[Bins::kNone];
+    std::array<double, Bins::kCount + 1> vote{}; // None for those that are no break.
     for (std::size_t bin = 0; bin < Bins::kCount; ++bin) {
         if (count[bin] == 0) {
             continue;
         }
-        const double rest = 1 - static_cast<double>(below) / static_cast<double>(candidates);
+        const double rest = 1 - static_cast<double>(below) / candidates;
         vote[bin] = rest > 0 ? std::min(-std::log(rest), kMaxVote) : kMaxVote;
         below += count[bin];
     }
-    for (std::size_t unit = 0; unit < units_; unit += per_group_) {
-        if (candidates_[unit] > 0) {
-            const double votes = vote[Bins::bin(candidates_[unit])];
-            sum_[unit] += votes;
-            squares_[unit] += votes * votes;
-        }
+    for (std::size_t nth = 0; nth < bins_.size(); ++nth) {
+        const double votes = vote[bins_[nth]];
+        sum_[nth * per_group_] += votes;
+        squares_[nth * per_group_] += votes * votes;
     }
     const float median = median_difference();
     const float* const right = right_of_break();

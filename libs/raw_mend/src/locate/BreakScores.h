@@ -67,8 +67,9 @@ class BreakScores {
     std::vector<float> left_ends_; ///< In cells, at i: between the first two samples of unit i.
     std::vector<float>
         right_ends_; ///< At 1 + i: between its last two; that of the row's last unit is at 0 too.
-    std::vector<float> candidates_; ///< At i: how strong the break before unit i is.
-    std::vector<float> sorted_;
+    std::vector<float> candidates_;   ///< Per group: how strong the break before its first unit is.
+    std::vector<std::uint16_t> bins_; ///< Of the candidates.
+    std::vector<float> sorted_;       ///< Some of the differences.
     std::vector<double> sum_;
     std::vector<double> squares_;
     /// Differences relative to their median, bounded by 1; summed over all votes. At i: from unit i to the

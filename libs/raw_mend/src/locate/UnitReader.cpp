@@ -1,7 +1,9 @@
 #include "locate/UnitReader.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <numeric>
 
 namespace raw_mend {
@@ -60,9 +62,16 @@ void read_packed(unsigned bits, Bytes bytes, std::size_t count, float* out) {
     }
 }
 
-void read_words(std::size_t high, Bytes bytes, std::size_t count, float* out) {
+template <std::endian kOrder>
+void read_words(Bytes bytes, std::size_t count, float* out) {
+    const unsigned char* const from = bytes.data();
     for (std::size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(bytes[2 * i + high] << 8 | bytes[2 * i + 1 - high]);
+        std::uint16_t word = 0;
+        std::memcpy(&word, from + sizeof(word) * i, sizeof(word));
+        if constexpr (kOrder != std::endian::native) {
+            word = static_cast<std::uint16_t>(word << 8U | word >> 8U);
+        }
+        out[i] = static_cast<float>(word);
     }
 }
 
@@ -140,8 +149,10 @@ void read_units(const RowGeometry& geometry, Bytes bytes, std::size_t count, Uni
         }
         break;
     case Packing::kLittleWords:
+        read_words<std::endian::little>(bytes, count, first);
+        break;
     case Packing::kBigWords:
-        read_words(geometry.packing == Packing::kLittleWords ? 1 : 0, bytes, count, first);
+        read_words<std::endian::big>(bytes, count, first);
         break;
     case Packing::kPackedHighFirst:
         read_packed<true>(geometry.bits, bytes, count, first);

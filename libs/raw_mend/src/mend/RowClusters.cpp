@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace raw_mend {
 
@@ -50,12 +51,15 @@ class ClusterSearch {
           sector_(
               std::max<std::size_t>(1, static_cast<std::size_t>(kSectorBytes * row_ / geometry.row_bytes))),
           allowed_above_(differences_.size()), allowed_below_(differences_.size()) {
-        const std::size_t last = end_of_below();
-        for (std::size_t i = begin_of_above(); i < differences_.size(); ++i) {
-            allowed_above_[i] = allowed(i - row_, i - period_);
+        const auto vertical = differences_.verticals();
+        const auto horizontal = differences_.horizontals();
+        if (const std::size_t first = begin_of_above(); first < differences_.size()) {
+            allow(vertical.subspan(first - row_ - 1), horizontal.subspan(first - period_),
+                  std::span(allowed_above_).subspan(first));
         }
-        for (std::size_t i = 1; i < last; ++i) {
-            allowed_below_[i] = allowed(i + period_ + row_, i + period_);
+        if (const std::size_t last = end_of_below(); last > 1) {
+            allow(vertical.subspan(period_ + row_), horizontal.subspan(1 + period_),
+                  std::span(allowed_below_).subspan(1, last - 1));
         }
     }
 
@@ -63,18 +67,20 @@ class ClusterSearch {
         std::vector<std::uint64_t> ends;
         std::vector<std::uint64_t> starts;
         for (std::uint64_t at = origin % kSectorBytes; at <= size_; at += kSectorBytes) {
-            if (is_start(at)) {
+            const std::size_t chunk = differences_.chunk_of(at);
+            if (is_start(chunk)) {
                 starts.push_back(at);
             }
-            if (is_end(at)) {
+            if (is_end(chunk)) {
                 ends.push_back(at);
             }
         }
         for (const std::uint64_t start : starts) {
+            Start known;
             auto end = std::ranges::upper_bound(ends, start);
             for (std::size_t tried = 0; tried < kMostEnds && end != ends.end() && *end - start <= kMostBytes;
                  ++tried, ++end) {
-                judge({start, *end});
+                judge({start, *end}, known);
             }
         }
     }
@@ -107,6 +113,16 @@ class ClusterSearch {
     /// What chunks that are outside may differ by: at least a bit, so that flat surroundings need not be
     /// without any noise.
     [[nodiscard]] float floor() const { return 0.5F + differences_.median() / 2; }
+
+    /// What chunks side by side may differ by. The chunks outside are given with one more on either side.
+    void allow(std::span<const float> outside, std::span<const float> beside,
+               std::span<float> allowed) const {
+        const float least = floor();
+        for (std::size_t i = 0; i < allowed.size(); ++i) {
+            const float around = (outside[i] + outside[i + 2]) / 2;
+            allowed[i] = std::max(std::max(least, outside[i + 1]), std::max(around, beside[i]));
+        }
+    }
 
     /// What a chunk may differ by, if one outside and one of its colours differ as they do.
     [[nodiscard]] float allowed(std::size_t outside, std::size_t beside) const {
@@ -183,22 +199,36 @@ class ClusterSearch {
         return differs_below(chunk - sector_, chunk, limit);
     }
 
-    [[nodiscard]] bool is_start(std::uint64_t at) const {
-        const std::size_t chunk = differences_.chunk_of(at);
+    [[nodiscard]] bool is_start(std::size_t chunk) const {
         return chunk >= sector_ && has_start(chunk, kEdge) && !differs_above(chunk - sector_, chunk, kBeside);
     }
 
-    [[nodiscard]] bool is_end(std::uint64_t at) const {
-        const std::size_t chunk = differences_.chunk_of(at);
+    [[nodiscard]] bool is_end(std::size_t chunk) const {
         return chunk >= sector_ && has_end(chunk, kEdge) &&
                !differs_below(chunk + 1, chunk + sector_, kBeside);
     }
 
+    /// What is the same for all ends of clusters with one start, once it is known.
+    struct Start {
+        std::optional<bool> is_clear;
+        std::optional<Misfit> first; ///< Of a whole period.
+    };
+
+    [[nodiscard]] Misfit first_of(std::size_t begin, std::size_t end, Start& start) const {
+        if (end - begin < period_) {
+            return above(begin + 1, end, begin);
+        }
+        if (!start.first) {
+            start.first = above(begin + 1, begin + period_, begin);
+        }
+        return *start.first;
+    }
+
     /// What takes longest comes last.
-    void judge(const ImageRange& range) {
+    void judge(const ImageRange& range, Start& start) {
         const std::size_t begin = differences_.chunk_of(range.begin);
         const std::size_t end = differences_.chunk_of(range.end);
-        if (!has_clear_ends(begin, end)) {
+        if (!has_clear_ends(begin, end, start)) {
             return;
         }
         const bool is_short = end - begin < row_;
@@ -206,7 +236,7 @@ class ClusterSearch {
         const auto is_foreign = [least](const Misfit& misfit) {
             return misfit.is_over(least) && misfit.share() >= kLeastForeignShare;
         };
-        const Misfit first = above(begin + 1, std::min(end, begin + period_), begin);
+        const Misfit first = first_of(begin, end, start);
         if (!is_foreign(first)) {
             return;
         }
@@ -217,8 +247,11 @@ class ClusterSearch {
         }
     }
 
-    [[nodiscard]] bool has_clear_ends(std::size_t begin, std::size_t end) const {
-        const bool has_clear_start = has_start(begin, kForeign);
+    [[nodiscard]] bool has_clear_ends(std::size_t begin, std::size_t end, Start& start) const {
+        if (!start.is_clear) {
+            start.is_clear = has_start(begin, kForeign);
+        }
+        const bool has_clear_start = *start.is_clear;
         const bool needs_both = end - begin < period_;
         return has_clear_start != needs_both ? has_clear_start : has_end(end, kForeign);
     }

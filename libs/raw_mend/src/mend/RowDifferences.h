@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace raw_mend {
@@ -29,6 +30,10 @@ class RowDifferences {
     [[nodiscard]] float vertical(std::size_t chunk) const { return vertical_[chunk]; }
     /// The mean difference between samples of a chunk and those of their colour to the left.
     [[nodiscard]] float horizontal(std::size_t chunk) const { return horizontal_[chunk]; }
+
+    /// The vertical differences of all chunks, and the horizontal ones.
+    [[nodiscard]] std::span<const float> verticals() const { return vertical_; }
+    [[nodiscard]] std::span<const float> horizontals() const { return horizontal_; }
 
     /// The vertical difference that half of the chunks do not exceed.
     [[nodiscard]] float median() const { return median_; }

@@ -9,11 +9,11 @@ namespace raw_mend {
 
 namespace {
 
-constexpr std::ptrdiff_t kMostMoved = 24; // Rows of the stream, to both sides.
-constexpr std::size_t kFewRows = 48;      // That two places are compared by.
-constexpr std::size_t kEdgeValues = 3;    // Of each colour.
-constexpr double kClearly = 30;           // Mean misfits; chance does not make a place that much worse.
-constexpr std::size_t kRowKinds = 4;      // Two colours in each of two rows.
+constexpr std::ptrdiff_t kMostMoved = 24;    // Rows of the stream, to both sides.
+constexpr std::size_t kLeastRowsBeside = 48; // That two places are compared by.
+constexpr std::size_t kEdgeValues = 3;       // Of each colour.
+constexpr double kClearly = 30;              // Mean misfits; chance does not make a place that much worse.
+constexpr std::size_t kRowKinds = 4;         // Two colours in each of two rows.
 
 /// Rows of a slice at one of its edges: the brightness of both colours of each row there.
 struct Edge {
@@ -159,11 +159,12 @@ std::vector<SidePlace> compare_sides(const StreamFrame& frame, const StreamSlice
     std::vector<SidePlace> compared;
     const Misfits* best = nullptr;
     for (const Misfits& place : places) {
-        const bool is_better = place.count() >= kFewRows && (best == nullptr || place.mean() < best->mean());
+        const bool is_better =
+            place.count() >= kLeastRowsBeside && (best == nullptr || place.mean() < best->mean());
         best = is_better ? &place : best;
     }
     for (auto place = places.begin(); place != places.end(); ++place) {
-        if (place->count() >= kFewRows) {
+        if (place->count() >= kLeastRowsBeside) {
             compared.push_back({place - places.begin() - kMostMoved,
                                 &*place == best ? 0 : how_much_worse(*place, *best, best->mean())});
         }
